@@ -1,0 +1,10 @@
+#pragma once
+
+/// @file
+/// The umbrella header: everything that a user of DataProcessing calls.
+
+#include "dataprocessing/valuemodel/comp.h"
+#include "dataprocessing/valuemodel/dtyp.h"
+#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/valuemodel/str.h"
+#include "dataprocessing/valuemodel/type.h"

@@ -1,0 +1,54 @@
+#pragma once
+
+/// @file
+/// Instruction-set levels: every kernel file is compiled once per level from one source, and one
+/// level is chosen at run time. All levels give identical bits.
+
+#if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
+    #define DATAPROCESSING_LEVELS 1
+#else
+    #define DATAPROCESSING_LEVELS 0
+#endif
+
+namespace dataprocessing::detail {
+
+/// The levels that a kernel exists for, each containing the one before it.
+enum level_eSet {
+    level_Baseline = 0, ///< what the compiler targets by default (x86-64 with SSE2)
+    level_V3 = 1,       ///< x86-64-v3: AVX2, FMA (never used to contract)
+    level_V4 = 2        ///< x86-64-v4: AVX-512
+};
+
+/// The level in use: the highest that the processor has, or the one that the environment variable
+/// DATAPROCESSING_LEVEL names ("baseline", "v3", "v4") where the processor has that one. It is read
+/// once, at the first call.
+level_eSet level_Current() noexcept;
+
+/// The name of a level as the environment variable spells it.
+const char* level_Name(level_eSet level) noexcept;
+
+/// The address of the function that serves the current level.
+template<class Function>
+Function* level_Select(Function* baseline, [[maybe_unused]] Function* v3,
+                       [[maybe_unused]] Function* v4) noexcept {
+    switch (level_Current()) {
+    case level_V4:
+        return v4;
+    case level_V3:
+        return v3;
+    default:
+        return baseline;
+    }
+}
+
+} // namespace dataprocessing::detail
+
+/// The version of kernel entry `name` that serves the current level. Use it where `name` came from
+/// a file included through level_each.h.
+#if DATAPROCESSING_LEVELS
+    #define LEVEL_SELECT(name)                                                                     \
+        ::dataprocessing::detail::level_Select(&level_baseline::name, &level_v3::name,             \
+                                               &level_v4::name)
+#else
+    #define LEVEL_SELECT(name) (&level_baseline::name)
+#endif
