@@ -84,6 +84,9 @@ inline constexpr int elementCode<comp_cComplex<float>> = dtyp_ComplexFloat;
 template<>
 inline constexpr int elementCode<comp_cComplex<double>> = dtyp_ComplexDouble;
 
+template<class T>
+inline constexpr bool isComplex = elementCode<T> >= dtyp_ComplexFloat;
+
 } // namespace dataprocessing::detail
 
 /// Satisfied by the ten C++ types that an element can have.

@@ -1,0 +1,25 @@
+#include "dataprocessing/valuemodel/conv_kernels.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+
+#include "dataprocessing/valuemodel/dtyp_visit.h"
+
+#define LEVEL_KERNELS "dataprocessing/valuemodel/conv_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+void conv_Elements(const void* source, dtyp_cDataType from, void* target, dtyp_cDataType to,
+                   std::size_t count, conv_eComplexConversion mode) noexcept {
+    if (count == 0)
+        return;
+    if (from == to)
+        std::memcpy(target, source, count * from.SizeOf());
+    else
+        LEVEL_SELECT(conv_Run)(source, from, target, to, count, mode);
+}
+
+} // namespace dataprocessing::detail

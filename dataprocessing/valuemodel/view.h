@@ -1,0 +1,103 @@
+#pragma once
+
+/// @file
+/// Views: an array as an operation wants to see it (another element type, another delta, another
+/// range) without a copy of it. Elements are produced in blocks where they are consumed.
+
+#include <cstddef>
+
+#include "dataprocessing/valuemodel/cal.h"
+#include "dataprocessing/valuemodel/conv.h"
+#include "dataprocessing/valuemodel/dtyp.h"
+
+namespace dataprocessing::detail {
+
+/// One axis of a view: the stored elements, resampled to another delta, of which a part is
+/// selected that may reach outside. Rescale comes before Select, and each at most once.
+class view_cAxis {
+public:
+    /// All `count` stored elements, which lie at `cal`.
+    view_cAxis(int count, const cal_cArrayCal& cal) noexcept
+        : storedCount_(count), rescaledCount_(count), count_(count), cal_(cal) {}
+
+    /// Resamples to `delta` over the same extent: floor(length / delta + 0.5) elements from the
+    /// same start. Throws expt_cProgramException ("resc", 1) for a delta that is not positive and
+    /// finite, the size error for more than 2^31-1 elements.
+    void Rescale(double delta);
+    /// Selects the elements from `first` up to but without `last`, which may lie outside; nothing
+    /// when last is not after first. Positions stay where they are: the calibration index moves.
+    /// Throws the size error for more than 2^31-1 elements, the index error when the calibration
+    /// index would leave int.
+    void Select(long long first, long long last);
+
+    /// The number of elements seen.
+    int Count() const noexcept { return count_; }
+    /// Where the elements seen lie.
+    const cal_cArrayCal& Cal() const noexcept { return cal_; }
+    /// The position of the first element.
+    double Start() const noexcept { return cal_.Position(0); }
+    /// The position one past the last element.
+    double End() const noexcept { return cal_.Position(count_); }
+    /// True when the stored elements are seen as they are.
+    bool IsWhole() const noexcept {
+        return !rescaled_ && first_ == 0 && count_ == storedCount_;
+    }
+
+private:
+    friend class view_cView;
+
+    int storedCount_;
+    int rescaledCount_;
+    int count_;
+    bool rescaled_ = false;
+    long long first_ = 0; // index in the rescaled elements of the first one seen
+    double ratio_ = 1;    // stored elements per rescaled one
+    cal_cArrayCal cal_;
+};
+
+/// Stored elements seen as elements of `Type()` along two axes (a 1D array is one row).
+class view_cView {
+public:
+    /// A view of stored elements, row after row, x fastest. Both types are known ones.
+    view_cView(const void* data, dtyp_cDataType stored, dtyp_cDataType seen, const view_cAxis& x,
+               const view_cAxis& y, conv_eComplexConversion mode = conv_RealPart) noexcept
+        : data_(data), stored_(stored), seen_(seen), mode_(mode), x_(x), y_(y) {}
+
+    /// The type of the elements seen.
+    dtyp_cDataType Type() const noexcept { return seen_; }
+    /// The type of the elements stored.
+    dtyp_cDataType StoredType() const noexcept { return stored_; }
+    /// The number of elements seen.
+    std::size_t Count() const noexcept {
+        return static_cast<std::size_t>(x_.Count()) * static_cast<std::size_t>(y_.Count());
+    }
+    /// The X axis.
+    const view_cAxis& X() const noexcept { return x_; }
+    /// The Y axis.
+    const view_cAxis& Y() const noexcept { return y_; }
+
+    /// The stored elements, when all of them are seen in their order, perhaps in another type;
+    /// null otherwise.
+    const void* Stored() const noexcept {
+        return x_.IsWhole() && y_.IsWhole() ? data_ : nullptr;
+    }
+    /// The elements themselves, when they are seen exactly as they are stored; null otherwise.
+    const void* Direct() const noexcept { return stored_ == seen_ ? Stored() : nullptr; }
+
+    /// Writes the elements from `first` up to `first + count`, in storage order of what is seen,
+    /// as elements of Type(). The caller keeps within Count().
+    void Fetch(std::size_t first, std::size_t count, void* target) const;
+
+private:
+    void Row(long long y, long long x, int count, void* target) const;
+    void RescaledRow(long long y, long long x, int count, void* target) const;
+
+    const void* data_;
+    dtyp_cDataType stored_;
+    dtyp_cDataType seen_;
+    conv_eComplexConversion mode_;
+    view_cAxis x_;
+    view_cAxis y_;
+};
+
+} // namespace dataprocessing::detail
