@@ -1,0 +1,42 @@
+#pragma once
+
+/// @file
+/// Storage of array elements.
+
+#include <cstddef>
+
+namespace dataprocessing::detail {
+
+/// Uninitialised storage that begins on a cache line. Storage of 4 MiB and more begins on a huge
+/// page and asks the system for huge pages, so that touching it for the first time takes hundreds
+/// of page faults fewer; where the system has no such request it is ordinary storage.
+class mem_cBlock {
+public:
+    /// No storage.
+    mem_cBlock() noexcept = default;
+    /// Storage of this many bytes, with undefined content. Throws std::bad_alloc.
+    explicit mem_cBlock(std::size_t bytes);
+    /// Storage of its own with the same content.
+    mem_cBlock(const mem_cBlock& other);
+    /// Takes the storage; `other` is left with none.
+    mem_cBlock(mem_cBlock&& other) noexcept;
+    /// As the copy; when it throws, nothing has changed. A block of the same size is overwritten
+    /// in place.
+    mem_cBlock& operator=(const mem_cBlock& other);
+    /// As the move.
+    mem_cBlock& operator=(mem_cBlock&& other) noexcept;
+    ~mem_cBlock();
+
+    /// The first byte; null where there is none.
+    void* Data() noexcept { return data_; }
+    /// The first byte; null where there is none.
+    const void* Data() const noexcept { return data_; }
+    /// The number of bytes.
+    std::size_t Size() const noexcept { return size_; }
+
+private:
+    void* data_ = nullptr;
+    std::size_t size_ = 0;
+};
+
+} // namespace dataprocessing::detail

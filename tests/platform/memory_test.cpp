@@ -1,0 +1,111 @@
+#include "dataprocessing/platform/memory.h"
+
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+using dataprocessing::detail::mem_cBlock;
+
+namespace {
+
+constexpr std::size_t hugeFrom = std::size_t{4} << 20;
+
+mem_cBlock filled(std::size_t bytes, int value) {
+    mem_cBlock block(bytes);
+    std::memset(block.Data(), value, bytes);
+    return block;
+}
+
+bool holds(const mem_cBlock& block, std::size_t bytes, int value) {
+    const std::vector<unsigned char> expected(bytes, static_cast<unsigned char>(value));
+    return block.Size() == bytes && std::memcmp(block.Data(), expected.data(), bytes) == 0;
+}
+
+std::uintptr_t address(const mem_cBlock& block) {
+    return reinterpret_cast<std::uintptr_t>(block.Data());
+}
+
+} // namespace
+
+TEST(MemoryBlock, DefaultAndZeroBytesHaveNoStorage) {
+    EXPECT_EQ(mem_cBlock().Data(), nullptr);
+    EXPECT_EQ(mem_cBlock().Size(), 0u);
+    EXPECT_EQ(mem_cBlock(0).Data(), nullptr);
+    const mem_cBlock empty(0);
+    const mem_cBlock copy = empty;
+    EXPECT_EQ(copy.Data(), nullptr);
+}
+
+TEST(MemoryBlock, BeginsOnACacheLineAndLargeOnesOnAHugePage) {
+    for (const std::size_t bytes :
+         {std::size_t{1}, std::size_t{7}, std::size_t{65}, std::size_t{4096}, hugeFrom - 1})
+        EXPECT_EQ(address(mem_cBlock(bytes)) % 64, 0u) << bytes;
+    for (const std::size_t bytes : {hugeFrom, hugeFrom + 1, 3 * hugeFrom / 2 + 17})
+        EXPECT_EQ(address(mem_cBlock(bytes)) % (std::size_t{2} << 20), 0u) << bytes;
+}
+
+TEST(MemoryBlock, LargeOnesCanBeWrittenToTheLastByte) {
+    EXPECT_TRUE(holds(filled(hugeFrom + 12345, 0x5a), hugeFrom + 12345, 0x5a));
+}
+
+TEST(MemoryBlock, CopyIsIndependent) {
+    mem_cBlock first = filled(100, 1);
+    const mem_cBlock second = first;
+    std::memset(first.Data(), 2, first.Size());
+    EXPECT_TRUE(holds(second, 100, 1));
+}
+
+TEST(MemoryBlock, MoveLeavesNothingBehind) {
+    mem_cBlock first = filled(100, 3);
+    const void* storage = first.Data();
+    mem_cBlock second = std::move(first);
+    EXPECT_EQ(second.Data(), storage);
+    EXPECT_TRUE(holds(second, 100, 3));
+    EXPECT_EQ(first.Size(), 0u); // NOLINT(bugprone-use-after-move): the contract says so
+    EXPECT_EQ(first.Data(), nullptr);
+}
+
+TEST(MemoryBlock, MoveAssignmentLeavesNothingBehind) {
+    mem_cBlock first = filled(100, 3);
+    mem_cBlock second = filled(50, 4);
+    second = std::move(first);
+    EXPECT_TRUE(holds(second, 100, 3));
+    EXPECT_EQ(first.Size(), 0u); // NOLINT(bugprone-use-after-move): the contract says so
+    EXPECT_EQ(first.Data(), nullptr);
+}
+
+TEST(MemoryBlock, AssignmentOfAnEqualSizeReusesTheStorage) {
+    const mem_cBlock first = filled(100, 5);
+    mem_cBlock second = filled(100, 6);
+    const void* storage = second.Data();
+    second = first;
+    EXPECT_EQ(second.Data(), storage);
+    EXPECT_TRUE(holds(second, 100, 5));
+}
+
+TEST(MemoryBlock, AssignmentOfAnotherSizeTakesIt) {
+    const mem_cBlock first = filled(100, 5);
+    mem_cBlock second = filled(10, 6);
+    second = first;
+    EXPECT_TRUE(holds(second, 100, 5));
+    second = mem_cBlock();
+    EXPECT_EQ(second.Data(), nullptr);
+}
+
+TEST(MemoryBlock, AssignmentToItselfKeepsTheContent) {
+    mem_cBlock block = filled(100, 7);
+    mem_cBlock& same = block;
+    block = same;
+    EXPECT_TRUE(holds(block, 100, 7));
+    block = std::move(same);
+    EXPECT_TRUE(holds(block, 100, 7));
+}
+
+TEST(MemoryBlock, RequestBeyondTheAddressSpaceThrowsBadAlloc) {
+    volatile std::size_t bytes = ~std::size_t{0} >> 1; // hidden from the compiler's own check
+    EXPECT_THROW(mem_cBlock{bytes}, std::bad_alloc);
+}
