@@ -3,8 +3,12 @@
 /// @file
 /// The umbrella header: everything that a user of DataProcessing calls.
 
+#include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/comp.h"
 #include "dataprocessing/valuemodel/dtyp.h"
 #include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/valuemodel/mesg.h"
+#include "dataprocessing/valuemodel/obty.h"
 #include "dataprocessing/valuemodel/str.h"
+#include "dataprocessing/valuemodel/tgio.h"
 #include "dataprocessing/valuemodel/type.h"
