@@ -4,13 +4,16 @@
 /// Storage of array elements.
 
 #include <cstddef>
+#include <utility>
+
+#include "dataprocessing/dataprocessing_export.h"
 
 namespace dataprocessing::detail {
 
 /// Uninitialised storage that begins on a cache line. Storage of 4 MiB and more begins on a huge
 /// page and asks the system for huge pages, so that touching it for the first time takes hundreds
 /// of page faults fewer; where the system has no such request it is ordinary storage.
-class mem_cBlock {
+class DATAPROCESSING_EXPORT mem_cBlock {
 public:
     /// No storage.
     mem_cBlock() noexcept = default;
@@ -37,6 +40,25 @@ public:
 private:
     void* data_ = nullptr;
     std::size_t size_ = 0;
+};
+
+/// The number of elements of something that owns them: 0 once it has been moved from.
+class mem_cCount {
+public:
+    constexpr mem_cCount(int count = 0) noexcept : count_(count) {}
+    constexpr mem_cCount(const mem_cCount&) noexcept = default;
+    constexpr mem_cCount(mem_cCount&& other) noexcept : count_(std::exchange(other.count_, 0)) {}
+    constexpr mem_cCount& operator=(const mem_cCount&) noexcept = default;
+    constexpr mem_cCount& operator=(mem_cCount&& other) noexcept {
+        const int count = std::exchange(other.count_, 0);
+        count_ = count;
+        return *this;
+    }
+
+    constexpr operator int() const noexcept { return count_; }
+
+private:
+    int count_;
 };
 
 } // namespace dataprocessing::detail

@@ -39,9 +39,7 @@ public:
     /// The position one past the last element.
     double End() const noexcept { return cal_.Position(count_); }
     /// True when the stored elements are seen as they are.
-    bool IsWhole() const noexcept {
-        return !rescaled_ && first_ == 0 && count_ == storedCount_;
-    }
+    bool IsWhole() const noexcept { return !rescaled_ && first_ == 0 && count_ == storedCount_; }
 
 private:
     friend class view_cView;
@@ -78,9 +76,7 @@ public:
 
     /// The stored elements, when all of them are seen in their order, perhaps in another type;
     /// null otherwise.
-    const void* Stored() const noexcept {
-        return x_.IsWhole() && y_.IsWhole() ? data_ : nullptr;
-    }
+    const void* Stored() const noexcept { return x_.IsWhole() && y_.IsWhole() ? data_ : nullptr; }
     /// The elements themselves, when they are seen exactly as they are stored; null otherwise.
     const void* Direct() const noexcept { return stored_ == seen_ ? Stored() : nullptr; }
 

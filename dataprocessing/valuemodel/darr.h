@@ -1,0 +1,149 @@
+#pragma once
+
+/// @file
+/// Calibrated arrays: number arrays that know where they lie in calibrated space.
+
+#include <cstddef>
+#include <span>
+#include <utility>
+
+#include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/valuemodel/cal.h"
+#include "dataprocessing/valuemodel/parr.h"
+#include "dataprocessing/valuemodel/rnge.h"
+
+/// How a value between elements is found.
+enum darr_eInterpolation : int {
+    darr_NoInterpolation = 0,    ///< the element that covers the position
+    darr_LinearInterpolation = 1 ///< linear between the positions of neighbouring elements
+};
+
+/// A calibrated 1D array (a spectrum, a line profile).
+///
+/// Element `i` covers the positions from Cal().Position(i) up to Cal().Position(i + 1).
+class DATAPROCESSING_EXPORT darr_c1DArray : public parr_c1DNumberArray {
+public:
+    /// No element, of type double, on the default calibration.
+    darr_c1DArray() noexcept = default;
+    /// `count` elements with undefined values. Throws the size error when it is negative.
+    darr_c1DArray(int count, dtyp_cDataType type, const cal_c1DArrayCal& cal)
+        : parr_c1DNumberArray(count, type), cal_(cal) {}
+    /// `count` elements of the type and value of `fill`. Throws the size error when it is negative.
+    darr_c1DArray(int count, const pnum_cNumber& fill, const cal_c1DArrayCal& cal)
+        : parr_c1DNumberArray(count, fill), cal_(cal) {}
+    /// The elements of `elements`, which may be moved in.
+    explicit darr_c1DArray(parr_c1DNumberArray elements,
+                           const cal_c1DArrayCal& cal = cal_c1DArrayCal()) noexcept
+        : parr_c1DNumberArray(std::move(elements)), cal_(cal) {}
+    /// A copy of the elements of `elements`, as doubles.
+    darr_c1DArray(const arr_c1DNumberArray<double>& elements, const cal_c1DArrayCal& cal);
+    /// A copy of the elements of a span. Throws the size error for more than 2^31-1.
+    template<dtyp_Element T, std::size_t Extent>
+    explicit darr_c1DArray(std::span<const T, Extent> elements,
+                           const cal_c1DArrayCal& cal = cal_c1DArrayCal())
+        : parr_c1DNumberArray(elements), cal_(cal) {}
+
+    /// The calibration.
+    const cal_c1DArrayCal& Cal() const noexcept { return cal_; }
+    /// Sets the calibration.
+    void SetCal(const cal_c1DArrayCal& cal) noexcept { cal_ = cal; }
+    /// Sets the calibration's offset.
+    void SetOffsetX(double offset) noexcept { cal_.SetOffset(offset); }
+    /// Sets the calibration's delta.
+    void SetDeltaX(double delta) noexcept { cal_.SetDelta(delta); }
+    /// Sets the calibration's index.
+    void SetCalIndexX(int index) noexcept { cal_.SetCalIndex(index); }
+
+    /// The calibrated extent: from the position of element 0 to that of element Size().
+    rnge_c1DRange Range() const;
+
+    /// The elements from `first` up to but without `last`, as an array of its own. Indices may lie
+    /// outside: elements there are zero. Every position stays where it was, because the calibration
+    /// index moves. A last index that is not after the first gives no element. Throws the size
+    /// error for more than 2^31-1 elements, the index error when the calibration index would leave
+    /// int, and expt_cProgramException ("conv", 1) when the element type is unknown.
+    darr_c1DArray Selection(int first, int last) const;
+    /// The same for an index range.
+    darr_c1DArray Selection(const rnge_c1DIndexRange& range) const {
+        return Selection(range.First(), range.Last());
+    }
+    /// The same for the indices that `select` finds for a calibrated range.
+    darr_c1DArray Selection(const rnge_c1DRange& range, rnge_eIndexSelect select) const {
+        return Selection(rnge_c1DIndexRange(range, cal_, select));
+    }
+
+    /// The value at position `x`. Outside the array the end element holds. Without interpolation
+    /// the number has the array's type; linear interpolation gives a double for the integer types,
+    /// so that nothing is rounded away, and the array's type otherwise. Throws the index error for
+    /// an empty array or an `x` without an index (NaN, or a delta of zero), and
+    /// expt_cProgramException ("darr", 1) for an interpolation that is none of
+    /// darr_eInterpolation.
+    pnum_cNumber Value(double x, darr_eInterpolation interpolation) const;
+
+private:
+    cal_c1DArrayCal cal_;
+};
+
+/// A calibrated 2D array (an image): row after row, x fastest.
+class DATAPROCESSING_EXPORT darr_c2DArray : public parr_c2DNumberArray {
+public:
+    /// No element, of type double, on the default calibration.
+    darr_c2DArray() noexcept = default;
+    /// `sizeX` by `sizeY` elements with undefined values. Throws the size error when a size is
+    /// negative or the count passes 2^31-1.
+    darr_c2DArray(int sizeX, int sizeY, dtyp_cDataType type, const cal_c2DArrayCal& cal)
+        : parr_c2DNumberArray(sizeX, sizeY, type), cal_(cal) {}
+    /// `sizeX` by `sizeY` elements of the type and value of `fill`.
+    darr_c2DArray(int sizeX, int sizeY, const pnum_cNumber& fill, const cal_c2DArrayCal& cal)
+        : parr_c2DNumberArray(sizeX, sizeY, fill), cal_(cal) {}
+    /// The elements of `elements`, which may be moved in.
+    explicit darr_c2DArray(parr_c2DNumberArray elements,
+                           const cal_c2DArrayCal& cal = cal_c2DArrayCal()) noexcept
+        : parr_c2DNumberArray(std::move(elements)), cal_(cal) {}
+    /// A copy of the elements of a span. Throws the size error unless it has sizeX times sizeY.
+    template<dtyp_Element T, std::size_t Extent>
+    darr_c2DArray(int sizeX, int sizeY, std::span<const T, Extent> elements,
+                  const cal_c2DArrayCal& cal = cal_c2DArrayCal())
+        : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}
+
+    /// The calibration.
+    const cal_c2DArrayCal& Cal() const noexcept { return cal_; }
+    /// Sets the calibration.
+    void SetCal(const cal_c2DArrayCal& cal) noexcept { cal_ = cal; }
+    /// Sets the offset of X.
+    void SetOffsetX(double offset) noexcept { cal_.X().SetOffset(offset); }
+    /// Sets the delta of X.
+    void SetDeltaX(double delta) noexcept { cal_.X().SetDelta(delta); }
+    /// Sets the calibration index of X.
+    void SetCalIndexX(int index) noexcept { cal_.X().SetCalIndex(index); }
+    /// Sets the offset of Y.
+    void SetOffsetY(double offset) noexcept { cal_.Y().SetOffset(offset); }
+    /// Sets the delta of Y.
+    void SetDeltaY(double delta) noexcept { cal_.Y().SetDelta(delta); }
+    /// Sets the calibration index of Y.
+    void SetCalIndexY(int index) noexcept { cal_.Y().SetCalIndex(index); }
+
+    /// The calibrated extent, upright: from the position of element (0, 0) to that of (SizeX(),
+    /// SizeY()).
+    rnge_c2DRange Range() const;
+
+    /// Columns from `firstX` up to but without `lastX`, rows likewise, as an array of its own; see
+    /// darr_c1DArray::Selection.
+    darr_c2DArray Selection(int firstX, int firstY, int lastX, int lastY) const;
+    /// The same for an index range.
+    darr_c2DArray Selection(const rnge_c2DIndexRange& range) const {
+        return Selection(range.X().First(), range.Y().First(), range.X().Last(), range.Y().Last());
+    }
+    /// The same for the indices that `select` finds for the upright hull of a calibrated range.
+    darr_c2DArray Selection(const rnge_c2DRange& range, rnge_eIndexSelect select) const {
+        return Selection(rnge_c2DIndexRange(range, cal_, select));
+    }
+
+    /// Row `y` as a 1D array with the calibration of X. Throws the index error outside [0,
+    /// SizeY()).
+    darr_c1DArray LineAtY(int y) const;
+
+private:
+    cal_c2DArrayCal cal_;
+};

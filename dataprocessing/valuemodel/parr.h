@@ -1,0 +1,167 @@
+#pragma once
+
+/// @file
+/// Typed number arrays: contiguous elements of one of the ten types, without a calibration.
+
+#include <iosfwd>
+#include <span>
+
+#include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/platform/memory.h"
+#include "dataprocessing/valuemodel/dtyp.h"
+#include "dataprocessing/valuemodel/pnum.h"
+
+/// What the 1D and the 2D number arrays share: a type, a number of elements and their storage.
+///
+/// Storage begins on a 64-byte boundary. Copies are independent; moving leaves an array with no
+/// element. An array of a type outside the ten may be made: it has a count and no storage, and the
+/// operations refuse it.
+class DATAPROCESSING_EXPORT parr_cNumberArray {
+public:
+    /// The element type.
+    dtyp_cDataType DataType() const noexcept { return type_; }
+    /// The number of elements.
+    int Count() const noexcept { return count_; }
+    /// The elements in storage order; null where there is no storage.
+    void* Data() noexcept { return block_.Data(); }
+    /// The elements in storage order, for reading.
+    const void* Data() const noexcept { return block_.Data(); }
+
+    /// The elements as `T`, which must be the type they are stored in: throws
+    /// expt_cProgramException ("parr", 1) otherwise. Valid until the array is assigned to,
+    /// converted or destroyed.
+    template<dtyp_Element T>
+    std::span<T> Elements() {
+        RequireType(dtyp_Of<T>());
+        return {static_cast<T*>(Data()), static_cast<std::size_t>(Count())};
+    }
+    /// The elements as `T`, for reading.
+    template<dtyp_Element T>
+    std::span<const T> Elements() const {
+        RequireType(dtyp_Of<T>());
+        return {static_cast<const T*>(Data()), static_cast<std::size_t>(Count())};
+    }
+
+    /// Converts the elements in place by the rules of conv_Convert; the sizes are kept. When it
+    /// throws, nothing has changed.
+    void Convert(dtyp_cDataType type);
+
+protected:
+    parr_cNumberArray() noexcept : type_(dtyp_Double) {}
+    /// `count` elements with undefined values. Throws the size error when it is negative or more
+    /// than 2^31-1.
+    parr_cNumberArray(long long count, dtyp_cDataType type);
+    parr_cNumberArray(long long count, const pnum_cNumber& fill);
+    parr_cNumberArray(long long count, dtyp_cDataType type, const void* elements);
+    parr_cNumberArray(const parr_cNumberArray&) = default;
+    parr_cNumberArray(parr_cNumberArray&&) noexcept = default;
+    parr_cNumberArray& operator=(const parr_cNumberArray&) = default;
+    parr_cNumberArray& operator=(parr_cNumberArray&&) noexcept = default;
+    ~parr_cNumberArray() = default;
+
+    pnum_cNumber NumberAt(int index) const;
+    void SetNumberAt(int index, const pnum_cNumber& number);
+    /// Writes `count` elements from `first` on, converted from those of `source` from
+    /// `sourceFirst` on. The caller has checked the indices.
+    void CopyElements(const parr_cNumberArray& source, int sourceFirst, int first, int count);
+
+private:
+    void RequireType(dtyp_cDataType type) const;
+
+    // The block comes first: assigning it is what can fail, and then nothing else has changed.
+    dataprocessing::detail::mem_cBlock block_;
+    dtyp_cDataType type_;
+    dataprocessing::detail::mem_cCount count_;
+};
+
+/// A 1D number array.
+class DATAPROCESSING_EXPORT parr_c1DNumberArray : public parr_cNumberArray {
+public:
+    /// The floating type that real computations on 1D arrays use at least.
+    static constexpr dtyp_cDataType t1DValueArray = dtyp_Float;
+    /// The complex type that a 1D array is widened to when its result leaves the reals.
+    static constexpr dtyp_cDataType t1DComplexArray = dtyp_ComplexDouble;
+
+    /// No element, of type double.
+    parr_c1DNumberArray() noexcept = default;
+    /// `size` elements with undefined values. Throws the size error when it is negative.
+    parr_c1DNumberArray(int size, dtyp_cDataType type) : parr_cNumberArray(size, type) {}
+    /// `size` elements of the type and value of `fill`. Throws the size error when it is negative.
+    parr_c1DNumberArray(int size, const pnum_cNumber& fill) : parr_cNumberArray(size, fill) {}
+    /// A copy of `size` elements at `elements`. Throws the size error when it is negative.
+    parr_c1DNumberArray(int size, dtyp_cDataType type, const void* elements)
+        : parr_cNumberArray(size, type, elements) {}
+    /// A copy of the elements of a span. Throws the size error for more than 2^31-1.
+    template<dtyp_Element T, std::size_t Extent>
+    explicit parr_c1DNumberArray(std::span<const T, Extent> elements)
+        : parr_cNumberArray(static_cast<long long>(elements.size()), dtyp_Of<T>(),
+                            elements.data()) {}
+
+    /// The number of elements.
+    int Size() const noexcept { return Count(); }
+
+    /// Element `index` as a number of the array's type. Throws the index error outside [0, Size()).
+    pnum_cNumber Number(int index) const { return NumberAt(index); }
+    /// Sets element `index` to `number`, converted to the array's type by the rules of
+    /// conv_Convert. Throws the index error outside [0, Size()).
+    void SetNumber(int index, const pnum_cNumber& number) { SetNumberAt(index, number); }
+
+    /// Copies all elements of `source`, converted to this array's type, into this array from
+    /// element `start` on. Throws the index error, and changes nothing, unless they all fit.
+    void SetSelection(const parr_c1DNumberArray& source, int start);
+};
+
+/// A 2D number array: row after row, x fastest, no padding.
+class DATAPROCESSING_EXPORT parr_c2DNumberArray : public parr_cNumberArray {
+public:
+    /// The floating type that real computations on 2D arrays use at least.
+    static constexpr dtyp_cDataType t2DValueArray = dtyp_Float;
+    /// The complex type that a 2D array is widened to when its result leaves the reals.
+    static constexpr dtyp_cDataType t2DComplexArray = dtyp_ComplexDouble;
+
+    /// No element, of type double.
+    parr_c2DNumberArray() noexcept = default;
+    /// `sizeX` by `sizeY` elements with undefined values. Throws the size error when a size is
+    /// negative or the count passes 2^31-1.
+    parr_c2DNumberArray(int sizeX, int sizeY, dtyp_cDataType type);
+    /// `sizeX` by `sizeY` elements of the type and value of `fill`.
+    parr_c2DNumberArray(int sizeX, int sizeY, const pnum_cNumber& fill);
+    /// A copy of `sizeX` times `sizeY` elements at `elements`.
+    parr_c2DNumberArray(int sizeX, int sizeY, dtyp_cDataType type, const void* elements);
+    /// A copy of the elements of a span. Throws the size error unless it has sizeX times sizeY.
+    template<dtyp_Element T, std::size_t Extent>
+    parr_c2DNumberArray(int sizeX, int sizeY, std::span<const T, Extent> elements)
+        : parr_c2DNumberArray(sizeX, sizeY, dtyp_Of<T>(),
+                              CheckedElements(sizeX, sizeY, elements.size(), elements.data())) {}
+
+    /// The number of columns.
+    int SizeX() const noexcept { return sizeX_; }
+    /// The number of rows.
+    int SizeY() const noexcept { return sizeY_; }
+
+    /// Element (x, y) as a number of the array's type. Throws the index error outside the array.
+    pnum_cNumber Number(int x, int y) const { return NumberAt(IndexOf(x, y)); }
+    /// Sets element (x, y) to `number`, converted to the array's type by the rules of conv_Convert.
+    /// Throws the index error outside the array.
+    void SetNumber(int x, int y, const pnum_cNumber& number) { SetNumberAt(IndexOf(x, y), number); }
+
+    /// Copies all elements of `source`, converted to this array's type, into this array with its
+    /// first one at (startX, startY). Throws the index error, and changes nothing, unless they all
+    /// fit.
+    void SetSelection(const parr_c2DNumberArray& source, int startX, int startY);
+
+private:
+    int IndexOf(int x, int y) const;
+    static const void* CheckedElements(int sizeX, int sizeY, std::size_t count,
+                                       const void* elements);
+
+    dataprocessing::detail::mem_cCount sizeX_;
+    dataprocessing::detail::mem_cCount sizeY_;
+};
+
+/// Prints "[1, 2, 3]"; of long arrays the first and last elements.
+DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& stream,
+                                               const parr_c1DNumberArray& array);
+/// Prints one line per row; of large arrays the first and last elements of the outer rows.
+DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& stream,
+                                               const parr_c2DNumberArray& array);

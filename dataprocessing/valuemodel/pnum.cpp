@@ -1,0 +1,26 @@
+#include "dataprocessing/valuemodel/pnum.h"
+
+#include <cstring>
+#include <ostream>
+#include <type_traits>
+
+#include "dataprocessing/valuemodel/conv_check.h"
+#include "dataprocessing/valuemodel/conv_kernels.h"
+#include "dataprocessing/valuemodel/dtyp_print.h"
+
+using namespace dataprocessing::detail;
+
+pnum_cNumber::pnum_cNumber(dtyp_cDataType type, const void* element) noexcept : type_(type) {
+    std::memcpy(element_, element, type.SizeOf());
+}
+
+void pnum_cNumber::ConvertTo(dtyp_cDataType type, void* target,
+                             conv_eComplexConversion mode) const {
+    conv_Check(type_, type, mode);
+    conv_Elements(element_, type_, target, type, 1, mode);
+}
+
+std::ostream& operator<<(std::ostream& stream, const pnum_cNumber& number) {
+    dtyp_PrintElement(stream, number.DataType(), number.Data());
+    return stream;
+}

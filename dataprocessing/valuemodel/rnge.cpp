@@ -1,0 +1,183 @@
+#include "dataprocessing/valuemodel/rnge.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <ostream>
+
+#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/valuemodel/expt.h"
+
+namespace dataprocessing::detail {
+
+rnge_sBounds rnge_Hull(const rnge_sBounds& a, const rnge_sBounds& b) noexcept {
+    if (a.start > a.end && b.start > b.end)
+        return {std::max(a.start, b.start), std::min(a.end, b.end)};
+    return {std::min(a.start, b.start), std::max(a.end, b.end)};
+}
+
+} // namespace dataprocessing::detail
+
+using dataprocessing::detail::rnge_Hull;
+using dataprocessing::detail::rnge_sBounds;
+
+namespace {
+
+bool isSame(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+/// Sine and cosine that are exact at multiples of a quarter turn.
+struct sTurn {
+    double cosine;
+    double sine;
+
+    explicit sTurn(double angle) : cosine(std::cos(angle)), sine(std::sin(angle)) {
+        const double quarters = angle / (type_Pi / 2);
+        if (quarters == std::floor(quarters)) {
+            cosine = std::round(cosine);
+            sine = std::round(sine);
+        }
+    }
+};
+
+int toIndex(double p) {
+    if (std::isnan(p))
+        arr_IndexError();
+    constexpr double lowest = std::numeric_limits<int>::min();
+    constexpr double highest = std::numeric_limits<int>::max();
+    return static_cast<int>(std::clamp(p, lowest, highest));
+}
+
+enum class eRound { Floor, Nearest, Ceiling };
+
+int roundIndex(double p, eRound how) {
+    const double nearest = std::floor(p + 0.5);
+    constexpr double tolerance = 1e-6;
+    if (how == eRound::Nearest || std::fabs(p - nearest) <= tolerance)
+        return toIndex(nearest);
+    return toIndex(how == eRound::Floor ? std::floor(p) : std::ceil(p));
+}
+
+rnge_c1DIndexRange selectIndices(const rnge_sBounds& bounds, const cal_cArrayCal& cal,
+                                 rnge_eIndexSelect select) {
+    const double p = cal.RealIndex(bounds.start);
+    const double q = cal.RealIndex(bounds.end);
+    switch (select) {
+    case rnge_IndexFloor:
+        return {roundIndex(p, eRound::Floor), roundIndex(q, eRound::Floor)};
+    case rnge_IndexNearest:
+        return {roundIndex(p, eRound::Nearest), roundIndex(q, eRound::Nearest)};
+    case rnge_IndexOuter:
+        return {roundIndex(p, eRound::Floor), roundIndex(q, eRound::Ceiling)};
+    case rnge_IndexCeiling:
+        return {roundIndex(p, eRound::Ceiling), roundIndex(q, eRound::Ceiling)};
+    }
+    throw expt_cProgramException("rnge", 1, "Unknown index selection.");
+}
+
+/// The bounds of a rectangle along each axis. An upright one keeps the direction it has.
+rnge_sBounds boundsX(const rnge_c2DRange& r) {
+    if (r.Angle() == 0)
+        return {r.Left(), r.Right()};
+    const auto [low, high] = std::minmax({r.Left(), r.BottomX(), r.Right(), r.TopX()});
+    return {low, high};
+}
+rnge_sBounds boundsY(const rnge_c2DRange& r) {
+    if (r.Angle() == 0)
+        return {r.Bottom(), r.Top()};
+    const auto [low, high] = std::minmax({r.LeftY(), r.Bottom(), r.RightY(), r.Top()});
+    return {low, high};
+}
+
+} // namespace
+
+rnge_c1DRange::~rnge_c1DRange() = default;
+
+rnge_c1DRange& rnge_c1DRange::operator=(const rnge_c1DRange& other) {
+    Set(other.start_, other.end_);
+    return *this;
+}
+
+void rnge_c1DRange::Set(double start, double end) {
+    const bool changed = !isSame(start, start_) || !isSame(end, end_);
+    start_ = start;
+    end_ = end;
+    if (changed)
+        SendMessage(rnge_1DRangeChanged, nullptr);
+}
+
+type_cBoolean rnge_c1DRange::Intersects(const rnge_c1DRange& other) const noexcept {
+    return std::max(start_, other.start_) < std::min(end_, other.end_);
+}
+
+rnge_c1DRange rnge_c1DRange::operator&(const rnge_c1DRange& other) const {
+    const double start = std::max(start_, other.start_);
+    return {start, std::max(start, std::min(end_, other.end_))};
+}
+
+rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b) {
+    const rnge_sBounds hull = rnge_Hull({a.Start(), a.End()}, {b.Start(), b.End()});
+    return {hull.start, hull.end};
+}
+
+const rnge_c2DRange rnge_c2DRange::Null;
+
+rnge_c2DRange::rnge_c2DRange(double left, double bottom, double right, double top) noexcept
+    : corners_{{left, bottom}, {right, bottom}, {right, top}, {left, top}},
+      centerX_((left + right) / 2), centerY_((bottom + top) / 2), length_(right - left),
+      width_(top - bottom), angle_(0) {}
+
+rnge_c2DRange::rnge_c2DRange(double centerX, double centerY, double length, double width,
+                             double angle) noexcept
+    : centerX_(centerX), centerY_(centerY), length_(length), width_(width), angle_(angle) {
+    const sTurn turn(angle);
+    // The rectangle's own corners counter-clockwise from its own left bottom. Which of them is the
+    // leftmost changes with every quarter turn; an upright rectangle starts with its own first.
+    constexpr double own[4][2] = {{-0.5, -0.5}, {0.5, -0.5}, {0.5, 0.5}, {-0.5, 0.5}};
+    const double quarters = std::fmod(std::ceil(angle / (type_Pi / 2)), 4.0);
+    const int turned = std::isfinite(quarters) ? static_cast<int>(quarters) : 0;
+    for (int i = 0; i < 4; ++i) {
+        const double* corner = own[(i - turned + 8) % 4];
+        const double x = corner[0] * length;
+        const double y = corner[1] * width;
+        corners_[i] = {centerX + x * turn.cosine - y * turn.sine,
+                       centerY + x * turn.sine + y * turn.cosine};
+    }
+}
+
+type_cBoolean rnge_c2DRange::Contains(double x, double y) const noexcept {
+    if (angle_ == 0)
+        return corners_[0].x <= x && x < corners_[2].x && corners_[0].y <= y && y < corners_[2].y;
+    const sTurn turn(angle_);
+    const double dx = x - centerX_;
+    const double dy = y - centerY_;
+    const double u = dx * turn.cosine + dy * turn.sine;
+    const double v = dy * turn.cosine - dx * turn.sine;
+    return -length_ / 2 <= u && u < length_ / 2 && -width_ / 2 <= v && v < width_ / 2;
+}
+
+rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) {
+    const rnge_sBounds x = rnge_Hull(boundsX(a), boundsX(b));
+    const rnge_sBounds y = rnge_Hull(boundsY(a), boundsY(b));
+    return {x.start, y.start, x.end, y.end};
+}
+
+rnge_c1DIndexRange::rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_cArrayCal& cal,
+                                       rnge_eIndexSelect select)
+    : rnge_c1DIndexRange(selectIndices({range.Start(), range.End()}, cal, select)) {}
+
+rnge_c2DIndexRange::rnge_c2DIndexRange(const rnge_c2DRange& range, const cal_c2DArrayCal& cal,
+                                       rnge_eIndexSelect select)
+    : x_(selectIndices(boundsX(range), cal.X(), select)),
+      y_(selectIndices(boundsY(range), cal.Y(), select)) {}
+
+std::ostream& operator<<(std::ostream& stream, const rnge_c1DRange& range) {
+    return stream << '[' << range.Start() << ", " << range.End() << ')';
+}
+
+std::ostream& operator<<(std::ostream& stream, const rnge_c2DRange& range) {
+    if (range.Angle() == 0)
+        return stream << '[' << range.Left() << ", " << range.Right() << ") x [" << range.Bottom()
+                      << ", " << range.Top() << ')';
+    return stream << range.Length() << " x " << range.Width() << " at (" << range.CenterX() << ", "
+                  << range.CenterY() << "), turned by " << range.Angle();
+}
