@@ -38,18 +38,18 @@ constexpr bool arit_hasLoops = !std::is_same_v<T, unsigned char> && !std::is_sam
 // instruction, into the types that arithmetic on them gives. Everything else is widened a block at
 // a time by whoever runs the loop.
 template<class T, class Stored>
-constexpr bool arit_widens =
-    std::is_integral_v<Stored> && (std::is_same_v<T, float> || std::is_same_v<T, int> ||
-                                   std::is_same_v<T, short>)&&sizeof(Stored) <= 2 &&
-    sizeof(Stored) < sizeof(T);
+constexpr bool arit_widens = std::is_integral_v<Stored> &&
+                             (std::is_same_v<T, float> || std::is_same_v<T, int> ||
+                              std::is_same_v<T, short>)&&sizeof(Stored) <= 2 &&
+                             sizeof(Stored) < sizeof(T);
 
 template<class T, class A, class B, arit_eOperation operation>
 constexpr bool arit_exists = [] {
     constexpr bool wideningA = arit_widens<T, A>, wideningB = arit_widens<T, B>;
     if constexpr (std::is_same_v<T, A> && std::is_same_v<T, B>)
         return arit_hasLoops<T>;
-    else if constexpr (!(wideningA && wideningB && std::is_same_v<A, B>) &&
-                       !(wideningA && std::is_same_v<T, B>) && !(std::is_same_v<T, A> && wideningB))
+    else if constexpr (!(wideningA && wideningB && std::is_same_v<A, B>)&&!(
+                           wideningA && std::is_same_v<T, B>)&&!(std::is_same_v<T, A> && wideningB))
         return false;
     else if constexpr (std::is_same_v<T, float>)
         // Sums of small integers are integers.

@@ -1,0 +1,299 @@
+#include "dataprocessing/binary/binary1_kernels.h"
+
+#include <algorithm>
+#include <cstdint>
+
+#include "dataprocessing/platform/arit.h"
+#include "dataprocessing/platform/ipl.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+/// How the image library serves an element type: not at all when `chunk` is 0.
+struct sImageService {
+    int depth;
+    int chunk;
+};
+
+constexpr sImageService imageService(dtyp_cDataType type, int operation) noexcept {
+    if (operation < arit_Add || operation > arit_Multiply)
+        return {0, 0};
+    switch (type.Code()) {
+    case dtyp_Int16:
+        return {IPL_DEPTH_16S, 4};
+    case dtyp_Int32:
+        return {IPL_DEPTH_32S, 2};
+    case dtyp_Float:
+        return {IPL_DEPTH_32F, 2};
+    default:
+        return {0, 0};
+    }
+}
+
+ipl_sImage rowHeader(int depth, int width, const void* data) noexcept {
+    ipl_sImage image = ipl_Header(1, 0, depth, "GRAY", "GRAY", IPL_DATA_ORDER_PIXEL, IPL_ORIGIN_BL,
+                                  IPL_ALIGN_QWORD, width, 1, nullptr, nullptr, nullptr, nullptr);
+    image.data = const_cast<void*>(data); // a source header is only read through
+    return image;
+}
+
+arit_eForm formOf(bool firstIsArray, bool secondIsArray) noexcept {
+    return !firstIsArray ? arit_NumberFirst : secondIsArray ? arit_Arrays : arit_NumberSecond;
+}
+
+void combineRows(const void* a, const void* b, void* result, int depth, int width,
+                 arit_eOperation operation, arit_eForm form, level_eSet level) noexcept {
+    ipl_sImage target = rowHeader(depth, width, result);
+    if (form == arit_Arrays) {
+        const ipl_sImage first = rowHeader(depth, width, a);
+        const ipl_sImage second = rowHeader(depth, width, b);
+        ipl_Combine(operation, &first, &second, &target, level);
+        return;
+    }
+    // The subtraction is never flipped, not even for a number minus an array: whole chunks of that
+    // hold the array's element minus the number, and callers rely on it.
+    const ipl_sImage source = rowHeader(depth, width, form == arit_NumberFirst ? b : a);
+    const void* number = form == arit_NumberFirst ? a : b;
+    switch (depth) {
+    case IPL_DEPTH_16S:
+        ipl_CombineScalar(operation, &source, &target, int{*static_cast<const short*>(number)},
+                          false, level);
+        break;
+    case IPL_DEPTH_32S:
+        ipl_CombineScalar(operation, &source, &target,
+                          static_cast<float>(*static_cast<const int*>(number)), false, level);
+        break;
+    default:
+        ipl_CombineScalar(operation, &source, &target, *static_cast<const float*>(number), false,
+                          level);
+    }
+}
+
+const void* advanced(const void* data, std::size_t bytes) noexcept {
+    return static_cast<const std::byte*>(data) + bytes;
+}
+
+void* advanced(void* data, std::size_t bytes) noexcept {
+    return static_cast<std::byte*>(data) + bytes;
+}
+
+} // namespace
+
+void bnry_RunKernel(const void* a, const void* b, void* result,
+                    const bnry_sAritOperation& operation, level_eSet level) {
+    const dtyp_cDataType type(operation.dataType);
+    const arit_eForm form = formOf(operation.firstIsArray != 0, operation.secondIsArray != 0);
+    const arit_Loop loop = arit_PlainLoop(type, operation.operation, form, level);
+    if (loop == nullptr || operation.count <= 0)
+        return;
+
+    const sImageService image = imageService(type, operation.operation);
+    const int rows = image.chunk == 0 ? 0 : operation.count - operation.count % image.chunk;
+    if (rows != 0)
+        combineRows(a, b, result, image.depth, rows,
+                    static_cast<arit_eOperation>(operation.operation), form, level);
+    if (rows == operation.count)
+        return;
+    const std::size_t done = static_cast<std::size_t>(rows) * type.SizeOf();
+    loop(form == arit_NumberFirst ? a : advanced(a, done),
+         form == arit_NumberSecond ? b : advanced(b, done), advanced(result, done),
+         static_cast<std::size_t>(operation.count - rows));
+}
+
+namespace {
+
+// Three blocks and what they come from stay in the first-level cache. The number of elements in a
+// block is a multiple of every chunk of the image library, so that chunks counted from the start of
+// a block are those counted from the start of the array.
+constexpr std::size_t blockBytes = 8192;
+static_assert(blockBytes / sizeof(comp_cComplex<double>) % 4 == 0);
+
+// Results from here on would push themselves, and what else is there, out of any last-level cache.
+constexpr std::size_t streamFrom = std::size_t{48} << 20;
+
+/// An operand as a loop reads it: in place, or fetched a block at a time.
+class cSource {
+public:
+    /// The elements of `operand` in the common type.
+    static cSource Converted(const bnry_cOperand& operand, dtyp_cDataType type) noexcept {
+        const view_cView* view = operand.View();
+        if (view == nullptr)
+            return {operand.Element(), 0, nullptr};
+        const void* direct = view->Direct();
+        return {direct, type.SizeOf(), direct == nullptr ? view : nullptr};
+    }
+    /// The elements of `operand` as they are stored; it is a number, or a view of stored elements
+    /// in their order.
+    static cSource Stored(const bnry_cOperand& operand) noexcept {
+        const view_cView* view = operand.View();
+        if (view == nullptr)
+            return {operand.Element(), 0, nullptr};
+        return {view->Stored(), view->StoredType().SizeOf(), nullptr};
+    }
+
+    /// Whether all elements can be read where they are.
+    bool InPlace() const noexcept { return view_ == nullptr; }
+    /// The elements from `first` on: where they are, or in `block`.
+    const void* Read(std::size_t first, std::size_t count, void* block) const {
+        if (view_ == nullptr)
+            return advanced(data_, first * step_);
+        view_->Fetch(first, count, block);
+        return block;
+    }
+
+private:
+    cSource(const void* data, std::size_t step, const view_cView* view) noexcept
+        : data_(data), step_(step), view_(view) {}
+
+    const void* data_;
+    std::size_t step_; // 0 for a number: it stays where it is
+    const view_cView* view_;
+};
+
+/// The elements [first, last) of a result of `type`.
+struct sPart {
+    dtyp_cDataType type;
+    void* result;
+    std::size_t first;
+    std::size_t last;
+};
+
+/// Calls step(a, b, result, count), which answers whether to go on, for a part of a result: once,
+/// or block by block where an operand must be fetched or the result streamed.
+template<class Step>
+bool run(const cSource& a, const cSource& b, const sPart& part, const Step& step) {
+    const std::size_t size = part.type.SizeOf();
+    const bool streams = (part.last - part.first) * size >= streamFrom;
+    if (part.first == part.last)
+        return true;
+    if (!streams && a.InPlace() && b.InPlace())
+        return step(a.Read(part.first, 0, nullptr), b.Read(part.first, 0, nullptr),
+                    advanced(part.result, part.first * size), part.last - part.first);
+
+    alignas(64) std::byte blockA[blockBytes];
+    alignas(64) std::byte blockB[blockBytes];
+    alignas(64) std::byte blockResult[blockBytes];
+    for (std::size_t first = part.first; first < part.last; first += blockBytes / size) {
+        const std::size_t count = std::min(blockBytes / size, part.last - first);
+        void* target = advanced(part.result, first * size);
+        void* written = streams ? blockResult : target;
+        if (!step(a.Read(first, count, blockA), b.Read(first, count, blockB), written, count))
+            return false;
+        if (streams)
+            arit_StreamOut(target, written, count * size);
+    }
+    return true;
+}
+
+/// A loop that is run to the end.
+class cWholeLoop {
+public:
+    explicit cWholeLoop(arit_Loop loop) noexcept : loop_(loop) {}
+    bool operator()(const void* a, const void* b, void* result, std::size_t count) const noexcept {
+        loop_(a, b, result, count);
+        return true;
+    }
+
+private:
+    arit_Loop loop_;
+};
+
+/// The type that an operand's elements are stored as; `type` for a number, code 0 for a view whose
+/// elements are not stored in the order in which they are seen.
+dtyp_cDataType storedType(const bnry_cOperand& operand, dtyp_cDataType type) noexcept {
+    if (operand.View() == nullptr)
+        return type;
+    return operand.View()->Stored() != nullptr ? operand.View()->StoredType() : dtyp_cDataType(0);
+}
+
+/// The number as an element of the image library's arithmetic.
+class cImageScalar {
+public:
+    cImageScalar(const void* element, dtyp_cDataType type) noexcept : element_(element) {
+        if (type == dtyp_Int32) {
+            passed_ = ipl_IntegerOf(static_cast<float>(*static_cast<const int*>(element)));
+            element_ = &passed_;
+        }
+    }
+    cImageScalar(const cImageScalar&) = delete;
+    cImageScalar& operator=(const cImageScalar&) = delete;
+
+    const void* Element() const noexcept { return element_; }
+
+private:
+    int passed_ = 0;
+    const void* element_;
+};
+
+void runKernel(int operation, const bnry_cOperand& a, const bnry_cOperand& b, const sPart& part,
+               level_eSet level) {
+    run(cSource::Converted(a, part.type), cSource::Converted(b, part.type), part,
+        [&](const void* first, const void* second, void* result, std::size_t count) {
+            bnry_RunKernel(first, second, result,
+                           {operation, part.type.Code(), a.View() != nullptr, b.View() != nullptr,
+                            static_cast<int>(count)},
+                           level);
+            return true;
+        });
+}
+
+} // namespace
+
+void bnry_Compute(int operation, dtyp_cDataType type, const bnry_cOperand& a,
+                  const bnry_cOperand& b, void* result, std::size_t count, level_eSet level) {
+    const dtyp_cDataType storedA = storedType(a, type);
+    const dtyp_cDataType storedB = storedType(b, type);
+    const arit_eForm form = formOf(a.View() != nullptr, b.View() != nullptr);
+    if (storedA == type && storedB == type)
+        return runKernel(operation, a, b, {type, result, 0, count}, level);
+
+    const sImageService image = imageService(type, operation);
+    if (form == arit_Arrays || image.chunk == 0) {
+        if (const arit_Loop loop =
+                arit_WideningLoop(type, storedA, storedB, operation, form, level))
+            run(cSource::Stored(a), cSource::Stored(b), {type, result, 0, count}, cWholeLoop(loop));
+        else
+            runKernel(operation, a, b, {type, result, 0, count}, level);
+        return;
+    }
+
+    const bool numberFirst = form == arit_NumberFirst;
+    const bnry_cOperand& array = numberFirst ? b : a;
+    const arit_Loop loop = arit_WideningLoop(type, numberFirst ? storedB : storedA, type, operation,
+                                             arit_NumberSecond, level);
+    if (loop == nullptr)
+        return runKernel(operation, a, b, {type, result, 0, count}, level);
+    const cImageScalar scalar((numberFirst ? a : b).Element(), type);
+    const std::size_t rows = count - count % static_cast<std::size_t>(image.chunk);
+    run(cSource::Stored(array), cSource::Stored(bnry_cOperand(scalar.Element())),
+        {type, result, 0, rows}, cWholeLoop(loop));
+    runKernel(operation, a, b, {type, result, rows, count}, level);
+}
+
+bool bnry_DivideTesting(dtyp_cDataType type, const bnry_cOperand& a, const bnry_cOperand& b,
+                        void* result, std::size_t count, level_eSet level) {
+    if (count == 0)
+        return false;
+    if (b.View() == nullptr) {
+        if (arit_IsZero(type, b.Element()))
+            return true;
+        bnry_Compute(arit_Divide, type, a, b, result, count, level);
+        return false;
+    }
+
+    const arit_eForm form = formOf(a.View() != nullptr, true);
+    const sPart all{type, result, 0, count};
+    const auto testing = [](arit_TestingLoop loop) {
+        return [loop](const void* first, const void* second, void* quotients, std::size_t number) {
+            return !loop(first, second, quotients, number);
+        };
+    };
+    if (const arit_TestingLoop loop =
+            arit_TestingDivision(type, storedType(a, type), storedType(b, type), form, level))
+        return !run(cSource::Stored(a), cSource::Stored(b), all, testing(loop));
+    return !run(cSource::Converted(a, type), cSource::Converted(b, type), all,
+                testing(arit_TestingDivision(type, type, type, form, level)));
+}
+
+} // namespace dataprocessing::detail
