@@ -159,18 +159,11 @@ struct sPart {
     std::size_t last;
 };
 
-/// Calls step(a, b, result, count), which answers whether to go on, for a part of a result: once,
-/// or block by block where an operand must be fetched or the result streamed.
+/// Calls step(a, b, result, count), which answers whether to go on, block by block.
 template<class Step>
-bool run(const cSource& a, const cSource& b, const sPart& part, const Step& step) {
+bool runBlocks(const cSource& a, const cSource& b, const sPart& part, bool streams,
+               const Step& step) {
     const std::size_t size = part.type.SizeOf();
-    const bool streams = (part.last - part.first) * size >= streamFrom;
-    if (part.first == part.last)
-        return true;
-    if (!streams && a.InPlace() && b.InPlace())
-        return step(a.Read(part.first, 0, nullptr), b.Read(part.first, 0, nullptr),
-                    advanced(part.result, part.first * size), part.last - part.first);
-
     alignas(64) std::byte blockA[blockBytes];
     alignas(64) std::byte blockB[blockBytes];
     alignas(64) std::byte blockResult[blockBytes];
@@ -184,6 +177,19 @@ bool run(const cSource& a, const cSource& b, const sPart& part, const Step& step
             arit_StreamOut(target, written, count * size);
     }
     return true;
+}
+
+/// The same at once where nothing must be fetched and the result is not streamed.
+template<class Step>
+bool run(const cSource& a, const cSource& b, const sPart& part, const Step& step) {
+    if (part.first == part.last)
+        return true;
+    const std::size_t size = part.type.SizeOf();
+    const bool streams = (part.last - part.first) * size >= streamFrom;
+    if (streams || !a.InPlace() || !b.InPlace())
+        return runBlocks(a, b, part, streams, step);
+    return step(a.Read(part.first, 0, nullptr), b.Read(part.first, 0, nullptr),
+                advanced(part.result, part.first * size), part.last - part.first);
 }
 
 /// A loop that is run to the end.

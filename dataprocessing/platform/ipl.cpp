@@ -7,25 +7,6 @@ namespace dataprocessing::detail {
 
 namespace {
 
-/// The element type of a depth; of code 0 for a depth that has no arithmetic.
-constexpr dtyp_cDataType typeOf(int depth) noexcept {
-    switch (depth) {
-    case IPL_DEPTH_16S:
-        return dtyp_Int16;
-    case IPL_DEPTH_32S:
-        return dtyp_Int32;
-    case IPL_DEPTH_32F:
-        return dtyp_Float;
-    default:
-        return dtyp_cDataType(0);
-    }
-}
-
-void copyName(const char* from, char (&to)[4]) noexcept {
-    for (int i = 0; i < 4 && from != nullptr && from[i] != '\0'; ++i)
-        to[i] = from[i];
-}
-
 bool agree(const ipl_sImage& a, const ipl_sImage& b) noexcept {
     return a.depth == b.depth && a.channels == b.channels && a.width == b.width &&
            a.height == b.height;
@@ -46,7 +27,7 @@ std::size_t rowElements(const ipl_sImage& image) noexcept {
 /// `scalar` is an element of the source's type.
 void combineElement(arit_eOperation operation, const ipl_sImage& source, ipl_sImage& result,
                     const void* scalar, bool flip, level_eSet level) noexcept {
-    const arit_Loop loop = arit_PlainLoop(typeOf(source.depth), operation,
+    const arit_Loop loop = arit_PlainLoop(ipl_ElementType(source.depth), operation,
                                           flip ? arit_NumberFirst : arit_NumberSecond, level);
     if (loop == nullptr || !agree(source, result))
         return;
@@ -57,31 +38,6 @@ void combineElement(arit_eOperation operation, const ipl_sImage& source, ipl_sIm
 }
 
 } // namespace
-
-ipl_sImage ipl_Header(int channels, int alphaChannel, int depth, const char* colourModel,
-                      const char* channelSequence, int dataOrder, int origin, int align, int width,
-                      int height, const ipl_sRoi* roi, ipl_sImage* mask, void* id,
-                      ipl_sTileInfo* tileInfo) noexcept {
-    ipl_sImage image;
-    image.channels = channels;
-    image.alphaChannel = alphaChannel;
-    image.depth = depth;
-    copyName(colourModel, image.colourModel);
-    copyName(channelSequence, image.channelSequence);
-    image.dataOrder = dataOrder;
-    image.origin = origin;
-    image.align = align;
-    image.width = width;
-    image.height = height;
-    image.roi = roi;
-    image.mask = mask;
-    image.id = id;
-    image.tileInfo = tileInfo;
-    const std::size_t step = static_cast<std::size_t>(align);
-    const std::size_t bytes = rowElements(image) * typeOf(depth).SizeOf();
-    image.rowBytes = align > 0 ? (bytes + step - 1) / step * step : bytes;
-    return image;
-}
 
 ipl_sImage* iplCreateImageHeader(int channels, int alphaChannel, int depth, const char* colourModel,
                                  const char* channelSequence, int dataOrder, int origin, int align,
@@ -104,7 +60,7 @@ int ipl_IntegerOf(float scalar) noexcept {
 
 void ipl_Combine(arit_eOperation operation, const ipl_sImage* a, const ipl_sImage* b,
                  ipl_sImage* result, level_eSet level) noexcept {
-    const arit_Loop loop = arit_PlainLoop(typeOf(a->depth), operation, arit_Arrays, level);
+    const arit_Loop loop = arit_PlainLoop(ipl_ElementType(a->depth), operation, arit_Arrays, level);
     if (loop == nullptr || !agree(*a, *result) || !agree(*b, *result))
         return;
     for (int y = 0; y < result->height; ++y)

@@ -52,12 +52,49 @@ struct ipl_sImage {
     void* data = nullptr;
 };
 
+/// The element type of a depth; of code 0 for a depth that has no arithmetic.
+constexpr dtyp_cDataType ipl_ElementType(int depth) noexcept {
+    switch (depth) {
+    case IPL_DEPTH_16S:
+        return dtyp_Int16;
+    case IPL_DEPTH_32S:
+        return dtyp_Int32;
+    case IPL_DEPTH_32F:
+        return dtyp_Float;
+    default:
+        return dtyp_cDataType(0);
+    }
+}
+
 /// The header with these properties and no storage yet, by value: for a caller who needs it for one
-/// call only.
-ipl_sImage ipl_Header(int channels, int alphaChannel, int depth, const char* colourModel,
-                      const char* channelSequence, int dataOrder, int origin, int align, int width,
-                      int height, const ipl_sRoi* roi, ipl_sImage* mask, void* id,
-                      ipl_sTileInfo* tileInfo) noexcept;
+/// call only. Names are taken up to four characters.
+constexpr ipl_sImage ipl_Header(int channels, int alphaChannel, int depth, const char* colourModel,
+                                const char* channelSequence, int dataOrder, int origin, int align,
+                                int width, int height, const ipl_sRoi* roi, ipl_sImage* mask,
+                                void* id, ipl_sTileInfo* tileInfo) noexcept {
+    ipl_sImage image;
+    image.channels = channels;
+    image.alphaChannel = alphaChannel;
+    image.depth = depth;
+    for (int i = 0; i < 4 && colourModel[i] != '\0'; ++i)
+        image.colourModel[i] = colourModel[i];
+    for (int i = 0; i < 4 && channelSequence[i] != '\0'; ++i)
+        image.channelSequence[i] = channelSequence[i];
+    image.dataOrder = dataOrder;
+    image.origin = origin;
+    image.align = align;
+    image.width = width;
+    image.height = height;
+    image.roi = roi;
+    image.mask = mask;
+    image.id = id;
+    image.tileInfo = tileInfo;
+    const std::size_t step = align > 0 ? static_cast<std::size_t>(align) : 1;
+    const std::size_t bytes = static_cast<std::size_t>(width) * static_cast<std::size_t>(channels) *
+                              ipl_ElementType(depth).SizeOf();
+    image.rowBytes = (bytes + step - 1) / step * step;
+    return image;
+}
 
 /// The same header in storage of its own; the caller sets its `data` and frees it through
 /// iplDeallocate. Throws std::bad_alloc.

@@ -4,6 +4,7 @@
 /// Storage of array elements.
 
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 
 #include "dataprocessing/dataprocessing_export.h"
@@ -31,14 +32,21 @@ public:
     ~mem_cBlock();
 
     /// The first byte; null where there is none.
-    void* Data() noexcept { return data_; }
+    void* Data() noexcept { return FirstLine(); }
     /// The first byte; null where there is none.
-    const void* Data() const noexcept { return data_; }
+    const void* Data() const noexcept { return FirstLine(); }
     /// The number of bytes.
     std::size_t Size() const noexcept { return size_; }
 
 private:
-    void* data_ = nullptr;
+    // What was allocated begins anywhere, the block on the first cache line in it.
+    void* FirstLine() const noexcept {
+        constexpr std::uintptr_t line = 64;
+        const std::uintptr_t begin = reinterpret_cast<std::uintptr_t>(allocated_);
+        return reinterpret_cast<void*>((begin + (line - 1)) & ~(line - 1));
+    }
+
+    void* allocated_ = nullptr;
     std::size_t size_ = 0;
 };
 

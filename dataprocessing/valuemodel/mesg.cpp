@@ -64,6 +64,9 @@ mesg_cReceiver::~mesg_cReceiver() {
         sender->Forget(*this);
 }
 
+// Not pure: a receiver that is also a sender may reach itself when it is half destroyed.
+void mesg_cReceiver::ReceiveMessage(unsigned long, mesg_cSender&, mesg_sMessageData*) {}
+
 void mesg_cSender::AddReceiver(mesg_cReceiver& receiver, unsigned short mask) {
     if (!state_)
         state_.reset(new sState);

@@ -53,14 +53,14 @@ protected:
     virtual ~mesg_cReceiver();
 
 public:
-    /// Handles message `id` of `sender`, with the data of the message or null.
+    /// Handles message `id` of `sender`, with the data of the message or null. The base does
+    /// nothing.
     ///
     /// A handler may do anything to the sender and to other objects: send, add and remove
     /// receivers, destroy receivers, itself included, and the sender. With `mesg_SenderDestroyed`
     /// the sender has become a plain `mesg_cSender` that is told apart by its address only, and has
     /// already forgotten this receiver.
-    virtual void ReceiveMessage(unsigned long id, mesg_cSender& sender,
-                                mesg_sMessageData* data) = 0;
+    virtual void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data);
 
 protected:
     /// A receiver that listens to nothing.

@@ -20,6 +20,7 @@ rnge_sBounds rnge_Hull(const rnge_sBounds& a, const rnge_sBounds& b) noexcept {
 
 using dataprocessing::detail::rnge_Hull;
 using dataprocessing::detail::rnge_sBounds;
+using dataprocessing::detail::rnge_Select;
 
 namespace {
 
@@ -57,23 +58,6 @@ int roundIndex(double p, eRound how) {
     return toIndex(how == eRound::Floor ? std::floor(p) : std::ceil(p));
 }
 
-rnge_c1DIndexRange selectIndices(const rnge_sBounds& bounds, const cal_cArrayCal& cal,
-                                 rnge_eIndexSelect select) {
-    const double p = cal.RealIndex(bounds.start);
-    const double q = cal.RealIndex(bounds.end);
-    switch (select) {
-    case rnge_IndexFloor:
-        return {roundIndex(p, eRound::Floor), roundIndex(q, eRound::Floor)};
-    case rnge_IndexNearest:
-        return {roundIndex(p, eRound::Nearest), roundIndex(q, eRound::Nearest)};
-    case rnge_IndexOuter:
-        return {roundIndex(p, eRound::Floor), roundIndex(q, eRound::Ceiling)};
-    case rnge_IndexCeiling:
-        return {roundIndex(p, eRound::Ceiling), roundIndex(q, eRound::Ceiling)};
-    }
-    throw expt_cProgramException("rnge", 1, "Unknown index selection.");
-}
-
 /// The bounds of a rectangle along each axis. An upright one keeps the direction it has.
 rnge_sBounds boundsX(const rnge_c2DRange& r) {
     if (r.Angle() == 0)
@@ -89,6 +73,24 @@ rnge_sBounds boundsY(const rnge_c2DRange& r) {
 }
 
 } // namespace
+
+rnge_c1DIndexRange dataprocessing::detail::rnge_Select(const rnge_sBounds& bounds,
+                                                       const cal_cArrayCal& cal,
+                                                       rnge_eIndexSelect select) {
+    const double p = cal.RealIndex(bounds.start);
+    const double q = cal.RealIndex(bounds.end);
+    switch (select) {
+    case rnge_IndexFloor:
+        return {roundIndex(p, eRound::Floor), roundIndex(q, eRound::Floor)};
+    case rnge_IndexNearest:
+        return {roundIndex(p, eRound::Nearest), roundIndex(q, eRound::Nearest)};
+    case rnge_IndexOuter:
+        return {roundIndex(p, eRound::Floor), roundIndex(q, eRound::Ceiling)};
+    case rnge_IndexCeiling:
+        return {roundIndex(p, eRound::Ceiling), roundIndex(q, eRound::Ceiling)};
+    }
+    throw expt_cProgramException("rnge", 1, "Unknown index selection.");
+}
 
 rnge_c1DRange::~rnge_c1DRange() = default;
 
@@ -163,12 +165,12 @@ rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) {
 
 rnge_c1DIndexRange::rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_cArrayCal& cal,
                                        rnge_eIndexSelect select)
-    : rnge_c1DIndexRange(selectIndices({range.Start(), range.End()}, cal, select)) {}
+    : rnge_c1DIndexRange(rnge_Select({range.Start(), range.End()}, cal, select)) {}
 
 rnge_c2DIndexRange::rnge_c2DIndexRange(const rnge_c2DRange& range, const cal_c2DArrayCal& cal,
                                        rnge_eIndexSelect select)
-    : x_(selectIndices(boundsX(range), cal.X(), select)),
-      y_(selectIndices(boundsY(range), cal.Y(), select)) {}
+    : x_(rnge_Select(boundsX(range), cal.X(), select)),
+      y_(rnge_Select(boundsY(range), cal.Y(), select)) {}
 
 std::ostream& operator<<(std::ostream& stream, const rnge_c1DRange& range) {
     return stream << '[' << range.Start() << ", " << range.End() << ')';

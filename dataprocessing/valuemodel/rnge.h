@@ -216,4 +216,8 @@ struct rnge_sBounds {
 /// The hull of two bounds, by the rule of the ranges' operator|.
 rnge_sBounds rnge_Hull(const rnge_sBounds& a, const rnge_sBounds& b) noexcept;
 
+/// The elements of bounds on an axis; see rnge_c1DIndexRange.
+rnge_c1DIndexRange rnge_Select(const rnge_sBounds& bounds, const cal_cArrayCal& cal,
+                               rnge_eIndexSelect select);
+
 } // namespace dataprocessing::detail

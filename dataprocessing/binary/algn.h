@@ -1,0 +1,78 @@
+#pragma once
+
+/// @file
+/// Alignment: what is done to two operands before they are combined element by element, so that
+/// elements of equal index are of one type and lie at one position.
+///
+/// Every step exists twice over one body: on the axes of views, where nothing is copied, and on
+/// arrays, which it changes in place.
+
+#include "dataprocessing/valuemodel/barr.h"
+#include "dataprocessing/valuemodel/darr.h"
+#include "dataprocessing/valuemodel/pnum.h"
+#include "dataprocessing/valuemodel/view.h"
+
+namespace dataprocessing::detail {
+
+/// Both axes of one operand; those of a 1D array have one row.
+struct algn_sAxes {
+    view_cAxis x;
+    view_cAxis y;
+};
+
+/// The axes of an array as it is stored.
+algn_sAxes algn_Axes(const darr_c1DArray& array) noexcept;
+algn_sAxes algn_Axes(const darr_c2DArray& array) noexcept;
+
+/// True when elements of equal index lie at one position already: equal deltas, ranges and counts.
+bool algn_IsAligned(const algn_sAxes& a, const algn_sAxes& b) noexcept;
+
+/// The type that two operands meet in: the largest of the wanted one and theirs.
+constexpr dtyp_cDataType algn_Target(dtyp_cDataType a, dtyp_cDataType b,
+                                     dtyp_cDataType wanted) noexcept {
+    return dtyp_Max(wanted, dtyp_Max(a, b));
+}
+
+/// Converts each operand whose type is not algn_Target. Returns 0 when neither was converted, 1
+/// when only the first was, 2 when the second was. Throws the errors of conv_Convert.
+template<class First, class Second>
+int algn_CommonType(First& a, Second& b, dtyp_cDataType wanted) {
+    const dtyp_cDataType target = algn_Target(a.DataType(), b.DataType(), wanted);
+    int converted = 0;
+    if (a.DataType() != target) {
+        a = conv_Convert(a, target, conv_RealPart);
+        converted = 1;
+    }
+    if (b.DataType() != target) {
+        b = conv_Convert(b, target, conv_RealPart);
+        converted = 2;
+    }
+    return converted;
+}
+
+/// Rescales at most one operand to the finer of the deltas, those of X and of Y each for itself:
+/// the first when a delta of it is not the finer one, else the second. Deltas are compared exactly.
+/// When each operand is finer along one axis, only the first is rescaled, and the deltas still
+/// differ afterwards. Returns 0, or 1 or 2 for the one that was rescaled. Throws the errors of
+/// resc_Rescale.
+int algn_MatchDelta(algn_sAxes& a, algn_sAxes& b);
+int algn_MatchDelta(darr_c1DArray& a, darr_c1DArray& b);
+int algn_MatchDelta(darr_c2DArray& a, darr_c2DArray& b);
+
+/// Selects both operands over their combined range, unless their ranges are equal: the first over
+/// the union of both, then the second over the union of its own with what the first has become.
+/// The ranges need not intersect. Returns whether anything was done. Throws the errors of
+/// darr_c1DArray::Selection.
+bool algn_MatchRange(algn_sAxes& a, algn_sAxes& b);
+bool algn_MatchRange(darr_c1DArray& a, darr_c1DArray& b);
+bool algn_MatchRange(darr_c2DArray& a, darr_c2DArray& b);
+
+/// Rescales the data to the deltas of the mask when they differ; returns whether they did.
+bool algn_MatchDeltaToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data);
+bool algn_MatchDeltaToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data);
+
+/// Selects the data over the range of the mask when the ranges differ; returns the data.
+darr_c1DArray& algn_MatchRangeToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data);
+darr_c2DArray& algn_MatchRangeToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data);
+
+} // namespace dataprocessing::detail
