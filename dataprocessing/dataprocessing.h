@@ -5,6 +5,7 @@
 
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/unary/scandata.h"
+#include "dataprocessing/unary/unry.h"
 #include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/cal.h"

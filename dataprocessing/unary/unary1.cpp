@@ -1,0 +1,224 @@
+#include <algorithm>
+#include <cmath>
+
+#include "dataprocessing/unary/scandata_kernels.h"
+#include "dataprocessing/unary/unry.h"
+#include "dataprocessing/valuemodel/conv_check.h"
+#include "dataprocessing/valuemodel/conv_kernels.h"
+#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/valuemodel/view_make.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+/// Computes `count` elements of one type.
+using unry_Kernel = void (*)(const void* source, void* result, std::size_t count);
+
+} // namespace
+
+} // namespace dataprocessing::detail
+
+#define LEVEL_KERNELS "dataprocessing/unary/unary1_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+using eOperation = unry_eMathUnaryOperation;
+
+/// What the kinds of operand differ in: the types they are widened to, and how a result is made.
+struct sWidening {
+    dtyp_cDataType toFloating;
+    dtyp_cDataType toComplex;
+};
+constexpr sWidening widening(const pnum_cNumber&) {
+    return {pnum_cNumber::tValueNumber, pnum_cNumber::tComplexNumber};
+}
+constexpr sWidening widening(const darr_c1DArray&) {
+    return {parr_c1DNumberArray::t1DValueArray, parr_c1DNumberArray::t1DComplexArray};
+}
+constexpr sWidening widening(const darr_c2DArray&) {
+    return {parr_c2DNumberArray::t2DValueArray, parr_c2DNumberArray::t2DComplexArray};
+}
+
+int countOf(const pnum_cNumber&) { return 1; }
+int countOf(const parr_cNumberArray& array) { return array.Count(); }
+
+pnum_cNumber makeResult(const pnum_cNumber&, dtyp_cDataType type) { return pnum_cNumber(type); }
+template<class Array>
+Array makeResult(const Array& operand, dtyp_cDataType type) {
+    return view_Shaped(operand, type, view_X(operand), view_Y(operand));
+}
+
+/// The type that the elements are computed in; refuses what has no value there.
+dtyp_cDataType checkDomain(eOperation operation, const view_cView& operand,
+                           dtyp_cDataType complexType) {
+    switch (operation) {
+    case unry_Acos:
+        if (scan_View(operand, scan_AbsLargerThanUnity))
+            throw expt_cUserException("unary1", 264, expt_DomainError);
+        return operand.Type();
+    case unry_Asin:
+        if (scan_View(operand, scan_AbsLargerThanUnity))
+            throw expt_cUserException("unary1", 268, expt_DomainError);
+        return operand.Type();
+    case unry_Log:
+    case unry_Log10:
+        return scan_View(operand, scan_ZeroOrNegative) ? complexType : operand.Type();
+    case unry_Sqrt:
+        return scan_View(operand, scan_Negative) ? complexType : operand.Type();
+    default:
+        return operand.Type();
+    }
+}
+
+/// The type of the result: the parts of complex values are real.
+dtyp_cDataType resultType(eOperation operation, dtyp_cDataType computed) {
+    const bool isPart = operation >= unry_Real && operation <= unry_Arg;
+    if (!isPart || computed.IsReal())
+        return computed;
+    return computed == dtyp_ComplexFloat ? dtyp_Float : dtyp_Double;
+}
+
+/// Elements go through the kernel in blocks that stay in the first-level cache; where no type
+/// changes on the way, at once and in place.
+void compute(eOperation operation, const view_cView& operand, dtyp_cDataType computed,
+             dtyp_cDataType resultType, void* result) {
+    const unry_Kernel kernel = LEVEL_SELECT(unry_Find)(operation, computed);
+    if (operand.Direct() != nullptr && operand.Type() == computed && computed == resultType)
+        return kernel(operand.Direct(), result, operand.Count());
+
+    constexpr std::size_t capacity = 512;
+    alignas(64) unsigned char fetched[capacity * 16];
+    alignas(64) unsigned char widened[capacity * 16];
+    alignas(64) unsigned char values[capacity * 16];
+    unsigned char* target = static_cast<unsigned char*>(result);
+    for (std::size_t first = 0; first < operand.Count(); first += capacity) {
+        const std::size_t count = std::min(capacity, operand.Count() - first);
+        operand.Fetch(first, count, fetched);
+        conv_Elements(fetched, operand.Type(), widened, computed, count, conv_RealPart);
+        kernel(widened, values, count);
+        conv_Elements(values, computed, target, resultType, count, conv_RealPart);
+        target += count * resultType.SizeOf();
+    }
+}
+
+template<class Value>
+Value operate(eOperation operation, const Value& operand) {
+    if (operation < unry_Plus || operation > unry_Conj)
+        throw expt_cProgramException("unary1", 1, "Unknown operation.");
+    const dtyp_cDataType working = dtyp_Max(operand.DataType(), widening(operand).toFloating);
+    conv_Check(operand.DataType(), working, conv_RealPart);
+    if (!working.IsKnown())
+        return makeResult(operand, working);
+
+    const view_cView view(operand.Data(), operand.DataType(), working,
+                          view_cAxis(countOf(operand), cal_cArrayCal()),
+                          view_cAxis(1, cal_cArrayCal()));
+    const dtyp_cDataType computed =
+        working.IsReal() ? checkDomain(operation, view, widening(operand).toComplex) : working;
+    Value result = makeResult(operand, resultType(operation, computed));
+    compute(operation, view, computed, result.DataType(), result.Data());
+    return result;
+}
+
+} // namespace
+
+} // namespace dataprocessing::detail
+
+// clang-format off
+pnum_cNumber  unry_Operate(unry_eMathUnaryOperation operation, const pnum_cNumber&  x) { return dataprocessing::detail::operate(operation, x); }
+darr_c1DArray unry_Operate(unry_eMathUnaryOperation operation, const darr_c1DArray& x) { return dataprocessing::detail::operate(operation, x); }
+darr_c2DArray unry_Operate(unry_eMathUnaryOperation operation, const darr_c2DArray& x) { return dataprocessing::detail::operate(operation, x); }
+
+pnum_cNumber  operator+(const pnum_cNumber&  x) { return unry_Operate(unry_Plus, x); }
+darr_c1DArray operator+(const darr_c1DArray& x) { return unry_Operate(unry_Plus, x); }
+darr_c2DArray operator+(const darr_c2DArray& x) { return unry_Operate(unry_Plus, x); }
+
+pnum_cNumber  operator-(const pnum_cNumber&  x) { return unry_Operate(unry_Negate, x); }
+darr_c1DArray operator-(const darr_c1DArray& x) { return unry_Operate(unry_Negate, x); }
+darr_c2DArray operator-(const darr_c2DArray& x) { return unry_Operate(unry_Negate, x); }
+
+pnum_cNumber  abs(const pnum_cNumber&  x) { return unry_Operate(unry_Abs, x); }
+darr_c1DArray abs(const darr_c1DArray& x) { return unry_Operate(unry_Abs, x); }
+darr_c2DArray abs(const darr_c2DArray& x) { return unry_Operate(unry_Abs, x); }
+
+pnum_cNumber  acos(const pnum_cNumber&  x) { return unry_Operate(unry_Acos, x); }
+darr_c1DArray acos(const darr_c1DArray& x) { return unry_Operate(unry_Acos, x); }
+darr_c2DArray acos(const darr_c2DArray& x) { return unry_Operate(unry_Acos, x); }
+
+pnum_cNumber  asin(const pnum_cNumber&  x) { return unry_Operate(unry_Asin, x); }
+darr_c1DArray asin(const darr_c1DArray& x) { return unry_Operate(unry_Asin, x); }
+darr_c2DArray asin(const darr_c2DArray& x) { return unry_Operate(unry_Asin, x); }
+
+pnum_cNumber  atan(const pnum_cNumber&  x) { return unry_Operate(unry_Atan, x); }
+darr_c1DArray atan(const darr_c1DArray& x) { return unry_Operate(unry_Atan, x); }
+darr_c2DArray atan(const darr_c2DArray& x) { return unry_Operate(unry_Atan, x); }
+
+pnum_cNumber  cos(const pnum_cNumber&  x) { return unry_Operate(unry_Cos, x); }
+darr_c1DArray cos(const darr_c1DArray& x) { return unry_Operate(unry_Cos, x); }
+darr_c2DArray cos(const darr_c2DArray& x) { return unry_Operate(unry_Cos, x); }
+
+pnum_cNumber  cosh(const pnum_cNumber&  x) { return unry_Operate(unry_Cosh, x); }
+darr_c1DArray cosh(const darr_c1DArray& x) { return unry_Operate(unry_Cosh, x); }
+darr_c2DArray cosh(const darr_c2DArray& x) { return unry_Operate(unry_Cosh, x); }
+
+pnum_cNumber  exp(const pnum_cNumber&  x) { return unry_Operate(unry_Exp, x); }
+darr_c1DArray exp(const darr_c1DArray& x) { return unry_Operate(unry_Exp, x); }
+darr_c2DArray exp(const darr_c2DArray& x) { return unry_Operate(unry_Exp, x); }
+
+pnum_cNumber  log(const pnum_cNumber&  x) { return unry_Operate(unry_Log, x); }
+darr_c1DArray log(const darr_c1DArray& x) { return unry_Operate(unry_Log, x); }
+darr_c2DArray log(const darr_c2DArray& x) { return unry_Operate(unry_Log, x); }
+
+pnum_cNumber  log10(const pnum_cNumber&  x) { return unry_Operate(unry_Log10, x); }
+darr_c1DArray log10(const darr_c1DArray& x) { return unry_Operate(unry_Log10, x); }
+darr_c2DArray log10(const darr_c2DArray& x) { return unry_Operate(unry_Log10, x); }
+
+pnum_cNumber  sin(const pnum_cNumber&  x) { return unry_Operate(unry_Sin, x); }
+darr_c1DArray sin(const darr_c1DArray& x) { return unry_Operate(unry_Sin, x); }
+darr_c2DArray sin(const darr_c2DArray& x) { return unry_Operate(unry_Sin, x); }
+
+pnum_cNumber  sinh(const pnum_cNumber&  x) { return unry_Operate(unry_Sinh, x); }
+darr_c1DArray sinh(const darr_c1DArray& x) { return unry_Operate(unry_Sinh, x); }
+darr_c2DArray sinh(const darr_c2DArray& x) { return unry_Operate(unry_Sinh, x); }
+
+pnum_cNumber  sqr(const pnum_cNumber&  x) { return unry_Operate(unry_Sqr, x); }
+darr_c1DArray sqr(const darr_c1DArray& x) { return unry_Operate(unry_Sqr, x); }
+darr_c2DArray sqr(const darr_c2DArray& x) { return unry_Operate(unry_Sqr, x); }
+
+pnum_cNumber  sqrt(const pnum_cNumber&  x) { return unry_Operate(unry_Sqrt, x); }
+darr_c1DArray sqrt(const darr_c1DArray& x) { return unry_Operate(unry_Sqrt, x); }
+darr_c2DArray sqrt(const darr_c2DArray& x) { return unry_Operate(unry_Sqrt, x); }
+
+pnum_cNumber  tan(const pnum_cNumber&  x) { return unry_Operate(unry_Tan, x); }
+darr_c1DArray tan(const darr_c1DArray& x) { return unry_Operate(unry_Tan, x); }
+darr_c2DArray tan(const darr_c2DArray& x) { return unry_Operate(unry_Tan, x); }
+
+pnum_cNumber  tanh(const pnum_cNumber&  x) { return unry_Operate(unry_Tanh, x); }
+darr_c1DArray tanh(const darr_c1DArray& x) { return unry_Operate(unry_Tanh, x); }
+darr_c2DArray tanh(const darr_c2DArray& x) { return unry_Operate(unry_Tanh, x); }
+
+pnum_cNumber  real(const pnum_cNumber&  x) { return unry_Operate(unry_Real, x); }
+darr_c1DArray real(const darr_c1DArray& x) { return unry_Operate(unry_Real, x); }
+darr_c2DArray real(const darr_c2DArray& x) { return unry_Operate(unry_Real, x); }
+
+pnum_cNumber  imag(const pnum_cNumber&  x) { return unry_Operate(unry_Imag, x); }
+darr_c1DArray imag(const darr_c1DArray& x) { return unry_Operate(unry_Imag, x); }
+darr_c2DArray imag(const darr_c2DArray& x) { return unry_Operate(unry_Imag, x); }
+
+pnum_cNumber  norm(const pnum_cNumber&  x) { return unry_Operate(unry_Norm, x); }
+darr_c1DArray norm(const darr_c1DArray& x) { return unry_Operate(unry_Norm, x); }
+darr_c2DArray norm(const darr_c2DArray& x) { return unry_Operate(unry_Norm, x); }
+
+pnum_cNumber  arg(const pnum_cNumber&  x) { return unry_Operate(unry_Arg, x); }
+darr_c1DArray arg(const darr_c1DArray& x) { return unry_Operate(unry_Arg, x); }
+darr_c2DArray arg(const darr_c2DArray& x) { return unry_Operate(unry_Arg, x); }
+
+pnum_cNumber  conj(const pnum_cNumber&  x) { return unry_Operate(unry_Conj, x); }
+darr_c1DArray conj(const darr_c1DArray& x) { return unry_Operate(unry_Conj, x); }
+darr_c2DArray conj(const darr_c2DArray& x) { return unry_Operate(unry_Conj, x); }
+
+// clang-format on
