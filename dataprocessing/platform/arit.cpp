@@ -5,6 +5,7 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
+#include <utility>
 
 #include "dataprocessing/valuemodel/comp.h"
 #include "dataprocessing/valuemodel/dtyp_visit.h"
@@ -21,6 +22,15 @@ template<class T>
 constexpr bool arit_complex = false;
 template<class T>
 constexpr bool arit_complex<comp_cComplex<T>> = true;
+
+template<class T>
+struct arit_sPart;
+template<class T>
+struct arit_sPart<comp_cComplex<T>> {
+    using type = T;
+};
+template<class T>
+using arit_Part = typename arit_sPart<T>::type;
 
 template<class T>
 struct arit_sMask {
@@ -76,6 +86,16 @@ struct arit_Raising {
 };
 
 } // namespace
+
+namespace level_baseline {
+constexpr std::size_t arit_vectorBytes = 16;
+}
+namespace level_v3 {
+constexpr std::size_t arit_vectorBytes = 32;
+}
+namespace level_v4 {
+constexpr std::size_t arit_vectorBytes = 64;
+}
 
 } // namespace dataprocessing::detail
 
