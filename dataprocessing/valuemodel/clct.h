@@ -25,6 +25,9 @@ class clct_cBag {
                   "elements are values that move without failing");
 
 public:
+    using value_type = T;            ///< the element type
+    using const_iterator = const T*; ///< iteration is for reading only
+
     /// The number of slots by which the block grows and shrinks.
     static constexpr int Step = 5;
 
@@ -121,6 +124,8 @@ class clct_cSet : private clct_cBag<T> {
 
 public:
     using cBag::Step;
+    using typename cBag::const_iterator;
+    using typename cBag::value_type;
 
     /// Adds `element` at the end unless an equal one is there; answers whether it was added. On
     /// `std::bad_alloc` the set is unchanged.

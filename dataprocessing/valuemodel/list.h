@@ -21,6 +21,9 @@
 template<class T>
 class list_cPtrList {
 public:
+    using value_type = T*;            ///< the element type
+    using const_iterator = T* const*; ///< iteration is for reading only
+
     /// An empty list.
     list_cPtrList() noexcept = default;
     /// The listed objects, in this order.

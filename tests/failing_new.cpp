@@ -1,0 +1,75 @@
+#include "tests/failing_new.h"
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <limits>
+#include <new>
+
+namespace {
+
+constexpr long unlimited = std::numeric_limits<long>::max();
+
+std::atomic<long> allocations = 0;
+std::atomic<long> lastAllowed = unlimited;
+
+void* allocateOrNull(std::size_t size, std::size_t alignment) noexcept {
+    if (++allocations > lastAllowed)
+        return nullptr;
+    const std::size_t some = size == 0 ? 1 : size;
+    if (alignment <= alignof(std::max_align_t))
+        return std::malloc(some);
+    return std::aligned_alloc(alignment, (some + alignment - 1) / alignment * alignment);
+}
+
+void* allocate(std::size_t size, std::size_t alignment) {
+    void* const block = allocateOrNull(size, alignment);
+    if (!block)
+        throw std::bad_alloc();
+    return block;
+}
+
+} // namespace
+
+long allocationCount() noexcept { return allocations; }
+
+FailingNew::FailingNew(long allowed) noexcept { lastAllowed = allocations + allowed; }
+FailingNew::~FailingNew() { lastAllowed = unlimited; }
+
+// Every form is replaced: the runtime of a sanitizer has its own of those that are not.
+void* operator new(std::size_t size) { return allocate(size, 1); }
+void* operator new[](std::size_t size) { return allocate(size, 1); }
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return allocate(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return allocate(size, static_cast<std::size_t>(alignment));
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocateOrNull(size, 1);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocateOrNull(size, 1);
+}
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return allocateOrNull(size, static_cast<std::size_t>(alignment));
+}
+void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return allocateOrNull(size, static_cast<std::size_t>(alignment));
+}
+void operator delete(void* block) noexcept { std::free(block); }
+void operator delete[](void* block) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { std::free(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept {
+    std::free(block);
+}
+void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept {
+    std::free(block);
+}
