@@ -4,6 +4,7 @@
 /// The umbrella header: everything that a user of DataProcessing calls.
 
 #include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/unary/scandata.h"
 #include "dataprocessing/unary/unry.h"
 #include "dataprocessing/valuemodel/arr.h"

@@ -1,0 +1,79 @@
+#pragma once
+
+/// @file
+/// Smallest and largest elements of arrays, with their positions.
+///
+/// What follows holds for all functions here.
+///
+/// **Elements.** Real arrays are searched in their own type. Complex ones are searched as the
+/// doubles that `conversion` makes of their elements, and the result is a double.
+///
+/// **Order.** Elements are visited in storage order, and the first of equal ones wins, -0.0 and 0.0
+/// being equal. A NaN is treated differently by the two searches: a minimum search takes every
+/// element that is not greater than or equal to the best so far, so that a NaN always replaces the
+/// best and the next element always replaces a NaN; the result is NaN only when the last element
+/// is. A maximum search takes every element that is greater, so that a NaN never replaces the best,
+/// and one in the first element stays.
+///
+/// **Errors.** An array without elements: expt_cUserException ("extrem1", 383, "Cannot calculate
+/// extremum on empty array."). A `conversion` that is none of conv_eComplexConversion, on a complex
+/// array: that of conv_Convert. Position arguments are written on success only. An array of unknown
+/// element type gives the float 0 and leaves the positions as they were.
+
+#include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/valuemodel/conv.h"
+#include "dataprocessing/valuemodel/darr.h"
+#include "dataprocessing/valuemodel/parr.h"
+#include "dataprocessing/valuemodel/pnum.h"
+#include "dataprocessing/valuemodel/rnge.h"
+
+// clang-format off
+
+/// @name Extremum
+/// The smallest or the largest element.
+/// @{
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c1DNumberArray& array, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c1DNumberArray& array, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c2DNumberArray& array, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c2DNumberArray& array, conv_eComplexConversion conversion);
+/// @}
+
+/// @name Extremum and its index
+/// The smallest or the largest element, and its index, or its column `x` and row `y`.
+/// @{
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion);
+/// @}
+
+/// @name Extremum and its position
+/// The smallest or the largest element, and its position in calibrated units: cal_cArrayCal::Position
+/// of its index.
+/// @{
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion);
+/// @}
+
+/// @name Both extrema
+/// Sets `min` and `max` in one pass; the same values as those of extr_Min and extr_Max.
+/// @{
+DATAPROCESSING_EXPORT void extr_MinMax(const parr_c1DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT void extr_MinMax(const parr_c2DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion);
+/// @}
+
+/// @name Extremum over a calibrated range
+/// The smallest or the largest of the elements inside `range` and of the values at its two ends,
+/// found by `interpolation` (darr_c1DArray::Value). The elements inside are those of the
+/// intersection with the array's own range, by rnge_IndexFloor without interpolation and by
+/// rnge_IndexCeiling with it. A range that holds no element gives the smaller, or larger, of the
+/// two end values. They are combined by trny_min and trny_max, so the result's type is the common
+/// one. Throws what Value and Selection throw, too.
+/// @{
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion);
+/// @}
+
+// clang-format on

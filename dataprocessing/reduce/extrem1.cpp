@@ -1,0 +1,157 @@
+#include <algorithm>
+
+#include "dataprocessing/reduce/extr.h"
+#include "dataprocessing/reduce/extrem1_kernels.h"
+#include "dataprocessing/unary/ternary.h"
+#include "dataprocessing/valuemodel/conv_check.h"
+#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/valuemodel/view.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+void refuseEmpty(const parr_cNumberArray& array) {
+    if (array.Count() == 0)
+        throw expt_cUserException("extrem1", 383, "Cannot calculate extremum on empty array.");
+}
+
+/// The elements as they are searched: complex ones as doubles.
+view_cView searched(const parr_cNumberArray& array, conv_eComplexConversion conversion) {
+    const dtyp_cDataType type = array.DataType().IsComplex() ? dtyp_Double : array.DataType();
+    conv_Check(array.DataType(), type, conversion);
+    return {array.Data(),
+            array.DataType(),
+            type,
+            view_cAxis(array.Count(), cal_cArrayCal()),
+            view_cAxis(1, cal_cArrayCal()),
+            conversion};
+}
+
+/// Runs all searches over the elements in one pass, in blocks that stay in the cache for the next
+/// search; each begins with the first element.
+template<std::size_t Count>
+void search(const view_cView& view, const extr_eKind (&kinds)[Count], extr_sBest (&best)[Count]) {
+    const std::size_t size = view.Type().SizeOf();
+    const auto* direct = static_cast<const unsigned char*>(view.Direct());
+    alignas(64) unsigned char fetched[16384];
+    const std::size_t capacity = (direct != nullptr ? 131072 : sizeof fetched) / size;
+    for (std::size_t first = 0; first < view.Count(); first += capacity) {
+        const std::size_t count = std::min(capacity, view.Count() - first);
+        if (direct == nullptr)
+            view.Fetch(first, count, fetched);
+        const void* elements = direct != nullptr ? direct + first * size : fetched;
+        for (std::size_t k = 0; k < Count; ++k) {
+            if (first == 0)
+                best[k].value = pnum_cNumber(view.Type(), elements);
+            extr_Continue(kinds[k], elements, first, count, best[k]);
+        }
+    }
+}
+
+/// The extremum; `index` is written unless the type is unknown.
+pnum_cNumber extremum(extr_eKind kind, const parr_cNumberArray& array, int& index,
+                      conv_eComplexConversion conversion) {
+    refuseEmpty(array);
+    if (!array.DataType().IsKnown())
+        return 0.0f;
+    extr_sBest best[1];
+    search(searched(array, conversion), {kind}, best);
+    index = static_cast<int>(best[0].index);
+    return best[0].value;
+}
+
+pnum_cNumber extremum(extr_eKind kind, const parr_c2DNumberArray& array, int& x, int& y,
+                      conv_eComplexConversion conversion) {
+    int index = -1;
+    const pnum_cNumber value = extremum(kind, array, index, conversion);
+    if (index >= 0) {
+        x = index % array.SizeX();
+        y = index / array.SizeX();
+    }
+    return value;
+}
+
+pnum_cNumber extremum(extr_eKind kind, const darr_c1DArray& array, double& position,
+                      conv_eComplexConversion conversion) {
+    int index = -1;
+    const pnum_cNumber value = extremum(kind, array, index, conversion);
+    if (index >= 0)
+        position = array.Cal().Position(index);
+    return value;
+}
+
+pnum_cNumber extremum(extr_eKind kind, const darr_c2DArray& array, double& x, double& y,
+                      conv_eComplexConversion conversion) {
+    int column = -1;
+    int row = -1;
+    const pnum_cNumber value = extremum(kind, array, column, row, conversion);
+    if (column >= 0) {
+        x = array.Cal().X().Position(column);
+        y = array.Cal().Y().Position(row);
+    }
+    return value;
+}
+
+pnum_cNumber extremum(extr_eKind kind, const parr_cNumberArray& array,
+                      conv_eComplexConversion conversion) {
+    int index;
+    return extremum(kind, array, index, conversion);
+}
+
+void extrema(const parr_cNumberArray& array, pnum_cNumber& min, pnum_cNumber& max,
+             conv_eComplexConversion conversion) {
+    refuseEmpty(array);
+    extr_sBest best[2] = {{0.0f}, {0.0f}};
+    if (array.DataType().IsKnown())
+        search(searched(array, conversion), {extr_Minimum, extr_Maximum}, best);
+    min = best[0].value;
+    max = best[1].value;
+}
+
+pnum_cNumber extremum(extr_eKind kind, const darr_c1DArray& array, const rnge_c1DRange& range,
+                      darr_eInterpolation interpolation, conv_eComplexConversion conversion) {
+    refuseEmpty(array);
+    if (array.DataType().IsComplex())
+        return extremum(kind, conv_Convert(array, dtyp_Double, conversion), range, interpolation,
+                        conversion);
+    const auto better = [&](const pnum_cNumber& a, const pnum_cNumber& b) {
+        return kind == extr_Minimum ? trny_min(a, b) : trny_max(a, b);
+    };
+    const pnum_cNumber start = array.Value(range.Start(), interpolation);
+    const pnum_cNumber end = array.Value(range.End(), interpolation);
+    const rnge_c1DIndexRange inside(array.Range() & range, array.Cal(),
+                                    interpolation == darr_NoInterpolation ? rnge_IndexFloor
+                                                                          : rnge_IndexCeiling);
+    if (inside.First() >= inside.Last())
+        return better(start, end);
+    const pnum_cNumber best = extremum(kind, array.Selection(inside), conversion);
+    return better(better(best, start), end);
+}
+
+} // namespace
+
+} // namespace dataprocessing::detail
+
+using namespace dataprocessing::detail;
+
+// clang-format off
+
+pnum_cNumber extr_Min(const parr_c1DNumberArray& array, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, conversion); }
+pnum_cNumber extr_Max(const parr_c1DNumberArray& array, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, conversion); }
+pnum_cNumber extr_Min(const parr_c2DNumberArray& array, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, conversion); }
+pnum_cNumber extr_Max(const parr_c2DNumberArray& array, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, conversion); }
+pnum_cNumber extr_Min(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, index, conversion); }
+pnum_cNumber extr_Max(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, index, conversion); }
+pnum_cNumber extr_Min(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, x, y, conversion); }
+pnum_cNumber extr_Max(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, x, y, conversion); }
+pnum_cNumber extr_Min(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, position, conversion); }
+pnum_cNumber extr_Max(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, position, conversion); }
+pnum_cNumber extr_Min(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, x, y, conversion); }
+pnum_cNumber extr_Max(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, x, y, conversion); }
+void extr_MinMax(const parr_c1DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion) { extrema(array, min, max, conversion); }
+void extr_MinMax(const parr_c2DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion) { extrema(array, min, max, conversion); }
+pnum_cNumber extr_Min(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, range, interpolation, conversion); }
+pnum_cNumber extr_Max(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, range, interpolation, conversion); }
+
+// clang-format on

@@ -1,0 +1,69 @@
+#include <cstddef>
+#include <type_traits>
+
+#include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/reduce/stat.h"
+#include "dataprocessing/valuemodel/conv_check.h"
+#include "dataprocessing/valuemodel/dtyp_visit.h"
+#include "dataprocessing/valuemodel/expt.h"
+
+#define LEVEL_KERNELS "dataprocessing/reduce/statist_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+pnum_cNumber sumOf(const parr_cNumberArray& array) {
+    pnum_cNumber sum(0.0f);
+    LEVEL_SELECT(stat_RunSum)
+    (array.DataType(), array.Data(), static_cast<std::size_t>(array.Count()), sum);
+    return sum;
+}
+
+pnum_cNumber meanOf(const parr_cNumberArray& array, int emptyLine) {
+    if (array.Count() == 0)
+        throw expt_cUserException("statist", emptyLine, "Cannot calculate mean on empty array.");
+    return sumOf(array) * pnum_cNumber(1.0 / array.Count());
+}
+
+/// The deviations and their squares are never stored: each is a double (or a pair of them), which
+/// is what an array of them would hold.
+pnum_cNumber varianceOf(const parr_cNumberArray& array, const pnum_cNumber& mean, int denominator) {
+    conv_Check(array.DataType(), mean.DataType(), conv_RealPart);
+    pnum_cNumber total(0.0);
+    LEVEL_SELECT(stat_RunSquares)
+    (array.DataType(), array.Data(), static_cast<std::size_t>(array.Count()), mean, total);
+    return total * pnum_cNumber(1.0 / denominator);
+}
+
+constexpr int meanLine1D = 166;
+constexpr int meanLine2D = 178;
+
+[[noreturn]] void refuseVariance(int line) {
+    throw expt_cUserException("statist", line, "Cannot calculate variance on array.");
+}
+
+} // namespace
+
+} // namespace dataprocessing::detail
+
+using namespace dataprocessing::detail;
+
+pnum_cNumber stat_Sum(const parr_c1DNumberArray& array) { return sumOf(array); }
+pnum_cNumber stat_Sum(const parr_c2DNumberArray& array) { return sumOf(array); }
+
+pnum_cNumber stat_Mean(const parr_c1DNumberArray& array) { return meanOf(array, meanLine1D); }
+pnum_cNumber stat_Mean(const parr_c2DNumberArray& array) { return meanOf(array, meanLine2D); }
+
+pnum_cNumber stat_Variance(const parr_c1DNumberArray& array) {
+    if (array.Size() < 2)
+        refuseVariance(190);
+    return varianceOf(array, meanOf(array, meanLine1D), array.Size() - 1);
+}
+
+pnum_cNumber stat_Variance(const parr_c2DNumberArray& array) {
+    if (array.Count() < 2 || array.SizeY() < 2)
+        refuseVariance(203);
+    return varianceOf(array, meanOf(array, meanLine2D), (array.SizeX() - 1) * (array.SizeY() - 1));
+}
