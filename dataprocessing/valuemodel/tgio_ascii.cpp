@@ -178,13 +178,13 @@ bool tgio_cASCII_istream::OpensObject() {
 }
 
 void tgio_cASCII_istream::OpenObject() {
-    Require(Take() == '{');
+    Take();
     EndLine();
     EnterObject();
 }
 
 void tgio_cASCII_istream::CloseObject() {
-    Require(Take() == '}');
+    Take();
     EndLine();
     LeaveObject();
 }

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "dataprocessing/valuemodel/obty.h"
+#include "tests/failing_new.h"
 #include "tests/valuemodel/tgio_sample.h"
 
 namespace {
@@ -75,6 +76,8 @@ public:
         : bytes_(std::move(bytes)), room_(room), throws_(throws) {
         setg(bytes_.data(), bytes_.data(), bytes_.data() + bytes_.size());
     }
+
+    std::streamsize Room() const { return room_; }
 
 private:
     int_type underflow() override { return Refuse(); }
@@ -157,8 +160,16 @@ struct sThrows {
     bool operator()() const { throw std::runtime_error("object"); }
 };
 
-// Reads with no regard for failures, and claims success.
+// Reads and writes with no regard for failures, and claims success.
 class cCareless : public cSample {
+    type_cBoolean Write(tgio_cASCII_ostream& out) const override {
+        out.Write(unit, "Unit");
+        return true;
+    }
+    type_cBoolean Write(tgio_cBinary_ostream& out) const override {
+        out.Write(unit, 259);
+        return true;
+    }
     type_cBoolean Read(tgio_cASCII_istream& in) override {
         in.Read(count);
         return true;
@@ -450,6 +461,50 @@ TYPED_TEST(TaggedStream, AFailureInsideAnObjectIsNotForgotten) {
     std::istringstream stream(bytes);
     typename TypeParam::In in(stream);
     EXPECT_FALSE(in.Read(careless));
+    EXPECT_NE(stream.peek(), EOF) << "what follows the failure stays unread";
+}
+
+TYPED_TEST(TaggedStream, AWriteWithoutMemoryAnswersFalseAndLeavesNothingBehind) {
+    constexpr std::streamsize room = 100000;
+    cCareless careless;
+    careless.unit = Text(std::string(1000, 'u'));
+    [[maybe_unused]] const str_cString name = "Child";
+    int failures = 0;
+    for (bool ok = false; !ok;) {
+        cBrittleBuffer device("", room, false);
+        std::ostream stream(&device);
+        typename TypeParam::Out out(stream);
+        {
+            const FailingNew limit(failures);
+            if constexpr (std::is_same_v<TypeParam, sAscii>)
+                ok = out.Write(careless, name);
+            else
+                ok = out.Write(careless, 1);
+        }
+        ASSERT_EQ(out.IsGood(), ok);
+        ASSERT_EQ(device.Room() == room, !ok);
+        failures += ok ? 0 : 1;
+    }
+    EXPECT_GT(failures, 0);
+}
+
+TYPED_TEST(TaggedStream, AReadWithoutMemoryAnswersFalse) {
+    cSample sample = MakeSample();
+    sample.unit = Text(std::string(10000, 'u'));
+    const std::string bytes = Written<TypeParam>(sample);
+    int failures = 0;
+    for (bool ok = false; !ok;) {
+        std::istringstream stream(bytes);
+        typename TypeParam::In in(stream);
+        cSample back;
+        {
+            const FailingNew limit(failures);
+            ok = in.Read(back);
+        }
+        ASSERT_EQ(in.IsGood(), ok);
+        failures += ok ? 0 : 1;
+    }
+    EXPECT_GT(failures, 2);
 }
 
 TYPED_TEST(TaggedStream, AnObjectThatRefusesOrThrowsAnswersFalse) {
@@ -729,8 +784,8 @@ TEST(TaggedASCIIStream, HexadecimalNumbersRoundTripBitForBit) {
 }
 
 TEST(TaggedASCIIStream, EscapesOnlyWhatItMust) {
-    EXPECT_EQ(Written<sAscii>(Text("tab\t bell\a del\x7f \xc3\xa9 \"\\\n")),
-              "Child \"tab\\x09 bell\\x07 del\\x7f \xc3\xa9 \\\"\\\\\\n\"\n");
+    EXPECT_EQ(Written<sAscii>(Text("tab\t bell\a unit\x1f del\x7f \xc3\xa9 \"\\\n")),
+              "Child \"tab\\x09 bell\\x07 unit\\x1f del\\x7f \xc3\xa9 \\\"\\\\\\n\"\n");
 }
 
 TEST(TaggedASCIIStream, NamesOfAnyBytesRoundTrip) {
@@ -997,9 +1052,15 @@ TEST(TaggedBinaryStream, LengthsThatDoNotFitTheirObjectAreRefused) {
              {"a claim of everything", Object(1, 5000, Little(257, 2) + Little(0xffffffff, 4)),
               false},
              {"an unknown field beyond the object", Object(1, 5000, Little(7, 2) + Little(1, 4)),
-              false}}) {
+              false},
+             {"a nested object beyond the object",
+              Object(1, 5000, Little(260, 2) + Little(8, 4) + Little(5000, 2)), false}}) {
+        std::istringstream stream(c.bytes + rest);
+        tgio_cBinary_istream in(stream);
         cSample sample;
-        EXPECT_EQ(ReadFrom<sBinary>(c.bytes + rest, sample), c.ok) << c.what;
+        EXPECT_EQ(in.Read(sample), c.ok) << c.what;
+        EXPECT_LE(static_cast<std::size_t>(stream.tellg()), c.bytes.size())
+            << c.what << " takes no byte beyond";
     }
 }
 
