@@ -4,6 +4,8 @@
 /// The umbrella header: everything that a user of DataProcessing calls.
 
 #include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/geometry/ramp.h"
+#include "dataprocessing/geometry/trns.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/unary/scandata.h"
 #include "dataprocessing/unary/unry.h"
@@ -22,6 +24,7 @@
 #include "dataprocessing/valuemodel/obty.h"
 #include "dataprocessing/valuemodel/parr.h"
 #include "dataprocessing/valuemodel/pnum.h"
+#include "dataprocessing/valuemodel/pos.h"
 #include "dataprocessing/valuemodel/resc.h"
 #include "dataprocessing/valuemodel/rnge.h"
 #include "dataprocessing/valuemodel/str.h"

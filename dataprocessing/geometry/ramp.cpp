@@ -1,0 +1,86 @@
+#include "dataprocessing/geometry/ramp.h"
+
+#include <cmath>
+#include <limits>
+
+#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/valuemodel/expt.h"
+
+namespace {
+
+int countOver(double length, double delta) {
+    const double count = std::floor(length / delta + 0.5);
+    if (!(count >= 0 && count <= std::numeric_limits<int>::max()))
+        arr_SizeError();
+    return static_cast<int>(count);
+}
+
+darr_c1DArray generate(int count, const cal_c1DArrayCal& cal) {
+    darr_c1DArray ramp(count, parr_c1DNumberArray::t1DValueArray, cal);
+    double x = cal.Position(0);
+    for (float& element : ramp.Elements<float>()) {
+        element = static_cast<float>(x);
+        x += cal.Delta();
+    }
+    return ramp;
+}
+
+/// Every element of a 2D ramp is `value(x, y)`.
+template<class Value>
+void fill(darr_c2DArray& ramp, Value value) {
+    const cal_cArrayCal& calX = ramp.Cal().X();
+    const cal_cArrayCal& calY = ramp.Cal().Y();
+    float* element = ramp.Elements<float>().data();
+    double y = calY.Position(0);
+    for (int row = 0; row < ramp.SizeY(); ++row) {
+        double x = calX.Position(0);
+        for (int column = 0; column < ramp.SizeX(); ++column) {
+            *element++ = static_cast<float>(value(x, y));
+            x += calX.Delta();
+        }
+        y += calY.Delta();
+    }
+}
+
+darr_c2DArray generate(ramp_eRampType type, int countX, int countY, const cal_c2DArrayCal& cal) {
+    darr_c2DArray ramp(countX, countY, parr_c2DNumberArray::t2DValueArray, cal);
+    switch (type) {
+    case ramp_X:
+        fill(ramp, [](double x, double) { return x; });
+        return ramp;
+    case ramp_Y:
+        fill(ramp, [](double, double y) { return y; });
+        return ramp;
+    case ramp_Radius:
+        fill(ramp, [](double x, double y) { return std::sqrt(x * x + y * y); });
+        return ramp;
+    case ramp_Angle:
+        fill(ramp, [](double x, double y) { return x == 0 && y == 0 ? 0.0 : std::atan2(y, x); });
+        return ramp;
+    }
+    throw expt_cProgramException("ramp", 1, "Unknown ramp type.");
+}
+
+} // namespace
+
+ramp_c1DRamp::ramp_c1DRamp(int count, const cal_c1DArrayCal& cal)
+    : count_(count), cal_(cal), array_(generate(count, cal)) {}
+
+void ramp_c1DRamp::SetCal(const cal_c1DArrayCal& cal) { *this = ramp_c1DRamp(count_, cal); }
+
+void ramp_c1DRamp::SetRange(const rnge_c1DRange& range) {
+    *this = ramp_c1DRamp(countOver(range.Length(), cal_.Delta()), cal_);
+}
+
+ramp_c2DRamp::ramp_c2DRamp(ramp_eRampType type, int countX, int countY, const cal_c2DArrayCal& cal)
+    : type_(type), countX_(countX), countY_(countY), cal_(cal),
+      array_(generate(type, countX, countY, cal)) {}
+
+void ramp_c2DRamp::SetCal(const cal_c2DArrayCal& cal) {
+    *this = ramp_c2DRamp(type_, countX_, countY_, cal);
+}
+
+void ramp_c2DRamp::SetRange(const rnge_c2DRange& range) {
+    *this = ramp_c2DRamp(type_, countOver(range.Length(), cal_.X().Delta()),
+                         countOver(range.Width(), cal_.Y().Delta()), cal_);
+}
