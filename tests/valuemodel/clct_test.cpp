@@ -205,6 +205,15 @@ TYPED_TEST(CollectionOf, RemovingAndClearingNeedNoMemory) {
     EXPECT_THAT(c, ElementsAre(8));
 }
 
+TYPED_TEST(CollectionOf, EveryStepAllocatesExactlyOneBlock) {
+    TypeParam c;
+    for (int count = 1; count <= 30; ++count) {
+        const long before = allocationCount();
+        c.Add(count);
+        EXPECT_EQ(allocationCount() - before, count % 5 == 0) << count;
+    }
+}
+
 TYPED_TEST(CollectionOf, ShrinkingGivesMemoryBack) {
     TypeParam c;
     addUpTo(c, 5);

@@ -559,14 +559,30 @@ TEST_F(Messages, QueuedOutsideADeliveryAreSentAtOnce) {
 }
 
 TEST_F(Messages, QueuedDuringADeliveryFollowItInOrder) {
-    Payload first, second;
     onPing(a, [&] {
-        sender->QueueMessage(pong, &first);
-        sender->QueueMessage(ping, &second);
+        sender->QueueMessage(pong, nullptr);
+        sender->QueueMessage(ping, nullptr);
     });
     sender->SendMessage(ping, nullptr);
     EXPECT_THAT(log, ElementsAre("a ping", "b ping", "c ping", "a pong", "b pong", "c pong",
                                  "a ping", "b ping", "c ping"));
+}
+
+TEST_F(Messages, QueuedBringTheirOwnData) {
+    struct Probe : mesg_cReceiver {
+        std::vector<mesg_sMessageData*> data;
+        void ReceiveMessage(unsigned long, mesg_cSender&, mesg_sMessageData* d) override {
+            data.push_back(d);
+        }
+    } probe;
+    sender->AddReceiver(probe, mesg_AllClasses);
+    Payload sent, first, second;
+    onPing(a, [&] {
+        sender->QueueMessage(pong, &first);
+        sender->QueueMessage(pong, &second);
+    });
+    sender->SendMessage(ping, &sent);
+    EXPECT_THAT(probe.data, ElementsAre(&sent, &first, &second));
 }
 
 TEST_F(Messages, QueuedInANestedDeliveryWaitForTheOutermostOne) {
