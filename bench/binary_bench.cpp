@@ -1,0 +1,88 @@
+// Element-wise arithmetic through the public operators. The peer is binary.py.
+//
+// usage: bench_binary DIRECTORY   (where samples of the results go)
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "bench/bench.h"
+#include "dataprocessing/dataprocessing.h"
+
+#define LEVEL_KERNELS "bench/bare_loop.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace {
+
+template<class T, class Make>
+darr_c1DArray array(std::size_t count, const Make& make) {
+    std::vector<T> elements(count);
+    for (std::size_t i = 0; i < count; ++i)
+        elements[i] = make(static_cast<std::uint32_t>(i));
+    return darr_c1DArray(std::span<const T>(elements));
+}
+
+darr_c1DArray realArray(std::size_t count, std::uint32_t input) {
+    return array<float>(count, [=](std::uint32_t i) { return bench::real(i, input); });
+}
+
+darr_c1DArray shortArray(std::size_t count, std::uint32_t input) {
+    return array<unsigned short>(count, [=](std::uint32_t i) {
+        return static_cast<unsigned short>(bench::bits(i, input) >> 16);
+    });
+}
+
+darr_c1DArray complexArray(std::size_t count, std::uint32_t input) {
+    return array<comp_cComplex<float>>(count, [=](std::uint32_t i) {
+        return comp_cComplex<float>(bench::real(i, input), bench::real(i, input + 1));
+    });
+}
+
+template<class T, class Operation>
+void measure(const std::string& directory, const std::string& name, std::size_t count,
+             const Operation& operation) {
+    {
+        const darr_c1DArray result = operation();
+        bench::sample(directory, name, result.Elements<T>());
+    }
+    bench::printTime(name, count, bench::nanoseconds([&] { bench::use(operation()); }));
+    if (count < (std::size_t{1} << 22))
+        return;
+    const double peak = bench::peakBytes([&] { bench::use(operation()); });
+    std::printf("memory %s %zu %.3f\n", name.c_str(), count,
+                peak / static_cast<double>(count * sizeof(T)));
+}
+
+void bareLoop(std::size_t count) {
+    const std::vector<float> a(count, 1.0F), b(count, 2.0F);
+    std::vector<float> result(count);
+    using namespace dataprocessing::detail;
+    const auto loop = LEVEL_SELECT(bare_Sum);
+    bench::printTime("bare_float", count, bench::nanoseconds([&] {
+                         loop(a.data(), b.data(), result.data(), count);
+                         bench::use(result);
+                     }));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const std::string directory = argc > 1 ? argv[1] : ".";
+    bench::printSelf();
+    bareLoop(1000);
+    for (const std::size_t count : {std::size_t{1000}, std::size_t{100000}, std::size_t{1} << 24}) {
+        {
+            const darr_c1DArray a = realArray(count, 1), b = realArray(count, 2);
+            measure<float>(directory, "add_float", count, [&] { return a + b; });
+            if (count == 1000)
+                continue;
+            measure<float>(directory, "divide_float", count, [&] { return a / b; });
+            const darr_c1DArray u = shortArray(count, 3), v = shortArray(count, 4);
+            measure<int>(directory, "add_u16", count, [&] { return u + v; });
+            measure<float>(directory, "multiply_u16_float", count, [&] { return u * b; });
+        }
+        const darr_c1DArray c = complexArray(count, 5), d = complexArray(count, 7);
+        measure<comp_cComplex<float>>(directory, "multiply_complex", count, [&] { return c * d; });
+    }
+}
