@@ -426,7 +426,7 @@ TYPED_TEST(ArrayOf, ConvertsToASpan) {
 
 TYPED_TEST(ArrayOf, WorksThroughItsBase) {
     std::unique_ptr<arr_cArray<int>> base =
-        std::make_unique<TypeParam>(std::initializer_list{1, 2});
+        std::make_unique<TypeParam>(std::initializer_list<int>{1, 2});
     base->SetSize(3);
     base->Fill(5, 1, 2);
     EXPECT_THAT(values(*base), ElementsAre(1, 2, 5));
