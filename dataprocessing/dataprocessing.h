@@ -4,10 +4,13 @@
 /// The umbrella header: everything that a user of DataProcessing calls.
 
 #include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/binary/bnry_bool.h"
+#include "dataprocessing/binary/bnry_comp.h"
 #include "dataprocessing/geometry/ramp.h"
 #include "dataprocessing/geometry/trns.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/unary/scandata.h"
+#include "dataprocessing/unary/ternary.h"
 #include "dataprocessing/unary/unry.h"
 #include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/barr.h"

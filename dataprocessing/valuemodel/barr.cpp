@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/valuemodel/barr_make.h"
 #include "dataprocessing/valuemodel/parr_size.h"
 
 using namespace dataprocessing::detail;
@@ -62,4 +63,20 @@ unsigned char& barr_c2DBoolArray::Element(int x, int y) {
 }
 const unsigned char& barr_c2DBoolArray::Element(int x, int y) const {
     return elementAt<const unsigned char>(block_, parr_CheckedIndex(x, y, SizeX(), SizeY()));
+}
+
+template<>
+barr_c1DBoolArray dataprocessing::detail::barr_Unset(int sizeX, int) {
+    barr_c1DBoolArray mask;
+    mask.block_ = mem_cBlock(static_cast<std::size_t>(sizeX));
+    return mask;
+}
+
+template<>
+barr_c2DBoolArray dataprocessing::detail::barr_Unset(int sizeX, int sizeY) {
+    barr_c2DBoolArray mask;
+    mask.block_ = mem_cBlock(static_cast<std::size_t>(sizeX) * static_cast<std::size_t>(sizeY));
+    mask.sizeX_ = sizeX;
+    mask.sizeY_ = sizeY;
+    return mask;
 }

@@ -9,6 +9,13 @@
 #include "dataprocessing/valuemodel/rnge.h"
 #include "dataprocessing/valuemodel/type.h"
 
+namespace dataprocessing::detail {
+
+template<class Mask>
+Mask barr_Unset(int sizeX, int sizeY);
+
+} // namespace dataprocessing::detail
+
 /// A 1D boolean array, one byte per element: zero is false, anything else true.
 ///
 /// It starts as all false on the default calibration. Comparisons give masks on that calibration
@@ -37,6 +44,9 @@ public:
     const unsigned char& Element(int index) const;
 
 private:
+    template<class Mask>
+    friend Mask dataprocessing::detail::barr_Unset(int sizeX, int sizeY);
+
     dataprocessing::detail::mem_cBlock block_;
     cal_c1DArrayCal cal_;
 };
@@ -71,6 +81,9 @@ public:
     const unsigned char& Element(int x, int y) const;
 
 private:
+    template<class Mask>
+    friend Mask dataprocessing::detail::barr_Unset(int sizeX, int sizeY);
+
     dataprocessing::detail::mem_cBlock block_;
     dataprocessing::detail::mem_cCount sizeX_;
     dataprocessing::detail::mem_cCount sizeY_;

@@ -1,0 +1,39 @@
+#pragma once
+
+/// @file
+/// Boolean logic on masks, element by element.
+///
+/// The operands are unchanged. The result has the size and the calibration of the (first) operand,
+/// and its elements are 1 or 0; of the operands' elements any nonzero byte counts as true.
+///
+/// Masks are never aligned: both must have the same range and delta (IsRangeAndDelta).
+///
+/// **Errors.** Masks of different range or delta: expt_cProgramException ("binary3", 58) in 1D,
+/// ("binary3", 83) in 2D. A mask without elements: the index error. Masks whose calibrations hide
+/// that they differ in size (a delta of zero, or one lost beside a huge offset): the size error.
+
+#include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/valuemodel/barr.h"
+
+// clang-format off
+
+/// @name Where both masks are true
+/// @{
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator&(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator&(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
+/// @}
+
+/// @name Where at least one of two masks is true
+/// Both operands are evaluated, unlike those of the operator on `bool`.
+/// @{
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator||(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator||(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
+/// @}
+
+/// @name Where a mask is false
+/// @{
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator!(const barr_c1DBoolArray& mask);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator!(const barr_c2DBoolArray& mask);
+/// @}
+
+// clang-format on

@@ -1,0 +1,135 @@
+#pragma once
+
+/// @file
+/// Element-wise comparison of numbers and calibrated arrays.
+///
+/// Every function takes its operands unchanged and returns a new value: a truth value for two
+/// numbers, else a mask, which is 1 where the comparison holds and 0 elsewhere. What follows holds
+/// for all of them.
+///
+/// **Common type.** Both operands are converted to the larger of their two types (dtyp_Max) by the
+/// rules of conv_Convert, and compared as that: integers as integers, single precision as single
+/// precision. There is no widening as for arithmetic. So a uint32 meets an int8 as an int8, clipped
+/// to at most 127, and a double meets a single-precision complex value rounded to single precision.
+///
+/// **NaN** is equal to nothing and neither greater nor less than anything: with a NaN on either
+/// side only `!=` holds. The two zeros are equal.
+///
+/// **Complex values** are equal when both parts are. Greater and less compare their magnitudes,
+/// `abs` in the precision of the common type: of 3+4i and 5 neither is greater, both `>=` and `<=`
+/// hold, and `==` does not.
+///
+/// **Calibration.** Two arrays are aligned first, as for arithmetic: the one with the coarser delta
+/// is resampled (resc_Rescale) to the finer one's, and both are extended with zeros to the union of
+/// their ranges. **The mask lies on the default calibration, wherever the operands do.** A mask
+/// meant for calibrated data is given the data's:
+///
+///     barr_c1DBoolArray bright = spectrum > 100;
+///     bright.SetCal(spectrum.Cal());
+///     darr_c1DArray clipped = tnry_Ternary(bright, spectrum, 0);
+///
+/// **Empty operands.** A number with an array without elements, and two arrays without elements,
+/// give a mask of 2 (1D) or 2 by 2 (2D) elements, all false, whatever the comparison and the types.
+///
+/// **Errors.** A comparison that is none of the six: expt_cProgramException ("binary2", 1). An
+/// element type outside the ten: that of conv_Convert, or expt_cProgramException ("binary2", 138)
+/// when both operands have it. Arrays whose alignment leaves no element: the index error. Arrays
+/// that differ in size even when aligned: the size error. What resc_Rescale and Selection refuse
+/// passes through.
+
+#include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/valuemodel/barr.h"
+#include "dataprocessing/valuemodel/darr.h"
+#include "dataprocessing/valuemodel/pnum.h"
+#include "dataprocessing/valuemodel/type.h"
+
+/// The comparisons.
+enum bnry_eCompBinaryOperation : int {
+    bnry_Equal = 0,        ///< a == b
+    bnry_NotEqual = 1,     ///< a != b
+    bnry_Greater = 2,      ///< a > b
+    bnry_GreaterEqual = 3, ///< a >= b
+    bnry_Less = 4,         ///< a < b
+    bnry_LessEqual = 5     ///< a <= b
+};
+
+// clang-format off
+
+/// @name Where a comparison holds
+/// @{
+DATAPROCESSING_EXPORT type_cBoolean     bnry_Operate(bnry_eCompBinaryOperation comparison, const pnum_cNumber&  a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const pnum_cNumber&  a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const pnum_cNumber&  a, const darr_c2DArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c1DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c1DArray& a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c2DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c2DArray& a, const darr_c2DArray& b);
+/// @}
+
+/// @name Where a equals b
+/// @{
+DATAPROCESSING_EXPORT type_cBoolean     operator==(const pnum_cNumber&  a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator==(const pnum_cNumber&  a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator==(const pnum_cNumber&  a, const darr_c2DArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator==(const darr_c1DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator==(const darr_c1DArray& a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator==(const darr_c2DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator==(const darr_c2DArray& a, const darr_c2DArray& b);
+/// @}
+
+/// @name Where a differs from b
+/// @{
+DATAPROCESSING_EXPORT type_cBoolean     operator!=(const pnum_cNumber&  a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator!=(const pnum_cNumber&  a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator!=(const pnum_cNumber&  a, const darr_c2DArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator!=(const darr_c1DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator!=(const darr_c1DArray& a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator!=(const darr_c2DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator!=(const darr_c2DArray& a, const darr_c2DArray& b);
+/// @}
+
+/// @name Where a is greater than b
+/// @{
+DATAPROCESSING_EXPORT type_cBoolean     operator>(const pnum_cNumber&  a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator>(const pnum_cNumber&  a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator>(const pnum_cNumber&  a, const darr_c2DArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator>(const darr_c1DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator>(const darr_c1DArray& a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator>(const darr_c2DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator>(const darr_c2DArray& a, const darr_c2DArray& b);
+/// @}
+
+/// @name Where a is greater than or equal to b
+/// @{
+DATAPROCESSING_EXPORT type_cBoolean     operator>=(const pnum_cNumber&  a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator>=(const pnum_cNumber&  a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator>=(const pnum_cNumber&  a, const darr_c2DArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator>=(const darr_c1DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator>=(const darr_c1DArray& a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator>=(const darr_c2DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator>=(const darr_c2DArray& a, const darr_c2DArray& b);
+/// @}
+
+/// @name Where a is less than b
+/// @{
+DATAPROCESSING_EXPORT type_cBoolean     operator<(const pnum_cNumber&  a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator<(const pnum_cNumber&  a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator<(const pnum_cNumber&  a, const darr_c2DArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator<(const darr_c1DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator<(const darr_c1DArray& a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator<(const darr_c2DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator<(const darr_c2DArray& a, const darr_c2DArray& b);
+/// @}
+
+/// @name Where a is less than or equal to b
+/// @{
+DATAPROCESSING_EXPORT type_cBoolean     operator<=(const pnum_cNumber&  a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator<=(const pnum_cNumber&  a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator<=(const pnum_cNumber&  a, const darr_c2DArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator<=(const darr_c1DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator<=(const darr_c1DArray& a, const darr_c1DArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator<=(const darr_c2DArray& a, const pnum_cNumber&  b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator<=(const darr_c2DArray& a, const darr_c2DArray& b);
+/// @}
+
+// clang-format on
