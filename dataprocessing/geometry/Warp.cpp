@@ -1,0 +1,157 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "dataprocessing/geometry/warp.h"
+#include "dataprocessing/geometry/warp_kernels.h"
+#include "dataprocessing/platform/linalg.h"
+#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/valuemodel/type.h"
+
+using namespace dataprocessing::detail;
+
+namespace {
+
+using Matrix = linalg_c2x2Matrix<double>;
+
+Matrix rotation(double angle) {
+    const double cosine = std::cos(angle);
+    const double sine = std::sin(angle);
+    return {cosine, -sine, sine, cosine};
+}
+
+Matrix diagonal(double x, double y) { return {x, 0, 0, y}; }
+
+bool isTiny(double x) { return std::fabs(x) < std::numeric_limits<double>::min(); }
+
+void refuseIf(bool isRefused, int line) {
+    if (isRefused)
+        throw expt_cProgramException("Warp", line);
+}
+
+/// The upright box around a range mapped by `matrix` and then shifted.
+rnge_c2DRange mappedBox(const rnge_c2DRange& range, const Matrix& matrix, double shiftX,
+                        double shiftY) {
+    const double corners[4][2] = {{range.Left(), range.LeftY()},
+                                  {range.BottomX(), range.Bottom()},
+                                  {range.Right(), range.RightY()},
+                                  {range.TopX(), range.Top()}};
+    double x[4];
+    double y[4];
+    for (int i = 0; i < 4; ++i) {
+        x[i] = matrix.First(corners[i][0], corners[i][1]) + shiftX;
+        y[i] = matrix.Second(corners[i][0], corners[i][1]) + shiftY;
+    }
+    const auto [left, right] = std::minmax_element(x, x + 4);
+    const auto [bottom, top] = std::minmax_element(y, y + 4);
+    return {*left, *bottom, *right, *top};
+}
+
+struct sSize {
+    int x;
+    int y;
+};
+
+/// The number of elements that a box takes. Throws the size error before anything is allocated.
+sSize sizeOf(const rnge_c2DRange& box, double deltaX, double deltaY) {
+    constexpr double most = std::numeric_limits<int>::max();
+    const double x = std::floor((box.Right() - box.Left()) / deltaX + 0.5);
+    const double y = std::floor((box.Top() - box.Bottom()) / deltaY + 0.5);
+    if (!(x >= 0 && x <= most && y >= 0 && y <= most && x * y <= most))
+        arr_SizeError();
+    return {static_cast<int>(x), static_cast<int>(y)};
+}
+
+darr_c2DArray mapImage(const darr_c2DArray& image, const Matrix& matrix,
+                       const rnge_c2DRange& range) {
+    const bool isWhole = &range == &rnge_c2DRange::Null;
+    if (matrix == Matrix())
+        return isWhole ? image : image.Selection(range, rnge_IndexNearest);
+
+    const dtyp_cDataType type = dtyp_Max(image.DataType(), parr_c2DNumberArray::t2DValueArray);
+    refuseIf(!image.DataType().IsKnown(), 93);
+    if (image.Count() == 0)
+        return {0, 0, type, image.Cal()};
+
+    const cal_cArrayCal& calX = image.Cal().X();
+    const cal_cArrayCal& calY = image.Cal().Y();
+    const double originX = calX.Offset();
+    const double originY = calY.Offset();
+    const double shiftX = originX - matrix.First(originX, originY);
+    const double shiftY = originY - matrix.Second(originX, originY);
+    const rnge_c2DRange box = mappedBox(isWhole ? image.Range() : range, matrix, shiftX, shiftY);
+    const sSize size = sizeOf(box, calX.Delta(), calY.Delta());
+
+    cal_c2DArrayCal cal(box.Left(), calX.Delta(), box.Bottom(), calY.Delta(), 0, 0);
+    if (box.Contains(originX, originY)) {
+        cal = image.Cal();
+        cal.X().SetCalIndex(
+            static_cast<int>(std::floor((originX - box.Left()) / calX.Delta() + 0.5)));
+        cal.Y().SetCalIndex(
+            static_cast<int>(std::floor((originY - box.Bottom()) / calY.Delta() + 0.5)));
+    }
+
+    const Matrix inverse = matrix.Inverse();
+    const double x = box.Left() - shiftX;
+    const double y = box.Bottom() - shiftY;
+    const warp_sMap map{inverse, (inverse.First(x, y) - originX) / calX.Delta() + calX.CalIndex(),
+                        (inverse.Second(x, y) - originY) / calY.Delta() + calY.CalIndex()};
+    darr_c2DArray result(size.x, size.y, type, cal);
+    warp_Sample({image.Data(), image.DataType(), image.SizeX(), image.SizeY()}, map, type, size.x,
+                size.y, result.Data());
+    return result;
+}
+
+} // namespace
+
+darr_c2DArray warp_Rescale(const darr_c2DArray& image, double deltaX, double deltaY) {
+    refuseIf(isTiny(deltaX) || isTiny(deltaY), 202);
+    const double oldX = image.Cal().X().Delta();
+    const double oldY = image.Cal().Y().Delta();
+    if (deltaX == oldX && deltaY == oldY)
+        return image;
+    darr_c2DArray result =
+        mapImage(image, diagonal(oldX / deltaX, oldY / deltaY), rnge_c2DRange::Null);
+    result.SetDeltaX(deltaX);
+    result.SetDeltaY(deltaY);
+    return result;
+}
+
+darr_c2DArray warp_Resize(const darr_c2DArray& image, double factorX, double factorY) {
+    refuseIf(isTiny(factorX) || isTiny(factorY), 229);
+    return mapImage(image, diagonal(factorX, factorY), rnge_c2DRange::Null);
+}
+
+darr_c2DArray warp_Shear(const darr_c2DArray& image, double shearAngle, double axisAngle) {
+    refuseIf(shearAngle == type_Pi / 2 || shearAngle == 3 * type_Pi / 2, 251);
+    if (isTiny(shearAngle))
+        return image;
+    const Matrix shear{1, std::tan(shearAngle), 0, 1};
+    return mapImage(image, rotation(-axisAngle) * shear * rotation(axisAngle), rnge_c2DRange::Null);
+}
+
+darr_c2DArray warp_FlipAxis(const darr_c2DArray& image, double angle) {
+    return mapImage(image, rotation(-angle) * diagonal(-1, 1) * rotation(angle),
+                    rnge_c2DRange::Null);
+}
+
+darr_c2DArray warp_FlipPoint(const darr_c2DArray& image) {
+    return mapImage(image, diagonal(-1, -1), rnge_c2DRange::Null);
+}
+
+darr_c2DArray warp_Rotate(const darr_c2DArray& image, double angle, const rnge_c2DRange& range) {
+    const double oldX = image.Cal().X().Delta();
+    const double oldY = image.Cal().Y().Delta();
+    double a = std::fabs(angle);
+    if (a > type_Pi / 2)
+        a = std::fabs(a - type_Pi);
+    const bool isFlat = a < std::atan(oldY / oldX);
+    const double newX = isFlat ? std::cos(a) * oldX : std::sin(a) * oldY;
+    const double newY = isFlat ? std::cos(a) * oldY : std::sin(a) * oldX;
+    darr_c2DArray result =
+        mapImage(image, rotation(angle) * diagonal(oldX / newX, oldY / newY), range);
+    result.SetDeltaX(newX);
+    result.SetDeltaY(newY);
+    return result;
+}
