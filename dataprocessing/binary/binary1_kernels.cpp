@@ -103,11 +103,8 @@ void bnry_RunKernel(const void* a, const void* b, void* result,
 
 namespace {
 
-// Three blocks and what they come from stay in the first-level cache. The number of elements in a
-// block is a multiple of every chunk of the image library, so that chunks counted from the start of
-// a block are those counted from the start of the array.
-constexpr std::size_t blockBytes = 8192;
-static_assert(blockBytes / sizeof(comp_cComplex<double>) % 4 == 0);
+// Three blocks and what they come from stay in the first-level cache.
+constexpr std::size_t blockBytes = 4096;
 
 // Results from here on would push themselves, and what else is there, out of any last-level cache.
 constexpr std::size_t streamFrom = std::size_t{48} << 20;
@@ -151,31 +148,38 @@ private:
     const view_cView* view_;
 };
 
-/// The elements [first, last) of a result of `type`.
+/// The elements [first, last) of a result, which are computed at `level`.
 struct sPart {
     dtyp_cDataType type;
     void* result;
     std::size_t first;
     std::size_t last;
+    level_eSet level;
 };
+
+bool streams(const sPart& part) noexcept {
+    return (part.last - part.first) * part.type.SizeOf() >= streamFrom;
+}
 
 /// Calls step(a, b, result, count), which answers whether to go on, block by block.
 template<class Step>
-bool runBlocks(const cSource& a, const cSource& b, const sPart& part, bool streams,
-               const Step& step) {
+bool runBlocks(const cSource& a, const cSource& b, const sPart& part, const Step& step) {
     const std::size_t size = part.type.SizeOf();
+    const bool toStream = streams(part);
     alignas(64) std::byte blockA[blockBytes];
     alignas(64) std::byte blockB[blockBytes];
     alignas(64) std::byte blockResult[blockBytes];
     for (std::size_t first = part.first; first < part.last; first += blockBytes / size) {
         const std::size_t count = std::min(blockBytes / size, part.last - first);
         void* target = advanced(part.result, first * size);
-        void* written = streams ? blockResult : target;
+        void* written = toStream ? blockResult : target;
         if (!step(a.Read(first, count, blockA), b.Read(first, count, blockB), written, count))
             return false;
-        if (streams)
-            arit_StreamOut(target, written, count * size);
+        if (toStream)
+            arit_StreamOut(target, written, count * size, part.level);
     }
+    if (toStream)
+        arit_EndStreaming();
     return true;
 }
 
@@ -184,26 +188,11 @@ template<class Step>
 bool run(const cSource& a, const cSource& b, const sPart& part, const Step& step) {
     if (part.first == part.last)
         return true;
-    const std::size_t size = part.type.SizeOf();
-    const bool streams = (part.last - part.first) * size >= streamFrom;
-    if (streams || !a.InPlace() || !b.InPlace())
-        return runBlocks(a, b, part, streams, step);
+    if (streams(part) || !a.InPlace() || !b.InPlace())
+        return runBlocks(a, b, part, step);
     return step(a.Read(part.first, 0, nullptr), b.Read(part.first, 0, nullptr),
-                advanced(part.result, part.first * size), part.last - part.first);
+                advanced(part.result, part.first * part.type.SizeOf()), part.last - part.first);
 }
-
-/// A loop that is run to the end.
-class cWholeLoop {
-public:
-    explicit cWholeLoop(arit_Loop loop) noexcept : loop_(loop) {}
-    bool operator()(const void* a, const void* b, void* result, std::size_t count) const noexcept {
-        loop_(a, b, result, count);
-        return true;
-    }
-
-private:
-    arit_Loop loop_;
-};
 
 /// The type that an operand's elements are stored as; `type` for a number, code 0 for a view whose
 /// elements are not stored in the order in which they are seen.
@@ -232,49 +221,56 @@ private:
     const void* element_;
 };
 
-void runKernel(int operation, const bnry_cOperand& a, const bnry_cOperand& b, const sPart& part,
-               level_eSet level) {
-    run(cSource::Converted(a, part.type), cSource::Converted(b, part.type), part,
-        [&](const void* first, const void* second, void* result, std::size_t count) {
-            bnry_RunKernel(first, second, result,
-                           {operation, part.type.Code(), a.View() != nullptr, b.View() != nullptr,
-                            static_cast<int>(count)},
-                           level);
+arit_eForm formOf(const bnry_cOperand& a, const bnry_cOperand& b) noexcept {
+    return formOf(a.View() != nullptr, b.View() != nullptr);
+}
+
+/// Runs the plain loop over a part, widening on the way where there is a loop for that.
+void runLoop(int operation, const bnry_cOperand& a, const bnry_cOperand& b, const sPart& part) {
+    const arit_eForm form = formOf(a, b);
+    const auto toTheEnd = [](arit_Loop loop) {
+        return [loop](const void* first, const void* second, void* result, std::size_t count) {
+            loop(first, second, result, count);
             return true;
-        });
+        };
+    };
+    if (const arit_Loop loop =
+            arit_WideningLoop(part.type, storedType(a, part.type), storedType(b, part.type),
+                              operation, form, part.level))
+        run(cSource::Stored(a), cSource::Stored(b), part, toTheEnd(loop));
+    else if (const arit_Loop plain = arit_PlainLoop(part.type, operation, form, part.level))
+        run(cSource::Converted(a, part.type), cSource::Converted(b, part.type), part,
+            toTheEnd(plain));
 }
 
 } // namespace
 
 void bnry_Compute(int operation, dtyp_cDataType type, const bnry_cOperand& a,
                   const bnry_cOperand& b, void* result, std::size_t count, level_eSet level) {
-    const dtyp_cDataType storedA = storedType(a, type);
-    const dtyp_cDataType storedB = storedType(b, type);
-    const arit_eForm form = formOf(a.View() != nullptr, b.View() != nullptr);
-    if (storedA == type && storedB == type)
-        return runKernel(operation, a, b, {type, result, 0, count}, level);
-
-    const sImageService image = imageService(type, operation);
-    if (form == arit_Arrays || image.chunk == 0) {
-        if (const arit_Loop loop =
-                arit_WideningLoop(type, storedA, storedB, operation, form, level))
-            run(cSource::Stored(a), cSource::Stored(b), {type, result, 0, count}, cWholeLoop(loop));
-        else
-            runKernel(operation, a, b, {type, result, 0, count}, level);
+    const sPart all{type, result, 0, count, level};
+    if (storedType(a, type) == type && storedType(b, type) == type && !streams(all)) {
+        const void* first = a.View() != nullptr ? a.View()->Direct() : a.Element();
+        const void* second = b.View() != nullptr ? b.View()->Direct() : b.Element();
+        bnry_RunKernel(first, second, result,
+                       {operation, type.Code(), a.View() != nullptr, b.View() != nullptr,
+                        static_cast<int>(count)},
+                       level);
         return;
     }
 
-    const bool numberFirst = form == arit_NumberFirst;
-    const bnry_cOperand& array = numberFirst ? b : a;
-    const arit_Loop loop = arit_WideningLoop(type, numberFirst ? storedB : storedA, type, operation,
-                                             arit_NumberSecond, level);
-    if (loop == nullptr)
-        return runKernel(operation, a, b, {type, result, 0, count}, level);
-    const cImageScalar scalar((numberFirst ? a : b).Element(), type);
-    const std::size_t rows = count - count % static_cast<std::size_t>(image.chunk);
-    run(cSource::Stored(array), cSource::Stored(bnry_cOperand(scalar.Element())),
-        {type, result, 0, rows}, cWholeLoop(loop));
-    runKernel(operation, a, b, {type, result, rows, count}, level);
+    // With two arrays the image library computes what the plain loops do. With a number it takes
+    // the whole chunks, as array op number.
+    const sImageService image = imageService(type, operation);
+    const arit_eForm form = formOf(a, b);
+    const std::size_t rows = image.chunk == 0 || form == arit_Arrays
+                                 ? 0
+                                 : count - count % static_cast<std::size_t>(image.chunk);
+    if (rows != 0) {
+        const cImageScalar scalar(form == arit_NumberFirst ? a.Element() : b.Element(), type);
+        runLoop(operation, form == arit_NumberFirst ? b : a, bnry_cOperand(scalar.Element()),
+                {type, result, 0, rows, level});
+    }
+    runLoop(operation, a, b, {type, result, rows, count, level});
 }
 
 bool bnry_DivideTesting(dtyp_cDataType type, const bnry_cOperand& a, const bnry_cOperand& b,
@@ -288,8 +284,8 @@ bool bnry_DivideTesting(dtyp_cDataType type, const bnry_cOperand& a, const bnry_
         return false;
     }
 
-    const arit_eForm form = formOf(a.View() != nullptr, true);
-    const sPart all{type, result, 0, count};
+    const arit_eForm form = formOf(a, b);
+    const sPart all{type, result, 0, count, level};
     const auto testing = [](arit_TestingLoop loop) {
         return [loop](const void* first, const void* second, void* quotients, std::size_t number) {
             return !loop(first, second, quotients, number);

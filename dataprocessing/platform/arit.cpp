@@ -10,8 +10,8 @@
 #include "dataprocessing/valuemodel/comp.h"
 #include "dataprocessing/valuemodel/dtyp_visit.h"
 
-#if defined(__SSE2__)
-    #include <emmintrin.h>
+#if DATAPROCESSING_LEVELS
+    #include <immintrin.h>
 #endif
 
 namespace dataprocessing::detail {
@@ -166,23 +166,14 @@ bool arit_IsZero(dtyp_cDataType type, const void* element) noexcept {
     return zero;
 }
 
-void arit_StreamOut(void* target, const void* source, std::size_t bytes) noexcept {
-#if defined(__SSE2__)
-    std::byte* to = static_cast<std::byte*>(target);
-    const std::byte* from = static_cast<const std::byte*>(source);
-    const std::size_t misaligned = reinterpret_cast<std::uintptr_t>(to) % sizeof(__m128i);
-    std::size_t done = misaligned == 0 ? 0 : sizeof(__m128i) - misaligned;
-    done = done < bytes ? done : bytes;
-    std::memcpy(to, from, done);
-    for (; done + sizeof(__m128i) <= bytes; done += sizeof(__m128i)) {
-        __m128i part;
-        std::memcpy(&part, from + done, sizeof part);
-        _mm_stream_si128(reinterpret_cast<__m128i*>(to + done), part);
-    }
-    std::memcpy(to + done, from + done, bytes - done);
+void arit_StreamOut(void* target, const void* source, std::size_t bytes,
+                    level_eSet level) noexcept {
+    LEVEL_SELECT_AT(level, arit_StreamCopy)(target, source, bytes);
+}
+
+void arit_EndStreaming() noexcept {
+#if DATAPROCESSING_LEVELS
     _mm_sfence();
-#else
-    std::memcpy(target, source, bytes);
 #endif
 }
 

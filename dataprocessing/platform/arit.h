@@ -58,7 +58,10 @@ arit_TestingLoop arit_TestingDivision(dtyp_cDataType type, dtyp_cDataType stored
 bool arit_IsZero(dtyp_cDataType type, const void* element) noexcept;
 
 /// Copies past the caches: for results so large that their beginning would have left the caches
-/// before anybody reads it.
-void arit_StreamOut(void* target, const void* source, std::size_t bytes) noexcept;
+/// before anybody reads it. Other threads may read the target after arit_EndStreaming.
+void arit_StreamOut(void* target, const void* source, std::size_t bytes,
+                    level_eSet level = level_Current()) noexcept;
+/// Makes what was streamed so far visible before anything that is written from now on.
+void arit_EndStreaming() noexcept;
 
 } // namespace dataprocessing::detail

@@ -1,6 +1,7 @@
 #include "dataprocessing/platform/memory.h"
 
 #include <cstring>
+#include <limits>
 #include <new>
 #include <utility>
 
@@ -16,17 +17,83 @@ constexpr std::size_t cacheLine = 64;
 constexpr std::size_t hugePage = std::size_t{2} << 20;
 constexpr std::size_t hugeFrom = std::size_t{4} << 20;
 
-// A refused request changes nothing but the speed, so nobody looks at the answer.
-void askForHugePages([[maybe_unused]] void* data, [[maybe_unused]] std::size_t bytes) noexcept {
-#if defined(__linux__) && defined(MADV_HUGEPAGE)
-    madvise(data, bytes - bytes % hugePage, MADV_HUGEPAGE);
-#endif
-}
-
 // An allocator finds unaligned storage several times faster than aligned storage, so small blocks
 // ask for room to begin on a cache line within.
 constexpr std::size_t withRoom(std::size_t bytes) noexcept {
     return bytes + cacheLine - __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+}
+
+constexpr std::size_t wholeHugePages(std::size_t bytes) noexcept {
+    return (bytes + hugePage - 1) / hugePage * hugePage;
+}
+
+// Requests to the system are for speed alone: nobody looks at the answer.
+void askForHugePages([[maybe_unused]] void* data, [[maybe_unused]] std::size_t bytes) noexcept {
+#if defined(__linux__) && defined(MADV_HUGEPAGE)
+    madvise(data, bytes, MADV_HUGEPAGE);
+#endif
+}
+void offerBack([[maybe_unused]] void* data, [[maybe_unused]] std::size_t bytes) noexcept {
+#if defined(__linux__) && defined(MADV_FREE)
+    madvise(data, bytes, MADV_FREE);
+#endif
+}
+
+void freeHuge(void* allocated, std::size_t bytes) noexcept {
+    ::operator delete (allocated, bytes, std::align_val_t{hugePage});
+}
+
+// The large block that this thread released last. Having the system clear fresh pages costs about
+// as much as the arithmetic that fills them, and in a chain of operations each temporary can take
+// the pages of the one before. The system may have them back whenever it needs them, and a block
+// of another size is only allocated once this one is gone, so it adds nothing to a peak.
+struct sSpare {
+    void* allocated;
+    std::size_t bytes;
+    bool closed; // the thread ends: from now on nothing is kept
+};
+
+// Beyond this a block returns to the system at once. A sanitizer must see every release.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr std::size_t spareLimit = 0;
+#else
+constexpr std::size_t spareLimit = std::size_t{256} << 20;
+#endif
+
+thread_local constinit sSpare spare{nullptr, 0, false};
+
+void dropSpare() noexcept {
+    if (spare.allocated != nullptr)
+        freeHuge(spare.allocated, spare.bytes);
+    spare.allocated = nullptr;
+}
+
+struct sAtThreadEnd {
+    bool registered = false;
+    ~sAtThreadEnd() {
+        dropSpare();
+        spare.closed = true;
+    }
+};
+thread_local sAtThreadEnd atThreadEnd;
+
+void* allocateHuge(std::size_t bytes) {
+    if (spare.allocated != nullptr && spare.bytes == bytes)
+        return std::exchange(spare.allocated, nullptr);
+    dropSpare();
+    void* allocated = ::operator new (bytes, std::align_val_t{hugePage});
+    askForHugePages(allocated, bytes);
+    return allocated;
+}
+
+void releaseHuge(void* allocated, std::size_t bytes) noexcept {
+    if (bytes > spareLimit || spare.closed)
+        return freeHuge(allocated, bytes);
+    atThreadEnd.registered = true;
+    dropSpare();
+    offerBack(allocated, bytes);
+    spare.allocated = allocated;
+    spare.bytes = bytes;
 }
 
 void* allocate(std::size_t bytes) {
@@ -34,16 +101,16 @@ void* allocate(std::size_t bytes) {
         return nullptr;
     if (bytes < hugeFrom)
         return ::operator new(withRoom(bytes));
-    void* allocated = ::operator new (bytes, std::align_val_t{hugePage});
-    askForHugePages(allocated, bytes);
-    return allocated;
+    if (bytes > std::numeric_limits<std::size_t>::max() - hugePage)
+        throw std::bad_alloc();
+    return allocateHuge(wholeHugePages(bytes));
 }
 
 void release(void* allocated, std::size_t bytes) noexcept {
     if (bytes < hugeFrom)
         ::operator delete(allocated, withRoom(bytes));
     else
-        ::operator delete (allocated, bytes, std::align_val_t{hugePage});
+        releaseHuge(allocated, wholeHugePages(bytes));
 }
 
 } // namespace
