@@ -14,7 +14,8 @@ namespace dataprocessing::detail {
 
 void conv_Elements(const void* source, dtyp_cDataType from, void* target, dtyp_cDataType to,
                    std::size_t count, conv_eComplexConversion mode) noexcept {
-    if (count == 0)
+    // Without elements, or of an unknown type, there is no storage.
+    if (count == 0 || from.SizeOf() == 0)
         return;
     if (from == to)
         std::memcpy(target, source, count * from.SizeOf());

@@ -21,7 +21,7 @@ darr_c1DArray darr_c1DArray::Selection(int first, int last) const {
 
 pnum_cNumber darr_c1DArray::Value(double x, darr_eInterpolation interpolation) const {
     const double p = cal_.RealIndex(x);
-    if (Size() == 0 || std::isnan(p))
+    if (Size() == 0 || std::isnan(p) || cal_.Delta() == 0)
         arr_IndexError(0, Size());
     switch (interpolation) {
     case darr_NoInterpolation:
@@ -36,7 +36,8 @@ pnum_cNumber darr_c1DArray::Value(double x, darr_eInterpolation interpolation) c
             return conv_Convert(Number(left), type);
         const auto a = Number(left).As<comp_cComplex<double>>();
         const auto b = Number(left + 1).As<comp_cComplex<double>>();
-        const comp_cComplex<double> value(a.re + (b.re - a.re) * part, a.im + (b.im - a.im) * part);
+        const comp_cComplex<double> value(view_Between(a.re, b.re, part),
+                                          view_Between(a.im, b.im, part));
         return conv_Convert(value, type);
     }
     }

@@ -39,8 +39,8 @@ public:
     /// A copy of the elements of `elements`, as doubles.
     darr_c1DArray(const arr_c1DNumberArray<double>& elements, const cal_c1DArrayCal& cal);
     /// A copy of the elements of a span. Throws the size error for more than 2^31-1.
-    template<dtyp_Element T, std::size_t Extent>
-    explicit darr_c1DArray(std::span<const T, Extent> elements,
+    template<dtyp_SpanElement T, std::size_t Extent>
+    explicit darr_c1DArray(std::span<T, Extent> elements,
                            const cal_c1DArrayCal& cal = cal_c1DArrayCal())
         : parr_c1DNumberArray(elements), cal_(cal) {}
 
@@ -61,8 +61,8 @@ public:
     /// The elements from `first` up to but without `last`, as an array of its own. Indices may lie
     /// outside: elements there are zero. Every position stays where it was, because the calibration
     /// index moves. A last index that is not after the first gives no element. Throws the size
-    /// error for more than 2^31-1 elements, the index error when the calibration index would leave
-    /// int, and expt_cProgramException ("conv", 1) when the element type is unknown.
+    /// error for more than 2^31-1 elements, and the index error when the calibration index would
+    /// leave int.
     darr_c1DArray Selection(int first, int last) const;
     /// The same for an index range.
     darr_c1DArray Selection(const rnge_c1DIndexRange& range) const {
@@ -102,8 +102,8 @@ public:
                            const cal_c2DArrayCal& cal = cal_c2DArrayCal()) noexcept
         : parr_c2DNumberArray(std::move(elements)), cal_(cal) {}
     /// A copy of the elements of a span. Throws the size error unless it has sizeX times sizeY.
-    template<dtyp_Element T, std::size_t Extent>
-    darr_c2DArray(int sizeX, int sizeY, std::span<const T, Extent> elements,
+    template<dtyp_SpanElement T, std::size_t Extent>
+    darr_c2DArray(int sizeX, int sizeY, std::span<T, Extent> elements,
                   const cal_c2DArrayCal& cal = cal_c2DArrayCal())
         : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}
 

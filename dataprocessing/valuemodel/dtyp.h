@@ -5,6 +5,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <type_traits>
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/comp.h"
@@ -91,7 +92,11 @@ inline constexpr bool isComplex = elementCode<T> >= dtyp_ComplexFloat;
 
 /// Satisfied by the ten C++ types that an element can have.
 template<class T>
-concept dtyp_Element = dataprocessing::detail::elementCode<T> != 0;
+concept dtyp_Element = (dataprocessing::detail::elementCode<T> != 0);
+
+/// Satisfied by the ten types and their constant versions: what a span of elements may be of.
+template<class T>
+concept dtyp_SpanElement = dtyp_Element<std::remove_const_t<T>>;
 
 /// The element type that stores a `T`.
 template<dtyp_Element T>

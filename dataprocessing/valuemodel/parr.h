@@ -5,6 +5,7 @@
 
 #include <iosfwd>
 #include <span>
+#include <type_traits>
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/platform/memory.h"
@@ -92,10 +93,10 @@ public:
     parr_c1DNumberArray(int size, dtyp_cDataType type, const void* elements)
         : parr_cNumberArray(size, type, elements) {}
     /// A copy of the elements of a span. Throws the size error for more than 2^31-1.
-    template<dtyp_Element T, std::size_t Extent>
-    explicit parr_c1DNumberArray(std::span<const T, Extent> elements)
-        : parr_cNumberArray(static_cast<long long>(elements.size()), dtyp_Of<T>(),
-                            elements.data()) {}
+    template<dtyp_SpanElement T, std::size_t Extent>
+    explicit parr_c1DNumberArray(std::span<T, Extent> elements)
+        : parr_cNumberArray(static_cast<long long>(elements.size()),
+                            dtyp_Of<std::remove_const_t<T>>(), elements.data()) {}
 
     /// The number of elements.
     int Size() const noexcept { return Count(); }
@@ -129,9 +130,9 @@ public:
     /// A copy of `sizeX` times `sizeY` elements at `elements`.
     parr_c2DNumberArray(int sizeX, int sizeY, dtyp_cDataType type, const void* elements);
     /// A copy of the elements of a span. Throws the size error unless it has sizeX times sizeY.
-    template<dtyp_Element T, std::size_t Extent>
-    parr_c2DNumberArray(int sizeX, int sizeY, std::span<const T, Extent> elements)
-        : parr_c2DNumberArray(sizeX, sizeY, dtyp_Of<T>(),
+    template<dtyp_SpanElement T, std::size_t Extent>
+    parr_c2DNumberArray(int sizeX, int sizeY, std::span<T, Extent> elements)
+        : parr_c2DNumberArray(sizeX, sizeY, dtyp_Of<std::remove_const_t<T>>(),
                               CheckedElements(sizeX, sizeY, elements.size(), elements.data())) {}
 
     /// The number of columns.

@@ -11,7 +11,8 @@
 using namespace dataprocessing::detail;
 
 pnum_cNumber::pnum_cNumber(dtyp_cDataType type, const void* element) noexcept : type_(type) {
-    std::memcpy(element_, element, type.SizeOf());
+    if (const std::size_t size = type.SizeOf())
+        std::memcpy(element_, element, size);
 }
 
 void pnum_cNumber::ConvertTo(dtyp_cDataType type, void* target,

@@ -26,7 +26,8 @@ public:
     pnum_cNumber() noexcept : pnum_cNumber(0.0) {}
     /// A zero of the given type. A type outside the ten may be held: the operations refuse it.
     explicit pnum_cNumber(dtyp_cDataType type) noexcept : type_(type) {}
-    /// A number of the given type with the element at `element`, which is copied.
+    /// A number of the given type with the element at `element`, which is copied; of an unknown
+    /// type nothing is read.
     pnum_cNumber(dtyp_cDataType type, const void* element) noexcept;
     /// A number of the type of `value` with that value.
     template<dtyp_Element T>

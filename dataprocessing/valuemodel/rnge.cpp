@@ -32,11 +32,22 @@ struct sTurn {
     double sine;
 
     explicit sTurn(double angle) : cosine(std::cos(angle)), sine(std::sin(angle)) {
+        constexpr double huge = 1e7; // beyond it a quotient is whole by rounding alone
         const double quarters = angle / (type_Pi / 2);
-        if (quarters == std::floor(quarters)) {
+        if (quarters == std::floor(quarters) && std::fabs(quarters) < huge) {
             cosine = std::round(cosine);
             sine = std::round(sine);
         }
+    }
+
+    /// The whole quarters that the leftmost corner has moved on by: 0 from the angle after -pi / 2
+    /// up to 0, 1 up to pi / 2, and so on round.
+    int Quarters() const noexcept {
+        if (sine > 0)
+            return cosine >= 0 ? 1 : 2;
+        if (cosine > 0)
+            return 0;
+        return sine < 0 ? 3 : 2;
     }
 };
 
@@ -77,6 +88,8 @@ rnge_sBounds boundsY(const rnge_c2DRange& r) {
 rnge_c1DIndexRange dataprocessing::detail::rnge_Select(const rnge_sBounds& bounds,
                                                        const cal_cArrayCal& cal,
                                                        rnge_eIndexSelect select) {
+    if (cal.Delta() == 0)
+        arr_IndexError();
     const double p = cal.RealIndex(bounds.start);
     const double q = cal.RealIndex(bounds.end);
     switch (select) {
@@ -135,10 +148,9 @@ rnge_c2DRange::rnge_c2DRange(double centerX, double centerY, double length, doub
     // The rectangle's own corners counter-clockwise from its own left bottom. Which of them is the
     // leftmost changes with every quarter turn; an upright rectangle starts with its own first.
     constexpr double own[4][2] = {{-0.5, -0.5}, {0.5, -0.5}, {0.5, 0.5}, {-0.5, 0.5}};
-    const double quarters = std::fmod(std::ceil(angle / (type_Pi / 2)), 4.0);
-    const int turned = std::isfinite(quarters) ? static_cast<int>(quarters) : 0;
+    const int turned = turn.Quarters();
     for (int i = 0; i < 4; ++i) {
-        const double* corner = own[(i - turned + 8) % 4];
+        const double* corner = own[(i - turned + 4) % 4];
         const double x = corner[0] * length;
         const double y = corner[1] * width;
         corners_[i] = {centerX + x * turn.cosine - y * turn.sine,

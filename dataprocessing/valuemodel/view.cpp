@@ -47,11 +47,6 @@ struct sBetween {
     }
 };
 
-// A neighbour of weight zero must not matter, even when it is infinite or NaN.
-inline double between(double a, double b, double part) noexcept {
-    return part == 0 ? a : a + (b - a) * part;
-}
-
 unsigned char* at(void* data, std::size_t bytes) {
     return static_cast<unsigned char*>(data) + bytes;
 }
@@ -159,11 +154,11 @@ void view_cView::RescaledRow(long long row, long long column, int count, void* t
                 const double* left = wide + (x.index - first.index) * parts;
                 const double* right = x.part == 0 ? left : left + parts;
                 for (int k = 0; k < parts; ++k)
-                    rows[r][i * parts + k] = between(left[k], right[k], x.part);
+                    rows[r][i * parts + k] = view_Between(left[k], right[k], x.part);
             }
         }
         for (int i = 0; rowCount == 2 && i < n * parts; ++i)
-            rows[0][i] = between(rows[0][i], rows[1][i], y.part);
+            rows[0][i] = view_Between(rows[0][i], rows[1][i], y.part);
         conv_Elements(rows[0], wideType,
                       at(target, static_cast<std::size_t>(done) * seen_.SizeOf()), seen_,
                       static_cast<std::size_t>(n), conv_RealPart);

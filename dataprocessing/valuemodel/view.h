@@ -4,6 +4,7 @@
 /// Views: an array as an operation wants to see it (another element type, another delta, another
 /// range) without a copy of it. Elements are produced in blocks where they are consumed.
 
+#include <cmath>
 #include <cstddef>
 
 #include "dataprocessing/valuemodel/cal.h"
@@ -11,6 +12,17 @@
 #include "dataprocessing/valuemodel/dtyp.h"
 
 namespace dataprocessing::detail {
+
+/// The value at `part` of the way from `a` to `b`, 0 <= part < 1. A neighbour of weight zero does
+/// not matter, even when it is infinite or NaN.
+inline double view_Between(double a, double b, double part) noexcept {
+    if (part == 0)
+        return a;
+    const double step = b - a;
+    if (std::isfinite(step)) [[likely]]
+        return a + step * part;
+    return a * (1 - part) + b * part; // far apart or infinite: the step is out of range
+}
 
 /// One axis of a view: the stored elements, resampled to another delta, of which a part is
 /// selected that may reach outside. Rescale comes before Select, and each at most once.
