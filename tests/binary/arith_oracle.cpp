@@ -1,0 +1,427 @@
+#include "tests/binary/arith_oracle.h"
+
+#include <algorithm>
+#include <cfloat>
+#include <cmath>
+#include <complex>
+#include <cstdint>
+#include <limits>
+#include <sstream>
+
+#include "dataprocessing/valuemodel/comp.h"
+
+namespace oracle {
+
+namespace {
+
+using Refused = std::string;
+
+bool isInteger(int type) { return type <= 6; }
+bool isComplexType(int type) { return type >= 9; }
+bool isSingle(int type) { return type == 7 || type == 9; }
+
+double lowest(int type) {
+    const double bounds[] = {0, 0, 0, 0, -128, -32768, -2147483648.0};
+    return bounds[type];
+}
+double highest(int type) {
+    const double bounds[] = {0, 255, 65535, 4294967295.0, 127, 32767, 2147483647};
+    return bounds[type];
+}
+
+double convertedPart(double value, int type) {
+    if (isSingle(type)) {
+        // Kept in memory: g++ 12 drops the rounding at the end of a loop that it vectorises.
+        const volatile float single = static_cast<float>(value);
+        return single;
+    }
+    if (!isInteger(type))
+        return value;
+    if (std::isnan(value))
+        return 0;
+    // An integer has one zero.
+    return std::nearbyint(std::clamp(value, lowest(type), highest(type))) + 0.0;
+}
+
+/// The low bits of an integer, read as an element of `type`.
+Element wrapped(int type, std::uint64_t bits) {
+    switch (type) {
+    case 2:
+        return {static_cast<double>(static_cast<std::uint16_t>(bits)), 0};
+    case 3:
+        return {static_cast<double>(static_cast<std::uint32_t>(bits)), 0};
+    case 5:
+        return {static_cast<double>(static_cast<std::int16_t>(bits)), 0};
+    default:
+        return {static_cast<double>(static_cast<std::int32_t>(bits)), 0};
+    }
+}
+
+Element combinedIntegers(int type, int operation, double first, double second) {
+    const auto a = static_cast<std::uint64_t>(static_cast<std::int64_t>(first));
+    const auto b = static_cast<std::uint64_t>(static_cast<std::int64_t>(second));
+    switch (operation) {
+    case Add:
+        return wrapped(type, a + b);
+    case Subtract:
+        return wrapped(type, a - b);
+    default:
+        return wrapped(type, a * b);
+    }
+}
+
+template<class T>
+Element combinedReals(int operation, T a, T b) {
+    switch (operation) {
+    case Add:
+        return {static_cast<double>(a + b), 0};
+    case Subtract:
+        return {static_cast<double>(a - b), 0};
+    case Multiply:
+        return {static_cast<double>(a * b), 0};
+    case Divide:
+        return {static_cast<double>(a / b), 0};
+    default:
+        return {static_cast<double>(
+                    static_cast<T>(std::pow(static_cast<double>(a), static_cast<double>(b)))),
+                0};
+    }
+}
+
+template<class T>
+Element combinedComplex(int operation, Element first, Element second) {
+    const T ar = static_cast<T>(first.re), ai = static_cast<T>(first.im);
+    const T br = static_cast<T>(second.re), bi = static_cast<T>(second.im);
+    switch (operation) {
+    case Add:
+        return {static_cast<double>(ar + br), static_cast<double>(ai + bi)};
+    case Subtract:
+        return {static_cast<double>(ar - br), static_cast<double>(ai - bi)};
+    case Multiply:
+        return {static_cast<double>(ar * br - ai * bi), static_cast<double>(ar * bi + ai * br)};
+    case Divide: {
+        // The quotient is the complex type's own operation.
+        const comp_cComplex<T> quotient = comp_cComplex<T>(ar, ai) / comp_cComplex<T>(br, bi);
+        return {static_cast<double>(quotient.re), static_cast<double>(quotient.im)};
+    }
+    default: {
+        const std::complex<T> power = std::pow(std::complex<T>(ar, ai), std::complex<T>(br, bi));
+        return {static_cast<double>(power.real()), static_cast<double>(power.imag())};
+    }
+    }
+}
+
+/// How many elements of `count` the image library computes.
+int inChunks(int type, int operation, int count) {
+    if (operation > Multiply || type < 5 || type > 7)
+        return 0;
+    const int chunk = type == 5 ? 4 : 2;
+    return count / chunk * chunk;
+}
+
+/// What the image library makes of a scalar: 32-bit integers are passed as floats, and the float
+/// above the largest one wraps.
+Element imageScalar(int type, Element number) {
+    if (type != 6)
+        return number;
+    const auto passed = static_cast<std::int64_t>(static_cast<float>(number.re));
+    return wrapped(6, static_cast<std::uint64_t>(passed));
+}
+
+long long nearestIndex(const Axis& axis, double x) {
+    const double index = std::floor((x - axis.offset) / axis.delta + axis.index + 0.5);
+    if (std::isnan(index))
+        throw Refused("index arr:1");
+    return static_cast<long long>(std::clamp(index, -2147483648.0, 2147483647.0));
+}
+
+Axis rescaledAxis(const Axis& axis, double delta) {
+    if (!(delta > 0) || std::isinf(delta))
+        throw Refused("program resc:1");
+    const double count = std::floor(axis.count * axis.delta / delta + 0.5);
+    if (!(count >= 0 && count <= 2147483647.0))
+        throw Refused("size arr:2");
+    return {axis.start(), delta, 0, static_cast<int>(count)};
+}
+
+struct Between {
+    int left = 0;
+    double part = 0;
+
+    Between(int i, double ratio, int count) {
+        const double p = i * ratio;
+        left = count - 1;
+        if (p < left) {
+            left = static_cast<int>(std::floor(p));
+            part = p - left;
+        }
+    }
+
+    double of(double a, double b) const { return a + (b - a) * part; }
+    Element of(Element a, Element b) const { return {of(a.re, b.re), of(a.im, b.im)}; }
+};
+
+Axis selectedAxis(const Axis& axis, long long first, long long last) {
+    const long long count = std::max(last - first, 0LL);
+    if (count > std::numeric_limits<int>::max())
+        throw Refused("size arr:2");
+    const long long index = axis.index - first;
+    if (count > 0 &&
+        (index < std::numeric_limits<int>::min() || index > std::numeric_limits<int>::max()))
+        throw Refused("index arr:1");
+    return {axis.offset, axis.delta,
+            static_cast<int>(std::clamp<long long>(index, std::numeric_limits<int>::min(),
+                                                   std::numeric_limits<int>::max())),
+            static_cast<int>(count)};
+}
+
+struct Bounds {
+    double start;
+    double end;
+};
+
+Bounds unionOf(const Axis& a, const Axis& b) {
+    if (a.start() > a.end() && b.start() > b.end())
+        return {std::max(a.start(), b.start()), std::min(a.end(), b.end())};
+    return {std::min(a.start(), b.start()), std::max(a.end(), b.end())};
+}
+
+bool isSameRange(const Axis& a, const Axis& b) {
+    return a.start() == b.start() && a.end() == b.end();
+}
+
+Value selectedOver(const Value& value, Bounds x, Bounds y) {
+    if (value.dimensions == 1)
+        return selected(value, nearestIndex(value.x, x.start), nearestIndex(value.x, x.end), 0, 1);
+    return selected(value, nearestIndex(value.x, x.start), nearestIndex(value.x, x.end),
+                    nearestIndex(value.y, y.start), nearestIndex(value.y, y.end));
+}
+
+std::string divideByZero(const Value& a, const Value& b) {
+    const int line =
+        a.dimensions == 0 ? (b.dimensions == 0 ? 436 : 475) : (b.dimensions == 0 ? 514 : 553);
+    return "user binary1:" + std::to_string(line) + " Division by zero.";
+}
+
+Value computed(int operation, Value a, Value b) {
+    const bool isNumberFirst = a.dimensions == 0;
+    const bool isNumberSecond = b.dimensions == 0;
+    if (isNumberFirst && isNumberSecond)
+        return {a.type, 0, {}, {}, {combined(a.type, operation, a.elements[0], b.elements[0])}};
+
+    Value result = isNumberFirst ? b : a;
+    const int chunked = inChunks(a.type, operation, result.count());
+    for (int i = 0; i < result.count(); ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        const Element x = a.elements[isNumberFirst ? 0 : at];
+        const Element y = b.elements[isNumberSecond ? 0 : at];
+        if (i < chunked && isNumberFirst)
+            result.elements[at] = combined(a.type, operation, y, imageScalar(a.type, x));
+        else if (i < chunked && isNumberSecond)
+            result.elements[at] = combined(a.type, operation, x, imageScalar(a.type, y));
+        else
+            result.elements[at] = combined(a.type, operation, x, y);
+    }
+    return result;
+}
+
+Value operated(int operation, Value a, Value b) {
+    const bool areArrays = a.dimensions != 0 && b.dimensions != 0;
+    if (areArrays && a.count() == 0 && b.count() == 0)
+        return a;
+    if (a.dimensions != 0 && !areArrays && a.count() == 0)
+        return a;
+    if (b.dimensions != 0 && !areArrays && b.count() == 0)
+        return b;
+
+    const int type = resultType(a.type, b.type, operation);
+    a = convertedTo(a, type);
+    b = convertedTo(b, type);
+    if (operation == Divide)
+        for (const Element& element : b.elements)
+            if (isZero(type, element))
+                throw Refused(divideByZero(a, b));
+    if (areArrays) {
+        matchDelta(a, b);
+        matchRange(a, b);
+        if (a.x.count != b.x.count || a.y.count != b.y.count)
+            throw Refused("size arr:2");
+    }
+    return computed(operation, a, b);
+}
+
+} // namespace
+
+Element converted(Element element, int type) {
+    return {convertedPart(element.re, type),
+            isComplexType(type) ? convertedPart(element.im, type) : 0};
+}
+
+int resultType(int first, int second, int operation) {
+    enum Group { Bytes, Shorts, Words, Others };
+    const Group groups[] = {Others, Bytes,  Shorts, Words,  Bytes, Shorts,
+                            Words,  Others, Others, Others, Others};
+    const Group group = std::max(groups[first], groups[second]);
+    const bool isSum = operation == Add || operation == Subtract;
+    switch (group) {
+    case Bytes:
+        return isSum ? 5 : operation == Multiply ? 6 : 7;
+    case Shorts:
+        return isSum ? 6 : 7;
+    case Words:
+        if (first == 3 && second == 3 && operation == Add)
+            return 3;
+        return isSum ? 6 : 8;
+    default:
+        if ((first == 8 && second == 9) || (first == 9 && second == 8))
+            return 10;
+        return std::max(first, second);
+    }
+}
+
+Element combined(int type, int operation, Element a, Element b) {
+    switch (type) {
+    case 7:
+        return combinedReals<float>(operation, static_cast<float>(a.re), static_cast<float>(b.re));
+    case 8:
+        return combinedReals<double>(operation, a.re, b.re);
+    case 9:
+        return combinedComplex<float>(operation, a, b);
+    case 10:
+        return combinedComplex<double>(operation, a, b);
+    default:
+        return combinedIntegers(type, operation, a.re, b.re);
+    }
+}
+
+bool isZero(int type, Element element) {
+    const double smallest = isSingle(type) ? double{FLT_MIN} : DBL_MIN;
+    const bool re = !(std::fabs(element.re) >= smallest);
+    const bool im = !(std::fabs(element.im) >= smallest);
+    return isComplexType(type) ? re && im : re;
+}
+
+Value convertedTo(Value value, int type) {
+    for (Element& element : value.elements)
+        element = converted(element, type);
+    value.type = type;
+    return value;
+}
+
+Value rescaled(const Value& value, double deltaX, double deltaY) {
+    Value result = value;
+    result.x = rescaledAxis(value.x, deltaX);
+    if (value.dimensions == 2)
+        result.y = rescaledAxis(value.y, deltaY);
+    const double ratioX = deltaX / value.x.delta;
+    const double ratioY = value.dimensions == 2 ? deltaY / value.y.delta : 1;
+    const auto at = [&](int x, int y) {
+        return value
+            .elements[static_cast<std::size_t>(y) * static_cast<std::size_t>(value.x.count) +
+                      static_cast<std::size_t>(x)];
+    };
+    result.elements.clear();
+    for (int j = 0; j < result.y.count; ++j)
+        for (int i = 0; i < result.x.count; ++i) {
+            const Between x(i, ratioX, value.x.count);
+            const Between y(j, ratioY, value.y.count);
+            const auto inRow = [&](int row) {
+                const Element left = at(x.left, row);
+                return x.part == 0 ? left : x.of(left, at(x.left + 1, row));
+            };
+            const Element low = inRow(y.left);
+            result.elements.push_back(
+                converted(y.part == 0 ? low : y.of(low, inRow(y.left + 1)), value.type));
+        }
+    return result;
+}
+
+Value selected(const Value& value, long long firstX, long long lastX, long long firstY,
+               long long lastY) {
+    Value result = value;
+    result.x = selectedAxis(value.x, firstX, lastX);
+    if (value.dimensions == 2)
+        result.y = selectedAxis(value.y, firstY, lastY);
+    result.elements.clear();
+    for (long long y = firstY; y < lastY; ++y)
+        for (long long x = firstX; x < lastX; ++x) {
+            const bool inside = x >= 0 && x < value.x.count && y >= 0 && y < value.y.count;
+            result.elements.push_back(
+                inside ? value.elements[static_cast<std::size_t>(y * value.x.count + x)]
+                       : Element{});
+        }
+    return result;
+}
+
+int matchDelta(Value& a, Value& b) {
+    const double x = a.x.delta < b.x.delta ? a.x.delta : b.x.delta;
+    const double y = a.y.delta < b.y.delta ? a.y.delta : b.y.delta;
+    if (a.x.delta != x || a.y.delta != y) {
+        a = rescaled(a, x, y);
+        return 1;
+    }
+    if (b.x.delta != x || b.y.delta != y) {
+        b = rescaled(b, x, y);
+        return 2;
+    }
+    return 0;
+}
+
+bool matchRange(Value& a, Value& b) {
+    if (isSameRange(a.x, b.x) && isSameRange(a.y, b.y))
+        return false;
+    a = selectedOver(a, unionOf(a.x, b.x), unionOf(a.y, b.y));
+    b = selectedOver(b, unionOf(a.x, b.x), unionOf(a.y, b.y));
+    return true;
+}
+
+Outcome operate(int operation, const Value& a, const Value& b) {
+    try {
+        return {"", operated(operation, a, b)};
+    } catch (const Refused& refusal) {
+        return {refusal, {}};
+    }
+}
+
+bool isSame(Element a, Element b) {
+    const auto isSamePart = [](double p, double q) {
+        return (std::isnan(p) && std::isnan(q)) || (p == q && std::signbit(p) == std::signbit(q));
+    };
+    return isSamePart(a.re, b.re) && isSamePart(a.im, b.im);
+}
+
+std::string difference(const Outcome& expected, const Outcome& actual) {
+    std::ostringstream text;
+    text.precision(17);
+    const auto differ = [&](const char* what, auto wanted, auto got) {
+        if (!(wanted == got))
+            text << what << ": " << got << " instead of " << wanted << "; ";
+    };
+    differ("refusal", expected.refusal, actual.refusal);
+    if (!text.str().empty() || !expected.refusal.empty())
+        return text.str();
+
+    const Value& e = expected.value;
+    const Value& v = actual.value;
+    differ("type", e.type, v.type);
+    differ("dimensions", e.dimensions, v.dimensions);
+    for (const auto& [wanted, got] : {std::pair(e.x, v.x), std::pair(e.y, v.y)}) {
+        differ("count", wanted.count, got.count);
+        differ("offset", wanted.offset, got.offset);
+        differ("delta", wanted.delta, got.delta);
+        differ("index", wanted.index, got.index);
+    }
+    if (!text.str().empty())
+        return text.str();
+    if (e.elements.size() != v.elements.size())
+        return "number of elements";
+    for (std::size_t i = 0; i < e.elements.size(); ++i)
+        if (!isSame(e.elements[i], v.elements[i])) {
+            text << "element " << i << ": (" << v.elements[i].re << ", " << v.elements[i].im
+                 << ") instead of (" << e.elements[i].re << ", " << e.elements[i].im << ")";
+            return text.str();
+        }
+    return "";
+}
+
+} // namespace oracle

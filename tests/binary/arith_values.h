@@ -1,0 +1,54 @@
+#pragma once
+
+// The library's values in the oracle's terms and back, and random operands.
+
+#include <random>
+#include <string>
+
+#include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/valuemodel/expt.h"
+#include "tests/binary/arith_oracle.h"
+
+namespace oracle {
+
+pnum_cNumber numberOf(const Value& value);
+darr_c1DArray array1DOf(const Value& value);
+darr_c2DArray array2DOf(const Value& value);
+
+Value valueOf(const pnum_cNumber& number);
+Value valueOf(const darr_c1DArray& array);
+Value valueOf(const darr_c2DArray& array);
+
+/// "kind unit:line message" of the library's exception that the call throws; "" for none. Only a
+/// user's exception shows its message.
+template<class Call>
+std::string refusalOf(Call call) {
+    const auto place = [](const expt_cProgramException& refusal) {
+        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line());
+    };
+    try {
+        call();
+    } catch (const expt_cUserException& refusal) {
+        return "user " + place(refusal) + " " + refusal.Message().Text();
+    } catch (const arr_cSizeException& refusal) {
+        return "size " + place(refusal);
+    } catch (const arr_cIndexException& refusal) {
+        return "index " + place(refusal);
+    } catch (const expt_cProgramException& refusal) {
+        return "program " + place(refusal);
+    }
+    return "";
+}
+
+/// What bnry_Operate answers for operands of these dimensions.
+Outcome operateWithLibrary(int operation, const Value& a, const Value& b);
+
+/// Values small and extreme, and among the floating ones zeros of both signs, infinities, NaN and
+/// subnormals, unless they count as zero and `mayBeZero` is not set.
+Element randomElement(int type, bool mayBeZero, std::mt19937& random);
+void fillRandomly(Value& value, bool mayBeZero, std::mt19937& random);
+
+std::string describe(const Value& value);
+
+} // namespace oracle
