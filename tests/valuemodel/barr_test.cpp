@@ -1,0 +1,167 @@
+#include "dataprocessing/valuemodel/barr.h"
+
+#include <climits>
+#include <cmath>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "tests/failing_new.h"
+#include "tests/support/elements.h"
+
+namespace {
+
+barr_c1DBoolArray mask(int size, const cal_c1DArrayCal& cal = {}) {
+    barr_c1DBoolArray result(size);
+    result.SetCal(cal);
+    return result;
+}
+
+barr_c2DBoolArray mask(int sizeX, int sizeY, const cal_c2DArrayCal& cal) {
+    barr_c2DBoolArray result(sizeX, sizeY);
+    result.SetCal(cal);
+    return result;
+}
+
+} // namespace
+
+TEST(BoolArray, StartsAllFalseOnTheDefaultCalibration) {
+    const barr_c1DBoolArray line(1000);
+    EXPECT_EQ(line.Size(), 1000);
+    EXPECT_EQ(line.Cal(), cal_c1DArrayCal::Default);
+    for (int i = 0; i < line.Size(); ++i)
+        ASSERT_EQ(line.Element(i), 0);
+    const barr_c2DBoolArray plane(30, 7);
+    EXPECT_EQ(plane.SizeX(), 30);
+    EXPECT_EQ(plane.SizeY(), 7);
+    EXPECT_EQ(plane.Count(), 210);
+    EXPECT_EQ(plane.Cal(), cal_c2DArrayCal::Default);
+    for (int y = 0; y < 7; ++y)
+        for (int x = 0; x < 30; ++x)
+            ASSERT_EQ(plane.Element(x, y), 0);
+}
+
+TEST(BoolArray, EmptyOnes) {
+    EXPECT_EQ(barr_c1DBoolArray().Size(), 0);
+    EXPECT_EQ(barr_c1DBoolArray(0).Size(), 0);
+    EXPECT_EQ(barr_c2DBoolArray().Count(), 0);
+    EXPECT_EQ(barr_c2DBoolArray(0, 5).SizeY(), 5);
+    EXPECT_EQ(barr_c2DBoolArray(0, 5).Count(), 0);
+    EXPECT_EQ(mask(0, cal_c1DArrayCal(2, 3, 1)).Range(), rnge_c1DRange(-1, -1));
+}
+
+TEST(BoolArray, ImpossibleSizesAreRefused) {
+    EXPECT_EQ(refusalOf([] { barr_c1DBoolArray(-1); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([] { barr_c1DBoolArray{INT_MIN}; }), sizeRefusal);
+    EXPECT_EQ(refusalOf([] { barr_c2DBoolArray(-1, 2); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([] { barr_c2DBoolArray(2, -1); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([] { barr_c2DBoolArray(-1, -1); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([] { barr_c2DBoolArray(-1, 0); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([] { barr_c2DBoolArray(INT_MAX, 2); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([] { barr_c2DBoolArray(65536, 32768); }), sizeRefusal);
+}
+
+TEST(BoolArray, ElementsAreCheckedOnAllSides) {
+    barr_c1DBoolArray line(3);
+    const barr_c1DBoolArray& readLine = line;
+    for (const int i : {-1, 3, INT_MIN, INT_MAX}) {
+        EXPECT_EQ(refusalOf([&] { line.Element(i); }), indexRefusal) << i;
+        EXPECT_EQ(refusalOf([&] { readLine.Element(i); }), indexRefusal) << i;
+    }
+    barr_c2DBoolArray plane(3, 2);
+    const barr_c2DBoolArray& readPlane = plane;
+    for (const auto& [x, y] : {std::pair(-1, 0), std::pair(3, 0), std::pair(0, -1), std::pair(0, 2),
+                               std::pair(-1, 1), std::pair(5, -1), std::pair(INT_MAX, INT_MAX)}) {
+        EXPECT_EQ(refusalOf([&, x = x, y = y] { plane.Element(x, y); }), indexRefusal) << x << y;
+        EXPECT_EQ(refusalOf([&, x = x, y = y] { readPlane.Element(x, y); }), indexRefusal);
+    }
+    EXPECT_EQ(refusalOf([] { barr_c1DBoolArray().Element(0); }), indexRefusal);
+}
+
+TEST(BoolArray, ElementsLieRowAfterRow) {
+    barr_c2DBoolArray plane(3, 2);
+    unsigned char value = 1;
+    for (int y = 0; y < 2; ++y)
+        for (int x = 0; x < 3; ++x)
+            plane.Element(x, y) = value++;
+    const unsigned char* first = &plane.Element(0, 0);
+    for (int i = 0; i < 6; ++i)
+        EXPECT_EQ(first[i], i + 1);
+}
+
+TEST(BoolArray, CopiesAreIndependentAndMovedOnesEmpty) {
+    barr_c1DBoolArray first = mask(3, cal_c1DArrayCal(1, 2, 0));
+    first.Element(1) = 1;
+    barr_c1DBoolArray copy = first;
+    first.Element(1) = 0;
+    EXPECT_EQ(copy.Element(1), 1);
+    EXPECT_EQ(copy.Cal(), cal_c1DArrayCal(1, 2, 0));
+    const barr_c1DBoolArray moved = std::move(copy);
+    EXPECT_EQ(moved.Element(1), 1);
+    EXPECT_EQ(copy.Size(), 0); // NOLINT(bugprone-use-after-move): the contract says so
+    EXPECT_EQ(refusalOf([&] { copy.Element(0); }), indexRefusal);
+
+    barr_c2DBoolArray plane = mask(2, 2, cal_c2DArrayCal(1, 2, 3, 4, 0, 0));
+    plane.Element(1, 1) = 1;
+    barr_c2DBoolArray planeCopy(1, 1);
+    planeCopy = plane;
+    plane.Element(1, 1) = 0;
+    EXPECT_EQ(planeCopy.Element(1, 1), 1);
+    EXPECT_EQ(planeCopy.Cal(), plane.Cal());
+    const barr_c2DBoolArray planeMoved = std::move(planeCopy);
+    EXPECT_EQ(planeMoved.Element(1, 1), 1);
+    EXPECT_EQ(planeCopy.Count(), 0); // NOLINT(bugprone-use-after-move): the contract says so
+    EXPECT_EQ(planeCopy.SizeX(), 0);
+    EXPECT_EQ(planeCopy.SizeY(), 0);
+}
+
+TEST(BoolArray, RangeIsTheCalibratedExtent) {
+    EXPECT_EQ(mask(4, cal_c1DArrayCal(10, 0.5, 2)).Range(), rnge_c1DRange(9, 11));
+    EXPECT_EQ(mask(4, 3, cal_c2DArrayCal(10, 0.5, -1, 2, 2, 1)).Range(),
+              rnge_c2DRange(9, -3, 11, 3));
+}
+
+TEST(BoolArray, RangeAndDeltaAreComparedExactly) {
+    const barr_c1DBoolArray line = mask(4, cal_c1DArrayCal(10, 0.5, 2));
+    EXPECT_TRUE(line.IsRangeAndDelta(line));
+    // Another way to say the same.
+    EXPECT_TRUE(line.IsRangeAndDelta(mask(4, cal_c1DArrayCal(9, 0.5, 0))));
+    EXPECT_FALSE(line.IsRangeAndDelta(mask(5, cal_c1DArrayCal(10, 0.5, 2))));
+    EXPECT_FALSE(line.IsRangeAndDelta(mask(4, cal_c1DArrayCal(10, 0.5, 1))));
+    EXPECT_FALSE(line.IsRangeAndDelta(mask(2, cal_c1DArrayCal(9, 1, 0))));
+    EXPECT_FALSE(
+        line.IsRangeAndDelta(mask(4, cal_c1DArrayCal(std::nextafter(10.0, 11.0), 0.5, 2))));
+    // Empty masks have a range too.
+    EXPECT_TRUE(mask(0).IsRangeAndDelta(barr_c1DBoolArray()));
+    EXPECT_FALSE(mask(0).IsRangeAndDelta(mask(0, cal_c1DArrayCal(0, 2, 0))));
+
+    const cal_c2DArrayCal cal(1, 2, 3, 4, 0, 0);
+    const barr_c2DBoolArray plane = mask(4, 3, cal);
+    EXPECT_TRUE(plane.IsRangeAndDelta(mask(4, 3, cal)));
+    EXPECT_FALSE(plane.IsRangeAndDelta(mask(5, 3, cal)));
+    EXPECT_FALSE(plane.IsRangeAndDelta(mask(4, 4, cal)));
+    EXPECT_FALSE(plane.IsRangeAndDelta(mask(2, 3, cal_c2DArrayCal(1, 4, 3, 4, 0, 0))));
+    EXPECT_FALSE(plane.IsRangeAndDelta(mask(4, 6, cal_c2DArrayCal(1, 2, 3, 2, 0, 0))));
+    EXPECT_FALSE(plane.IsRangeAndDelta(mask(4, 3, cal_c2DArrayCal(1, 2, 3, 4, 1, 0))));
+    EXPECT_FALSE(plane.IsRangeAndDelta(mask(4, 3, cal_c2DArrayCal(1, 2, 3, 4, 0, 1))));
+}
+
+TEST(BoolArray, AssignmentThatCannotAllocateChangesNothing) {
+    const barr_c2DBoolArray source = mask(5, 5, cal_c2DArrayCal(1, 2, 3, 4, 0, 0));
+    barr_c2DBoolArray target = mask(2, 3, cal_c2DArrayCal());
+    target.Element(1, 2) = 7;
+    bool failed = false;
+    {
+        const FailingNew failing(0);
+        try {
+            target = source;
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+    }
+    EXPECT_TRUE(failed);
+    EXPECT_EQ(target.SizeX(), 2);
+    EXPECT_EQ(target.SizeY(), 3);
+    EXPECT_EQ(target.Element(1, 2), 7);
+    EXPECT_EQ(target.Cal(), cal_c2DArrayCal());
+}
