@@ -1,0 +1,106 @@
+// A walk through DataProcessing on real data: reads what the user gives, or makes a sample, then
+// tells and draws what the library does with it, step by step.
+
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <new>
+#include <system_error>
+
+#include "background.h"
+#include "canvas.h"
+#include "input_error.h"
+#include "options.h"
+#include "pgm_file.h"
+#include "sample_image.h"
+#include "sample_spectrum.h"
+#include "spectrum_file.h"
+#include "story.h"
+
+namespace {
+
+using namespace tour;
+
+struct Step {
+    const char* title;
+    void (*run)(Story&);
+};
+
+constexpr Step steps[] = {
+    {"Numbers and their types", stepTypes},
+    {"An image: dark and gain correction", stepImage},
+    {"Two spectra: subtraction with alignment", stepSpectra},
+};
+
+/// Makes the directory and goes there, so that no path ever reaches gnuplot.
+void enter(const std::string& directory) {
+    std::error_code error;
+    std::filesystem::create_directories(directory, error);
+    if (!error)
+        std::filesystem::current_path(directory, error);
+    if (error)
+        throw InputError("cannot use " + quoted(directory, 200) +
+                         " for pictures: " + error.message());
+}
+
+void tellSource(const char* what, const std::string& file) {
+    std::cout << "   " << what << (file.empty() ? "the tour's own sample" : quoted(file, 200))
+              << '\n';
+}
+
+void run(const Options& options) {
+    // All that a user can get wrong is read and checked before anything is written.
+    const bool hasSpectrum = !options.spectrum.empty();
+    const bool hasImage = !options.image.empty();
+    Spectrum spectrum = hasSpectrum ? readSpectrum(options.spectrum) : sampleSpectrum();
+    Image image = hasImage ? readPgm(options.image) : sampleImage();
+    Spectrum blank = hasSpectrum ? estimatedBackground(spectrum) : sampleBlank();
+    const double blankScale =
+        hasSpectrum ? 1 : spectrum.counts.Cal().Delta() / (blank.counts.Cal().Delta() * blankTime);
+    enter(options.out);
+
+    std::cout << "A tour of DataProcessing\n\n";
+    tellSource("spectrum: ", options.spectrum);
+    tellSource("image:    ", options.image);
+    Canvas canvas(std::cout, options.out);
+    if (!canvas.IsThere())
+        std::cout << "   pictures: none, because gnuplot (with pngcairo) is not installed\n";
+
+    Story story{std::move(spectrum), std::move(blank), blankScale, hasSpectrum, std::move(image),
+                std::cout,           canvas,           {},         {}};
+    int number = 0;
+    for (const Step& step : steps) {
+        std::cout << '\n' << ++number << ". " << step.title << "\n\n";
+        step.run(story);
+    }
+    std::cout << std::flush;
+}
+
+/// One line, whatever the names that stand in the message.
+int fail(int code, const char* message) {
+    std::cout << std::flush;
+    std::cerr << "tour: " << printable(message) << '\n';
+    return code;
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    // A gnuplot that dies is noticed by its exit code.
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        const Options options = parseOptions(count - 1, arguments + 1);
+        if (options.help)
+            std::cout << usage;
+        else
+            run(options);
+        return 0;
+    } catch (const InputError& error) {
+        return fail(2, error.what());
+    } catch (const std::bad_alloc&) {
+        return fail(1, "there is not enough memory");
+    } catch (const std::exception& error) {
+        return fail(1, error.what());
+    }
+}
