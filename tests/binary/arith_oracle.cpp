@@ -130,7 +130,7 @@ Element imageScalar(int type, Element number) {
 
 long long nearestIndex(const Axis& axis, double x) {
     const double index = std::floor((x - axis.offset) / axis.delta + axis.index + 0.5);
-    if (std::isnan(index))
+    if (std::isnan(index) || axis.delta == 0)
         throw Refused("index arr:1");
     return static_cast<long long>(std::clamp(index, -2147483648.0, 2147483647.0));
 }
@@ -157,7 +157,10 @@ struct Between {
         }
     }
 
-    double of(double a, double b) const { return a + (b - a) * part; }
+    double of(double a, double b) const {
+        // The values may lie further apart than the largest double, or infinitely far.
+        return std::isfinite(b - a) ? a + (b - a) * part : a * (1 - part) + b * part;
+    }
     Element of(Element a, Element b) const { return {of(a.re, b.re), of(a.im, b.im)}; }
 };
 
