@@ -6,6 +6,8 @@
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/binary/bnry_bool.h"
 #include "dataprocessing/binary/bnry_comp.h"
+#include "dataprocessing/fourier/four.h"
+#include "dataprocessing/fourier/prut.h"
 #include "dataprocessing/geometry/proj.h"
 #include "dataprocessing/geometry/ramp.h"
 #include "dataprocessing/geometry/trns.h"
