@@ -129,6 +129,7 @@ TEST(BoolArray, RangeAndDeltaAreComparedExactly) {
     EXPECT_FALSE(line.IsRangeAndDelta(mask(5, cal_c1DArrayCal(10, 0.5, 2))));
     EXPECT_FALSE(line.IsRangeAndDelta(mask(4, cal_c1DArrayCal(10, 0.5, 1))));
     EXPECT_FALSE(line.IsRangeAndDelta(mask(2, cal_c1DArrayCal(9, 1, 0))));
+    EXPECT_FALSE(line.IsRangeAndDelta(mask(3, cal_c1DArrayCal(9.5, 0.5, 0)))); // the same end
     EXPECT_FALSE(
         line.IsRangeAndDelta(mask(4, cal_c1DArrayCal(std::nextafter(10.0, 11.0), 0.5, 2))));
     // Empty masks have a range too.

@@ -184,8 +184,8 @@ TEST(Rescale, OfAPlaneIsBilinear) {
                     for (int x = 0; x < result.SizeX(); ++x) {
                         const sPlace atX(x, deltaX, 2, sizeX);
                         const sPlace atY(y, deltaY, 3, sizeY);
-                        const auto stored = [&](int column, int row) {
-                            return elements[static_cast<std::size_t>(row * sizeX + column)];
+                        const auto stored = [&, columns = sizeX](int column, int row) {
+                            return elements[static_cast<std::size_t>(row * columns + column)];
                         };
                         const auto value = [&](auto part) {
                             return atY.Of(atX.Of(part(stored(atX.left, atY.left)),
