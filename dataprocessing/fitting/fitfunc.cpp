@@ -1,0 +1,46 @@
+#include <utility>
+
+#include "dataprocessing/fitting/ftfn.h"
+
+ftfn_c1DFittingFunction::ftfn_c1DFittingFunction(dasl_c1DDataArraySelection& selection)
+    : tgio_cNamedTaggedStreamObject(str_cString::Null), selection_(selection) {
+    selection_.AddReceiver(*this, mesg_AllClasses);
+}
+
+ftfn_c1DFittingFunction::~ftfn_c1DFittingFunction() { selection_.RemoveReceiver(*this); }
+
+void ftfn_c1DFittingFunction::Load(arr_cC_Array<double>& values, const cal_c1DArrayCal& cal) const {
+    const int count = values.Size();
+    arr_cC_Array<double> x(count);
+    double position = cal.Position(0);
+    for (double& element : x) {
+        element = position;
+        position += cal.Delta();
+    }
+    arr_cC_Array<double> y(count, 0.0);
+    LoadValues(x, y);
+    if (y.Size() != count) {
+        arr_cC_Array<double> all(count, 0.0);
+        for (int k = 0; k < y.Size(); ++k)
+            all[cal.Index(x[k])] = y[k];
+        y = std::move(all);
+    }
+    values = std::move(y);
+}
+
+void ftfn_c1DFittingFunction::LoadValues(arr_cC_Array<double>&, arr_cC_Array<double>&) const {}
+
+void ftfn_c1DFittingFunction::Refit(const darr_c1DArray& data) {
+    arr_cC_Array<double> x;
+    arr_cC_Array<double> y;
+    selection_.FillXY(data, x, y);
+    RefitValues(x, y);
+}
+
+void ftfn_c1DFittingFunction::RefitValues(const arr_cC_Array<double>&,
+                                          const arr_cC_Array<double>&) {}
+
+void ftfn_c1DFittingFunction::ReceiveMessage(unsigned long id, mesg_cSender&, mesg_sMessageData*) {
+    if (id == dasl_SelectionChanged)
+        SendMessage(ftfn_FunctionChanged, nullptr);
+}

@@ -1,0 +1,98 @@
+#include <cmath>
+
+#include "dataprocessing/fitting/plft.h"
+#include "dataprocessing/fitting/rcps.h"
+#include "dataprocessing/fitting/rcps_work.h"
+#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/valuemodel/type.h"
+
+namespace {
+
+void refuseIf(bool isRefused, int line) {
+    if (isRefused)
+        throw expt_cProgramException("poly_fit", line);
+}
+
+int checkedOrder(int order) {
+    refuseIf(order < 0, 22);
+    return order;
+}
+
+double largestMagnitude(const arr_cC_Array<double>& x) {
+    double largest = 0.0;
+    for (const double value : x)
+        if (std::fabs(value) > largest)
+            largest = std::fabs(value);
+    return largest;
+}
+
+} // namespace
+
+plft_c1DPolyFittingFunction::plft_c1DPolyFittingFunction(int order,
+                                                         dasl_c1DDataArraySelection& selection)
+    : ftfn_c1DFittingFunction(selection), order_(checkedOrder(order)),
+      coefficients_(arr_CheckedSize(order + 1LL), 0.0) {}
+
+plft_c1DPolyFittingFunction::plft_c1DPolyFittingFunction(const plft_c1DPolyFittingFunction& other,
+                                                         dasl_c1DDataArraySelection& selection)
+    : ftfn_c1DFittingFunction(selection), order_(other.order_), coefficients_(other.coefficients_) {
+    SetName(other.Name());
+}
+
+plft_c1DPolyFittingFunction::~plft_c1DPolyFittingFunction() = default;
+
+void plft_c1DPolyFittingFunction::LoadValues(arr_cC_Array<double>& x,
+                                             arr_cC_Array<double>& y) const {
+    refuseIf(x.Size() != y.Size(), 44);
+    for (int i = 0; i < x.Size(); ++i) {
+        const double xi = x[i];
+        double value = coefficients_[0];
+        double power = xi;
+        for (int j = 1; j <= order_; ++j) {
+            value += power * coefficients_[j];
+            power *= xi;
+        }
+        y[i] = value;
+    }
+}
+
+void plft_c1DPolyFittingFunction::RefitValues(const arr_cC_Array<double>& x,
+                                              const arr_cC_Array<double>& y) {
+    refuseIf(x.Size() != y.Size(), 72);
+    const int count = x.Size();
+    if (count <= order_) {
+        coefficients_.Fill(0.0);
+        return;
+    }
+    const double scale = largestMagnitude(x);
+    refuseIf(scale < type_MinValue, 105);
+
+    const int unknowns = order_ + 1;
+    rcps::cMatrix basis(count, unknowns);
+    rcps::cVector<double> right(count);
+    rcps::cVector<double> weight(count);
+    for (int i = 1; i <= count; ++i) {
+        const double t = x[i - 1] / scale;
+        double power = 1.0;
+        for (int j = 1; j <= unknowns; ++j) {
+            basis[i][j] = power;
+            power *= t;
+        }
+        right[i] = y[i - 1];
+        weight[i] = 1.0;
+    }
+
+    rcps::cMatrix u(count, unknowns);
+    rcps::cMatrix v(unknowns, unknowns);
+    rcps::cVector<double> w(unknowns);
+    rcps::cVector<double> scaled(unknowns);
+    double sumOfSquares = 0;
+    rcps::svdfit(nullptr, right.Data(), weight.Data(), count, scaled.Data(), unknowns, u.Data(),
+                 v.Data(), w.Data(), &sumOfSquares, basis.Data());
+
+    double divisor = 1.0;
+    for (int j = 0; j < unknowns; ++j) {
+        coefficients_[j] = scaled[j + 1] / divisor;
+        divisor *= scale;
+    }
+}

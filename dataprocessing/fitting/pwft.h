@@ -1,0 +1,101 @@
+#pragma once
+
+/// @file
+/// Power-law fits: backgrounds that fall off as a power of position.
+
+#include <memory>
+#include <vector>
+
+#include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/fitting/plft.h"
+
+/// A polynomial in log-log space: ln y = sum of c[j] (ln x)^j. Order 1 is the power law y = e^c[0]
+/// x^c[1].
+///
+/// Only points whose x and y are both greater than type_MinValue take part in a fit. With no more
+/// of them than the order the coefficients become zero; a fit whose coefficients are all below
+/// type_MinValue in magnitude is zero everywhere. Elsewhere the curve exists at positions greater
+/// than type_MinValue; Load gives 0 at the others. ChiSquared() is always 0.
+class DATAPROCESSING_EXPORT pwft_cPowerLawFittingFunction : public plft_c1DPolyFittingFunction {
+public:
+    /// A power law over `selection`. Throws expt_cProgramException ("poly_fit", 22) for a negative
+    /// order.
+    pwft_cPowerLawFittingFunction(int order, dasl_c1DDataArraySelection& selection);
+    /// The power law of `other`, with the same coefficients, over another selection.
+    pwft_cPowerLawFittingFunction(const pwft_cPowerLawFittingFunction& other,
+                                  dasl_c1DDataArraySelection& selection);
+    /// A copy with the same coefficients, which hears nothing.
+    pwft_cPowerLawFittingFunction(const pwft_cPowerLawFittingFunction& other) = default;
+    ~pwft_cPowerLawFittingFunction() override;
+
+    /// Always 0.
+    double ChiSquared() const override { return 0.0; }
+    /// Keeps the positions where the curve exists, and sets `y` to its values there; both arrays
+    /// then have as many elements. A zero fit sets `y` to 0 and keeps every position. Throws
+    /// expt_cProgramException ("poly_fit", 44) when the sizes differ.
+    void LoadValues(arr_cC_Array<double>& x, arr_cC_Array<double>& y) const override;
+
+protected:
+    /// Fits the polynomial to the logarithms. Throws what the polynomial's fit throws: ("poly_fit",
+    /// 72) when the sizes differ, ("poly_fit", 105) when every x that takes part is 1.
+    void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y) override;
+};
+
+/// A background for many peaks: each has its own power law, fitted just below the peak, which is
+/// subtracted over the peak's integration window.
+///
+///     pwft_cMultiPowerLawFitFunc background(1, selection);
+///     background.AddPeak(6.93, 0.15, 0.4, -0.15, 0.3); // fit over [6.38, 6.78), sum over
+///     [6.78, 7.08) background.Refit(spectrum); background.PeakIntensity(6.93); // counts times
+///     units
+class DATAPROCESSING_EXPORT pwft_cMultiPowerLawFitFunc : public ftfn_c1DFittingFunction {
+public:
+    /// No peak; each will have a power law of this order. The selection takes no part in the fits.
+    pwft_cMultiPowerLawFitFunc(int order, dasl_c1DDataArraySelection& selection);
+    /// A copy with peaks of its own, of the same coefficients, which hears nothing.
+    pwft_cMultiPowerLawFitFunc(const pwft_cMultiPowerLawFitFunc& other);
+    ~pwft_cMultiPowerLawFitFunc() override;
+
+    /// The order of the power laws.
+    int Order() const noexcept { return order_; }
+    /// The number of peaks.
+    int PeakCount() const noexcept { return static_cast<int>(peaks_.size()); }
+    /// The coefficients of a peak's power law, by its place in the order of positions. Throws the
+    /// index error outside [0, PeakCount()).
+    const arr_cC_Array<double>& Coefficients(int peak) const;
+
+    /// The data of the last Refit over the positions of `values` on `cal`, resampled to its delta
+    /// when that differs and 0 outside the data, less each peak's power law over the part of its
+    /// integration window (by rnge_IndexNearest) inside. Before the first Refit all zeros. Throws
+    /// what resc_Rescale throws; `values` is unchanged then.
+    void Load(arr_cC_Array<double>& values, const cal_c1DArrayCal& cal) const override;
+    /// Fits every peak's power law to `data` and keeps a copy of it, in double precision. When one
+    /// of the fits throws, all stay as they were.
+    void Refit(const darr_c1DArray& data) override;
+    /// Always 0.
+    double ChiSquared() const override { return 0.0; }
+
+    /// Adds a peak, after those of lower or equal position. Its power law is fitted over [position
+    /// - gap - width, position - gap); its integration window is [position + windowOffset, position
+    /// + windowOffset + windowWidth). When it throws, nothing has changed.
+    virtual void AddPeak(double position, double gap, double width, double windowOffset,
+                         double windowWidth);
+    /// Removes every peak.
+    virtual void ClearPeaks();
+    /// The sum over the integration window of what Load gives there, times delta, for the first
+    /// peak whose position is within type_MinValue of `position`; 0 when there is none.
+    virtual double PeakIntensity(double position) const;
+
+private:
+    struct sPeak {
+        double position;
+        rnge_c1DRange background;
+        rnge_c1DRange window;
+        std::unique_ptr<dasl_c1DDataArraySelection> selection;
+        std::unique_ptr<pwft_cPowerLawFittingFunction> powerLaw;
+    };
+
+    int order_;
+    darr_c1DArray data_;
+    std::vector<std::unique_ptr<sPeak>> peaks_;
+};

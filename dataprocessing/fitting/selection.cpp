@@ -1,0 +1,114 @@
+#include <utility>
+
+#include "dataprocessing/fitting/dasl.h"
+
+dasl_c1DDataArraySelection::dasl_c1DDataArraySelection(rnge_eIndexSelect select)
+    : select_(select) {}
+
+dasl_c1DDataArraySelection&
+dasl_c1DDataArraySelection::operator=(const dasl_c1DDataArraySelection& other) {
+    clct_cSet<hndl_cHandle<rnge_c1DRange>> rangeList = other.rangeList_;
+    std::vector<std::shared_ptr<rnge_c1DRange>> localRanges = other.localRanges_;
+    // The former local ranges go last: by then nothing here refers to them.
+    rangeList_ = std::move(rangeList);
+    localRanges_.swap(localRanges);
+    select_ = other.select_;
+    return *this;
+}
+
+dasl_c1DDataArraySelection::~dasl_c1DDataArraySelection() { Clear(); }
+
+void dasl_c1DDataArraySelection::AddRange(rnge_c1DRange& range) {
+    if (!rangeList_.Add(range))
+        return;
+    try {
+        range.AddReceiver(*this, mesg_AllClasses);
+    } catch (...) {
+        rangeList_.Remove(range);
+        throw;
+    }
+    SendMessage(dasl_SelectionChanged, nullptr);
+}
+
+void dasl_c1DDataArraySelection::AddLocalRange(const rnge_c1DRange& range) {
+    localRanges_.push_back(std::make_shared<rnge_c1DRange>(range));
+    rnge_c1DRange& local = *localRanges_.back();
+    try {
+        AddRange(local);
+    } catch (...) {
+        // A receiver may have thrown after the range was added: then it stays.
+        if (!HasRange(local))
+            localRanges_.pop_back();
+        throw;
+    }
+}
+
+void dasl_c1DDataArraySelection::RemoveRange(rnge_c1DRange& range) {
+    if (!rangeList_.Remove(range))
+        return;
+    range.RemoveReceiver(*this);
+    SendMessage(dasl_SelectionChanged, nullptr);
+}
+
+type_cBoolean dasl_c1DDataArraySelection::HasRange(rnge_c1DRange& range) const {
+    return rangeList_.Contains(range);
+}
+
+void dasl_c1DDataArraySelection::Clear() {
+    // Once the list is empty, a local range that is destroyed is not found in it, and so nothing is
+    // sent. One that a copy still has must not be heard of any more.
+    rangeList_.Clear();
+    for (const std::shared_ptr<rnge_c1DRange>& range : localRanges_)
+        range->RemoveReceiver(*this);
+    localRanges_.clear();
+}
+
+rnge_c1DRange dasl_c1DDataArraySelection::TotalRange() const {
+    if (rangeList_.IsEmpty())
+        return {};
+    rnge_c1DRange total = *rangeList_[0];
+    for (const hndl_cHandle<rnge_c1DRange>& range : rangeList_)
+        total = total | *range;
+    return total;
+}
+
+void dasl_c1DDataArraySelection::FillXY(const darr_c1DArray& data, arr_cC_Array<double>& x,
+                                        arr_cC_Array<double>& y) const {
+    x.SetSize(0);
+    y.SetSize(0);
+    for (const hndl_cHandle<rnge_c1DRange>& range : rangeList_) {
+        darr_c1DArray piece = data.Selection(data.Range() & *range, select_);
+        if (piece.Size() == 0)
+            continue;
+        piece.Convert(dtyp_Double);
+
+        const int gathered = x.Size();
+        arr_cC_Array<double> longerX(
+            arr_CheckedSize(static_cast<long long>(gathered) + piece.Size()));
+        arr_cC_Array<double> longerY(longerX.Size());
+        longerX.CopyIn(x.Data(), gathered, 0, 0);
+        longerY.CopyIn(y.Data(), gathered, 0, 0);
+        longerY.CopyIn(piece.Elements<double>().data(), piece.Size(), 0, gathered);
+        double position = piece.Cal().Position(0);
+        for (int i = gathered; i < longerX.Size(); ++i) {
+            longerX[i] = position;
+            position += data.Cal().Delta();
+        }
+        x = std::move(longerX);
+        y = std::move(longerY);
+    }
+}
+
+void dasl_c1DDataArraySelection::ReceiveMessage(unsigned long id, mesg_cSender& sender,
+                                                mesg_sMessageData*) {
+    if (id == rnge_1DRangeChanged) {
+        SendMessage(dasl_SelectionChanged, nullptr);
+    } else if (id == mesg_SenderDestroyed) {
+        for (int i = 0; i < rangeList_.Count(); ++i)
+            if (static_cast<mesg_cSender*>(rangeList_[i].Get()) == &sender) {
+                rangeList_.RemoveAt(i);
+                SendMessage(dasl_SelectionChanged, nullptr);
+                return;
+            }
+    }
+}
