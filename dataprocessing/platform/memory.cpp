@@ -39,8 +39,8 @@ void offerBack([[maybe_unused]] void* data, [[maybe_unused]] std::size_t bytes) 
 #endif
 }
 
-void freeHuge(void* allocated, std::size_t bytes) noexcept {
-    ::operator delete (allocated, bytes, std::align_val_t{hugePage});
+void freeHuge(void* allocated) noexcept {
+    ::operator delete(allocated, std::align_val_t{hugePage});
 }
 
 // The large block that this thread released last. Having the system clear fresh pages costs about
@@ -64,7 +64,7 @@ thread_local constinit sSpare spare{nullptr, 0, false};
 
 void dropSpare() noexcept {
     if (spare.allocated != nullptr)
-        freeHuge(spare.allocated, spare.bytes);
+        freeHuge(spare.allocated);
     spare.allocated = nullptr;
 }
 
@@ -88,7 +88,7 @@ void* allocateHuge(std::size_t bytes) {
 
 void releaseHuge(void* allocated, std::size_t bytes) noexcept {
     if (bytes > spareLimit || spare.closed)
-        return freeHuge(allocated, bytes);
+        return freeHuge(allocated);
     atThreadEnd.registered = true;
     dropSpare();
     offerBack(allocated, bytes);
@@ -108,7 +108,7 @@ void* allocate(std::size_t bytes) {
 
 void release(void* allocated, std::size_t bytes) noexcept {
     if (bytes < hugeFrom)
-        ::operator delete(allocated, withRoom(bytes));
+        ::operator delete(allocated);
     else
         releaseHuge(allocated, wholeHugePages(bytes));
 }

@@ -211,8 +211,8 @@ TYPED_TEST_SUITE(ArithmeticKernel, KernelTypes);
 
 TYPED_TEST(ArithmeticKernel, EveryOperationFormSizeAndLevelFollowsThePlainRules) {
     using T = TypeParam;
-    for (const std::size_t count :
-         {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 16, 17, 31, 33, 63, 64, 65, 4095, 4096, 4097}) {
+    for (const std::size_t count : std::initializer_list<std::size_t>{
+             0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 15, 16, 17, 31, 33, 63, 64, 65, 4095, 4096, 4097}) {
         const std::vector<T> a = somethings<T>(count + 1, 1), b = somethings<T>(count + 1, 2);
         for (const int operation : operations) {
             if (operation == bnry_Power && count > 65)
@@ -384,7 +384,7 @@ TEST(ArithmeticKernels, ComplexProductsAreNotFused) {
     const float x = 1 + 0x1p-12F;
     using C = comp_cComplex<float>;
     for (const level_eSet level : levels())
-        for (const std::size_t count : {1, 2, 3, 7, 8, 9, 64}) {
+        for (const std::size_t count : std::initializer_list<std::size_t>{1, 2, 3, 7, 8, 9, 64}) {
             const std::vector<C> a(count, C(x, x));
             for (const C& z : run<C>(bnry_Multiply, a, true, a, true, count, level)) {
                 EXPECT_EQ(z.re, 0);
@@ -461,7 +461,8 @@ TEST(ArithmeticEngine, MixedTypesGiveTheBitsOfTheKernelOnConvertedCopies) {
     for (int type = dtyp_UInt16; type <= dtyp_ComplexDouble; ++type)
         for (int storedA = dtyp_UInt8; storedA <= type; ++storedA)
             for (int storedB = dtyp_UInt8; storedB <= type; ++storedB)
-                for (const std::size_t count : {1, 3, 4, 6, 7, 65, 1025, 2051}) {
+                for (const std::size_t count :
+                     std::initializer_list<std::size_t>{1, 3, 4, 6, 7, 65, 1025, 2051}) {
                     const cEngineCheck check(dtyp_cDataType(type), dtyp_cDataType(storedA),
                                              dtyp_cDataType(storedB), count);
                     for (const int operation : operations) {
@@ -598,8 +599,10 @@ TYPED_TEST(TestingDivision, TellsZerosFromNumbers) {
                  {-limits::quiet_NaN(), true}};
     for (const level_eSet level : levels())
         for (const auto& c : cases)
-            for (const std::size_t count : {1, 2, 3, 17, 64, 4099})
-                for (const std::size_t at : {std::size_t{0}, count / 2, count - 1}) {
+            for (const std::size_t count :
+                 std::initializer_list<std::size_t>{1, 2, 3, 17, 64, 4099})
+                for (const std::size_t at :
+                     std::initializer_list<std::size_t>{std::size_t{0}, count / 2, count - 1}) {
                     std::vector<T> divisor(count, T(2));
                     divisor[at] = T(c.value);
                     const std::string what = std::to_string(c.value) + " at " + std::to_string(at) +
@@ -628,7 +631,7 @@ TYPED_TEST(TestingDivision, OfNothingFindsNothing) {
 
 TEST(TestingDivisions, IntegerDivisorsAreTestedOnTheWay) {
     for (const level_eSet level : levels())
-        for (const std::size_t at : {0, 1500, 2999, 3000}) {
+        for (const std::size_t at : std::initializer_list<std::size_t>{0, 1500, 2999, 3000}) {
             std::vector<unsigned short> divisor(3000, 7);
             if (at < 3000)
                 divisor[at] = 0;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <cstring>
 #include <new>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -108,4 +109,46 @@ TEST(MemoryBlock, AssignmentToItselfKeepsTheContent) {
 TEST(MemoryBlock, RequestBeyondTheAddressSpaceThrowsBadAlloc) {
     volatile std::size_t bytes = ~std::size_t{0} >> 1; // hidden from the compiler's own check
     EXPECT_THROW(mem_cBlock{bytes}, std::bad_alloc);
+}
+
+TEST(MemoryBlock, LargeStorageIsKeptForTheNextBlockOfItsSizeInTheThread) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "sanitizers see every release";
+#endif
+    const void* storage = mem_cBlock(hugeFrom).Data();
+    {
+        const mem_cBlock next(hugeFrom);
+        EXPECT_EQ(next.Data(), storage);
+        const mem_cBlock another(hugeFrom);
+        EXPECT_NE(another.Data(), storage) << "handed out twice";
+    }
+}
+
+TEST(MemoryBlock, ReusedStorageHoldsWhatIsWrittenNow) {
+    for (const int value : {1, 2, 3})
+        EXPECT_TRUE(holds(filled(hugeFrom + 5, value), hugeFrom + 5, value));
+}
+
+TEST(MemoryBlock, LargeBlocksOfManySizesAndOrdersStayApart) {
+    std::vector<mem_cBlock> blocks;
+    for (int round = 0; round < 3; ++round) {
+        for (int i = 0; i < 6; ++i)
+            blocks.push_back(filled(hugeFrom + static_cast<std::size_t>(i % 3) * 2500000, i + 1));
+        for (int i = 0; i < 6; ++i)
+            ASSERT_TRUE(holds(blocks[static_cast<std::size_t>(i)],
+                              hugeFrom + static_cast<std::size_t>(i % 3) * 2500000, i + 1));
+        if (round == 1)
+            blocks.erase(blocks.begin(), blocks.begin() + 3);
+        blocks.clear();
+    }
+}
+
+TEST(MemoryBlock, LargeBlocksMayBeReleasedByAnotherThreadAndAfterIt) {
+    mem_cBlock moved;
+    std::thread([&] {
+        const mem_cBlock gone(hugeFrom);
+        moved = filled(hugeFrom, 9);
+    }).join();
+    EXPECT_TRUE(holds(moved, hugeFrom, 9));
+    std::thread([taken = std::move(moved)] { EXPECT_TRUE(holds(taken, hugeFrom, 9)); }).join();
 }
