@@ -2,6 +2,8 @@
 #include <cmath>
 #include <iomanip>
 #include <span>
+#include <sstream>
+#include <string>
 
 #include "detector.h"
 #include "story.h"
@@ -25,10 +27,18 @@ double largest(const darr_c2DArray& image) {
     return *std::max_element(elements.begin(), elements.end());
 }
 
-/// The root mean square difference from the scene, in percent of its mean.
-double error(const darr_c2DArray& image, const darr_c2DArray& scene) {
+/// The root mean square difference from the scene: in percent of its mean, where it has one.
+std::string error(const darr_c2DArray& image, const darr_c2DArray& scene) {
     const darr_c2DArray difference = image - scene;
-    return 100 * std::sqrt(mean(difference * difference)) / std::max(mean(scene), 1e-9);
+    const double absolute = std::sqrt(mean(difference * difference));
+    const double whole = mean(scene);
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(1);
+    if (whole > 0)
+        text << 100 * absolute / whole << " %";
+    else
+        text << absolute;
+    return text.str();
 }
 
 } // namespace
@@ -57,10 +67,8 @@ void stepImage(Story& story) {
     tellTypes(text, "corrected = ratio * level", ratio, '*', level, story.corrected);
 
     const darr_c2DArray raw = frames.raw / pnum_cNumber(scale);
-    text << std::fixed << std::setprecision(1)
-         << "\n   off from the scene, root mean square: " << error(raw, scene) << " % raw, "
-         << error(story.corrected, scene) << " % corrected\n"
-         << std::defaultfloat << std::setprecision(6);
+    text << "\n   off from the scene, root mean square: " << error(raw, scene) << " raw, "
+         << error(story.corrected, scene) << " corrected\n";
 
     story.canvas.DrawImages("image-correction.png",
                             {{"raw", frames.raw, "counts"},
