@@ -5,6 +5,7 @@
 
 #include "dataprocessing/binary/algn.h"
 #include "dataprocessing/binary/bnry_comp.h"
+#include "dataprocessing/platform/prefetch.h"
 #include "dataprocessing/valuemodel/comp.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/dtyp_visit.h"

@@ -79,6 +79,8 @@ void selectInto(Array& result, Condition&& condition, const view_cSource& a,
         if (streams)
             arit_StreamOut(target, written, n * size);
     }
+    if (streams)
+        arit_EndStreaming();
 }
 
 dtyp_cDataType commonType(dtyp_cDataType a, dtyp_cDataType b) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dataprocessing/platform/prefetch.h"
 #include "dataprocessing/valuemodel/expt.h"
 
 namespace dataprocessing::detail {
