@@ -11,7 +11,7 @@
 #include "dataprocessing/platform/ipl_fft.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/valuemodel/conv.h"
-#include "dataprocessing/valuemodel/resc.h"
+#include "dataprocessing/valuemodel/parr_size.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
 using namespace dataprocessing::detail;
@@ -22,9 +22,10 @@ using Complex = comp_cComplex<float>;
 
 enum eDirection : int { Forward = 1, Inverse = -1 };
 
-/// An array of `like`'s element type that is filled with the mean of it.
-pnum_cNumber padding(const pnum_cNumber& mean, dtyp_cDataType type) {
-    return conv_Convert(mean, type);
+/// What an array is filled up with.
+template<class Array>
+pnum_cNumber paddingOf(const Array& array) {
+    return conv_Convert(stat_Mean(array), array.DataType());
 }
 
 double spectrumDelta(int size, const cal_cArrayCal& cal) { return 1.0 / (size * cal.Delta()); }
@@ -140,7 +141,7 @@ darr_c1DArray four_ExpandToPowerOfTwo(const darr_c1DArray& array) {
     const int size = four_FitToPowerOfTwo(array.Size());
     if (size == array.Size())
         return array;
-    darr_c1DArray expanded(size, padding(stat_Mean(array), array.DataType()),
+    darr_c1DArray expanded(size, paddingOf(array),
                            cal_c1DArrayCal::Default);
     expanded.SetSelection(array, 0);
     return expanded;
@@ -151,7 +152,8 @@ darr_c2DArray four_ExpandToPowerOfTwo(const darr_c2DArray& array) {
     const int sizeY = four_FitToPowerOfTwo(array.SizeY());
     if (sizeX == array.SizeX() && sizeY == array.SizeY())
         return array;
-    darr_c2DArray expanded(sizeX, sizeY, padding(stat_Mean(array), array.DataType()),
+    parr_CheckedCount(sizeX, sizeY); // before every element is looked at for the mean
+    darr_c2DArray expanded(sizeX, sizeY, paddingOf(array),
                            cal_c2DArrayCal::Default);
     expanded.SetSelection(array, 0, 0);
     return expanded;
