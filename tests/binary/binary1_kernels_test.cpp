@@ -321,6 +321,10 @@ TEST(ArithmeticKernels, ThirtyTwoBitNumbersLoseLowBitsInWholeChunksOnly) {
                {16777216, 16777216, 16777217}, "2^24 + 1");
     expectSame(run<int>(bnry_Add, {-16777219}, false, {0, 0, 0}, true, 3),
                {-16777220, -16777220, -16777219}, "-(2^24 + 3)");
+    expectSame(run<int>(bnry_Subtract, {0, 0, 0}, true, {16777217}, false, 3),
+               {-16777216, -16777216, -16777217}, "difference");
+    expectSame(run<int>(bnry_Multiply, {3, 3, 3}, true, {16777217}, false, 3),
+               {50331648, 50331648, 50331651}, "product");
     const int top = std::numeric_limits<int>::max(), bottom = std::numeric_limits<int>::min();
     expectSame(run<int>(bnry_Add, {0, 0, 0}, true, {top}, false, 3), {bottom, bottom, top},
                "2^31 - 1 rounds to 2^31");
