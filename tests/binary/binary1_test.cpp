@@ -769,12 +769,14 @@ TEST(CompoundAssignment, TakesSizeAndCalibrationOfTheAlignedResult) {
 
 TEST(CompoundAssignment, OfAnOperandWithItselfTakesTheResult) {
     pnum_cNumber n(4);
-    n *= n;
+    const pnum_cNumber& sameNumber = n;
+    n *= sameNumber;
     EXPECT_EQ(n.As<int>(), 16);
     darr_c1DArray a(3, pnum_cNumber(6.0), {});
-    a /= a;
+    const darr_c1DArray& sameArray = a;
+    a /= sameArray;
     EXPECT_EQ(a.Number(2).As<double>(), 1);
-    a += a;
+    a += sameArray;
     EXPECT_EQ(a.Number(0).As<double>(), 2);
 }
 
