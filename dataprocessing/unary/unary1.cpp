@@ -7,6 +7,7 @@
 #include "dataprocessing/valuemodel/conv_kernels.h"
 #include "dataprocessing/valuemodel/expt.h"
 #include "dataprocessing/valuemodel/view_make.h"
+#include "dataprocessing/valuemodel/view_source.h"
 
 namespace dataprocessing::detail {
 
@@ -82,12 +83,15 @@ dtyp_cDataType resultType(eOperation operation, dtyp_cDataType computed) {
     return computed == dtyp_ComplexFloat ? dtyp_Float : dtyp_Double;
 }
 
-/// Elements go through the kernel in blocks that stay in the first-level cache; where no type
-/// changes on the way, at once and in place.
+/// Runs the kernel: at once from operand to result where no type changes on the way, else in blocks
+/// that stay in the first-level cache.
 void compute(eOperation operation, const view_cView& operand, dtyp_cDataType computed,
              dtyp_cDataType resultType, void* result) {
     const unry_Kernel kernel = LEVEL_SELECT(unry_Find)(operation, computed);
-    if (operand.Direct() != nullptr && operand.Type() == computed && computed == resultType)
+    const view_cSource source(operand);
+    const bool widens = operand.Type() != computed;
+    const bool narrows = computed != resultType;
+    if (source.InPlace() && !widens && !narrows)
         return kernel(operand.Direct(), result, operand.Count());
 
     constexpr std::size_t capacity = 512;
@@ -97,10 +101,14 @@ void compute(eOperation operation, const view_cView& operand, dtyp_cDataType com
     unsigned char* target = static_cast<unsigned char*>(result);
     for (std::size_t first = 0; first < operand.Count(); first += capacity) {
         const std::size_t count = std::min(capacity, operand.Count() - first);
-        operand.Fetch(first, count, fetched);
-        conv_Elements(fetched, operand.Type(), widened, computed, count, conv_RealPart);
-        kernel(widened, values, count);
-        conv_Elements(values, computed, target, resultType, count, conv_RealPart);
+        const void* elements = source.Read(first, count, fetched);
+        if (widens) {
+            conv_Elements(elements, operand.Type(), widened, computed, count, conv_RealPart);
+            elements = widened;
+        }
+        kernel(elements, narrows ? values : target, count);
+        if (narrows)
+            conv_Elements(values, computed, target, resultType, count, conv_RealPart);
         target += count * resultType.SizeOf();
     }
 }

@@ -27,8 +27,9 @@
 ///
 /// **Errors.** `acos` and `asin` of a real operand with an element outside [-1, 1], or NaN:
 /// expt_cUserException with the message expt_DomainError, ("unary1", 264) and ("unary1", 268). An
-/// operation that is none of the enumeration: expt_cProgramException ("unary1", 1). Unknown element
-/// types: that of conv_Convert.
+/// operation that is none of the enumeration: expt_cProgramException ("unary1", 1). An element type
+/// below the ten: that of conv_Convert; one above them is its own working type, of which nothing is
+/// computed.
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/darr.h"
@@ -38,7 +39,7 @@
 enum unry_eMathUnaryOperation : int {
     unry_Plus = 0,   ///< x
     unry_Negate = 1, ///< -x
-    unry_Abs = 2,    ///< x when x > 0, else -x, so that the result for either zero is -0.0
+    unry_Abs = 2,    ///< x when x > 0, else -x; of either zero it is -0.0
     unry_Acos = 3,   ///< arc cosine
     unry_Asin = 4,   ///< arc sine
     unry_Atan = 5,   ///< arc tangent
@@ -86,7 +87,7 @@ DATAPROCESSING_EXPORT darr_c2DArray operator-(const darr_c2DArray& x);
 /// @}
 
 /// @name abs(x)
-/// Absolute value: x when x > 0, else -x, so that the result for either zero is -0.0. Of complex elements (modulus, 0).
+/// Absolute value: x when x > 0, else -x, and -0.0 of either zero. Of complex elements (modulus, 0).
 /// @{
 DATAPROCESSING_EXPORT pnum_cNumber  abs(const pnum_cNumber&  x);
 DATAPROCESSING_EXPORT darr_c1DArray abs(const darr_c1DArray& x);
