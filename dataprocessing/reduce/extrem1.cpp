@@ -16,16 +16,22 @@ void refuseEmpty(const parr_cNumberArray& array) {
         throw expt_cUserException("extrem1", 383, "Cannot calculate extremum on empty array.");
 }
 
-/// The elements as they are searched: complex ones as doubles.
-view_cView searched(const parr_cNumberArray& array, conv_eComplexConversion conversion) {
-    const dtyp_cDataType type = array.DataType().IsComplex() ? dtyp_Double : array.DataType();
-    conv_Check(array.DataType(), type, conversion);
-    return {array.Data(),
-            array.DataType(),
+/// The elements [first, last) as they are searched: complex ones as doubles.
+view_cView searched(const parr_cNumberArray& array, int first, int last,
+                    conv_eComplexConversion conversion) {
+    const dtyp_cDataType stored = array.DataType();
+    const dtyp_cDataType type = stored.IsComplex() ? dtyp_Double : stored;
+    conv_Check(stored, type, conversion);
+    return {static_cast<const unsigned char*>(array.Data()) +
+                static_cast<std::size_t>(first) * stored.SizeOf(),
+            stored,
             type,
-            view_cAxis(array.Count(), cal_cArrayCal()),
+            view_cAxis(last - first, cal_cArrayCal()),
             view_cAxis(1, cal_cArrayCal()),
             conversion};
+}
+view_cView searched(const parr_cNumberArray& array, conv_eComplexConversion conversion) {
+    return searched(array, 0, array.Count(), conversion);
 }
 
 /// Runs all searches over the elements in one pass, in blocks that stay in the cache for the next
@@ -95,7 +101,7 @@ pnum_cNumber extremum(extr_eKind kind, const darr_c2DArray& array, double& x, do
 
 pnum_cNumber extremum(extr_eKind kind, const parr_cNumberArray& array,
                       conv_eComplexConversion conversion) {
-    int index;
+    int index = 0;
     return extremum(kind, array, index, conversion);
 }
 
@@ -125,8 +131,9 @@ pnum_cNumber extremum(extr_eKind kind, const darr_c1DArray& array, const rnge_c1
                                                                           : rnge_IndexCeiling);
     if (inside.First() >= inside.Last())
         return better(start, end);
-    const pnum_cNumber best = extremum(kind, array.Selection(inside), conversion);
-    return better(better(best, start), end);
+    extr_sBest best[1];
+    search(searched(array, inside.First(), inside.Last(), conversion), {kind}, best);
+    return better(better(best[0].value, start), end);
 }
 
 } // namespace
