@@ -40,7 +40,7 @@ void offerBack([[maybe_unused]] void* data, [[maybe_unused]] std::size_t bytes) 
 }
 
 void freeHuge(void* allocated) noexcept {
-    ::operator delete(allocated, std::align_val_t{hugePage});
+    ::operator delete (allocated, std::align_val_t{hugePage});
 }
 
 // The large block that this thread released last. Having the system clear fresh pages costs about
