@@ -24,8 +24,6 @@ using barr_Mask = typename barr_sMask<Array>::type;
 
 /// A mask on the default calibration with elements that are not set. The sizes are those of an
 /// array, so they are not checked; a 1D mask has one row.
-template<class Mask>
-Mask barr_Unset(int sizeX, int sizeY);
 template<>
 barr_c1DBoolArray barr_Unset<barr_c1DBoolArray>(int sizeX, int sizeY);
 template<>

@@ -197,6 +197,14 @@ TEST(Selection, TakesZerosOutsideALine) {
     EXPECT_TRUE(isSame(elementsOf(tnry_Ternary(maskOf({1, 0}), empty, 9)), {0, 9}));
 }
 
+TEST(Selection, TakesTheElementsNearestToTheCondition) {
+    const darr_c1DArray line = lineOf(7, {1, 2, 3}, {0, 1, 0});
+    EXPECT_TRUE(isSame(elementsOf(tnry_Ternary(maskOf({1, 1}, {0.4, 1, 0}), line, 9)), {1, 2}));
+    EXPECT_TRUE(isSame(elementsOf(tnry_Ternary(maskOf({1, 1}, {0.6, 1, 0}), line, 9)), {2, 3}));
+    const barr_c1DBoolArray shifted = maskOf({1, 1}, {-0.4, 1, 0});
+    EXPECT_TRUE(isSame(elementsOf(tnry_Ternary(shifted, line, line)), {1, 2}));
+}
+
 TEST(Selection, MatchesAnImageAlongEachAxis) {
     const darr_c2DArray image = imageOf(5, 2, 2, {1, 2, 3, 4}, {0, 1, 0, 1, 0, 0});
     const barr_c2DBoolArray alongY = maskOf(2, 1, {1, 1}, {0, 1, 1, 1, 0, 0});
@@ -223,6 +231,29 @@ TEST(Selection, OfLongLinesThatMustBeFetchedIsThatOfWhatIsFetched) {
                        selected(manyBytes(size), 8, {0.25}, cut)));
     EXPECT_TRUE(isSame(elementsOf(tnry_Ternary(condition, coarse, fine)),
                        selected(manyBytes(size), 8, cut, cut)));
+}
+
+TEST(Selection, OfResultsThatPassTheCachesIsComplete) {
+    const int size = 3200003; // elements of 16 bytes
+    darr_c1DArray line(size, dtyp_ComplexDouble, cal_c1DArrayCal());
+    barr_c1DBoolArray condition(size);
+    const auto elements = line.Elements<comp_cComplex<double>>();
+    for (int i = 0; i < size; ++i) {
+        elements[static_cast<std::size_t>(i)] = comp_cComplex<double>(i, -i);
+        condition.Element(i) = i % 3 == 0;
+    }
+    const darr_c1DArray selected = tnry_Ternary(condition, line, -1);
+    const darr_c1DArray largest = trny_max(comp_cComplex<double>(5, 0), line);
+    int wrong = 0;
+    for (int i = 0; i < size; ++i) {
+        const std::size_t at = static_cast<std::size_t>(i);
+        const comp_cComplex<double> own = elements[at];
+        const comp_cComplex<double> expected = i % 3 == 0 ? own : comp_cComplex<double>(-1);
+        wrong += selected.Elements<comp_cComplex<double>>()[at] == expected ? 0 : 1;
+        const comp_cComplex<double> larger = i < 4 ? comp_cComplex<double>(5) : own;
+        wrong += largest.Elements<comp_cComplex<double>>()[at] == larger ? 0 : 1;
+    }
+    EXPECT_EQ(wrong, 0);
 }
 
 TEST(Selection, FromALineThatIsNotChangedLiesWhereTheConditionDoes) {
@@ -536,6 +567,9 @@ TEST(SelectionKernel, GivesTheSameOnEveryLevelAndStaysInItsResult) {
                     ASSERT_EQ(result, expected) << code << " " << first << second << " " << count;
                 }
         }
+    unsigned char kept = untouched;
+    tnry_RunSelection(&kept, &kept, &kept, &kept, {1, 1, 1, -1});
+    EXPECT_EQ(kept, untouched);
     EXPECT_EQ(refusalOf([] {
                   tnry_RunSelection(nullptr, nullptr, nullptr, nullptr, {0, 1, 1, 0});
               }),
