@@ -13,7 +13,7 @@ inline constexpr std::size_t prefetch_step = 64;
 
 /// Asks for the next prefetch_step elements as a loop over `elements` will meet them 4 KiB later.
 /// Processors look ahead by themselves, but stop at the end of a page and start slowly on the next;
-/// a loop that does little per element is faster by a tenth for it, in the caches and beyond.
+/// a loop that does little per element may be faster by a tenth for it, in the caches and beyond.
 /// What is asked for may lie outside any storage: nothing is read.
 template<std::size_t elementSize>
 inline void prefetch_Ahead([[maybe_unused]] const void* elements) noexcept {
