@@ -1,33 +1,28 @@
 #include "dataprocessing/fourier/fft_kernels.h"
 
 #include <cstddef>
-#include <vector>
 
 #include "dataprocessing/platform/radix.h"
 
 namespace dataprocessing::detail {
 
 void four_RadixTwoFFT(comp_cComplex<float>* data, int n, int sign) {
-    radix_Transform(data, static_cast<std::size_t>(n), sign);
+    radix_Line(data, data, static_cast<std::size_t>(n), sign, radix_Natural);
 }
 
 void four_RadixTwoFFTnD(comp_cComplex<float>* data, std::span<const int> sizes, int sign) {
     std::size_t total = 1;
     for (const int size : sizes)
         total *= static_cast<std::size_t>(size);
-    std::size_t stride = 1;
+    std::size_t within = 1; // values between neighbours along the dimension
     for (std::size_t d = sizes.size(); d-- > 0;) {
         const std::size_t n = static_cast<std::size_t>(sizes[d]);
-        std::vector<comp_cComplex<float>> line(n);
-        for (std::size_t outer = 0; outer < total; outer += n * stride)
-            for (std::size_t first = outer; first < outer + stride; ++first) {
-                for (std::size_t k = 0; k < n; ++k)
-                    line[k] = data[first + k * stride];
-                radix_Transform(line.data(), n, sign);
-                for (std::size_t k = 0; k < n; ++k)
-                    data[first + k * stride] = line[k];
-            }
-        stride *= n;
+        if (within == 1)
+            radix_Rows(data, n, total / n, sign);
+        else
+            for (std::size_t first = 0; first < total; first += n * within)
+                radix_Columns(data + first, n, within, sign);
+        within *= n;
     }
 }
 

@@ -70,19 +70,13 @@ struct sHalf {
 };
 
 void transformRows(sHalf& half, int sign) {
-    for (int y = 0; y < half.rows; ++y)
-        radix_Transform(half.Row(y), static_cast<std::size_t>(half.columns), sign);
+    radix_Rows(half.elements.data(), static_cast<std::size_t>(half.columns),
+               static_cast<std::size_t>(half.rows), sign);
 }
 
 void transformColumns(sHalf& half, int sign) {
-    std::vector<Complex> column(static_cast<std::size_t>(half.rows));
-    for (int u = 0; u < half.columns; ++u) {
-        for (int y = 0; y < half.rows; ++y)
-            column[static_cast<std::size_t>(y)] = half.Row(y)[u];
-        radix_Transform(column.data(), column.size(), sign);
-        for (int y = 0; y < half.rows; ++y)
-            half.Row(y)[u] = column[static_cast<std::size_t>(y)];
-    }
+    radix_Columns(half.elements.data(), static_cast<std::size_t>(half.rows),
+                  static_cast<std::size_t>(half.columns), sign);
 }
 
 /// Even and odd elements of a row were transformed as the parts of one complex line; the line's

@@ -1,51 +1,105 @@
 #include "dataprocessing/platform/radix.h"
 
-#include <cmath>
-#include <utility>
+#include <algorithm>
+
+#include "dataprocessing/platform/memory.h"
+#include "dataprocessing/platform/radix_twiddles.h"
 
 namespace dataprocessing::detail {
 
 namespace {
 
-void reverseBits(comp_cComplex<float>* data, std::size_t n) {
-    std::size_t reversed = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-        if (i < reversed)
-            std::swap(data[i], data[reversed]);
-        std::size_t bit = n / 2;
-        while (bit != 0 && (reversed & bit) != 0) {
-            reversed ^= bit;
-            bit /= 2;
-        }
-        reversed |= bit;
-    }
-}
+constexpr std::size_t radix_lanes = 16;
+
+/// A value of each of sixteen lines.
+struct radix_sLanes {
+    alignas(64) float re[radix_lanes];
+    float im[radix_lanes];
+};
+
+/// Up to sixteen lines: value k of line c is source[k x alongStep + c x acrossStep].
+struct radix_sLines {
+    const comp_cComplex<float>* source;
+    std::size_t alongStep;
+    std::size_t acrossStep;
+    std::size_t count;
+};
 
 } // namespace
 
-void radix_Transform(comp_cComplex<float>* data, std::size_t n, int sign) {
-    reverseBits(data, n);
-    for (std::size_t block = 2; block <= n; block *= 2) {
-        const double theta = 6.28318530717959 / (sign * static_cast<double>(block));
-        const double s = std::sin(0.5 * theta);
-        const double stepRe = -2.0 * s * s;
-        const double stepIm = std::sin(theta);
-        double re = 1;
-        double im = 0;
-        for (std::size_t k = 0; k < block / 2; ++k) {
-            for (std::size_t i = k; i < n; i += block) {
-                comp_cComplex<float>& a = data[i];
-                comp_cComplex<float>& b = data[i + block / 2];
-                const comp_cComplex<float> t(static_cast<float>(re * b.re - im * b.im),
-                                             static_cast<float>(re * b.im + im * b.re));
-                b = a - t;
-                a = a + t;
-            }
-            const double last = re;
-            re = last * stepRe - im * stepIm + last;
-            im = im * stepRe + last * stepIm + im;
-        }
+} // namespace dataprocessing::detail
+
+#define LEVEL_KERNELS "dataprocessing/platform/radix_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+using Complex = comp_cComplex<float>;
+
+/// From here on a single line fills the lanes.
+constexpr std::size_t longLine = radix_lanes * radix_lanes;
+
+class cWork {
+public:
+    explicit cWork(std::size_t lanes) : block_(lanes * sizeof(radix_sLanes)) {}
+    radix_sLanes* Lanes() noexcept { return static_cast<radix_sLanes*>(block_.Data()); }
+
+private:
+    mem_cBlock block_;
+};
+
+} // namespace
+
+void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
+                radix_eOrder order) {
+    const radix_cTwiddles twiddles(n);
+    if (n >= longLine) {
+        cWork work(n / radix_lanes);
+        LEVEL_SELECT(radix_RunLine)
+        (source, target, n, twiddles.Passes(), sign < 0, order, work.Lanes());
+        return;
     }
+    cWork work(n);
+    LEVEL_SELECT(radix_RunLines)
+    ({source, 1, n, 1}, target, n, twiddles.Passes(), sign < 0, work.Lanes());
+    if (order == radix_Natural)
+        return;
+    std::rotate(target, target + n / 2, target + n);
+    const Complex scale(1.0F / static_cast<float>(n));
+    for (std::size_t k = 0; k < n; ++k)
+        target[k] = target[k] * scale;
+}
+
+void radix_Rows(Complex* data, std::size_t n, std::size_t count, int sign) {
+    if (n == 1)
+        return;
+    const radix_cTwiddles twiddles(n);
+    if (n >= longLine) {
+        cWork work(n / radix_lanes);
+        const auto run = LEVEL_SELECT(radix_RunLine);
+        for (std::size_t c = 0; c < count; ++c)
+            run(data + c * n, data + c * n, n, twiddles.Passes(), sign < 0, radix_Natural,
+                work.Lanes());
+        return;
+    }
+    cWork work(n);
+    const auto run = LEVEL_SELECT(radix_RunLines);
+    for (std::size_t c = 0; c < count; c += radix_lanes)
+        run({data + c * n, 1, n, std::min(radix_lanes, count - c)}, data + c * n, n,
+            twiddles.Passes(), sign < 0, work.Lanes());
+}
+
+void radix_Columns(Complex* data, std::size_t n, std::size_t count, int sign) {
+    if (n == 1)
+        return;
+    const radix_cTwiddles twiddles(n);
+    cWork work(n);
+    const auto run = LEVEL_SELECT(radix_RunLines);
+    for (std::size_t c = 0; c < count; c += radix_lanes)
+        run({data + c, count, 1, std::min(radix_lanes, count - c)}, data + c, n, twiddles.Passes(),
+            sign < 0, work.Lanes());
 }
 
 } // namespace dataprocessing::detail

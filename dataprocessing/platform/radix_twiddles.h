@@ -1,0 +1,40 @@
+#pragma once
+
+/// @file
+/// Tables of the twiddle factors of radix_Line.
+
+#include <cstddef>
+
+namespace dataprocessing::detail {
+
+/// The twiddle factors w[k], k = 0 to m/2 - 1, of one pass over blocks of size m, for sign 1. Those
+/// for sign -1 are the conjugates, except that w[0] is 1 + 0i for both.
+struct radix_sPass {
+    const double* re;
+    const double* im;
+};
+
+/// The passes of a transform of n values: number p is that over blocks of 2^(p + 1).
+struct radix_sPasses {
+    radix_sPass pass[64];
+};
+
+/// Finds or makes the tables of a transform of `n` values. They are kept, by each thread, as far as
+/// they belong to transforms of at most 2^20 values, which takes 16 MB; a `radix_cTwiddles` of a
+/// longer transform frees the rest when it dies. One at a time in a thread.
+class radix_cTwiddles {
+public:
+    /// Throws std::bad_alloc.
+    explicit radix_cTwiddles(std::size_t n);
+    radix_cTwiddles(const radix_cTwiddles&) = delete;
+    radix_cTwiddles& operator=(const radix_cTwiddles&) = delete;
+    ~radix_cTwiddles();
+
+    /// The tables, while this object lives.
+    const radix_sPasses& Passes() const noexcept { return passes_; }
+
+private:
+    radix_sPasses passes_;
+};
+
+} // namespace dataprocessing::detail
