@@ -1,3 +1,5 @@
+#include <bit>
+#include <cmath>
 #include <cstddef>
 #include <type_traits>
 

@@ -281,6 +281,82 @@ TEST(StatisticsSum, OfFloatsIsTakenInDouble) {
               0x1p40 + 1000);
 }
 
+struct FloatCase {
+    const char* name;
+    double (*element)(std::size_t i);
+};
+
+// Additions of floats in double are exact for a while and then round, depending on the elements.
+TEST(StatisticsSum, OfFloatsIsThatOfThePlainLoopWhereverRoundingBegins) {
+    constexpr double fine = 1 + 0x1p-23;
+    const FloatCase cases[] = {
+        {"counts", [](std::size_t i) { return static_cast<double>(i * 7919 % 65536); }},
+        {"never rounded", [](std::size_t i) { return 0.5 + static_cast<double>(i % 1000) / 1024; }},
+        {"rounded in the end",
+         [](std::size_t i) {
+             return i % 2 == 0 ? fine : 65535 + 0x1p-8 * static_cast<double>(i % 7);
+         }},
+        {"rounded upon a late small one",
+         [](std::size_t i) {
+             return i == 20000 ? 0x1p-40 : 16777215 - static_cast<double>(i % 3);
+         }},
+        {"rounded at once",
+         [](std::size_t i) { return i % 2 == 0 ? 0x1.234568p-40 : 0x1.abcdp20; }},
+        {"exact beside a power of two",
+         [](std::size_t i) { return i == 0       ? 0x1p29
+                                    : i % 2 == 0 ? fine
+                                                 : -fine; }},
+        {"smallest powers of two",
+         [](std::size_t i) { return i % 512 == 0 ? 0x1p-20 : 0x1.fffffep8; }},
+        {"falling back",
+         [](std::size_t i) {
+             return (i < 30000 ? 1 : -1) * (65535 + 0x1p-8 * static_cast<double>(i % 5));
+         }},
+        {"zeros among them",
+         [](std::size_t i) { return i % 3 == 0   ? fine
+                                    : i % 3 == 1 ? 0.0
+                                                 : -0.0; }},
+        {"zeros", [](std::size_t) { return 0.0; }},
+        {"negative zeros", [](std::size_t) { return -0.0; }},
+        {"subnormal", [](std::size_t i) { return 0x1p-149 * static_cast<double>(i % 4099); }},
+        {"subnormal beside normal", [](std::size_t i) { return i % 2 == 0 ? 0x1p-149 : 0x1p-97; }},
+        {"largest", [](std::size_t i) { return i % 2 == 0 ? 0x1.fffffep127 : 0x1.8p100; }},
+        {"infinite", [](std::size_t i) { return i == 5000 ? infinity : 1.5; }},
+        {"not a number", [](std::size_t i) { return i == 5000 ? nan : 1.5; }},
+        {"opposite infinities", [](std::size_t i) {
+             return i == 5000 ? infinity : i == 30000 ? -infinity : 1.5;
+         }}};
+    for (const FloatCase& c : cases) {
+        std::vector<float> elements(60000);
+        for (std::size_t i = 0; i < elements.size(); ++i)
+            elements[i] = static_cast<float>(c.element(i));
+        for (const std::size_t count :
+             {std::size_t{1}, std::size_t{31}, std::size_t{32}, std::size_t{33}, std::size_t{511},
+              std::size_t{512}, std::size_t{513}, std::size_t{5001}, std::size_t{16384},
+              std::size_t{20481}, std::size_t{33333}, std::size_t{60000}})
+            expectSame(
+                stat_Sum(parr_c1DNumberArray(std::span<const float>(elements.data(), count))),
+                orderedSum(elements.data(), count),
+                c.name + std::string(" ") + std::to_string(count));
+    }
+}
+
+TEST(StatisticsSum, OfFloatsOfRandomSizesIsThatOfThePlainLoop) {
+    std::mt19937_64 random(17);
+    std::uniform_real_distribution<float> unit(0.5F, 1.0F);
+    for (int trial = 0; trial < 300; ++trial) {
+        const int spread = trial % 30;
+        std::vector<float> elements(1 + random() % 20000);
+        for (float& x : elements) {
+            const int exponent =
+                spread == 0 ? 0 : static_cast<int>(random() % static_cast<unsigned>(spread));
+            x = std::ldexp(random() % 2 == 0 ? unit(random) : -unit(random), exponent);
+        }
+        expectSame(stat_Sum(parr_c1DNumberArray(std::span<const float>(elements))),
+                   orderedSum(elements.data(), elements.size()), std::to_string(spread));
+    }
+}
+
 TEST(StatisticsSum, KeepsTheSignOfZeroThatAdditionsHave) {
     const double zeros[] = {-0.0, -0.0};
     EXPECT_FALSE(std::signbit(stat_Sum(parr_c1DNumberArray(std::span(zeros))).As<double>()));
