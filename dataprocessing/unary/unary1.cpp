@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <optional>
 
 #include "dataprocessing/unary/scandata_kernels.h"
 #include "dataprocessing/unary/unry.h"
@@ -53,25 +54,24 @@ Array makeResult(const Array& operand, dtyp_cDataType type) {
     return view_Shaped(operand, type, view_X(operand), view_Y(operand));
 }
 
-/// The type that the elements are computed in; refuses what has no value there.
-dtyp_cDataType checkDomain(eOperation operation, const view_cView& operand,
-                           dtyp_cDataType complexType) {
+/// Refuses what has no result at all.
+void checkDomain(eOperation operation, const view_cView& operand) {
+    if (operation != unry_Acos && operation != unry_Asin)
+        return;
+    if (scan_View(operand, scan_AbsLargerThanUnity))
+        throw expt_cUserException("unary1", operation == unry_Acos ? 264 : 268, expt_DomainError);
+}
+
+/// What an element must not be lest the result leaves the reals; none for most operations.
+std::optional<scan_eKind> leavesReals(eOperation operation) {
     switch (operation) {
-    case unry_Acos:
-        if (scan_View(operand, scan_AbsLargerThanUnity))
-            throw expt_cUserException("unary1", 264, expt_DomainError);
-        return operand.Type();
-    case unry_Asin:
-        if (scan_View(operand, scan_AbsLargerThanUnity))
-            throw expt_cUserException("unary1", 268, expt_DomainError);
-        return operand.Type();
     case unry_Log:
     case unry_Log10:
-        return scan_View(operand, scan_ZeroOrNegative) ? complexType : operand.Type();
+        return scan_ZeroOrNegative;
     case unry_Sqrt:
-        return scan_View(operand, scan_Negative) ? complexType : operand.Type();
+        return scan_Negative;
     default:
-        return operand.Type();
+        return std::nullopt;
     }
 }
 
@@ -83,25 +83,29 @@ dtyp_cDataType resultType(eOperation operation, dtyp_cDataType computed) {
     return computed == dtyp_ComplexFloat ? dtyp_Float : dtyp_Double;
 }
 
-/// Runs the kernel: at once from operand to result where no type changes on the way, else in blocks
-/// that stay in the first-level cache.
-void compute(eOperation operation, const view_cView& operand, dtyp_cDataType computed,
-             dtyp_cDataType resultType, void* result) {
+/// Computes the elements, at once where nothing has to be done on the way, else in blocks that stay
+/// in the cache. Stops and answers false when an element is `excluded`.
+bool compute(eOperation operation, const view_cView& operand, dtyp_cDataType computed,
+             dtyp_cDataType resultType, void* result, std::optional<scan_eKind> excluded) {
     const unry_Kernel kernel = LEVEL_SELECT(unry_Find)(operation, computed);
     const view_cSource source(operand);
     const bool widens = operand.Type() != computed;
     const bool narrows = computed != resultType;
-    if (source.InPlace() && !widens && !narrows)
-        return kernel(operand.Direct(), result, operand.Count());
 
-    constexpr std::size_t capacity = 512;
-    alignas(64) unsigned char fetched[capacity * 16];
-    alignas(64) unsigned char widened[capacity * 16];
-    alignas(64) unsigned char values[capacity * 16];
+    constexpr std::size_t buffered = 512;
+    alignas(64) unsigned char fetched[buffered * 16];
+    alignas(64) unsigned char widened[buffered * 16];
+    alignas(64) unsigned char values[buffered * 16];
+    std::size_t capacity = buffered;
+    if (source.InPlace() && !widens && !narrows)
+        capacity = excluded ? 2048 : operand.Count();
     unsigned char* target = static_cast<unsigned char*>(result);
     for (std::size_t first = 0; first < operand.Count(); first += capacity) {
         const std::size_t count = std::min(capacity, operand.Count() - first);
         const void* elements = source.Read(first, count, fetched);
+        if (excluded &&
+            scan_Elements({operand.Type(), *excluded, static_cast<int>(count)}, elements))
+            return false;
         if (widens) {
             conv_Elements(elements, operand.Type(), widened, computed, count, conv_RealPart);
             elements = widened;
@@ -111,6 +115,7 @@ void compute(eOperation operation, const view_cView& operand, dtyp_cDataType com
             conv_Elements(values, computed, target, resultType, count, conv_RealPart);
         target += count * resultType.SizeOf();
     }
+    return true;
 }
 
 template<class Value>
@@ -125,10 +130,18 @@ Value operate(eOperation operation, const Value& operand) {
     const view_cView view(operand.Data(), operand.DataType(), working,
                           view_cAxis(countOf(operand), cal_cArrayCal()),
                           view_cAxis(1, cal_cArrayCal()));
-    const dtyp_cDataType computed =
-        working.IsReal() ? checkDomain(operation, view, widening(operand).toComplex) : working;
+    dtyp_cDataType computed = working;
+    if (working.IsReal()) {
+        checkDomain(operation, view);
+        if (const std::optional<scan_eKind> excluded = leavesReals(operation)) {
+            Value result = makeResult(operand, working);
+            if (compute(operation, view, working, working, result.Data(), excluded))
+                return result;
+            computed = widening(operand).toComplex;
+        }
+    }
     Value result = makeResult(operand, resultType(operation, computed));
-    compute(operation, view, computed, result.DataType(), result.Data());
+    compute(operation, view, computed, result.DataType(), result.Data(), std::nullopt);
     return result;
 }
 
