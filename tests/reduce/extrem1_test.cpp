@@ -239,6 +239,18 @@ TYPED_TEST(ExtremaOfFloating, ZerosOfBothSignsAreEqual) {
         }
 }
 
+// Both in one block: the sign of the result is that of the first.
+TYPED_TEST(ExtremaOfFloating, TheFirstZeroGivesTheSign) {
+    for (const int sign : {1, -1})
+        for (const TypeParam zero : {TypeParam(0), -TypeParam(0)})
+            for (const int distance : {1, 16, 17, 40}) {
+                std::vector<TypeParam> elements(600, static_cast<TypeParam>(sign));
+                elements[100] = zero;
+                elements[static_cast<std::size_t>(100 + distance)] = -zero;
+                expectExtrema(elements, 1, std::to_string(distance));
+            }
+}
+
 TYPED_TEST(ExtremaOfFloating, OnlyNaNsGiveTheLastAndTheFirst) {
     for (const int count : {1, 2, 700, 1024}) {
         const std::vector<TypeParam> elements(static_cast<std::size_t>(count), TypeParam(nan));
