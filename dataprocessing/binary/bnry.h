@@ -43,7 +43,8 @@
 /// expt_DivideByZero and ("binary1", line), the line being 436 for number by number, 475 for number
 /// by array, 514 for array by number, 553 for array by array. An operation that is none of the
 /// five: expt_cProgramException ("binary1", 1). An unknown element type: that of conv_Convert or of
-/// the scan. Arrays that differ in size even when aligned: the size error. What resc_Rescale and
+/// the scan; two operands of one unknown type give a result of that type without storage, except in
+/// a division. Arrays that differ in size even when aligned: the size error. What resc_Rescale and
 /// Selection refuse passes through.
 
 #include "dataprocessing/dataprocessing_export.h"

@@ -10,8 +10,8 @@
 #include "dataprocessing/fourier/four.h"
 #include "dataprocessing/platform/ipl_fft.h"
 #include "dataprocessing/reduce/stat.h"
+#include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/conv.h"
-#include "dataprocessing/valuemodel/parr_size.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
 using namespace dataprocessing::detail;
@@ -152,7 +152,7 @@ darr_c2DArray four_ExpandToPowerOfTwo(const darr_c2DArray& array) {
     const int sizeY = four_FitToPowerOfTwo(array.SizeY());
     if (sizeX == array.SizeX() && sizeY == array.SizeY())
         return array;
-    parr_CheckedCount(sizeX, sizeY); // before every element is looked at for the mean
+    arr_CheckedSize(sizeX, sizeY); // before every element is looked at for the mean
     darr_c2DArray expanded(sizeX, sizeY, paddingOf(array),
                            cal_c2DArrayCal::Default);
     expanded.SetSelection(array, 0, 0);

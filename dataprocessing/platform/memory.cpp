@@ -55,10 +55,13 @@ struct sSpare {
 
 // Beyond this a block returns to the system at once. A sanitizer must see every release.
 #if defined(__SANITIZE_ADDRESS__)
-constexpr std::size_t spareLimit = 0;
+constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+constexpr bool isSanitized = __has_feature(address_sanitizer);
 #else
-constexpr std::size_t spareLimit = std::size_t{256} << 20;
+constexpr bool isSanitized = false;
 #endif
+constexpr std::size_t spareLimit = isSanitized ? 0 : std::size_t{256} << 20;
 
 thread_local constinit sSpare spare{nullptr, 0, false};
 

@@ -96,6 +96,12 @@ inline int arr_CheckedSize(int columns, int rows) {
                            arr_CheckedSize(rows));
 }
 
+/// Returns the place of (x, y) in row after row of `columns`; raises the index error unless both
+/// lie within the `columns` x `rows` there are.
+inline int arr_CheckedIndex(int x, int y, int columns, int rows) {
+    return arr_CheckedIndex(y, rows) * columns + arr_CheckedIndex(x, columns);
+}
+
 /// A heap block of exactly `Size()` elements, owned: copies are independent, a moved-from array is
 /// empty. Elements are copied one by one; `T` needs a default constructor and a copy assignment.
 ///
@@ -444,9 +450,7 @@ private:
             arr_SizeError(static_cast<long long>(elements.size()), expected);
         return elements;
     }
-    int Number(int row, int column) const {
-        return arr_CheckedIndex(row, rows_) * columns_ + arr_CheckedIndex(column, columns_);
-    }
+    int Number(int row, int column) const { return arr_CheckedIndex(column, row, columns_, rows_); }
 
     arr_c1DNumberArray<T> elements_;
     int columns_ = 0;

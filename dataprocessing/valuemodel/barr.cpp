@@ -4,7 +4,6 @@
 
 #include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/barr_make.h"
-#include "dataprocessing/valuemodel/parr_size.h"
 
 using namespace dataprocessing::detail;
 
@@ -30,7 +29,7 @@ bool isSameAxis(const cal_cArrayCal& a, int countA, const cal_cArrayCal& b, int 
 
 } // namespace
 
-barr_c1DBoolArray::barr_c1DBoolArray(int size) : block_(falseElements(parr_CheckedCount(size))) {}
+barr_c1DBoolArray::barr_c1DBoolArray(int size) : block_(falseElements(arr_CheckedSize(size))) {}
 
 rnge_c1DRange barr_c1DBoolArray::Range() const { return {cal_.Position(0), cal_.Position(Size())}; }
 
@@ -39,14 +38,14 @@ type_cBoolean barr_c1DBoolArray::IsRangeAndDelta(const barr_c1DBoolArray& other)
 }
 
 unsigned char& barr_c1DBoolArray::Element(int index) {
-    return elementAt<unsigned char>(block_, parr_CheckedIndex(index, Size()));
+    return elementAt<unsigned char>(block_, arr_CheckedIndex(index, Size()));
 }
 const unsigned char& barr_c1DBoolArray::Element(int index) const {
-    return elementAt<const unsigned char>(block_, parr_CheckedIndex(index, Size()));
+    return elementAt<const unsigned char>(block_, arr_CheckedIndex(index, Size()));
 }
 
 barr_c2DBoolArray::barr_c2DBoolArray(int sizeX, int sizeY)
-    : block_(falseElements(parr_CheckedCount(sizeX, sizeY))), sizeX_(sizeX), sizeY_(sizeY) {}
+    : block_(falseElements(arr_CheckedSize(sizeX, sizeY))), sizeX_(sizeX), sizeY_(sizeY) {}
 
 rnge_c2DRange barr_c2DBoolArray::Range() const {
     return {cal_.X().Position(0), cal_.Y().Position(0), cal_.X().Position(SizeX()),
@@ -59,10 +58,10 @@ type_cBoolean barr_c2DBoolArray::IsRangeAndDelta(const barr_c2DBoolArray& other)
 }
 
 unsigned char& barr_c2DBoolArray::Element(int x, int y) {
-    return elementAt<unsigned char>(block_, parr_CheckedIndex(x, y, SizeX(), SizeY()));
+    return elementAt<unsigned char>(block_, arr_CheckedIndex(x, y, SizeX(), SizeY()));
 }
 const unsigned char& barr_c2DBoolArray::Element(int x, int y) const {
-    return elementAt<const unsigned char>(block_, parr_CheckedIndex(x, y, SizeX(), SizeY()));
+    return elementAt<const unsigned char>(block_, arr_CheckedIndex(x, y, SizeX(), SizeY()));
 }
 
 template<>

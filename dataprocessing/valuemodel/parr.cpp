@@ -10,7 +10,6 @@
 #include "dataprocessing/valuemodel/dtyp_print.h"
 #include "dataprocessing/valuemodel/dtyp_visit.h"
 #include "dataprocessing/valuemodel/expt.h"
-#include "dataprocessing/valuemodel/parr_size.h"
 
 using namespace dataprocessing::detail;
 
@@ -48,7 +47,7 @@ void printRow(std::ostream& stream, dtyp_cDataType type, const unsigned char* ro
 } // namespace
 
 parr_cNumberArray::parr_cNumberArray(long long count, dtyp_cDataType type)
-    : block_(bytesOf(parr_CheckedCount(count), type)), type_(type),
+    : block_(bytesOf(arr_CheckedSize(count), type)), type_(type),
       count_(static_cast<int>(count)) {}
 
 parr_cNumberArray::parr_cNumberArray(long long count, const pnum_cNumber& fill)
@@ -78,12 +77,12 @@ void parr_cNumberArray::Convert(dtyp_cDataType type) {
 }
 
 pnum_cNumber parr_cNumberArray::NumberAt(int index) const {
-    parr_CheckedIndex(index, Count());
+    arr_CheckedIndex(index, Count());
     return {type_, elementAt(bytes(Data()), index, type_)};
 }
 
 void parr_cNumberArray::SetNumberAt(int index, const pnum_cNumber& number) {
-    parr_CheckedIndex(index, Count());
+    arr_CheckedIndex(index, Count());
     conv_Check(number.DataType(), type_, conv_RealPart);
     conv_Elements(number.Data(), number.DataType(), elementAt(bytes(Data()), index, type_), type_,
                   1, conv_RealPart);
@@ -114,14 +113,14 @@ void parr_c1DNumberArray::SetSelection(const parr_c1DNumberArray& source, int st
 }
 
 parr_c2DNumberArray::parr_c2DNumberArray(int sizeX, int sizeY, dtyp_cDataType type)
-    : parr_cNumberArray(parr_CheckedCount(sizeX, sizeY), type), sizeX_(sizeX), sizeY_(sizeY) {}
+    : parr_cNumberArray(arr_CheckedSize(sizeX, sizeY), type), sizeX_(sizeX), sizeY_(sizeY) {}
 
 parr_c2DNumberArray::parr_c2DNumberArray(int sizeX, int sizeY, const pnum_cNumber& fill)
-    : parr_cNumberArray(parr_CheckedCount(sizeX, sizeY), fill), sizeX_(sizeX), sizeY_(sizeY) {}
+    : parr_cNumberArray(arr_CheckedSize(sizeX, sizeY), fill), sizeX_(sizeX), sizeY_(sizeY) {}
 
 parr_c2DNumberArray::parr_c2DNumberArray(int sizeX, int sizeY, dtyp_cDataType type,
                                          const void* elements)
-    : parr_cNumberArray(parr_CheckedCount(sizeX, sizeY), type, elements), sizeX_(sizeX),
+    : parr_cNumberArray(arr_CheckedSize(sizeX, sizeY), type, elements), sizeX_(sizeX),
       sizeY_(sizeY) {}
 
 void parr_c2DNumberArray::SetSelection(const parr_c2DNumberArray& source, int startX, int startY) {
@@ -137,12 +136,12 @@ void parr_c2DNumberArray::SetSelection(const parr_c2DNumberArray& source, int st
 }
 
 int parr_c2DNumberArray::IndexOf(int x, int y) const {
-    return parr_CheckedIndex(x, y, SizeX(), SizeY());
+    return arr_CheckedIndex(x, y, SizeX(), SizeY());
 }
 
 const void* parr_c2DNumberArray::CheckedElements(int sizeX, int sizeY, std::size_t count,
                                                  const void* elements) {
-    if (static_cast<std::size_t>(parr_CheckedCount(sizeX, sizeY)) != count)
+    if (static_cast<std::size_t>(arr_CheckedSize(sizeX, sizeY)) != count)
         arr_SizeError(static_cast<long long>(count));
     return elements;
 }
