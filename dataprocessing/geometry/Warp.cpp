@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -12,6 +11,8 @@
 using namespace dataprocessing::detail;
 
 namespace {
+
+static_assert(parr_c2DNumberArray::t2DValueArray == dtyp_Float, "integers are sampled as float");
 
 using Matrix = linalg_c2x2Matrix<double>;
 
@@ -30,22 +31,30 @@ void refuseIf(bool isRefused, int line) {
         throw expt_cProgramException("Warp", line);
 }
 
+/// The smallest and the largest of the values of a function of the corners of `range`, or NaN where
+/// one of them is.
+template<class Value>
+rnge_sBounds boundsOver(const rnge_c2DRange& range, Value value) {
+    rnge_sBounds bounds{value(range.Left(), range.LeftY()), value(range.Left(), range.LeftY())};
+    for (const double x :
+         {value(range.BottomX(), range.Bottom()), value(range.Right(), range.RightY()),
+          value(range.TopX(), range.Top())}) {
+        if (x < bounds.start || std::isnan(x))
+            bounds.start = x;
+        if (x > bounds.end || std::isnan(x))
+            bounds.end = x;
+    }
+    return bounds;
+}
+
 /// The upright box around a range mapped by `matrix` and then shifted.
 rnge_c2DRange mappedBox(const rnge_c2DRange& range, const Matrix& matrix, double shiftX,
                         double shiftY) {
-    const double corners[4][2] = {{range.Left(), range.LeftY()},
-                                  {range.BottomX(), range.Bottom()},
-                                  {range.Right(), range.RightY()},
-                                  {range.TopX(), range.Top()}};
-    double x[4];
-    double y[4];
-    for (int i = 0; i < 4; ++i) {
-        x[i] = matrix.First(corners[i][0], corners[i][1]) + shiftX;
-        y[i] = matrix.Second(corners[i][0], corners[i][1]) + shiftY;
-    }
-    const auto [left, right] = std::minmax_element(x, x + 4);
-    const auto [bottom, top] = std::minmax_element(y, y + 4);
-    return {*left, *bottom, *right, *top};
+    const auto [left, right] =
+        boundsOver(range, [&](double x, double y) { return matrix.First(x, y) + shiftX; });
+    const auto [bottom, top] =
+        boundsOver(range, [&](double x, double y) { return matrix.Second(x, y) + shiftY; });
+    return {left, bottom, right, top};
 }
 
 struct sSize {
@@ -98,8 +107,8 @@ darr_c2DArray mapImage(const darr_c2DArray& image, const Matrix& matrix,
     const warp_sMap map{inverse, (inverse.First(x, y) - originX) / calX.Delta() + calX.CalIndex(),
                         (inverse.Second(x, y) - originY) / calY.Delta() + calY.CalIndex()};
     darr_c2DArray result(size.x, size.y, type, cal);
-    warp_Sample({image.Data(), image.DataType(), image.SizeX(), image.SizeY()}, map, type, size.x,
-                size.y, result.Data());
+    warp_Sample({image.Data(), image.DataType(), image.SizeX(), image.SizeY()}, map, size.x, size.y,
+                result.Data());
     return result;
 }
 

@@ -10,16 +10,19 @@
 /// The image averaged across a rotated rectangle: the part inside `range` is turned upright by
 /// warp_Rotate (by minus the range's angle), and the profile is the mean of its rows, along the
 /// rectangle's length. Its calibration is that of the turned image's X axis with offset 0. A single
-/// row is returned as it is.
+/// row is returned as it is. rnge_c2DRange::Null, that very object, means the whole image.
 ///
 /// Rows are added in order by the arithmetic of arrays and divided by their number in single
-/// precision, so an integer image gives a single-precision profile. Throws what warp_Rotate throws,
-/// and the index error when the turned image has no row.
+/// precision. So the profile of integers is single precision, except that a single row of a range
+/// at angle 0 keeps the image's type. What lies outside the image counts as zero.
+///
+/// Throws what warp_Rotate throws, and the index error when the turned image has no row.
 DATAPROCESSING_EXPORT darr_c1DArray proj_Project(const darr_c2DArray& image,
                                                  const rnge_c2DRange& range);
 
 /// The profile from (x1, y1) to (x2, y2), averaged over `width` across that line: proj_Project over
 /// the rectangle centred on the segment's middle, as long as the segment and turned along it.
-/// Swapping the ends reverses the profile.
+/// Swapping the ends reverses the profile; each starts with the element at its own first point.
+/// Equal points give a profile without elements.
 DATAPROCESSING_EXPORT darr_c1DArray proj_LineScan(const darr_c2DArray& image, double x1, double y1,
                                                   double x2, double y2, double width);

@@ -11,8 +11,8 @@ darr_c1DArray proj_Project(const darr_c2DArray& image, const rnge_c2DRange& rang
     darr_c1DArray profile = turned.LineAtY(0);
     if (turned.SizeY() > 1) {
         for (int y = 1; y < turned.SizeY(); ++y)
-            profile += turned.LineAtY(y);
-        profile /= pnum_cNumber(static_cast<float>(turned.SizeY()));
+            profile = profile + turned.LineAtY(y);
+        profile = profile / pnum_cNumber(static_cast<float>(turned.SizeY()));
     }
     return profile;
 }

@@ -21,10 +21,10 @@ class DATAPROCESSING_EXPORT trns_cCoordTransformation : public tgio_cTaggedStrea
 public:
     /// The map with this offset and scale. Throws expt_cProgramException ("transfrm", 29) when the
     /// magnitude of the scale is below type_MinValue.
-    explicit trns_cCoordTransformation(double offset = 0, double scale = 1);
+    trns_cCoordTransformation(double offset = 0, double scale = 1);
     /// The map that takes `base` onto `derived`, start to start and end to end. Throws
-    /// expt_cUserException ("transfrm", 40, "Invalid base range.") when the end of `base` is not at
-    /// least type_MinValue above its start, so that a reversed base is refused too.
+    /// expt_cUserException ("transfrm", 40, "Invalid base range.") when the end of `base` minus its
+    /// start is below type_MinValue, so that a reversed base is refused too.
     trns_cCoordTransformation(const rnge_c1DRange& base, const rnge_c1DRange& derived);
     trns_cCoordTransformation(const trns_cCoordTransformation&) = default;            ///< A copy.
     trns_cCoordTransformation& operator=(const trns_cCoordTransformation&) = default; ///< A copy.

@@ -27,7 +27,8 @@
 /// **Empty images** give an image without elements.
 ///
 /// **Errors.** A size of the result that is negative, not finite, or makes more than 2^31-1
-/// elements: the size error, before anything is allocated. A matrix that cannot be inverted:
+/// elements: the size error, before anything is allocated (a delta that is not positive comes to
+/// one of these). A matrix that cannot be inverted:
 /// expt_cUserException ("linalg", 157, expt_InvertSingularMatrix). An unknown element type:
 /// expt_cProgramException ("Warp", 93).
 
@@ -55,8 +56,9 @@ DATAPROCESSING_EXPORT darr_c2DArray warp_Resize(const darr_c2DArray& image, doub
 DATAPROCESSING_EXPORT darr_c2DArray warp_Shear(const darr_c2DArray& image, double shearAngle,
                                                double axisAngle);
 
-/// The image reflected across the axis through the calibration's origin that stands at `angle`: M =
-/// Rot(-angle) diag(-1, 1) Rot(angle).
+/// The image reflected across an axis through the calibration's origin: M = Rot(-angle) diag(-1, 1)
+/// Rot(angle). The axis is Y, turned clockwise by `angle`: 0 mirrors X, pi / 2 mirrors Y, and pi /
+/// 4 swaps the two.
 DATAPROCESSING_EXPORT darr_c2DArray warp_FlipAxis(const darr_c2DArray& image, double angle);
 
 /// The image reflected at the calibration's origin: M = diag(-1, -1).
@@ -65,10 +67,12 @@ DATAPROCESSING_EXPORT darr_c2DArray warp_FlipPoint(const darr_c2DArray& image);
 /// The part of the image inside `range`, rotated counter-clockwise about the calibration's origin;
 /// rnge_c2DRange::Null, that very object, means the whole image.
 ///
-/// The deltas of the result keep it from losing elements: with a = |angle|, or | |angle| - pi |
-/// when that is above pi / 2, and c = atan(delta Y / delta X), they are (cos a x delta X, cos a x
-/// delta Y) when a < c, and (sin a x delta Y, sin a x delta X) otherwise. M = Rot(angle) diag(delta
-/// X / new delta X, delta Y / new delta Y).
+/// The deltas of the result are those at which rotated rows or columns meet the grid: with a =
+/// |angle|, or | |angle| - pi | when that is above pi / 2, and c = atan(delta Y / delta X), they
+/// are (cos a x delta X, cos a x delta Y) when a < c, and (sin a x delta Y, sin a x delta X)
+/// otherwise. M = Rot(angle) diag(delta X / new delta X, delta Y / new delta Y). Towards a whole
+/// turn sin a, and with it the deltas, vanish: such angles end in the size error and are better
+/// given as their remainder.
 ///
 ///     const darr_c2DArray turned = warp_Rotate(image, type_Pi / 6, rnge_c2DRange::Null);
 DATAPROCESSING_EXPORT darr_c2DArray warp_Rotate(const darr_c2DArray& image, double angle,

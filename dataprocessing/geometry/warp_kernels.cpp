@@ -1,18 +1,19 @@
 #include "dataprocessing/geometry/warp_kernels.h"
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <vector>
+#include <type_traits>
 
-#include "dataprocessing/valuemodel/conv_kernels.h"
+#include "dataprocessing/valuemodel/dtyp_visit.h"
 
 namespace dataprocessing::detail {
 
 namespace {
 
-/// What of the mapped position is the same along a row of the result.
+/// The map along one row of the result.
 struct warp_sRow {
+    double factorX;
+    double factorY;
     double addendX;
     double addendY;
     double shiftX;
@@ -30,7 +31,25 @@ namespace dataprocessing::detail {
 
 namespace {
 
-constexpr int blockSize = 1024;
+/// What elements of a stored type are sampled as.
+template<class Stored>
+using Sampled = std::conditional_t<std::is_integral_v<Stored>, float, Stored>;
+
+using Stretch = void (*)(const warp_sImage&, const warp_sRow&, int, int, void*);
+
+struct sKernel {
+    Stretch stretch = nullptr;
+    std::size_t size = 0; // of a sampled element
+};
+
+sKernel kernelOf(dtyp_cDataType stored, level_eSet level) {
+    sKernel kernel;
+    dtyp_Visit(stored, [&]<class T>(dtyp_Tag<T>) {
+        kernel.stretch = LEVEL_SELECT_AT(level, warp_Stretch<T, Sampled<T>>);
+        kernel.size = sizeof(Sampled<T>);
+    });
+    return kernel;
+}
 
 /// The columns [first, last) of a row of the result.
 struct sSpan {
@@ -38,8 +57,7 @@ struct sSpan {
     int last;
 };
 
-/// The first column in the span from which on `holds` is true, if it is false before and true
-/// after.
+/// The first column of the span from which on `holds` is true; before it is false throughout.
 template<class Predicate>
 int firstWhere(sSpan span, Predicate holds) {
     while (span.first < span.last) {
@@ -53,64 +71,36 @@ int firstWhere(sSpan span, Predicate holds) {
 }
 
 /// The columns whose mapped coordinate lies in [0, limit). Along a row the coordinate only rises or
-/// only falls, because every rounded addition does, so these columns have no gap; rounded products
-/// of a finite factor do too. A factor or shift that is not finite maps nothing into the image.
-sSpan inside(sSpan span, const double* product, double addend, double shift, int limit) {
-    const auto at = [&](int x) { return product[x] + addend + shift + 0.5; };
-    if (span.first == span.last || !std::isfinite(product[1]) || !std::isfinite(addend) ||
-        !std::isfinite(shift))
+/// only falls, because every rounded product and sum of finite numbers does, so these columns have
+/// no gap. What is not finite maps nothing into the image.
+sSpan inside(sSpan span, double factor, double addend, double shift, int limit) {
+    if (!std::isfinite(factor) || !std::isfinite(addend) || !std::isfinite(shift))
         return {0, 0};
-    if (product[1] >= 0) {
-        span.first = firstWhere(span, [&](int x) { return at(x) >= 0; });
-        span.last = firstWhere(span, [&](int x) { return !(at(x) < limit); });
-    } else {
-        span.first = firstWhere(span, [&](int x) { return at(x) < limit; });
-        span.last = firstWhere(span, [&](int x) { return !(at(x) >= 0); });
-    }
-    return span;
-}
-
-/// The factor times every column, and times column 1 even when there is none.
-std::vector<double> products(double factor, int sizeX) {
-    std::vector<double> product(static_cast<std::size_t>(std::max(sizeX, 2)));
-    for (std::size_t x = 0; x < product.size(); ++x)
-        product[x] = factor * static_cast<double>(x);
-    return product;
+    const auto isInFront = [&](int x) { return factor * x + addend + shift + 0.5 < 0; };
+    const auto isBehind = [&](int x) { return factor * x + addend + shift + 0.5 >= limit; };
+    if (factor >= 0)
+        return {firstWhere(span, [&](int x) { return !isInFront(x); }), firstWhere(span, isBehind)};
+    return {firstWhere(span, [&](int x) { return !isBehind(x); }), firstWhere(span, isInFront)};
 }
 
 } // namespace
 
-void warp_Sample(const warp_sImage& image, const warp_sMap& map, dtyp_cDataType type, int sizeX,
-                 int sizeY, void* target) {
-    const auto indices = LEVEL_SELECT(warp_Indices);
-    const auto gather = LEVEL_SELECT(warp_GatherBytes);
-    const std::vector<double> productX = products(map.matrix.m00, sizeX);
-    const std::vector<double> productY = products(map.matrix.m10, sizeX);
-    const std::size_t size = type.SizeOf();
+void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int sizeY, void* target,
+                 level_eSet level) {
+    if (sizeX == 0)
+        return;
+    const auto [matrix, shiftX, shiftY] = map;
+    const sKernel kernel = kernelOf(image.type, level);
+    const auto bytes = [&](int columns) { return static_cast<std::size_t>(columns) * kernel.size; };
     unsigned char* line = static_cast<unsigned char*>(target);
-    int index[blockSize];
-    alignas(64) unsigned char stored[blockSize * 16];
-
     for (int y = 0; y < sizeY; ++y) {
-        const warp_sRow row{map.matrix.m01 * y, map.matrix.m11 * y, map.shiftX, map.shiftY};
-        sSpan span = inside({0, sizeX}, productX.data(), row.addendX, row.shiftX, image.sizeX);
-        span = inside(span, productY.data(), row.addendY, row.shiftY, image.sizeY);
-        std::memset(line, 0, static_cast<std::size_t>(span.first) * size);
-        for (int x = span.first; x < span.last; x += blockSize) {
-            const int count = std::min(blockSize, span.last - x);
-            unsigned char* block = line + static_cast<std::size_t>(x) * size;
-            indices(productX.data() + x, productY.data() + x, row, image.sizeX, count, index);
-            if (image.type == type) {
-                gather(size, image.data, index, count, block);
-            } else {
-                gather(image.type.SizeOf(), image.data, index, count, stored);
-                conv_Elements(stored, image.type, block, type, static_cast<std::size_t>(count),
-                              conv_RealPart);
-            }
-        }
-        std::memset(line + static_cast<std::size_t>(span.last) * size, 0,
-                    static_cast<std::size_t>(sizeX - span.last) * size);
-        line += static_cast<std::size_t>(sizeX) * size;
+        const warp_sRow row{matrix.m00, matrix.m10, matrix.m01 * y, matrix.m11 * y, shiftX, shiftY};
+        sSpan span = inside({0, sizeX}, row.factorX, row.addendX, shiftX, image.sizeX);
+        span = inside(span, row.factorY, row.addendY, shiftY, image.sizeY);
+        std::memset(line, 0, bytes(span.first));
+        kernel.stretch(image, row, span.first, span.last, line);
+        std::memset(line + bytes(span.last), 0, bytes(sizeX - span.last));
+        line += bytes(sizeX);
     }
 }
 

@@ -3,6 +3,7 @@
 /// @file
 /// Nearest-neighbour sampling of an image along an affine map of element indices.
 
+#include "dataprocessing/platform/level.h"
 #include "dataprocessing/platform/linalg.h"
 #include "dataprocessing/valuemodel/dtyp.h"
 
@@ -23,10 +24,10 @@ struct warp_sImage {
     int sizeY;
 };
 
-/// Fills `sizeX` by `sizeY` elements of `type` at `target`: each is the element of the image, which
-/// has elements, at the floor of the mapped position plus one half, converted, or zero outside of
-/// it. Throws std::bad_alloc.
-void warp_Sample(const warp_sImage& image, const warp_sMap& map, dtyp_cDataType type, int sizeX,
-                 int sizeY, void* target);
+/// Fills `sizeX` by `sizeY` elements at `target`, which hold single precision for an image of
+/// integers and its own type for another: each is the element of the image at the floor of the
+/// mapped position plus one half, and zero outside of the image. Nothing is allocated.
+void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int sizeY, void* target,
+                 level_eSet level = level_Current());
 
 } // namespace dataprocessing::detail
