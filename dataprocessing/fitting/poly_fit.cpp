@@ -1,7 +1,12 @@
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
+#include <functional>
 
 #include "dataprocessing/fitting/plft.h"
 #include "dataprocessing/fitting/rcps.h"
+#include "dataprocessing/fitting/rcps_triangle.h"
 #include "dataprocessing/fitting/rcps_work.h"
 #include "dataprocessing/valuemodel/expt.h"
 #include "dataprocessing/valuemodel/type.h"
@@ -68,26 +73,35 @@ void plft_c1DPolyFittingFunction::RefitValues(const arr_cC_Array<double>& x,
     refuseIf(scale < type_MinValue, 105);
 
     const int unknowns = order_ + 1;
-    rcps::cMatrix basis(count, unknowns);
-    rcps::cVector<double> right(count);
-    rcps::cVector<double> weight(count);
-    for (int i = 1; i <= count; ++i) {
-        const double t = x[i - 1] / scale;
-        double power = 1.0;
-        for (int j = 1; j <= unknowns; ++j) {
-            basis[i][j] = power;
-            power *= t;
-        }
-        right[i] = y[i - 1];
-        weight[i] = 1.0;
+    rcps::cTriangle triangle(unknowns);
+    for (int first = 0; first < count; first += triangle.blockRows) {
+        const int rows = std::min(triangle.blockRows, count - first);
+        std::array<double, rcps::cTriangle::blockRows> t;
+        for (int k = 0; k < rows; ++k)
+            t[static_cast<std::size_t>(k)] = x.Data()[first + k] / scale;
+        std::fill_n(triangle.BlockColumn(0), rows, 1.0);
+        for (int j = 1; j < unknowns; ++j)
+            std::transform(t.data(), t.data() + rows, triangle.BlockColumn(j - 1),
+                           triangle.BlockColumn(j), std::multiplies<>());
+        std::copy_n(y.Data() + first, rows, triangle.BlockColumn(unknowns));
+        triangle.Absorb(rows);
     }
 
-    rcps::cMatrix u(count, unknowns);
+    rcps::cMatrix basis(unknowns, unknowns);
+    rcps::cVector<double> right(unknowns);
+    rcps::cVector<double> weight(unknowns);
+    for (int i = 1; i <= unknowns; ++i) {
+        const double* const row = triangle.Row(i - 1);
+        std::copy_n(row, unknowns, basis[i] + 1);
+        right[i] = row[unknowns];
+        weight[i] = 1.0;
+    }
+    rcps::cMatrix u(unknowns, unknowns);
     rcps::cMatrix v(unknowns, unknowns);
     rcps::cVector<double> w(unknowns);
     rcps::cVector<double> scaled(unknowns);
     double sumOfSquares = 0;
-    rcps::svdfit(nullptr, right.Data(), weight.Data(), count, scaled.Data(), unknowns, u.Data(),
+    rcps::svdfit(nullptr, right.Data(), weight.Data(), unknowns, scaled.Data(), unknowns, u.Data(),
                  v.Data(), w.Data(), &sumOfSquares, basis.Data());
 
     double divisor = 1.0;
