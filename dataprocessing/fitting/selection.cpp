@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <utility>
 
 #include "dataprocessing/fitting/dasl.h"
@@ -58,9 +59,9 @@ void dasl_c1DDataArraySelection::Clear() {
     // Once the list is empty, a local range that is destroyed is not found in it, and so nothing is
     // sent. One that a copy still has must not be heard of any more.
     rangeList_.Clear();
-    for (const std::shared_ptr<rnge_c1DRange>& range : localRanges_)
+    const auto former = std::exchange(localRanges_, {});
+    for (const std::shared_ptr<rnge_c1DRange>& range : former)
         range->RemoveReceiver(*this);
-    localRanges_.clear();
 }
 
 rnge_c1DRange dasl_c1DDataArraySelection::TotalRange() const {
@@ -77,7 +78,10 @@ void dasl_c1DDataArraySelection::FillXY(const darr_c1DArray& data, arr_cC_Array<
     x.SetSize(0);
     y.SetSize(0);
     for (const hndl_cHandle<rnge_c1DRange>& range : rangeList_) {
-        darr_c1DArray piece = data.Selection(data.Range() & *range, select_);
+        // Elements outside of the array would be zeros that nobody measured.
+        const rnge_c1DIndexRange all(*range, data.Cal(), select_);
+        darr_c1DArray piece = data.Selection(std::clamp(all.First(), 0, data.Size()),
+                                             std::clamp(all.Last(), 0, data.Size()));
         if (piece.Size() == 0)
             continue;
         piece.Convert(dtyp_Double);
