@@ -5,7 +5,7 @@
 ///
 /// Vectors are addressed from 1 to n, matrices by row pointers from 1 and columns from 1. The
 /// routines take sizes that are positive; they check nothing. They raise nothing but
-/// std::bad_alloc, before any argument is changed, for their work storage.
+/// std::bad_alloc, for their work storage.
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/fitting/rcps_storage.h"
@@ -39,7 +39,8 @@ DATAPROCESSING_EXPORT void svdfit(double* x, double* y, double* sig, int ndata, 
 /// of 0 are left out.
 DATAPROCESSING_EXPORT void svdvar(double** v, int ma, double* w, double** cvm);
 
-/// sqrt(a^2 + b^2) without overflow or underflow on the way; 0 when both are 0.
+/// sqrt(a^2 + b^2) without overflow or underflow on the way; 0 when both are 0, NaN when one is NaN
+/// or both are infinite.
 DATAPROCESSING_EXPORT double pythag(double a, double b) noexcept;
 
 } // namespace rcps

@@ -1,5 +1,6 @@
 #include "dataprocessing/fitting/rcps_storage.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -11,9 +12,13 @@ void nrerror(const char*) noexcept {}
 
 namespace {
 
-/// The number of indices from lo to hi; 0 when there are none.
+/// The number of indices from lo to hi; 0 when there are none. All of them are counted as one less:
+/// too many either way.
 std::size_t countOf(long lo, long hi) noexcept {
-    return hi < lo ? 0 : static_cast<std::size_t>(hi) - static_cast<std::size_t>(lo) + 1;
+    if (hi < lo)
+        return 0;
+    const std::size_t steps = static_cast<std::size_t>(hi) - static_cast<std::size_t>(lo);
+    return std::max(steps, steps + 1);
 }
 
 /// A block of elements, with one to spare; null when that cannot be had.
@@ -33,7 +38,8 @@ T* shifted(T* pointer, long lo) noexcept {
 }
 template<class T>
 T* unshifted(T* pointer, long lo) noexcept {
-    return shifted(pointer, -lo);
+    return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(pointer) +
+                                static_cast<std::uintptr_t>(lo) * sizeof(T));
 }
 
 template<class T>
@@ -131,7 +137,7 @@ double** submatrix(double** a, long oldrlo, long oldrhi, long oldclo, long, long
         return nullptr;
     }
     for (std::size_t r = 0; r < count; ++r)
-        rows[r] = shifted(a[oldrlo + static_cast<long>(r)], newclo - oldclo);
+        rows[r] = shifted(unshifted(a[oldrlo + static_cast<long>(r)], oldclo), newclo);
     return shifted(rows.release(), newrlo);
 }
 

@@ -147,13 +147,13 @@ private:
             for (int j = i + 1; j <= n_; ++j)
                 a_[i][j] = 0;
             if (w_[i] != 0) {
-                const double inverse = 1 / w_[i];
+                // Divided by, not multiplied by the inverse, which a tiny value does not have.
                 SumColumns(i, i + 1);
                 for (int j = i + 1; j <= n_; ++j)
-                    sums_[j] = sums_[j] / a_[i][i] * inverse;
+                    sums_[j] = sums_[j] / a_[i][i] / w_[i];
                 AddToColumns(i, i);
                 for (int j = i; j <= m_; ++j)
-                    a_[j][i] *= inverse;
+                    a_[j][i] /= w_[i];
             } else {
                 for (int j = i; j <= m_; ++j)
                     a_[j][i] = 0;
@@ -259,9 +259,10 @@ private:
         const double z = w_[k];
         const double g = super_[k - 1];
         const double h = super_[k];
-        const double f = ((y - z) * (y + z) + (g - h) * (g + h)) / (2 * h * y);
+        // Quotients before products, so that no square overflows or underflows.
+        const double f = ((y - z) / h * ((y + z) / y) + (g - h) / h * ((g + h) / y)) / 2;
         const double root = std::copysign(pythag(f, 1), f);
-        return ((x - z) * (x + z) + h * (y / (f + root) - h)) / x;
+        return (x - z) * ((x + z) / x) + h / x * (y / (f + root) - h);
     }
 
     /// Rotates columns p and q of a matrix.
@@ -287,10 +288,12 @@ private:
 } // namespace
 
 double pythag(double a, double b) noexcept {
-    const double larger = std::max(std::fabs(a), std::fabs(b));
-    const double smaller = std::min(std::fabs(a), std::fabs(b));
+    // A NaN is neither larger nor smaller, and must come out on either side.
+    const bool isFirstLarger = std::fabs(a) > std::fabs(b);
+    const double larger = std::fabs(isFirstLarger ? a : b);
+    const double smaller = std::fabs(isFirstLarger ? b : a);
     if (larger == 0)
-        return 0;
+        return smaller;
     const double ratio = smaller / larger;
     return larger * std::sqrt(1 + ratio * ratio);
 }
