@@ -243,7 +243,7 @@ TYPED_TEST(ExtremaOfFloating, ZerosOfBothSignsAreEqual) {
 TYPED_TEST(ExtremaOfFloating, TheFirstZeroGivesTheSign) {
     for (const int sign : {1, -1})
         for (const TypeParam zero : {TypeParam(0), -TypeParam(0)})
-            for (const int distance : {1, 16, 17, 40}) {
+            for (const int distance : {1, 14, 16, 17, 30, 40}) {
                 std::vector<TypeParam> elements(600, static_cast<TypeParam>(sign));
                 elements[100] = zero;
                 elements[static_cast<std::size_t>(100 + distance)] = -zero;
