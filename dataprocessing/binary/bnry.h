@@ -33,7 +33,9 @@
 /// one with the coarser delta is resampled (resc_Rescale) to the finer one's, and both are extended
 /// with zeros to the union of their ranges. Deltas are compared exactly. Two images of which each
 /// is finer along one axis keep different deltas: only the first is resampled. The result lies
-/// where the aligned first operand does.
+/// where the aligned first operand does. Where equal deltas meet exactly half a step apart,
+/// rounding to whole elements may leave one array an element longer, in one order of the operands
+/// and not in the other: that order raises the size error.
 ///
 /// **Empty operands.** A number with an array without elements, and two arrays without elements,
 /// give a copy of the (first) array with its own type, whatever the operation.
