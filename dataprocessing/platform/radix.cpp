@@ -17,14 +17,6 @@ struct radix_sLanes {
     float im[radix_lanes];
 };
 
-/// Up to sixteen lines: value k of line c is source[k x alongStep + c x acrossStep].
-struct radix_sLines {
-    const comp_cComplex<float>* source;
-    std::size_t alongStep;
-    std::size_t acrossStep;
-    std::size_t count;
-};
-
 } // namespace
 
 } // namespace dataprocessing::detail
@@ -50,6 +42,27 @@ private:
     mem_cBlock block_;
 };
 
+/// Lines too short for the kernels.
+void transformPair(Complex& a, Complex& b) {
+    const Complex t(b.re - 0.0F * b.im, b.im + 0.0F * b.re);
+    b = a - t;
+    a = a + t;
+}
+
+void transformShortRows(Complex* data, std::size_t n, std::size_t count,
+                        const radix_sPasses& passes, int sign) {
+    if (n == 2) {
+        for (std::size_t c = 0; c < 2 * count; c += 2)
+            transformPair(data[c], data[c + 1]);
+        return;
+    }
+    cWork work(n);
+    const auto run = LEVEL_SELECT(radix_RunApart);
+    for (std::size_t c = 0; c < count; c += radix_lanes)
+        run(data + c * n, 1, n, std::min(radix_lanes, count - c), n, passes, sign < 0,
+            work.Lanes());
+}
+
 } // namespace
 
 void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
@@ -61,9 +74,9 @@ void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
         (source, target, n, twiddles.Passes(), sign < 0, order, work.Lanes());
         return;
     }
-    cWork work(n);
-    LEVEL_SELECT(radix_RunLines)
-    ({source, 1, n, 1}, target, n, twiddles.Passes(), sign < 0, work.Lanes());
+    if (source != target)
+        std::copy_n(source, n, target);
+    transformShortRows(target, n, 1, twiddles.Passes(), sign);
     if (order == radix_Natural)
         return;
     std::rotate(target, target + n / 2, target + n);
@@ -76,30 +89,29 @@ void radix_Rows(Complex* data, std::size_t n, std::size_t count, int sign) {
     if (n == 1)
         return;
     const radix_cTwiddles twiddles(n);
-    if (n >= longLine) {
-        cWork work(n / radix_lanes);
-        const auto run = LEVEL_SELECT(radix_RunLine);
-        for (std::size_t c = 0; c < count; ++c)
-            run(data + c * n, data + c * n, n, twiddles.Passes(), sign < 0, radix_Natural,
-                work.Lanes());
-        return;
-    }
-    cWork work(n);
-    const auto run = LEVEL_SELECT(radix_RunLines);
-    for (std::size_t c = 0; c < count; c += radix_lanes)
-        run({data + c * n, 1, n, std::min(radix_lanes, count - c)}, data + c * n, n,
-            twiddles.Passes(), sign < 0, work.Lanes());
+    if (n < longLine)
+        return transformShortRows(data, n, count, twiddles.Passes(), sign);
+    cWork work(n / radix_lanes);
+    const auto run = LEVEL_SELECT(radix_RunLine);
+    for (std::size_t c = 0; c < count; ++c)
+        run(data + c * n, data + c * n, n, twiddles.Passes(), sign < 0, radix_Natural,
+            work.Lanes());
 }
 
 void radix_Columns(Complex* data, std::size_t n, std::size_t count, int sign) {
-    if (n == 1)
+    if (n == 2)
+        for (std::size_t c = 0; c < count; ++c)
+            transformPair(data[c], data[count + c]);
+    if (n <= 2)
         return;
     const radix_cTwiddles twiddles(n);
     cWork work(n);
-    const auto run = LEVEL_SELECT(radix_RunLines);
-    for (std::size_t c = 0; c < count; c += radix_lanes)
-        run({data + c, count, 1, std::min(radix_lanes, count - c)}, data + c, n, twiddles.Passes(),
-            sign < 0, work.Lanes());
+    std::size_t c = 0;
+    for (const auto run = LEVEL_SELECT(radix_RunSide); c + radix_lanes <= count; c += radix_lanes)
+        run(data + c, count, n, twiddles.Passes(), sign < 0, work.Lanes());
+    if (c < count)
+        LEVEL_SELECT(radix_RunApart)
+    (data + c, count, 1, count - c, n, twiddles.Passes(), sign < 0, work.Lanes());
 }
 
 } // namespace dataprocessing::detail
