@@ -460,6 +460,10 @@ TEST(ExtremaInRange, TreatNaNAsTheElementWiseMinimumDoes) {
                   1.0, "a NaN at the end of the elements inside gives way to the start");
     expectElement(extr_Max(nanInside, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart),
                   3.0, "max");
+    // The first element inside is the one that covers the start, even where it lies before it.
+    const darr_c1DArray nanSecond = lineOf({0, nan, 9, 1});
+    expectElement(extr_Max(nanSecond, rnge_c1DRange(0.5, 3.5), darr_NoInterpolation, conv_RealPart),
+                  9.0, "a NaN that is not the first inside is skipped");
     const darr_c1DArray nanAtStart = lineOf({nan, 5, 3});
     expectElement(extr_Max(nanAtStart, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart),
                   3.0, "the NaN of the start is replaced by the end alone");

@@ -180,6 +180,7 @@ TEST(StatisticsSum, ChangesItsTypeExactlyAtTheAccumulatorsLimit) {
         {2, 32768, 65535, 8},   {4, 16777215, -128, 6},   {4, 16777215, 127, 6},
         {4, 16777216, -128, 8}, {4, 16777216, 127, 8},    {5, 65535, -32768, 6},
         {5, 65535, 32767, 6},   {5, 65536, -32768, 8},    {5, 65536, 32767, 8},
+        {2, 1000000, 65535, 8}, {5, 1000000, -32768, 8},  {5, 1000000, 32767, 8},
         {1, 1000, 255, 6},      {6, 3, -2147483648.0, 8}, {3, 3, 4294967295.0, 8}};
     for (const Limit& c : cases) {
         const pnum_cNumber element = conv_Convert(pnum_cNumber(c.element), dtyp_cDataType(c.code));
@@ -312,6 +313,10 @@ TEST(StatisticsSum, OfFloatsIsThatOfThePlainLoopWhereverRoundingBegins) {
          [](std::size_t i) {
              return (i < 30000 ? 1 : -1) * (65535 + 0x1p-8 * static_cast<double>(i % 5));
          }},
+        {"coarse ones that cancel beside a fine one",
+         [](std::size_t i) {
+             return i < 512 ? (i == 0 ? fine : 0.0) : i / 256 % 2 == 0 ? 0x1p31 : -0x1p31;
+         }},
         {"zeros among them",
          [](std::size_t i) { return i % 3 == 0   ? fine
                                     : i % 3 == 1 ? 0.0
@@ -326,19 +331,20 @@ TEST(StatisticsSum, OfFloatsIsThatOfThePlainLoopWhereverRoundingBegins) {
         {"opposite infinities", [](std::size_t i) {
              return i == 5000 ? infinity : i == 30000 ? -infinity : 1.5;
          }}};
-    for (const FloatCase& c : cases) {
-        std::vector<float> elements(60000);
-        for (std::size_t i = 0; i < elements.size(); ++i)
-            elements[i] = static_cast<float>(c.element(i));
-        for (const std::size_t count :
-             {std::size_t{1}, std::size_t{31}, std::size_t{32}, std::size_t{33}, std::size_t{511},
-              std::size_t{512}, std::size_t{513}, std::size_t{5001}, std::size_t{16384},
-              std::size_t{20481}, std::size_t{33333}, std::size_t{60000}})
-            expectSame(
-                stat_Sum(parr_c1DNumberArray(std::span<const float>(elements.data(), count))),
-                orderedSum(elements.data(), count),
-                c.name + std::string(" ") + std::to_string(count));
-    }
+    for (const FloatCase& c : cases)
+        for (const int sign : {1, -1}) {
+            std::vector<float> elements(60000);
+            for (std::size_t i = 0; i < elements.size(); ++i)
+                elements[i] = static_cast<float>(sign * c.element(i));
+            for (const std::size_t count :
+                 {std::size_t{1}, std::size_t{31}, std::size_t{32}, std::size_t{33},
+                  std::size_t{511}, std::size_t{512}, std::size_t{513}, std::size_t{5001},
+                  std::size_t{16384}, std::size_t{20481}, std::size_t{33333}, std::size_t{60000}})
+                expectSame(
+                    stat_Sum(parr_c1DNumberArray(std::span<const float>(elements.data(), count))),
+                    orderedSum(elements.data(), count),
+                    c.name + std::string(" ") + std::to_string(count));
+        }
 }
 
 TEST(StatisticsSum, OfFloatsOfRandomSizesIsThatOfThePlainLoop) {
