@@ -21,7 +21,7 @@ Complex* inside(float* row) { return reinterpret_cast<Complex*>(row + 1); }
 
 } // namespace
 
-void four_UnpackCcs(const float* packed, int width, int height, float scale, Complex* centred) {
+void four_UnpackCcs(const float* packed, int width, int height, Complex* centred) {
     const int w = width / 2;
     const int h = height / 2;
     for (int r = 0; r < height; ++r) {
@@ -42,9 +42,6 @@ void four_UnpackCcs(const float* packed, int width, int height, float scale, Com
     };
     column(w, 0);
     column(0, width - 1);
-    const std::size_t count = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    for (std::size_t i = 0; i < count; ++i)
-        centred[i] = centred[i] * Complex(scale);
 }
 
 void four_PackCcs(const Complex* centred, int width, int height, float* packed) {

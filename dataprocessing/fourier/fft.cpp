@@ -1,14 +1,14 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstring>
+#include <cstddef>
 #include <utility>
 
-#include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/fourier/ccs.h"
 #include "dataprocessing/fourier/fft_kernels.h"
 #include "dataprocessing/fourier/four.h"
 #include "dataprocessing/platform/ipl_fft.h"
+#include "dataprocessing/platform/radix.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/conv.h"
@@ -85,18 +85,17 @@ float imageScale(int width, int height, eDirection direction) {
 }
 
 darr_c2DArray transformReal(const darr_c2DArray& image, eDirection direction) {
-    const darr_c2DArray real = conv_Convert(image, dtyp_Float);
     darr_c2DArray packed(image.SizeX(), image.SizeY(), dtyp_Float, cal_c2DArrayCal::Default);
-    ipl_sImage source = header(real);
+    ipl_sImage source = header(image);
     ipl_sImage target = header(packed);
-    source.data = const_cast<void*>(real.Data());
+    source.data = const_cast<void*>(image.Data());
     target.data = packed.Data();
-    iplRealFft2D(&source, &target, iplFlags(direction));
+    ipl_RealFft2D(source, target, iplFlags(direction),
+                  imageScale(image.SizeX(), image.SizeY(), direction));
 
     darr_c2DArray spectrum(image.SizeX(), image.SizeY(), dtyp_ComplexFloat,
                            cal_c2DArrayCal::Default);
     four_UnpackCcs(packed.Elements<float>().data(), image.SizeX(), image.SizeY(),
-                   imageScale(image.SizeX(), image.SizeY(), direction),
                    spectrum.Elements<Complex>().data());
     return spectrum;
 }
@@ -110,22 +109,57 @@ darr_c2DArray transformPacked(const darr_c2DArray& spectrum, eDirection directio
     ipl_sImage target = header(image);
     source.data = packed.Data();
     target.data = image.Data();
-    iplCcsFft2D(&source, &target, iplFlags(direction));
-    return image * pnum_cNumber(imageScale(image.SizeX(), image.SizeY(), direction));
+    ipl_CcsFft2D(source, target, iplFlags(direction),
+                 imageScale(image.SizeX(), image.SizeY(), direction));
+    return image;
+}
+
+darr_c2DArray transformComplex(const darr_c2DArray& array, eDirection direction) {
+    if (isOfRealImage(array.Elements<Complex>().data(), array.SizeX()))
+        return transformPacked(array, direction);
+    darr_c2DArray result = array;
+    // The order of the sizes is the convention of this transform. For images that are not square
+    // its lines are not the rows.
+    four_RadixTwoFFTnD(result.Elements<Complex>().data(), std::array{array.SizeX(), array.SizeY()},
+                       direction);
+    return result;
+}
+
+/// The core of the image transforms, for sizes that are powers of two.
+darr_c2DArray transformFitting(const darr_c2DArray& array, eDirection direction) {
+    if (array.DataType() == dtyp_Float)
+        return transformReal(array, direction);
+    if (array.DataType() == dtyp_ComplexFloat)
+        return transformComplex(array, direction);
+    if (array.DataType().IsComplex())
+        return transformComplex(conv_Convert(array, dtyp_ComplexFloat), direction);
+    return transformReal(conv_Convert(array, dtyp_Float), direction);
+}
+
+bool isFitting(const darr_c2DArray& array) {
+    return four_FitToPowerOfTwo(array.SizeX()) == array.SizeX() &&
+           four_FitToPowerOfTwo(array.SizeY()) == array.SizeY();
 }
 
 darr_c2DArray four_Transform2D(const darr_c2DArray& input, eDirection direction) {
-    darr_c2DArray array = four_ExpandToPowerOfTwo(input);
-    if (!array.DataType().IsComplex())
-        return transformReal(array, direction);
-    array.Convert(dtyp_ComplexFloat);
-    Complex* elements = array.Elements<Complex>().data();
-    if (isOfRealImage(elements, array.SizeX()))
-        return transformPacked(array, direction);
-    // The order of the sizes is the convention of this transform. For images that are not square
-    // its lines are not the rows.
-    four_RadixTwoFFTnD(elements, std::array{array.SizeX(), array.SizeY()}, direction);
-    return array;
+    if (isFitting(input))
+        return transformFitting(input, direction);
+    return transformFitting(four_ExpandToPowerOfTwo(input), direction);
+}
+
+darr_c1DArray transformLine(const darr_c1DArray& array, eDirection direction, radix_eOrder order) {
+    const int size = four_FitToPowerOfTwo(array.Size());
+    const bool isReady = array.DataType() == dtyp_ComplexFloat && array.Size() == size;
+    darr_c1DArray line = isReady ? darr_c1DArray(size, dtyp_ComplexFloat, array.Cal())
+                                 : conv_Convert(array, dtyp_ComplexFloat);
+    if (line.Size() != size)
+        line = four_ExpandToPowerOfTwo(line);
+    Complex* elements = line.Elements<Complex>().data();
+    radix_Line(isReady ? array.Elements<Complex>().data() : elements, elements,
+               static_cast<std::size_t>(size), direction, order);
+    line.SetCal(cal_c1DArrayCal(0, spectrumDelta(size, array.Cal()),
+                                order == radix_Centred ? size / 2 : 0));
+    return line;
 }
 
 } // namespace
@@ -141,8 +175,7 @@ darr_c1DArray four_ExpandToPowerOfTwo(const darr_c1DArray& array) {
     const int size = four_FitToPowerOfTwo(array.Size());
     if (size == array.Size())
         return array;
-    darr_c1DArray expanded(size, paddingOf(array),
-                           cal_c1DArrayCal::Default);
+    darr_c1DArray expanded(size, paddingOf(array), cal_c1DArrayCal::Default);
     expanded.SetSelection(array, 0);
     return expanded;
 }
@@ -150,11 +183,10 @@ darr_c1DArray four_ExpandToPowerOfTwo(const darr_c1DArray& array) {
 darr_c2DArray four_ExpandToPowerOfTwo(const darr_c2DArray& array) {
     const int sizeX = four_FitToPowerOfTwo(array.SizeX());
     const int sizeY = four_FitToPowerOfTwo(array.SizeY());
-    if (sizeX == array.SizeX() && sizeY == array.SizeY())
+    if (isFitting(array))
         return array;
     arr_CheckedSize(sizeX, sizeY); // before every element is looked at for the mean
-    darr_c2DArray expanded(sizeX, sizeY, paddingOf(array),
-                           cal_c2DArrayCal::Default);
+    darr_c2DArray expanded(sizeX, sizeY, paddingOf(array), cal_c2DArrayCal::Default);
     expanded.SetSelection(array, 0, 0);
     return expanded;
 }
@@ -185,22 +217,11 @@ darr_c2DArray four_Center(const darr_c2DArray& array) {
 }
 
 darr_c1DArray four_FFT(const darr_c1DArray& array) {
-    darr_c1DArray line = four_ExpandToPowerOfTwo(conv_Convert(array, dtyp_ComplexFloat));
-    const int size = line.Size();
-    four_RadixTwoFFT(line.Elements<Complex>().data(), size, Forward);
-    line = four_Center(line);
-    line *= pnum_cNumber(1.0 / size);
-    line.Convert(dtyp_ComplexFloat);
-    line.SetCal(cal_c1DArrayCal(0, spectrumDelta(size, array.Cal()), size / 2));
-    return line;
+    return transformLine(array, Forward, radix_Centred);
 }
 
 darr_c1DArray four_IFFT(const darr_c1DArray& array) {
-    darr_c1DArray line = four_ExpandToPowerOfTwo(conv_Convert(array, dtyp_ComplexFloat));
-    const int size = line.Size();
-    four_RadixTwoFFT(line.Elements<Complex>().data(), size, Inverse);
-    line.SetCal(cal_c1DArrayCal(0, spectrumDelta(size, array.Cal()), 0));
-    return line;
+    return transformLine(array, Inverse, radix_Natural);
 }
 
 darr_c2DArray four_FFT(const darr_c2DArray& array) {

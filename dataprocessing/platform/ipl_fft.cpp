@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "dataprocessing/platform/memory.h"
 #include "dataprocessing/platform/radix.h"
 #include "dataprocessing/valuemodel/type.h"
 
@@ -22,10 +23,9 @@ bool isTransformable(const ipl_sImage& image) noexcept {
 }
 
 /// The direction as the sign of the exponent; 0 for images or flags without a transform.
-int signOf(const ipl_sImage* source, const ipl_sImage* result, int flags) noexcept {
-    if (source == nullptr || result == nullptr || !isTransformable(*source) ||
-        !isTransformable(*result) || source->width != result->width ||
-        source->height != result->height)
+int signOf(const ipl_sImage& source, const ipl_sImage& result, int flags) noexcept {
+    if (!isTransformable(source) || !isTransformable(result) || source.width != result.width ||
+        source.height != result.height)
         return 0;
     switch (flags & (IPL_FFT_Forw | IPL_FFT_Inv)) {
     case IPL_FFT_Forw:
@@ -46,18 +46,21 @@ float* rowOf(ipl_sImage& image, int y) noexcept {
 }
 
 Complex conjugate(const Complex& z) noexcept { return {z.re, -z.im}; }
+Complex halved(const Complex& z) noexcept { return {0.5F * z.re, 0.5F * z.im}; }
+Complex timesI(const Complex& z) noexcept { return {-z.im, z.re}; }
 
-/// Half of a spectrum: for each row the coefficients u = 0 to W/2 - 1. In the first, whose
-/// imaginary part is free as long as columns are not transformed, that of W/2 is kept beside it.
+/// Half of a spectrum: the coefficients u = 0 to W/2 - 1 of each row. Those of W/2 are kept as the
+/// imaginary parts of those of 0: both columns are transforms of real values.
 struct sHalf {
     int columns;
     int rows;
-    std::vector<Complex> elements;
+    mem_cBlock elements;
     std::vector<Complex> twiddles; // e^(2 pi i sign u / W)
 
     sHalf(int width, int height, int sign)
         : columns(width / 2), rows(height),
-          elements(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows)) {
+          elements(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
+                   sizeof(Complex)) {
         for (int u = 0; u < columns; ++u) {
             const double angle = 2 * type_Pi * u / width;
             twiddles.emplace_back(static_cast<float>(std::cos(angle)),
@@ -65,17 +68,20 @@ struct sHalf {
         }
     }
     Complex* Row(int y) {
-        return elements.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(columns);
+        return static_cast<Complex*>(elements.Data()) +
+               static_cast<std::size_t>(y) * static_cast<std::size_t>(columns);
     }
 };
 
-void transformRows(sHalf& half, int sign) {
-    radix_Rows(half.elements.data(), static_cast<std::size_t>(half.columns),
-               static_cast<std::size_t>(half.rows), sign);
+void transformRow(const Complex* source, Complex* target, int n, int sign) {
+    if (n == 1)
+        *target = *source;
+    else
+        radix_Line(source, target, static_cast<std::size_t>(n), sign, radix_Natural);
 }
 
 void transformColumns(sHalf& half, int sign) {
-    radix_Columns(half.elements.data(), static_cast<std::size_t>(half.rows),
+    radix_Columns(half.Row(0), static_cast<std::size_t>(half.rows),
                   static_cast<std::size_t>(half.columns), sign);
 }
 
@@ -87,8 +93,8 @@ void separateRow(Complex* z, const sHalf& half) {
     for (int u = 1; 2 * u <= m; ++u) {
         const Complex a = z[u];
         const Complex b = conjugate(z[m - u]);
-        const Complex even = Complex(0.5F) * (a + b);
-        const Complex odd = Complex(0, -0.5F) * (a - b);
+        const Complex even = halved(a + b);
+        const Complex odd = halved(timesI(b - a));
         const Complex turned = half.twiddles[static_cast<std::size_t>(u)] * odd;
         z[u] = even + turned;
         z[m - u] = conjugate(even - turned);
@@ -103,7 +109,7 @@ void joinRow(Complex* z, const sHalf& half) {
         const Complex a = z[u];
         const Complex b = conjugate(z[m - u]);
         const Complex even = a + b;
-        const Complex odd = Complex(0, 1) * half.twiddles[static_cast<std::size_t>(u)] * (a - b);
+        const Complex odd = timesI(half.twiddles[static_cast<std::size_t>(u)] * (a - b));
         z[u] = even + odd;
         z[m - u] = conjugate(even) - conjugate(odd);
     }
@@ -127,8 +133,8 @@ void pack(sHalf& half, ipl_sImage& result, float scale) {
     for (int v = 1; v < half.rows / 2; ++v) {
         const Complex a = half.Row(v)[0];
         const Complex b = conjugate(half.Row(half.rows - v)[0]);
-        const Complex first = Complex(0.5F) * (a + b);
-        const Complex second = Complex(0, -0.5F) * (a - b);
+        const Complex first = halved(a + b);
+        const Complex second = halved(timesI(b - a));
         put(2 * v - 1, first.re, second.re);
         put(2 * v, first.im, second.im);
     }
@@ -148,8 +154,8 @@ void unpack(const ipl_sImage& source, sHalf& half) {
     for (int v = 1; v < half.rows / 2; ++v) {
         const Complex re = at(2 * v - 1);
         const Complex im = at(2 * v);
-        half.Row(v)[0] = re + Complex(0, 1) * im;
-        half.Row(half.rows - v)[0] = re - Complex(0, 1) * im;
+        half.Row(v)[0] = re + timesI(im);
+        half.Row(half.rows - v)[0] = re - timesI(im);
     }
     half.Row(half.rows / 2)[0] = at(half.rows - 1);
 }
@@ -161,43 +167,50 @@ float scaleOf(const sHalf& half, int sign) noexcept {
                : 1.0F / (2.0F * static_cast<float>(half.columns) * static_cast<float>(half.rows));
 }
 
+/// Pairs of neighbours in a row of reals.
+const Complex* pairsOf(const float* row) { return reinterpret_cast<const Complex*>(row); }
+Complex* pairsOf(float* row) { return reinterpret_cast<Complex*>(row); }
+
 } // namespace
 
-void iplRealFft2D(const ipl_sImage* source, ipl_sImage* result, int flags) {
+void ipl_RealFft2D(const ipl_sImage& source, ipl_sImage& result, int flags, float scale) {
     const int sign = signOf(source, result, flags);
     if (sign == 0)
         return;
-    sHalf half(source->width, source->height, sign);
+    sHalf half(source.width, source.height, sign);
     for (int y = 0; y < half.rows; ++y) {
-        const float* from = rowOf(*source, y);
-        for (int u = 0; u < half.columns; ++u)
-            half.Row(y)[u] = Complex(from[2 * u], from[2 * u + 1]);
-    }
-    transformRows(half, sign);
-    for (int y = 0; y < half.rows; ++y)
+        transformRow(pairsOf(rowOf(source, y)), half.Row(y), half.columns, sign);
         separateRow(half.Row(y), half);
+    }
     transformColumns(half, sign);
-    pack(half, *result, scaleOf(half, sign));
+    pack(half, result, scaleOf(half, sign) * scale);
+}
+
+void ipl_CcsFft2D(const ipl_sImage& source, ipl_sImage& result, int flags, float scale) {
+    const int sign = signOf(source, result, flags);
+    if (sign == 0)
+        return;
+    sHalf half(source.width, source.height, sign);
+    unpack(source, half);
+    transformColumns(half, sign);
+    const float factor = scaleOf(half, sign) * scale;
+    for (int y = 0; y < half.rows; ++y) {
+        joinRow(half.Row(y), half);
+        float* row = rowOf(result, y);
+        transformRow(half.Row(y), pairsOf(row), half.columns, sign);
+        for (int x = 0; x < result.width; ++x)
+            row[x] *= factor;
+    }
+}
+
+void iplRealFft2D(const ipl_sImage* source, ipl_sImage* result, int flags) {
+    if (source != nullptr && result != nullptr)
+        ipl_RealFft2D(*source, *result, flags, 1);
 }
 
 void iplCcsFft2D(const ipl_sImage* source, ipl_sImage* result, int flags) {
-    const int sign = signOf(source, result, flags);
-    if (sign == 0)
-        return;
-    sHalf half(source->width, source->height, sign);
-    unpack(*source, half);
-    transformColumns(half, sign);
-    for (int y = 0; y < half.rows; ++y)
-        joinRow(half.Row(y), half);
-    transformRows(half, sign);
-    const float scale = scaleOf(half, sign);
-    for (int y = 0; y < half.rows; ++y) {
-        float* to = rowOf(*result, y);
-        for (int u = 0; u < half.columns; ++u) {
-            to[2 * u] = scale * half.Row(y)[u].re;
-            to[2 * u + 1] = scale * half.Row(y)[u].im;
-        }
-    }
+    if (source != nullptr && result != nullptr)
+        ipl_CcsFft2D(*source, *result, flags, 1);
 }
 
 } // namespace dataprocessing::detail

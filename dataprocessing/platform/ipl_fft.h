@@ -21,11 +21,18 @@ constexpr int IPL_FFT_Inv = 0x02;      ///< that with e^(+2 pi i ...), divided b
 constexpr int IPL_FFT_UseFloat = 0x20; ///< in single precision, the only one there is
 constexpr int IPL_FFT_Free = 0x80;     ///< frees the tables; they live no longer than a call anyway
 
-/// Transforms a real image to its packed spectrum, by the direction in `flags`. Throws
-/// std::bad_alloc.
-void iplRealFft2D(const ipl_sImage* source, ipl_sImage* result, int flags);
+/// Transforms a real image to its packed spectrum, by the direction in `flags`, times `scale`.
+/// Throws std::bad_alloc.
+void ipl_RealFft2D(const ipl_sImage& source, ipl_sImage& result, int flags, float scale);
 /// Transforms a packed spectrum to the real image that the sum over the whole spectrum is, by the
-/// direction in `flags`. Throws std::bad_alloc.
+/// direction in `flags`, times `scale`. Throws std::bad_alloc.
+void ipl_CcsFft2D(const ipl_sImage& source, ipl_sImage& result, int flags, float scale);
+
+/// @name The same as callers of the image library know them
+/// Without images nothing is done.
+/// @{
+void iplRealFft2D(const ipl_sImage* source, ipl_sImage* result, int flags);
 void iplCcsFft2D(const ipl_sImage* source, ipl_sImage* result, int flags);
+/// @}
 
 } // namespace dataprocessing::detail

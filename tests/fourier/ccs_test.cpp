@@ -15,10 +15,9 @@ std::vector<float> numbered(int count) {
     return values;
 }
 
-std::vector<ComplexFloat> unpacked(const std::vector<float>& packed, int w, int h,
-                                   float scale = 1) {
+std::vector<ComplexFloat> unpacked(const std::vector<float>& packed, int w, int h) {
     std::vector<ComplexFloat> centred(packed.size(), ComplexFloat(-99, -99));
-    four_UnpackCcs(packed.data(), w, h, scale, centred.data());
+    four_UnpackCcs(packed.data(), w, h, centred.data());
     return centred;
 }
 
@@ -40,13 +39,6 @@ TEST(Ccs, UnpacksEachElementToItsPlaceAndItsConjugates) {
 TEST(Ccs, UnpacksTheSmallestSpectrum) {
     const std::vector<ComplexFloat> expected{{4, 0}, {3, 0}, {2, 0}, {1, 0}};
     EXPECT_TRUE(unpacked(numbered(4), 2, 2) == expected);
-}
-
-TEST(Ccs, ScalesWhatItUnpacks) {
-    const std::vector<ComplexFloat> plain = unpacked(numbered(32), 8, 4);
-    const std::vector<ComplexFloat> scaled = unpacked(numbered(32), 8, 4, 0.25F);
-    for (std::size_t i = 0; i < plain.size(); ++i)
-        EXPECT_TRUE(scaled[i] == ComplexFloat(plain[i].re / 4, plain[i].im / 4));
 }
 
 TEST(Ccs, UnpacksToASymmetricSpectrum) {
