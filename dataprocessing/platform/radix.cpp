@@ -33,13 +33,27 @@ using Complex = comp_cComplex<float>;
 /// From here on a single line fills the lanes.
 constexpr std::size_t longLine = radix_lanes * radix_lanes;
 
+/// As much of the room to work in as a thread keeps: that of a line of 2^20 values.
+constexpr std::size_t keptRoom = std::size_t{8} << 20;
+thread_local mem_cBlock room;
+
+/// Room for the lanes of one call. One at a time in a thread.
 class cWork {
 public:
-    explicit cWork(std::size_t lanes) : block_(lanes * sizeof(radix_sLanes)) {}
-    radix_sLanes* Lanes() noexcept { return static_cast<radix_sLanes*>(block_.Data()); }
-
-private:
-    mem_cBlock block_;
+    explicit cWork(std::size_t lanes) {
+        const std::size_t bytes = lanes * sizeof(radix_sLanes);
+        if (room.Size() >= bytes)
+            return;
+        room = mem_cBlock();
+        room = mem_cBlock(bytes);
+    }
+    cWork(const cWork&) = delete;
+    cWork& operator=(const cWork&) = delete;
+    ~cWork() {
+        if (room.Size() > keptRoom)
+            room = mem_cBlock();
+    }
+    radix_sLanes* Lanes() noexcept { return static_cast<radix_sLanes*>(room.Data()); }
 };
 
 /// Lines too short for the kernels.
