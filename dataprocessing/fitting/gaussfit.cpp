@@ -4,7 +4,10 @@
 #include <vector>
 
 #include "dataprocessing/fitting/gsft.h"
+#include "dataprocessing/fitting/gsft_deviations.h"
 #include "dataprocessing/fitting/mrqm.h"
+
+using namespace dataprocessing::detail;
 
 namespace {
 
@@ -18,69 +21,97 @@ void refuseIf(bool isRefused, int line) {
 /// The full width at half maximum of a peak of width 1.
 const double fullWidth = 2.0 * std::sqrt(std::log(2.0));
 
-/// The parameters of a fit, from index 1 on: the position of channel 0, the units per channel, the
-/// width of the resolution law, then of each peak the amplitude (or the ratio to its reference) and
-/// the center.
-enum eParameter : std::size_t { Offset = 1, Scale = 2, Resolution = 3, FirstPeak = 4 };
+/// The parameters of a fit: the position of channel 0, the units per channel, the width of the
+/// resolution law, then of each peak the amplitude (or the ratio to its reference) and the center.
+enum eParameter : std::size_t { Offset = 0, Scale = 1, Resolution = 2, FirstPeak = 3 };
 
-constexpr std::size_t amplitudeOf(std::size_t peak) { return FirstPeak + 2 * peak; }
-constexpr std::size_t centerOf(std::size_t peak) { return FirstPeak + 2 * peak + 1; }
+constexpr std::size_t amplitudeOf(int peak) {
+    return FirstPeak + 2 * static_cast<std::size_t>(peak);
+}
 
-/// The sum of peaks over channels. Widths stay as they are while a step is taken.
-class cPeakSum : public dataprocessing::detail::mrqm_cModel {
+/// The sum of peaks over channels.
+class cPeakSum : public mrqm_cModel {
 public:
-    /// `references` holds the index of each peak's reference, or -1.
-    explicit cPeakSum(std::vector<int> references)
-        : references_(std::move(references)), widths_(references_.size()) {}
-
-    /// Sets the widths of all peaks to what the law gives at their centers.
-    void SetWidths(const gsft_cResolution& resolution, std::span<const double> parameters) {
-        for (std::size_t k = 0; k < widths_.size(); ++k)
-            widths_[k] = resolution.FWHM(parameters[centerOf(k) - 1]) / fullWidth;
+    /// `references` holds the index of each peak's reference, or -1. Throws gsft_cFitException when
+    /// the resolution has no value for one of the peaks.
+    cPeakSum(const list_cPtrList<gsft_cGaussian>& peaks, std::span<const int> references,
+             const gsft_cResolution& resolution)
+        : resolution_(resolution) {
+        peaks_.reserve(references.size());
+        for (int k = 0; k < peaks.Size(); ++k) {
+            const int reference = references[static_cast<std::size_t>(k)];
+            const double center = peaks[k]->Center();
+            peaks_.push_back({center, resolution.FWHM(center) / fullWidth, amplitudeOf(k),
+                              reference >= 0, reference >= 0 ? amplitudeOf(reference) : 0});
+        }
+        std::stable_sort(peaks_.begin(), peaks_.end(),
+                         [](const sPeak& a, const sPeak& b) { return a.center < b.center; });
     }
 
-    double Evaluate(double x, const double* a, double* dyda, std::vector<int>& touched) override {
+    /// The widths follow the resolution.
+    bool Begin(std::span<const double> a) override {
+        resolution_.SetReferenceFWHM(a[Resolution]);
+        reach_ = 0;
+        for (sPeak& peak : peaks_) {
+            if (!resolution_.HasValue(peak.center))
+                return false;
+            peak.width = resolution_.FWHM(peak.center) / fullWidth;
+            // A little more than where t is rounded up to 3.
+            reach_ = std::max(reach_, 3.001 * peak.width);
+        }
+        return true;
+    }
+
+    double Evaluate(double x, std::span<const double> a,
+                    std::vector<mrqm_sPartial>& partials) override {
         const double u = a[Offset] + a[Scale] * x;
+        // Points mostly come in order, so the peaks near this one begin where the last ones did.
+        while (first_ < peaks_.size() && u - peaks_[first_].center >= reach_)
+            ++first_;
+        while (first_ > 0 && u - peaks_[first_ - 1].center < reach_)
+            --first_;
+
         double y = 0;
-        for (std::size_t k = 0; k < widths_.size(); ++k) {
-            const double t = (u - a[centerOf(k)]) / widths_[k];
+        double byPosition = 0;
+        double byResolution = 0;
+        for (std::size_t k = first_; k < peaks_.size() && peaks_[k].center - u < reach_; ++k) {
+            const sPeak& peak = peaks_[k];
+            const double t = (u - peak.center) / peak.width;
             if (!(std::fabs(t) < 3.0))
                 continue;
-            if (touched.empty())
-                for (const int p : {Offset, Scale, Resolution})
-                    Touch(p, dyda, touched);
             const double e = std::exp(-t * t);
-            const double own = a[amplitudeOf(k)];
-            double amplitude = own;
-            if (references_[k] >= 0) {
-                const std::size_t reference = amplitudeOf(static_cast<std::size_t>(references_[k]));
-                amplitude = a[reference] * own;
-                Add(static_cast<int>(reference), e * own, dyda, touched);
-            } else {
-                Add(static_cast<int>(amplitudeOf(k)), e, dyda, touched);
-            }
+            const double own = a[peak.amplitude];
+            const double amplitude = peak.isCoupled ? a[peak.reference] * own : own;
+            if (peak.isCoupled)
+                partials.push_back({peak.reference, e * own});
+            else
+                partials.push_back({peak.amplitude, e});
             y += amplitude * e;
-            const double g = 2 * e * t * amplitude / widths_[k];
-            dyda[Offset] -= g;
-            dyda[Scale] -= g * x;
-            dyda[Resolution] += g * t * a[Resolution] / widths_[k];
+            const double g = 2 * e * t * amplitude / peak.width;
+            byPosition -= g;
+            byResolution += g * t * a[Resolution] / peak.width;
+        }
+        if (!partials.empty()) {
+            partials.push_back({Offset, byPosition});
+            partials.push_back({Scale, byPosition * x});
+            partials.push_back({Resolution, byResolution});
         }
         return y;
     }
 
 private:
-    static void Touch(int parameter, double* dyda, std::vector<int>& touched) {
-        touched.push_back(parameter);
-        dyda[parameter] = 0;
-    }
-    static void Add(int parameter, double part, double* dyda, std::vector<int>& touched) {
-        if (std::find(touched.begin(), touched.end(), parameter) == touched.end())
-            Touch(parameter, dyda, touched);
-        dyda[parameter] += part;
-    }
+    struct sPeak {
+        double center;
+        double width;
+        std::size_t amplitude; // the parameter
+        bool isCoupled;
+        std::size_t reference; // the amplitude of the reference
+    };
 
-    std::vector<int> references_;
-    std::vector<double> widths_;
+    gsft_cResolution resolution_;
+    std::vector<sPeak> peaks_; // by rising center
+    double reach_ = 0;         // beyond it no peak has a value
+    std::size_t first_ = 0;    // the first peak that may be near the last point
 };
 
 /// The index of each peak's reference, or -1.
@@ -97,47 +128,6 @@ std::vector<int> couplingOf(const list_cPtrList<gsft_cGaussian>& peaks) {
             throw expt_cProgramException("gaussfit", 2, "The reference peak is coupled itself.");
     }
     return references;
-}
-
-/// The standard deviations of counts. A channel without counts takes the mean of its neighbours at
-/// the smallest distance where that is not zero; outside of the channels the last one stands.
-std::vector<double> deviationsOf(std::span<const double> y) {
-    const std::ptrdiff_t last = std::ssize(y) - 1;
-    constexpr std::ptrdiff_t never = std::numeric_limits<std::ptrdiff_t>::max();
-    const auto magnitude = [&](std::ptrdiff_t i) {
-        return std::fabs(y[static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(i, 0, last))]);
-    };
-    // Whole stretches of empty channels are jumped over: next[i] and previous[i] are the nearest
-    // channels from i on that have something.
-    std::vector<std::ptrdiff_t> next(y.size());
-    std::vector<std::ptrdiff_t> previous(y.size());
-    std::ptrdiff_t found = -1;
-    for (std::ptrdiff_t i = 0; i <= last; ++i)
-        previous[static_cast<std::size_t>(i)] = found = magnitude(i) < type_MinValue ? found : i;
-    found = last + 1;
-    for (std::ptrdiff_t i = last; i >= 0; --i)
-        next[static_cast<std::size_t>(i)] = found = magnitude(i) < type_MinValue ? found : i;
-
-    std::vector<double> deviations;
-    deviations.reserve(y.size());
-    for (std::ptrdiff_t i = 0; i <= last; ++i) {
-        double s = magnitude(i);
-        const std::ptrdiff_t farthest = std::max(i, last - i);
-        for (std::ptrdiff_t d = 1; d <= farthest && s < type_MinValue; ++d) {
-            const std::ptrdiff_t left = std::max<std::ptrdiff_t>(i - d, 0);
-            const std::ptrdiff_t right = std::min(i + d, last);
-            const std::ptrdiff_t before = previous[static_cast<std::size_t>(left)];
-            const std::ptrdiff_t after = next[static_cast<std::size_t>(right)];
-            const std::ptrdiff_t nearest =
-                std::min(before < 0 ? never : i - before, after > last ? never : after - i);
-            if (nearest == never)
-                break;
-            d = std::max(d, nearest);
-            s = (magnitude(i - d) + magnitude(i + d)) / 2;
-        }
-        deviations.push_back(std::sqrt(s < type_MinValue ? 1.0 : s));
-    }
-    return deviations;
 }
 
 constexpr double tolerance = 0.0001;
@@ -176,11 +166,12 @@ void gsft_cGaussian::SetAmplitudeFromRatio(double ratio) {
     amplitude_ = ratio * reference_->amplitude_;
 }
 
+type_cBoolean gsft_cResolution::HasValue(double x) const noexcept { return Square(x) > 0; }
+
 double gsft_cResolution::FWHM(double x) const {
-    const double square = (x - position_) * 2.3 + fwhm_ * fwhm_;
-    if (!(square > 0))
+    if (!HasValue(x))
         throw gsft_cFitException("The resolution has no value at the position of a peak.");
-    return std::sqrt(square);
+    return std::sqrt(Square(x));
 }
 
 gsft_c1DGaussianFittingFunction::gsft_c1DGaussianFittingFunction(
@@ -223,20 +214,18 @@ std::vector<int> gsft_c1DGaussianFittingFunction::FitSettings() const {
 
 void gsft_c1DGaussianFittingFunction::CopyParameters(std::span<const double> parameters) {
     if (fitCalibration_) {
-        calibration_.SetDelta(parameters[Scale - 1]);
-        calibration_.SetOffset(parameters[Offset - 1] +
-                               calibration_.CalIndex() * parameters[Scale - 1]);
+        calibration_.SetDelta(parameters[Scale]);
+        calibration_.SetOffset(parameters[Offset] + calibration_.CalIndex() * parameters[Scale]);
     }
     if (fitResolution_)
-        resolution_.SetReferenceFWHM(parameters[Resolution - 1]);
+        resolution_.SetReferenceFWHM(parameters[Resolution]);
     // Coupled peaks come last: they take their amplitudes from the fitted ones.
     for (int k = 0; k < peaks_.Size(); ++k)
         if (!peaks_[k]->HasReference())
-            peaks_[k]->SetAmplitude(parameters[amplitudeOf(static_cast<std::size_t>(k)) - 1]);
+            peaks_[k]->SetAmplitude(parameters[amplitudeOf(k)]);
     for (int k = 0; k < peaks_.Size(); ++k)
         if (peaks_[k]->HasReference())
-            peaks_[k]->SetAmplitudeFromRatio(
-                parameters[amplitudeOf(static_cast<std::size_t>(k)) - 1]);
+            peaks_[k]->SetAmplitudeFromRatio(parameters[amplitudeOf(k)]);
 }
 
 void gsft_c1DGaussianFittingFunction::RefitValues(const arr_cC_Array<double>& x,
@@ -252,21 +241,16 @@ void gsft_c1DGaussianFittingFunction::RefitValues(const arr_cC_Array<double>& x,
     for (const double value : y)
         sum += std::fabs(value);
     const double mean = sum / y.Size();
-    const std::vector<double> deviations = deviationsOf(y);
+    const std::vector<double> deviations = gsft_Deviations(y);
 
-    cPeakSum model(couplingOf(peaks_));
-    dataprocessing::detail::mrqm_cFit fit(channels, y, deviations, Parameters(), FitSettings(),
-                                          model);
+    cPeakSum model(peaks_, couplingOf(peaks_), resolution_);
+    mrqm_cFit fit(channels, y, deviations, Parameters(), FitSettings(), model);
     int iterations = 0;
     double change = 0;
     bool isRejected = false;
     do {
         const double chiSquared = fit.ChiSquared();
         const double lambda = fit.Lambda();
-        const std::span<const double> parameters = fit.Parameters();
-        model.SetWidths(
-            gsft_cResolution(resolution_.ReferencePosition(), parameters[Resolution - 1]),
-            parameters);
         fit.Step();
         change = std::fabs(chiSquared - fit.ChiSquared()) / fit.ChiSquared();
         isRejected = fit.Lambda() > lambda;

@@ -95,11 +95,17 @@ public:
     /// Sets the full width at half maximum there.
     constexpr void SetReferenceFWHM(double fwhm) noexcept { fwhm_ = fwhm; }
 
+    /// True when the law has a width at `x`.
+    type_cBoolean HasValue(double x) const noexcept;
     /// The full width at half maximum at `x`: sqrt((x - position) 2.3 + fwhm^2). Throws
     /// gsft_cFitException unless the radicand is greater than 0.
     double FWHM(double x) const;
 
 private:
+    constexpr double Square(double x) const noexcept {
+        return (x - position_) * 2.3 + fwhm_ * fwhm_;
+    }
+
     double position_;
     double fwhm_;
 };
@@ -131,7 +137,7 @@ public:
     /// ("gaussfit", 302) when the sizes differ, ("gaussfit", 304) when they are 0.
     void LoadValues(arr_cC_Array<double>& x, arr_cC_Array<double>& y) const override;
     /// Chi-squared of the last fit, divided by the number of points and by the mean of |y|; 0
-    /// before the first.
+    /// before the first. Of a fit to zeros alone it is not a number, or infinite.
     double ChiSquared() const override { return chiSquared_; }
 
 protected:

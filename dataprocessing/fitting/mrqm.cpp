@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "dataprocessing/fitting/rcps_exception.h"
@@ -16,17 +17,17 @@ namespace dataprocessing::detail {
 mrqm_cFit::mrqm_cFit(std::span<const double> x, std::span<const double> y,
                      std::span<const double> sig, std::span<const double> a,
                      std::span<const int> isFitted, mrqm_cModel& model)
-    : x_(x), y_(y), sig_(sig), model_(model), parameters_(a.size() + 1), place_(a.size() + 1, -1),
-      derivatives_(a.size() + 1) {
-    for (std::size_t i = 0; i < a.size(); ++i) {
-        parameters_[i + 1] = a[i];
+    : x_(x), y_(y), model_(model), parameters_(a.begin(), a.end()), trial_(parameters_),
+      place_(a.size(), fixed) {
+    weights_.reserve(sig.size());
+    for (const double deviation : sig)
+        weights_.push_back(1.0 / (deviation * deviation));
+    for (std::size_t i = 0; i < a.size(); ++i)
         if (isFitted[i] != 0) {
-            place_[i + 1] = static_cast<int>(fitted_.size());
-            fitted_.push_back(static_cast<int>(i + 1));
+            place_[i] = fitted_.size();
+            fitted_.push_back(i);
         }
-    }
-    trial_ = parameters_;
-    touched_.reserve(parameters_.size());
+    partials_.reserve(a.size());
     const std::size_t count = fitted_.size();
     for (sEquations* equations : {&current_, &tried_}) {
         equations->curvature.resize(count * count);
@@ -43,19 +44,18 @@ void mrqm_cFit::Step() {
     if (lambda_ < 0) {
         lambda_ = 0.001;
         Evaluate(parameters_, current_);
-        chiSquared_ = current_.chiSquared;
     }
     Solve();
-    for (std::size_t j = 0; j < fitted_.size(); ++j) {
-        const std::size_t parameter = static_cast<std::size_t>(fitted_[j]);
-        trial_[parameter] = parameters_[parameter] + step_[j];
-    }
-    Evaluate(trial_, tried_);
-    if (tried_.chiSquared < chiSquared_) {
+    for (std::size_t j = 0; j < fitted_.size(); ++j)
+        trial_[fitted_[j]] = parameters_[fitted_[j]] + step_[j];
+    // A step that is lost in rounding is not worth a pass: chi-squared stays the same.
+    const bool isMoved = trial_ != parameters_;
+    if (isMoved)
+        Evaluate(trial_, tried_);
+    if (isMoved && tried_.chiSquared < current_.chiSquared) {
         lambda_ *= 0.1;
         parameters_ = trial_;
         std::swap(current_, tried_);
-        chiSquared_ = current_.chiSquared;
     } else {
         lambda_ *= 10.0;
     }
@@ -66,42 +66,44 @@ void mrqm_cFit::Finish() {
     Solve();
 }
 
-double mrqm_cFit::Covariance(int i, int j) const {
-    const int row = place_[static_cast<std::size_t>(i) + 1];
-    const int column = place_[static_cast<std::size_t>(j) + 1];
-    if (row < 0 || column < 0)
+double mrqm_cFit::Covariance(std::size_t i, std::size_t j) const {
+    if (place_[i] == fixed || place_[j] == fixed)
         return 0;
-    return matrix_[static_cast<std::size_t>(row) * fitted_.size() +
-                   static_cast<std::size_t>(column)];
+    return matrix_[place_[i] * fitted_.size() + place_[j]];
 }
 
-void mrqm_cFit::Evaluate(const std::vector<double>& parameters, sEquations& equations) {
+void mrqm_cFit::Evaluate(std::span<const double> parameters, sEquations& equations) {
     std::fill(equations.curvature.begin(), equations.curvature.end(), 0.0);
     std::fill(equations.gradient.begin(), equations.gradient.end(), 0.0);
     equations.chiSquared = 0;
-    const auto derivative = [&](int parameter) {
-        return derivatives_[static_cast<std::size_t>(parameter)];
-    };
-    const auto placeOf = [&](int parameter) { return place_[static_cast<std::size_t>(parameter)]; };
-
-    for (std::size_t i = 0; i < x_.size(); ++i) {
-        touched_.clear();
-        const double residual =
-            y_[i] - model_.Evaluate(x_[i], parameters.data(), derivatives_.data(), touched_);
-        const double weight = 1.0 / (sig_[i] * sig_[i]);
-        for (const int p : touched_) {
-            if (placeOf(p) < 0)
-                continue;
-            const std::size_t row = static_cast<std::size_t>(placeOf(p));
-            const double weighted = derivative(p) * weight;
-            equations.gradient[row] += residual * weighted;
-            for (const int q : touched_)
-                if (placeOf(q) >= 0)
-                    At(equations.curvature, row, static_cast<std::size_t>(placeOf(q))) +=
-                        weighted * derivative(q);
-        }
-        equations.chiSquared += residual * residual * weight;
+    if (!model_.Begin(parameters)) {
+        equations.chiSquared = std::numeric_limits<double>::infinity();
+        return;
     }
+    for (std::size_t i = 0; i < x_.size(); ++i) {
+        partials_.clear();
+        const double residual = y_[i] - model_.Evaluate(x_[i], parameters, partials_);
+        equations.chiSquared += residual * residual * weights_[i];
+
+        // Only those of fitted parameters stay, under their places.
+        auto end = partials_.begin();
+        for (const mrqm_sPartial& partial : partials_)
+            if (place_[partial.parameter] != fixed)
+                *end++ = {place_[partial.parameter], partial.value};
+        partials_.erase(end, partials_.end());
+
+        for (const mrqm_sPartial& p : partials_) {
+            const double weighted = p.value * weights_[i];
+            equations.gradient[p.parameter] += residual * weighted;
+            // The lower triangle. Two parts of one derivative meet twice, as they should.
+            for (const mrqm_sPartial& q : partials_)
+                if (q.parameter <= p.parameter)
+                    At(equations.curvature, p.parameter, q.parameter) += weighted * q.value;
+        }
+    }
+    for (std::size_t row = 0; row < fitted_.size(); ++row)
+        for (std::size_t column = 0; column < row; ++column)
+            At(equations.curvature, column, row) = At(equations.curvature, row, column);
 }
 
 /// Gauss-Jordan elimination with full pivoting: step = matrix^-1 gradient, and the inverse stays in
@@ -135,8 +137,8 @@ void mrqm_cFit::Solve() {
                 std::swap(At(matrix_, row, c), At(matrix_, column, c));
             std::swap(step_[row], step_[column]);
         }
-        pivotRow_[round] = static_cast<int>(row);
-        pivotColumn_[round] = static_cast<int>(column);
+        pivotRow_[round] = row;
+        pivotColumn_[round] = column;
 
         const double inverse = 1.0 / At(matrix_, column, column);
         At(matrix_, column, column) = 1.0;
@@ -154,8 +156,8 @@ void mrqm_cFit::Solve() {
         }
     }
     for (std::size_t round = count; round-- > 0;) {
-        const std::size_t row = static_cast<std::size_t>(pivotRow_[round]);
-        const std::size_t column = static_cast<std::size_t>(pivotColumn_[round]);
+        const std::size_t row = pivotRow_[round];
+        const std::size_t column = pivotColumn_[round];
         if (row != column)
             for (std::size_t r = 0; r < count; ++r)
                 std::swap(At(matrix_, r, row), At(matrix_, r, column));

@@ -9,18 +9,29 @@
 
 namespace dataprocessing::detail {
 
+/// A part of the derivative of a model with respect to one of its parameters.
+struct mrqm_sPartial {
+    std::size_t parameter;
+    double value;
+};
+
 /// A model y(x; a) with its derivatives.
 class mrqm_cModel {
 public:
     virtual ~mrqm_cModel() = default;
 
-    /// Returns y at `x` for the parameters `a`, addressed from 1. Lists the parameters on which y
-    /// depends here in `touched` (their indices, from 1, each once) and writes their derivatives to
-    /// `dyda`, addressed from 1.
-    virtual double Evaluate(double x, const double* a, double* dyda, std::vector<int>& touched) = 0;
+    /// Prepares for evaluations with the parameters `a`. Answers false when the model has no value
+    /// for them.
+    virtual bool Begin(std::span<const double> a) = 0;
+    /// Returns y at `x` for the parameters `a`, and appends its derivatives to `partials`, which is
+    /// empty. Parameters that are not listed have none; what is listed for the same one adds up. No
+    /// more entries than parameters.
+    virtual double Evaluate(double x, std::span<const double> a,
+                            std::vector<mrqm_sPartial>& partials) = 0;
 };
 
-/// One fit: the points, which parameters vary, and the state between steps.
+/// One fit: the points, which parameters vary, and the state between steps. Each point costs the
+/// square of the number of parameters that it depends on. Steps allocate nothing.
 ///
 /// Source: D. W. Marquardt, An algorithm for least-squares estimation of nonlinear parameters, SIAM
 /// Journal 11 (1963).
@@ -34,33 +45,33 @@ public:
 
     /// One step: solves the normal equations, their diagonal raised by the factor 1 + Lambda(), and
     /// takes the new parameters when they lower chi-squared, dividing lambda by 10; otherwise
-    /// multiplies it by 10. The first step begins with lambda 0.001. Throws rcps_cRecipesException
+    /// multiplies it by 10. The first step begins with lambda 0.001. Parameters for which the model
+    /// has no value are worse than any others. Throws rcps_cRecipesException
     /// when the equations are singular.
     void Step();
     /// Computes the covariance matrix from the equations as they are. Throws as Step.
     void Finish();
 
-    /// The parameters, from index 0.
-    std::span<const double> Parameters() const noexcept {
-        return std::span(parameters_).subspan(1);
-    }
-    /// The sum of the squared, weighted residuals at Parameters().
-    double ChiSquared() const noexcept { return chiSquared_; }
+    /// The parameters.
+    std::span<const double> Parameters() const noexcept { return parameters_; }
+    /// The sum of the squared, weighted residuals at Parameters(); 0 before the first step.
+    double ChiSquared() const noexcept { return current_.chiSquared; }
     /// The damping; -1 before the first step.
     double Lambda() const noexcept { return lambda_; }
-    /// Element (i, j) of the covariance matrix, from index 0; 0 for a parameter that is fixed.
-    /// Valid after Finish().
-    double Covariance(int i, int j) const;
+    /// Element (i, j) of the covariance matrix; 0 for a parameter that is fixed. Valid after
+    /// Finish().
+    double Covariance(std::size_t i, std::size_t j) const;
 
 private:
-    /// The normal equations of the fitted parameters at some place, addressed from 0.
+    /// The normal equations of the fitted parameters at some place.
     struct sEquations {
         std::vector<double> curvature;
         std::vector<double> gradient;
         double chiSquared = 0;
     };
+    static constexpr std::size_t fixed = static_cast<std::size_t>(-1);
 
-    void Evaluate(const std::vector<double>& parameters, sEquations& equations);
+    void Evaluate(std::span<const double> parameters, sEquations& equations);
     void Solve();
     double& At(std::vector<double>& matrix, std::size_t row, std::size_t column) const {
         return matrix[row * fitted_.size() + column];
@@ -68,24 +79,22 @@ private:
 
     std::span<const double> x_;
     std::span<const double> y_;
-    std::span<const double> sig_;
+    std::vector<double> weights_; // 1 / sig^2
     mrqm_cModel& model_;
 
-    std::vector<double> parameters_; // from 1
-    std::vector<double> trial_;      // from 1
-    std::vector<int> fitted_;        // the parameters that vary, from 1
-    std::vector<int> place_;         // of a parameter in fitted_, or -1
-    std::vector<double> derivatives_;
-    std::vector<int> touched_;
+    std::vector<double> parameters_;
+    std::vector<double> trial_;
+    std::vector<std::size_t> fitted_; // the parameters that vary
+    std::vector<std::size_t> place_;  // of each parameter in fitted_
+    std::vector<mrqm_sPartial> partials_;
 
     sEquations current_;
     sEquations tried_;
     std::vector<double> matrix_; // augmented curvature; after Solve its inverse
     std::vector<double> step_;
-    std::vector<int> pivotRow_;
-    std::vector<int> pivotColumn_;
+    std::vector<std::size_t> pivotRow_;
+    std::vector<std::size_t> pivotColumn_;
     std::vector<char> isUsed_;
-    double chiSquared_ = 0;
     double lambda_ = -1;
 };
 

@@ -45,9 +45,10 @@ protected:
 /// subtracted over the peak's integration window.
 ///
 ///     pwft_cMultiPowerLawFitFunc background(1, selection);
-///     background.AddPeak(6.93, 0.15, 0.4, -0.15, 0.3); // fit over [6.38, 6.78), sum over
-///     [6.78, 7.08) background.Refit(spectrum); background.PeakIntensity(6.93); // counts times
-///     units
+///     // Fitted over [6.38, 6.78), summed over [6.78, 7.08).
+///     background.AddPeak(6.93, 0.15, 0.4, -0.15, 0.3);
+///     background.Refit(spectrum);
+///     background.PeakIntensity(6.93); // counts times units
 class DATAPROCESSING_EXPORT pwft_cMultiPowerLawFitFunc : public ftfn_c1DFittingFunction {
 public:
     /// No peak; each will have a power law of this order. The selection takes no part in the fits.
