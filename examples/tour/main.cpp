@@ -31,6 +31,7 @@ constexpr Step steps[] = {
     {"Numbers and their types", stepTypes},
     {"An image: dark and gain correction", stepImage},
     {"Two spectra: subtraction with alignment", stepSpectra},
+    {"Lines: masks, extrema, statistics", stepLines},
 };
 
 /// Makes the directory and goes there, so that no path ever reaches gnuplot.
@@ -68,7 +69,7 @@ void run(const Options& options) {
         std::cout << "   pictures: none, because gnuplot (with pngcairo) is not installed\n";
 
     Story story{std::move(spectrum), std::move(blank), blankScale, hasSpectrum, std::move(image),
-                std::cout,           canvas,           {},         {}};
+                std::cout,           canvas,           {},         {},          {}};
     int number = 0;
     for (const Step& step : steps) {
         std::cout << '\n' << ++number << ". " << step.title << "\n\n";

@@ -70,12 +70,12 @@ void stepImage(Story& story) {
     text << "\n   off from the scene, root mean square: " << error(raw, scene) << " raw, "
          << error(story.corrected, scene) << " corrected\n";
 
-    story.canvas.DrawImages("image-correction.png",
-                            {{"raw", frames.raw, "counts"},
-                             {"corrected", story.corrected, story.scene.quantity},
-                             {"dark", frames.dark, "counts"},
-                             {"gain = flat - dark", gain, "counts"}},
-                            story.scene.unit);
+    story.canvas.DrawTiles("image-correction.png",
+                           {Panel{"raw", frames.raw, "counts"},
+                            Panel{"corrected", story.corrected, story.scene.quantity},
+                            Panel{"dark", frames.dark, "counts"},
+                            Panel{"gain = flat - dark", gain, "counts"}},
+                           story.scene.unit);
 
     const int row = scene.SizeY() / 2;
     story.canvas.DrawCurves(

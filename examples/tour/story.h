@@ -1,8 +1,10 @@
 #pragma once
 
 #include <ostream>
+#include <vector>
 
 #include "canvas.h"
+#include "lines.h"
 #include "measurement.h"
 
 namespace tour {
@@ -21,6 +23,7 @@ struct Story {
 
     darr_c2DArray corrected; ///< the image, after its correction
     darr_c1DArray net;       ///< the spectrum without its background
+    std::vector<Line> lines; ///< those that were found; none when there is no usable peak
 };
 
 /// @name The steps, each in a file of its own
@@ -28,6 +31,7 @@ struct Story {
 void stepTypes(Story& story);
 void stepImage(Story& story);
 void stepSpectra(Story& story);
+void stepLines(Story& story);
 /// @}
 
 } // namespace tour
