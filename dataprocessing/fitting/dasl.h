@@ -64,8 +64,9 @@ public:
     /// of the first element of each range is its calibrated one, each next one a delta further by
     /// addition. Of complex data the real parts are taken.
     ///
-    /// Throws what darr_c1DArray::Selection and conv_Convert throw; `x` and `y` then hold what was
-    /// gathered so far.
+    /// Throws the index error for a range with a NaN bound and for data of delta 0, and
+    /// expt_cProgramException for an unknown element type or index rule; `x` and `y` then hold what
+    /// was gathered so far.
     void FillXY(const darr_c1DArray& data, arr_cC_Array<double>& x, arr_cC_Array<double>& y) const;
 
     /// The ranges, in the order in which they were added, as removals have changed it.

@@ -20,6 +20,7 @@ public:
 
     void Run() {
         Bidiagonalise();
+        unit_ = std::ldexp(1.0, -std::clamp(std::ilogb(norm_), -1000, 1000));
         AccumulateRight();
         AccumulateLeft();
         for (int k = n_; k >= 1; --k)
@@ -254,15 +255,14 @@ private:
 
     /// The first element of the shifted matrix that a sweep over rows l to k begins with.
     double Shifted(int l, int k) {
-        const double x = w_[l];
-        const double y = w_[k - 1];
-        const double z = w_[k];
-        const double g = super_[k - 1];
-        const double h = super_[k];
-        // Quotients before products, so that no square overflows or underflows.
-        const double f = ((y - z) / h * ((y + z) / y) + (g - h) / h * ((g + h) / y)) / 2;
+        const double x = unit_ * w_[l];
+        const double y = unit_ * w_[k - 1];
+        const double z = unit_ * w_[k];
+        const double g = unit_ * super_[k - 1];
+        const double h = unit_ * super_[k];
+        const double f = ((y - z) * (y + z) + (g - h) * (g + h)) / (2 * h * y);
         const double root = std::copysign(pythag(f, 1), f);
-        return (x - z) * ((x + z) / x) + h / x * (y / (f + root) - h);
+        return ((x - z) * (x + z) + h * (y / (f + root) - h)) / x / unit_;
     }
 
     /// Rotates columns p and q of a matrix.
@@ -283,6 +283,7 @@ private:
     cVector<double> super_;
     cVector<double> sums_; // one for each column, for whatever step is under way
     double norm_ = 0;
+    double unit_ = 1; // a power of two that brings the norm near 1, where squares are safe
 };
 
 } // namespace

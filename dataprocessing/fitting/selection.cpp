@@ -2,6 +2,11 @@
 #include <utility>
 
 #include "dataprocessing/fitting/dasl.h"
+#include "dataprocessing/valuemodel/conv_check.h"
+#include "dataprocessing/valuemodel/view.h"
+#include "dataprocessing/valuemodel/view_make.h"
+
+using namespace dataprocessing::detail;
 
 dasl_c1DDataArraySelection::dasl_c1DDataArraySelection(rnge_eIndexSelect select)
     : select_(select) {}
@@ -80,22 +85,24 @@ void dasl_c1DDataArraySelection::FillXY(const darr_c1DArray& data, arr_cC_Array<
     for (const hndl_cHandle<rnge_c1DRange>& range : rangeList_) {
         // Elements outside of the array would be zeros that nobody measured.
         const rnge_c1DIndexRange all(*range, data.Cal(), select_);
-        darr_c1DArray piece = data.Selection(std::clamp(all.First(), 0, data.Size()),
-                                             std::clamp(all.Last(), 0, data.Size()));
-        if (piece.Size() == 0)
+        view_cAxis inside = view_X(data);
+        inside.Select(std::clamp(all.First(), 0, data.Size()),
+                      std::clamp(all.Last(), 0, data.Size()));
+        if (inside.Count() == 0)
             continue;
-        piece.Convert(dtyp_Double);
+        conv_Check(data.DataType(), dtyp_Double, conv_RealPart);
+        const view_cView piece(data.Data(), data.DataType(), dtyp_Double, inside, view_Y(data));
 
         const int gathered = x.Size();
         arr_cC_Array<double> longerX(
-            arr_CheckedSize(static_cast<long long>(gathered) + piece.Size()));
+            arr_CheckedSize(static_cast<long long>(gathered) + inside.Count()));
         arr_cC_Array<double> longerY(longerX.Size());
         longerX.CopyIn(x.Data(), gathered, 0, 0);
         longerY.CopyIn(y.Data(), gathered, 0, 0);
-        longerY.CopyIn(piece.Elements<double>().data(), piece.Size(), 0, gathered);
-        double position = piece.Cal().Position(0);
-        for (int i = gathered; i < longerX.Size(); ++i) {
-            longerX[i] = position;
+        piece.Fetch(0, piece.Count(), longerY.Data() + gathered);
+        double position = inside.Start();
+        for (double* element = longerX.begin() + gathered; element != longerX.end(); ++element) {
+            *element = position;
             position += data.Cal().Delta();
         }
         x = std::move(longerX);
