@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "dataprocessing/fitting/dasl.h"
+#include "dataprocessing/valuemodel/expt.h"
 #include "tests/failing_new.h"
 #include "tests/fitting/listener.h"
 
@@ -520,6 +521,11 @@ TEST(SelectedPoints, EveryElementTypeBecomesDouble) {
             conv_Convert(data, dtyp_cDataType(static_cast<dtyp_eDataType>(code)), conv_RealPart);
         EXPECT_EQ(taken({1, 3}, typed), (Points{{1, 2}, {7, 7}})) << code;
     }
+}
+
+TEST(SelectedPoints, UnknownElementTypeIsRefused) {
+    const darr_c1DArray data(4, dtyp_cDataType(42), cal_c1DArrayCal::Default);
+    EXPECT_THROW(taken({1, 3}, data), expt_cProgramException);
 }
 
 TEST(SelectedPoints, DataIsNotChanged) {

@@ -1,0 +1,719 @@
+#include <algorithm>
+#include <cmath>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <new>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "dataprocessing/fitting/gsft.h"
+#include "dataprocessing/fitting/gsft_deviations.h"
+#include "dataprocessing/fitting/pwft.h"
+#include "tests/failing_new.h"
+
+namespace {
+
+constexpr double inf = std::numeric_limits<double>::infinity();
+const double nan = std::nan("");
+constexpr double smallestNormal = 2.2250738585072014e-308;
+const double fwhmOfWidth = 2 * std::sqrt(std::log(2.0));
+
+template<class Call>
+void expectRefusal(int line, const Call& call) {
+    try {
+        call();
+        FAIL() << "line " << line;
+    } catch (const expt_cProgramException& e) {
+        EXPECT_EQ(e.SourceFile(), "gaussfit");
+        EXPECT_EQ(e.Line(), line);
+        EXPECT_EQ(dynamic_cast<const expt_cUserException*>(&e), nullptr);
+    }
+}
+
+/// A function whose fit can be called with points of the test's own.
+class Function : public gsft_c1DGaussianFittingFunction {
+public:
+    using gsft_c1DGaussianFittingFunction::gsft_c1DGaussianFittingFunction;
+    using gsft_c1DGaussianFittingFunction::RefitValues;
+};
+
+/// Everything that a fit refers to.
+struct Spectrometer {
+    dasl_c1DDataArraySelection selection{rnge_IndexNearest};
+    std::deque<gsft_cGaussian> peaks;
+    list_cPtrList<gsft_cGaussian> list;
+    cal_c1DArrayCal cal;
+    type_cBoolean fitCalibration = false;
+    gsft_cResolution resolution{50, 16};
+    type_cBoolean fitResolution = false;
+    Function function{selection, list, cal, fitCalibration, resolution, fitResolution};
+
+    Spectrometer() = default;
+    Spectrometer(const Spectrometer&) = delete;
+
+    gsft_cGaussian& add(double amplitude, double center) {
+        peaks.emplace_back(amplitude, center, 1.0);
+        list.Append(&peaks.back());
+        return peaks.back();
+    }
+    void refit(const std::vector<double>& y) {
+        arr_cC_Array<double> x(static_cast<int>(y.size()));
+        for (int i = 0; i < x.Size(); ++i)
+            x[i] = cal.Position(i);
+        function.RefitValues(x, arr_cC_Array<double>(std::span<const double>(y)));
+    }
+    /// All that a fit may change.
+    std::vector<double> state() const {
+        std::vector<double> all{cal.Offset(),
+                                cal.Delta(),
+                                static_cast<double>(cal.CalIndex()),
+                                resolution.ReferencePosition(),
+                                resolution.ReferenceFWHM(),
+                                function.ChiSquared()};
+        for (const gsft_cGaussian& peak : peaks)
+            all.insert(all.end(), {peak.Amplitude(), peak.Center(), peak.Width()});
+        return all;
+    }
+};
+
+double widthOf(const gsft_cResolution& law, double center) {
+    return std::sqrt((center - law.ReferencePosition()) * 2.3 +
+                     law.ReferenceFWHM() * law.ReferenceFWHM()) /
+           fwhmOfWidth;
+}
+
+/// A peak as a fit sees it, with nothing from three widths on.
+double peakAt(double u, double amplitude, double center, double width) {
+    const double t = (u - center) / width;
+    return std::fabs(t) < 3 ? amplitude * std::exp(-t * t) : 0.0;
+}
+
+std::vector<double> spectrumOf(int count, const cal_c1DArrayCal& cal, const gsft_cResolution& law,
+                               const std::vector<double>& amplitudes,
+                               const std::vector<double>& centers) {
+    std::vector<double> y(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        for (std::size_t k = 0; k < amplitudes.size(); ++k)
+            y[static_cast<std::size_t>(i)] +=
+                peakAt(cal.Position(i), amplitudes[k], centers[k], widthOf(law, centers[k]));
+    return y;
+}
+
+/// The deviations, looked for channel by channel.
+std::vector<double> naiveDeviations(const std::vector<double>& y) {
+    const int n = static_cast<int>(y.size());
+    std::vector<double> result;
+    for (int i = 0; i < n; ++i) {
+        double s = std::fabs(y[static_cast<std::size_t>(i)]);
+        for (int d = 1; d <= std::max(i, n - 1 - i) && s < type_MinValue; ++d)
+            s = (std::fabs(y[static_cast<std::size_t>(std::max(i - d, 0))]) +
+                 std::fabs(y[static_cast<std::size_t>(std::min(i + d, n - 1))])) /
+                2;
+        if (s < type_MinValue)
+            s = 1;
+        result.push_back(std::sqrt(s));
+    }
+    return result;
+}
+
+} // namespace
+
+TEST(Gaussian, HasHeightPositionWidthAndNoReference) {
+    gsft_cGaussian peak(3, 4, 5);
+    EXPECT_EQ(peak.Amplitude(), 3);
+    EXPECT_EQ(peak.Center(), 4);
+    EXPECT_EQ(peak.Width(), 5);
+    EXPECT_FALSE(peak.HasReference());
+    EXPECT_TRUE(peak.hRefGaussian().IsEmpty());
+    peak.SetAmplitude(-6);
+    peak.SetCenter(7);
+    peak.SetWidth(-8); // unchecked
+    EXPECT_EQ(peak.Amplitude(), -6);
+    EXPECT_EQ(peak.Center(), 7);
+    EXPECT_EQ(peak.Width(), -8);
+}
+
+TEST(Gaussian, WidthBelowTheSmallestNormalIsRefused) {
+    for (const double width : {0.0, -1.0, -inf, std::nextafter(smallestNormal, 0.0)})
+        expectRefusal(132, [&] { gsft_cGaussian(1, 2, width); });
+    EXPECT_EQ(gsft_cGaussian(1, 2, smallestNormal).Width(), smallestNormal);
+}
+
+TEST(Gaussian, CopiesKeepTheReference) {
+    gsft_cGaussian reference(10, 0, 1), peak(5, 1, 1), assigned(7, 2, 2);
+    peak.SetRefGaussian(reference);
+    const gsft_cGaussian copy(peak);
+    assigned = peak;
+    for (const gsft_cGaussian& each : {copy, assigned}) {
+        EXPECT_EQ(each.Amplitude(), 5);
+        EXPECT_EQ(each.Center(), 1);
+        EXPECT_EQ(each.Width(), 1);
+        EXPECT_EQ(each.hRefGaussian().Get(), &reference);
+    }
+    peak.SetRefGaussian({});
+    EXPECT_FALSE(peak.HasReference());
+}
+
+TEST(Gaussian, ValueIsNothingFromFourWidthsOn) {
+    const gsft_cGaussian peak(2, 10, 0.5);
+    EXPECT_EQ(peak.Value(10), 2);
+    EXPECT_NEAR(peak.Value(10.5), 2 / std::exp(1.0), 1e-15);
+    EXPECT_NEAR(peak.Value(10 - fwhmOfWidth * 0.25), 1, 1e-15);
+    EXPECT_EQ(peak.Value(12), 0);
+    EXPECT_EQ(peak.Value(8), 0);
+    EXPECT_EQ(peak.Value(inf), 0);
+    for (const double inside : {std::nextafter(12.0, 0.0), std::nextafter(8.0, 20.0)}) {
+        EXPECT_GT(peak.Value(inside), 0);
+        EXPECT_LT(peak.Value(inside), 1e-6);
+    }
+    EXPECT_TRUE(std::isnan(peak.Value(nan)));
+}
+
+TEST(Gaussian, IntensityIsNotTheIntegral) {
+    EXPECT_DOUBLE_EQ(gsft_cGaussian(3, 0, 2).Intensity(), 3 * std::sqrt(3.14159265358979323846));
+    EXPECT_DOUBLE_EQ(gsft_cGaussian(-3, 9, 8).Intensity(), -6 * std::sqrt(3.14159265358979323846));
+}
+
+TEST(Gaussian, RatioNeedsAReferenceWithAnAmplitude) {
+    gsft_cGaussian reference(-8, 0, 1), peak(2, 1, 1);
+    expectRefusal(199, [&] { peak.AmplitudeRatio(); });
+    expectRefusal(214, [&] { peak.SetAmplitudeFromRatio(1); });
+    EXPECT_EQ(peak.Amplitude(), 2);
+    peak.SetRefGaussian(reference);
+    EXPECT_EQ(peak.AmplitudeRatio(), -0.25);
+    peak.SetAmplitudeFromRatio(0.5);
+    EXPECT_EQ(peak.Amplitude(), -4);
+    for (const double nothing : {0.0, -0.0, std::nextafter(smallestNormal, 0.0), -1e-310}) {
+        reference.SetAmplitude(nothing);
+        EXPECT_THROW(peak.AmplitudeRatio(), gsft_cFitException);
+        peak.SetAmplitudeFromRatio(0.5);
+    }
+    reference.SetAmplitude(smallestNormal);
+    peak.SetAmplitude(2 * smallestNormal);
+    EXPECT_EQ(peak.AmplitudeRatio(), 2);
+}
+
+TEST(Resolution, WidthGrowsWithTheRootOfThePosition) {
+    const gsft_cResolution law(5900, 140);
+    EXPECT_EQ(law.ReferencePosition(), 5900);
+    EXPECT_EQ(law.ReferenceFWHM(), 140);
+    EXPECT_EQ(law.FWHM(5900), 140);
+    EXPECT_DOUBLE_EQ(law.FWHM(6900), std::sqrt(2300.0 + 19600));
+    EXPECT_DOUBLE_EQ(law.FWHM(4900), std::sqrt(19600.0 - 2300));
+}
+
+TEST(Resolution, HasNoValueWhereTheRadicandIsNotPositive) {
+    const gsft_cResolution law(10, std::sqrt(2.3));
+    EXPECT_TRUE(law.HasValue(9.1));
+    for (const double x : {8.9, -inf, nan}) {
+        EXPECT_FALSE(law.HasValue(x));
+        EXPECT_THROW(law.FWHM(x), gsft_cFitException);
+    }
+    EXPECT_THROW(gsft_cResolution(0, 0).FWHM(0), gsft_cFitException);
+    try {
+        law.FWHM(nan);
+    } catch (const expt_cUserException& e) {
+        EXPECT_EQ(e.SourceFile(), "gaussfit");
+        EXPECT_FALSE(std::string(e.Message().Text()).empty());
+    }
+}
+
+TEST(Deviations, ChannelsWithoutCountsTakeThoseOfTheirNeighbours) {
+    using dataprocessing::detail::gsft_Deviations;
+    const std::vector<double> y{0, 0, -9, 0, 0, 0, 25};
+    const std::vector<double> expected{std::sqrt(4.5),  std::sqrt(4.5),  3, std::sqrt(4.5),
+                                       std::sqrt(17.0), std::sqrt(12.5), 5};
+    const std::vector<double> found = gsft_Deviations(y);
+    for (std::size_t i = 0; i < y.size(); ++i)
+        EXPECT_DOUBLE_EQ(found[i], expected[i]) << i;
+    EXPECT_EQ(gsft_Deviations(std::vector<double>(5, 0.0)), std::vector<double>(5, 1.0));
+    EXPECT_EQ(gsft_Deviations(std::vector<double>{}), std::vector<double>{});
+}
+
+TEST(Deviations, EqualThoseLookedForChannelByChannel) {
+    std::mt19937 random(3);
+    const std::vector<double> values{
+        0.0,   -0.0, type_MinValue * 0.9, type_MinValue, 1.5e-38, 4.0, -7.0,
+        1e300, inf,  type_MinValue / 2};
+    for (int round = 0; round < 5000; ++round) {
+        std::vector<double> y(random() % 60);
+        const unsigned density = 1 + random() % 12;
+        for (double& value : y)
+            value = random() % density == 0 ? values[random() % values.size()] : 0.0;
+        EXPECT_EQ(dataprocessing::detail::gsft_Deviations(y), naiveDeviations(y));
+    }
+}
+
+TEST(Deviations, NotANumberStaysOne) {
+    const std::vector<double> found =
+        dataprocessing::detail::gsft_Deviations(std::vector<double>{0, nan, 4});
+    EXPECT_TRUE(std::isnan(found[0]));
+    EXPECT_TRUE(std::isnan(found[1]));
+    EXPECT_EQ(found[2], 2);
+}
+
+TEST(Deviations, LongEmptyStretchesCostNoMoreThanOthers) {
+    // Millions of channels would take hours one by one.
+    std::vector<double> y(4000000);
+    y.front() = 4;
+    y.back() = 16;
+    const std::vector<double> found = dataprocessing::detail::gsft_Deviations(y);
+    EXPECT_EQ(found[1], std::sqrt(2.0));
+    EXPECT_EQ(found[y.size() - 2], std::sqrt(8.0));
+}
+
+TEST(GaussianFit, CurveIsTheSumOfThePeaks) {
+    Spectrometer setup;
+    setup.add(2, 3).SetWidth(0.5);
+    setup.add(5, 4).SetWidth(2);
+    arr_cC_Array<double> x({3, 4, 5.5}), y(3);
+    setup.function.LoadValues(x, y);
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(y[i], setup.peaks[0].Value(x[i]) + setup.peaks[1].Value(x[i]));
+    arr_cC_Array<double> curve(4);
+    setup.function.Load(curve, cal_c1DArrayCal(4, 0.25, 2));
+    EXPECT_EQ(curve[0], setup.peaks[0].Value(3.5) + setup.peaks[1].Value(3.5));
+    EXPECT_EQ(curve[3], setup.peaks[0].Value(4.25) + setup.peaks[1].Value(4.25));
+}
+
+TEST(GaussianFit, CurveNeedsPointsInPairs) {
+    Spectrometer setup;
+    arr_cC_Array<double> none, one(1), two(2);
+    expectRefusal(302, [&] { setup.function.LoadValues(one, two); });
+    expectRefusal(304, [&] { setup.function.LoadValues(none, none); });
+    expectRefusal(304, [&] { setup.function.Load(none, cal_c1DArrayCal()); });
+}
+
+TEST(GaussianFit, FitNeedsPointsInPairs) {
+    Spectrometer setup;
+    setup.add(1, 2);
+    const arr_cC_Array<double> none, one(1), two(2);
+    expectRefusal(334, [&] { setup.function.RefitValues(one, two); });
+    expectRefusal(336, [&] { setup.function.RefitValues(none, none); });
+    expectRefusal(336, [&] { setup.function.Refit(darr_c1DArray(5, 1.0, cal_c1DArrayCal())); });
+    EXPECT_EQ(setup.function.ChiSquared(), 0);
+}
+
+TEST(GaussianFit, ReferencesMustBeUncoupledPeaksOfTheList) {
+    const std::vector<double> y(100, 5.0);
+    Spectrometer setup;
+    setup.add(1, 60);
+    gsft_cGaussian& coupled = setup.add(1, 70);
+    gsft_cGaussian& second = setup.add(1, 80);
+    gsft_cGaussian stranger(0, 1, 1);
+    const std::vector<double> before = setup.state();
+    coupled.SetRefGaussian(stranger);
+    expectRefusal(1, [&] { setup.refit(y); });
+    coupled.SetRefGaussian(coupled);
+    expectRefusal(2, [&] { setup.refit(y); });
+    coupled.SetRefGaussian(setup.peaks[0]);
+    second.SetRefGaussian(coupled);
+    expectRefusal(2, [&] { setup.refit(y); });
+    EXPECT_EQ(setup.state(), before);
+}
+
+TEST(GaussianFit, FailuresChangeNothing) {
+    const std::vector<double> y = spectrumOf(200, {}, {50, 16}, {100, 40}, {80, 120});
+    struct Row {
+        std::string what;
+        std::function<void(Spectrometer&)> spoil;
+        bool isSingular;
+    };
+    const std::vector<Row> rows{
+        {"reference without amplitude", [](Spectrometer& s) { s.peaks[0].SetAmplitude(0); }, false},
+        {"no width at a peak",
+         [](Spectrometer& s) {
+             s.resolution = {100, 6};
+         },
+         false},
+        {"no center", [](Spectrometer& s) { s.peaks[1].SetCenter(nan); }, false},
+        {"no resolution",
+         [](Spectrometer& s) {
+             s.resolution = {50, nan};
+         },
+         false},
+        {"a peak without points", [](Spectrometer& s) { s.add(1, 900); }, true},
+        {"a derivative that is zero",
+         [](Spectrometer& s) {
+             s.resolution = {-50, 0};
+             s.fitResolution = true;
+         },
+         true}};
+    for (const Row& row : rows) {
+        Spectrometer setup;
+        setup.add(90, 80);
+        setup.add(50, 120).SetRefGaussian(setup.peaks[0]);
+        setup.refit(y);
+        row.spoil(setup);
+        const std::vector<double> before = setup.state();
+        if (row.isSingular)
+            EXPECT_THROW(setup.refit(y), rcps_cRecipesException) << row.what;
+        else
+            EXPECT_THROW(setup.refit(y), gsft_cFitException) << row.what;
+        const std::vector<double> after = setup.state();
+        for (std::size_t i = 0; i < before.size(); ++i)
+            EXPECT_TRUE(before[i] == after[i] || std::isnan(before[i])) << row.what << i;
+    }
+}
+
+TEST(GaussianFit, ExactPeakIsFoundFromAnyHeight) {
+    const std::vector<double> y = spectrumOf(128, {}, {50, 16}, {1000}, {61.25});
+    for (const double start : {0.0, 1.0, 1000.0, -500.0, 1e6}) {
+        Spectrometer setup;
+        setup.add(start, 61.25);
+        setup.refit(y);
+        EXPECT_NEAR(setup.peaks[0].Amplitude(), 1000, 1e-9);
+        EXPECT_LT(setup.function.ChiSquared(), 1e-20);
+        EXPECT_EQ(setup.peaks[0].Center(), 61.25);
+        EXPECT_EQ(setup.peaks[0].Width(), 1);
+        EXPECT_EQ(setup.resolution.ReferenceFWHM(), 16);
+        EXPECT_EQ(setup.cal, cal_c1DArrayCal());
+    }
+}
+
+TEST(GaussianFit, ZeroChiSquaredEndsTheFit) {
+    // The start is the solution: no step ever lowers chi-squared.
+    Spectrometer setup;
+    setup.add(1000, 61.25);
+    setup.refit(spectrumOf(128, {}, {50, 16}, {1000}, {61.25}));
+    EXPECT_EQ(setup.peaks[0].Amplitude(), 1000);
+    EXPECT_LT(setup.function.ChiSquared(), 1e-30);
+    Spectrometer none;
+    none.refit(std::vector<double>(10, 2.0));
+    EXPECT_EQ(none.function.ChiSquared(), 10 * 2.0 / 10 / 2.0);
+}
+
+TEST(GaussianFit, NoiseFreeSpectraGiveTheirAmplitudesBack) {
+    std::mt19937 random(11);
+    const auto between = [&](double low, double high) {
+        return std::uniform_real_distribution<>(low, high)(random);
+    };
+    const gsft_cResolution law(50, 16);
+    struct Row {
+        double resolution, offset, scale;
+        bool fitsCalibration, fitsResolution;
+    };
+    const std::vector<Row> rows{{1, 0, 1, false, false},        {1, 0.5, 1, true, false},
+                                {1, -0.5, 1.0003, true, false}, {1.2, 0, 1, false, true},
+                                {0.8, 0, 1, false, true},       {1.2, 0.5, 1, true, true},
+                                {0.8, 0.5, 1, true, true},      {0.8, -0.5, 0.9997, true, true}};
+    for (const Row& row : rows)
+        for (std::size_t count = 1; count <= 20; ++count) {
+            if (count == 1 && row.fitsCalibration)
+                continue; // one peak tells nothing about the scale
+            const cal_c1DArrayCal truth(3, 1, 3);
+            std::vector<double> amplitudes, centers;
+            for (std::size_t k = 0; k < count; ++k) {
+                const double spacing = 900.0 / static_cast<double>(count);
+                amplitudes.push_back(between(100, 10000));
+                centers.push_back(60 + spacing * (static_cast<double>(k) + between(0.2, 0.8)));
+            }
+            std::vector<int> reference(count, -1);
+            for (std::size_t k = 2; k < count; k += 3)
+                reference[k] = static_cast<int>(k) - 2;
+
+            Spectrometer setup;
+            setup.cal = truth;
+            setup.cal.SetOffset(3 + row.offset * widthOf(law, centers[0]));
+            setup.cal.SetDelta(row.scale);
+            setup.resolution.SetReferenceFWHM(16 * row.resolution);
+            setup.fitCalibration = row.fitsCalibration;
+            setup.fitResolution = row.fitsResolution;
+            for (std::size_t k = 0; k < count; ++k) {
+                gsft_cGaussian& peak = setup.add(amplitudes[k] * between(0.5, 1.5), centers[k]);
+                if (reference[k] >= 0) {
+                    const auto r = static_cast<std::size_t>(reference[k]);
+                    peak.SetRefGaussian(setup.peaks[r]);
+                    peak.SetAmplitudeFromRatio(amplitudes[k] / amplitudes[r]);
+                }
+            }
+            setup.refit(spectrumOf(1024, truth, law, amplitudes, centers));
+            for (std::size_t k = 0; k < count; ++k)
+                EXPECT_NEAR(setup.peaks[k].Amplitude(), amplitudes[k], 1e-6 * amplitudes[k])
+                    << count << " peaks, " << row.resolution << ", " << row.offset;
+            EXPECT_NEAR(setup.cal.Offset(), 3, 1e-6);
+            EXPECT_NEAR(setup.cal.Delta(), 1, 1e-9);
+            EXPECT_EQ(setup.cal.CalIndex(), 3);
+            EXPECT_NEAR(setup.resolution.ReferenceFWHM(), 16, 1e-6);
+            EXPECT_LT(setup.function.ChiSquared(), 1e-15);
+        }
+}
+
+TEST(GaussianFit, PeaksMayBeListedInAnyOrder) {
+    const std::vector<double> centers{500, 100, 700, 300, 320}, amplitudes{10, 20, 30, 40, 50};
+    Spectrometer setup;
+    for (const double center : centers)
+        setup.add(1, center);
+    setup.peaks[0].SetAmplitude(3); // 0.3 of the one at 700, which comes later
+    setup.peaks[0].SetRefGaussian(setup.peaks[2]);
+    setup.peaks[2].SetAmplitude(9);
+    setup.refit(spectrumOf(800, {}, {50, 16}, amplitudes, centers));
+    for (std::size_t k = 1; k < 5; ++k)
+        EXPECT_NEAR(setup.peaks[k].Amplitude(), amplitudes[k], 1e-9);
+    EXPECT_NEAR(setup.peaks[0].Amplitude(), 10, 1e-9);
+}
+
+TEST(GaussianFit, PointsMayComeInAnyOrderAndTwice) {
+    const std::vector<double> centers{100, 300}, amplitudes{10, 20};
+    const std::vector<double> y = spectrumOf(400, {}, {50, 16}, amplitudes, centers);
+    const darr_c1DArray data{std::span<const double>(y)};
+    Spectrometer setup;
+    setup.add(1, 100);
+    setup.add(1, 300);
+    setup.selection.AddLocalRange({250, 400});
+    setup.selection.AddLocalRange({80, 120});
+    setup.selection.AddLocalRange({90, 310});
+    setup.function.Refit(data);
+    EXPECT_NEAR(setup.peaks[0].Amplitude(), 10, 1e-9);
+    EXPECT_NEAR(setup.peaks[1].Amplitude(), 20, 1e-9);
+}
+
+TEST(GaussianFit, AmplitudesAreWeightedByTheDeviations) {
+    std::mt19937 random(5);
+    for (int round = 0; round < 50; ++round) {
+        std::vector<double> y;
+        for (int i = 0; i < 120; ++i)
+            y.push_back(random() % 3 == 0 ? 0.0 : static_cast<double>(random() % 50));
+        Spectrometer setup;
+        setup.add(5, 60);
+        setup.refit(y);
+        const std::vector<double> sigma = naiveDeviations(y);
+        double up = 0, down = 0, chiSquared = 0, sum = 0;
+        const double width = widthOf({50, 16}, 60);
+        for (std::size_t i = 0; i < y.size(); ++i) {
+            const double e = peakAt(static_cast<double>(i), 1, 60, width);
+            up += e * y[i] / (sigma[i] * sigma[i]);
+            down += e * e / (sigma[i] * sigma[i]);
+        }
+        for (std::size_t i = 0; i < y.size(); ++i) {
+            const double e = peakAt(static_cast<double>(i), up / down, 60, width);
+            chiSquared += (y[i] - e) * (y[i] - e) / (sigma[i] * sigma[i]);
+            sum += y[i];
+        }
+        EXPECT_NEAR(setup.peaks[0].Amplitude(), up / down, 1e-5 * up / down);
+        EXPECT_NEAR(setup.function.ChiSquared(), chiSquared / sum, 1e-9 * chiSquared / sum);
+    }
+}
+
+TEST(GaussianFit, NoiseSpreadsTheAmplitudesAsTheCovarianceSays) {
+    std::mt19937 random(2024);
+    const double amplitude = 1000, width = widthOf({50, 16}, 60);
+    double sumOfShapes = 0, points = 0;
+    for (int i = 45; i < 75; ++i) {
+        sumOfShapes += peakAt(i, 1, 60, width);
+        ++points;
+    }
+    double sum = 0, squares = 0;
+    constexpr int spectra = 200;
+    for (int round = 0; round < spectra; ++round) {
+        std::vector<double> y;
+        for (int i = 0; i < 120; ++i)
+            y.push_back(
+                std::poisson_distribution<>(1e-9 + peakAt(i, amplitude, 60, width))(random));
+        Spectrometer setup;
+        setup.add(700, 60);
+        setup.selection.AddLocalRange({45, 75});
+        setup.function.Refit(darr_c1DArray(std::span<const double>(y)));
+        sum += setup.peaks[0].Amplitude();
+        squares += setup.peaks[0].Amplitude() * setup.peaks[0].Amplitude();
+    }
+    // With weights 1 / y the curvature is sum(e^2 / y), so the variance is amplitude / sum(e); a
+    // point that is low by chance weighs more, which costs each of them about one count.
+    const double deviation = std::sqrt(amplitude / sumOfShapes);
+    const double mean = sum / spectra;
+    EXPECT_NEAR(mean, amplitude - points / sumOfShapes, 4 * deviation / std::sqrt(spectra));
+    EXPECT_NEAR(std::sqrt(squares / spectra - mean * mean), deviation, 0.15 * deviation);
+}
+
+TEST(GaussianFit, CalibrationIsRefinedAtItsIndex) {
+    const cal_c1DArrayCal truth(100, 0.5, 40);
+    const gsft_cResolution law(90, 8);
+    const std::vector<double> centers{110, 170, 260}, amplitudes{300, 900, 500};
+    Spectrometer setup;
+    setup.cal = cal_c1DArrayCal(101, 0.502, 40);
+    setup.resolution = law;
+    setup.fitCalibration = true;
+    for (const double center : centers)
+        setup.add(400, center);
+    setup.selection.AddLocalRange({0, 1000});
+    const std::vector<double> spectrum = spectrumOf(500, truth, law, amplitudes, centers);
+    setup.function.Refit(darr_c1DArray(std::span<const double>(spectrum), setup.cal));
+    EXPECT_NEAR(setup.cal.Offset(), 100, 1e-8);
+    EXPECT_NEAR(setup.cal.Delta(), 0.5, 1e-10);
+    EXPECT_EQ(setup.cal.CalIndex(), 40);
+}
+
+TEST(GaussianFit, DataThatAreNotNumbersEndInAFitOrAnError) {
+    const std::vector<double> clean = spectrumOf(200, {}, {50, 16}, {100, 40}, {80, 120});
+    for (const double bad : {nan, inf, -inf, 1e308, 5e-324})
+        for (const std::size_t place : {0U, 80U, 100U, 199U})
+            for (const int settings : {0, 1, 2, 3})
+                for (const bool isEverywhere : {false, true}) {
+                    std::vector<double> y = clean;
+                    y[place] = bad;
+                    if (isEverywhere)
+                        std::fill(y.begin(), y.end(), bad);
+                    Spectrometer setup;
+                    setup.fitCalibration = (settings & 1) != 0;
+                    setup.fitResolution = (settings & 2) != 0;
+                    setup.add(90, 80);
+                    setup.add(50, 120);
+                    const std::vector<double> before = setup.state();
+                    try {
+                        setup.refit(y);
+                    } catch (const gsft_cFitException&) {
+                        EXPECT_EQ(setup.state(), before);
+                    } catch (const rcps_cRecipesException&) {
+                        EXPECT_EQ(setup.state(), before);
+                    }
+                }
+}
+
+TEST(GaussianFit, PositionsThatAreNotNumbersEndInAFitOrAnError) {
+    for (const double bad : {nan, inf, -inf, 1e300}) {
+        Spectrometer setup;
+        setup.add(90, 80);
+        arr_cC_Array<double> x(200), y(200, 10.0);
+        for (int i = 0; i < 200; ++i)
+            x[i] = i;
+        x[90] = bad;
+        setup.function.RefitValues(x, y);
+        EXPECT_TRUE(std::isfinite(setup.peaks[0].Amplitude()));
+    }
+}
+
+TEST(GaussianFit, RunningOutOfMemoryChangesNothing) {
+    const std::vector<double> y = spectrumOf(64, {}, {20, 16}, {100, 40}, {25, 45});
+    const darr_c1DArray data{std::span<const double>(y)};
+    bool isDone = false;
+    for (long allowed = 0; !isDone; ++allowed) {
+        ASSERT_LT(allowed, 1000);
+        Spectrometer setup;
+        setup.resolution = {20, 14};
+        setup.fitResolution = true;
+        setup.fitCalibration = true;
+        setup.add(90, 25);
+        setup.add(50, 45);
+        setup.selection.AddLocalRange({0, 64});
+        const std::vector<double> before = setup.state();
+        try {
+            const FailingNew failing(allowed);
+            setup.function.Refit(data);
+            isDone = true;
+        } catch (const std::bad_alloc&) {
+            EXPECT_EQ(setup.state(), before);
+        }
+    }
+}
+
+TEST(GaussianFit, IterationsAllocateNothing) {
+    const std::vector<double> y = spectrumOf(512, {}, {50, 16}, {100, 40}, {80, 220});
+    const auto allocationsFrom = [&](double resolution) {
+        Spectrometer setup;
+        setup.resolution = {50, 16 * resolution};
+        setup.fitResolution = true;
+        setup.add(100, 80);
+        setup.add(40, 220);
+        const long before = allocationCount();
+        setup.refit(y);
+        return allocationCount() - before;
+    };
+    EXPECT_EQ(allocationsFrom(1), allocationsFrom(0.8));
+    EXPECT_LT(allocationsFrom(1), 60);
+}
+
+TEST(GaussianFit, FitsOnTwoThreadsAreIndependent) {
+    const auto fit = [](double scale) {
+        const cal_c1DArrayCal truth;
+        Spectrometer setup;
+        setup.cal = cal_c1DArrayCal(2, 1, 0);
+        setup.fitCalibration = true;
+        setup.fitResolution = true;
+        const std::vector<double> centers{100, 140, 400}, amplitudes{90 * scale, 50, 70};
+        for (const double center : centers)
+            setup.add(60, center);
+        setup.refit(spectrumOf(512, truth, {50, 18}, amplitudes, centers));
+        return setup.state();
+    };
+    std::vector<std::vector<double>> alone, together(2);
+    for (const double scale : {1.0, 2.0})
+        alone.push_back(fit(scale));
+    for (int round = 0; round < 5; ++round) {
+        std::thread first([&] { together[0] = fit(1.0); });
+        std::thread second([&] { together[1] = fit(2.0); });
+        first.join();
+        second.join();
+        EXPECT_EQ(together, alone);
+    }
+}
+
+TEST(GaussianFit, CopiesReferToTheSamePeaks) {
+    Spectrometer setup;
+    setup.add(50, 60);
+    setup.refit(spectrumOf(120, {}, {50, 16}, {100}, {60}));
+    const gsft_c1DGaussianFittingFunction copy(setup.function);
+    EXPECT_EQ(copy.ChiSquared(), setup.function.ChiSquared());
+    setup.peaks[0].SetAmplitude(7);
+    arr_cC_Array<double> x({60}), y(1);
+    copy.LoadValues(x, y);
+    EXPECT_EQ(y[0], 7);
+}
+
+TEST(GaussianFit, MeasuredLineLeavesCountingNoise) {
+    const std::filesystem::path path = std::filesystem::path(__FILE__).parent_path() /
+                                       "../../../shared/data/spectra/xrf_standard.csv";
+    std::ifstream file(path);
+    if (!file)
+        GTEST_SKIP() << path << " is absent";
+    std::vector<double> counts;
+    for (std::string line; std::getline(file, line);)
+        if (!line.starts_with("#"))
+            counts.push_back(std::stod(line));
+
+    // Electron volts. The line is a close doublet, half as strong 15 eV below.
+    Spectrometer setup;
+    setup.cal = cal_c1DArrayCal(0, 4.7, 0);
+    setup.resolution = {6930, 150};
+    setup.fitCalibration = true;
+    setup.fitResolution = true;
+    gsft_cGaussian& upper = setup.add(1000, 6930.3);
+    gsft_cGaussian& lower = setup.add(510, 6915.3);
+    lower.SetRefGaussian(upper);
+    const darr_c1DArray data(std::span<const double>(counts), setup.cal);
+
+    dasl_c1DDataArraySelection unused(rnge_IndexNearest);
+    pwft_cMultiPowerLawFitFunc background(1, unused);
+    background.AddPeak(6930, 250, 150, -400, 800);
+    background.Refit(data);
+    arr_cC_Array<double> net(data.Size());
+    background.Load(net, data.Cal());
+
+    setup.selection.AddLocalRange({6930 - 100, 6930 + 100});
+    setup.function.Refit(darr_c1DArray(std::span<const double>(net), data.Cal()));
+    EXPECT_NEAR(setup.resolution.ReferenceFWHM(), 150, 15);
+
+    double sum = 0, squares = 0, products = 0, last = 0;
+    int points = 0;
+    for (int i = data.Cal().Index(6830); i < data.Cal().Index(7030); ++i, ++points) {
+        double model = 0;
+        for (const gsft_cGaussian& peak : setup.peaks)
+            model += peakAt(setup.cal.Position(i), peak.Amplitude(), peak.Center(),
+                            widthOf(setup.resolution, peak.Center()));
+        const double residual = (net[i] - model) / std::sqrt(counts[static_cast<std::size_t>(i)]);
+        sum += residual;
+        squares += residual * residual;
+        products += residual * last;
+        last = residual;
+    }
+    // Each mean as for independent residuals of unit variance, within three deviations.
+    EXPECT_NEAR(squares / points, 1, 3 * std::sqrt(2.0 / points));
+    EXPECT_NEAR(sum / points, 0, 3 / std::sqrt(points));
+    EXPECT_NEAR(products / points, 0, 3 / std::sqrt(points));
+}
