@@ -21,8 +21,10 @@ darr_c1DArray darr_c1DArray::Selection(int first, int last) const {
 
 pnum_cNumber darr_c1DArray::Value(double x, darr_eInterpolation interpolation) const {
     const double p = cal_.RealIndex(x);
-    if (Size() == 0 || std::isnan(p) || cal_.Delta() == 0)
-        arr_IndexError(0, Size());
+    if (Size() == 0)
+        arr_IndexError(0, 0);
+    if (std::isnan(p) || cal_.Delta() == 0)
+        arr_IndexError();
     switch (interpolation) {
     case darr_NoInterpolation:
         return Number(static_cast<int>(std::clamp(std::floor(p), 0.0, Size() - 1.0)));

@@ -47,8 +47,7 @@ void printRow(std::ostream& stream, dtyp_cDataType type, const unsigned char* ro
 } // namespace
 
 parr_cNumberArray::parr_cNumberArray(long long count, dtyp_cDataType type)
-    : block_(bytesOf(arr_CheckedSize(count), type)), type_(type),
-      count_(static_cast<int>(count)) {}
+    : block_(bytesOf(arr_CheckedSize(count), type)), type_(type), count_(static_cast<int>(count)) {}
 
 parr_cNumberArray::parr_cNumberArray(long long count, const pnum_cNumber& fill)
     : parr_cNumberArray(count, fill.DataType()) {
@@ -141,8 +140,9 @@ int parr_c2DNumberArray::IndexOf(int x, int y) const {
 
 const void* parr_c2DNumberArray::CheckedElements(int sizeX, int sizeY, std::size_t count,
                                                  const void* elements) {
-    if (static_cast<std::size_t>(arr_CheckedSize(sizeX, sizeY)) != count)
-        arr_SizeError(static_cast<long long>(count));
+    const int expected = arr_CheckedSize(sizeX, sizeY);
+    if (static_cast<std::size_t>(expected) != count)
+        arr_SizeError(static_cast<long long>(count), expected);
     return elements;
 }
 

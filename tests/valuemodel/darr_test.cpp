@@ -549,6 +549,20 @@ TEST(Value, WithoutAnElementOrAnIndexIsRefused) {
     }
 }
 
+TEST(Value, ARefusalNamesAnIndexOnlyWhereThereIsOne) {
+    const auto refusedSize = [](const darr_c1DArray& line, double x) {
+        try {
+            line.Value(x, darr_NoInterpolation);
+        } catch (const arr_cIndexException& refusal) {
+            return refusal.Size();
+        }
+        return -2LL;
+    };
+    EXPECT_EQ(refusedSize(darr_c1DArray(), 0), 0);
+    EXPECT_EQ(refusedSize(lineOf<int>({1, 2}), notANumber), -1);
+    EXPECT_EQ(refusedSize(lineOf<int>({1, 2}, cal_c1DArrayCal(3, 0, 0)), 4), -1);
+}
+
 TEST(Value, UnknownInterpolationIsRefused) {
     const darr_c1DArray line = lineOf<int>({1, 2});
     for (const int odd : {-1, 2, 99})

@@ -138,6 +138,17 @@ TEST(NumberArray, SpanOfAnotherSizeThanThePlaneIsRefused) {
     EXPECT_EQ(refusalOf([&] { planeOf(3, 2, elements); }), "none");
 }
 
+TEST(NumberArray, ARefusedSpanSaysWhatSizeIsNeeded) {
+    const std::vector<int> elements(6);
+    try {
+        planeOf(2, 2, elements);
+        ADD_FAILURE() << "taken";
+    } catch (const arr_cSizeException& refusal) {
+        EXPECT_EQ(refusal.Size(), 6);
+        EXPECT_EQ(refusal.Expected(), 4);
+    }
+}
+
 TEST(NumberArray, StorageBeginsOnACacheLine) {
     for (const int size : {1, 3, 17, 1000, 100000})
         forEachElementType([&]<class T>(int code) {
