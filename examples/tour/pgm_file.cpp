@@ -28,7 +28,7 @@ public:
     explicit Reader(const std::string& file) : file_(file), stream_(openInput(file)) {}
 
     /// The next text between blanks, empty at the end of the file; comments count as blanks. The
-    /// one blank or comment that ends it is taken.
+    /// one blank or comment that ends it is taken. A text that is longer than any number is cut.
     std::string Token() {
         int c = Byte();
         while (isBlank(c) || c == '#') {
@@ -38,8 +38,8 @@ public:
         tokenLine_ = line_;
         std::string token;
         for (; c != endOfFile && !isBlank(c) && c != '#'; c = Byte()) {
-            if (token.size() == longestToken)
-                Fail(quoted(token + "...", token.size()) + " is not a number");
+            if (token.size() > longestToken)
+                break;
             token += static_cast<char>(c);
         }
         SkipComment(c);
@@ -51,6 +51,8 @@ public:
         const std::string token = Token();
         if (token.empty())
             Fail("the file ends where " + what + " should stand");
+        if (token.size() > longestToken)
+            Fail(quoted(token, longestToken) + " is not a number");
         if (!std::all_of(token.begin(), token.end(), [](char c) { return c >= '0' && c <= '9'; }))
             Fail(what + " is " + quoted(token) + ", which is not a whole number");
         const bool isLong = token.size() > 18;
@@ -117,7 +119,7 @@ struct Header {
 Header readHeader(Reader& reader) {
     const std::string magic = reader.Token();
     if (magic != "P2" && magic != "P5")
-        reader.Fail("this is not a PGM image: it begins with " + quoted(magic) +
+        reader.Fail("this is not a PGM image: it begins with " + quoted(magic, longestToken) +
                     " instead of 'P2' or 'P5'");
     Header header;
     header.isPlain = magic == "P2";
