@@ -31,8 +31,8 @@ void refuseIf(bool isRefused, int line) {
         throw expt_cProgramException("Warp", line);
 }
 
-/// The smallest and the largest of the values of a function of the corners of `range`, or NaN where
-/// one of them is.
+/// The smallest and the largest of the values of a function of the corners of `range`. A NaN among
+/// them is the smallest, so that it is not lost.
 template<class Value>
 rnge_sBounds boundsOver(const rnge_c2DRange& range, Value value) {
     rnge_sBounds bounds{value(range.Left(), range.LeftY()), value(range.Left(), range.LeftY())};
@@ -41,7 +41,7 @@ rnge_sBounds boundsOver(const rnge_c2DRange& range, Value value) {
           value(range.TopX(), range.Top())}) {
         if (x < bounds.start || std::isnan(x))
             bounds.start = x;
-        if (x > bounds.end || std::isnan(x))
+        if (x > bounds.end)
             bounds.end = x;
     }
     return bounds;
@@ -62,12 +62,12 @@ struct sSize {
     int y;
 };
 
-/// The number of elements that a box takes. Throws the size error before anything is allocated.
+/// The number of elements that a box takes along each axis. Throws the size error when it is none.
 sSize sizeOf(const rnge_c2DRange& box, double deltaX, double deltaY) {
     constexpr double most = std::numeric_limits<int>::max();
     const double x = std::floor((box.Right() - box.Left()) / deltaX + 0.5);
     const double y = std::floor((box.Top() - box.Bottom()) / deltaY + 0.5);
-    if (!(x >= 0 && x <= most && y >= 0 && y <= most && x * y <= most))
+    if (!(x >= 0 && x <= most && y >= 0 && y <= most))
         arr_SizeError();
     return {static_cast<int>(x), static_cast<int>(y)};
 }

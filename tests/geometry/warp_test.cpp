@@ -480,6 +480,19 @@ TEST(Warp, LargeIntegersAreRoundedToSinglePrecision) {
     EXPECT_EQ(result.Elements<float>()[1], -2147483648.0F);
 }
 
+TEST(Warp, TheLimitsOfTheIntegersKeepTheirSigns) {
+    forEachElementType([]<class T>(int) {
+        if constexpr (std::is_integral_v<T>) {
+            const std::vector<T> elements = {std::numeric_limits<T>::min(),
+                                             std::numeric_limits<T>::max()};
+            const darr_c2DArray image(2, 1, std::span<const T>(elements));
+            const darr_c2DArray result = warp_Resize(image, 1, 2);
+            EXPECT_EQ(result.Elements<float>()[0], static_cast<float>(elements[0]));
+            EXPECT_EQ(result.Elements<float>()[1], static_cast<float>(elements[1]));
+        }
+    });
+}
+
 TEST(Warp, ValuesAreCopiedBitForBit) {
     const std::vector<float> elements = {-0.0F, std::numeric_limits<float>::denorm_min(),
                                          std::numeric_limits<float>::infinity(),
