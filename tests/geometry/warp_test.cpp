@@ -465,7 +465,7 @@ TEST(Warp, EveryTypeIsSampledAsItselfOrAsSinglePrecision) {
         ASSERT_EQ(result.DataType().Code(), std::max(code, 7));
         const darr_c2DArray expected =
             imageOf<Sampled<T>>({{1, 2, 2, 3, 3, 0}, {4, 5, 5, 6, 6, 0}});
-        for (int i = 0; i < 12; ++i)
+        for (std::size_t i = 0; i < 12; ++i)
             EXPECT_TRUE(isSameElement(result.template Elements<Sampled<T>>()[i],
                                       expected.template Elements<Sampled<T>>()[i]))
                 << code << ' ' << i;
