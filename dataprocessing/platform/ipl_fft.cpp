@@ -1,5 +1,6 @@
 #include "dataprocessing/platform/ipl_fft.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <vector>
@@ -73,11 +74,12 @@ struct sHalf {
     }
 };
 
-void transformRow(const Complex* source, Complex* target, int n, int sign) {
-    if (n == 1)
-        *target = *source;
-    else
-        radix_Line(source, target, static_cast<std::size_t>(n), sign, radix_Natural);
+/// Rows that are transformed side by side and then worked on while they are in the cache.
+constexpr int together = 16;
+
+void transformRows(sHalf& half, int first, int count, int sign) {
+    radix_Rows(half.Row(first), static_cast<std::size_t>(half.columns),
+               static_cast<std::size_t>(count), sign);
 }
 
 void transformColumns(sHalf& half, int sign) {
@@ -178,9 +180,13 @@ void ipl_RealFft2D(const ipl_sImage& source, ipl_sImage& result, int flags, floa
     if (sign == 0)
         return;
     sHalf half(source.width, source.height, sign);
-    for (int y = 0; y < half.rows; ++y) {
-        transformRow(pairsOf(rowOf(source, y)), half.Row(y), half.columns, sign);
-        separateRow(half.Row(y), half);
+    for (int first = 0; first < half.rows; first += together) {
+        const int end = std::min(first + together, half.rows);
+        for (int y = first; y < end; ++y)
+            std::copy_n(pairsOf(rowOf(source, y)), half.columns, half.Row(y));
+        transformRows(half, first, end - first, sign);
+        for (int y = first; y < end; ++y)
+            separateRow(half.Row(y), half);
     }
     transformColumns(half, sign);
     pack(half, result, scaleOf(half, sign) * scale);
@@ -194,12 +200,17 @@ void ipl_CcsFft2D(const ipl_sImage& source, ipl_sImage& result, int flags, float
     unpack(source, half);
     transformColumns(half, sign);
     const float factor = scaleOf(half, sign) * scale;
-    for (int y = 0; y < half.rows; ++y) {
-        joinRow(half.Row(y), half);
-        float* row = rowOf(result, y);
-        transformRow(half.Row(y), pairsOf(row), half.columns, sign);
-        for (int x = 0; x < result.width; ++x)
-            row[x] *= factor;
+    for (int first = 0; first < half.rows; first += together) {
+        const int end = std::min(first + together, half.rows);
+        for (int y = first; y < end; ++y)
+            joinRow(half.Row(y), half);
+        transformRows(half, first, end - first, sign);
+        for (int y = first; y < end; ++y) {
+            const Complex* from = half.Row(y);
+            Complex* to = pairsOf(rowOf(result, y));
+            for (int u = 0; u < half.columns; ++u)
+                to[u] = Complex(from[u].re * factor, from[u].im * factor);
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/fourier/fft_kernels.h"
 #include "dataprocessing/fourier/four.h"
+#include "dataprocessing/platform/radix.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/unary/unry.h"
 #include "dataprocessing/valuemodel/resc.h"
@@ -385,6 +386,43 @@ TEST(RadixTwoFFT, HasTheBitsOfTheTextbookLoopForZerosOfEitherSign) {
         }
 }
 
+TEST(RadixTwoFFT, HasTheBitsOfTheTextbookLoopForConstantsWithZerosOfEitherSign) {
+    // Here the sign of a zero survives the sums, up to the factors 1 + 0i of every pass.
+    const float parts[] = {0.0F, -0.0F, 1.0F, -1.0F};
+    for (int bits = 1; bits <= 12; ++bits)
+        for (const int sign : {1, -1})
+            for (const float re : parts)
+                for (const float im : parts) {
+                    const std::size_t n = std::size_t{1} << bits;
+                    std::vector<ComplexFloat> expected(n, ComplexFloat(re, im));
+                    std::vector<ComplexFloat> values = expected;
+                    std::vector<ComplexFloat> columns(n * 3, ComplexFloat(re, im));
+                    oracle::textbook(expected, sign);
+                    four_RadixTwoFFT(values.data(), static_cast<int>(n), sign);
+                    EXPECT_TRUE(isSameBits(values, expected)) << n << " " << sign << re << im;
+                    radix_Columns(columns.data(), n, 3, sign);
+                    for (std::size_t i = 0; i < n; ++i)
+                        values[i] = columns[3 * i + 1];
+                    EXPECT_TRUE(isSameBits(values, expected)) << n << " " << sign << re << im;
+                }
+}
+
+TEST(RadixTwoFFT, HasTheBitsOfTheTextbookLoopForPairsOfZeros) {
+    const float parts[] = {0.0F, -0.0F, 1.0F, -1.0F};
+    for (unsigned choice = 0; choice < 256; ++choice)
+        for (const int sign : {1, -1}) {
+            std::vector<ComplexFloat> expected{{parts[choice % 4], parts[choice / 4 % 4]},
+                                               {parts[choice / 16 % 4], parts[choice / 64]}};
+            std::vector<ComplexFloat> values = expected;
+            std::vector<ComplexFloat> columns{expected[0], expected[0], expected[1], expected[1]};
+            oracle::textbook(expected, sign);
+            four_RadixTwoFFT(values.data(), 2, sign);
+            EXPECT_TRUE(isSameBits(values, expected)) << choice << " " << sign;
+            radix_Columns(columns.data(), 2, 2, sign);
+            EXPECT_TRUE(isSameBits({columns[1], columns[3]}, expected)) << choice << " " << sign;
+        }
+}
+
 TEST(RadixTwoFFT, HasTheBitsOfTheTextbookLoopForSubnormalAndHugeValues) {
     for (const float scale : {0x1p-140F, 0x1p120F})
         for (int bits = 1; bits <= 12; ++bits)
@@ -437,17 +475,23 @@ TEST(RadixTwoFFTnD, HasTheBitsOfTheTextbookLoopAlongEachDimension) {
 }
 
 TEST(FftLine, ForwardBitsAreTheTextbookLoopCentredAndMultipliedByTheReciprocal) {
-    for (int bits = 1; bits <= 18; ++bits) {
-        const std::size_t n = std::size_t{1} << bits;
-        std::vector<ComplexFloat> expected = oracle::someValues(n, 3);
-        const darr_c1DArray result = four_FFT(lineOf(expected));
+    std::vector<std::vector<ComplexFloat>> lines;
+    for (int bits = 1; bits <= 18; ++bits)
+        lines.push_back(oracle::someValues(std::size_t{1} << bits, 3));
+    for (const std::size_t n : {2, 16, 64, 256, 1024}) // with zeros of either sign
+        for (const ComplexFloat& z : {ComplexFloat(0, 0), ComplexFloat(-0.0F, 0),
+                                      ComplexFloat(-0.0F, -1), ComplexFloat(-1, -0.0F)})
+            lines.emplace_back(n, z);
+    for (const std::vector<ComplexFloat>& line : lines) {
+        std::vector<ComplexFloat> expected = line;
+        const std::size_t n = line.size();
         oracle::textbook(expected, 1);
         std::rotate(expected.begin(), expected.begin() + static_cast<std::ptrdiff_t>(n / 2),
                     expected.end());
         const float s = 1.0F / static_cast<float>(n);
         for (ComplexFloat& z : expected)
             z = ComplexFloat(z.re * s - z.im * 0.0F, z.re * 0.0F + z.im * s);
-        EXPECT_TRUE(isSameBits(elementsOf<ComplexFloat>(result), expected)) << n;
+        EXPECT_TRUE(isSameBits(elementsOf<ComplexFloat>(four_FFT(lineOf(line))), expected)) << n;
     }
 }
 
