@@ -21,7 +21,7 @@
 namespace {
 
 constexpr double inf = std::numeric_limits<double>::infinity();
-const double nan = std::nan("");
+const double notANumber = std::nan("");
 constexpr double smallestNormal = 2.2250738585072014e-308;
 const double fwhmOfWidth = 2 * std::sqrt(std::log(2.0));
 
@@ -165,7 +165,7 @@ TEST(Gaussian, ValueIsNothingFromFourWidthsOn) {
     const gsft_cGaussian peak(2, 10, 0.5);
     EXPECT_EQ(peak.Value(10), 2);
     EXPECT_NEAR(peak.Value(10.5), 2 / std::exp(1.0), 1e-15);
-    EXPECT_NEAR(peak.Value(10 - fwhmOfWidth * 0.25), 1, 1e-15);
+    EXPECT_NEAR(peak.Value(10 - fwhmOfWidth * 0.25), 1, 1e-14);
     EXPECT_EQ(peak.Value(12), 0);
     EXPECT_EQ(peak.Value(8), 0);
     EXPECT_EQ(peak.Value(inf), 0);
@@ -173,7 +173,7 @@ TEST(Gaussian, ValueIsNothingFromFourWidthsOn) {
         EXPECT_GT(peak.Value(inside), 0);
         EXPECT_LT(peak.Value(inside), 1e-6);
     }
-    EXPECT_TRUE(std::isnan(peak.Value(nan)));
+    EXPECT_TRUE(std::isnan(peak.Value(notANumber)));
 }
 
 TEST(Gaussian, IntensityIsNotTheIntegral) {
@@ -212,13 +212,13 @@ TEST(Resolution, WidthGrowsWithTheRootOfThePosition) {
 TEST(Resolution, HasNoValueWhereTheRadicandIsNotPositive) {
     const gsft_cResolution law(10, std::sqrt(2.3));
     EXPECT_TRUE(law.HasValue(9.1));
-    for (const double x : {8.9, -inf, nan}) {
+    for (const double x : {8.9, -inf, notANumber}) {
         EXPECT_FALSE(law.HasValue(x));
         EXPECT_THROW(law.FWHM(x), gsft_cFitException);
     }
     EXPECT_THROW(gsft_cResolution(0, 0).FWHM(0), gsft_cFitException);
     try {
-        law.FWHM(nan);
+        law.FWHM(notANumber);
     } catch (const expt_cUserException& e) {
         EXPECT_EQ(e.SourceFile(), "gaussfit");
         EXPECT_FALSE(std::string(e.Message().Text()).empty());
@@ -244,7 +244,7 @@ TEST(Deviations, EqualThoseLookedForChannelByChannel) {
         1e300, inf,  type_MinValue / 2};
     for (int round = 0; round < 5000; ++round) {
         std::vector<double> y(random() % 60);
-        const unsigned density = 1 + random() % 12;
+        const unsigned long density = 1 + random() % 12;
         for (double& value : y)
             value = random() % density == 0 ? values[random() % values.size()] : 0.0;
         EXPECT_EQ(dataprocessing::detail::gsft_Deviations(y), naiveDeviations(y));
@@ -253,7 +253,7 @@ TEST(Deviations, EqualThoseLookedForChannelByChannel) {
 
 TEST(Deviations, NotANumberStaysOne) {
     const std::vector<double> found =
-        dataprocessing::detail::gsft_Deviations(std::vector<double>{0, nan, 4});
+        dataprocessing::detail::gsft_Deviations(std::vector<double>{0, notANumber, 4});
     EXPECT_TRUE(std::isnan(found[0]));
     EXPECT_TRUE(std::isnan(found[1]));
     EXPECT_EQ(found[2], 2);
@@ -333,10 +333,10 @@ TEST(GaussianFit, FailuresChangeNothing) {
              s.resolution = {100, 6};
          },
          false},
-        {"no center", [](Spectrometer& s) { s.peaks[1].SetCenter(nan); }, false},
+        {"no center", [](Spectrometer& s) { s.peaks[1].SetCenter(notANumber); }, false},
         {"no resolution",
          [](Spectrometer& s) {
-             s.resolution = {50, nan};
+             s.resolution = {50, notANumber};
          },
          false},
         {"a peak without points", [](Spectrometer& s) { s.add(1, 900); }, true},
@@ -387,7 +387,7 @@ TEST(GaussianFit, ZeroChiSquaredEndsTheFit) {
     EXPECT_LT(setup.function.ChiSquared(), 1e-30);
     Spectrometer none;
     none.refit(std::vector<double>(10, 2.0));
-    EXPECT_EQ(none.function.ChiSquared(), 10 * 2.0 / 10 / 2.0);
+    EXPECT_NEAR(none.function.ChiSquared(), 1, 1e-15);
 }
 
 TEST(GaussianFit, NoiseFreeSpectraGiveTheirAmplitudesBack) {
@@ -552,7 +552,7 @@ TEST(GaussianFit, CalibrationIsRefinedAtItsIndex) {
 
 TEST(GaussianFit, DataThatAreNotNumbersEndInAFitOrAnError) {
     const std::vector<double> clean = spectrumOf(200, {}, {50, 16}, {100, 40}, {80, 120});
-    for (const double bad : {nan, inf, -inf, 1e308, 5e-324})
+    for (const double bad : {notANumber, inf, -inf, 1e308, 5e-324})
         for (const std::size_t place : {0U, 80U, 100U, 199U})
             for (const int settings : {0, 1, 2, 3})
                 for (const bool isEverywhere : {false, true}) {
@@ -577,7 +577,7 @@ TEST(GaussianFit, DataThatAreNotNumbersEndInAFitOrAnError) {
 }
 
 TEST(GaussianFit, PositionsThatAreNotNumbersEndInAFitOrAnError) {
-    for (const double bad : {nan, inf, -inf, 1e300}) {
+    for (const double bad : {notANumber, inf, -inf, 1e300}) {
         Spectrometer setup;
         setup.add(90, 80);
         arr_cC_Array<double> x(200), y(200, 10.0);

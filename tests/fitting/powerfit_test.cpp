@@ -1,0 +1,438 @@
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <new>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "dataprocessing/fitting/pwft.h"
+#include "tests/failing_new.h"
+#include "tests/fitting/listener.h"
+
+namespace {
+
+const double notANumber = std::nan("");
+
+template<class Call>
+void expectRefusal(int line, const Call& call) {
+    try {
+        call();
+        FAIL() << "line " << line;
+    } catch (const expt_cProgramException& e) {
+        EXPECT_EQ(e.SourceFile(), "poly_fit");
+        EXPECT_EQ(e.Line(), line);
+    }
+}
+
+/// A power law whose fit can be called with points of the test's own.
+class PowerLaw : public pwft_cPowerLawFittingFunction {
+public:
+    using pwft_cPowerLawFittingFunction::pwft_cPowerLawFittingFunction;
+    using pwft_cPowerLawFittingFunction::RefitValues;
+};
+
+struct Single {
+    explicit Single(int order) : function(order, selection) {}
+    dasl_c1DDataArraySelection selection{rnge_IndexNearest};
+    PowerLaw function;
+
+    std::vector<double> curve(int count, const cal_c1DArrayCal& cal) const {
+        arr_cC_Array<double> values(count, 77.0);
+        function.Load(values, cal);
+        return {values.begin(), values.end()};
+    }
+};
+
+struct Multi {
+    explicit Multi(int order = 1) : function(order, selection) {}
+    dasl_c1DDataArraySelection selection{rnge_IndexNearest};
+    pwft_cMultiPowerLawFitFunc function;
+};
+
+std::vector<double> loaded(const pwft_cMultiPowerLawFitFunc& function, int count,
+                           const cal_c1DArrayCal& cal) {
+    arr_cC_Array<double> values(count, 77.0);
+    function.Load(values, cal);
+    return {values.begin(), values.end()};
+}
+
+double decay(double x) { return 3e6 * std::pow(x, -2); }
+
+/// 3e6 x^-2 over `count` elements, and `excess` more over [200, 220).
+darr_c1DArray spectrum(int count, const cal_c1DArrayCal& cal, double excess = 0) {
+    std::vector<double> y;
+    for (int i = 0; i < count; ++i) {
+        const double x = cal.Position(i);
+        y.push_back(decay(x) + (x >= 200 && x < 220 ? excess : 0.0));
+    }
+    return darr_c1DArray(std::span<const double>(y), cal);
+}
+
+} // namespace
+
+TEST(PowerLaw, FindsThreeOverXSquared) {
+    Single fit(1);
+    fit.selection.AddLocalRange({10, 60});
+    const cal_c1DArrayCal cal(2, 0.5, 0);
+    std::vector<double> y;
+    for (int i = 0; i < 200; ++i)
+        y.push_back(3 * std::pow(cal.Position(i), -2));
+    fit.function.Refit(darr_c1DArray(std::span<const double>(y), cal));
+    EXPECT_NEAR(fit.function.Coefficients()[0], std::log(3.0), 1e-12);
+    EXPECT_NEAR(fit.function.Coefficients()[1], -2, 1e-12);
+    const std::vector<double> curve = fit.curve(200, cal);
+    for (std::size_t i = 0; i < y.size(); ++i)
+        EXPECT_NEAR(curve[i], y[i], 1e-11 * y[i]);
+}
+
+TEST(PowerLaw, HigherOrdersAddPowersOfTheLogarithm) {
+    Single fit(2);
+    arr_cC_Array<double> x(40), y(40);
+    for (int i = 0; i < 40; ++i) {
+        x[i] = 1 + i;
+        const double u = std::log(x[i]);
+        y[i] = std::exp(0.5 - u + 0.25 * u * u);
+    }
+    fit.function.RefitValues(x, y);
+    EXPECT_NEAR(fit.function.Coefficients()[0], 0.5, 1e-11);
+    EXPECT_NEAR(fit.function.Coefficients()[1], -1, 1e-11);
+    EXPECT_NEAR(fit.function.Coefficients()[2], 0.25, 1e-11);
+}
+
+TEST(PowerLaw, QualityIsAlwaysZero) {
+    Single fit(1);
+    Multi multi;
+    EXPECT_EQ(fit.function.ChiSquared(), 0);
+    EXPECT_EQ(multi.function.ChiSquared(), 0);
+    fit.function.RefitValues({1, 2, 3}, {5, 1, 9});
+    multi.function.Refit(spectrum(10, cal_c1DArrayCal(1, 1, 0)));
+    EXPECT_EQ(fit.function.ChiSquared(), 0);
+    EXPECT_EQ(multi.function.ChiSquared(), 0);
+}
+
+TEST(PowerLaw, NegativeOrdersAreRefused) {
+    expectRefusal(22, [] { Single fit(-1); });
+    Multi multi(-1);
+    expectRefusal(22, [&] { multi.function.AddPeak(1, 2, 3, 4, 5); });
+    EXPECT_EQ(multi.function.PeakCount(), 0);
+}
+
+TEST(PowerLaw, PointsOutsideTheLogarithmTakeNoPart) {
+    const double least = type_MinValue, more = std::nextafter(type_MinValue, 1.0);
+    const std::vector<std::pair<double, double>> dropped{
+        {0, 5}, {-1, 5}, {5, 0}, {5, -1}, {least, 5}, {5, least}, {notANumber, 5}, {5, notANumber}};
+    for (const auto& [px, py] : dropped) {
+        Single fit(1);
+        fit.function.RefitValues({2, px, 4, 8}, {3.0 / 4, py, 3.0 / 16, 3.0 / 64});
+        EXPECT_NEAR(fit.function.Coefficients()[0], std::log(3.0), 1e-12) << px << " " << py;
+        EXPECT_NEAR(fit.function.Coefficients()[1], -2, 1e-12);
+    }
+    Single fit(1);
+    fit.function.RefitValues({1, std::exp(1.0)}, {more, 1});
+    EXPECT_NEAR(fit.function.Coefficients()[0], std::log(type_MinValue), 1e-10);
+    fit.function.RefitValues({more, 1}, {2, 2});
+    EXPECT_NEAR(fit.function.Coefficients()[0], std::log(2.0), 1e-10);
+}
+
+TEST(PowerLaw, TooFewPointsGiveAZeroCurve) {
+    Single fit(1);
+    fit.selection.AddLocalRange({0, 10});
+    for (const double value : {0.0, -3.0}) {
+        fit.function.RefitValues({2, 4, 8}, {1, 2, 3});
+        fit.function.Refit(darr_c1DArray(10, value, cal_c1DArrayCal(1, 1, 0)));
+        EXPECT_EQ(fit.function.Coefficients()[0], 0);
+        EXPECT_EQ(fit.function.Coefficients()[1], 0);
+        EXPECT_EQ(fit.curve(4, cal_c1DArrayCal(-1, 1, 0)), std::vector<double>(4, 0.0));
+    }
+    fit.function.RefitValues({2, 4}, {1, -2});
+    EXPECT_EQ(fit.function.Coefficients()[0], 0);
+}
+
+TEST(PowerLaw, ZeroFitKeepsThePositions) {
+    const Single fit(1);
+    arr_cC_Array<double> x({-1, 0, 2}), y({5, 6, 7});
+    fit.function.LoadValues(x, y);
+    EXPECT_EQ(x[0], -1);
+    ASSERT_EQ(y.Size(), 3);
+    for (const double value : y)
+        EXPECT_EQ(value, 0);
+}
+
+TEST(PowerLaw, CurveIsZeroUpToPositionZero) {
+    Single fit(1);
+    fit.function.RefitValues({2, 4, 8}, {3.0 / 4, 3.0 / 16, 3.0 / 64});
+    const cal_c1DArrayCal cal(-1, 0.5, 0);
+    const std::vector<double> curve = fit.curve(8, cal);
+    for (int i = 0; i < 8; ++i) {
+        const double x = cal.Position(i);
+        const double expected = x > 0 ? 3 / (x * x) : 0;
+        EXPECT_NEAR(curve[static_cast<std::size_t>(i)], expected, 1e-11 * expected);
+    }
+    EXPECT_EQ(fit.curve(3, cal_c1DArrayCal(-2, 1, 0)), std::vector<double>(3, 0.0));
+
+    arr_cC_Array<double> x({-1, 2, 0, 4}), y(4);
+    fit.function.LoadValues(x, y);
+    ASSERT_EQ(x.Size(), 2);
+    ASSERT_EQ(y.Size(), 2);
+    EXPECT_NEAR(x[0], 2, 1e-14);
+    EXPECT_NEAR(x[1], 4, 1e-14);
+    EXPECT_NEAR(y[1], 3.0 / 16, 1e-12);
+}
+
+TEST(PowerLaw, ConstantsAreCurvesToo) {
+    Single fit(0);
+    fit.function.RefitValues({2, 4, 8}, {2, 4, 8});
+    for (const double value : fit.curve(3, cal_c1DArrayCal(1, 1, 0)))
+        EXPECT_NEAR(value, 4, 1e-13);
+}
+
+TEST(PowerLaw, PointsComeInPairs) {
+    Single fit(1);
+    expectRefusal(72, [&] { fit.function.RefitValues({1, 2}, {1}); });
+    expectRefusal(105, [&] { fit.function.RefitValues({1, 1, 1}, {1, 2, 3}); });
+    fit.function.RefitValues({2, 4, 8}, {1, 2, 4});
+    arr_cC_Array<double> one(1, 1.0), two(2, 1.0);
+    expectRefusal(44, [&] { fit.function.LoadValues(one, two); });
+}
+
+TEST(PowerLaw, FailedFitKeepsTheLastOne) {
+    Single fit(1);
+    fit.function.RefitValues({2, 4, 8}, {3.0 / 4, 3.0 / 16, 3.0 / 64});
+    const double before = fit.function.Coefficients()[0];
+    EXPECT_THROW(fit.function.RefitValues({1, 1, 1}, {1, 2, 3}), expt_cProgramException);
+    EXPECT_EQ(fit.function.Coefficients()[0], before);
+}
+
+TEST(PowerLaw, CopiesHaveTheCoefficients) {
+    Single fit(1);
+    fit.function.RefitValues({2, 4, 8}, {3.0 / 4, 3.0 / 16, 3.0 / 64});
+    fit.function.SetName("tail");
+    const PowerLaw copy(fit.function);
+    dasl_c1DDataArraySelection other(rnge_IndexNearest);
+    pwft_cPowerLawFittingFunction moved(fit.function, other);
+    fit.function.RefitValues({2, 4, 8}, {1, 1, 1});
+    EXPECT_NEAR(copy.Coefficients()[1], -2, 1e-12);
+    EXPECT_NEAR(moved.Coefficients()[1], -2, 1e-12);
+    EXPECT_EQ(moved.Name(), "tail");
+    Listener listener(moved);
+    other.AddLocalRange({1, 2});
+    EXPECT_EQ(listener.take(), std::vector<unsigned long>{ftfn_FunctionChanged});
+}
+
+TEST(MultiPowerLaw, IsZeroBeforeTheFirstFit) {
+    Multi multi;
+    multi.function.AddPeak(200, 5, 50, 0, 20);
+    EXPECT_EQ(loaded(multi.function, 5, cal_c1DArrayCal(198, 1, 0)), std::vector<double>(5, 0.0));
+    EXPECT_EQ(multi.function.PeakIntensity(200), 0);
+}
+
+TEST(MultiPowerLaw, BackgroundGoesInsideTheWindowsOnly) {
+    const cal_c1DArrayCal cal(100, 1, 0);
+    const darr_c1DArray data = spectrum(300, cal, 50);
+    Multi multi;
+    multi.function.AddPeak(200, 5, 50, 0, 20);
+    multi.function.Refit(data);
+    EXPECT_NEAR(multi.function.Coefficients(0)[0], std::log(3e6), 1e-9);
+    EXPECT_NEAR(multi.function.Coefficients(0)[1], -2, 1e-10);
+    const std::vector<double> signal = loaded(multi.function, 300, cal);
+    for (int i = 0; i < 300; ++i) {
+        const double x = cal.Position(i);
+        EXPECT_NEAR(signal[static_cast<std::size_t>(i)], x >= 200 && x < 220 ? 50 : decay(x), 1e-8)
+            << x;
+    }
+}
+
+TEST(MultiPowerLaw, IntensityIsTheAreaAboveTheBackground) {
+    for (const double delta : {1.0, 0.5}) {
+        const cal_c1DArrayCal cal(100, delta, 7);
+        Multi multi;
+        multi.function.AddPeak(210, 15, 50, -10, 20);
+        multi.function.Refit(spectrum(600, cal, 50));
+        EXPECT_NEAR(multi.function.PeakIntensity(210), 50 * 20, 1e-6);
+        EXPECT_EQ(multi.function.PeakIntensity(std::nextafter(210.0, 300.0)), 0);
+        EXPECT_EQ(multi.function.PeakIntensity(notANumber), 0);
+        multi.function.ClearPeaks();
+        EXPECT_EQ(multi.function.PeakIntensity(210), 0);
+    }
+}
+
+TEST(MultiPowerLaw, WindowsEndWhereTheDataEnd) {
+    const cal_c1DArrayCal cal(100, 1, 0);
+    struct Row {
+        double offset, width, atLeast, below; // positions where the background goes
+    };
+    const std::vector<Row> rows{{0, 1000, 200, 300}, {-150, 160, 100, 210}, {100, 10, 0, 0},
+                                {99, 10, 299, 300},  {-110, 10, 0, 0},      {-109, 10, 100, 101},
+                                {0, 0, 0, 0},        {0, -20, 0, 0},        {0.4, 1, 200, 201},
+                                {0.6, 1, 201, 202}};
+    for (const Row& row : rows) {
+        Multi multi;
+        multi.function.AddPeak(200, 5, 50, row.offset, row.width);
+        multi.function.Refit(spectrum(200, cal));
+        const std::vector<double> signal = loaded(multi.function, 200, cal);
+        for (int i = 0; i < 200; ++i) {
+            const double x = cal.Position(i);
+            EXPECT_NEAR(signal[static_cast<std::size_t>(i)],
+                        x >= row.atLeast && x < row.below ? 0 : decay(x), 1e-8)
+                << row.offset << " " << row.width << " " << x;
+        }
+    }
+}
+
+TEST(MultiPowerLaw, BeyondTheDataTheBackgroundAloneIsTakenAway) {
+    const cal_c1DArrayCal cal(100, 1, 0);
+    Multi multi;
+    multi.function.AddPeak(200, 5, 50, 90, 20); // [290, 310), data up to 300
+    multi.function.Refit(spectrum(200, cal));
+    double missing = 0;
+    for (int x = 300; x < 310; ++x)
+        missing += decay(x);
+    EXPECT_NEAR(multi.function.PeakIntensity(200), -missing, 1e-7);
+    const std::vector<double> signal = loaded(multi.function, 30, cal_c1DArrayCal(285, 1, 0));
+    for (int i = 0; i < 30; ++i) {
+        const int x = 285 + i;
+        EXPECT_NEAR(signal[static_cast<std::size_t>(i)],
+                    x < 290   ? decay(x)
+                    : x < 300 ? 0
+                    : x < 310 ? -decay(x)
+                              : 0,
+                    1e-8);
+    }
+    // In front of the data nothing is there either.
+    const std::vector<double> front = loaded(multi.function, 4, cal_c1DArrayCal(98, 1, 0));
+    EXPECT_EQ(front[1], 0);
+    EXPECT_EQ(front[2], decay(100));
+    EXPECT_EQ(loaded(multi.function, 3, cal_c1DArrayCal(-1e9, 1, 0)), std::vector<double>(3, 0.0));
+    EXPECT_EQ(loaded(multi.function, 3, cal_c1DArrayCal(1e300, 1, 0)), std::vector<double>(3, 0.0));
+    EXPECT_EQ(loaded(multi.function, 0, cal), std::vector<double>());
+}
+
+TEST(MultiPowerLaw, OtherDeltasAreResampled) {
+    Multi multi;
+    std::vector<double> y;
+    for (int i = 0; i < 50; ++i)
+        y.push_back(i);
+    multi.function.Refit(darr_c1DArray(std::span<const double>(y), cal_c1DArrayCal(100, 1, 0)));
+    const std::vector<double> finer = loaded(multi.function, 6, cal_c1DArrayCal(110, 0.5, 0));
+    EXPECT_EQ(finer, (std::vector<double>{10, 10.5, 11, 11.5, 12, 12.5}));
+    arr_cC_Array<double> values(3, 8.0);
+    EXPECT_THROW(multi.function.Load(values, cal_c1DArrayCal(0, -1, 0)), expt_cProgramException);
+    EXPECT_EQ(values[0], 8);
+    EXPECT_EQ(values.Size(), 3);
+}
+
+TEST(MultiPowerLaw, PeaksAreSortedAndEqualOnesKeepTheirOrder) {
+    // Which peak is where shows in the coefficients: each background is a constant of its own.
+    std::vector<double> y;
+    for (int i = 0; i < 100; ++i)
+        y.push_back(1 + i / 10);
+    const darr_c1DArray data{std::span<const double>(y)};
+    Multi multi(0);
+    multi.function.AddPeak(60, 5, 5, 0, 1);     // [50, 55): 6
+    multi.function.AddPeak(30, 5, 5, 0, 1);     // [20, 25): 3
+    multi.function.AddPeak(60, 25, 5, 0, 2);    // [30, 35): 4
+    multi.function.AddPeak(90, 5, 5, 0, 1);     // [80, 85): 9
+    multi.function.AddPeak(60, 45, 5, 0, 1);    // [10, 15): 2
+    multi.function.AddPeak(-60, -65, -5, 0, 1); // [10, 5): nothing
+    multi.function.Refit(data);
+    ASSERT_EQ(multi.function.PeakCount(), 6);
+    const std::vector<double> expected{1, 3, 6, 4, 2, 9};
+    for (int k = 0; k < 6; ++k)
+        EXPECT_NEAR(std::exp(multi.function.Coefficients(k)[0]),
+                    expected[static_cast<std::size_t>(k)], 1e-12);
+    EXPECT_THROW(multi.function.Coefficients(6), arr_cIndexException);
+    EXPECT_THROW(multi.function.Coefficients(-1), arr_cIndexException);
+    // Of equal ones the first answers, with all of their backgrounds taken away: 7 - 6 - 4 - 2.
+    EXPECT_NEAR(multi.function.PeakIntensity(60), 7 - 12, 1e-11);
+}
+
+TEST(MultiPowerLaw, CopiesHavePeaksOfTheirOwn) {
+    const cal_c1DArrayCal cal(100, 1, 0);
+    auto original = std::make_unique<Multi>();
+    original->function.AddPeak(200, 5, 50, 0, 20);
+    original->function.Refit(spectrum(300, cal, 50));
+    original->function.SetName("background");
+    dasl_c1DDataArraySelection& selection = original->selection;
+    pwft_cMultiPowerLawFitFunc copy(original->function);
+    EXPECT_EQ(copy.Order(), 1);
+    EXPECT_EQ(copy.Name(), "background");
+    EXPECT_NE(&copy.Coefficients(0), &original->function.Coefficients(0));
+    original->function.ClearPeaks();
+    EXPECT_EQ(original->function.PeakCount(), 0);
+    EXPECT_NEAR(copy.PeakIntensity(200), 1000, 1e-6);
+    copy.Refit(spectrum(300, cal, 20));
+    EXPECT_NEAR(copy.PeakIntensity(200), 400, 1e-6);
+
+    Listener ofOriginal(original->function), ofCopy(copy);
+    selection.AddLocalRange({0, 1});
+    EXPECT_EQ(ofOriginal.take(), std::vector<unsigned long>{ftfn_FunctionChanged});
+    EXPECT_TRUE(ofCopy.take().empty());
+}
+
+TEST(MultiPowerLaw, FailedFitChangesNoPeak) {
+    const cal_c1DArrayCal cal(1, 1, 0);
+    Multi multi(0);
+    multi.function.AddPeak(20, 5, 10, 0, 5);
+    multi.function.AddPeak(30, 28, 1, 0, 5); // fitted at position 1 alone
+    std::vector<double> y(100, 6.0);
+    y[0] = -1;
+    multi.function.Refit(darr_c1DArray(std::span<const double>(y), cal));
+    const std::vector<double> before = loaded(multi.function, 100, cal);
+    EXPECT_NEAR(before[20], 0, 1e-12);
+    const darr_c1DArray refused(100, 2.0, cal);
+    expectRefusal(105, [&] { multi.function.Refit(refused); });
+    EXPECT_EQ(loaded(multi.function, 100, cal), before);
+}
+
+TEST(MultiPowerLaw, RunningOutOfMemoryChangesNothing) {
+    const cal_c1DArrayCal cal(100, 1, 0);
+    const darr_c1DArray first = spectrum(200, cal, 10), second = spectrum(200, cal, 90);
+    Multi multi;
+    multi.function.AddPeak(200, 5, 50, 0, 20);
+    multi.function.AddPeak(250, 5, 20, 0, 20);
+    multi.function.Refit(first);
+    const std::vector<double> before = loaded(multi.function, 200, cal);
+    const auto withLittleMemory = [&](const auto& act) {
+        for (long allowed = 0;; ++allowed) {
+            try {
+                const FailingNew failing(allowed);
+                act();
+                return;
+            } catch (const std::bad_alloc&) {
+            }
+            EXPECT_EQ(loaded(multi.function, 200, cal), before);
+            EXPECT_EQ(multi.function.PeakCount(), 2);
+            ASSERT_LT(allowed, 1000);
+        }
+    };
+    withLittleMemory([&] { multi.function.AddPeak(230, 5, 50, 0, 20); });
+    EXPECT_EQ(multi.function.PeakCount(), 3);
+    multi.function.ClearPeaks();
+    multi.function.AddPeak(200, 5, 50, 0, 20);
+    multi.function.AddPeak(250, 5, 20, 0, 20);
+    multi.function.Refit(first);
+    withLittleMemory([&] { pwft_cMultiPowerLawFitFunc copy(multi.function); });
+    arr_cC_Array<double> values(7, 4.0);
+    withLittleMemory([&] {
+        EXPECT_EQ(values.Size(), 7);
+        EXPECT_EQ(values[6], 4);
+        multi.function.Load(values, cal_c1DArrayCal(200, 0.5, 0));
+    });
+    withLittleMemory([&] { multi.function.Refit(second); });
+    EXPECT_NEAR(multi.function.PeakIntensity(200), 1800, 1e-6);
+}
+
+TEST(MultiPowerLaw, TakesIntegers) {
+    std::vector<unsigned short> counts;
+    for (int i = 0; i < 200; ++i)
+        counts.push_back(static_cast<unsigned short>(decay(100 + i) + 0.5));
+    Multi multi;
+    multi.function.AddPeak(200, 5, 50, 0, 20);
+    multi.function.Refit(
+        darr_c1DArray(std::span<const unsigned short>(counts), cal_c1DArrayCal(100, 1, 0)));
+    EXPECT_NEAR(multi.function.PeakIntensity(200), 0, 20);
+    EXPECT_NEAR(multi.function.Coefficients(0)[1], -2, 0.02);
+}
