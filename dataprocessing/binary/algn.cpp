@@ -1,6 +1,7 @@
 #include "dataprocessing/binary/algn.h"
 
-#include "dataprocessing/valuemodel/resc.h"
+#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/valuemodel/rnge.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
 namespace dataprocessing::detail {
@@ -58,9 +59,19 @@ bool matchRange(Array& a, Array& b) {
 }
 
 template<class Mask, class Array>
+bool matchDeltaToMask(const Mask& mask, Array& data) {
+    algn_sAxes axes = algn_Axes(data);
+    if (!algn_MatchDeltaToMask(algn_Axes(mask), axes))
+        return false;
+    data = view_Made(data, axes.x, axes.y);
+    return true;
+}
+
+template<class Mask, class Array>
 Array& matchRangeToMask(const Mask& mask, Array& data) {
-    if (!(data.Range() == mask.Range()))
-        data = data.Selection(mask.Range(), rnge_IndexNearest);
+    algn_sAxes axes = algn_Axes(data);
+    if (algn_MatchRangeToMask(algn_Axes(mask), axes))
+        data = view_Made(data, axes.x, axes.y);
     return data;
 }
 
@@ -68,6 +79,19 @@ Array& matchRangeToMask(const Mask& mask, Array& data) {
 
 algn_sAxes algn_Axes(const darr_c1DArray& array) noexcept { return {view_X(array), view_Y(array)}; }
 algn_sAxes algn_Axes(const darr_c2DArray& array) noexcept { return {view_X(array), view_Y(array)}; }
+algn_sAxes algn_Axes(const barr_c1DBoolArray& mask) noexcept {
+    return {{mask.Size(), mask.Cal()}, {1, cal_cArrayCal()}};
+}
+algn_sAxes algn_Axes(const barr_c2DBoolArray& mask) noexcept {
+    return {{mask.SizeX(), mask.Cal().X()}, {mask.SizeY(), mask.Cal().Y()}};
+}
+
+void algn_RequireSameSize(const algn_sAxes& a, const algn_sAxes& b) {
+    if (a.x.Count() != b.x.Count())
+        arr_SizeError(b.x.Count(), a.x.Count());
+    if (a.y.Count() != b.y.Count())
+        arr_SizeError(b.y.Count(), a.y.Count());
+}
 
 bool algn_IsAligned(const algn_sAxes& a, const algn_sAxes& b) noexcept {
     return isSame(a.x, b.x) && isSame(a.y, b.y);
@@ -95,25 +119,42 @@ bool algn_MatchRange(algn_sAxes& a, algn_sAxes& b) {
 bool algn_MatchRange(darr_c1DArray& a, darr_c1DArray& b) { return matchRange(a, b); }
 bool algn_MatchRange(darr_c2DArray& a, darr_c2DArray& b) { return matchRange(a, b); }
 
-bool algn_MatchDeltaToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data) {
-    if (data.Cal().Delta() == mask.Cal().Delta())
-        return false;
-    data = resc_Rescale(data, mask.Cal().Delta());
-    return true;
-}
-bool algn_MatchDeltaToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data) {
-    const cal_c2DArrayCal& cal = mask.Cal();
-    if (data.Cal().X().Delta() == cal.X().Delta() && data.Cal().Y().Delta() == cal.Y().Delta())
-        return false;
-    data = resc_Rescale(data, cal.X().Delta(), cal.Y().Delta());
-    return true;
+void algn_Match(algn_sAxes& a, algn_sAxes& b) {
+    algn_MatchDelta(a, b);
+    algn_MatchRange(a, b);
+    if (algn_Count(a) == 0)
+        arr_IndexError(0, 0);
+    algn_RequireSameSize(a, b);
 }
 
+bool algn_MatchDeltaToMask(const algn_sAxes& mask, algn_sAxes& data) {
+    return rescaleUnlessAt(data, mask.x.Cal().Delta(), mask.y.Cal().Delta());
+}
+bool algn_MatchDeltaToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data) {
+    return matchDeltaToMask(mask, data);
+}
+bool algn_MatchDeltaToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data) {
+    return matchDeltaToMask(mask, data);
+}
+
+bool algn_MatchRangeToMask(const algn_sAxes& mask, algn_sAxes& data) {
+    const rnge_sBounds x = boundsOf(mask.x);
+    const rnge_sBounds y = boundsOf(mask.y);
+    if (boundsOf(data.x) == x && boundsOf(data.y) == y)
+        return false;
+    select(data, x, y);
+    return true;
+}
 darr_c1DArray& algn_MatchRangeToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data) {
     return matchRangeToMask(mask, data);
 }
 darr_c2DArray& algn_MatchRangeToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data) {
     return matchRangeToMask(mask, data);
+}
+
+bool algn_MatchToMask(const algn_sAxes& mask, algn_sAxes& data) {
+    const bool rescaled = algn_MatchDeltaToMask(mask, data);
+    return algn_MatchRangeToMask(mask, data) || rescaled;
 }
 
 } // namespace dataprocessing::detail

@@ -7,6 +7,8 @@
 /// Every step exists twice over one body: on the axes of views, where nothing is copied, and on
 /// arrays, which it changes in place.
 
+#include <cstddef>
+
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/pnum.h"
@@ -20,9 +22,19 @@ struct algn_sAxes {
     view_cAxis y;
 };
 
-/// The axes of an array as it is stored.
+/// The axes of an array, or of a mask, as it is stored.
 algn_sAxes algn_Axes(const darr_c1DArray& array) noexcept;
 algn_sAxes algn_Axes(const darr_c2DArray& array) noexcept;
+algn_sAxes algn_Axes(const barr_c1DBoolArray& mask) noexcept;
+algn_sAxes algn_Axes(const barr_c2DBoolArray& mask) noexcept;
+
+/// The number of elements.
+inline std::size_t algn_Count(const algn_sAxes& axes) noexcept {
+    return static_cast<std::size_t>(axes.x.Count()) * static_cast<std::size_t>(axes.y.Count());
+}
+
+/// Throws the size error when the two differ in size.
+void algn_RequireSameSize(const algn_sAxes& a, const algn_sAxes& b);
 
 /// True when elements of equal index lie at one position already: equal deltas, ranges and counts.
 bool algn_IsAligned(const algn_sAxes& a, const algn_sAxes& b) noexcept;
@@ -67,12 +79,25 @@ bool algn_MatchRange(algn_sAxes& a, algn_sAxes& b);
 bool algn_MatchRange(darr_c1DArray& a, darr_c1DArray& b);
 bool algn_MatchRange(darr_c2DArray& a, darr_c2DArray& b);
 
-/// Rescales the data to the deltas of the mask when they differ; returns whether they did.
+/// Brings two operands to where elements of equal index belong together: algn_MatchDelta, then
+/// algn_MatchRange. Throws the errors of both, the index error when the first has no element then,
+/// and the size error when the two differ in size.
+void algn_Match(algn_sAxes& a, algn_sAxes& b);
+
+/// Rescales the data to the deltas of the mask when they differ; returns whether they did. Throws
+/// the errors of resc_Rescale.
+bool algn_MatchDeltaToMask(const algn_sAxes& mask, algn_sAxes& data);
 bool algn_MatchDeltaToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data);
 bool algn_MatchDeltaToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data);
 
-/// Selects the data over the range of the mask when the ranges differ; returns the data.
+/// Selects the data over the range of the mask when the ranges differ. Returns the data; of axes,
+/// whether the ranges did. Throws the errors of darr_c1DArray::Selection.
+bool algn_MatchRangeToMask(const algn_sAxes& mask, algn_sAxes& data);
 darr_c1DArray& algn_MatchRangeToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data);
 darr_c2DArray& algn_MatchRangeToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data);
+
+/// Brings data to where its elements belong to those of a mask: algn_MatchDeltaToMask, then
+/// algn_MatchRangeToMask; returns whether anything was done. Throws the errors of both.
+bool algn_MatchToMask(const algn_sAxes& mask, algn_sAxes& data);
 
 } // namespace dataprocessing::detail

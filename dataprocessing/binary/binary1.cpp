@@ -117,10 +117,7 @@ Array operate(eOperation operation, const Array& a, const Array& b) {
     if (!isAligned) {
         algn_MatchDelta(axesA, axesB);
         algn_MatchRange(axesA, axesB);
-        if (axesA.x.Count() != axesB.x.Count())
-            arr_SizeError(axesB.x.Count(), axesA.x.Count());
-        if (axesA.y.Count() != axesB.y.Count())
-            arr_SizeError(axesB.y.Count(), axesA.y.Count());
+        algn_RequireSameSize(axesA, axesB);
     }
     Array result = view_Shaped(a, type, axesA.x, axesA.y);
     const view_cView first = viewOf(a, type, axesA);

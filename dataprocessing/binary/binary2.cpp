@@ -1,4 +1,4 @@
-#include "dataprocessing/binary/algn_views.h"
+#include "dataprocessing/binary/algn.h"
 #include "dataprocessing/binary/binary2_kernels.h"
 #include "dataprocessing/binary/bnry_comp.h"
 #include "dataprocessing/valuemodel/barr_make.h"

@@ -1,6 +1,6 @@
 #include <cstddef>
 
-#include "dataprocessing/binary/algn_views.h"
+#include "dataprocessing/binary/algn.h"
 #include "dataprocessing/binary/bnry_bool.h"
 #include "dataprocessing/valuemodel/barr_make.h"
 #include "dataprocessing/valuemodel/expt.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "dataprocessing/binary/algn_views.h"
+#include "dataprocessing/binary/algn.h"
 #include "dataprocessing/binary/binary2_kernels.h"
 #include "dataprocessing/binary/bnry_comp.h"
 #include "dataprocessing/platform/arit.h"
