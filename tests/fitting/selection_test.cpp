@@ -375,13 +375,16 @@ TEST(Selection, CopiesWithLocalRangesMayBeDestroyedInAnyOrder) {
         selections[2] = std::make_unique<dasl_c1DDataArraySelection>(*selections[1]);
         selections[3]->AddLocalRange(rnge_c1DRange(8, 9));
         *selections[3] = *selections[2];
+        Listener onLocal(*selections[0]->RangeList()[0]);
         for (const int i : order) {
+            EXPECT_THAT(onLocal.take(), IsEmpty()) << "it lives as long as one selection has it";
             for (const auto& selection : selections)
                 if (selection) {
                     EXPECT_EQ(selection->TotalRange(), rnge_c1DRange(0, 6));
                 }
             selections[static_cast<std::size_t>(i)].reset();
         }
+        EXPECT_THAT(onLocal.take(), ElementsAre(mesg_SenderDestroyed));
     } while (std::next_permutation(order.begin(), order.end()));
 }
 
@@ -455,6 +458,13 @@ TEST(SelectedPoints, RangeOutsideTheArrayContributesNothing) {
               rnge_c1DRange(-infinity, -1)})
             EXPECT_EQ(taken(range, data, select), Points{})
                 << select << ": " << range.Start() << " to " << range.End();
+}
+
+// The first index of such a range may be the largest there is, and the calibration's is below zero.
+TEST(SelectedPoints, RangeFarOutsideContributesNothingWhateverTheCalibrationIndex) {
+    for (const int calIndex : {-100, 100})
+        for (const rnge_c1DRange& range : {rnge_c1DRange(1e12, 1e13), rnge_c1DRange(-1e13, -1e12)})
+            EXPECT_EQ(taken(range, rising(5, {0, 1, calIndex})), Points{}) << calIndex;
 }
 
 TEST(SelectedPoints, RangePartlyOutsideContributesWhatLiesInside) {
