@@ -26,7 +26,8 @@ enum radix_eOrder {
     radix_Centred  ///< X[f] to element (f + n/2) mod n, multiplied by the complex number 1/n
 };
 
-/// Transforms a line of `n` >= 2 values; `source` and `target` are the same storage or do not overlap.
+/// Transforms a line of `n` >= 2 values; `source` and `target` are the same storage or do not
+/// overlap.
 void radix_Line(const comp_cComplex<float>* source, comp_cComplex<float>* target, std::size_t n,
                 int sign, radix_eOrder order);
 

@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t keptPasses = 20;
 
 /// Real parts, then imaginary parts. Making them costs as much as the pass itself, step upon step.
-thread_local mem_cBlock tables[64];
+thread_local mem_cBlock tables[31];
 
 double* begin(const mem_cBlock& table) noexcept {
     return static_cast<double*>(const_cast<void*>(table.Data()));

@@ -14,9 +14,9 @@ struct radix_sPass {
     const double* im;
 };
 
-/// The passes of a transform of n values: number p is that over blocks of 2^(p + 1).
+/// The passes of a transform of n <= 2^31 values: number p is that over blocks of 2^(p + 1).
 struct radix_sPasses {
-    radix_sPass pass[64];
+    radix_sPass pass[31];
 };
 
 /// Finds or makes the tables of a transform of `n` values. They are kept, by each thread, as far as

@@ -296,6 +296,14 @@ TEST(MatchAndFit, ChangesNothingWhenItRefuses) {
     EXPECT_EQ(b.Cal(), backward);
 }
 
+TEST(MatchAndFit, RefusesADeltaThatIsNotPositiveAndFiniteEvenWhereBothHaveIt) {
+    for (const double delta : {-1.0, 0.0, std::numeric_limits<double>::infinity()}) {
+        darr_c1DArray a = lineOf<float>({1, 2, 3}, cal_c1DArrayCal(0, delta, 0));
+        darr_c1DArray b = a;
+        EXPECT_EQ(refusalOf([&] { four_MatchAndFitToPowerOfTwo(a, b); }), noDelta) << delta;
+    }
+}
+
 TEST(MatchAndFit, ChangesNothingWhenMemoryRunsOut) {
     for (int allowed = 0; allowed < 2; ++allowed) {
         darr_c1DArray a = lineOf<float>({1, 2, 3});

@@ -169,8 +169,9 @@ TEST(Ramp2D, AnglesAreCounterClockwiseInAllQuadrants) {
 }
 
 TEST(Ramp2D, AngleAtTheOriginIsZeroEvenForANegativeZero) {
-    // x is -0.0 there, of which the arc tangent would make pi.
-    const darr_c2DArray ramp = ramp_c2DRamp(ramp_Angle, 1, 1, cal_c2DArrayCal(-0.0, 1, 0, 1, 0, 0));
+    // x is -0.0 there: the arc tangent would make pi of it.
+    const darr_c2DArray ramp =
+        ramp_c2DRamp(ramp_Angle, 1, 1, cal_c2DArrayCal(-0.0, -1, 0, 1, 0, 0));
     EXPECT_TRUE(isSameElement(ramp.Elements<float>()[0], 0.0F));
 }
 
