@@ -30,7 +30,7 @@ public:
     /// Takes in the first `rows` equations of the block.
     void Absorb(int rows) noexcept;
 
-    /// Row `i`, from 0, of the triangle: its elements up to the diagonal are zero, element number
+    /// Row `i`, from 0, of the triangle: its elements before the diagonal are zero, element number
     /// `unknowns` is the right-hand side.
     double* Row(int i) noexcept {
         return rows_.data() +

@@ -100,6 +100,8 @@ void checkMatrix(const Make& make, const Free& free) {
     // Rows fit, rows times columns do not.
     EXPECT_EQ(make(1, 1000, 1, LONG_MAX), nullptr);
     EXPECT_EQ(make(1, LONG_MAX, 1, 1), nullptr);
+    // 4 times 2^62 would wrap to no elements at all.
+    EXPECT_EQ(make(1, 4, 1, 1L << 62), nullptr);
     EXPECT_EQ(make(1, 4, LONG_MIN, LONG_MAX), nullptr);
     free(nullptr, 1, 3, 1, 4);
 }
@@ -201,6 +203,8 @@ TEST(Storage, TensorIsThreeLevelsOverOneBlock) {
     EXPECT_EQ(rcps::f3tensor(1, LONG_MAX, 1, 1, 1, 1), nullptr);
     EXPECT_EQ(rcps::f3tensor(1, 1000, 1, LONG_MAX, 1, 1), nullptr);
     EXPECT_EQ(rcps::f3tensor(1, 10, 1, 10, 1, LONG_MAX), nullptr);
+    EXPECT_EQ(rcps::f3tensor(1, 4, 1, 1L << 62, 1, 1), nullptr);
+    EXPECT_EQ(rcps::f3tensor(1, 2, 1, 2, 1, 1L << 62), nullptr);
     rcps::free_f3tensor(nullptr, 1, 2, 1, 3, 1, 4);
 }
 
