@@ -490,6 +490,10 @@ TEST(FftLine, ForwardBitsAreTheTextbookLoopCentredAndMultipliedByTheReciprocal) 
         for (const ComplexFloat& z : {ComplexFloat(0, 0), ComplexFloat(-0.0F, 0),
                                       ComplexFloat(-0.0F, -1), ComplexFloat(-1, -0.0F)})
             lines.emplace_back(n, z);
+    for (const std::size_t n : {2, 16, 64, 256, 1024}) { // with -0 - i in the spectrum
+        lines.emplace_back(n, ComplexFloat(-0.0F, 0));
+        lines.back()[0] = ComplexFloat(-0.0F, -1);
+    }
     for (const std::vector<ComplexFloat>& line : lines) {
         std::vector<ComplexFloat> expected = line;
         const std::size_t n = line.size();
