@@ -35,8 +35,6 @@ mrqm_cFit::mrqm_cFit(std::span<const double> x, std::span<const double> y,
     }
     matrix_.resize(count * count);
     step_.resize(count);
-    pivotRow_.resize(count);
-    pivotColumn_.resize(count);
     isUsed_.resize(count);
 }
 
@@ -107,7 +105,8 @@ void mrqm_cFit::Evaluate(std::span<const double> parameters, sEquations& equatio
 }
 
 /// Gauss-Jordan elimination with full pivoting: step = matrix^-1 gradient, and the inverse stays in
-/// the place of the matrix.
+/// the place of the matrix. In equations of least squares no element passes the largest one of the
+/// diagonal, and so it remains while they are eliminated: that is where the pivot is looked for.
 void mrqm_cFit::Solve() {
     const std::size_t count = fitted_.size();
     matrix_ = current_.curvature;
@@ -118,49 +117,31 @@ void mrqm_cFit::Solve() {
     std::fill(isUsed_.begin(), isUsed_.end(), char{0});
     for (std::size_t round = 0; round < count; ++round) {
         double largest = 0;
-        std::size_t row = count;
-        std::size_t column = count;
-        for (std::size_t r = 0; r < count; ++r)
-            for (std::size_t c = 0; c < count; ++c)
-                if (!isUsed_[r] && !isUsed_[c] && std::fabs(At(matrix_, r, c)) > largest) {
-                    largest = std::fabs(At(matrix_, r, c));
-                    row = r;
-                    column = c;
-                }
+        std::size_t pivot = count;
+        for (std::size_t j = 0; j < count; ++j)
+            if (!isUsed_[j] && std::fabs(At(matrix_, j, j)) > largest) {
+                largest = std::fabs(At(matrix_, j, j));
+                pivot = j;
+            }
         // Nothing but zeros, or NaN.
-        if (row == count)
+        if (pivot == count)
             throw rcps_cRecipesException();
 
-        isUsed_[column] = 1;
-        if (row != column) {
-            for (std::size_t c = 0; c < count; ++c)
-                std::swap(At(matrix_, row, c), At(matrix_, column, c));
-            std::swap(step_[row], step_[column]);
-        }
-        pivotRow_[round] = row;
-        pivotColumn_[round] = column;
-
-        const double inverse = 1.0 / At(matrix_, column, column);
-        At(matrix_, column, column) = 1.0;
+        isUsed_[pivot] = 1;
+        const double inverse = 1.0 / At(matrix_, pivot, pivot);
+        At(matrix_, pivot, pivot) = 1.0;
         for (std::size_t c = 0; c < count; ++c)
-            At(matrix_, column, c) *= inverse;
-        step_[column] *= inverse;
+            At(matrix_, pivot, c) *= inverse;
+        step_[pivot] *= inverse;
         for (std::size_t r = 0; r < count; ++r) {
-            if (r == column)
+            if (r == pivot)
                 continue;
-            const double factor = At(matrix_, r, column);
-            At(matrix_, r, column) = 0.0;
+            const double factor = At(matrix_, r, pivot);
+            At(matrix_, r, pivot) = 0.0;
             for (std::size_t c = 0; c < count; ++c)
-                At(matrix_, r, c) -= At(matrix_, column, c) * factor;
-            step_[r] -= step_[column] * factor;
+                At(matrix_, r, c) -= At(matrix_, pivot, c) * factor;
+            step_[r] -= step_[pivot] * factor;
         }
-    }
-    for (std::size_t round = count; round-- > 0;) {
-        const std::size_t row = pivotRow_[round];
-        const std::size_t column = pivotColumn_[round];
-        if (row != column)
-            for (std::size_t r = 0; r < count; ++r)
-                std::swap(At(matrix_, r, row), At(matrix_, r, column));
     }
 }
 

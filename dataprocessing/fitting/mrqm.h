@@ -92,8 +92,6 @@ private:
     sEquations tried_;
     std::vector<double> matrix_; // augmented curvature; after Solve its inverse
     std::vector<double> step_;
-    std::vector<std::size_t> pivotRow_;
-    std::vector<std::size_t> pivotColumn_;
     std::vector<char> isUsed_;
     double lambda_ = -1;
 };

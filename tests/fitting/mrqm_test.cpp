@@ -211,7 +211,7 @@ TEST(LevenbergMarquardt, SingularEquationsAreRefused) {
     }
 }
 
-TEST(LevenbergMarquardt, EliminationPivotsInRowsAndColumns) {
+TEST(LevenbergMarquardt, EliminationPivotsAmongFarMagnitudes) {
     /// y(x) = a[x]: the curvature is what the weights make it, with three fixed partners.
     class Mixed : public mrqm_cModel {
     public:
@@ -239,6 +239,24 @@ TEST(LevenbergMarquardt, EliminationPivotsInRowsAndColumns) {
         fit.Step();
     for (std::size_t k = 0; k < 4; ++k)
         EXPECT_NEAR(fit.Parameters()[k], truth[k], 1e-10);
+}
+
+TEST(LevenbergMarquardt, EqualChiSquaredCountsAsWorse) {
+    /// Nothing follows from the parameter, whatever the derivative says.
+    class Stiff : public mrqm_cModel {
+    public:
+        bool Begin(std::span<const double>) override { return true; }
+        double Evaluate(double, std::span<const double>,
+                        std::vector<mrqm_sPartial>& partials) override {
+            partials.push_back({0, 1.0});
+            return 0;
+        }
+    } model;
+    const std::vector<double> x{0}, y{1}, sig{1};
+    mrqm_cFit fit(x, y, sig, std::vector<double>{3}, std::vector<int>{1}, model);
+    fit.Step();
+    EXPECT_EQ(fit.Parameters()[0], 3);
+    EXPECT_DOUBLE_EQ(fit.Lambda(), 0.01);
 }
 
 TEST(LevenbergMarquardt, WithoutFittedParametersNothingMoves) {
