@@ -43,7 +43,8 @@ public:
 protected:
     /// Fits the coefficients. Throws expt_cProgramException ("poly_fit", 72) when the sizes differ,
     /// and ("poly_fit", 105) when no |x| reaches type_MinValue; std::bad_alloc when memory runs
-    /// out. The previous coefficients then stay. A NaN or an infinity makes all of them NaN.
+    /// out. The previous coefficients then stay. A NaN in y makes all of them NaN, and so
+    /// does, unless the order is 0, a NaN or an infinity in x.
     void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y) override;
 
 private:
