@@ -60,8 +60,7 @@ darr_c2DArray darr_c2DArray::Selection(int firstX, int firstY, int lastX, int la
 }
 
 darr_c1DArray darr_c2DArray::LineAtY(int y) const {
-    if (y < 0 || y >= SizeY())
-        arr_IndexError(y, SizeY());
+    arr_CheckedIndex(y, SizeY());
     view_cAxis row = view_Y(*this);
     row.Select(y, y + 1LL);
     const view_cView view(Data(), DataType(), DataType(), view_X(*this), row);

@@ -76,7 +76,7 @@ void view_cAxis::Select(long long first, long long last) {
         arr_SizeError(count);
     const long long calIndex = cal_.CalIndex() - first;
     if (count > 0 && (calIndex < intMin || calIndex > intMax))
-        arr_IndexError(first, count_);
+        arr_IndexError();
     first_ = first;
     count_ = static_cast<int>(count);
     cal_.SetCalIndex(static_cast<int>(std::clamp(calIndex, intMin, intMax)));

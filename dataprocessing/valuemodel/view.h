@@ -68,7 +68,8 @@ private:
 /// Stored elements seen as elements of `Type()` along two axes (a 1D array is one row).
 class view_cView {
 public:
-    /// A view of stored elements, row after row, x fastest. Both types are known ones.
+    /// A view of stored elements, row after row, x fastest. Both types are known ones, or one and
+    /// the same unknown one, of which there are no elements to see.
     view_cView(const void* data, dtyp_cDataType stored, dtyp_cDataType seen, const view_cAxis& x,
                const view_cAxis& y, conv_eComplexConversion mode = conv_RealPart) noexcept
         : data_(data), stored_(stored), seen_(seen), mode_(mode), x_(x), y_(y) {}
