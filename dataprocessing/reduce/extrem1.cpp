@@ -129,10 +129,13 @@ pnum_cNumber extremum(extr_eKind kind, const darr_c1DArray& array, const rnge_c1
     const rnge_c1DIndexRange inside(array.Range() & range, array.Cal(),
                                     interpolation == darr_NoInterpolation ? rnge_IndexFloor
                                                                           : rnge_IndexCeiling);
-    if (inside.First() >= inside.Last())
+    // Beside a huge offset positions are coarse, and their indices may lie outside.
+    const int first = std::max(inside.First(), 0);
+    const int last = std::min(inside.Last(), array.Size());
+    if (first >= last)
         return better(start, end);
     extr_sBest best[1];
-    search(searched(array, inside.First(), inside.Last(), conversion), {kind}, best);
+    search(searched(array, first, last, conversion), {kind}, best);
     return better(better(best[0].value, start), end);
 }
 

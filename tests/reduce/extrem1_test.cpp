@@ -497,21 +497,22 @@ TEST(ExtremaInRange, OfManyElementsAreThoseOfThePartInside) {
     }
 }
 
-// Refusals.
-
-/// "unit:line: message" of a user's exception that the call throws, "other" for others.
-template<class Call>
-std::string userRefusalOf(Call call) {
-    try {
-        call();
-    } catch (const expt_cUserException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line()) +
-               ": " + refusal.Message().Text();
-    } catch (const std::exception&) {
-        return "other";
-    }
-    return "none";
+// Beside these offsets positions are rounded to multiples of 2, which lie elements apart: the range
+// of the array seems to have elements before its first one, and many beyond its last one.
+TEST(ExtremaInRange, LookAtElementsOfTheArrayOnly) {
+    const std::vector<double> elements(300000, -1.0);
+    const rnge_c1DRange range(0, infinity);
+    for (const cal_c1DArrayCal& cal :
+         {cal_c1DArrayCal(1e16, 0x1p-18, 0), cal_c1DArrayCal(1e16, 0x1p-18, 300000),
+          cal_c1DArrayCal(1e16, 0x1p-18, 1000000)})
+        for (const auto interpolation : {darr_NoInterpolation, darr_LinearInterpolation}) {
+            const darr_c1DArray line = lineOf(elements, cal);
+            expectElement(extr_Min(line, range, interpolation, conv_RealPart), -1.0, "min");
+            expectElement(extr_Max(line, range, interpolation, conv_RealPart), -1.0, "max");
+        }
 }
+
+// Refusals.
 
 TEST(Extrema, OfAnEmptyArrayAreRefusedAndWriteNothing) {
     const std::string expected = "extrem1:383: Cannot calculate extremum on empty array.";

@@ -39,20 +39,6 @@ void expectSame(const pnum_cNumber& actual, const pnum_cNumber& expected, const 
     EXPECT_TRUE(isSame) << what << ": " << actual << " instead of " << expected;
 }
 
-/// "unit:line: message" of a user's exception that the call throws, "other" for others.
-template<class Call>
-std::string userRefusalOf(Call call) {
-    try {
-        call();
-    } catch (const expt_cUserException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line()) +
-               ": " + refusal.Message().Text();
-    } catch (const std::exception&) {
-        return "other";
-    }
-    return "none";
-}
-
 /// The most elements that are summed as int32; -1 where none are.
 int mostForInt(int code) {
     switch (code) {

@@ -88,5 +88,19 @@ std::string refusalOf(Call call) {
     return "none";
 }
 
+/// "unit:line: message" of a user's exception that the call throws, "other" for others.
+template<class Call>
+std::string userRefusalOf(Call call) {
+    try {
+        call();
+    } catch (const expt_cUserException& refusal) {
+        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line()) +
+               ": " + refusal.Message().Text();
+    } catch (const std::exception&) {
+        return "other";
+    }
+    return "none";
+}
+
 inline const std::string indexRefusal = "arr:1";
 inline const std::string sizeRefusal = "arr:2";

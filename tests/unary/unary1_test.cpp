@@ -451,20 +451,6 @@ TEST(UnaryOfReals, FloatsAndIntegersWidenToComplexDoubleToo) {
         << "the working copy is single precision";
 }
 
-/// "unit:line: message" of a user's exception that the call throws, "other" for others.
-template<class Call>
-std::string userRefusalOf(Call call) {
-    try {
-        call();
-    } catch (const expt_cUserException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line()) +
-               ": " + refusal.Message().Text();
-    } catch (const std::exception&) {
-        return "other";
-    }
-    return "none";
-}
-
 TYPED_TEST(UnaryOfReals, ArcCosineAndSineRefuseWhatLiesOutsideUnity) {
     const std::string ofAcos = std::string("unary1:264: ") + expt_DomainError;
     const std::string ofAsin = std::string("unary1:268: ") + expt_DomainError;
