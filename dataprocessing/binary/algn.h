@@ -33,6 +33,12 @@ inline std::size_t algn_Count(const algn_sAxes& axes) noexcept {
     return static_cast<std::size_t>(axes.x.Count()) * static_cast<std::size_t>(axes.y.Count());
 }
 
+/// The elements of an array, seen in a type along given axes.
+template<class Array>
+view_cView algn_View(const Array& array, dtyp_cDataType type, const algn_sAxes& axes) noexcept {
+    return {array.Data(), array.DataType(), type, axes.x, axes.y};
+}
+
 /// Throws the size error when the two differ in size.
 void algn_RequireSameSize(const algn_sAxes& a, const algn_sAxes& b);
 

@@ -42,11 +42,6 @@ dtyp_cDataType commonType(dtyp_cDataType a, dtyp_cDataType b, eOperation operati
     return type;
 }
 
-template<class Array>
-view_cView viewOf(const Array& array, dtyp_cDataType type, const algn_sAxes& axes) {
-    return {array.Data(), array.DataType(), type, axes.x, axes.y};
-}
-
 /// Runs the kernel into `result`. A division whose divisor is `tested` already is not tested again.
 template<class Result>
 void compute(eOperation operation, const bnry_cOperand& a, const bnry_cOperand& b, Result& result,
@@ -80,7 +75,7 @@ Array operate(eOperation operation, const pnum_cNumber& a, const Array& b) {
     const pnum_cNumber first = conv_Convert(a, type);
     const algn_sAxes axes = algn_Axes(b);
     Array result = view_Shaped(b, type, axes.x, axes.y);
-    const view_cView second = viewOf(b, type, axes);
+    const view_cView second = algn_View(b, type, axes);
     compute(operation, bnry_cOperand(first.Data()), bnry_cOperand(second), result, NumberByArray,
             false);
     return result;
@@ -96,7 +91,7 @@ Array operate(eOperation operation, const Array& a, const pnum_cNumber& b) {
         refuseIf(scan_IsZero(second), ArrayByNumber);
     const algn_sAxes axes = algn_Axes(a);
     Array result = view_Shaped(a, type, axes.x, axes.y);
-    const view_cView first = viewOf(a, type, axes);
+    const view_cView first = algn_View(a, type, axes);
     compute(operation, bnry_cOperand(first), bnry_cOperand(second.Data()), result, ArrayByNumber,
             true);
     return result;
@@ -113,15 +108,15 @@ Array operate(eOperation operation, const Array& a, const Array& b) {
     // alignment cuts off counts, and the zeros that it adds do not.
     const bool isAligned = algn_IsAligned(axesA, axesB);
     if (operation == bnry_Divide && !isAligned)
-        refuseIf(scan_View(viewOf(b, type, axesB), scan_Zero), ArrayByArray);
+        refuseIf(scan_View(algn_View(b, type, axesB), scan_Zero), ArrayByArray);
     if (!isAligned) {
         algn_MatchDelta(axesA, axesB);
         algn_MatchRange(axesA, axesB);
         algn_RequireSameSize(axesA, axesB);
     }
     Array result = view_Shaped(a, type, axesA.x, axesA.y);
-    const view_cView first = viewOf(a, type, axesA);
-    const view_cView second = viewOf(b, type, axesB);
+    const view_cView first = algn_View(a, type, axesA);
+    const view_cView second = algn_View(b, type, axesB);
     compute(operation, bnry_cOperand(first), bnry_cOperand(second), result, ArrayByArray,
             !isAligned);
     return result;

@@ -5,6 +5,7 @@
 
 #include "dataprocessing/platform/arit.h"
 #include "dataprocessing/platform/ipl.h"
+#include "dataprocessing/valuemodel/view_source.h"
 
 namespace dataprocessing::detail {
 
@@ -106,47 +107,19 @@ namespace {
 // Three blocks and what they come from stay in the first-level cache.
 constexpr std::size_t blockBytes = 4096;
 
-// Results from here on would push themselves, and what else is there, out of any last-level cache.
-constexpr std::size_t streamFrom = std::size_t{48} << 20;
+/// The elements of `operand` in the common type.
+view_cSource converted(const bnry_cOperand& operand) noexcept {
+    const view_cView* view = operand.View();
+    return view == nullptr ? view_cSource(operand.Element()) : view_cSource(*view);
+}
 
-/// An operand as a loop reads it: in place, or fetched a block at a time.
-class cSource {
-public:
-    /// The elements of `operand` in the common type.
-    static cSource Converted(const bnry_cOperand& operand, dtyp_cDataType type) noexcept {
-        const view_cView* view = operand.View();
-        if (view == nullptr)
-            return {operand.Element(), 0, nullptr};
-        const void* direct = view->Direct();
-        return {direct, type.SizeOf(), direct == nullptr ? view : nullptr};
-    }
-    /// The elements of `operand` as they are stored; it is a number, or a view of stored elements
-    /// in their order.
-    static cSource Stored(const bnry_cOperand& operand) noexcept {
-        const view_cView* view = operand.View();
-        if (view == nullptr)
-            return {operand.Element(), 0, nullptr};
-        return {view->Stored(), view->StoredType().SizeOf(), nullptr};
-    }
-
-    /// Whether all elements can be read where they are.
-    bool InPlace() const noexcept { return view_ == nullptr; }
-    /// The elements from `first` on: where they are, or in `block`.
-    const void* Read(std::size_t first, std::size_t count, void* block) const {
-        if (view_ == nullptr)
-            return advanced(data_, first * step_);
-        view_->Fetch(first, count, block);
-        return block;
-    }
-
-private:
-    cSource(const void* data, std::size_t step, const view_cView* view) noexcept
-        : data_(data), step_(step), view_(view) {}
-
-    const void* data_;
-    std::size_t step_; // 0 for a number: it stays where it is
-    const view_cView* view_;
-};
+/// The elements of `operand` as they are stored; it is a number, or a view of stored elements in
+/// their order.
+view_cSource stored(const bnry_cOperand& operand) noexcept {
+    const view_cView* view = operand.View();
+    return view == nullptr ? view_cSource(operand.Element())
+                           : view_cSource(view->Stored(), view->StoredType().SizeOf());
+}
 
 /// The elements [first, last) of a result, which are computed at `level`.
 struct sPart {
@@ -158,12 +131,12 @@ struct sPart {
 };
 
 bool streams(const sPart& part) noexcept {
-    return (part.last - part.first) * part.type.SizeOf() >= streamFrom;
+    return (part.last - part.first) * part.type.SizeOf() >= arit_StreamFrom;
 }
 
 /// Calls step(a, b, result, count), which answers whether to go on, block by block.
 template<class Step>
-bool runBlocks(const cSource& a, const cSource& b, const sPart& part, const Step& step) {
+bool runBlocks(const view_cSource& a, const view_cSource& b, const sPart& part, const Step& step) {
     const std::size_t size = part.type.SizeOf();
     const bool toStream = streams(part);
     alignas(64) std::byte blockA[blockBytes];
@@ -185,7 +158,7 @@ bool runBlocks(const cSource& a, const cSource& b, const sPart& part, const Step
 
 /// The same at once where nothing must be fetched and the result is not streamed.
 template<class Step>
-bool run(const cSource& a, const cSource& b, const sPart& part, const Step& step) {
+bool run(const view_cSource& a, const view_cSource& b, const sPart& part, const Step& step) {
     if (part.first == part.last)
         return true;
     if (streams(part) || !a.InPlace() || !b.InPlace())
@@ -237,10 +210,9 @@ void runLoop(int operation, const bnry_cOperand& a, const bnry_cOperand& b, cons
     if (const arit_Loop loop =
             arit_WideningLoop(part.type, storedType(a, part.type), storedType(b, part.type),
                               operation, form, part.level))
-        run(cSource::Stored(a), cSource::Stored(b), part, toTheEnd(loop));
+        run(stored(a), stored(b), part, toTheEnd(loop));
     else if (const arit_Loop plain = arit_PlainLoop(part.type, operation, form, part.level))
-        run(cSource::Converted(a, part.type), cSource::Converted(b, part.type), part,
-            toTheEnd(plain));
+        run(converted(a), converted(b), part, toTheEnd(plain));
 }
 
 } // namespace
@@ -293,8 +265,8 @@ bool bnry_DivideTesting(dtyp_cDataType type, const bnry_cOperand& a, const bnry_
     };
     if (const arit_TestingLoop loop =
             arit_TestingDivision(type, storedType(a, type), storedType(b, type), form, level))
-        return !run(cSource::Stored(a), cSource::Stored(b), all, testing(loop));
-    return !run(cSource::Converted(a, type), cSource::Converted(b, type), all,
+        return !run(stored(a), stored(b), all, testing(loop));
+    return !run(converted(a), converted(b), all,
                 testing(arit_TestingDivision(type, type, type, form, level)));
 }
 

@@ -10,11 +10,6 @@ namespace {
 
 using eComparison = bnry_eCompBinaryOperation;
 
-template<class Array>
-view_cView viewOf(const Array& array, dtyp_cDataType type, const algn_sAxes& axes) {
-    return {array.Data(), array.DataType(), type, axes.x, axes.y};
-}
-
 /// The mask of a comparison whose array operands lie at `axes`.
 template<class Mask>
 Mask compared(const bnry_sComparison& comparison, const view_cSource& a, const view_cSource& b,
@@ -41,7 +36,7 @@ barr_Mask<Array> operate(eComparison comparison, const pnum_cNumber& a, const Ar
     const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
     const pnum_cNumber first = conv_Convert(a, type);
     const algn_sAxes axes = algn_Axes(b);
-    const view_cView second = viewOf(b, type, axes);
+    const view_cView second = algn_View(b, type, axes);
     return compared<barr_Mask<Array>>({comparison, type}, view_cSource(first.Data()),
                                       view_cSource(second), axes);
 }
@@ -53,7 +48,7 @@ barr_Mask<Array> operate(eComparison comparison, const Array& a, const pnum_cNum
     const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
     const pnum_cNumber second = conv_Convert(b, type);
     const algn_sAxes axes = algn_Axes(a);
-    const view_cView first = viewOf(a, type, axes);
+    const view_cView first = algn_View(a, type, axes);
     return compared<barr_Mask<Array>>({comparison, type}, view_cSource(first),
                                       view_cSource(second.Data()), axes);
 }
@@ -66,8 +61,8 @@ barr_Mask<Array> operate(eComparison comparison, const Array& a, const Array& b)
     algn_sAxes axesA = algn_Axes(a);
     algn_sAxes axesB = algn_Axes(b);
     algn_Match(axesA, axesB);
-    const view_cView first = viewOf(a, type, axesA);
-    const view_cView second = viewOf(b, type, axesB);
+    const view_cView first = algn_View(a, type, axesA);
+    const view_cView second = algn_View(b, type, axesB);
     return compared<barr_Mask<Array>>({comparison, type}, view_cSource(first), view_cSource(second),
                                       axesA);
 }

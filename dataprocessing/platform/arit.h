@@ -57,6 +57,10 @@ arit_TestingLoop arit_TestingDivision(dtyp_cDataType type, dtyp_cDataType stored
 /// Whether one element of a floating or complex type counts as zero in that sense.
 bool arit_IsZero(dtyp_cDataType type, const void* element) noexcept;
 
+/// Results of so many bytes would push themselves, and what else is there, out of any last-level
+/// cache.
+inline constexpr std::size_t arit_StreamFrom = std::size_t{48} << 20;
+
 /// Copies past the caches: for results so large that their beginning would have left the caches
 /// before anybody reads it. Other threads may read the target after arit_EndStreaming.
 void arit_StreamOut(void* target, const void* source, std::size_t bytes,

@@ -22,9 +22,6 @@ using eComparison = bnry_eCompBinaryOperation;
 // A block of each value, of the condition and of the result stay in the first-level cache.
 constexpr std::size_t blockBytes = 8192;
 
-// Results from here on would push themselves, and what else is there, out of any last-level cache.
-constexpr std::size_t streamFrom = std::size_t{48} << 20;
-
 /// The condition that a mask holds.
 class cMaskCondition {
 public:
@@ -64,7 +61,7 @@ void selectInto(Array& result, Condition&& condition, const view_cSource& a,
     tnry_RequireKnown(type);
     const std::size_t size = type.SizeOf();
     const std::size_t count = static_cast<std::size_t>(result.Count());
-    const bool streams = count * size >= streamFrom;
+    const bool streams = count * size >= arit_StreamFrom;
     alignas(64) std::byte blockA[blockBytes];
     alignas(64) std::byte blockB[blockBytes];
     alignas(64) std::byte blockResult[blockBytes];
@@ -90,11 +87,6 @@ dtyp_cDataType commonType(dtyp_cDataType a, dtyp_cDataType b) {
     return type;
 }
 
-template<class Array>
-view_cView viewOf(const Array& array, dtyp_cDataType type, const algn_sAxes& axes) {
-    return {array.Data(), array.DataType(), type, axes.x, axes.y};
-}
-
 /// The array that lies where a mask does, with elements that are not set.
 darr_c1DArray shapedLike(const barr_c1DBoolArray& mask, dtyp_cDataType type) {
     return {mask.Size(), type, mask.Cal()};
@@ -113,7 +105,7 @@ struct sMatched {
     sMatched(const Mask& condition, const Array& array, dtyp_cDataType type)
         : axes(algn_Axes(array)),
           isChanged(algn_MatchToMask(algn_Axes(condition), axes) || array.DataType() != type),
-          view(viewOf(array, type, axes)) {}
+          view(algn_View(array, type, axes)) {}
 };
 
 pnum_cNumber select(const type_cBoolean& condition, const pnum_cNumber& first,
@@ -211,7 +203,7 @@ Array extreme(eComparison comparison, const pnum_cNumber& a, const Array& b) {
     const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
     const pnum_cNumber first = conv_Convert(a, type);
     const algn_sAxes axes = algn_Axes(b);
-    const view_cView second = viewOf(b, type, axes);
+    const view_cView second = algn_View(b, type, axes);
     Array result = view_Shaped(b, type, axes.x, axes.y);
     compareInto(result, comparison, view_cSource(first.Data()), view_cSource(second));
     return result;
@@ -224,7 +216,7 @@ Array extreme(eComparison comparison, const Array& a, const pnum_cNumber& b) {
     const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
     const pnum_cNumber second = conv_Convert(b, type);
     const algn_sAxes axes = algn_Axes(a);
-    const view_cView first = viewOf(a, type, axes);
+    const view_cView first = algn_View(a, type, axes);
     Array result = view_Shaped(a, type, axes.x, axes.y);
     compareInto(result, comparison, view_cSource(first), view_cSource(second.Data()));
     return result;
@@ -238,8 +230,8 @@ Array extreme(eComparison comparison, const Array& a, const Array& b) {
     algn_sAxes axesA = algn_Axes(a);
     algn_sAxes axesB = algn_Axes(b);
     algn_Match(axesA, axesB);
-    const view_cView first = viewOf(a, type, axesA);
-    const view_cView second = viewOf(b, type, axesB);
+    const view_cView first = algn_View(a, type, axesA);
+    const view_cView second = algn_View(b, type, axesB);
     Array result = view_Shaped(a, type, axesA.x, axesA.y);
     compareInto(result, comparison, view_cSource(first), view_cSource(second));
     return result;

@@ -19,6 +19,9 @@ public:
     explicit view_cSource(const view_cView& view) noexcept
         : data_(view.Direct()), step_(view.Type().SizeOf()), isArray_(true),
           view_(data_ == nullptr ? &view : nullptr) {}
+    /// An array: `elements`, of `size` bytes each.
+    view_cSource(const void* elements, std::size_t size) noexcept
+        : data_(elements), step_(size), isArray_(true) {}
 
     /// Whether there are many elements rather than one.
     bool IsArray() const noexcept { return isArray_; }
