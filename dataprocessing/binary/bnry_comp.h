@@ -33,9 +33,9 @@
 ///
 /// **Errors.** A comparison that is none of the six: expt_cProgramException ("binary2", 1). An
 /// element type outside the ten: that of conv_Convert, or expt_cProgramException ("binary2", 138)
-/// when both operands have it. Arrays whose alignment leaves no element: the index error. Arrays
-/// that differ in size even when aligned: the size error. What resc_Rescale and Selection refuse
-/// passes through.
+/// when both operands have the same one above the ten. Arrays whose alignment leaves no element:
+/// the index error. Arrays that differ in size even when aligned: the size error. What
+/// resc_Rescale and Selection refuse passes through.
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/barr.h"
