@@ -132,7 +132,8 @@ void putImage(std::ostream& script, const Panel& panel, std::size_t index,
 void putSurroundings(std::ostream& script, const Frame& frame) {
     script << "set title '" << frame.title << "'\nset xlabel '" << frame.x << "'\nset ylabel '"
            << frame.y << "'\nunset object\nunset arrow\nunset label\n"
-           << "set xrange [*:*]\nset yrange [*:*]\nset autoscale xfix\n";
+           << "set xrange [*:*]\nset yrange [*:*]\nset autoscale xfix\n"
+           << "unset logscale y\nset format y '%h'\n";
     if (frame.view.Length() > 0)
         script << "set xrange [" << frame.view.Start() << ':' << frame.view.End() << "]\n";
     for (const rnge_c1DRange& band : frame.bands)

@@ -32,6 +32,9 @@ constexpr Step steps[] = {
     {"An image: dark and gain correction", stepImage},
     {"Two spectra: subtraction with alignment", stepSpectra},
     {"Lines: masks, extrema, statistics", stepLines},
+    {"Ranges, a polynomial, and messages", stepRanges},
+    {"Peak intensities over power laws", stepPeaks},
+    {"A fit of many Gaussians", stepGauss},
 };
 
 /// Makes the directory and goes there, so that no path ever reaches gnuplot.
@@ -68,8 +71,14 @@ void run(const Options& options) {
     if (!canvas.IsThere())
         std::cout << "   pictures: none, because gnuplot (with pngcairo) is not installed\n";
 
-    Story story{std::move(spectrum), std::move(blank), blankScale, hasSpectrum, std::move(image),
-                std::cout,           canvas,           {},         {},          {}};
+    Story story{.spectrum = std::move(spectrum),
+                .blank = std::move(blank),
+                .blankScale = blankScale,
+                .isBlankEstimated = hasSpectrum,
+                .known = hasSpectrum ? std::vector<KnownLine>() : sampleLines(),
+                .scene = std::move(image),
+                .text = std::cout,
+                .canvas = canvas};
     int number = 0;
     for (const Step& step : steps) {
         std::cout << '\n' << ++number << ". " << step.title << "\n\n";

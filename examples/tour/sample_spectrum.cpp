@@ -11,21 +11,16 @@ namespace tour {
 namespace {
 
 struct Line {
+    const char* name;
     double energy; // keV
     double area;   // counts
 };
 
 constexpr Line lines[] = {
-    {1.740, 2600},  // Si K-alpha
-    {4.511, 1500},  // Ti K-alpha
-    {5.415, 52000}, // Cr K-alpha
-    {5.947, 7000},  // Cr K-beta
-    {6.404, 98000}, // Fe K-alpha
-    {7.058, 13000}, // Fe K-beta
-    {7.478, 21000}, // Ni K-alpha
-    {8.046, 9000},  // Cu K-alpha
-    {8.265, 2800},  // Ni K-beta
-    {8.905, 1250},  // Cu K-beta
+    {"Si Ka", 1.740, 2600},  {"Ti Ka", 4.511, 1500},  {"Cr Ka", 5.415, 52000},
+    {"Cr Kb", 5.947, 7000},  {"Fe Ka", 6.404, 98000}, {"Fe Kb", 7.058, 13000},
+    {"Ni Ka", 7.478, 21000}, {"Cu Ka", 8.046, 9000},  {"Ni Kb", 8.265, 2800},
+    {"Cu Kb", 8.905, 1250},
 };
 
 constexpr double fullWidthPerSigma = 2.3548200450309493;
@@ -51,6 +46,13 @@ double ofLines(double energy) {
 }
 
 } // namespace
+
+std::vector<KnownLine> sampleLines() {
+    std::vector<KnownLine> result;
+    for (const Line& line : lines)
+        result.push_back({line.name, line.energy, line.area});
+    return result;
+}
 
 Spectrum sampleSpectrum() {
     Random random(20260101);

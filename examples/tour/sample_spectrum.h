@@ -1,8 +1,21 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "measurement.h"
 
 namespace tour {
+
+/// A line whose element is known.
+struct KnownLine {
+    std::string name;
+    double energy; ///< keV
+    double area;   ///< counts
+};
+
+/// The lines of the sample spectrum.
+std::vector<KnownLine> sampleLines();
 
 /// A sample X-ray spectrum of a steel with nickel and copper, counted by a model of a silicon
 /// detector: 1800 channels of 10 eV from 0.5 keV on.

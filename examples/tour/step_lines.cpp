@@ -88,7 +88,7 @@ void stepLines(Story& story) {
 
     text << "   " << story.lines.size() << " lines, with their full widths at half maximum:\n\n";
     Frame frame{.title = "Lines: what stands out of the noise of counting",
-                .x = story.spectrum.axis + (unit.empty() ? "" : " / " + unit),
+                .x = axisLabel(story.spectrum),
                 .y = "net counts per channel",
                 .isLogarithmic = true};
     for (const Line& line : story.lines) {
@@ -99,9 +99,9 @@ void stepLines(Story& story) {
     }
     text << '\n';
 
-    const std::vector<rnge_c1DRange> stretches =
+    story.stretches =
         stretchesWithoutLines(story.lines, story.blank.counts * story.blankScale, known);
-    const Quiet quiet = quietest(story, stretches);
+    const Quiet quiet = quietest(story, story.stretches);
     if (quiet.channels > 0) {
         text << "   background over " << quiet.window << ": " << quiet.channels
              << " channels, mean " << fixed(quiet.mean, 1)

@@ -36,7 +36,7 @@ void stepSpectra(Story& story) {
          << "   spectrum and continued with zeros to its range.\n\n";
     tell(text, "net       ", story.net, unit);
 
-    const std::string axis = story.spectrum.axis + (unit.empty() ? "" : " / " + unit);
+    const std::string axis = axisLabel(story.spectrum);
     story.canvas.DrawCurves("spectrum.png",
                             {.title = "The spectrum and its background",
                              .x = axis,
