@@ -199,6 +199,8 @@ TEST(LevenbergMarquardt, SingularEquationsAreRefused) {
     const std::vector<double> zero{0, 0, 0}, y{1, 2, 3}, sig{1, 1, 1};
     mrqm_cFit flat(zero, y, sig, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
     EXPECT_THROW(flat.Step(), rcps_cRecipesException);
+    mrqm_cFit slope(zero, y, sig, std::vector<double>{0, 0}, std::vector<int>{0, 1}, model);
+    EXPECT_THROW(slope.Step(), rcps_cRecipesException);
     const std::vector<double> x{0, 1, 2}, unknown(3, std::nan(""));
     mrqm_cFit nothing(x, y, unknown, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
     EXPECT_THROW(nothing.Step(), rcps_cRecipesException);

@@ -173,7 +173,7 @@ TEST(PowerLaw, CurveIsZeroUpToPositionZero) {
     }
     EXPECT_EQ(fit.curve(3, cal_c1DArrayCal(-2, 1, 0)), std::vector<double>(3, 0.0));
 
-    arr_cC_Array<double> x({-1, 2, 0, 4}), y(4);
+    arr_cC_Array<double> x({-1, 2, type_MinValue, 4}), y(4);
     fit.function.LoadValues(x, y);
     ASSERT_EQ(x.Size(), 2);
     ASSERT_EQ(y.Size(), 2);
