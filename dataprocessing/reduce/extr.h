@@ -69,8 +69,10 @@ DATAPROCESSING_EXPORT void extr_MinMax(const parr_c2DNumberArray& array, pnum_cN
 /// found by `interpolation` (darr_c1DArray::Value). The elements inside are those of the
 /// intersection with the array's own range, by rnge_IndexFloor without interpolation and by
 /// rnge_IndexCeiling with it. A range that holds no element gives the smaller, or larger, of the
-/// two end values. They are combined by trny_min and trny_max, so the result's type is the common
-/// one. Throws what Value and Selection throw, too.
+/// two end values; **with a negative delta none does**, as the array's own range then runs
+/// backwards. They are combined by trny_min and trny_max, the elements with the start, then with
+/// the end, so the result's type is the common one. Throws what Value and rnge_c1DIndexRange throw,
+/// too.
 /// @{
 DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion);
 DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion);

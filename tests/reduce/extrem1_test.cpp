@@ -432,6 +432,14 @@ TEST(ExtremaInRange, LookThroughTheCalibration) {
     expectElement(extr_Max(line, right, darr_LinearInterpolation, conv_RealPart), -1.0, "right");
 }
 
+// Its range runs backwards, so that it has nothing in common with any other.
+TEST(ExtremaInRange, OfALineWithANegativeDeltaAreThoseOfTheEnds) {
+    const darr_c1DArray line = lineOf({1, 9, 3}, cal_c1DArrayCal(0, -1, 0));
+    const rnge_c1DRange range(-1.5, -0.5);
+    expectElement(extr_Max(line, range, darr_LinearInterpolation, conv_RealPart), 6.0, "max");
+    expectElement(extr_Min(line, range, darr_LinearInterpolation, conv_RealPart), 5.0, "min");
+}
+
 TEST(ExtremaInRange, OfIntegersHaveTheTypeOfTheirEnds) {
     const short elements[] = {0, 10, 0};
     const darr_c1DArray line{std::span(elements)};
@@ -464,9 +472,11 @@ TEST(ExtremaInRange, TreatNaNAsTheElementWiseMinimumDoes) {
     const darr_c1DArray nanSecond = lineOf({0, nan, 9, 1});
     expectElement(extr_Max(nanSecond, rnge_c1DRange(0.5, 3.5), darr_NoInterpolation, conv_RealPart),
                   9.0, "a NaN that is not the first inside is skipped");
-    const darr_c1DArray nanAtStart = lineOf({nan, 5, 3});
-    expectElement(extr_Max(nanAtStart, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart),
-                  3.0, "the NaN of the start is replaced by the end alone");
+    const darr_c1DArray nanAtStart = lineOf({nan, 1, 3});
+    for (const auto& extremum :
+         {extr_Min(nanAtStart, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart),
+          extr_Max(nanAtStart, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart)})
+        expectElement(extremum, 3.0, "the NaN of the start is replaced by the end alone");
 }
 
 TEST(ExtremaInRange, OfComplexesAreThoseOfTheConvertedArray) {
