@@ -183,8 +183,7 @@ comp_cComplex<T> tanh(const comp_cComplex<T>& z) {
 }
 
 /// Prints "(re,im)".
-DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& stream,
-                                               const comp_cComplex<float>& z);
+DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& stream, const comp_cComplex<float>& z);
 /// Prints "(re,im)".
 DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& stream,
                                                const comp_cComplex<double>& z);

@@ -27,9 +27,7 @@ const str_cString& expt_cProgramException::SourceFile() const noexcept {
 }
 int expt_cProgramException::Line() const noexcept { return detail_->line; }
 const char* expt_cProgramException::what() const noexcept { return detail_->what.c_str(); }
-const str_cString& expt_cProgramException::MessageText() const noexcept {
-    return detail_->message;
-}
+const str_cString& expt_cProgramException::MessageText() const noexcept { return detail_->message; }
 
 expt_cUserException::expt_cUserException(const str_cString& sourceFile, int line,
                                          const str_cString& message)
