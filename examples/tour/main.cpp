@@ -35,6 +35,12 @@ constexpr Step steps[] = {
     {"Ranges, a polynomial, and messages", stepRanges},
     {"Peak intensities over power laws", stepPeaks},
     {"A fit of many Gaussians", stepGauss},
+    {"Frequencies of a profile", stepFrequencies},
+    {"Registration of two shifted images", stepRegistration},
+    {"The periods of a lattice", stepPeriod},
+    {"Rotated, sheared, resized", stepWarp},
+    {"A line scan and a projection", stepScan},
+    {"An axis, written and read back", stepStreams},
 };
 
 /// Makes the directory and goes there, so that no path ever reaches gnuplot.

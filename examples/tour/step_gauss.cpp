@@ -142,7 +142,7 @@ std::vector<rnge_c1DRange> windowsOn(const cal_c1DArrayCal& cal, const Story& st
     return result;
 }
 
-/// The deviations from the model in units of the noise of counting, inside of the windows.
+/// The deviations from the model in units of the noise of counting; NaN outside of the windows.
 darr_c1DArray residualsOf(const Story& story, const darr_c1DArray& data, const darr_c1DArray& model,
                           const std::vector<rnge_c1DRange>& windows) {
     const rnge_c1DIndexRange range(story.peaks.Range(), story.spectrum.counts.Cal(),
@@ -150,7 +150,7 @@ darr_c1DArray residualsOf(const Story& story, const darr_c1DArray& data, const d
     darr_c1DArray counts = conv_Convert(story.spectrum.counts.Selection(range), dtyp_Double);
     counts.SetCal(data.Cal());
     const darr_c1DArray all = (data - model) / sqrt(trny_max(counts, 1.0));
-    darr_c1DArray result(data.Size(), 0.0, data.Cal());
+    darr_c1DArray result(data.Size(), std::nan(""), data.Cal());
     for (const rnge_c1DRange& window : windows) {
         const rnge_c1DIndexRange part(window & data.Range(), data.Cal(), rnge_IndexCeiling);
         for (int i = part.First(); i < part.Last(); ++i)
@@ -205,10 +205,13 @@ void run(Story& story) {
     const darr_c1DArray model = loaded(function, data);
     const darr_c1DArray residuals = residualsOf(story, data, model, windows);
     double points = 0;
-    for (const rnge_c1DRange& window : windows)
-        points += data.Selection(window, rnge_IndexCeiling).Size();
-    text << "\n   mean square of residual / noise: "
-         << fixed(stat_Sum(residuals * residuals).As<double>() / points, 2)
+    double squares = 0;
+    for (const rnge_c1DRange& window : windows) {
+        const darr_c1DArray part = residuals.Selection(window & data.Range(), rnge_IndexCeiling);
+        points += part.Size();
+        squares += stat_Sum(part * part).As<double>();
+    }
+    text << "\n   mean square of residual / noise: " << fixed(squares / points, 2)
          << "; counting alone gives 1\n";
     draw(story, data, model, residuals, windows);
 }

@@ -49,6 +49,12 @@ void stepLines(Story& story);
 void stepRanges(Story& story);
 void stepPeaks(Story& story);
 void stepGauss(Story& story);
+void stepFrequencies(Story& story);
+void stepRegistration(Story& story);
+void stepPeriod(Story& story);
+void stepWarp(Story& story);
+void stepScan(Story& story);
+void stepStreams(Story& story);
 /// @}
 
 } // namespace tour
