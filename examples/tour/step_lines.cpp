@@ -86,7 +86,8 @@ void stepLines(Story& story) {
     text << "   largest value over " << right << ": "
          << fixed(number(extr_Max(net, right, darr_LinearInterpolation, conv_RealPart)), 1) << '\n';
 
-    text << "   " << story.lines.size() << " lines, with their full widths at half maximum:\n\n";
+    text << "   " << story.lines.size() << (story.lines.size() == 1 ? " line" : " lines")
+         << ", with their full widths at half maximum:\n\n";
     Frame frame{.title = "Lines: what stands out of the noise of counting",
                 .x = axisLabel(story.spectrum),
                 .y = "net counts per channel",

@@ -24,10 +24,9 @@ void stepPeaks(Story& story) {
     std::ostream& text = story.text;
     const darr_c1DArray& counts = story.spectrum.counts;
     std::vector<Line> lines;
-    if (!story.lines.empty())
-        for (const Line& line : groupOfStrongest(story.lines, 10))
-            if (stretchBelow(story.stretches, line.position) != nullptr)
-                lines.push_back(line);
+    for (const Line& line : groupOfStrongest(story.lines, 10))
+        if (stretchBelow(story.stretches, line.position) != nullptr)
+            lines.push_back(line);
     if (lines.empty()) {
         text << "   No peak has a background below it that a power law could be fitted to.\n";
         return;

@@ -67,9 +67,7 @@ std::list<rnge_c1DRange> around(const Story& story) {
 void stepRanges(Story& story) {
     std::ostream& text = story.text;
     const darr_c1DArray& counts = story.spectrum.counts;
-    std::list<rnge_c1DRange> ranges;
-    if (!story.lines.empty())
-        ranges = around(story);
+    std::list<rnge_c1DRange> ranges = around(story);
     if (ranges.empty()) {
         text << "   There is nothing between the lines that could be selected.\n";
         return;
