@@ -1,5 +1,6 @@
 #include "dataprocessing/geometry/warp_kernels.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <type_traits>
@@ -10,10 +11,10 @@ namespace dataprocessing::detail {
 
 namespace {
 
-/// The map along one row of the result.
+/// The map along one row of the result: what each column contributes, and what all of them have.
 struct warp_sRow {
-    double factorX;
-    double factorY;
+    const double* productX;
+    const double* productY;
     double addendX;
     double addendY;
     double shiftX;
@@ -51,7 +52,21 @@ sKernel kernelOf(dtyp_cDataType stored, level_eSet level) {
     return kernel;
 }
 
-/// The columns [first, last) of a row of the result.
+/// A factor times each column of a strip of the result. All rows have them in common, and loading
+/// one is faster than making it; the strip bounds the memory and holds most images in full.
+struct sProducts {
+    static constexpr int most = 4096;
+    double factor;
+    double of[most];
+
+    void Fill(double by, int first, int count) {
+        factor = by;
+        for (int i = 0; i < count; ++i)
+            of[i] = factor * (first + i);
+    }
+};
+
+/// The columns [first, last) of a strip.
 struct sSpan {
     int first;
     int last;
@@ -73,12 +88,12 @@ int firstWhere(sSpan span, Predicate holds) {
 /// The columns whose mapped coordinate lies in [0, limit). Along a row the coordinate only rises or
 /// only falls, because every rounded product and sum of finite numbers does, so these columns have
 /// no gap. What is not finite maps nothing into the image.
-sSpan inside(sSpan span, double factor, double addend, double shift, int limit) {
-    if (!std::isfinite(factor) || !std::isfinite(addend) || !std::isfinite(shift))
+sSpan inside(sSpan span, const sProducts& product, double addend, double shift, int limit) {
+    if (!std::isfinite(product.factor) || !std::isfinite(addend) || !std::isfinite(shift))
         return {0, 0};
-    const auto isInFront = [&](int x) { return factor * x + addend + shift + 0.5 < 0; };
-    const auto isBehind = [&](int x) { return factor * x + addend + shift + 0.5 >= limit; };
-    if (factor >= 0)
+    const auto isInFront = [&](int x) { return product.of[x] + addend + shift + 0.5 < 0; };
+    const auto isBehind = [&](int x) { return product.of[x] + addend + shift + 0.5 >= limit; };
+    if (product.factor >= 0)
         return {firstWhere(span, [&](int x) { return !isInFront(x); }), firstWhere(span, isBehind)};
     return {firstWhere(span, [&](int x) { return !isBehind(x); }), firstWhere(span, isInFront)};
 }
@@ -87,20 +102,27 @@ sSpan inside(sSpan span, double factor, double addend, double shift, int limit) 
 
 void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int sizeY, void* target,
                  level_eSet level) {
-    if (sizeX == 0)
-        return;
     const auto [matrix, shiftX, shiftY] = map;
     const sKernel kernel = kernelOf(image.type, level);
     const auto bytes = [&](int columns) { return static_cast<std::size_t>(columns) * kernel.size; };
-    unsigned char* line = static_cast<unsigned char*>(target);
-    for (int y = 0; y < sizeY; ++y) {
-        const warp_sRow row{matrix.m00, matrix.m10, matrix.m01 * y, matrix.m11 * y, shiftX, shiftY};
-        sSpan span = inside({0, sizeX}, row.factorX, row.addendX, shiftX, image.sizeX);
-        span = inside(span, row.factorY, row.addendY, shiftY, image.sizeY);
-        std::memset(line, 0, bytes(span.first));
-        kernel.stretch(image, row, span.first, span.last, line);
-        std::memset(line + bytes(span.last), 0, bytes(sizeX - span.last));
-        line += bytes(sizeX);
+    sProducts productX;
+    sProducts productY;
+    int count = 0;
+    for (int first = 0; first < sizeX; first += count) {
+        count = std::min(sProducts::most, sizeX - first);
+        productX.Fill(matrix.m00, first, count);
+        productY.Fill(matrix.m10, first, count);
+        unsigned char* line = static_cast<unsigned char*>(target) + bytes(first);
+        for (int y = 0; y < sizeY; ++y) {
+            const warp_sRow row{productX.of,    productY.of, matrix.m01 * y,
+                                matrix.m11 * y, shiftX,      shiftY};
+            sSpan span = inside({0, count}, productX, row.addendX, shiftX, image.sizeX);
+            span = inside(span, productY, row.addendY, shiftY, image.sizeY);
+            std::memset(line, 0, bytes(span.first));
+            kernel.stretch(image, row, span.first, span.last, line);
+            std::memset(line + bytes(span.last), 0, bytes(count - span.last));
+            line += bytes(sizeX);
+        }
     }
 }
 

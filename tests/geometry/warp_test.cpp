@@ -693,9 +693,10 @@ TEST(WarpSample, GivesTheLiteralLoopForLongRows) {
     std::uniform_real_distribution<double> real(-1, 1);
     forEachElementType([&]<class T>(int code) {
         const std::vector<T> source = countedElements<T>(3000 * 3);
-        for (const int columns : {1023, 1024, 1025, 2047, 2048, 2049, 4097})
-            for (int i = 0; i < 6; ++i) {
-                const sMatrix n{i % 2 ? 0.9 : -0.9, real(random), real(random) * 1e-3, 1};
+        for (const int columns : {1023, 1024, 1025, 2047, 2048, 2049, 4095, 4096, 4097, 8193})
+            for (int i = 0; i < 4; ++i) {
+                const double factor = 2950.0 / columns;
+                const sMatrix n{i % 2 ? factor : -factor, real(random), real(random) * 1e-4, 1};
                 const double t0 = i % 2 ? 100 * real(random) : 2900 + 100 * real(random);
                 for (const level_eSet level : levels())
                     ASSERT_TRUE(samplesLiterally(code, source, 3000, 3, n, t0, real(random),
