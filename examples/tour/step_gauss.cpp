@@ -58,7 +58,7 @@ struct Fit {
     type_cBoolean fitResolution = true;
     std::deque<gsft_cGaussian> gaussians = {}; // whose addresses must stay
     list_cPtrList<gsft_cGaussian> peaks = {};
-    dasl_c1DDataArraySelection selection{rnge_IndexCeiling};
+    dasl_c1DDataArraySelection selection{rnge_IndexNearest};
 };
 
 void tellParameters(std::ostream& text, const char* when, const Fit& fit) {
@@ -152,7 +152,7 @@ darr_c1DArray residualsOf(const Story& story, const darr_c1DArray& data, const d
     const darr_c1DArray all = (data - model) / sqrt(trny_max(counts, 1.0));
     darr_c1DArray result(data.Size(), std::nan(""), data.Cal());
     for (const rnge_c1DRange& window : windows) {
-        const rnge_c1DIndexRange part(window & data.Range(), data.Cal(), rnge_IndexCeiling);
+        const rnge_c1DIndexRange part(window & data.Range(), data.Cal(), rnge_IndexNearest);
         for (int i = part.First(); i < part.Last(); ++i)
             result.SetNumber(i, all.Number(i));
     }
@@ -207,7 +207,7 @@ void run(Story& story) {
     double points = 0;
     double squares = 0;
     for (const rnge_c1DRange& window : windows) {
-        const darr_c1DArray part = residuals.Selection(window & data.Range(), rnge_IndexCeiling);
+        const darr_c1DArray part = residuals.Selection(window & data.Range(), rnge_IndexNearest);
         points += part.Size();
         squares += stat_Sum(part * part).As<double>();
     }
