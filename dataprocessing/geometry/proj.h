@@ -23,6 +23,6 @@ DATAPROCESSING_EXPORT darr_c1DArray proj_Project(const darr_c2DArray& image,
 /// The profile from (x1, y1) to (x2, y2), averaged over `width` across that line: proj_Project over
 /// the rectangle centred on the segment's middle, as long as the segment and turned along it.
 /// Swapping the ends reverses the profile; each starts with the element at its own first point.
-/// Equal points give a profile without elements.
+/// Equal points give a profile without elements. Throws what proj_Project throws.
 DATAPROCESSING_EXPORT darr_c1DArray proj_LineScan(const darr_c2DArray& image, double x1, double y1,
                                                   double x2, double y2, double width);

@@ -12,7 +12,8 @@
 /// **Result.** It covers the upright box around the mapped range, in floor(extent / delta + 0.5)
 /// elements along each axis, with the image's deltas (unless a function sets others). Its
 /// calibration is that of the image with new calibration indices when the box contains the origin,
-/// and else offsets at the box's left and bottom with indices 0.
+/// and else offsets at the box's left and bottom with indices 0. Where a function then sets other
+/// deltas, positions keep their place in the first case and only distances do in the second.
 ///
 /// **Sampling** is nearest neighbour, by the inverse map N of M on element indices: element (x, y)
 /// of the result is element (floor(N00 x + N01 y + t0 + 0.5), floor(N10 x + N11 y + t1 + 0.5)) of
@@ -28,7 +29,8 @@
 ///
 /// **Errors.** A size of the result that is negative, not finite, or makes more than 2^31-1
 /// elements: the size error, before anything is allocated (a delta that is not positive comes to
-/// one of these). A matrix that cannot be inverted:
+/// one of these). A range to select that has no indices (a bound that is NaN, a delta of 0): the
+/// index error. A matrix that cannot be inverted:
 /// expt_cUserException ("linalg", 157, expt_InvertSingularMatrix). An unknown element type:
 /// expt_cProgramException ("Warp", 93).
 
@@ -71,8 +73,8 @@ DATAPROCESSING_EXPORT darr_c2DArray warp_FlipPoint(const darr_c2DArray& image);
 /// |angle|, or | |angle| - pi | when that is above pi / 2, and c = atan(delta Y / delta X), they
 /// are (cos a x delta X, cos a x delta Y) when a < c, and (sin a x delta Y, sin a x delta X)
 /// otherwise. M = Rot(angle) diag(delta X / new delta X, delta Y / new delta Y). Towards a whole
-/// turn sin a, and with it the deltas, vanish: such angles end in the size error and are better
-/// given as their remainder.
+/// turn sin a, and with it the deltas, vanish, and beyond it they are negative: such angles, of
+/// which the nearest end in the size error, are better given as their remainder.
 ///
 ///     const darr_c2DArray turned = warp_Rotate(image, type_Pi / 6, rnge_c2DRange::Null);
 DATAPROCESSING_EXPORT darr_c2DArray warp_Rotate(const darr_c2DArray& image, double angle,

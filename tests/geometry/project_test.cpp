@@ -104,10 +104,15 @@ TEST(Project, EveryTypeIsTheSumOfItsRowsOverTheirNumber) {
     });
 }
 
-TEST(Project, TheProfileStartsAtOffsetZero) {
+TEST(Project, TheOffsetOfTheProfileIsZero) {
     const darr_c2DArray image = imageOf(3, 2, sample, cal_c2DArrayCal(10, 2, 5, 1, 1, 0));
     const darr_c1DArray profile = proj_Project(image, rnge_c2DRange(8, 5, 14, 7));
     EXPECT_EQ(profile.Cal(), cal_c1DArrayCal(0, 2, 1));
+    // Upright, the origin is at 0 even from outside; a turned range then starts there.
+    const darr_c1DArray beside = proj_Project(image, rnge_c2DRange(12, 5, 14, 7));
+    EXPECT_EQ(beside.Cal(), cal_c1DArrayCal(0, 2, -1));
+    const darr_c1DArray turnedBeside = proj_Project(image, rnge_c2DRange(12.5, 6, 2, 1, 0.2));
+    EXPECT_EQ(turnedBeside.Cal().Position(0), 0);
     const darr_c1DArray turned = proj_Project(image, rnge_c2DRange(11, 6, 4, 2, 0.2));
     EXPECT_EQ(turned.Cal().Offset(), 0);
     EXPECT_EQ(turned.Cal().Delta(), std::cos(0.2) * 2);

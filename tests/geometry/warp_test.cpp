@@ -261,6 +261,12 @@ TEST(WarpRescale, KeepsTheCalibrationOriginInItsPlace) {
     EXPECT_EQ(rowsOf(finer)[0], (std::vector<double>{1, 2, 2, 3, 3, 0}));
 }
 
+TEST(WarpRescale, AnOriginOutsideLeavesTheLeftOfTheEnlargedBox) {
+    // Element 0 lies at 15, 5 from the origin, and twice as far when enlarged.
+    const darr_c2DArray image = sampleImage(cal_c2DArrayCal(10, 1, 0, 1, -5, 0));
+    EXPECT_EQ(warp_Rescale(image, 0.5, 1).Cal(), cal_c2DArrayCal(20, 0.5, 0, 1, 0, 0));
+}
+
 TEST(WarpRescale, ItsOwnDeltasGiveACopy) {
     const cal_c2DArrayCal cal(3, 0.25, -1, 0.5, 2, 1);
     const darr_c2DArray copy = warp_Rescale(imageOf<short>(sample, cal), 0.25, 0.5);
@@ -386,6 +392,17 @@ TEST(WarpRotate, ByNothingSelectsTheRange) {
     const rnge_c2DRange range(10.9, 17, 100, 20.1);
     EXPECT_TRUE(isSame(warp_Rotate(image, 0, range), image.Selection(range, rnge_IndexNearest)));
     EXPECT_EQ(warp_Rotate(image, 0, range).SizeX(), 45);
+}
+
+TEST(WarpRotate, ByNothingARangeWithoutIndicesIsRefused) {
+    const rnge_c2DRange odd(notANumber, 0, 1, 1);
+    EXPECT_EQ(refusalOf([&] { warp_Rotate(sampleImage(), 0, odd); }), indexRefusal);
+}
+
+TEST(WarpRotate, BeyondAWholeTurnTheDeltasAreNegative) {
+    const darr_c2DArray turned = warp_Rotate(sampleImage(), 7, whole);
+    EXPECT_EQ(turned.Cal().X().Delta(), std::sin(7 - type_Pi));
+    EXPECT_LT(turned.Cal().X().Delta(), 0);
 }
 
 TEST(WarpRotate, OnlyTheNullRangeItselfMeansTheWholeImage) {
