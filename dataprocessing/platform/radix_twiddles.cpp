@@ -40,7 +40,8 @@ mem_cBlock make(std::size_t half) {
 
 } // namespace
 
-radix_cTwiddles::radix_cTwiddles(std::size_t n) : passes_{} {
+// Made from the default one so that its destructor frees the tables even when memory runs out here.
+radix_cTwiddles::radix_cTwiddles(std::size_t n) : radix_cTwiddles() {
     const std::size_t count = static_cast<std::size_t>(std::countr_zero(n));
     for (std::size_t p = 0; p < count; ++p) {
         const std::size_t half = std::size_t{1} << p;

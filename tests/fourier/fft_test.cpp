@@ -6,7 +6,9 @@
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/fourier/fft_kernels.h"
 #include "dataprocessing/fourier/four.h"
+#include "dataprocessing/platform/memory.h"
 #include "dataprocessing/platform/radix.h"
+#include "dataprocessing/platform/radix_twiddles.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/unary/unry.h"
 #include "dataprocessing/valuemodel/resc.h"
@@ -269,6 +271,31 @@ TEST(MatchAndFit, MatchesImagesAlongEachAxis) {
     EXPECT_EQ(elementsOf<float>(b), elementsOf<float>(expectedB));
     EXPECT_EQ(a.Cal(), expectedA.Cal());
     EXPECT_EQ(b.Cal(), expectedB.Cal());
+}
+
+TEST(MatchAndFit, IsWhatResamplingToTheSameDeltaGivesForEveryElementType) {
+    forEachElementType([]<class T>(int code) {
+        for (const double delta : {1.0, 0.1, 1e-310, 1e300})
+            for (const double deltaY : {delta, 2 * delta}) {
+                const cal_c2DArrayCal cal(0.3, delta, -7, deltaY, -3, 5);
+                const darr_c2DArray image = imageOf(7, 3, countedElements<T>(21), cal);
+                const darr_c2DArray other =
+                    imageOf(2, 2, countedElements<T>(4), cal_c2DArrayCal(1, delta, 1, delta, 0, 1));
+                darr_c2DArray a = image;
+                darr_c2DArray b = other;
+                four_MatchAndFitToPowerOfTwo(a, b);
+                const darr_c2DArray expectedA =
+                    resc_Rescale(image, delta, delta).Selection(0, 0, a.SizeX(), a.SizeY());
+                const darr_c2DArray expectedB =
+                    resc_Rescale(other, delta, delta).Selection(0, 0, 8, b.SizeY());
+                EXPECT_TRUE(elementsOf<T>(a) == elementsOf<T>(expectedA)) << code << " " << delta;
+                EXPECT_TRUE(elementsOf<T>(b) == elementsOf<T>(expectedB)) << code << " " << delta;
+                EXPECT_EQ(a.Cal(), expectedA.Cal()) << code << " " << delta;
+                EXPECT_EQ(b.Cal(), expectedB.Cal()) << code << " " << delta;
+                EXPECT_EQ(a.SizeX(), 8);
+                EXPECT_EQ(a.SizeY(), deltaY == delta ? 4 : 8);
+            }
+    });
 }
 
 TEST(MatchAndFit, GivesArraysWithoutElementsZeros) {
@@ -830,13 +857,18 @@ TEST(FftImage, OfComplexDoublesIsJudgedInSinglePrecision) {
     std::vector<ComplexDouble> values;
     for (const ComplexFloat& z : someSpectrum(8, 4, 20))
         values.emplace_back(z.re, z.im);
-    const std::vector<Exact> expected = exactOf(four_FFT(imageOf(8, 4, someSpectrum(8, 4, 20))));
+    const auto inSingle = [&] {
+        return exactOf(four_FFT(conv_Convert(imageOf(8, 4, values), dtyp_ComplexFloat)));
+    };
     values[1].re = values[7].re = 1;
     values[1].re += 1e-12; // lost when converted
     const darr_c2DArray real = four_FFT(imageOf(8, 4, values));
     EXPECT_EQ(real.DataType(), dtyp_Float);
+    EXPECT_EQ(distance(exactOf(real), inSingle()), 0);
     values[1].re += 1;
-    EXPECT_EQ(four_FFT(imageOf(8, 4, values)).DataType(), dtyp_ComplexFloat);
+    const darr_c2DArray general = four_FFT(imageOf(8, 4, values));
+    EXPECT_EQ(general.DataType(), dtyp_ComplexFloat);
+    EXPECT_EQ(distance(exactOf(general), inSingle()), 0);
 }
 
 TEST(FftImage, OfEveryRealTypeIsThatOfTheConvertedImage) {
@@ -958,4 +990,23 @@ TEST(FftLine, AndImageTransformsSurviveWantOfMemory) {
     outlast([&] { return four_FFT(real); });
     outlast([&] { return four_IFFT(general); });
     outlast([&] { return four_IFFT(spectrum); });
+}
+
+TEST(RadixTwiddles, OfALongTransformAreNotKeptWhenMemoryRunsOut) {
+    constexpr std::size_t kept = std::size_t{1} << 20;
+    radix_cTwiddles{kept};
+    // Between the attempts a block of another size takes the place of what the thread has spare.
+    const auto isMade = [](std::size_t n, long allowed) {
+        mem_cBlock(std::size_t{6} << 20);
+        const FailingNew failing(allowed);
+        try {
+            radix_cTwiddles{n};
+            return true;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    };
+    EXPECT_TRUE(isMade(kept, 0));
+    EXPECT_FALSE(isMade(4 * kept, 1));
+    EXPECT_FALSE(isMade(2 * kept, 0));
 }
