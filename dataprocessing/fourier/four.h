@@ -29,8 +29,8 @@
 /// | both | any other complex 2D | see four_FFT of an image; neither scaled nor centred |
 ///
 /// **So the inverse does not undo the forward transform**: four_IFFT takes element 0 for frequency
-/// 0 and does not un-centre a 1D spectrum; the element order then alternates in sign. For images,
-/// four_IFFT(four_FFT(image)) is the image times 2 / (W H).
+/// 0 and does not un-centre a 1D spectrum, so that the elements come back with alternating signs.
+/// For images, four_IFFT(four_FFT(image)) is the image times 2 / (W H).
 ///
 /// **Errors.** An array without elements: the error of stat_Mean. A type outside the ten: that of
 /// conv_Convert. More elements than 2^31-1 after the expansion: the size error. NaN and infinities

@@ -37,7 +37,8 @@ TEST(BandPassFilter, PassesTheStrictInsideOfTheBand) {
         {8, 0.5, 0.5, {0, 0, 0, 0, 0, 0, 0, 0}},
         {8, 0.6, 0.0, {0, 0, 0, 0, 0, 0, 0, 0}},
         {8, std::numeric_limits<double>::quiet_NaN(), 1, {0, 0, 0, 0, 0, 0, 0, 0}},
-        {5, -0.7, 0.5, {0, 1, 1, 1, 0}}, // from -0.8 on: the calibration index is 2
+        {5, -0.7, 0.5, {0, 1, 1, 1, 0}},               // from -0.8 on: the calibration index is 2
+        {10, -0.1, 0, {0, 0, 0, 0, 0, 1, 0, 0, 0, 0}}, // its steps add up to -5.6e-17
         {1, -0.5, 0.5, {1}},
         {0, -2, 2, {0, 0}},
     };
