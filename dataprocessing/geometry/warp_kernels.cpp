@@ -102,6 +102,8 @@ sSpan inside(sSpan span, const sProducts& product, double addend, double shift, 
 
 void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int sizeY, void* target,
                  level_eSet level) {
+    if (sizeY == 0)
+        return;
     const auto [matrix, shiftX, shiftY] = map;
     const sKernel kernel = kernelOf(image.type, level);
     const auto bytes = [&](int columns) { return static_cast<std::size_t>(columns) * kernel.size; };

@@ -562,6 +562,7 @@ TEST(Warp, AResultMayHaveNoColumnOrNoRow) {
     const darr_c2DArray noRow = warp_Resize(sampleImage(), 1, 0.1);
     EXPECT_EQ(noRow.SizeX(), 3);
     EXPECT_EQ(noRow.SizeY(), 0);
+    EXPECT_EQ(warp_Resize(sampleImage(), 3000, 0.1).SizeX(), 9000);
 }
 
 TEST(Warp, SizesAreRefusedBeforeAnythingIsAllocated) {
