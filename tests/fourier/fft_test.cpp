@@ -1010,3 +1010,21 @@ TEST(RadixTwiddles, OfALongTransformAreNotKeptWhenMemoryRunsOut) {
     EXPECT_FALSE(isMade(4 * kept, 1));
     EXPECT_FALSE(isMade(2 * kept, 0));
 }
+
+TEST(RadixRoom, IsKeptUpToThatOfALineOfTwoToTheTwentieth) {
+    constexpr std::size_t kept = std::size_t{1} << 16; // values of a column of its own
+    std::vector<ComplexFloat> column(2 * kept);
+    const auto isRunWithoutMemory = [&](std::size_t n) {
+        radix_Columns(column.data(), n, 1, 1);
+        mem_cBlock(std::size_t{6} << 20);
+        const FailingNew failing(0);
+        try {
+            radix_Columns(column.data(), n, 1, 1);
+            return true;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    };
+    EXPECT_TRUE(isRunWithoutMemory(kept));
+    EXPECT_FALSE(isRunWithoutMemory(2 * kept));
+}
