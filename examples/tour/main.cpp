@@ -4,6 +4,7 @@
 #include <csignal>
 #include <exception>
 #include <filesystem>
+#include <ios>
 #include <iostream>
 #include <new>
 #include <system_error>
@@ -60,12 +61,22 @@ void tellSource(const char* what, const std::string& file) {
               << '\n';
 }
 
+/// What `read` makes of the file.
+template<class Read>
+auto fromFile(const std::string& file, Read read) {
+    try {
+        return read(file);
+    } catch (const std::ios_base::failure&) {
+        throw InputError(file + ": cannot be read");
+    }
+}
+
 void run(const Options& options) {
     // All that a user can get wrong is read and checked before anything is written.
     const bool hasSpectrum = !options.spectrum.empty();
     const bool hasImage = !options.image.empty();
-    Spectrum spectrum = hasSpectrum ? readSpectrum(options.spectrum) : sampleSpectrum();
-    Image image = hasImage ? readPgm(options.image) : sampleImage();
+    Spectrum spectrum = hasSpectrum ? fromFile(options.spectrum, readSpectrum) : sampleSpectrum();
+    Image image = hasImage ? fromFile(options.image, readPgm) : sampleImage();
     Spectrum blank = hasSpectrum ? estimatedBackground(spectrum) : sampleBlank();
     const double blankScale =
         hasSpectrum ? 1 : spectrum.counts.Cal().Delta() / (blank.counts.Cal().Delta() * blankTime);
