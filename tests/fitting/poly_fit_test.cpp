@@ -246,6 +246,23 @@ TEST_F(PolynomialFit, WhatTheDataCannotTellIsLeftOut) {
     EXPECT_NEAR(static_cast<double>(valueAt(c, 1e6 + 25)), 7, 1e-3);
 }
 
+// Positions 1 and 1 - d, in turn, have singular values in the ratio d / (4 - 2 d + d^2), in as many
+// blocks of points as there may be.
+TEST_F(PolynomialFit, SingularValuesBelowOneHundredThousandthAreLeftOutHoweverManyPointsThereAre) {
+    for (const std::size_t count : {2U, 128U, 1000U})
+        for (const double ratio : {0.9999e-5, 1.0001e-5}) {
+            const double d = 4 * ratio / (1 + 2 * ratio);
+            std::vector<double> x, y;
+            for (std::size_t i = 0; i < count; ++i) {
+                x.push_back(i % 2 == 0 ? 1 : 1 - d);
+                y.push_back(i % 2 == 0 ? 0 : 1);
+            }
+            const std::vector<double> c = fit(1, x, y);
+            const double slope = ratio < 1e-5 ? 0.25 : -1 / d;
+            EXPECT_NEAR(c[1], slope, 1e-4 * std::fabs(slope)) << count << ' ' << ratio;
+        }
+}
+
 TEST_F(PolynomialFit, NaNAndInfinityComeOutAsNaN) {
     for (const double bad : {nan, infinity, -infinity}) {
         EXPECT_THAT(fit(1, {1, bad, 3}, {1, 2, 3}), Each(testing::IsNan())) << bad;
