@@ -43,12 +43,14 @@ public:
     ~dasl_c1DDataArraySelection() override;
 
     /// Adds a range of the caller's and registers with it for all of its messages; does nothing
-    /// when that very range is there already. When it throws, nothing has changed.
+    /// when that very range is there already. Throws std::bad_alloc, and nothing has changed; an
+    /// exception of a receiver passes, and the range is there.
     void AddRange(rnge_c1DRange& range);
-    /// Adds a copy of `range` that the selection owns.
+    /// Adds a copy of `range` that the selection owns. Throws as AddRange does.
     void AddLocalRange(const rnge_c1DRange& range);
     /// Removes that very range, whose place the last one takes; does nothing when it is not there.
-    /// A local range lives on until Clear or the end of the selection.
+    /// A local range lives on until Clear or the end of the selection. An exception of a receiver
+    /// passes, and the range is gone.
     void RemoveRange(rnge_c1DRange& range);
     /// True when that very range is there.
     type_cBoolean HasRange(rnge_c1DRange& range) const;
@@ -64,9 +66,10 @@ public:
     /// of the first element of each range is its calibrated one, each next one a delta further by
     /// addition. Of complex data the real parts are taken.
     ///
-    /// Throws the index error for a range with a NaN bound and for data of delta 0, and
-    /// expt_cProgramException for an unknown element type or index rule; `x` and `y` then hold what
-    /// was gathered so far.
+    /// Throws the index error for a range with a NaN bound, for data of delta 0, and where the
+    /// calibration index of a range's elements would leave int; the size error for more than 2^31-1
+    /// points; expt_cProgramException for an unknown element type or index rule; std::bad_alloc.
+    /// `x` and `y` then hold what was gathered of the ranges before.
     void FillXY(const darr_c1DArray& data, arr_cC_Array<double>& x, arr_cC_Array<double>& y) const;
 
     /// The ranges, in the order in which they were added, as removals have changed it.

@@ -619,4 +619,29 @@ TEST(Selection, RangeStaysWhenAReceiverThrows) {
     EXPECT_EQ(selection.TotalRange(), rnge_c1DRange(1, 8));
 }
 
+TEST(Selection, RangeIsGoneWhenAReceiverOfItsRemovalThrows) {
+    dasl_c1DDataArraySelection selection(rnge_IndexNearest);
+    rnge_c1DRange range(1, 2);
+    selection.AddRange(range);
+    Listener listener(selection);
+    listener.act = [] { throw std::runtime_error("refused"); };
+    EXPECT_THROW(selection.RemoveRange(range), std::runtime_error);
+    EXPECT_FALSE(selection.HasRange(range));
+    EXPECT_NO_THROW(range.SetEnd(8)) << "it is not heard any more";
+}
+
+TEST(SelectedPoints, CalibrationIndexThatWouldLeaveIntIsRefused) {
+    constexpr int least = std::numeric_limits<int>::min();
+    const darr_c1DArray data(9, pnum_cNumber(1.0), cal_c1DArrayCal(0, 1, least));
+    const double start = data.Cal().Position(0);
+    dasl_c1DDataArraySelection selection(rnge_IndexNearest);
+    selection.AddLocalRange(rnge_c1DRange(start, start + 2));
+    arr_cC_Array<double> x, y;
+    selection.FillXY(data, x, y);
+    EXPECT_EQ(x.Size(), 2);
+    selection.AddLocalRange(rnge_c1DRange(start + 3, start + 5));
+    EXPECT_THROW(selection.FillXY(data, x, y), arr_cIndexException);
+    EXPECT_EQ(x.Size(), 2) << "of the range before";
+}
+
 } // namespace
