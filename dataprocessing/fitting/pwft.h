@@ -31,8 +31,8 @@ public:
     /// Always 0.
     double ChiSquared() const override { return 0.0; }
     /// Keeps the positions where the curve exists, and sets `y` to its values there; both arrays
-    /// then have as many elements. A zero fit sets `y` to 0 and keeps every position. Throws
-    /// expt_cProgramException ("poly_fit", 44) when the sizes differ.
+    /// then have as many elements. A zero fit sets `y` to 0 and keeps every position, whatever the
+    /// sizes. Other fits throw expt_cProgramException ("poly_fit", 44) when the sizes differ.
     void LoadValues(arr_cC_Array<double>& x, arr_cC_Array<double>& y) const override;
 
 protected:
@@ -51,7 +51,8 @@ protected:
 ///     background.PeakIntensity(6.93); // counts times units
 class DATAPROCESSING_EXPORT pwft_cMultiPowerLawFitFunc : public ftfn_c1DFittingFunction {
 public:
-    /// No peak; each will have a power law of this order. The selection takes no part in the fits.
+    /// No peak; each will have a power law of this order, which AddPeak checks. The selection takes
+    /// no part in the fits.
     pwft_cMultiPowerLawFitFunc(int order, dasl_c1DDataArraySelection& selection);
     /// A copy with peaks of its own, of the same coefficients, which hears nothing.
     pwft_cMultiPowerLawFitFunc(const pwft_cMultiPowerLawFitFunc& other);
@@ -78,13 +79,16 @@ public:
 
     /// Adds a peak, after those of lower or equal position. Its power law is fitted over [position
     /// - gap - width, position - gap); its integration window is [position + windowOffset, position
-    /// + windowOffset + windowWidth). When it throws, nothing has changed.
+    /// + windowOffset + windowWidth). Throws expt_cProgramException ("poly_fit", 22) for a function
+    /// of negative order; nothing has changed then.
     virtual void AddPeak(double position, double gap, double width, double windowOffset,
                          double windowWidth);
     /// Removes every peak.
     virtual void ClearPeaks();
     /// The sum over the integration window of what Load gives there, times delta, for the first
-    /// peak whose position is within type_MinValue of `position`; 0 when there is none.
+    /// peak whose position is within type_MinValue of `position`; 0 when there is none. Throws the
+    /// index error when an end of the window is not a number, the size error when it has more
+    /// elements than an array can have, and what Load throws.
     virtual double PeakIntensity(double position) const;
 
 private:

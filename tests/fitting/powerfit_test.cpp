@@ -310,6 +310,17 @@ TEST(MultiPowerLaw, BeyondTheDataTheBackgroundAloneIsTakenAway) {
     EXPECT_EQ(loaded(multi.function, 0, cal), std::vector<double>());
 }
 
+TEST(MultiPowerLaw, IntensityNeedsAWindowThatAnArrayCanHold) {
+    constexpr double inf = std::numeric_limits<double>::infinity();
+    Multi multi;
+    multi.function.AddPeak(200, 5, 50, -inf, inf); // the end is not a number
+    multi.function.AddPeak(210, 5, 50, -3e9, 6e9);
+    multi.function.AddPeak(220, 5, 50, 0, -inf);
+    EXPECT_THROW(multi.function.PeakIntensity(200), arr_cIndexException);
+    EXPECT_THROW(multi.function.PeakIntensity(210), arr_cSizeException);
+    EXPECT_EQ(multi.function.PeakIntensity(220), 0);
+}
+
 TEST(MultiPowerLaw, OtherDeltasAreResampled) {
     Multi multi;
     std::vector<double> y;
