@@ -513,11 +513,11 @@ TEST(FftLine, ForwardBitsAreTheTextbookLoopCentredAndMultipliedByTheReciprocal) 
     std::vector<std::vector<ComplexFloat>> lines;
     for (int bits = 1; bits <= 18; ++bits)
         lines.push_back(oracle::someValues(std::size_t{1} << bits, 3));
-    for (const std::size_t n : {2, 16, 64, 256, 1024}) // with zeros of either sign
+    for (const std::size_t n : {2U, 16U, 64U, 256U, 1024U}) // with zeros of either sign
         for (const ComplexFloat& z : {ComplexFloat(0, 0), ComplexFloat(-0.0F, 0),
                                       ComplexFloat(-0.0F, -1), ComplexFloat(-1, -0.0F)})
             lines.emplace_back(n, z);
-    for (const std::size_t n : {2, 16, 64, 256, 1024}) { // with -0 - i in the spectrum
+    for (const std::size_t n : {2U, 16U, 64U, 256U, 1024U}) { // with -0 - i in the spectrum
         lines.emplace_back(n, ComplexFloat(-0.0F, 0));
         lines.back()[0] = ComplexFloat(-0.0F, -1);
     }
