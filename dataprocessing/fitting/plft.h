@@ -44,7 +44,8 @@ protected:
     /// Fits the coefficients. Throws expt_cProgramException ("poly_fit", 72) when the sizes differ,
     /// and ("poly_fit", 105) when no |x| reaches type_MinValue; std::bad_alloc when memory runs
     /// out. The previous coefficients then stay. A NaN in y makes all of them NaN, and so
-    /// does, unless the order is 0, a NaN or an infinity in x.
+    /// does, unless the order is 0, a NaN or an infinity in x. An infinity in y, or values the sum
+    /// of which overflows, leaves none of them finite.
     void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y) override;
 
 private:

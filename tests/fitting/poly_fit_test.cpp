@@ -270,6 +270,19 @@ TEST_F(PolynomialFit, NaNAndInfinityComeOutAsNaN) {
     }
 }
 
+TEST_F(PolynomialFit, InfiniteValuesLeaveNothingFinite) {
+    const auto isFinite = [](double c) { return std::isfinite(c); };
+    for (const int order : {0, 1, 2})
+        for (const double bad : {infinity, -infinity, 1e308}) {
+            const std::vector<double> c = fit(order, {1, 2, 3}, {bad, bad, bad});
+            EXPECT_TRUE(std::none_of(c.begin(), c.end(), isFinite)) << order << ' ' << bad;
+        }
+    for (const double bad : {infinity, -infinity}) {
+        const std::vector<double> c = fit(1, {1, 2, 3}, {1, bad, 3});
+        EXPECT_TRUE(std::none_of(c.begin(), c.end(), isFinite)) << bad;
+    }
+}
+
 TEST_F(PolynomialFit, ValuesAreAddedFromTheConstantUpwardsWithPowersByMultiplication) {
     Polynomial polynomial(3, selection);
     polynomial.fit({1, 2, 3, 4, 5.5, 7}, {0.1, 0.7, -0.3, 12, 5, 3});
