@@ -37,7 +37,7 @@ public:
     /// The ranges and the index rule of `other`; see above.
     dasl_c1DDataArraySelection(const dasl_c1DDataArraySelection& other) = default;
     /// Takes the ranges and the index rule of `other` as a copy does, and sends nothing. It stays
-    /// registered with the shared ranges that it had.
+    /// registered with the ranges that it had, local ones that a copy still has among them.
     dasl_c1DDataArraySelection& operator=(const dasl_c1DDataArraySelection& other);
     /// Lets go of the ranges, then tells the receivers `mesg_SenderDestroyed`.
     ~dasl_c1DDataArraySelection() override;

@@ -346,6 +346,17 @@ TEST(Selection, AssignmentTakesRangesAndIndexRuleAndSendsNothing) {
     EXPECT_THAT(listener.take(), ElementsAre(dasl_SelectionChanged)) << "it stays registered";
 }
 
+TEST(Selection, LocalRangeThatACopyStillHasIsHeardAfterAssignment) {
+    dasl_c1DDataArraySelection selection(rnge_IndexNearest);
+    selection.AddLocalRange(rnge_c1DRange(1, 2));
+    const dasl_c1DDataArraySelection copy(selection);
+    selection = dasl_c1DDataArraySelection(rnge_IndexNearest);
+    Listener listener(selection);
+    EXPECT_EQ(selection.RangeList().Count(), 0);
+    copy.RangeList()[0]->SetEnd(3);
+    EXPECT_THAT(listener.take(), ElementsAre(dasl_SelectionChanged));
+}
+
 TEST(Selection, SelfAssignmentChangesNothing) {
     dasl_c1DDataArraySelection selection(rnge_IndexNearest);
     rnge_c1DRange shared(1, 2);
