@@ -27,6 +27,7 @@ class DATAPROCESSING_EXPORT ftfn_c1DFittingFunction : public tgio_cNamedTaggedSt
 public:
     /// A copy of name and selection, which hears nothing.
     ftfn_c1DFittingFunction(const ftfn_c1DFittingFunction& other) = default;
+    ftfn_c1DFittingFunction& operator=(const ftfn_c1DFittingFunction&) = delete;
     /// Leaves the selection.
     ~ftfn_c1DFittingFunction() override;
 
@@ -48,7 +49,6 @@ public:
 protected:
     /// A nameless function of `selection`, with which it registers.
     explicit ftfn_c1DFittingFunction(dasl_c1DDataArraySelection& selection);
-    ftfn_c1DFittingFunction& operator=(const ftfn_c1DFittingFunction&) = delete;
 
     /// Fits the parameters to the points (x[i], y[i]). The base does nothing.
     virtual void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y);

@@ -25,19 +25,20 @@ DATAPROCESSING_EXPORT void svdcmp(double** a, int m, int n, double* w, double** 
 
 /// Solves U diag(w) V^T x = b in the least-squares sense: x = V diag(1 / w) U^T b, leaving out
 /// every component whose w is exactly 0.
-DATAPROCESSING_EXPORT void svbksb(double** u, double* w, double** v, int m, int n, double* b,
-                                  double* x);
+DATAPROCESSING_EXPORT void svbksb(double** u, const double* w, double** v, int m, int n,
+                                  const double* b, double* x);
 
 /// Fits the `ma` parameters `a` of a linear model to `ndata` points by weighted least squares: the
 /// value at point i is the sum of a[j] basis[i][j]; a residual weighs 1 / sig[i]. Singular values
 /// below 1e-5 of the largest are set to 0. `u` (ndata x ma), `v` (ma x ma) and `w` (ma) receive the
 /// decomposition, `chisq` the sum of the squared weighted residuals.
-DATAPROCESSING_EXPORT void svdfit(double* x, double* y, double* sig, int ndata, double* a, int ma,
-                                  double** u, double** v, double* w, double* chisq, double** basis);
+DATAPROCESSING_EXPORT void svdfit(const double* x, const double* y, const double* sig, int ndata,
+                                  double* a, int ma, double** u, double** v, double* w,
+                                  double* chisq, double** basis);
 
 /// The ma x ma covariance matrix of the parameters of svdfit, from its `v` and `w`; singular values
 /// of 0 are left out.
-DATAPROCESSING_EXPORT void svdvar(double** v, int ma, double* w, double** cvm);
+DATAPROCESSING_EXPORT void svdvar(double** v, int ma, const double* w, double** cvm);
 
 /// sqrt(a^2 + b^2) without overflow or underflow on the way; 0 when both are 0, NaN when one is NaN
 /// or both are infinite.

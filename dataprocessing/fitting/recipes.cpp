@@ -303,7 +303,7 @@ void svdcmp(double** a, int m, int n, double* w, double** v) {
     cDecomposition(a, m, n, w, v).Run();
 }
 
-void svbksb(double** u, double* w, double** v, int m, int n, double* b, double* x) {
+void svbksb(double** u, const double* w, double** v, int m, int n, const double* b, double* x) {
     cVector<double> projected(n);
     for (int i = 1; i <= m; ++i)
         for (int j = 1; j <= n; ++j)
@@ -318,8 +318,8 @@ void svbksb(double** u, double* w, double** v, int m, int n, double* b, double* 
     }
 }
 
-void svdfit(double*, double* y, double* sig, int ndata, double* a, int ma, double** u, double** v,
-            double* w, double* chisq, double** basis) {
+void svdfit(const double*, const double* y, const double* sig, int ndata, double* a, int ma,
+            double** u, double** v, double* w, double* chisq, double** basis) {
     cVector<double> b(ndata);
     for (int i = 1; i <= ndata; ++i) {
         const double weight = 1.0 / sig[i];
@@ -344,7 +344,7 @@ void svdfit(double*, double* y, double* sig, int ndata, double* a, int ma, doubl
     }
 }
 
-void svdvar(double** v, int ma, double* w, double** cvm) {
+void svdvar(double** v, int ma, const double* w, double** cvm) {
     cVector<double> weight(ma);
     for (int i = 1; i <= ma; ++i)
         weight[i] = w[i] != 0 ? 1.0 / (w[i] * w[i]) : 0;

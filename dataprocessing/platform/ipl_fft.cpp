@@ -122,7 +122,7 @@ void pack(sHalf& half, ipl_sImage& result, float scale) {
     for (int y = 0; y < half.rows; ++y) {
         const Complex* from = half.Row(y);
         float* to = rowOf(result, y);
-        for (int u = 1; u < half.columns; ++u) {
+        for (std::ptrdiff_t u = 1; u < half.columns; ++u) {
             to[2 * u - 1] = scale * from[u].re;
             to[2 * u] = scale * from[u].im;
         }
@@ -148,7 +148,7 @@ void unpack(const ipl_sImage& source, sHalf& half) {
     for (int y = 0; y < half.rows; ++y) {
         const float* from = rowOf(source, y);
         Complex* to = half.Row(y);
-        for (int u = 1; u < half.columns; ++u)
+        for (std::ptrdiff_t u = 1; u < half.columns; ++u)
             to[u] = Complex(from[2 * u - 1], from[2 * u]);
     }
     const auto at = [&](int y) { return Complex(rowOf(source, y)[0], rowOf(source, y)[last]); };

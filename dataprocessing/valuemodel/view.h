@@ -99,7 +99,7 @@ public:
 
 private:
     void Row(long long y, long long x, int count, void* target) const;
-    void RescaledRow(long long y, long long x, int count, void* target) const;
+    void RescaledRow(long long row, long long column, int count, void* target) const;
 
     const void* data_;
     dtyp_cDataType stored_;
