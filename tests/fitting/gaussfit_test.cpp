@@ -511,6 +511,37 @@ TEST(GaussianFit, PointsMayComeInAnyOrderAndTwice) {
     EXPECT_NEAR(setup.peaks[1].Amplitude(), 20, 1e-9);
 }
 
+TEST(GaussianFit, PositionsAreThoseOfTheNearestChannels) {
+    const std::vector<double> y = spectrumOf(128, {}, {50, 16}, {1000}, {61.25});
+    arr_cC_Array<double> x(128);
+    for (int i = 0; i < 128; ++i)
+        x[i] = i + (i % 2 == 0 ? 0.4 : -0.4);
+    Spectrometer setup;
+    setup.add(700, 61.25);
+    setup.function.RefitValues(x, arr_cC_Array<double>(std::span<const double>(y)));
+    EXPECT_NEAR(setup.peaks[0].Amplitude(), 1000, 1e-9);
+}
+
+TEST(GaussianFit, PeakEndsAtThreeWidthsExactly) {
+    Spectrometer setup;
+    setup.resolution = {60, 2 * fwhmOfWidth};
+    setup.add(1, 60);
+    setup.function.RefitValues({54, 60, 66}, {1000, 4, 1000});
+    EXPECT_NEAR(setup.peaks[0].Amplitude(), 4, 1e-6);
+    setup.function.RefitValues({55, 60, 65}, {1000, 4, 1000});
+    EXPECT_GT(setup.peaks[0].Amplitude(), 4.001);
+}
+
+TEST(GaussianFit, PeaksAtOnePlaceAreRefusedInTheEnd) {
+    // Damped steps converge: only the covariance does not exist.
+    Spectrometer setup;
+    setup.add(1, 60);
+    setup.add(2, 60);
+    const std::vector<double> before = setup.state();
+    EXPECT_THROW(setup.function.RefitValues({60}, {4}), rcps_cRecipesException);
+    EXPECT_EQ(setup.state(), before);
+}
+
 TEST(GaussianFit, AmplitudesAreWeightedByTheDeviations) {
     std::mt19937 random(5);
     for (int round = 0; round < 50; ++round) {

@@ -360,6 +360,21 @@ TEST(MultiPowerLaw, PeaksAreSortedAndEqualOnesKeepTheirOrder) {
     EXPECT_NEAR(multi.function.PeakIntensity(60), 7 - 12, 1e-11);
 }
 
+TEST(MultiPowerLaw, EndsOfRangesTakeTheNearestElements) {
+    std::vector<double> y;
+    for (int i = 0; i < 40; ++i)
+        y.push_back(i + 1);
+    const darr_c1DArray data{std::span<const double>(y)};
+    Multi multi(0);
+    multi.function.AddPeak(20, 8.4, 1, 0.6, 2); // [10.6, 11.6): 12; [20.6, 22.6): 22, 23
+    pwft_cMultiPowerLawFitFunc copy(multi.function);
+    for (pwft_cMultiPowerLawFitFunc* function : {&multi.function, &copy}) {
+        function->Refit(data);
+        EXPECT_NEAR(std::exp(function->Coefficients(0)[0]), 12, 1e-12);
+        EXPECT_NEAR(function->PeakIntensity(20), 22 + 23 - 2 * 12, 1e-11);
+    }
+}
+
 TEST(MultiPowerLaw, CopiesHavePeaksOfTheirOwn) {
     const cal_c1DArrayCal cal(100, 1, 0);
     auto original = std::make_unique<Multi>();
