@@ -7,11 +7,6 @@
 
 #include "dataprocessing/fitting/rcps_exception.h"
 
-rcps_cRecipesException::rcps_cRecipesException()
-    : expt_cUserException("recipes", 0, "Singular matrix.") {}
-
-rcps_cRecipesException::~rcps_cRecipesException() = default;
-
 namespace dataprocessing::detail {
 
 mrqm_cFit::mrqm_cFit(std::span<const double> x, std::span<const double> y,
