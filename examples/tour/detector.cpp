@@ -66,7 +66,8 @@ Frames expose(const darr_c2DArray& scene) {
     Progress progress("exposing the detector");
     for (std::size_t i = 0; i < sizeX * sizeY; ++i) {
         const double x = (static_cast<double>(i % sizeX) + 0.5) / static_cast<double>(sizeX);
-        const double y = (static_cast<double>(i / sizeX) + 0.5) / static_cast<double>(sizeY);
+        const auto row = i / sizeX;
+        const double y = (static_cast<double>(row) + 0.5) / static_cast<double>(sizeY);
         const double gain = smoothGain(x, y) * std::max(0.5, 1 + 0.02 * random.Normal());
         const double hot = random.Uniform() < 0.0005 ? 8000 * random.Uniform() : 0;
         const double level = smoothDark(x, y) + columns[i % sizeX] + 12 * random.Normal() + hot;

@@ -69,8 +69,8 @@ void stepRegistration(Story& story) {
     const darr_c2DArray banded = prut_CrossCorrelate(moved, reference, 0.05, 0.6);
     std::vector<Tile> tiles{Panel{"reference", reference, story.scene.quantity},
                             Panel{"shifted", moved, story.scene.quantity}};
-    tiles.push_back(found(story, "cross-correlation", plain));
-    tiles.push_back(found(story, "band-passed cross-correlation", banded));
+    tiles.emplace_back(found(story, "cross-correlation", plain));
+    tiles.emplace_back(found(story, "band-passed cross-correlation", banded));
     story.canvas.DrawTiles("registration.png", tiles, story.scene.unit);
 }
 
