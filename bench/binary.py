@@ -5,29 +5,13 @@ usage: binary.py DIRECTORY   (where bench_binary left samples of its results)
 
 Compares the samples first, then prints times in the same form.
 """
-import os
-import statistics
 import sys
-import time
-import timeit
 
-for variable in ("OMP_NUM_THREADS", "OPENBLAS_NUM_THREADS", "MKL_NUM_THREADS"):
-    os.environ[variable] = "1"
+from peer import bits, ours, real, report
 
 import numpy as np
 
 SMALLEST = np.float32(2.0**-126)
-
-
-def bits(count, which):
-    h = np.arange(count, dtype=np.uint32) * np.uint32(2654435761) + np.uint32(which * 40503)
-    h = (h ^ (h >> np.uint32(15))) * np.uint32(2246822519)
-    return h ^ (h >> np.uint32(13))
-
-
-def real(count, which):
-    part = (bits(count, which) >> np.uint32(9)).astype(np.float32)
-    return np.float32(0.5) + part * np.float32(2.0**-23)
 
 
 def short(count, which):
@@ -59,26 +43,13 @@ def inputs(count):
     }
 
 
-def check(directory, name, count, result):
+def agrees(sample, result):
     """Integers agree exactly; reals within two roundings of the largest part."""
-    stride = max(1, count // 4096)
-    ours = np.fromfile(os.path.join(directory, f"{name}.{count}"), dtype=result.dtype)
-    theirs = result[::stride]
     if result.dtype.kind == "i":
-        good = np.array_equal(ours, theirs)
-    else:
-        scale = np.abs(theirs).astype(np.float64)
-        good = ours.shape == theirs.shape and bool(
-            np.all(np.abs(ours.astype(np.complex128) - theirs) <= 2 * 2.0**-23 * scale))
-    print("check", name, count, "agree" if good else "DIFFER")
-
-
-def nanoseconds(statement, names):
-    timer = timeit.Timer(statement, timer=time.process_time, globals=names)
-    calls = 1
-    while timer.timeit(calls) < 2e-3:
-        calls *= 2
-    return statistics.median(t / calls for t in timer.repeat(15, calls)) * 1e9
+        return np.array_equal(sample, result)
+    scale = np.abs(result).astype(np.float64)
+    return sample.shape == result.shape and bool(
+        np.all(np.abs(sample.astype(np.complex128) - result) <= 2 * 2.0**-23 * scale))
 
 
 def main():
@@ -89,8 +60,9 @@ def main():
         for name, statement in CASES.items():
             if count == 1000 and name != "add_float":
                 continue
-            check(directory, name, count, eval(statement, names))
-            print("time", name, count, f"{nanoseconds(statement, names):.4g}", flush=True)
+            result = eval(statement, names)
+            sample = ours(directory, name, count, result.dtype)
+            report(name, count, agrees(sample, result[::max(1, count // 4096)]), statement, names)
 
 
 main()

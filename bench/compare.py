@@ -5,27 +5,11 @@ usage: compare.py DIRECTORY   (where bench_compare left samples of its results)
 
 Compares the samples first, then prints times in the same form.
 """
-import os
-import statistics
 import sys
-import time
-import timeit
 
-for variable in ("OMP_NUM_THREADS", "OPENBLAS_NUM_THREADS", "MKL_NUM_THREADS"):
-    os.environ[variable] = "1"
+from peer import bits, ours, real, report
 
 import numpy as np
-
-
-def bits(count, which):
-    h = np.arange(count, dtype=np.uint32) * np.uint32(2654435761) + np.uint32(which * 40503)
-    h = (h ^ (h >> np.uint32(15))) * np.uint32(2246822519)
-    return h ^ (h >> np.uint32(13))
-
-
-def real(count, which):
-    part = (bits(count, which) >> np.uint32(9)).astype(np.float32)
-    return np.float32(0.5) + part * np.float32(2.0**-23)
 
 
 CASES = {
@@ -50,21 +34,11 @@ def inputs(count):
     }
 
 
-def check(directory, name, count, result):
+def agrees(directory, name, count, result):
     """Nothing is rounded here, so every bit agrees; a truth value is a byte, 0 or 1."""
-    stride = max(1, count // 4096)
-    ours = np.fromfile(os.path.join(directory, f"{name}.{count}"),
-                       dtype=np.uint8 if result.dtype == bool else result.dtype)
-    good = np.array_equal(ours, result[::stride].astype(ours.dtype))
-    print("check", name, count, "agree" if good else "DIFFER")
-
-
-def nanoseconds(statement, names):
-    timer = timeit.Timer(statement, timer=time.process_time, globals=names)
-    calls = 1
-    while timer.timeit(calls) < 2e-3:
-        calls *= 2
-    return statistics.median(t / calls for t in timer.repeat(15, calls)) * 1e9
+    kind = np.uint8 if result.dtype == bool else result.dtype
+    return np.array_equal(ours(directory, name, count, kind),
+                          result[::max(1, count // 4096)].astype(kind))
 
 
 def main():
@@ -73,8 +47,8 @@ def main():
     for count in (100000, 1 << 24):
         names = inputs(count)
         for name, statement in CASES.items():
-            check(directory, name, count, eval(statement, names))
-            print("time", name, count, f"{nanoseconds(statement, names):.4g}", flush=True)
+            good = agrees(directory, name, count, eval(statement, names))
+            report(name, count, good, statement, names)
 
 
 main()

@@ -6,35 +6,11 @@ usage: fitting.py DIRECTORY   (where bench_fitting left samples of its results)
 Compares the coefficients first, then prints times in the same form. The matrix of powers is made
 beforehand and not timed; our times contain gathering the points and making their powers.
 """
-import os
-import statistics
 import sys
-import time
-import timeit
 
-for variable in ("OMP_NUM_THREADS", "OPENBLAS_NUM_THREADS", "MKL_NUM_THREADS"):
-    os.environ[variable] = "1"
+from peer import ours, real, report
 
 import numpy as np
-
-
-def bits(count, which):
-    h = np.arange(count, dtype=np.uint32) * np.uint32(2654435761) + np.uint32(which * 40503)
-    h = (h ^ (h >> np.uint32(15))) * np.uint32(2246822519)
-    return h ^ (h >> np.uint32(13))
-
-
-def real(count, which):
-    part = (bits(count, which) >> np.uint32(9)).astype(np.float32)
-    return np.float32(0.5) + part * np.float32(2.0**-23)
-
-
-def nanoseconds(statement, names):
-    timer = timeit.Timer(statement, timer=time.process_time, globals=names)
-    calls = 1
-    while timer.timeit(calls) < 2e-3:
-        calls *= 2
-    return statistics.median(t / calls for t in timer.repeat(15, calls)) * 1e9
 
 
 def main():
@@ -48,12 +24,11 @@ def main():
             names = {"np": np, "y": y, "a": np.vander(x, order + 1, increasing=True)}
             statement = "np.linalg.lstsq(a, y, rcond=1e-5)[0]"
             theirs = eval(statement, names)
-            ours = np.fromfile(os.path.join(directory, f"{name}.{count}"), dtype=np.float64)
+            sample = ours(directory, name, count, np.float64)
             # Positions are accumulated by addition on our side; the rest is the condition.
-            good = ours.shape == theirs.shape and bool(
-                np.all(np.abs(ours - theirs) <= 1e-9 * np.abs(theirs).max()))
-            print("check", name, count, "agree" if good else "DIFFER")
-            print("time", name, count, f"{nanoseconds(statement, names):.4g}", flush=True)
+            good = sample.shape == theirs.shape and bool(
+                np.all(np.abs(sample - theirs) <= 1e-9 * np.abs(theirs).max()))
+            report(name, count, good, statement, names)
 
 
 main()

@@ -7,11 +7,9 @@ Compares the samples first, then prints times in the same form. OpenCV steps thr
 fixed point, 1 / 1024 of an element, so a few elements come from the neighbour.
 """
 import math
-import os
-import statistics
 import sys
-import time
-import timeit
+
+import peer
 
 import numpy as np
 
@@ -28,14 +26,11 @@ NEAREST = cv2.INTER_NEAREST | cv2.WARP_INVERSE_MAP
 
 
 def bits(which):
-    h = np.arange(SIDE * SIDE, dtype=np.uint32) * np.uint32(2654435761) + np.uint32(which * 40503)
-    h = (h ^ (h >> np.uint32(15))) * np.uint32(2246822519)
-    return (h ^ (h >> np.uint32(13))).reshape(SIDE, SIDE)
+    return peer.bits(SIDE * SIDE, which).reshape(SIDE, SIDE)
 
 
 def real(which):
-    part = (bits(which) >> np.uint32(9)).astype(np.float32)
-    return np.float32(0.5) + part * np.float32(2.0**-23)
+    return peer.real(SIDE * SIDE, which).reshape(SIDE, SIDE)
 
 
 def turn(angle, left, bottom, right, top):
@@ -73,23 +68,9 @@ def profile(image, matrix, size):
     return cv2.reduce(cv2.warpAffine(image, matrix, size, flags=NEAREST), 0, cv2.REDUCE_AVG)
 
 
-def check(directory, name, result, tolerance):
+def agrees(sample, theirs, tolerance):
     """At least 98 of 100 elements agree, up to what one exchanged element changes in a mean."""
-    theirs = result.reshape(-1)
-    stride = max(1, theirs.size // 4096)
-    theirs = theirs[::stride]
-    file = os.path.join(directory, f"{name}.{result.size}")
-    ours = np.fromfile(file, dtype=result.dtype) if os.path.exists(file) else np.empty(0)
-    good = ours.shape == theirs.shape and np.mean(np.abs(ours - theirs) <= tolerance) >= 0.98
-    print("check", name, result.size, "agree" if good else "DIFFER")
-
-
-def nanoseconds(call):
-    timer = timeit.Timer(call, timer=time.process_time)
-    calls = 1
-    while timer.timeit(calls) < 2e-3:
-        calls *= 2
-    return statistics.median(t / calls for t in timer.repeat(15, calls)) * 1e9
+    return sample.shape == theirs.shape and np.mean(np.abs(sample - theirs) <= tolerance) >= 0.98
 
 
 def main():
@@ -104,9 +85,10 @@ def main():
               for width in (8, 32, 128)]
     for name, call, image, (matrix, size), tolerance in cases:
         result = call(image, matrix, size)
-        check(directory, name, result, tolerance)
-        print("time", name, result.size, f"{nanoseconds(lambda: call(image, matrix, size)):.4g}",
-              flush=True)
+        theirs = result.reshape(-1)[::max(1, result.size // 4096)]
+        sample = peer.ours(directory, name, result.size, result.dtype)
+        peer.report(name, result.size, agrees(sample, theirs, tolerance),
+                    lambda: call(image, matrix, size))
 
 
 main()

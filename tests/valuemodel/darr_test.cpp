@@ -11,29 +11,13 @@
 
 #include "dataprocessing/valuemodel/resc.h"
 #include "tests/failing_new.h"
+#include "tests/support/arrays.h"
 #include "tests/support/elements.h"
 
 namespace {
 
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
-
-template<class T>
-std::vector<T> elementsOf(const parr_cNumberArray& array) {
-    const std::span<const T> elements = array.Elements<T>();
-    return {elements.begin(), elements.end()};
-}
-
-template<class T>
-darr_c1DArray lineOf(const std::vector<T>& elements, const cal_c1DArrayCal& cal = {}) {
-    return darr_c1DArray(std::span<const T>(elements), cal);
-}
-
-template<class T>
-darr_c2DArray planeOf(int sizeX, int sizeY, const std::vector<T>& elements,
-                      const cal_c2DArrayCal& cal = {}) {
-    return darr_c2DArray(sizeX, sizeY, std::span<const T>(elements), cal);
-}
 
 /// What a selection has at each place: the element that lay there, zero outside.
 template<class T>
