@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/arrays.h"
 #include "bench/bench.h"
 #include "dataprocessing/dataprocessing.h"
 
@@ -15,26 +16,8 @@
 
 namespace {
 
-template<class T, class Make>
-darr_c1DArray array(std::size_t count, const Make& make) {
-    std::vector<T> elements(count);
-    for (std::size_t i = 0; i < count; ++i)
-        elements[i] = make(static_cast<std::uint32_t>(i));
-    return darr_c1DArray(std::span<const T>(elements));
-}
-
-darr_c1DArray realArray(std::size_t count, std::uint32_t input) {
-    return array<float>(count, [=](std::uint32_t i) { return bench::real(i, input); });
-}
-
-darr_c1DArray shortArray(std::size_t count, std::uint32_t input) {
-    return array<unsigned short>(count, [=](std::uint32_t i) {
-        return static_cast<unsigned short>(bench::bits(i, input) >> 16);
-    });
-}
-
 darr_c1DArray complexArray(std::size_t count, std::uint32_t input) {
-    return array<comp_cComplex<float>>(count, [=](std::uint32_t i) {
+    return bench::array<comp_cComplex<float>>(count, [=](std::uint32_t i) {
         return comp_cComplex<float>(bench::real(i, input), bench::real(i, input + 1));
     });
 }
@@ -76,12 +59,13 @@ int main(int argc, char** argv) {
     bareLoop(1000);
     for (const std::size_t count : {std::size_t{1000}, std::size_t{100000}, std::size_t{1} << 24}) {
         {
-            const darr_c1DArray a = realArray(count, 1), b = realArray(count, 2);
+            const darr_c1DArray a = bench::realArray(count, 1), b = bench::realArray(count, 2);
             measure<float>(directory, "add_float", count, [&] { return a + b; });
             if (count == 1000)
                 continue;
             measure<float>(directory, "divide_float", count, [&] { return a / b; });
-            const darr_c1DArray u = shortArray(count, 3), v = shortArray(count, 4);
+            const darr_c1DArray u = bench::integerArray<unsigned short>(count, 3),
+                                v = bench::integerArray<unsigned short>(count, 4);
             measure<int>(directory, "add_u16", count, [&] { return u + v; });
             measure<float>(directory, "multiply_u16_float", count, [&] { return u * b; });
         }

@@ -7,22 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "bench/arrays.h"
 #include "bench/bench.h"
 #include "dataprocessing/dataprocessing.h"
 
 namespace {
-
-template<class T, class Make>
-darr_c1DArray array(std::size_t count, const Make& make) {
-    std::vector<T> elements(count);
-    for (std::size_t i = 0; i < count; ++i)
-        elements[i] = make(static_cast<std::uint32_t>(i));
-    return darr_c1DArray(std::span<const T>(elements));
-}
-
-darr_c1DArray realArray(std::size_t count, std::uint32_t input) {
-    return array<float>(count, [=](std::uint32_t i) { return bench::real(i, input); });
-}
 
 template<class T>
 std::span<const T> elementsOf(const darr_c1DArray& result) {
@@ -54,10 +43,10 @@ int main(int argc, char** argv) {
     const std::string directory = argc > 1 ? argv[1] : ".";
     bench::printSelf();
     for (const std::size_t count : {std::size_t{100000}, std::size_t{1} << 24}) {
-        const darr_c1DArray a = realArray(count, 1), b = realArray(count, 2);
+        const darr_c1DArray a = bench::realArray(count, 1), b = bench::realArray(count, 2);
         measure<unsigned char>(directory, "greater_number", count, [&] { return a > 1.0F; });
         measure<unsigned char>(directory, "less_arrays", count, [&] { return a < b; });
-        const darr_c1DArray u = array<unsigned short>(count, [](std::uint32_t i) {
+        const darr_c1DArray u = bench::array<unsigned short>(count, [](std::uint32_t i) {
             return static_cast<unsigned short>(bench::bits(i, 3) >> 16);
         });
         measure<unsigned char>(directory, "equal_u16_number", count,

@@ -8,30 +8,11 @@
 #include <string>
 #include <vector>
 
+#include "bench/arrays.h"
 #include "bench/bench.h"
 #include "dataprocessing/dataprocessing.h"
 
 namespace {
-
-template<class T, class Make>
-darr_c1DArray array(std::size_t count, const Make& make) {
-    std::vector<T> elements(count);
-    for (std::size_t i = 0; i < count; ++i)
-        elements[i] = make(static_cast<std::uint32_t>(i));
-    return darr_c1DArray(std::span<const T>(elements));
-}
-
-template<class T>
-darr_c1DArray realArray(std::size_t count, std::uint32_t input) {
-    return array<T>(count, [=](std::uint32_t i) { return static_cast<T>(bench::real(i, input)); });
-}
-
-template<class T>
-darr_c1DArray integerArray(std::size_t count, std::uint32_t input) {
-    return array<T>(count, [=](std::uint32_t i) {
-        return static_cast<T>(bench::bits(i, input) >> (32 - 8 * sizeof(T)));
-    });
-}
 
 /// A function of all elements: its result is sampled for the peer, then it is timed.
 template<class T, class Operation>
@@ -79,7 +60,7 @@ int main(int argc, char** argv) {
     bench::printSelf();
     for (const std::size_t count : {std::size_t{100000}, std::size_t{1} << 24}) {
         {
-            const darr_c1DArray a = realArray<float>(count, 1);
+            const darr_c1DArray a = bench::realArray<float>(count, 1);
             measureMap<float>(directory, "sqrt_float", count, [&] { return sqrt(a); });
             measureReduction(directory, "sum_float", count,
                              [&] { return std::vector{stat_Sum(a).As<double>()}; });
@@ -93,14 +74,14 @@ int main(int argc, char** argv) {
             });
         }
         {
-            const darr_c1DArray u = integerArray<unsigned char>(count, 3);
+            const darr_c1DArray u = bench::integerArray<unsigned char>(count, 3);
             measureReduction(directory, "sum_u8", count,
                              [&] { return std::vector{stat_Sum(u).As<double>()}; });
-            const darr_c1DArray v = integerArray<unsigned short>(count, 4);
+            const darr_c1DArray v = bench::integerArray<unsigned short>(count, 4);
             measureReduction(directory, "sum_u16", count,
                              [&] { return std::vector{stat_Sum(v).As<double>()}; });
         }
-        const darr_c1DArray d = realArray<double>(count, 5);
+        const darr_c1DArray d = bench::realArray<double>(count, 5);
         measureMap<double>(directory, "exp_double", count, [&] { return exp(d); });
         runtimeLoop<expOf>("exp", d);
         measureMap<double>(directory, "log_double", count, [&] { return log(d); });

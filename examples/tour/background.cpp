@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "progress.h"
+#include "smoothing.h"
 
 namespace tour {
 
@@ -16,20 +17,6 @@ constexpr int widestWindow = 100; // more takes long on long spectra and tells n
 
 double compressed(double y) { return std::log(std::log(std::max(y, 0.0) + 1) + 1); }
 double expanded(double z) { return std::exp(std::exp(z) - 1) - 1; }
-
-/// The mean over up to `reach` elements on either side.
-std::vector<double> smoothed(const std::vector<double>& y, std::size_t reach) {
-    std::vector<double> result(y.size());
-    for (std::size_t i = 0; i < y.size(); ++i) {
-        const std::size_t first = i - std::min(i, reach);
-        const std::size_t last = std::min(i + reach, y.size() - 1);
-        double sum = 0;
-        for (std::size_t k = first; k <= last; ++k)
-            sum += y[k];
-        result[i] = sum / static_cast<double>(last - first + 1);
-    }
-    return result;
-}
 
 std::vector<double> clipped(std::vector<double> z) {
     Progress progress("estimating the background");

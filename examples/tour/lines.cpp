@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <span>
 
+#include "smoothing.h"
+
 namespace tour {
 
 namespace {
@@ -19,19 +21,6 @@ struct Shape {
     std::size_t left;
     std::size_t right;
 };
-
-std::vector<double> smoothed(std::span<const double> y) {
-    std::vector<double> result(y.size());
-    for (std::size_t i = 0; i < y.size(); ++i) {
-        const std::size_t first = i - std::min(i, reach);
-        const std::size_t last = std::min(i + reach, y.size() - 1);
-        double sum = 0;
-        for (std::size_t k = first; k <= last; ++k)
-            sum += y[k];
-        result[i] = sum / static_cast<double>(last - first + 1);
-    }
-    return result;
-}
 
 /// The smallest value on the way from `top` to one side, up to where a larger one than that at
 /// `top` comes, and at most `farthest` away.
@@ -87,8 +76,8 @@ double centroid(const std::vector<double>& y, const Shape& shape, double half) {
 std::vector<Line> findLines(const darr_c1DArray& net, const darr_c1DArray& counts) {
     const darr_c1DArray netValues = conv_Convert(net, dtyp_Double);
     const darr_c1DArray countValues = conv_Convert(counts, dtyp_Double);
-    const std::vector<double> y = smoothed(netValues.Elements<double>());
-    const std::vector<double> all = smoothed(countValues.Elements<double>());
+    const std::vector<double> y = smoothed(netValues.Elements<double>(), reach);
+    const std::vector<double> all = smoothed(countValues.Elements<double>(), reach);
     std::vector<std::size_t> tops;
     for (std::size_t i = 1; i + 1 < y.size(); ++i)
         if (y[i] > 0 && y[i] >= y[i - 1] && y[i] > y[i + 1])
