@@ -36,4 +36,26 @@ darr_c1DArray integerArray(std::size_t count, std::uint32_t input) {
     });
 }
 
+/// Complex values of two such inputs.
+inline darr_c1DArray complexArray(std::size_t count, std::uint32_t input) {
+    return array<comp_cComplex<float>>(count, [=](std::uint32_t i) {
+        return comp_cComplex<float>(real(i, input), real(i, input + 1));
+    });
+}
+
+/// The square image whose element `i`, row after row, is `make(i)`.
+template<class T, class Make>
+darr_c2DArray image(int side, const Make& make) {
+    std::vector<T> elements(static_cast<std::size_t>(side) * static_cast<std::size_t>(side));
+    for (std::size_t i = 0; i < elements.size(); ++i)
+        elements[i] = make(static_cast<std::uint32_t>(i));
+    return {side, side, std::span<const T>(elements)};
+}
+
+/// A square image of values in [0.5, 1.5).
+template<class T = float>
+darr_c2DArray realImage(int side, std::uint32_t input) {
+    return image<T>(side, [=](std::uint32_t i) { return static_cast<T>(real(i, input)); });
+}
+
 } // namespace bench

@@ -5,12 +5,14 @@
 /// that bench/run reads.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <time.h>
@@ -57,11 +59,14 @@ double nanoseconds(const Call& call) {
     int calls = 1;
     while (timed(calls) < 2e6)
         calls *= 2;
-    std::vector<double> samples(15);
-    for (double& sample : samples)
-        sample = timed(calls) / calls;
-    std::nth_element(samples.begin(), samples.begin() + 7, samples.end());
-    return samples[7];
+    std::vector<double> samples;
+    for (double sum = 0; samples.size() < 5 || (samples.size() < 15 && sum < 0.25e9);) {
+        samples.push_back(timed(calls));
+        sum += samples.back();
+    }
+    const auto middle = samples.begin() + static_cast<std::ptrdiff_t>(samples.size() / 2);
+    std::nth_element(samples.begin(), middle, samples.end());
+    return *middle / calls;
 }
 
 /// A line "Name: 123 kB" of this process's status, in bytes; 0 where there is none.
@@ -74,22 +79,37 @@ inline double statusBytes(const std::string& name) {
 }
 
 /// How far one call raises the peak of resident memory above what was resident before, in bytes.
+/// The call is made on a thread of its own: this one keeps the last large result that it released,
+/// and a call that took it would seem to need no memory.
 template<class Call>
 double peakBytes(const Call& call) {
-    std::ofstream("/proc/self/clear_refs") << 5; // forgets the peak so far
-    const double before = statusBytes("VmRSS");
-    call();
-    return statusBytes("VmHWM") - before;
+    double bytes = 0;
+    std::thread([&] {
+        std::ofstream("/proc/self/clear_refs") << 5; // forgets the peak so far
+        const double before = statusBytes("VmRSS");
+        call();
+        bytes = statusBytes("VmHWM") - before;
+    }).join();
+    return bytes;
 }
 
-/// Writes every so manieth element of a result, at most a few thousand, for the peer to compare.
+/// Leaves what a case on `count` elements gave where the peer looks for it.
+inline void leave(const std::filesystem::path& directory, const std::string& name,
+                  std::size_t count, std::span<const std::byte> bytes) {
+    std::ofstream file(directory / (name + "." + std::to_string(count)), std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+}
+
+/// Leaves every so manieth element of a result, at most a few thousand, for the peer to compare.
 template<class T>
 void sample(const std::filesystem::path& directory, const std::string& name,
             std::span<const T> result) {
-    std::ofstream file(directory / (name + "." + std::to_string(result.size())), std::ios::binary);
+    std::vector<T> some;
     const std::size_t stride = std::max<std::size_t>(1, result.size() / 4096);
     for (std::size_t i = 0; i < result.size(); i += stride)
-        file.write(reinterpret_cast<const char*>(&result[i]), sizeof(T));
+        some.push_back(result[i]);
+    leave(directory, name, result.size(), std::as_bytes(std::span<const T>(some)));
 }
 
 inline void printTime(const std::string& name, std::size_t count, double ns) {

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Polynomial fits by numpy, the peer of bench_fitting.
+"""Polynomial and power-law fits by numpy, the peer of bench_fitting.
 
 usage: fitting.py DIRECTORY   (where bench_fitting left samples of its results)
 
@@ -11,6 +11,18 @@ import sys
 from peer import ours, real, report
 
 import numpy as np
+
+
+def power_law(directory, y):
+    """A straight line in logarithms, which are timed, as ours are."""
+    x = 1 + np.arange(y.size) * (2.0 / y.size)
+    ones = np.ones(y.size)
+    names = {"np": np, "x": x, "y": y, "ones": ones}
+    statement = "np.linalg.lstsq(np.column_stack([ones, np.log(x)]), np.log(y), rcond=1e-5)[0]"
+    theirs = eval(statement, names)
+    sample = ours(directory, "power_law", y.size, np.float64)
+    good = sample.shape == theirs.shape and np.allclose(sample, theirs, rtol=0, atol=1e-9)
+    report("power_law", y.size, good, statement, names)
 
 
 def main():
@@ -29,6 +41,7 @@ def main():
             good = sample.shape == theirs.shape and bool(
                 np.all(np.abs(sample - theirs) <= 1e-9 * np.abs(theirs).max()))
             report(name, count, good, statement, names)
+        power_law(directory, y)
 
 
 main()

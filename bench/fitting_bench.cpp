@@ -3,13 +3,21 @@
 // usage: bench_fitting DIRECTORY   (where samples of the results go)
 
 #include <cstddef>
-#include <fstream>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "bench/bench.h"
+#include "bench/measure.h"
 #include "dataprocessing/dataprocessing.h"
+
+namespace {
+
+std::vector<double> figures(const arr_cC_Array<double>& coefficients) {
+    return {coefficients.begin(), coefficients.end()};
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     const std::string directory = argc > 1 ? argv[1] : ".";
@@ -25,15 +33,20 @@ int main(int argc, char** argv) {
         for (const int order : {3, 5, 8}) {
             const std::string name = "order_" + std::to_string(order);
             plft_c1DPolyFittingFunction polynomial(order, selection);
-            polynomial.Refit(data);
-            std::ofstream file(directory + "/" + name + "." + std::to_string(count),
-                               std::ios::binary);
-            for (const double coefficient : polynomial.Coefficients())
-                file.write(reinterpret_cast<const char*>(&coefficient), sizeof coefficient);
-            bench::printTime(name, count, bench::nanoseconds([&] {
-                                 polynomial.Refit(data);
-                                 bench::use(polynomial);
-                             }));
+            bench::measureFigures(directory, name, count, [&] {
+                polynomial.Refit(data);
+                return figures(polynomial.Coefficients());
+            });
         }
+        // A background that falls off, on positions from 1 to 3.
+        const darr_c1DArray falling(std::span<const double>(elements),
+                                    cal_c1DArrayCal(1, delta, 0));
+        dasl_c1DDataArraySelection whole(rnge_IndexNearest);
+        whole.AddLocalRange(falling.Range());
+        pwft_cPowerLawFittingFunction law(1, whole);
+        bench::measureFigures(directory, "power_law", count, [&] {
+            law.Refit(falling);
+            return figures(law.Coefficients());
+        });
     }
 }

@@ -12,4 +12,4 @@ program = samples.parent.parent / "bench_fourier_fftw"
 if program.exists():
     subprocess.run([program, samples], check=True)
 else:
-    print("note peer missing: FFTW is not installed (Debian: libfftw3-dev)")
+    print("note absent FFTW is not installed (Debian: libfftw3-dev)")

@@ -12,4 +12,4 @@ program = samples.parent.parent / "bench_gaussfit_ceres"
 if program.exists():
     subprocess.run([program, samples], check=True)
 else:
-    print("note peer missing: Ceres is not installed (Debian: libceres-dev)")
+    print("note absent Ceres is not installed (Debian: libceres-dev)")

@@ -98,6 +98,6 @@ int main(int argc, char** argv) {
     const double ourCost = bench::costOf(y, ours);
     const double cost = bench::costOf(y, solution);
     std::printf("check five_peaks %d %s\n", bench::count,
-                std::fabs(ourCost - cost) <= 1e-5 * cost ? "agree" : "differ");
+                std::fabs(ourCost - cost) <= 1e-5 * cost ? "agree" : "DIFFER");
     bench::printTime("five_peaks", bench::count, bench::nanoseconds([&] { bench::use(fit(y)); }));
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Rotation and line scans by OpenCV on one thread, the peer of bench_geometry.
+"""Warped images, profiles and ramps by OpenCV on one thread, the peer of bench_geometry.
 
 usage: geometry.py DIRECTORY   (where bench_geometry left samples of its results)
 
@@ -16,7 +16,7 @@ import numpy as np
 try:
     import cv2
 except ImportError:
-    print("note peer missing: OpenCV for Python is not installed (Debian: python3-opencv)")
+    print("note absent OpenCV is not installed (Debian: python3-opencv)")
     sys.exit(0)
 
 cv2.setNumThreads(1)
@@ -89,6 +89,31 @@ def main():
         sample = peer.ours(directory, name, result.size, result.dtype)
         peer.report(name, result.size, agrees(sample, theirs, tolerance),
                     lambda: call(image, matrix, size))
+    whole_images(directory, images["float"])
+
+
+def radius():
+    """As ours: computed in double precision, rounded once."""
+    x = -1 + np.arange(SIDE) * 0.001
+    return np.hypot(x[np.newaxis, :], x[:, np.newaxis]).astype(np.float32)
+
+
+def whole_images(directory, image):
+    resized = np.float64([[1 / 1.5, 0, 0], [0, 1 / 1.5, 0]]), (SIDE * 3 // 2, SIDE * 3 // 2)
+    flipped = np.float64([[-1, 0, SIDE], [0, -1, SIDE]]), (SIDE, SIDE)
+    calls = {
+        "project_rows": (lambda: cv2.reduce(image, 0, cv2.REDUCE_AVG), 1e-5),
+        "resize": (lambda: warp(image, *resized), 0),
+        "flip_point": (lambda: warp(image, *flipped), 0),
+        "ramp_radius": (radius, 1e-6),
+    }
+    for name, (call, tolerance) in calls.items():
+        if name == "ramp_radius":
+            print("note peer numpy", np.__version__)
+        result = call()
+        theirs = result.reshape(-1)[::max(1, result.size // 4096)]
+        sample = peer.ours(directory, name, result.size, result.dtype)
+        peer.report(name, result.size, agrees(sample, theirs, tolerance), call)
 
 
 main()

@@ -1,13 +1,18 @@
 """What the Python peers of the benchmarks share: the generator of the samples, timing, printing."""
 import os
 import statistics
+import sys
 import time
 import timeit
 
 for variable in ("OMP_NUM_THREADS", "OPENBLAS_NUM_THREADS", "MKL_NUM_THREADS"):
     os.environ[variable] = "1"  # read when numpy is imported
 
-import numpy as np
+try:
+    import numpy as np
+except ImportError:
+    print("note absent numpy is not installed (Debian: python3-numpy)")
+    sys.exit(0)
 
 
 def bits(count, which):
@@ -34,7 +39,10 @@ def nanoseconds(call, names=None):
     calls = 1
     while timer.timeit(calls) < 2e-3:
         calls *= 2
-    return statistics.median(t / calls for t in timer.repeat(15, calls)) * 1e9
+    samples = []
+    while len(samples) < 5 or (len(samples) < 15 and sum(samples) < 0.25):
+        samples.append(timer.timeit(calls))
+    return statistics.median(samples) / calls * 1e9
 
 
 def report(name, count, good, call, names=None):
