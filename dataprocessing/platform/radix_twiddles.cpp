@@ -1,5 +1,6 @@
 #include "dataprocessing/platform/radix_twiddles.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <iterator>
@@ -12,43 +13,70 @@ namespace {
 
 constexpr std::size_t keptPasses = 20;
 
-/// Real parts, then imaginary parts. Making them costs as much as the pass itself, step upon step.
+/// Real parts, then imaginary parts. Tables of shorter passes are always there too.
 thread_local mem_cBlock tables[31];
 
 double* begin(const mem_cBlock& table) noexcept {
     return static_cast<double*>(const_cast<void*>(table.Data()));
 }
 
-mem_cBlock make(std::size_t half) {
-    mem_cBlock table(2 * half * sizeof(double));
-    const double theta = 6.28318530717959 / static_cast<double>(2 * half);
-    const double s = std::sin(0.5 * theta);
-    const double stepRe = -2.0 * s * s;
-    const double stepIm = std::sin(theta);
-    double* w = begin(table);
-    double re = 1;
-    double im = 0;
-    for (std::size_t k = 0; k < half; ++k) {
-        w[k] = re;
-        w[half + k] = im;
-        const double last = re;
-        re = last * stepRe - im * stepIm + last;
-        im = im * stepRe + last * stepIm + im;
+std::size_t halfOf(std::size_t pass) noexcept { return std::size_t{1} << pass; }
+
+/// The recurrence of one pass on its way through the table.
+struct sChain {
+    double* re;
+    double* im;
+    double stepRe;
+    double stepIm;
+    double wRe = 1;
+    double wIm = 0;
+
+    sChain(mem_cBlock& table, std::size_t half) : re(begin(table)), im(re + half) {
+        const double theta = 6.28318530717959 / static_cast<double>(2 * half);
+        const double s = std::sin(0.5 * theta);
+        stepRe = -2.0 * s * s;
+        stepIm = std::sin(theta);
     }
-    return table;
+    void Step() noexcept {
+        *re++ = wRe;
+        *im++ = wIm;
+        const double last = wRe;
+        wRe = last * stepRe - wIm * stepIm + last;
+        wIm = wIm * stepRe + last * stepIm + wIm;
+    }
+};
+
+/// Fills the tables of passes `first` to `last`. A chain waits for itself at each step, so the last
+/// one, which is longer than all the others together, takes its steps while they take theirs.
+void fill(mem_cBlock* made, std::size_t first, std::size_t last) {
+    sChain longest(made[last], halfOf(last));
+    for (std::size_t p = first; p < last; ++p) {
+        sChain chain(made[p], halfOf(p));
+        for (std::size_t k = 0; k < halfOf(p); ++k) {
+            chain.Step();
+            longest.Step();
+        }
+    }
+    while (longest.re != begin(made[last]) + halfOf(last))
+        longest.Step();
 }
 
 } // namespace
 
-// Made from the default one so that its destructor frees the tables even when memory runs out here.
-radix_cTwiddles::radix_cTwiddles(std::size_t n) : radix_cTwiddles() {
+radix_cTwiddles::radix_cTwiddles(std::size_t n) {
     const std::size_t count = static_cast<std::size_t>(std::countr_zero(n));
-    for (std::size_t p = 0; p < count; ++p) {
-        const std::size_t half = std::size_t{1} << p;
-        if (tables[p].Size() == 0)
-            tables[p] = make(half);
-        passes_.pass[p] = {begin(tables[p]), begin(tables[p]) + half};
+    std::size_t first = 0;
+    while (first < count && tables[first].Size() != 0)
+        ++first;
+    if (first < count) {
+        mem_cBlock made[std::size(tables)];
+        for (std::size_t p = first; p < count; ++p)
+            made[p] = mem_cBlock(2 * halfOf(p) * sizeof(double));
+        fill(made, first, count - 1);
+        std::move(made + first, made + count, tables + first);
     }
+    for (std::size_t p = 0; p < count; ++p)
+        passes_.pass[p] = {begin(tables[p]), begin(tables[p]) + halfOf(p)};
 }
 
 radix_cTwiddles::~radix_cTwiddles() {

@@ -21,11 +21,10 @@ struct radix_sPasses {
 
 /// Finds or makes the tables of a transform of `n` values. They are kept, by each thread, as far as
 /// they belong to transforms of at most 2^20 values, which takes 16 MB; a `radix_cTwiddles` of a
-/// longer transform frees the rest when it dies, or when it cannot be made. One at a time in a
-/// thread.
+/// longer transform frees the rest when it dies. One at a time in a thread.
 class radix_cTwiddles {
 public:
-    /// Throws std::bad_alloc.
+    /// Throws std::bad_alloc, and then has kept nothing.
     explicit radix_cTwiddles(std::size_t n);
     radix_cTwiddles(const radix_cTwiddles&) = delete;
     radix_cTwiddles& operator=(const radix_cTwiddles&) = delete;
@@ -35,8 +34,6 @@ public:
     const radix_sPasses& Passes() const noexcept { return passes_; }
 
 private:
-    radix_cTwiddles() noexcept : passes_{} {}
-
     radix_sPasses passes_;
 };
 
