@@ -95,6 +95,9 @@ float imageScale(int width, int height, eDirection direction) {
 }
 
 darr_c2DArray transformReal(const darr_c2DArray& image, eDirection direction) {
+    // First what outlives the packed image, so that it can take the storage of a result before it.
+    darr_c2DArray spectrum(image.SizeX(), image.SizeY(), dtyp_ComplexFloat,
+                           cal_c2DArrayCal::Default);
     darr_c2DArray packed(image.SizeX(), image.SizeY(), dtyp_Float, cal_c2DArrayCal::Default);
     ipl_sImage source = header(image);
     ipl_sImage target = header(packed);
@@ -102,9 +105,6 @@ darr_c2DArray transformReal(const darr_c2DArray& image, eDirection direction) {
     target.data = packed.Data();
     ipl_RealFft2D(source, target, iplFlags(direction),
                   imageScale(image.SizeX(), image.SizeY(), direction));
-
-    darr_c2DArray spectrum(image.SizeX(), image.SizeY(), dtyp_ComplexFloat,
-                           cal_c2DArrayCal::Default);
     four_UnpackCcs(packed.Elements<float>().data(), image.SizeX(), image.SizeY(),
                    spectrum.Elements<Complex>().data());
     return spectrum;

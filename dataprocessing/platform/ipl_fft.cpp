@@ -3,11 +3,29 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <vector>
 
-#include "dataprocessing/platform/memory.h"
 #include "dataprocessing/platform/radix.h"
 #include "dataprocessing/valuemodel/type.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+/// The real and the imaginary parts of twiddle factors.
+struct ipl_sFactors {
+    const float* re;
+    const float* im;
+};
+
+} // namespace
+
+} // namespace dataprocessing::detail
+
+#define LEVEL_KERNELS "dataprocessing/platform/ipl_fft_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
 
 namespace dataprocessing::detail {
 
@@ -26,7 +44,7 @@ bool isTransformable(const ipl_sImage& image) noexcept {
 /// The direction as the sign of the exponent; 0 for images or flags without a transform.
 int signOf(const ipl_sImage& source, const ipl_sImage& result, int flags) noexcept {
     if (!isTransformable(source) || !isTransformable(result) || source.width != result.width ||
-        source.height != result.height)
+        source.height != result.height || result.rowBytes % sizeof(Complex) != 0)
         return 0;
     switch (flags & (IPL_FFT_Forw | IPL_FFT_Inv)) {
     case IPL_FFT_Forw:
@@ -50,97 +68,81 @@ Complex conjugate(const Complex& z) noexcept { return {z.re, -z.im}; }
 Complex halved(const Complex& z) noexcept { return {0.5F * z.re, 0.5F * z.im}; }
 Complex timesI(const Complex& z) noexcept { return {-z.im, z.re}; }
 
-/// Half of a spectrum: the coefficients u = 0 to W/2 - 1 of each row. Those of W/2 are kept as the
-/// imaginary parts of those of 0: both columns are transforms of real values.
+/// Half of a spectrum, in the storage of an image: the coefficients u = 0 to W/2 - 1 of each row.
+/// Those of W/2 are kept as the imaginary parts of those of 0: both columns are transforms of real
+/// values.
 struct sHalf {
+    Complex* elements;
+    std::size_t step; // from one row to the next
     int columns;
     int rows;
-    mem_cBlock elements;
-    std::vector<Complex> twiddles; // e^(2 pi i sign u / W)
+    int sign;
+    std::vector<float> twiddlesRe; // e^(2 pi i sign u / W)
+    std::vector<float> twiddlesIm;
+    std::vector<Complex> room; // for half a row
 
-    sHalf(int width, int height, int sign)
-        : columns(width / 2), rows(height),
-          elements(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) *
-                   sizeof(Complex)) {
+    sHalf(ipl_sImage& image, int direction)
+        : elements(static_cast<Complex*>(image.data)), step(image.rowBytes / sizeof(Complex)),
+          columns(image.width / 2), rows(image.height), sign(direction), room(Columns() / 2) {
         for (int u = 0; u < columns; ++u) {
-            const double angle = 2 * type_Pi * u / width;
-            twiddles.emplace_back(static_cast<float>(std::cos(angle)),
-                                  static_cast<float>(sign * std::sin(angle)));
+            const double angle = 2 * type_Pi * u / image.width;
+            twiddlesRe.push_back(static_cast<float>(std::cos(angle)));
+            twiddlesIm.push_back(static_cast<float>(sign * std::sin(angle)));
         }
     }
-    Complex* Row(int y) {
-        return static_cast<Complex*>(elements.Data()) +
-               static_cast<std::size_t>(y) * static_cast<std::size_t>(columns);
-    }
+    Complex* Row(int y) { return elements + static_cast<std::size_t>(y) * step; }
+    std::size_t Columns() const noexcept { return static_cast<std::size_t>(columns); }
+    ipl_sFactors Factors() const noexcept { return {twiddlesRe.data(), twiddlesIm.data()}; }
 };
 
 /// Rows that are transformed side by side and then worked on while they are in the cache.
 constexpr int together = 16;
 
-void transformRows(sHalf& half, int first, int count, int sign) {
-    radix_Rows(half.Row(first), static_cast<std::size_t>(half.columns),
-               static_cast<std::size_t>(count), sign);
+void transformRows(sHalf& half, int first, int count) {
+    radix_Rows(half.Row(first), half.step, half.Columns(), static_cast<std::size_t>(count),
+               half.sign);
 }
 
-void transformColumns(sHalf& half, int sign) {
-    radix_Columns(half.Row(0), static_cast<std::size_t>(half.rows),
-                  static_cast<std::size_t>(half.columns), sign);
+void transformColumns(sHalf& half) {
+    radix_Columns(half.Row(0), half.step, static_cast<std::size_t>(half.rows), half.Columns(),
+                  half.sign);
 }
 
-/// Even and odd elements of a row were transformed as the parts of one complex line; the line's
-/// spectrum becomes the half spectrum of the row.
-void separateRow(Complex* z, const sHalf& half) {
-    const int m = half.columns;
-    z[0] = Complex(z[0].re + z[0].im, z[0].re - z[0].im);
-    for (int u = 1; 2 * u <= m; ++u) {
-        const Complex a = z[u];
-        const Complex b = conjugate(z[m - u]);
-        const Complex even = halved(a + b);
-        const Complex odd = halved(timesI(b - a));
-        const Complex turned = half.twiddles[static_cast<std::size_t>(u)] * odd;
-        z[u] = even + turned;
-        z[m - u] = conjugate(even - turned);
-    }
+/// Brings the coefficients to their places in a row of the packed image, one float before those
+/// they have as pairs. The first pair of each row is that of the columns that packColumns packs.
+void packRow(float* row, int width, float scale) {
+    for (int i = 1; i < width - 1; ++i)
+        row[i] = scale * row[i + 1];
 }
 
-/// The reverse, twice as large.
-void joinRow(Complex* z, const sHalf& half) {
-    const int m = half.columns;
-    z[0] = Complex(z[0].re + z[0].im, z[0].re - z[0].im);
-    for (int u = 1; 2 * u <= m; ++u) {
-        const Complex a = z[u];
-        const Complex b = conjugate(z[m - u]);
-        const Complex even = a + b;
-        const Complex odd = timesI(half.twiddles[static_cast<std::size_t>(u)] * (a - b));
-        z[u] = even + odd;
-        z[m - u] = conjugate(even) - conjugate(odd);
-    }
+/// The coefficients of u = 0 and, as imaginary parts, of u = W/2, in every row.
+std::vector<Complex> columnsOf(sHalf& half) {
+    std::vector<Complex> pairs;
+    for (int v = 0; v < half.rows; ++v)
+        pairs.push_back(half.Row(v)[0]);
+    return pairs;
 }
 
 void pack(sHalf& half, ipl_sImage& result, float scale) {
+    const std::vector<Complex> pairs = columnsOf(half);
     const int last = result.width - 1;
-    for (int y = 0; y < half.rows; ++y) {
-        const Complex* from = half.Row(y);
-        float* to = rowOf(result, y);
-        for (std::ptrdiff_t u = 1; u < half.columns; ++u) {
-            to[2 * u - 1] = scale * from[u].re;
-            to[2 * u] = scale * from[u].im;
-        }
-    }
+    for (int y = 0; y < half.rows; ++y)
+        packRow(rowOf(result, y), result.width, scale);
     const auto put = [&](int y, float first, float lastValue) {
         rowOf(result, y)[0] = scale * first;
         rowOf(result, y)[last] = scale * lastValue;
     };
-    put(0, half.Row(0)[0].re, half.Row(0)[0].im);
+    const auto at = [&](int v) { return pairs[static_cast<std::size_t>(v)]; };
+    put(0, at(0).re, at(0).im);
     for (int v = 1; v < half.rows / 2; ++v) {
-        const Complex a = half.Row(v)[0];
-        const Complex b = conjugate(half.Row(half.rows - v)[0]);
+        const Complex a = at(v);
+        const Complex b = conjugate(at(half.rows - v));
         const Complex first = halved(a + b);
         const Complex second = halved(timesI(b - a));
         put(2 * v - 1, first.re, second.re);
         put(2 * v, first.im, second.im);
     }
-    put(half.rows - 1, half.Row(half.rows / 2)[0].re, half.Row(half.rows / 2)[0].im);
+    put(half.rows - 1, at(half.rows / 2).re, at(half.rows / 2).im);
 }
 
 void unpack(const ipl_sImage& source, sHalf& half) {
@@ -163,15 +165,18 @@ void unpack(const ipl_sImage& source, sHalf& half) {
 }
 
 /// What the direction scales its sum by.
-float scaleOf(const sHalf& half, int sign) noexcept {
-    return sign < 0
+float scaleOf(const sHalf& half) noexcept {
+    return half.sign < 0
                ? 1.0F
                : 1.0F / (2.0F * static_cast<float>(half.columns) * static_cast<float>(half.rows));
 }
 
-/// Pairs of neighbours in a row of reals.
-const Complex* pairsOf(const float* row) { return reinterpret_cast<const Complex*>(row); }
-Complex* pairsOf(float* row) { return reinterpret_cast<Complex*>(row); }
+/// Calls `work(first, count)` for all rows, a few at a time.
+template<class Work>
+void inStrips(const sHalf& half, const Work& work) {
+    for (int first = 0; first < half.rows; first += together)
+        work(first, std::min(together, half.rows - first));
+}
 
 } // namespace
 
@@ -179,39 +184,38 @@ void ipl_RealFft2D(const ipl_sImage& source, ipl_sImage& result, int flags, floa
     const int sign = signOf(source, result, flags);
     if (sign == 0)
         return;
-    sHalf half(source.width, source.height, sign);
-    for (int first = 0; first < half.rows; first += together) {
-        const int end = std::min(first + together, half.rows);
-        for (int y = first; y < end; ++y)
-            std::copy_n(pairsOf(rowOf(source, y)), half.columns, half.Row(y));
-        transformRows(half, first, end - first, sign);
-        for (int y = first; y < end; ++y)
-            separateRow(half.Row(y), half);
-    }
-    transformColumns(half, sign);
-    pack(half, result, scaleOf(half, sign) * scale);
+    sHalf half(result, sign);
+    const auto separate = LEVEL_SELECT(ipl_SeparateRow);
+    inStrips(half, [&](int first, int count) {
+        for (int y = first; y < first + count; ++y)
+            std::copy_n(rowOf(source, y), source.width, rowOf(result, y));
+        transformRows(half, first, count);
+        for (int y = first; y < first + count; ++y)
+            separate(half.Row(y), half.Columns(), half.Factors(), half.room.data());
+    });
+    transformColumns(half);
+    pack(half, result, scaleOf(half) * scale);
 }
 
 void ipl_CcsFft2D(const ipl_sImage& source, ipl_sImage& result, int flags, float scale) {
     const int sign = signOf(source, result, flags);
     if (sign == 0)
         return;
-    sHalf half(source.width, source.height, sign);
+    sHalf half(result, sign);
     unpack(source, half);
-    transformColumns(half, sign);
-    const float factor = scaleOf(half, sign) * scale;
-    for (int first = 0; first < half.rows; first += together) {
-        const int end = std::min(first + together, half.rows);
-        for (int y = first; y < end; ++y)
-            joinRow(half.Row(y), half);
-        transformRows(half, first, end - first, sign);
-        for (int y = first; y < end; ++y) {
-            const Complex* from = half.Row(y);
-            Complex* to = pairsOf(rowOf(result, y));
-            for (int u = 0; u < half.columns; ++u)
-                to[u] = Complex(from[u].re * factor, from[u].im * factor);
+    transformColumns(half);
+    const float factor = scaleOf(half) * scale;
+    const auto join = LEVEL_SELECT(ipl_JoinRow);
+    inStrips(half, [&](int first, int count) {
+        for (int y = first; y < first + count; ++y)
+            join(half.Row(y), half.Columns(), half.Factors(), half.room.data());
+        transformRows(half, first, count);
+        for (int y = first; y < first + count; ++y) {
+            float* row = rowOf(result, y);
+            for (int x = 0; x < result.width; ++x)
+                row[x] *= factor;
         }
-    }
+    });
 }
 
 void iplRealFft2D(const ipl_sImage* source, ipl_sImage* result, int flags) {

@@ -4,7 +4,9 @@
 /// The image library's transforms between real images and their packed spectra.
 ///
 /// Both images have one channel of single precision and the same sizes, which are powers of two
-/// from 2 on; a call with other images leaves the result alone. Source and result do not overlap.
+/// from 2 on, and the rows of the result begin on multiples of 8 bytes; a call with other images
+/// leaves the result alone. Source and result do not overlap. When memory runs out, the result is
+/// undefined.
 ///
 /// **The packed layout** (CCS) of the spectrum X[u, v] of a real image of W by H holds each
 /// coefficient that is not the conjugate of another. Row r, elements 1 to W - 2: the complex X[u,

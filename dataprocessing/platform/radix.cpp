@@ -63,17 +63,17 @@ void transformPair(Complex& a, Complex& b) {
     a = a + t;
 }
 
-void transformShortRows(Complex* data, std::size_t n, std::size_t count,
+void transformShortRows(Complex* data, std::size_t step, std::size_t n, std::size_t count,
                         const radix_sPasses& passes, int sign) {
     if (n == 2) {
-        for (std::size_t c = 0; c < 2 * count; c += 2)
-            transformPair(data[c], data[c + 1]);
+        for (std::size_t c = 0; c < count; ++c)
+            transformPair(data[c * step], data[c * step + 1]);
         return;
     }
     cWork work(n);
     const auto run = LEVEL_SELECT(radix_RunApart);
     for (std::size_t c = 0; c < count; c += radix_lanes)
-        run(data + c * n, 1, n, std::min(radix_lanes, count - c), n, passes, sign < 0,
+        run(data + c * step, 1, step, std::min(radix_lanes, count - c), n, passes, sign < 0,
             work.Lanes());
 }
 
@@ -90,7 +90,7 @@ void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
     }
     if (source != target)
         std::copy_n(source, n, target);
-    transformShortRows(target, n, 1, twiddles.Passes(), sign);
+    transformShortRows(target, n, n, 1, twiddles.Passes(), sign);
     if (order == radix_Natural)
         return;
     std::rotate(target, target + n / 2, target + n);
@@ -99,33 +99,33 @@ void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
         target[k] = target[k] * scale;
 }
 
-void radix_Rows(Complex* data, std::size_t n, std::size_t count, int sign) {
+void radix_Rows(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
     if (n == 1)
         return;
     const radix_cTwiddles twiddles(n);
     if (n < longLine)
-        return transformShortRows(data, n, count, twiddles.Passes(), sign);
+        return transformShortRows(data, step, n, count, twiddles.Passes(), sign);
     cWork work(n / radix_lanes);
     const auto run = LEVEL_SELECT(radix_RunLine);
     for (std::size_t c = 0; c < count; ++c)
-        run(data + c * n, data + c * n, n, twiddles.Passes(), sign < 0, radix_Natural,
+        run(data + c * step, data + c * step, n, twiddles.Passes(), sign < 0, radix_Natural,
             work.Lanes());
 }
 
-void radix_Columns(Complex* data, std::size_t n, std::size_t count, int sign) {
+void radix_Columns(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
     if (n == 2)
         for (std::size_t c = 0; c < count; ++c)
-            transformPair(data[c], data[count + c]);
+            transformPair(data[c], data[step + c]);
     if (n <= 2)
         return;
     const radix_cTwiddles twiddles(n);
     cWork work(n);
     std::size_t c = 0;
     for (const auto run = LEVEL_SELECT(radix_RunSide); c + radix_lanes <= count; c += radix_lanes)
-        run(data + c, count, n, twiddles.Passes(), sign < 0, work.Lanes());
+        run(data + c, step, n, twiddles.Passes(), sign < 0, work.Lanes());
     if (c < count)
         LEVEL_SELECT(radix_RunApart)
-    (data + c, count, 1, count - c, n, twiddles.Passes(), sign < 0, work.Lanes());
+    (data + c, step, 1, count - c, n, twiddles.Passes(), sign < 0, work.Lanes());
 }
 
 } // namespace dataprocessing::detail

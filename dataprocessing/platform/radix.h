@@ -31,11 +31,13 @@ enum radix_eOrder {
 void radix_Line(const comp_cComplex<float>* source, comp_cComplex<float>* target, std::size_t n,
                 int sign, radix_eOrder order);
 
-/// Transforms `count` lines of `n` values in place, one behind the other.
-void radix_Rows(comp_cComplex<float>* data, std::size_t n, std::size_t count, int sign);
+/// Transforms `count` lines of `n` values in place: value k of line c is element c x step + k.
+void radix_Rows(comp_cComplex<float>* data, std::size_t step, std::size_t n, std::size_t count,
+                int sign);
 
 /// Transforms `count` lines of `n` values in place, side by side: value k of line c is element
-/// k x count + c.
-void radix_Columns(comp_cComplex<float>* data, std::size_t n, std::size_t count, int sign);
+/// k x step + c.
+void radix_Columns(comp_cComplex<float>* data, std::size_t step, std::size_t n, std::size_t count,
+                   int sign);
 
 } // namespace dataprocessing::detail

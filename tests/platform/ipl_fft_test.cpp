@@ -167,6 +167,7 @@ TEST(IplFft, LeavesTheResultAloneWhenItCannotTransform) {
     Image integers(4, 4, 8, IPL_DEPTH_32S);
     Image channels(4, 4);
     channels.header.channels = 2;
+    Image oddRows(4, 4, 20);
     EXPECT_TRUE(isUntouched(wide, result, forward));
     EXPECT_TRUE(isUntouched(high, result, forward));
     EXPECT_TRUE(isUntouched(odd, oddResult, forward));
@@ -174,6 +175,7 @@ TEST(IplFft, LeavesTheResultAloneWhenItCannotTransform) {
     EXPECT_TRUE(isUntouched(integers, result, forward));
     EXPECT_TRUE(isUntouched(good, integers, forward));
     EXPECT_TRUE(isUntouched(channels, result, forward));
+    EXPECT_TRUE(isUntouched(good, oddRows, forward));
     EXPECT_TRUE(isUntouched(good, result, 0x20));
     EXPECT_TRUE(isUntouched(good, result, 0x23));
     EXPECT_TRUE(isUntouched(good, result, freeTables));
