@@ -9,8 +9,9 @@ constexpr int indexLine = 1;
 constexpr int sizeLine = 2;
 
 std::string indexText(long long index, long long size) {
-    const std::string what = "Index " + std::to_string(index) + " is outside ";
-    return size < 0 ? what + "its array." : what + "an array of size " + std::to_string(size) + ".";
+    return size < 0 ? "Index " + std::to_string(index) + " is outside its array."
+                    : "Index " + std::to_string(index) + " is outside an array of size " +
+                          std::to_string(size) + ".";
 }
 
 } // namespace
