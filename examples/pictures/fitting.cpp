@@ -37,9 +37,9 @@ Picture background() {
     drawSteps(picture, x, y, spectrum, "ink");
     drawSteps(picture, x, y, fitted, "orange");
     drawSteps(picture, x, y, spectrum - fitted, "blue");
-    picture.Text({x.Px(6.3), 50}, "the spectrum");
+    picture.Text({x.Px(6.2), 24}, "the spectrum", Anchor::Middle);
     picture.Text({x.Px(5.9), 142}, "the fit", Anchor::Middle, "orange");
-    picture.Text({x.Px(6.36), 205}, "what is left", Anchor::Start, "blue");
+    picture.Text({x.Px(6.2), 162}, "what is left", Anchor::Middle, "blue");
     drawTicks(picture, x, 256, 4.8, 0.4, 8);
     return picture;
 }
