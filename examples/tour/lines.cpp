@@ -13,6 +13,9 @@ namespace {
 
 constexpr std::size_t mostLines = 20;
 constexpr std::size_t reach = 2; // the values are means over this many on either side
+// What that adds to the square of a line's full width: 8 ln 2 times the variance of the five
+// places.
+constexpr double widening = 11.1;
 constexpr double significance = 5;
 
 /// Half maximum and maximum of a line among smoothed values.
@@ -48,7 +51,7 @@ Shape shapeOf(const std::vector<double>& y, std::size_t top) {
 }
 
 /// How far from `top` the values cross its half, between elements.
-double halfWidth(const std::vector<double>& y, const Shape& shape, bool isLeft) {
+double sideWidth(const std::vector<double>& y, const Shape& shape, bool isLeft) {
     const std::size_t outer = isLeft ? shape.left : shape.right;
     const std::size_t inner = isLeft ? outer + 1 : outer - 1;
     const double half = y[shape.top] / 2;
@@ -56,6 +59,14 @@ double halfWidth(const std::vector<double>& y, const Shape& shape, bool isLeft) 
     if (outer == shape.top || y[outer] >= half || y[inner] <= y[outer])
         return whole;
     return whole - (half - y[outer]) / (y[inner] - y[outer]);
+}
+
+/// Half the width at half maximum. The top may lie an element beside the middle of the line; where
+/// the sides differ by more, another line widens one of them.
+double halfWidth(const std::vector<double>& y, const Shape& shape) {
+    const double left = sideWidth(y, shape, true);
+    const double right = sideWidth(y, shape, false);
+    return std::min((left + right) / 2, std::min(left, right) + 1);
 }
 
 double centroid(const std::vector<double>& y, const Shape& shape, double half) {
@@ -92,13 +103,12 @@ std::vector<Line> findLines(const darr_c1DArray& net, const darr_c1DArray& count
         if (lines.size() == mostLines)
             break;
         const Shape shape = shapeOf(y, top);
-        const double half = std::min(halfWidth(y, shape, true), halfWidth(y, shape, false));
+        const double half = halfWidth(y, shape);
         const std::size_t farthest = static_cast<std::size_t>(std::ceil(2 * half)) + 1;
         const double noise =
             std::sqrt(std::max(all[top], 1.0) / static_cast<double>(2 * reach + 1));
         const double drop = std::max(significance * noise, y[top] / 6);
-        // Smoothing has widened the line.
-        const double width = std::sqrt(std::max(1.0, 4 * half * half - 4));
+        const double width = std::sqrt(std::max(1.0, 4 * half * half - widening));
         const bool isLine = !isTaken[top] && width >= 2 && width <= widest &&
                             y[top] - valley(y, top, -1, farthest) > drop &&
                             y[top] - valley(y, top, 1, farthest) > drop &&

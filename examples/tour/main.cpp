@@ -1,7 +1,6 @@
 // A walk through DataProcessing on real data: reads what the user gives, or makes a sample, then
-// tells and draws what the library does with it, step by step.
+// tells and draws what the library does with it, step by step, on the terminal and in one report.
 
-#include <csignal>
 #include <exception>
 #include <filesystem>
 #include <ios>
@@ -10,10 +9,10 @@
 #include <system_error>
 
 #include "background.h"
-#include "canvas.h"
 #include "input_error.h"
 #include "options.h"
 #include "pgm_file.h"
+#include "report.h"
 #include "sample_image.h"
 #include "sample_spectrum.h"
 #include "spectrum_file.h"
@@ -45,20 +44,28 @@ constexpr Step steps[] = {
     {"An axis, written and read back", stepStreams},
 };
 
-/// Makes the directory and goes there, so that no path ever reaches gnuplot.
-void enter(const std::string& directory) {
+/// The report's place, in a directory that is made if it is missing.
+std::string reportIn(const std::string& directory) {
     std::error_code error;
     std::filesystem::create_directories(directory, error);
-    if (!error)
-        std::filesystem::current_path(directory, error);
     if (error)
         throw InputError("cannot use " + quoted(directory, 200) +
-                         " for pictures: " + error.message());
+                         " for the report: " + error.message());
+    return (std::filesystem::path(directory) / "report.html").string();
 }
 
-void tellSource(const char* what, const std::string& file) {
-    std::cout << "   " << what << (file.empty() ? "the tour's own sample" : quoted(file, 200))
-              << '\n';
+std::string nameOf(const std::string& file) {
+    return file.empty() ? "the tour's own sample" : printable(file);
+}
+
+void introduce(Teller& teller, const Options& options) {
+    teller.Say("What DataProcessing makes of a spectrum and an image, step by step. Every number "
+               "and picture comes from this run.");
+    teller.Show(
+        {.caption = "What is looked at",
+         .heading = {"data", "from"},
+         .columns = {Column::name, Column::name},
+         .rows = {{"spectrum", nameOf(options.spectrum)}, {"image", nameOf(options.image)}}});
 }
 
 /// What `read` makes of the file.
@@ -80,14 +87,12 @@ void run(const Options& options) {
     Spectrum blank = hasSpectrum ? estimatedBackground(spectrum) : sampleBlank();
     const double blankScale =
         hasSpectrum ? 1 : spectrum.counts.Cal().Delta() / (blank.counts.Cal().Delta() * blankTime);
-    enter(options.out);
+    const std::string file = reportIn(options.out);
+    Report report(file);
 
     std::cout << "A tour of DataProcessing\n\n";
-    tellSource("spectrum: ", options.spectrum);
-    tellSource("image:    ", options.image);
-    Canvas canvas(std::cout, options.out);
-    if (!canvas.IsThere())
-        std::cout << "   pictures: none, because gnuplot (with pngcairo) is not installed\n";
+    Teller teller(std::cout, report);
+    introduce(teller, options);
 
     Story story{.spectrum = std::move(spectrum),
                 .blank = std::move(blank),
@@ -95,16 +100,15 @@ void run(const Options& options) {
                 .isBlankEstimated = hasSpectrum,
                 .known = hasSpectrum ? std::vector<KnownLine>() : sampleLines(),
                 .scene = std::move(image),
-                .text = std::cout,
-                .canvas = canvas};
-    int number = 0;
+                .teller = teller};
     for (const Step& step : steps) {
         if (step.isOfLines && story.lines.empty())
             continue;
-        std::cout << '\n' << ++number << ". " << step.title << "\n\n";
+        teller.Begin(step.title);
         step.run(story);
     }
-    std::cout << std::flush;
+    report.Finish();
+    std::cout << "\nThe report, with all pictures: " << printable(file) << '\n' << std::flush;
 }
 
 /// One line, whatever the names that stand in the message.
@@ -117,8 +121,6 @@ int fail(int code, const char* message) {
 } // namespace
 
 int main(int count, char** arguments) {
-    // A gnuplot that dies is noticed by its exit code.
-    std::signal(SIGPIPE, SIG_IGN);
     try {
         const Options options = parseOptions(count - 1, arguments + 1);
         if (options.help)

@@ -9,16 +9,16 @@ namespace tour {
 const char usage[] =
     R"(usage: tour [--spectrum FILE] [--image FILE] [--out DIR]
 
-A walk through DataProcessing on a spectrum and an image: text here, pictures in DIR.
+A walk through DataProcessing on a spectrum and an image: text here, and a report with
+pictures in DIR/report.html, one file that needs no other.
 Without files it measures a sample of its own making, the same at every run.
 
   --spectrum FILE  a text file with one count per line, or one "x,y" per line with evenly
                    spaced x; everything from a # to the end of the line is a comment
   --image FILE     a PGM image (P2 or P5, 8 or 16 bit)
-  --out DIR        where the pictures go (default: tour-out); it is made if it is missing
+  --out DIR        where the report goes (default: tour-out); it is made if it is missing
   --help           this text
 
-Pictures are drawn by gnuplot; without it the tour is text alone.
 Exit codes: 0 done; 1 something went wrong on the way; 2 an argument or a file is not usable,
 and then nothing has been written.
 )";

@@ -6,11 +6,15 @@
 
 namespace tour {
 
-/// Says on standard output how far a task is, once it has taken a second and then once per second;
-/// quick tasks say nothing.
+/// Says on a terminal how far a task is, once it has taken a second and then once per second, in a
+/// line that goes with the task. Quick tasks say nothing, and where standard error is not a
+/// terminal, nor do slow ones.
 class Progress {
 public:
     explicit Progress(std::string task);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
 
     /// `done` of `total` are finished.
     void Part(std::size_t done, std::size_t total) {
@@ -32,6 +36,7 @@ private:
     std::string task_;
     std::chrono::steady_clock::time_point next_;
     unsigned calls_ = 0;
+    bool isShown_ = false;
 };
 
 } // namespace tour

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <deque>
-#include <iomanip>
 
 #include "story.h"
 
@@ -10,9 +9,11 @@ namespace tour {
 namespace {
 
 // The law of the resolution is that of silicon detectors, with positions in eV: the square of the
-// width grows by this much per eV. Electronics alone would give about `electronicWidth`.
+// width grows by this much per eV. Electronics alone would give a width of about 100 eV.
 constexpr double growth = 2.3;
-constexpr double electronicWidth = 80;
+constexpr double electronicWidth = 100;
+constexpr double leastElectronicWidth = 80;
+constexpr double mostElectronicWidth = 120;
 // K-alpha and K-beta lines of the elements around iron.
 constexpr double lowestBeta = 1.085;
 constexpr double highestBeta = 1.12;
@@ -20,15 +21,18 @@ constexpr double betaToAlpha = 0.135;
 
 const double widthsPerFwhm = 1 / (2 * std::sqrt(std::log(2.0)));
 
-/// How many eV the axis has per unit: known, or else such that the strongest line is as wide as it
-/// would be in a silicon detector.
-double electronvoltsPerUnit(const Spectrum& spectrum, const Line& line) {
-    if (spectrum.unit == "keV")
-        return 1000;
+/// The eV per unit of the axis at which the line is as wide as it would be in a silicon detector
+/// with electronics of this width.
+double electronvolts(const Line& line, double electronic) {
     const double linear = growth * line.position;
     const double square = line.width * line.width;
-    return (linear + std::sqrt(linear * linear + 4 * square * electronicWidth * electronicWidth)) /
+    return (linear + std::sqrt(linear * linear + 4 * square * electronic * electronic)) /
            (2 * square);
+}
+
+/// How many eV the axis has per unit: known, or else estimated from the strongest line.
+double electronvoltsPerUnit(const Spectrum& spectrum, const Line& line) {
+    return spectrum.unit == "keV" ? 1000 : electronvolts(line, electronicWidth);
 }
 
 /// The line of the group of which this one is the K-beta; null where there is none.
@@ -61,11 +65,10 @@ struct Fit {
     dasl_c1DDataArraySelection selection{rnge_IndexNearest};
 };
 
-void tellParameters(std::ostream& text, const char* when, const Fit& fit) {
+std::vector<std::string> rowOf(const char* when, const Fit& fit) {
     const cal_c1DArrayCal& cal = fit.calibration;
-    text << "   " << std::left << std::setw(10) << when << std::right << std::setw(14)
-         << fixed(cal.Position(0), 2) << std::setw(12) << fixed(cal.Delta(), 4) << std::setw(16)
-         << fixed(fit.resolution.ReferenceFWHM(), 2) << '\n';
+    return {when, fixed(cal.Position(0), 2), fixed(cal.Delta(), 4),
+            fixed(fit.resolution.ReferenceFWHM(), 2)};
 }
 
 void addPeaks(Story& story, Fit& fit, double scale) {
@@ -90,44 +93,51 @@ void addPeaks(Story& story, Fit& fit, double scale) {
         }
 }
 
-void tellPeaks(const Story& story, const Fit& fit) {
-    std::ostream& text = story.text;
+Table tableOfPeaks(const Story& story, const Fit& fit) {
     const bool isKnown = !story.known.empty();
-    text << "\n   " << std::left << std::setw(10) << "line" << std::right << std::setw(10) << "eV"
-         << std::setw(12) << "height" << std::setw(12) << "counts"
-         << (isKnown ? "       model" : "") << "   coupled\n";
+    Table table{.caption = "The fitted peaks",
+                .heading = {"line", "E / eV", "height", "counts"},
+                .columns = {Column::name, Column::number, Column::number, Column::number}};
+    if (isKnown) {
+        table.heading.emplace_back("model");
+        table.columns.push_back(Column::number);
+    }
+    table.heading.emplace_back("coupled");
+    table.columns.push_back(Column::name);
     for (std::size_t i = 0; i < story.group.size(); ++i) {
         const gsft_cGaussian& peak = fit.gaussians[i];
         const KnownLine* known = knownAt(story, story.group[i]);
         const double area =
             peak.Amplitude() * peak.Width() * std::sqrt(type_Pi) / fit.calibration.Delta();
-        text << "   " << std::left << std::setw(10)
-             << (known != nullptr ? known->name : std::to_string(i + 1)) << std::right
-             << std::setw(10) << fixed(peak.Center(), 1) << std::setw(12)
-             << fixed(peak.Amplitude(), 1) << std::setw(12) << fixed(area, 0);
+        std::vector<std::string> cells{known != nullptr ? known->name : std::to_string(i + 1),
+                                       fixed(peak.Center(), 1), fixed(peak.Amplitude(), 1),
+                                       fixed(area, 0)};
         if (isKnown)
-            text << std::setw(12) << (known != nullptr ? fixed(known->area, 0) : "");
-        if (peak.HasReference())
-            text << "   " << fixed(peak.AmplitudeRatio(), 3) << " of "
-                 << fixed(peak.hRefGaussian()->Center(), 1);
-        text << '\n';
+            cells.push_back(known != nullptr ? fixed(known->area, 0) : "");
+        cells.push_back(peak.HasReference() ? fixed(peak.AmplitudeRatio(), 3) + " of " +
+                                                  fixed(peak.hRefGaussian()->Center(), 1)
+                                            : "");
+        table.rows.push_back(std::move(cells));
     }
+    return table;
 }
 
 void draw(Story& story, const darr_c1DArray& data, const darr_c1DArray& model,
           const darr_c1DArray& residuals, const std::vector<rnge_c1DRange>& bands) {
-    Frame frame{.title = "Gaussians with coupled heights, calibration and resolution fitted",
-                .x = "",
+    Frame frame{.title = "",
+                .x = "energy / eV",
                 .y = "counts per channel",
                 .isLogarithmic = true,
                 .view = data.Range()};
     frame.bands = bands;
     const Frame below{
         .title = "", .x = "energy / eV", .y = "residual / noise", .view = data.Range()};
-    story.canvas.DrawPair(
-        "gauss.png",
-        {frame, {{"without the background", data, Style::dots}, {"sum of Gaussians", model}}},
-        {below, {{"", residuals, Style::dots}}});
+    story.teller.Draw(
+        {"Gaussians with coupled heights, fitted together with the calibration and the resolution "
+         "in the shaded windows. Below: what they leave, in units of the noise.",
+         {Diagram{frame,
+                  {{"without the background", data, Style::dots}, {"sum of Gaussians", model}}},
+          Diagram{below, {{"", residuals, Style::dots}}}}});
 }
 
 /// The windows of the group on another calibration: over the same elements.
@@ -160,7 +170,7 @@ darr_c1DArray residualsOf(const Story& story, const darr_c1DArray& data, const d
 }
 
 void run(Story& story) {
-    std::ostream& text = story.text;
+    Teller& teller = story.teller;
     const Line& main = strongest(story.group);
     const double scale = electronvoltsPerUnit(story.spectrum, main);
     const double width = scale * main.width;
@@ -177,29 +187,36 @@ void run(Story& story) {
     data.SetCal(dial);
 
     if (story.spectrum.unit != "keV")
-        text << "   The law of the resolution wants positions in eV. The strongest line is as wide "
-                "as in a\n   silicon detector at "
-             << fixed(scale, 2) << " eV per "
-             << (story.spectrum.axis == "channel" ? "channel" : "unit")
-             << ", which is an estimate.\n";
-    text << "   " << fit.peaks.Size() << " peaks, whose widths follow the resolution "
-         << "sqrt(f^2 + 2.3 (E - " << fixed(center, 0) << ")).\n   The fit starts with a wrong "
-         << "calibration and a resolution 20 % too wide:\n\n"
-         << "                     offset       delta            f / eV\n";
-    tellParameters(text, "start", fit);
+        teller.Say(
+            "The law of the resolution wants positions in eV. The strongest line is as wide "
+            "as in a silicon detector at ",
+            fixed(scale, 2), " eV per ", story.spectrum.axis == "channel" ? "channel" : "unit",
+            " if electronics add ", electronicWidth, " eV, which is an estimate: it is ",
+            fixed(electronvolts(main, leastElectronicWidth), 2), " with ", leastElectronicWidth,
+            " eV, and ", fixed(electronvolts(main, mostElectronicWidth), 2), " with ",
+            mostElectronicWidth, " eV.");
+    teller.Say(fit.peaks.Size(), " peaks, whose widths follow the resolution sqrt(f^2 + 2.3 (E - ",
+               fixed(center, 0),
+               ")), are fitted at once. The fit starts with a wrong calibration "
+               "and a resolution 20 % too wide.");
+    Table table{.caption = "The calibration and the resolution, in eV",
+                .heading = {"values", "offset", "delta", "f"},
+                .columns = {Column::name, Column::number, Column::number, Column::number}};
+    table.rows.push_back(rowOf("start", fit));
     gsft_c1DGaussianFittingFunction function(fit.selection, fit.peaks, fit.calibration,
                                              fit.fitCalibration, fit.resolution, fit.fitResolution);
     function.Refit(data);
-    tellParameters(text, "fitted", fit);
-    text << "   " << std::left << std::setw(10) << (story.known.empty() ? "given" : "model")
-         << std::right << std::setw(14) << fixed(scale * given.Position(0), 2) << std::setw(12)
-         << fixed(scale * given.Delta(), 4) << '\n';
+    table.rows.push_back(rowOf("fitted", fit));
+    table.rows.push_back({story.known.empty() ? "given" : "model",
+                          fixed(scale * given.Position(0), 2), fixed(scale * given.Delta(), 4),
+                          ""});
+    teller.Show(table);
 
     // The fit leaves the widths of the peaks to us.
     for (gsft_cGaussian& peak : fit.gaussians)
         peak.SetWidth(fit.resolution.FWHM(peak.Center()) * widthsPerFwhm);
     data.SetCal(fit.calibration);
-    tellPeaks(story, fit);
+    teller.Show(tableOfPeaks(story, fit));
 
     const std::vector<rnge_c1DRange> windows = windowsOn(fit.calibration, story);
     const darr_c1DArray model = loaded(function, data);
@@ -211,8 +228,8 @@ void run(Story& story) {
         points += part.Size();
         squares += stat_Sum(part * part).As<double>();
     }
-    text << "\n   mean square of residual / noise: " << fixed(squares / points, 2)
-         << "; counting alone gives 1\n";
+    teller.Say("The mean square of residual / noise is ", fixed(squares / points, 2),
+               "; counting alone gives 1.");
     draw(story, data, model, residuals, windows);
 }
 
@@ -220,15 +237,15 @@ void run(Story& story) {
 
 void stepGauss(Story& story) {
     if (story.group.empty()) {
-        story.text << "   There is no peak to be fitted.\n";
+        story.teller.Say("There is no peak to be fitted.");
         return;
     }
     try {
         run(story);
     } catch (const gsft_cFitException& failure) {
-        story.text << "   The fit has failed: " << failure.Message() << '\n';
+        story.teller.Say("The fit has failed: ", failure.Message());
     } catch (const rcps_cRecipesException& failure) {
-        story.text << "   The data cannot tell the peaks apart: " << failure.what() << '\n';
+        story.teller.Say("The data cannot tell the peaks apart: ", failure.what());
     }
 }
 

@@ -45,11 +45,14 @@ std::string error(const darr_c2DArray& image, const darr_c2DArray& scene) {
 
 void stepImage(Story& story) {
     const darr_c2DArray& scene = story.scene.values;
-    std::ostream& text = story.text;
-    text << "   " << scene.SizeX() << " x " << scene.SizeY() << " elements of type "
-         << typeName(scene.DataType()) << ", " << scene.Range() << ' ' << story.scene.unit << ".\n"
-         << "   A model of a detector takes it: one exposure (raw), and the means of 16 without\n"
-         << "   light (dark) and under even light (flat).\n\n";
+    const std::string& unit = story.scene.unit;
+    const std::string& quantity = story.scene.quantity;
+    Teller& teller = story.teller;
+    teller.Say("The image has ", scene.SizeX(), " x ", scene.SizeY(), " elements of type ",
+               typeName(scene.DataType()), ", over ", scene.Range(), ' ', unit, ".");
+    teller.Say("A model of a detector takes it: one exposure (raw), and the means of 16 without "
+               "light (dark) and under even light (flat). What the detector adds is subtracted, "
+               "and what its pixels differ by is divided out.");
 
     const double brightest = largest(scene);
     const double scale = brightest > 0 ? fullScale / brightest : 1;
@@ -61,31 +64,29 @@ void stepImage(Story& story) {
     // What the even light brings to a pixel of gain 1, in units of the scene.
     const pnum_cNumber level = fullScale / scale;
     story.corrected = ratio * level;
-    tellTypes(text, "signal    = raw - dark", frames.raw, '-', frames.dark, signal);
-    tellTypes(text, "gain      = flat - dark", frames.flat, '-', frames.dark, gain);
-    tellTypes(text, "ratio     = signal / gain", signal, '/', gain, ratio);
-    tellTypes(text, "corrected = ratio * level", ratio, '*', level, story.corrected);
+    Table table = tableOfTypes("The correction, and the types of its results");
+    table.rows = {rowOfTypes("signal = raw - dark", frames.raw, '-', frames.dark, signal),
+                  rowOfTypes("gain = flat - dark", frames.flat, '-', frames.dark, gain),
+                  rowOfTypes("ratio = signal / gain", signal, '/', gain, ratio),
+                  rowOfTypes("corrected = ratio * level", ratio, '*', level, story.corrected)};
+    teller.Show(table);
 
     const darr_c2DArray raw = frames.raw / pnum_cNumber(scale);
-    text << "\n   off from the scene, root mean square: " << error(raw, scene) << " raw, "
-         << error(story.corrected, scene) << " corrected\n";
+    teller.Say("Root mean square difference from the scene: ", error(raw, scene), " raw, ",
+               error(story.corrected, scene), " corrected.");
 
-    story.canvas.DrawTiles("image-correction.png",
-                           {Panel{"raw", frames.raw, "counts"},
-                            Panel{"corrected", story.corrected, story.scene.quantity},
-                            Panel{"dark", frames.dark, "counts"},
-                            Panel{"gain = flat - dark", gain, "counts"}},
-                           story.scene.unit);
+    teller.Draw({"The image before and after the correction, and what it is corrected with.",
+                 {Panel{"raw", frames.raw, "counts", unit},
+                  Panel{"corrected", story.corrected, quantity, unit},
+                  Panel{"dark", frames.dark, "counts", unit},
+                  Panel{"gain = flat - dark", gain, "counts", unit}}});
 
     const int row = scene.SizeY() / 2;
-    story.canvas.DrawCurves(
-        "image-profile.png",
-        {.title = "Row " + std::to_string(row) + " before and after the correction",
-         .x = "x / " + story.scene.unit,
-         .y = story.scene.quantity},
-        {{"raw", raw.LineAtY(row)},
-         {"corrected", story.corrected.LineAtY(row)},
-         {"scene", scene.LineAtY(row)}});
+    teller.Draw({joined("Row ", row, " before and after the correction."),
+                 {Diagram{{.title = "", .x = "x / " + unit, .y = quantity},
+                          {{"raw", raw.LineAtY(row)},
+                           {"corrected", story.corrected.LineAtY(row)},
+                           {"scene", scene.LineAtY(row)}}}}});
 }
 
 } // namespace tour

@@ -1,5 +1,5 @@
+#include <algorithm>
 #include <cmath>
-#include <iomanip>
 
 #include "lines.h"
 #include "story.h"
@@ -51,8 +51,9 @@ Quiet quietest(const Story& story, const std::vector<rnge_c1DRange>& windows) {
 } // namespace
 
 void stepLines(Story& story) {
-    std::ostream& text = story.text;
+    Teller& teller = story.teller;
     const std::string& unit = story.spectrum.unit;
+    const std::string ofUnit = unit.empty() ? "" : " " + unit;
     // Lines are looked for where there is a background, so not in the noise at the very beginning.
     const rnge_c1DRange known = story.blank.counts.Range() & story.spectrum.counts.Range();
     const darr_c1DArray net = story.net.Selection(known, rnge_IndexCeiling);
@@ -62,56 +63,62 @@ void stepLines(Story& story) {
     isLine.SetCal(net.Cal()); // a mask starts on the default calibration
     const darr_c1DArray inLines = tnry_Ternary(isLine, net, 0.0);
     const darr_c1DArray marked = tnry_Ternary(isLine, 1.0, 0.0);
-    text << "   mask of net > 5 sqrt(counts): " << stat_Sum(marked) << " of " << net.Size()
-         << " channels\n";
+    teller.Say("A comparison gives a mask of what stands out of the noise of counting: net > 5 "
+               "sqrt(counts) holds in ",
+               stat_Sum(marked), " of ", net.Size(), " channels.");
 
     const darr_c1DArray clipped = trny_max(net, 0.0);
-    text << "   smallest value " << fixed(number(extr_Min(net, conv_RealPart)), 1)
-         << ", and clipped with trny_max " << fixed(number(extr_Min(clipped, conv_RealPart)), 1)
-         << '\n';
+    teller.Say("The smallest value is ", fixed(number(extr_Min(net, conv_RealPart)), 1),
+               ", and clipped with trny_max ", fixed(number(extr_Min(clipped, conv_RealPart)), 1),
+               ".");
 
     story.lines = findLines(net, counts);
     if (story.lines.empty()) {
-        text << "   There is no usable peak in this spectrum, so the steps that need one are left "
-                "out.\n";
+        teller.Say("There is no usable peak in this spectrum, so the steps that need one are left "
+                   "out.");
         return;
     }
     const int digits = significantDigits(net.Cal().Delta());
     double position = 0;
     const pnum_cNumber largest = extr_Max(net, position, conv_RealPart);
-    text << "   largest value " << fixed(number(largest), 1) << " at " << fixed(position, digits)
-         << (unit.empty() ? "" : " ") << unit << '\n';
     const Line& main = strongest(story.lines);
     const rnge_c1DRange right(main.position + 1.2 * main.width, main.position + 6 * main.width);
-    text << "   largest value over " << right << ": "
-         << fixed(number(extr_Max(net, right, darr_LinearInterpolation, conv_RealPart)), 1) << '\n';
+    teller.Say("The largest value is ", fixed(number(largest), 1), " at ", fixed(position, digits),
+               ofUnit, "; over ", right, ofUnit, " it is ",
+               fixed(number(extr_Max(net, right, darr_LinearInterpolation, conv_RealPart)), 1),
+               ".");
 
-    text << "   " << story.lines.size() << (story.lines.size() == 1 ? " line" : " lines")
-         << ", with their full widths at half maximum:\n\n";
-    Frame frame{.title = "Lines: what stands out of the noise of counting",
+    Table table{.caption = joined(story.lines.size(), story.lines.size() == 1 ? " line" : " lines",
+                                  ", with their full widths at half maximum"),
+                .heading = {axisLabel(story.spectrum), "width", "net counts per channel"},
+                .columns = {Column::number, Column::number, Column::number}};
+    Frame frame{.title = "",
                 .x = axisLabel(story.spectrum),
                 .y = "net counts per channel",
                 .isLogarithmic = true};
     for (const Line& line : story.lines) {
         const std::string place = fixed(line.position, digits);
-        text << "   " << std::right << std::setw(12) << place << std::setw(10)
-             << fixed(line.width, digits) << std::setw(12) << fixed(line.height, 0) << " counts\n";
+        table.rows.push_back({place, fixed(line.width, digits), fixed(line.height, 0)});
         frame.marks.push_back({line.position, place});
     }
-    text << '\n';
+    teller.Show(table);
 
     story.stretches =
         stretchesWithoutLines(story.lines, story.blank.counts * story.blankScale, known);
+    std::string caption = "Lines: what stands out of the noise of counting.";
     const Quiet quiet = quietest(story, story.stretches);
     if (quiet.channels > 0) {
-        text << "   background over " << quiet.window << ": " << quiet.channels
-             << " channels, mean " << fixed(quiet.mean, 1)
-             << " counts;\n   without the background their variance is " << fixed(quiet.variance, 1)
-             << ", " << fixed(quiet.Excess(), 2) << " of the mean; counting alone gives 1\n";
+        teller.Say("Between the lines there is background alone. Over ", quiet.window, ofUnit, ", ",
+                   quiet.channels, " channels, its mean is ", fixed(quiet.mean, 1),
+                   " counts; once it is subtracted, the variance is ", fixed(quiet.variance, 1),
+                   ", which is ", fixed(quiet.Excess(), 2),
+                   " of that mean, where counting alone gives 1.");
         frame.bands.push_back(quiet.window);
+        caption += " Shaded: the background whose mean and variance are compared.";
     }
-    story.canvas.DrawCurves("lines.png", frame,
-                            {{"net, clipped at 0", clipped}, {"where the mask is set", inLines}});
+    teller.Draw(
+        {caption,
+         {Diagram{frame, {{"net, clipped at 0", clipped}, {"where the mask is set", inLines}}}}});
 }
 
 } // namespace tour

@@ -1,11 +1,11 @@
-#include <cmath>
-#include <iomanip>
-
 #include "story.h"
 
 namespace tour {
 
 namespace {
+
+// Smaller lines are lost in the tails of the strongest.
+constexpr double leastPart = 1e-3;
 
 /// The part of the spectrum with all of the group, with room on both sides.
 darr_c1DArray around(const Story& story) {
@@ -21,14 +21,15 @@ darr_c1DArray around(const Story& story) {
 } // namespace
 
 void stepPeaks(Story& story) {
-    std::ostream& text = story.text;
+    Teller& teller = story.teller;
     const darr_c1DArray& counts = story.spectrum.counts;
     std::vector<Line> lines;
+    const double least = leastPart * strongest(story.lines).height;
     for (const Line& line : groupOfStrongest(story.lines, 10))
-        if (stretchBelow(story.stretches, line.position) != nullptr)
+        if (line.height > least && stretchBelow(story.stretches, line.position) != nullptr)
             lines.push_back(line);
     if (lines.empty()) {
-        text << "   No peak has a background below it that a power law could be fitted to.\n";
+        teller.Say("No peak has a background below it that a power law could be fitted to.");
         return;
     }
     story.group = lines;
@@ -47,28 +48,35 @@ void stepPeaks(Story& story) {
     background.Refit(counts);
 
     const bool isKnown = !story.known.empty();
-    text << "   Each peak has a power law of its own, fitted to what lies between lines below "
-            "it,\n   and subtracted in the window over which the peak is summed.\n\n"
-         << "   " << std::left << std::setw(12) << (isKnown ? "line" : "peak") << std::setw(26)
-         << "fitted over" << std::setw(26) << "summed over" << std::right << std::setw(9)
-         << "exponent" << std::setw(11) << "counts" << (isKnown ? "      model" : "") << '\n';
     const double delta = counts.Cal().Delta();
     const int digits = delta < 0.1 ? 3 : 1;
     const auto shown = [&](const rnge_c1DRange& range) {
         return fixed(range.Start(), digits) + " to " + fixed(range.End(), digits);
     };
+    teller.Say("Each peak has a power law of its own, fitted to what lies between lines below it, "
+               "and subtracted in the window over which the peak is summed.");
+    Table table{
+        .caption = "Peaks over power laws a x^b" +
+                   std::string(isKnown ? "; model: the counts of the sample" : ""),
+        .heading = {isKnown ? "line" : "peak", "fitted over", "summed over", "exponent b",
+                    "counts"},
+        .columns = {Column::name, Column::name, Column::name, Column::number, Column::number}};
+    if (isKnown) {
+        table.heading.emplace_back("model");
+        table.columns.push_back(Column::number);
+    }
     for (std::size_t i = 0; i < lines.size(); ++i) {
         const KnownLine* known = knownAt(story, lines[i]);
         const double exponent = background.Coefficients(static_cast<int>(i))[1];
-        text << "   " << std::left << std::setw(12)
-             << (known != nullptr ? known->name : fixed(lines[i].position, digits)) << std::setw(26)
-             << shown(fitted[i]) << std::setw(26) << shown(story.windows[i]) << std::right
-             << std::setw(9) << fixed(exponent, 2) << std::setw(11)
-             << fixed(background.PeakIntensity(lines[i].position) / delta, 0);
-        if (known != nullptr)
-            text << std::setw(11) << fixed(known->area, 0);
-        text << '\n';
+        std::vector<std::string> cells{
+            known != nullptr ? known->name : fixed(lines[i].position, digits), shown(fitted[i]),
+            shown(story.windows[i]), fixed(exponent, 2),
+            fixed(background.PeakIntensity(lines[i].position) / delta, 0)};
+        if (isKnown)
+            cells.push_back(known != nullptr ? fixed(known->area, 0) : "");
+        table.rows.push_back(std::move(cells));
     }
+    teller.Show(table);
 
     const darr_c1DArray part = around(story);
     arr_cC_Array<double> values(part.Size());
@@ -76,15 +84,15 @@ void stepPeaks(Story& story) {
     story.peaks = darr_c1DArray(
         std::span<const double>(values.Data(), static_cast<std::size_t>(values.Size())),
         part.Cal());
-    Frame frame{.title =
-                    "Peaks without their backgrounds, in the windows over which they are summed",
+    Frame frame{.title = "",
                 .x = axisLabel(story.spectrum),
                 .y = "counts per channel",
                 .isLogarithmic = true,
                 .view = part.Range()};
     frame.bands = story.windows;
-    story.canvas.DrawCurves("peaks.png", frame,
-                            {{"spectrum", part}, {"without the background", story.peaks}});
+    teller.Draw(
+        {"Peaks without their backgrounds, in the windows over which they are summed (shaded).",
+         {Diagram{frame, {{"spectrum", part}, {"without the background", story.peaks}}}}});
 }
 
 } // namespace tour

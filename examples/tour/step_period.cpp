@@ -45,8 +45,8 @@ Vector peakWithin(const darr_c2DArray& values, barr_c2DBoolArray mask) {
     return peak;
 }
 
-void tell(std::ostream& text, const Vector& peak) {
-    text << "   period (" << fixed(peak.x, 2) << ", " << fixed(peak.y, 2) << ") mm\n";
+std::vector<std::string> rowOf(const char* name, const Vector& v) {
+    return {name, fixed(v.x, 2), fixed(v.y, 2)};
 }
 
 } // namespace
@@ -71,19 +71,25 @@ void stepPeriod(Story& story) {
     const darr_c2DArray across = abs(ramp(ramp_Y) * first.x - ramp(ramp_X) * first.y);
     const Vector second = peakWithin(correlation, isPeriod & (across > square / 2));
 
-    story.text << "   A lattice of spots with the periods (" << a.x << ", " << a.y << ") and ("
-               << b.x << ", " << b.y << ") mm, a few counts each.\n"
-               << "   Its auto-correlation has the same periods, in either direction:\n";
-    tell(story.text, first);
-    tell(story.text, second);
-    const Path periods{{first.x, first.y}, {0, 0}, {second.x, second.y}};
+    story.teller.Say("A lattice of spots has two periods and a few counts each. Its "
+                     "auto-correlation has the same periods, in either direction. It is searched "
+                     "in a ring, which comparisons cut out of a ramp of radii.");
+    story.teller.Show({.caption = "The periods in mm",
+                       .heading = {"period", "x", "y"},
+                       .columns = {Column::name, Column::number, Column::number},
+                       .rows = {rowOf("made", a), rowOf("made", b), rowOf("found", first),
+                                rowOf("found", second)}});
+    // From the middle of one element to the middle of another.
+    const auto middle = [&](const Vector& v) {
+        return pos_c2DPosition(v.x + cal.X().Delta() / 2, v.y + cal.Y().Delta() / 2);
+    };
+    const Path periods{middle(first), middle({0, 0}), middle(second)};
     const int half = correlation.SizeX() / 2;
     const darr_c2DArray centre = correlation.Selection(half - 64, half - 64, half + 64, half + 64);
-    story.canvas.DrawTiles(
-        "period.png",
-        {Panel{"a lattice with noise", image.Selection(0, 0, 128, 128), "counts"},
-         Panel{"the modulus of its auto-correlation", centre, "correlation", {periods}}},
-        "mm");
+    story.teller.Draw(
+        {"A lattice with noise, and the periods found in its auto-correlation.",
+         {Panel{"a lattice with noise", image.Selection(0, 0, 128, 128), "counts", "mm"},
+          Panel{"the modulus of its auto-correlation", centre, "correlation", "mm", {periods}}}});
 }
 
 } // namespace tour

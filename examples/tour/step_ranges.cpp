@@ -1,7 +1,6 @@
+#include <algorithm>
 #include <cmath>
-#include <iomanip>
 #include <list>
-#include <sstream>
 
 #include "story.h"
 
@@ -9,31 +8,30 @@ namespace tour {
 
 namespace {
 
-/// Tells each message that reaches it, with the name of its sender.
+/// Notes each message that reaches it, with the name of its sender.
 class Listener : public mesg_cReceiver {
 public:
-    Listener(std::ostream& text, const char* name) : text_(text), name_(name) {}
+    Listener(std::vector<std::string>& notes, const char* name) : notes_(notes), name_(name) {}
 
 private:
     void ReceiveMessage(unsigned long id, mesg_cSender&, mesg_sMessageData*) override {
         if (id == rnge_1DRangeChanged)
-            text_ << "      " << name_ << " says that it has changed\n";
+            notes_.push_back(joined(name_, " says that it has changed"));
         else if (id == dasl_SelectionChanged)
-            text_ << "      " << name_ << " says that its ranges have changed\n";
+            notes_.push_back(joined(name_, " says that its ranges have changed"));
         else if (id == ftfn_FunctionChanged)
-            text_ << "      " << name_ << " says that its fit no longer holds\n";
+            notes_.push_back(joined(name_, " says that its fit no longer holds"));
     }
 
-    std::ostream& text_;
+    std::vector<std::string>& notes_;
     const char* name_;
 };
 
-void tell(std::ostream& text, const plft_c1DPolyFittingFunction& polynomial) {
-    text << "   y =";
+std::vector<std::string> rowOf(const char* when, const plft_c1DPolyFittingFunction& polynomial) {
+    std::vector<std::string> cells{when};
     for (int i = 0; i <= polynomial.Order(); ++i)
-        text << (i > 0 ? " + " : " ") << std::setprecision(6) << polynomial.Coefficients()[i]
-             << (i > 0 ? " x" : "") << (i > 1 ? "^" + std::to_string(i) : "");
-    text << '\n';
+        cells.push_back(joined(polynomial.Coefficients()[i]));
+    return cells;
 }
 
 darr_c1DArray curve(const ftfn_c1DFittingFunction& function, const darr_c1DArray& over) {
@@ -65,17 +63,18 @@ std::list<rnge_c1DRange> around(const Story& story) {
 } // namespace
 
 void stepRanges(Story& story) {
-    std::ostream& text = story.text;
+    Teller& teller = story.teller;
     const darr_c1DArray& counts = story.spectrum.counts;
     std::list<rnge_c1DRange> ranges = around(story);
     if (ranges.empty()) {
-        text << "   There is nothing between the lines that could be selected.\n";
+        teller.Say("There is nothing between the lines that could be selected.");
         return;
     }
 
-    Listener byRange(text, "the range");
-    Listener bySelection(text, "the selection");
-    Listener byFunction(text, "the polynomial");
+    std::vector<std::string> notes;
+    Listener byRange(notes, "the range");
+    Listener bySelection(notes, "the selection");
+    Listener byFunction(notes, "the polynomial");
     rnge_c1DRange& moved = ranges.back();
     moved.AddReceiver(byRange, mesg_Class(rnge_1DRangeChanged));
 
@@ -86,37 +85,48 @@ void stepRanges(Story& story) {
     plft_c1DPolyFittingFunction polynomial(2, selection);
     polynomial.AddReceiver(byFunction, mesg_Class(ftfn_FunctionChanged));
 
-    text << "   " << ranges.size() << (ranges.size() == 1 ? " range" : " ranges")
-         << " between the lines:\n";
+    teller.Say("A selection holds ranges of the axis, and a function is fitted to what lies in "
+               "them. Here: ",
+               ranges.size(), ranges.size() == 1 ? " range" : " ranges", " between the lines,");
+    std::vector<std::string> items;
     for (const rnge_c1DRange& range : ranges)
-        text << "      " << range << '\n';
-    text << "   A polynomial of order 2 fitted to them:\n";
+        items.push_back(joined(range));
+    teller.List(items);
     polynomial.Refit(counts);
-    tell(text, polynomial);
+    teller.Say("and a polynomial of order 2 fitted to them.");
+    Table table{.caption = "The coefficients of the polynomial",
+                .heading = {"fitted", "1", "x", "x^2"},
+                .columns = {Column::name, Column::number, Column::number, Column::number},
+                .rows = {rowOf("at first", polynomial)}};
     const rnge_c1DRange view = selection.TotalRange();
     const darr_c1DArray shown = counts.Selection(view, rnge_IndexCeiling);
     const darr_c1DArray before = curve(polynomial, shown);
 
     const double third = moved.Length() / 3;
     const rnge_c1DRange place(moved.Start() + third, moved.End());
-    text << "\n   The last range moves from " << moved << " to " << place << ":\n";
+    teller.Say("The last range moves from ", moved, " to ", place, ", and the news goes up:");
     moved.Set(place.Start(), place.End());
-    text << "   Then it moves to where it is already, and nobody hears of that.\n";
+    teller.List(notes);
+    notes.clear();
     moved.Set(place.Start(), place.End());
-    text << "   Fitted again:\n";
+    teller.Say("Then it moves to where it is already, and ",
+               notes.empty() ? "nobody hears of that." : "that is told again.");
+    teller.Say("Nothing is fitted again until someone asks for it.");
     polynomial.Refit(counts);
-    tell(text, polynomial);
+    table.rows.push_back(rowOf("after the move", polynomial));
+    teller.Show(table);
 
-    Frame frame{.title = "A polynomial through what lies between the lines",
+    Frame frame{.title = "",
                 .x = axisLabel(story.spectrum),
                 .y = "counts per channel",
                 .isLogarithmic = true,
                 .view = view};
     frame.bands.assign(ranges.begin(), ranges.end());
-    story.canvas.DrawCurves("polynomial.png", frame,
-                            {{"spectrum", shown},
-                             {"polynomial", before},
-                             {"after the last range has moved", curve(polynomial, shown)}});
+    teller.Draw({"A polynomial through what lies between the lines (shaded).",
+                 {Diagram{frame,
+                          {{"spectrum", shown},
+                           {"polynomial", before},
+                           {"after the last range has moved", curve(polynomial, shown)}}}}});
 }
 
 } // namespace tour

@@ -26,18 +26,29 @@ Path ring(double x, double y, double radius) {
     return path;
 }
 
-/// Tells where the peak of a correlation is, and returns its picture.
-Panel found(Story& story, const char* name, const darr_c2DArray& correlation) {
+/// A correlation, and where its peak is.
+struct Peak {
+    const char* name;
+    darr_c2DArray correlation;
     double x = 0;
     double y = 0;
-    extr_Max(correlation, x, y, conv_RealPart);
-    story.text << "   " << name << ": peak at (" << fixed(x, 2) << ", " << fixed(y, 2) << ") "
-               << story.scene.unit << '\n';
-    const double radius = 4 * correlation.Cal().X().Delta();
-    return {.title = name,
-            .values = correlation,
+};
+
+Peak peakOf(const char* name, const darr_c2DArray& correlation) {
+    Peak peak{name, correlation};
+    extr_Max(correlation, peak.x, peak.y, conv_RealPart);
+    return peak;
+}
+
+/// The correlation with a ring around the middle of the element that is the peak.
+Panel panelOf(const Peak& peak, const std::string& unit) {
+    const double deltaX = peak.correlation.Cal().X().Delta();
+    const double deltaY = peak.correlation.Cal().Y().Delta();
+    return {.title = peak.name,
+            .values = peak.correlation,
             .quantity = "correlation",
-            .paths = {ring(x, y, radius)},
+            .unit = unit,
+            .paths = {ring(peak.x + deltaX / 2, peak.y + deltaY / 2, 4 * deltaX)},
             .isFullRange = true};
 }
 
@@ -46,13 +57,14 @@ Panel found(Story& story, const char* name, const darr_c2DArray& correlation) {
 void stepRegistration(Story& story) {
     constexpr int largest = 256;
     constexpr int smallest = 32;
-    std::ostream& text = story.text;
     const darr_c2DArray& scene = story.scene.values;
+    const std::string& unit = story.scene.unit;
+    const std::string& quantity = story.scene.quantity;
     int size = largest;
     while (size + size / 8 > std::min(scene.SizeX(), scene.SizeY()) && size >= smallest)
         size /= 2;
     if (size < smallest) {
-        text << "   The image is too small for two shifted parts of it.\n";
+        story.teller.Say("The image is too small for two shifted parts of it.");
         return;
     }
     const int byX = size / 15;
@@ -61,17 +73,27 @@ void stepRegistration(Story& story) {
     const int y = (scene.SizeY() - size) / 2;
     const darr_c2DArray reference = square(scene, x, y, size);
     const darr_c2DArray moved = square(story.corrected, x - byX, y - byY, size);
-    text << "   Two parts of " << size << " x " << size
-         << " elements; one is noisy and shifted by (" << fixed(byX * scene.Cal().X().Delta(), 2)
-         << ", " << fixed(byY * scene.Cal().Y().Delta(), 2) << ") " << story.scene.unit << ".\n";
+    story.teller.Say("Two parts of the image have ", size, " x ", size,
+                     " elements; one is noisy and shifted. Where their correlation has its peak, "
+                     "there is the shift.");
 
-    const darr_c2DArray plain = four_CrossCorrelate(moved, reference);
-    const darr_c2DArray banded = prut_CrossCorrelate(moved, reference, 0.05, 0.6);
-    std::vector<Tile> tiles{Panel{"reference", reference, story.scene.quantity},
-                            Panel{"shifted", moved, story.scene.quantity}};
-    tiles.emplace_back(found(story, "cross-correlation", plain));
-    tiles.emplace_back(found(story, "band-passed cross-correlation", banded));
-    story.canvas.DrawTiles("registration.png", tiles, story.scene.unit);
+    const Peak peaks[] = {
+        peakOf("cross-correlation", four_CrossCorrelate(moved, reference)),
+        peakOf("band-passed cross-correlation", prut_CrossCorrelate(moved, reference, 0.05, 0.6))};
+    Table table{.caption = "The shift, and the peaks of the correlations, in " + unit,
+                .heading = {"shift", "x", "y"},
+                .columns = {Column::name, Column::number, Column::number},
+                .rows = {{"made", fixed(byX * scene.Cal().X().Delta(), 2),
+                          fixed(byY * scene.Cal().Y().Delta(), 2)}}};
+    Figure figure{
+        "Two shifted parts of the image and their correlations; a ring marks the peak.",
+        {Panel{"reference", reference, quantity, unit}, Panel{"shifted", moved, quantity, unit}}};
+    for (const Peak& peak : peaks) {
+        table.rows.push_back({peak.name, fixed(peak.x, 2), fixed(peak.y, 2)});
+        figure.parts.emplace_back(panelOf(peak, unit));
+    }
+    story.teller.Show(table);
+    story.teller.Draw(figure);
 }
 
 } // namespace tour

@@ -21,16 +21,15 @@ darr_c1DArray fromStart(darr_c1DArray profile) {
     return profile;
 }
 
-void tell(Story& story, const char* what, const darr_c1DArray& profile) {
-    story.text << "   " << what << ": " << profile.Size() << " elements of "
-               << fixed(profile.Cal().Delta(), 4) << ' ' << story.scene.unit;
+std::vector<std::string> rowOf(const char* what, const darr_c1DArray& profile) {
+    std::vector<std::string> cells{what, joined(profile.Size()), fixed(profile.Cal().Delta(), 4),
+                                   ""};
     if (profile.Size() > 0) {
         double position = 0;
         extr_Max(profile, position, conv_RealPart);
-        story.text << ", largest " << fixed(position, 2) << ' ' << story.scene.unit
-                   << " from its start";
+        cells.back() = fixed(position, 2);
     }
-    story.text << '\n';
+    return cells;
 }
 
 Diagram diagram(const Story& story, const char* title, const darr_c1DArray& profile) {
@@ -61,20 +60,26 @@ void stepScan(Story& story) {
     const darr_c1DArray line =
         fromStart(proj_LineScan(image, start.X(), start.Y(), end.X(), end.Y(), width));
     const darr_c1DArray projection = fromStart(proj_Project(image, rectangle));
-    tell(story, "line scan ", line);
-    tell(story, "projection", projection);
+    const std::string& unit = story.scene.unit;
+    story.teller.Say(
+        "A line scan follows a line across the image and takes the mean over its width. "
+        "A projection does the same for a rotated rectangle.");
+    story.teller.Show({.caption = "The two profiles; lengths, from their starts, in " + unit,
+                       .heading = {"profile", "elements", "delta", "largest at"},
+                       .columns = {Column::name, Column::number, Column::number, Column::number},
+                       .rows = {rowOf("line scan", line), rowOf("projection", projection)}});
     if (line.Size() < 2 || projection.Size() < 2)
         return;
 
     const rnge_c2DRange scanned((start.X() + end.X()) / 2, (start.Y() + end.Y()) / 2, distance,
                                 width, angle);
     const std::string& quantity = story.scene.quantity;
-    story.canvas.DrawTiles("scan.png",
-                           {Panel{"a line scan and its width", image, quantity, {outline(scanned)}},
-                            diagram(story, "its profile, from the upper left end", line),
-                            Panel{"a rotated rectangle", image, quantity, {outline(rectangle)}},
-                            diagram(story, "the mean across it, along its length", projection)},
-                           story.scene.unit);
+    story.teller.Draw(
+        {"Where the image is scanned, and what is found there.",
+         {Panel{"a line scan and its width", image, quantity, unit, {outline(scanned)}},
+          diagram(story, "its profile, from the upper left end", line),
+          Panel{"a rotated rectangle", image, quantity, unit, {outline(rectangle)}},
+          diagram(story, "the mean across it, along its length", projection)}});
 }
 
 } // namespace tour

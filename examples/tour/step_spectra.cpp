@@ -5,11 +5,10 @@ namespace tour {
 
 namespace {
 
-void tell(std::ostream& text, const char* name, const darr_c1DArray& array,
-          const std::string& unit) {
-    text << "   " << name << "  " << array.Size() << " elements of type "
-         << typeName(array.DataType()) << ", delta " << array.Cal().Delta() << ", range "
-         << array.Range() << (unit.empty() ? "" : " ") << unit << '\n';
+std::vector<std::string> row(const char* name, const darr_c1DArray& array,
+                             const std::string& unit) {
+    return {name, joined(array.Size()), typeName(array.DataType()), joined(array.Cal().Delta()),
+            joined(array.Range(), unit.empty() ? "" : " ", unit)};
 }
 
 } // namespace
@@ -18,35 +17,39 @@ void stepSpectra(Story& story) {
     const darr_c1DArray& spectrum = story.spectrum.counts;
     const darr_c1DArray& blank = story.blank.counts;
     const std::string& unit = story.spectrum.unit;
-    std::ostream& text = story.text;
-    tell(text, "spectrum  ", spectrum, unit);
-    tell(text, "background", blank, unit);
-    text << (story.isBlankEstimated
-                 ? "   The background is estimated from the spectrum itself, on wider channels.\n\n"
-                 : "   The background was measured with wider channels, over a smaller range and "
-                   "for\n"
-                   "   longer; a factor brings it to counts per channel of the spectrum.\n\n");
+    Teller& teller = story.teller;
+    if (story.isBlankEstimated)
+        teller.Say("A background is taken from the spectrum. It is estimated from the spectrum "
+                   "itself, on wider channels.");
+    else
+        teller.Say("A background is taken from the spectrum. It was measured with wider channels, "
+                   "over a smaller range and for longer; a factor brings it to counts per channel "
+                   "of the spectrum.");
 
     const pnum_cNumber factor = story.blankScale;
     const darr_c1DArray background = blank * factor;
     story.net = spectrum - background;
-    tellTypes(text, "background = blank * factor", blank, '*', factor, background);
-    tellTypes(text, "net        = spectrum - background", spectrum, '-', background, story.net);
-    text << "\n   Aligned by the subtraction: the background is resampled to the delta of the\n"
-         << "   spectrum and continued with zeros to its range.\n\n";
-    tell(text, "net       ", story.net, unit);
+    Table types = tableOfTypes("The subtraction, and the types of its results");
+    types.rows = {rowOfTypes("background = blank * factor", blank, '*', factor, background),
+                  rowOfTypes("net = spectrum - background", spectrum, '-', background, story.net)};
+    teller.Show(types);
+    teller.Show(
+        {.caption = "What is subtracted from what",
+         .heading = {"data", "elements", "type", "delta", "range"},
+         .columns = {Column::name, Column::number, Column::name, Column::number, Column::name},
+         .rows = {row("spectrum", spectrum, unit), row("blank", blank, unit),
+                  row("net", story.net, unit)}});
+    teller.Say("The subtraction aligns them: the background is resampled to the delta of the "
+               "spectrum and continued with zeros to its range.");
 
     const std::string axis = axisLabel(story.spectrum);
-    story.canvas.DrawCurves("spectrum.png",
-                            {.title = "The spectrum and its background",
-                             .x = axis,
-                             .y = "counts per channel",
-                             .isLogarithmic = true},
-                            {{"spectrum", spectrum}, {"background", background}});
-    story.canvas.DrawCurves(
-        "spectrum-net.png",
-        {.title = "Net spectrum: the background subtracted", .x = axis, .y = "counts per channel"},
-        {{"net", story.net}});
+    teller.Draw(
+        {"The spectrum and its background.",
+         {Diagram{{.title = "", .x = axis, .y = "counts per channel", .isLogarithmic = true},
+                  {{"spectrum", spectrum}, {"background", background}}}}});
+    teller.Draw(
+        {"The net spectrum: the background is subtracted.",
+         {Diagram{{.title = "", .x = axis, .y = "net counts per channel"}, {{"net", story.net}}}}});
 }
 
 } // namespace tour

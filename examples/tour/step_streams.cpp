@@ -7,13 +7,16 @@ namespace tour {
 
 namespace {
 
-void tellBytes(std::ostream& text, const std::string& bytes) {
-    std::ostringstream line;
-    line << std::hex << std::setfill('0');
+/// The bytes as hexadecimal numbers, 16 in a line.
+std::string shown(const std::string& bytes) {
+    std::ostringstream text;
+    text << std::hex << std::setfill('0');
     for (std::size_t i = 0; i < bytes.size(); ++i)
-        line << (i % 16 == 0 ? "\n      " : " ") << std::setw(2)
-             << static_cast<unsigned>(static_cast<unsigned char>(bytes[i]));
-    text << line.str() << '\n';
+        text << (i == 0        ? ""
+                 : i % 16 == 0 ? "\n"
+                               : " ")
+             << std::setw(2) << static_cast<unsigned>(static_cast<unsigned char>(bytes[i]));
+    return text.str();
 }
 
 const char* verdict(bool isRead, const trns_cCoordTransformation& a,
@@ -25,35 +28,33 @@ const char* verdict(bool isRead, const trns_cCoordTransformation& a,
 } // namespace
 
 void stepStreams(Story& story) {
-    std::ostream& text = story.text;
+    Teller& teller = story.teller;
     const darr_c1DArray& counts = story.spectrum.counts;
     const trns_cCoordTransformation axis(rnge_c1DRange(0, counts.Size()), counts.Range());
-    text << "   From channels to the axis of the spectrum: channel 100 lies at "
-         << axis.TransformFromBase(100) << ".\n";
+    teller.Say("A transformation leads from channels to the axis of the spectrum: channel 100 lies "
+               "at ",
+               axis.TransformFromBase(100), ". It is written into a tagged stream as text:");
 
     std::ostringstream written;
     tgio_cASCII_ostream textOut(written);
     bool isGood = textOut.Write(axis, "Axis");
-    text << "   As text:\n\n";
-    std::istringstream lines(written.str());
-    for (std::string line; std::getline(lines, line);)
-        text << "      " << line << '\n';
+    teller.Quote(written.str());
     trns_cCoordTransformation back;
     std::istringstream source(written.str());
     tgio_cASCII_istream textIn(source);
     isGood = isGood && textIn.Read(back);
-    text << "\n   read back: " << verdict(isGood, axis, back) << '\n';
+    teller.Say("Read back: ", verdict(isGood, axis, back), ".");
 
     std::ostringstream binary(std::ios::binary);
     tgio_cBinary_ostream binaryOut(binary);
     isGood = binaryOut.Write(axis, 1);
-    text << "   As " << binary.str().size() << " bytes:\n";
-    tellBytes(text, binary.str());
+    teller.Say("And as ", binary.str().size(), " bytes:");
+    teller.Quote(shown(binary.str()));
     back = trns_cCoordTransformation();
     std::istringstream bytes(binary.str(), std::ios::binary);
     tgio_cBinary_istream binaryIn(bytes);
     isGood = isGood && binaryIn.Read(back);
-    text << "\n   read back: " << verdict(isGood, axis, back) << '\n';
+    teller.Say("Read back: ", verdict(isGood, axis, back), ".");
 }
 
 } // namespace tour

@@ -1,6 +1,3 @@
-#include <iomanip>
-#include <sstream>
-
 #include "story.h"
 #include "types.h"
 
@@ -8,13 +5,11 @@ namespace tour {
 
 namespace {
 
-void tell(std::ostream& text, const char* what, const pnum_cNumber& a, char operation,
-          const pnum_cNumber& b, const pnum_cNumber& result) {
-    std::ostringstream value;
-    value << result;
-    text << "   " << std::left << std::setw(15) << what << std::setw(11) << value.str()
-         << std::setw(7) << typeName(a.DataType()) << operation << ' ' << std::setw(15)
-         << typeName(b.DataType()) << "-> " << typeName(result.DataType()) << '\n';
+std::vector<std::string> row(const char* what, const pnum_cNumber& a, char operation,
+                             const pnum_cNumber& b, const pnum_cNumber& result) {
+    std::vector<std::string> cells = rowOfTypes(what, a, operation, b, result);
+    cells.insert(cells.begin() + 1, joined(result));
+    return cells;
 }
 
 } // namespace
@@ -25,14 +20,16 @@ void stepTypes(Story& story) {
     const pnum_cNumber c = std::uint16_t{40000};
     const pnum_cNumber z = comp_cComplex<double>(0, 1);
 
-    story.text << "   Ten element types; a result has a type that holds it.\n\n";
-    tell(story.text, "200 + 100", a, '+', b, a + b);
-    tell(story.text, "200 * 100", a, '*', b, a * b);
-    tell(story.text, "100 / 200", b, '/', a, b / a);
-    tell(story.text, "100 - 40000", b, '-', c, b - c);
-    tell(story.text, "40000 * 40000", c, '*', c, c * c);
-    tell(story.text, "40000 * 0.1", c, '*', 0.1, c * 0.1);
-    tell(story.text, "200 + i", a, '+', z, a + z);
+    story.teller.Say("Numbers and arrays have one of ten element types. A result gets a type that "
+                     "holds it, so counts neither overflow nor lose digits by surprise.");
+    story.teller.Show(
+        {.caption = "Operations on 8- and 16-bit counts",
+         .heading = {"operation", "value", "types", "result"},
+         .columns = {Column::name, Column::number, Column::name, Column::name},
+         .rows = {row("200 + 100", a, '+', b, a + b), row("200 * 100", a, '*', b, a * b),
+                  row("100 / 200", b, '/', a, b / a), row("100 - 40000", b, '-', c, b - c),
+                  row("40000 * 40000", c, '*', c, c * c), row("40000 * 0.1", c, '*', 0.1, c * 0.1),
+                  row("200 + i", a, '+', z, a + z)}});
 }
 
 } // namespace tour

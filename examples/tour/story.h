@@ -1,16 +1,15 @@
 #pragma once
 
-#include <ostream>
 #include <vector>
 
-#include "canvas.h"
 #include "lines.h"
 #include "measurement.h"
 #include "sample_spectrum.h"
+#include "teller.h"
 
 namespace tour {
 
-/// What the steps of the tour share: what was measured, where to tell and draw, and what earlier
+/// What the steps of the tour share: what was measured, who tells it, and what earlier
 /// steps leave for later ones.
 struct Story {
     Spectrum spectrum;
@@ -20,8 +19,7 @@ struct Story {
     std::vector<KnownLine> known; ///< what is known of the spectrum's lines; often nothing
     Image scene;
 
-    std::ostream& text;
-    Canvas& canvas;
+    Teller& teller;
 
     darr_c2DArray corrected = {}; ///< the image, after its correction
     darr_c1DArray net = {};       ///< the spectrum without its background

@@ -1,7 +1,5 @@
 #include "types.h"
 
-#include <iomanip>
-
 namespace tour {
 
 const char* typeName(dtyp_cDataType type) {
@@ -11,10 +9,15 @@ const char* typeName(dtyp_cDataType type) {
     return names[type.IsKnown() ? type.Code() : 0];
 }
 
-void tellTypes(std::ostream& text, const char* what, dtyp_cDataType a, char operation,
-               dtyp_cDataType b, dtyp_cDataType result) {
-    text << "   " << std::left << std::setw(36) << what << std::setw(7) << typeName(a) << operation
-         << ' ' << std::setw(7) << typeName(b) << "-> " << typeName(result) << '\n';
+Table tableOfTypes(std::string caption) {
+    return {.caption = std::move(caption),
+            .heading = {"operation", "types", "result"},
+            .columns = {Column::name, Column::name, Column::name}};
+}
+
+std::vector<std::string> rowOfTypes(const char* what, dtyp_cDataType a, char operation,
+                                    dtyp_cDataType b, dtyp_cDataType result) {
+    return {what, std::string(typeName(a)) + ' ' + operation + ' ' + typeName(b), typeName(result)};
 }
 
 } // namespace tour

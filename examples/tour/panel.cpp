@@ -1,0 +1,159 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <span>
+#include <sstream>
+#include <utility>
+#include <vector>
+
+#include "markup.h"
+#include "picture.h"
+#include "png.h"
+
+namespace tour {
+
+namespace {
+
+constexpr int imageSide = 480; // elements along the longer side
+constexpr double width = 352;
+constexpr double left = 44;
+constexpr double right = 334;
+constexpr double top = 26;
+
+/// The image with at most `imageSide` elements along each axis, in single precision.
+darr_c2DArray reduced(const darr_c2DArray& image) {
+    const double x = std::max(1.0, image.SizeX() / static_cast<double>(imageSide));
+    const double y = std::max(1.0, image.SizeY() / static_cast<double>(imageSide));
+    const cal_c2DArrayCal& cal = image.Cal();
+    if (x == 1 && y == 1)
+        return conv_Convert(image, dtyp_Float);
+    return conv_Convert(resc_Rescale(image, x * cal.X().Delta(), y * cal.Y().Delta()), dtyp_Float);
+}
+
+struct Limits {
+    double low;
+    double high;
+};
+
+Limits limitsOf(const darr_c2DArray& image, bool isFullRange) {
+    const std::span<const float> elements = image.Elements<float>();
+    std::vector<float> sorted(elements.begin(), elements.end());
+    std::sort(sorted.begin(), sorted.end());
+    const std::size_t cut = isFullRange ? 0 : sorted.size() / 100;
+    const double low = sorted[cut];
+    const double high = sorted[sorted.size() - 1 - cut];
+    return {low, high > low ? high : low + 1};
+}
+
+/// From dark violet over green to yellow; lightness grows evenly, so that it reads without colour.
+std::array<Colour, 256> colours() {
+    constexpr Colour stops[] = {{0x44, 0x01, 0x54}, {0x41, 0x44, 0x87}, {0x2a, 0x78, 0x8e},
+                                {0x22, 0xa8, 0x84}, {0x7a, 0xd1, 0x51}, {0xfd, 0xe7, 0x25}};
+    std::array<Colour, 256> result{};
+    for (std::size_t i = 0; i < result.size(); ++i) {
+        const double at = static_cast<double>(i) / 255 * (std::size(stops) - 1);
+        const std::size_t stop = std::min(static_cast<std::size_t>(at), std::size(stops) - 2);
+        const double part = at - static_cast<double>(stop);
+        for (std::size_t k = 0; k < 3; ++k)
+            result[i][k] = static_cast<std::uint8_t>(
+                std::lround((1 - part) * stops[stop][k] + part * stops[stop + 1][k]));
+    }
+    return result;
+}
+
+std::string pictureOf(const darr_c2DArray& image, const Limits& limits) {
+    const std::span<const float> elements = image.Elements<float>();
+    std::vector<std::uint8_t> pixels(elements.size());
+    std::transform(elements.begin(), elements.end(), pixels.begin(), [&](float value) {
+        const double part = (value - limits.low) / (limits.high - limits.low);
+        return static_cast<std::uint8_t>(std::lround(255 * std::clamp(part, 0.0, 1.0)));
+    });
+    return pngAddress(image.SizeX(), image.SizeY(), pixels, colours());
+}
+
+std::string barOfColours() {
+    std::vector<std::uint8_t> pixels(256);
+    for (std::size_t i = 0; i < pixels.size(); ++i)
+        pixels[i] = static_cast<std::uint8_t>(i);
+    return pngAddress(256, 1, pixels, colours());
+}
+
+std::string placed(const std::string& address, double x, double y, double w, double h) {
+    return "<image x=\"" + coordinate(x) + "\" y=\"" + coordinate(y) + "\" width=\"" +
+           coordinate(w) + "\" height=\"" + coordinate(h) +
+           "\" preserveAspectRatio=\"none\" href=\"" + address + "\"/>\n";
+}
+
+/// Ticks below a horizontal axis at `y`.
+std::string ticksBelow(const Axis& axis, double y, int wanted) {
+    std::string svg;
+    for (const Tick& tick : axis.Ticks(wanted)) {
+        const std::string at = coordinate(axis.At(tick.value));
+        svg += "<path class=\"axis\" d=\"M" + at + ' ' + coordinate(y) + "v4\"/>\n" +
+               label("below", axis.At(tick.value), y + 6, tick.label);
+    }
+    return svg;
+}
+
+std::string ticksLeft(const Axis& axis, int wanted) {
+    std::string svg;
+    for (const Tick& tick : axis.Ticks(wanted)) {
+        const std::string at = coordinate(axis.At(tick.value));
+        svg += "<path class=\"axis\" d=\"M" + coordinate(left) + ' ' + at + "h-4\"/>\n" +
+               label("left", left - 6, axis.At(tick.value), tick.label);
+    }
+    return svg;
+}
+
+std::string pathOver(const Path& path, const Axis& x, const Axis& y) {
+    std::string points;
+    for (const pos_c2DPosition& point : path)
+        points += (points.empty() ? 'M' : 'L') + coordinate(x.At(point.X())) + ' ' +
+                  coordinate(y.At(point.Y()));
+    return "<path class=\"over below\" d=\"" + points + "\"/>\n<path class=\"over\" d=\"" + points +
+           "\"/>\n";
+}
+
+double heightOf(double length, double breadth) {
+    const double aspect = length / breadth;
+    const bool isEven = aspect > 0.25 && aspect < 4;
+    return isEven ? std::clamp((right - left) * aspect, 80.0, 600.0) : right - left;
+}
+
+std::string descriptionOf(const Panel& panel, const Axis& x, const Axis& y, const Limits& limits) {
+    std::ostringstream text;
+    text << "Image: " << panel.title << ". " << panel.values.SizeX() << " by "
+         << panel.values.SizeY() << " elements, x from " << x.Low() << " to " << x.High()
+         << ", y from " << y.Low() << " to " << y.High() << ' ' << panel.unit
+         << "; the colours show " << panel.quantity << " from " << limits.low << " to "
+         << limits.high << '.';
+    return text.str();
+}
+
+} // namespace
+
+std::string drawn(const Panel& panel) {
+    constexpr double barHeight = 10;
+    const darr_c2DArray image = reduced(panel.values);
+    const rnge_c2DRange range = panel.values.Range();
+    const Limits limits = limitsOf(image, panel.isFullRange);
+    const double height = heightOf(range.Top() - range.Bottom(), range.Right() - range.Left());
+    const double bottom = top + height;
+    const double bar = bottom + 46;
+    const Axis x(range.Left(), range.Right(), left, right);
+    const Axis y(range.Bottom(), range.Top(), top, bottom);
+    const Axis values(limits.low, limits.high, left, right);
+    std::string svg = opening("half", width, bar + 48, descriptionOf(panel, x, y, limits)) +
+                      placed(pictureOf(image, limits), left, top, right - left, height) +
+                      ticksBelow(x, bottom, 5) + ticksLeft(y, height > 150 ? 5 : 2) +
+                      label("name y", 0, top - 12, "y / " + panel.unit) +
+                      label("name x", right, bottom + 33, "x / " + panel.unit) +
+                      placed(barOfColours(), left, bar, right - left, barHeight) +
+                      ticksBelow(values, bar + barHeight, 4) +
+                      label("name x", right, bar + 43, values.Named(panel.quantity));
+    for (const Path& path : panel.paths)
+        svg += pathOver(path, x, y);
+    return svg + "</svg>\n";
+}
+
+} // namespace tour
