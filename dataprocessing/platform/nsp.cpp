@@ -25,7 +25,7 @@ void nspcbConjFlip2(const comp_cComplex<float>* __restrict source,
         std::uint64_t value;
         std::memcpy(&value, source + i, sizeof value);
         value ^= signOfImaginary;
-        std::memcpy(target + (count - 1 - i), &value, sizeof value);
+        std::memcpy(static_cast<void*>(target + (count - 1 - i)), &value, sizeof value);
     }
 }
 void nspvbConjFlip2(const nsp_sShortComplex* source, nsp_sShortComplex* target,
