@@ -12,7 +12,7 @@
 namespace dataprocessing::detail {
 
 template<class Mask>
-Mask barr_Unset(int sizeX, int sizeY);
+DATAPROCESSING_NO_EXPORT Mask barr_Unset(int sizeX, int sizeY);
 
 } // namespace dataprocessing::detail
 

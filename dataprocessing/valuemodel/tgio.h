@@ -337,9 +337,9 @@ private:
     void TakeField();
     void Take(std::span<char> bytes);
     template<std::unsigned_integral Word>
-    Word TakeWord();
+    DATAPROCESSING_NO_EXPORT Word TakeWord();
     template<std::unsigned_integral Word>
-    Word TakeValue();
+    DATAPROCESSING_NO_EXPORT Word TakeValue();
     void Discard(std::uint64_t count);
 
     std::istream& stream_;
@@ -373,9 +373,9 @@ public:
 
 private:
     template<std::unsigned_integral Word>
-    void PutWord(Word word);
+    DATAPROCESSING_NO_EXPORT void PutWord(Word word);
     template<std::unsigned_integral Word>
-    void PutField(Word value, unsigned short tag);
+    DATAPROCESSING_NO_EXPORT void PutField(Word value, unsigned short tag);
     void Deliver();
 
     std::ostream& stream_;
