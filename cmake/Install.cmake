@@ -7,32 +7,37 @@ endif()
 
 include(CMakePackageConfigHelpers)
 
+# The versioned shared library alone is what a finished program needs.
+set(runtime DataProcessing_Runtime)
+set(development DataProcessing_Development)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DataProcessing)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 install(TARGETS DataProcessing EXPORT DataProcessingTargets
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  FILE_SET headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
-  FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${runtime}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${runtime} NAMELINK_COMPONENT ${development}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${development}
+  FILE_SET headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${development}
+  FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${development})
 
-install(EXPORT DataProcessingTargets NAMESPACE DataProcessing:: DESTINATION ${package_dir})
+install(EXPORT DataProcessingTargets NAMESPACE DataProcessing:: DESTINATION ${package_dir}
+  COMPONENT ${development})
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/DataProcessingConfig.cmake.in
   ${PROJECT_BINARY_DIR}/DataProcessingConfig.cmake
   INSTALL_DESTINATION ${package_dir}
   NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/DataProcessingConfigVersion.cmake
-  COMPATIBILITY SameMinorVersion)
+  COMPATIBILITY ${DataProcessing_COMPATIBILITY})
 install(FILES
   ${PROJECT_BINARY_DIR}/DataProcessingConfig.cmake
   ${PROJECT_BINARY_DIR}/DataProcessingConfigVersion.cmake
-  DESTINATION ${package_dir})
+  DESTINATION ${package_dir} COMPONENT ${development})
 
 # pkg-config knows where it found the file; everything else is said relative to that. A directory
-# that was given as an absolute path lies outside the prefix and is named as it is.
+# that was given as an absolute path lies outside the prefix and is named as it is. So is /usr, which
+# does not move: pkg-config leaves out what compilers search anyway only if it is told so plainly.
 cmake_path(IS_ABSOLUTE CMAKE_INSTALL_LIBDIR libdir_is_absolute)
-if(libdir_is_absolute)
+if(libdir_is_absolute OR CMAKE_INSTALL_PREFIX STREQUAL "/usr")
   set(pc_prefix ${CMAKE_INSTALL_PREFIX})
 else()
   cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
@@ -49,4 +54,5 @@ if(NOT BUILD_SHARED_LIBS)
 endif()
 configure_file(${CMAKE_CURRENT_LIST_DIR}/DataProcessing.pc.in
   ${PROJECT_BINARY_DIR}/DataProcessing.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/DataProcessing.pc DESTINATION ${pkgconfig_dir})
+install(FILES ${PROJECT_BINARY_DIR}/DataProcessing.pc DESTINATION ${pkgconfig_dir}
+  COMPONENT ${development})
