@@ -87,16 +87,6 @@ struct arit_Raising {
 
 } // namespace
 
-namespace level_baseline {
-constexpr std::size_t arit_vectorBytes = 16;
-}
-namespace level_v3 {
-constexpr std::size_t arit_vectorBytes = 32;
-}
-namespace level_v4 {
-constexpr std::size_t arit_vectorBytes = 64;
-}
-
 } // namespace dataprocessing::detail
 
 #define LEVEL_KERNELS "dataprocessing/platform/arit.inc"

@@ -4,6 +4,8 @@
 /// Instruction-set levels: every kernel file is compiled once per level from one source, and one
 /// level is chosen at run time. All levels give identical bits.
 
+#include <cstddef>
+
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
     #define DATAPROCESSING_LEVELS 1
 #else
@@ -18,6 +20,20 @@ enum level_eSet {
     level_V3 = 1,       ///< x86-64-v3: AVX2, FMA (never used to contract)
     level_V4 = 2        ///< x86-64-v4: AVX-512
 };
+
+/// The size of a level's vectors, for kernels that spell them out. Operations on wider ones would
+/// be taken apart, comparisons even element by element.
+/// @{
+namespace level_baseline {
+constexpr std::size_t level_vectorBytes = 16;
+}
+namespace level_v3 {
+constexpr std::size_t level_vectorBytes = 32;
+}
+namespace level_v4 {
+constexpr std::size_t level_vectorBytes = 64;
+}
+/// @}
 
 /// The level in use: the highest that the processor has, or the one that the environment variable
 /// DATAPROCESSING_LEVEL names ("baseline", "v3", "v4") where the processor has that one. It is read
