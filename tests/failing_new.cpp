@@ -11,15 +11,21 @@ namespace {
 constexpr long unlimited = std::numeric_limits<long>::max();
 
 std::atomic<long> allocations = 0;
+std::atomic<long> live = 0;
 std::atomic<long> lastAllowed = unlimited;
+std::atomic<std::size_t> largestAllowed = std::numeric_limits<std::size_t>::max();
 
 void* allocateOrNull(std::size_t size, std::size_t alignment) noexcept {
-    if (++allocations > lastAllowed)
+    if (++allocations > lastAllowed || size > largestAllowed)
         return nullptr;
     const std::size_t some = size == 0 ? 1 : size;
-    if (alignment <= alignof(std::max_align_t))
-        return std::malloc(some);
-    return std::aligned_alloc(alignment, (some + alignment - 1) / alignment * alignment);
+    void* const block =
+        alignment <= alignof(std::max_align_t)
+            ? std::malloc(some)
+            : std::aligned_alloc(alignment, (some + alignment - 1) / alignment * alignment);
+    if (block)
+        ++live;
+    return block;
 }
 
 void* allocate(std::size_t size, std::size_t alignment) {
@@ -29,12 +35,22 @@ void* allocate(std::size_t size, std::size_t alignment) {
     return block;
 }
 
+void release(void* block) noexcept {
+    if (block)
+        --live;
+    std::free(block);
+}
+
 } // namespace
 
 long allocationCount() noexcept { return allocations; }
+long liveAllocations() noexcept { return live; }
 
 FailingNew::FailingNew(long allowed) noexcept { lastAllowed = allocations + allowed; }
 FailingNew::~FailingNew() { lastAllowed = unlimited; }
+
+LimitedNew::LimitedNew(std::size_t bytes) noexcept { largestAllowed = bytes; }
+LimitedNew::~LimitedNew() { largestAllowed = std::numeric_limits<std::size_t>::max(); }
 
 // Every form is replaced: the runtime of a sanitizer has its own of those that are not.
 void* operator new(std::size_t size) { return allocate(size, 1); }
@@ -57,19 +73,19 @@ void* operator new(std::size_t size, std::align_val_t alignment, const std::noth
 void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
     return allocateOrNull(size, static_cast<std::size_t>(alignment));
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
-void operator delete(void* block, std::align_val_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::align_val_t) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { std::free(block); }
-void operator delete(void* block, const std::nothrow_t&) noexcept { std::free(block); }
-void operator delete[](void* block, const std::nothrow_t&) noexcept { std::free(block); }
+void operator delete(void* block) noexcept { release(block); }
+void operator delete[](void* block) noexcept { release(block); }
+void operator delete(void* block, std::size_t) noexcept { release(block); }
+void operator delete[](void* block, std::size_t) noexcept { release(block); }
+void operator delete(void* block, std::align_val_t) noexcept { release(block); }
+void operator delete[](void* block, std::align_val_t) noexcept { release(block); }
+void operator delete(void* block, std::size_t, std::align_val_t) noexcept { release(block); }
+void operator delete[](void* block, std::size_t, std::align_val_t) noexcept { release(block); }
+void operator delete(void* block, const std::nothrow_t&) noexcept { release(block); }
+void operator delete[](void* block, const std::nothrow_t&) noexcept { release(block); }
 void operator delete(void* block, std::align_val_t, const std::nothrow_t&) noexcept {
-    std::free(block);
+    release(block);
 }
 void operator delete[](void* block, std::align_val_t, const std::nothrow_t&) noexcept {
-    std::free(block);
+    release(block);
 }

@@ -1,0 +1,58 @@
+#include "tests/faults/operation.h"
+
+Table reduceOperations() {
+    Table table;
+    const auto addArrays = [&](const std::string& name, auto call) {
+        table.Add(name + " line", [=](Operands& of) { return call(of.line); });
+        table.Add(name + " image", [=](Operands& of) { return call(of.image); });
+        table.Add(name + " complex line", [=](Operands& of) { return call(of.complexLine); });
+        table.Add(name + " complex image", [=](Operands& of) { return call(of.complexImage); });
+    };
+    addArrays("sum", [](const auto& array) { return stat_Sum(array); });
+    addArrays("mean", [](const auto& array) { return stat_Mean(array); });
+    addArrays("variance", [](const auto& array) { return stat_Variance(array); });
+    table.AddRefused("mean of nothing", [](Operands&) { return stat_Mean(darr_c1DArray()); });
+    addArrays("min", [](const auto& array) { return extr_Min(array, conv_Modulus); });
+    addArrays("max", [](const auto& array) { return extr_Max(array, conv_Modulus); });
+    addArrays("both", [](const auto& array) {
+        pnum_cNumber min, max;
+        extr_MinMax(array, min, max, conv_Modulus);
+        return bytesOf(min, max);
+    });
+
+    const auto addPlaces = [&](const std::string& name, auto extremum) {
+        table.Add(name + " index", [=](Operands& of) {
+            int at = 0;
+            const pnum_cNumber found = extremum(of.coarseLine, at);
+            return bytesOf(found, at);
+        });
+        table.Add(name + " indices", [=](Operands& of) {
+            int x = 0, y = 0;
+            const pnum_cNumber found = extremum(of.complexImage, x, y);
+            return bytesOf(found, x, y);
+        });
+        table.Add(name + " position", [=](Operands& of) {
+            double at = 0;
+            const pnum_cNumber found = extremum(of.complexLine, at);
+            return bytesOf(found, at);
+        });
+        table.Add(name + " positions", [=](Operands& of) {
+            double x = 0, y = 0;
+            const pnum_cNumber found = extremum(of.coarseImage, x, y);
+            return bytesOf(found, x, y);
+        });
+    };
+    addPlaces("min", [](const auto& array, auto&... places) {
+        return extr_Min(array, places..., conv_RealPart);
+    });
+    addPlaces("max", [](const auto& array, auto&... places) {
+        return extr_Max(array, places..., conv_RealPart);
+    });
+    table.Add("min over a range", [](Operands& of) {
+        return extr_Min(of.line, of.range, darr_LinearInterpolation, conv_RealPart);
+    });
+    table.Add("max over a range", [](Operands& of) {
+        return extr_Max(of.complexLine, of.range, darr_NoInterpolation, conv_Modulus);
+    });
+    return table;
+}
