@@ -9,7 +9,8 @@ darr_c1DArray proj_Project(const darr_c2DArray& image, const rnge_c2DRange& rang
     darr_c2DArray turned = warp_Rotate(image, -range.Angle(), range);
     turned.SetOffsetX(0.0);
     darr_c1DArray profile = turned.LineAtY(0);
-    if (turned.SizeY() > 1) {
+    // A profile without elements may come of two thousand million rows.
+    if (turned.SizeY() > 1 && profile.Size() > 0) {
         for (int y = 1; y < turned.SizeY(); ++y)
             profile = profile + turned.LineAtY(y);
         profile = profile / pnum_cNumber(static_cast<float>(turned.SizeY()));

@@ -178,6 +178,12 @@ Axis selectedAxis(const Axis& axis, long long first, long long last) {
             static_cast<int>(count)};
 }
 
+/// Raises the size error for more elements than an array can have.
+void requireCountable(const Axis& x, const Axis& y) {
+    if (static_cast<long long>(x.count) * y.count > std::numeric_limits<int>::max())
+        throw Refused("size arr:2");
+}
+
 struct Bounds {
     double start;
     double end;
@@ -316,6 +322,7 @@ Value rescaled(const Value& value, double deltaX, double deltaY) {
     result.x = rescaledAxis(value.x, deltaX);
     if (value.dimensions == 2)
         result.y = rescaledAxis(value.y, deltaY);
+    requireCountable(result.x, result.y);
     const double ratioX = deltaX / value.x.delta;
     const double ratioY = value.dimensions == 2 ? deltaY / value.y.delta : 1;
     const auto at = [&](int x, int y) {
@@ -324,6 +331,8 @@ Value rescaled(const Value& value, double deltaX, double deltaY) {
                       static_cast<std::size_t>(x)];
     };
     result.elements.clear();
+    if (result.count() == 0)
+        return result;
     for (int j = 0; j < result.y.count; ++j)
         for (int i = 0; i < result.x.count; ++i) {
             const Between x(i, ratioX, value.x.count);
@@ -345,7 +354,10 @@ Value selected(const Value& value, long long firstX, long long lastX, long long 
     result.x = selectedAxis(value.x, firstX, lastX);
     if (value.dimensions == 2)
         result.y = selectedAxis(value.y, firstY, lastY);
+    requireCountable(result.x, result.y);
     result.elements.clear();
+    if (result.count() == 0)
+        return result;
     for (long long y = firstY; y < lastY; ++y)
         for (long long x = firstX; x < lastX; ++x) {
             const bool inside = x >= 0 && x < value.x.count && y >= 0 && y < value.y.count;
@@ -397,7 +409,8 @@ std::string difference(const Outcome& expected, const Outcome& actual) {
     std::ostringstream text;
     text.precision(17);
     const auto differ = [&](const char* what, auto wanted, auto got) {
-        if (!(wanted == got))
+        const bool areNaN = wanted != wanted && got != got;
+        if (!(wanted == got) && !areNaN)
             text << what << ": " << got << " instead of " << wanted << "; ";
     };
     differ("refusal", expected.refusal, actual.refusal);

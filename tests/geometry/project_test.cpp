@@ -192,6 +192,12 @@ TEST(LineScan, BetweenEqualPointsHasNoElement) {
     EXPECT_EQ(scan.Cal().Delta(), 1);
 }
 
+TEST(LineScan, BetweenEqualPointsVisitsNoRow) {
+    // One after the other they would take minutes.
+    const darr_c2DArray image = imageOf(3, 2, sample);
+    EXPECT_EQ(proj_LineScan(image, 1, 1, 1, 1, 2e9).Size(), 0);
+}
+
 TEST(LineScan, OutsideTheImageIsZero) {
     const darr_c2DArray image = imageOf(3, 2, sample);
     for (const double value : valuesOf(proj_LineScan(image, 100, 100, 110, 105, 3)))
