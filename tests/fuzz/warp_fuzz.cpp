@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     darr_c2DArray image(sizeX, sizeY, type, cal);
     if (image.Data() != nullptr)
         std::memset(image.Data(), 1, static_cast<std::size_t>(image.Count()) * type.SizeOf());
-    const LimitedNew limited(std::size_t{2} << 20);
+    const LimitedNew limited(std::size_t{1} << 18);
     try {
         Warp(image, input);
     } catch (const expt_cProgramException&) {
