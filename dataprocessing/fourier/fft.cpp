@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cmath>
 #include <cstddef>
 #include <type_traits>
 #include <utility>
@@ -37,19 +36,11 @@ double finer(const cal_cArrayCal& a, const cal_cArrayCal& b) {
     return a.Delta() < b.Delta() ? a.Delta() : b.Delta();
 }
 
-/// Elements that have the delta already are not interpolated, only described from their start on.
-void rescale(view_cAxis& axis, double delta) {
-    if (axis.Cal().Delta() == delta && delta > 0 && std::isfinite(delta))
-        axis = view_cAxis(axis.Count(), cal_cArrayCal(axis.Start(), delta, 0));
-    else
-        axis.Rescale(delta);
-}
-
 /// An axis of `a` and the same axis of `b`, brought to one delta and one power-of-two size.
 void match(view_cAxis& a, view_cAxis& b) {
     const double delta = finer(a.Cal(), b.Cal());
-    rescale(a, delta);
-    rescale(b, delta);
+    a.Rescale(delta);
+    b.Rescale(delta);
     const int size = std::max(four_FitToPowerOfTwo(a.Count()), four_FitToPowerOfTwo(b.Count()));
     a.Select(0, size);
     b.Select(0, size);

@@ -33,8 +33,9 @@ public:
         : storedCount_(count), rescaledCount_(count), count_(count), cal_(cal) {}
 
     /// Resamples to `delta` over the same extent: floor(length / delta + 0.5) elements from the
-    /// same start. Throws expt_cProgramException ("resc", 1) for a delta that is not positive and
-    /// finite, the size error for more than 2^31-1 elements.
+    /// same start; with the delta they have, the elements stay as they are. Throws
+    /// expt_cProgramException ("resc", 1) for a delta that is not positive and finite, the size
+    /// error for more than 2^31-1 elements.
     void Rescale(double delta);
     /// Selects the elements from `first` up to but without `last`, which may lie outside; nothing
     /// when last is not after first. Positions stay where they are: the calibration index moves.

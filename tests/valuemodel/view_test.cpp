@@ -40,7 +40,7 @@ TEST(ViewAxis, BeginsAsTheStoredElements) {
 
 TEST(ViewAxis, RescaledAndSelectedOnesAreNotWhole) {
     view_cAxis rescaled(5, cal_cArrayCal());
-    rescaled.Rescale(1); // the delta it has
+    rescaled.Rescale(1.01);
     EXPECT_EQ(rescaled.Count(), 5);
     EXPECT_FALSE(rescaled.IsWhole());
     const struct {
@@ -54,6 +54,14 @@ TEST(ViewAxis, RescaledAndSelectedOnesAreNotWhole) {
         EXPECT_EQ(axis.Start(), row.first);
         EXPECT_EQ(axis.End(), row.last);
     }
+}
+
+TEST(ViewAxis, RescaledToItsOwnDeltaIsOnlyDescribedFromItsStart) {
+    view_cAxis axis(5, cal_cArrayCal(10, 2, 3));
+    axis.Rescale(2);
+    EXPECT_TRUE(axis.IsWhole());
+    EXPECT_EQ(axis.Count(), 5);
+    EXPECT_EQ(axis.Cal(), cal_cArrayCal(4, 2, 0));
 }
 
 TEST(ViewAxis, SelectsFromTheRescaledElements) {
