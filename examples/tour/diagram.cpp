@@ -46,9 +46,9 @@ struct Limits {
     }
     /// The same, or something of some length where there is none.
     Limits Usable() const {
-        if (high > low)
+        if (high - low >= std::numeric_limits<double>::min())
             return *this;
-        return high == low ? Limits{low - 0.5, high + 0.5} : Limits{0, 1};
+        return high >= low ? Limits{low - 0.5, high + 0.5} : Limits{0, 1};
     }
 };
 

@@ -25,6 +25,8 @@ constexpr std::size_t mostValues = std::size_t{1} << 26;
 constexpr double largestMagnitude = 1e15;
 // x is often written with few decimals, so its steps are even only to some part of a step.
 constexpr double unevenness = 0.1;
+// Far from where lengths would be zero in single precision, over which nothing is fitted.
+constexpr double smallestStep = 1e-30;
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view blanks = " \t\r";
@@ -138,6 +140,8 @@ cal_c1DArrayCal calibration(const Columns& columns, const std::string& file) {
     if (x.empty())
         return {};
     const double delta = (x.back() - x.front()) / static_cast<double>(x.size() - 1);
+    if (delta < smallestStep)
+        throw InputError(file, columns.lines.back(), "x increases by less than 1e-30 at a step");
     const cal_c1DArrayCal cal(x.front(), delta, 0);
     bool isEven = true;
     std::size_t worst = 1;
