@@ -1,10 +1,12 @@
 """A headless Chromium, spoken to through the pipes of its DevTools protocol: nothing but Python's own
 library is needed."""
 
+import contextlib
 import json
 import os
 import select
 import shutil
+import signal
 import subprocess
 import tempfile
 import time
@@ -42,7 +44,7 @@ class Browser:
         if os.geteuid() == 0:
             command.append("--no-sandbox")
         self.log = open(os.path.join(self.profile, "log"), "w+b")
-        self.process = subprocess.Popen(command, preexec_fn=take_places, close_fds=False,
+        self.process = subprocess.Popen(command, preexec_fn=take_places, close_fds=False, start_new_session=True,
                                         stdin=subprocess.DEVNULL, stdout=self.log, stderr=self.log)
         os.close(to_browser)
         os.close(from_browser)
@@ -50,21 +52,34 @@ class Browser:
         self.number = 0
         self.session = None
         self.events = []
-        target = self.call("Target.createTarget", url="about:blank")["targetId"]
-        self.session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
-        for domain in ("Page", "Runtime", "Log", "Network"):
-            self.call(domain + ".enable")
+        try:
+            self.open_page()
+        except BaseException:
+            self.close()
+            raise
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
+        self.close()
+
+    def open_page(self):
+        target = self.call("Target.createTarget", url="about:blank")["targetId"]
+        self.session = self.call("Target.attachToTarget", targetId=target, flatten=True)["sessionId"]
+        for domain in ("Page", "Runtime", "Log", "Network"):
+            self.call(domain + ".enable")
+
+    def close(self):
         self.process.terminate()
         try:
             self.process.wait(20)
         except subprocess.TimeoutExpired:
             self.process.kill()
             self.process.wait()
+        # Its helpers may go on writing into the profile for a while.
+        with contextlib.suppress(ProcessLookupError):
+            os.killpg(self.process.pid, signal.SIGKILL)
         self.log.close()
         os.close(self.write_end)
         os.close(self.read_end)
