@@ -1,8 +1,13 @@
-#include <cstring>
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "dataprocessing/platform/ipl_fft.h"
+#include "dataprocessing/valuemodel/type.h"
 #include "tests/fourier/fft_oracle.h"
 
 using namespace dataprocessing::detail;
@@ -75,6 +80,78 @@ std::vector<Exact> packed(const std::vector<Exact>& full, int w, int h) {
     return result;
 }
 
+/// An image whose rows are two floats apart.
+struct GappedImage : Image {
+    GappedImage(int w, int h) : Image(w, h, 4 * w + 8) {}
+
+    std::vector<float> Gaps() {
+        std::vector<float> gaps;
+        for (int y = 0; y < header.height; ++y)
+            gaps.insert(gaps.end(), {at(header.width, y), at(header.width + 1, y)});
+        return gaps;
+    }
+};
+
+ComplexFloat root(int u, int w, int sign) {
+    const double angle = 2 * type_Pi * u / w;
+    return {static_cast<float>(std::cos(angle)), static_cast<float>(sign * std::sin(angle))};
+}
+
+void transformRows(std::vector<ComplexFloat>& z, std::size_t m, int sign) {
+    for (std::size_t first = 0; first < z.size(); first += m) {
+        const auto row = z.begin() + static_cast<std::ptrdiff_t>(first);
+        std::vector<ComplexFloat> line(row, row + static_cast<std::ptrdiff_t>(m));
+        oracle::textbook(line, sign);
+        std::copy(line.begin(), line.end(), row);
+    }
+}
+
+void transformColumns(std::vector<ComplexFloat>& z, std::size_t m, int sign) {
+    for (std::size_t u = 0; u < m; ++u) {
+        std::vector<ComplexFloat> line;
+        for (std::size_t i = u; i < z.size(); i += m)
+            line.push_back(z[i]);
+        oracle::textbook(line, sign);
+        for (std::size_t v = 0; v < line.size(); ++v)
+            z[u + v * m] = line[v];
+    }
+}
+
+/// From the transform of pairs of reals to that of the reals, one row; the coefficient m is kept as
+/// the imaginary part of 0.
+void separate(ComplexFloat* z, int m, int sign) {
+    z[0] = {z[0].re + z[0].im, z[0].re - z[0].im};
+    for (int u = 1; u <= m / 2; ++u) {
+        const ComplexFloat a = z[u];
+        const ComplexFloat b = z[m - u];
+        const ComplexFloat w = root(u, 2 * m, sign);
+        const ComplexFloat even(0.5F * (a.re + b.re), 0.5F * (a.im - b.im));
+        const ComplexFloat odd(0.5F * (a.im + b.im), 0.5F * (b.re - a.re));
+        const ComplexFloat turned(w.re * odd.re - w.im * odd.im, w.re * odd.im + w.im * odd.re);
+        z[u] = {even.re + turned.re, even.im + turned.im};
+        z[m - u] = {even.re - turned.re, turned.im - even.im};
+    }
+}
+
+/// Twice the way back.
+void join(ComplexFloat* x, int m, int sign) {
+    x[0] = {x[0].re + x[0].im, x[0].re - x[0].im};
+    for (int u = 1; u <= m / 2; ++u) {
+        const ComplexFloat a = x[u];
+        const ComplexFloat b = x[m - u];
+        const ComplexFloat w = root(u, 2 * m, sign);
+        const ComplexFloat even(a.re + b.re, a.im - b.im);
+        const ComplexFloat apart(a.re - b.re, a.im + b.im);
+        const ComplexFloat turned(w.re * apart.re - w.im * apart.im,
+                                  w.re * apart.im + w.im * apart.re);
+        x[u] = {even.re - turned.im, even.im + turned.re};
+        x[m - u] = {even.re + turned.im, turned.re - even.im};
+    }
+}
+
+constexpr int widths[] = {2, 4, 8, 32, 512, 1024};
+constexpr int heights[] = {2, 4, 32};
+
 } // namespace
 
 TEST(IplFft, FlagsAreTheNumbersThatCallersPass) {
@@ -124,22 +201,70 @@ TEST(IplFft, OfAPackedSpectrumIsTheRealImageOfItsSum) {
             }
 }
 
-TEST(IplFft, ReadsAndWritesRowsWithPadding) {
-    Image tight(8, 4);
-    fillRandom(tight, 1);
-    Image padded(8, 4, 64);
-    for (int i = 0; i < 32; ++i)
-        padded.at(i % 8, i / 8) = tight.at(i % 8, i / 8);
-    Image tightResult(8, 4);
-    Image paddedResult(8, 4, 64);
-    iplRealFft2D(&tight.header, &tightResult.header, forward);
-    iplRealFft2D(&padded.header, &paddedResult.header, forward);
-    EXPECT_EQ(distance(pixels(tightResult), pixels(paddedResult)), 0);
-    EXPECT_EQ(paddedResult.storage[8], -99);
-    iplCcsFft2D(&tightResult.header, &tight.header, inverse);
-    iplCcsFft2D(&paddedResult.header, &padded.header, inverse);
-    EXPECT_EQ(distance(pixels(tight), pixels(padded)), 0);
-    EXPECT_EQ(padded.storage[8], -99);
+TEST(IplFft, OfARealImageRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeepsToItsRows) {
+    for (const int w : widths)
+        for (const int h : heights) {
+            GappedImage source(w, h);
+            GappedImage result(w, h);
+            fillRandom(source, static_cast<unsigned>(w + h));
+            const int m = w / 2;
+            std::vector<ComplexFloat> z;
+            for (int i = 0; i < m * h; ++i)
+                z.emplace_back(source.at(i % m * 2, i / m), source.at(i % m * 2 + 1, i / m));
+            transformRows(z, static_cast<std::size_t>(m), -1);
+            for (int y = 0; y < h; ++y)
+                separate(&z[static_cast<std::size_t>(y * m)], m, -1);
+            transformColumns(z, static_cast<std::size_t>(m), -1);
+
+            iplRealFft2D(&source.header, &result.header, forward);
+            for (int y = 0; y < h; ++y)
+                for (int u = 1; u < m; ++u) {
+                    const ComplexFloat& expected = z[static_cast<std::size_t>(y * m + u)];
+                    ASSERT_EQ(result.at(2 * u - 1, y), expected.re) << w << " x " << h;
+                    ASSERT_EQ(result.at(2 * u, y), expected.im) << w << " x " << h;
+                }
+            EXPECT_THAT(result.Gaps(), testing::Each(-99)) << w << " x " << h;
+        }
+}
+
+TEST(IplFft, OfAPackedSpectrumRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeepsToItsRows) {
+    for (const int w : widths)
+        for (const int h : heights) {
+            GappedImage source(w, h);
+            GappedImage result(w, h);
+            fillRandom(source, static_cast<unsigned>(w + h));
+            const int m = w / 2;
+            const int last = w - 1;
+            std::vector<ComplexFloat> z(static_cast<std::size_t>(m * h));
+            const auto at = [&](int u, int v) -> ComplexFloat& {
+                return z[static_cast<std::size_t>(v * m + u)];
+            };
+            for (int y = 0; y < h; ++y)
+                for (int u = 1; u < m; ++u)
+                    at(u, y) = {source.at(2 * u - 1, y), source.at(2 * u, y)};
+            at(0, 0) = {source.at(0, 0), source.at(last, 0)};
+            at(0, h / 2) = {source.at(0, h - 1), source.at(last, h - 1)};
+            for (int v = 1; v < h / 2; ++v) {
+                const ComplexFloat first(source.at(0, 2 * v - 1), source.at(0, 2 * v));
+                const ComplexFloat second(source.at(last, 2 * v - 1), source.at(last, 2 * v));
+                at(0, v) = {first.re - second.im, first.im + second.re};
+                at(0, h - v) = {first.re + second.im, second.re - first.im};
+            }
+            transformColumns(z, static_cast<std::size_t>(m), 1);
+            for (int y = 0; y < h; ++y)
+                join(&at(0, y), m, 1);
+            transformRows(z, static_cast<std::size_t>(m), 1);
+
+            iplCcsFft2D(&source.header, &result.header, inverse);
+            const float scale = 1.0F / static_cast<float>(w * h);
+            for (int y = 0; y < h; ++y)
+                for (int x = 0; x < w; ++x) {
+                    const ComplexFloat& pair = at(x / 2, y);
+                    ASSERT_EQ(result.at(x, y), scale * (x % 2 == 0 ? pair.re : pair.im))
+                        << w << " x " << h;
+                }
+            EXPECT_THAT(result.Gaps(), testing::Each(-99)) << w << " x " << h;
+        }
 }
 
 TEST(IplFft, FreesTablesWithoutImages) {
