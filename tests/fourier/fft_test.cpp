@@ -603,6 +603,22 @@ TEST(FftLine, InverseIsThePlainSumWithTheOtherSign) {
     }
 }
 
+TEST(FftLine, LongOnesKeepTheTolerance) {
+    for (const std::size_t n : {1024U, 8192U, 65536U}) {
+        const std::vector<ComplexFloat> values = oracle::someValues(n, 12);
+        const std::vector<Exact> x = oracle::exact(values);
+        const std::vector<Exact> root = oracle::roots(n, -1);
+        const std::vector<Exact> result = exactOf(four_IFFT(lineOf(values)));
+        for (std::size_t f = 1; f < n; f += n / 7) {
+            Exact expected = 0;
+            for (std::size_t k = 0; k < n; ++k)
+                expected += x[k] * root[f * k % n];
+            EXPECT_LE(std::abs(result[f] - expected), oracle::tolerance(n, oracle::magnitude(x)))
+                << n << ' ' << f;
+        }
+    }
+}
+
 TEST(FftLine, ToleranceTellsAWrongSignAMissingCentreAndAWrongScale) {
     for (int n = 4; n <= 64; n *= 2) {
         const std::vector<Exact> x =
