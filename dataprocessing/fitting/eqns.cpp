@@ -9,7 +9,7 @@ namespace {
 int shortCount(int count) {
     const short truncated = static_cast<short>(count);
     if (truncated != count || truncated <= 0)
-        arr_SizeError(count);
+        arr_SizeError();
     return truncated;
 }
 

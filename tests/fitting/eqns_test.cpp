@@ -144,6 +144,16 @@ TEST(SolveEquations, SizesThatCannotBeSolvedAreRefused) {
     }
 }
 
+// The counts are fine for an array, so the text that says otherwise would be wrong.
+TEST(SolveEquations, TooManyEquationsAreRefusedWithoutFigures) {
+    try {
+        eqns_SolveEquations(Matrix(1, 32768), Vector(32768));
+        FAIL();
+    } catch (const arr_cSizeException& refusal) {
+        EXPECT_STREQ(refusal.what(), "arr:2: Size refused.");
+    }
+}
+
 TEST(SolveEquations, NaNAndInfinityComeOutAsNaN) {
     for (const double bad : {std::nan(""), std::numeric_limits<double>::infinity()}) {
         for (const double x : solve({{1, bad, 1}, {2, 3, 4}, {5, 6, 8}}))
