@@ -99,6 +99,11 @@ std::vector<NamedMatrix> matrices() {
         {"last column zero", zeroColumn(3)},
         {"first row zero", dense(5, 5, [&](int i, int j) { return i == 0 ? 0 : noise(i, j); })},
         {"nilpotent", dense(6, 6, [](int i, int j) { return j == i + 1 ? 1.0 : 0.0; })},
+        {"two diagonals, weakly coupled to a zero",
+         dense(3, 3,
+               [](int i, int j) { return j == i + 1        ? 1e-10
+                                         : i == j && i > 0 ? 1.0
+                                                           : 0.0; })},
         {"equal columns", dense(9, 3, [](int i, int j) { return j < 2 ? i + 1.0 : i * i; })},
         {"rows graded by 1e150",
          dense(6, 3, [&](int i, int j) { return noise(i, j) * std::pow(10.0, 60 * i - 150); })},

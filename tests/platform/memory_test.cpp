@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/failing_new.h"
+
 using dataprocessing::detail::mem_cBlock;
 
 namespace {
@@ -123,6 +125,17 @@ TEST(MemoryBlock, LargeStorageIsKeptForTheNextBlockOfItsSizeInTheThread) {
         const mem_cBlock another(hugeFrom);
         EXPECT_NE(another.Data(), storage) << "handed out twice";
     }
+}
+
+TEST(MemoryBlock, VeryLargeStorageGoesAtOnceAndLeavesWhatIsKept) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "sanitizers see every release";
+#endif
+    mem_cBlock veryLarge((std::size_t{256} << 20) + 1);
+    { const mem_cBlock kept(hugeFrom); }
+    veryLarge = mem_cBlock();
+    const FailingNew none(0);
+    EXPECT_NO_THROW(mem_cBlock{hugeFrom});
 }
 
 TEST(MemoryBlock, ReusedStorageHoldsWhatIsWrittenNow) {

@@ -186,6 +186,19 @@ class cLeaving : public cSample {
     type_cBoolean Read(tgio_cBinary_istream& in) override { return in.NextField(); }
 };
 
+// Knows no field of its own.
+class cFieldless : public tgio_cTaggedStreamObject {
+public:
+    const tgio_cObjectType& ObjectType() const override {
+        static const tgio_cObjectType type("Sample", 5000);
+        return type;
+    }
+
+private:
+    type_cBoolean Write(tgio_cASCII_ostream&) const override { return true; }
+    type_cBoolean Write(tgio_cBinary_ostream&) const override { return true; }
+};
+
 // Wants one field more than it wrote.
 class cGreedy : public cNamed {
     type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadTwo(in); }
@@ -446,6 +459,24 @@ TYPED_TEST(TaggedStream, FieldsThatAnObjectLeavesAreSkipped) {
     EXPECT_TRUE(in.Read(leaving));
     EXPECT_TRUE(in.Read(next));
     EXPECT_EQ(next, 5);
+}
+
+TYPED_TEST(TaggedStream, FieldsThatAnObjectDoesNotKnowAreSkipped) {
+    std::istringstream stream(Written<TypeParam>(MakeSample()) + Written<TypeParam>(5));
+    typename TypeParam::In in(stream);
+    cFieldless fieldless;
+    int next = 0;
+    EXPECT_TRUE(in.Read(fieldless));
+    EXPECT_TRUE(in.Read(next));
+    EXPECT_EQ(next, 5);
+}
+
+TYPED_TEST(TaggedStream, FieldsThatAnObjectDoesNotKnowAreStillChecked) {
+    const std::string whole = Written<TypeParam>(MakeSample());
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        cFieldless fieldless;
+        EXPECT_FALSE(ReadFrom<TypeParam>(whole.substr(0, size), fieldless)) << size;
+    }
 }
 
 TYPED_TEST(TaggedStream, ReadingPastTheLastFieldOfAnObjectIsRefused) {
