@@ -209,6 +209,7 @@ TEST(LevenbergMarquardt, SingularEquationsAreRefused) {
         FAIL();
     } catch (const rcps_cRecipesException& e) {
         EXPECT_EQ(e.SourceFile(), "recipes");
+        EXPECT_EQ(e.Line(), 0);
         EXPECT_EQ(e.Message(), "Singular matrix.");
     }
 }
