@@ -138,6 +138,19 @@ TEST(MemoryBlock, VeryLargeStorageGoesAtOnceAndLeavesWhatIsKept) {
     EXPECT_NO_THROW(mem_cBlock{hugeFrom});
 }
 
+TEST(MemoryBlock, NoMoreThanOneLargeStorageIsKept) {
+    { const mem_cBlock kept(hugeFrom); }
+    const long live = liveAllocations();
+    { const mem_cBlock another(2 * hugeFrom); }
+    EXPECT_EQ(liveAllocations(), live);
+}
+
+TEST(MemoryBlock, LargeStorageThatAThreadKeptGoesWithIt) {
+    const long live = liveAllocations();
+    std::thread([] { const mem_cBlock kept(hugeFrom); }).join();
+    EXPECT_EQ(liveAllocations(), live);
+}
+
 TEST(MemoryBlock, ReusedStorageHoldsWhatIsWrittenNow) {
     for (const int value : {1, 2, 3})
         EXPECT_TRUE(holds(filled(hugeFrom + 5, value), hugeFrom + 5, value));
