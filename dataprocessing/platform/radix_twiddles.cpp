@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <iterator>
 
 #include "dataprocessing/platform/memory.h"
 
@@ -11,10 +10,11 @@ namespace dataprocessing::detail {
 
 namespace {
 
+constexpr std::size_t mostPasses = 31;
 constexpr std::size_t keptPasses = 20;
 
 /// Real parts, then imaginary parts. Tables of shorter passes are always there too.
-thread_local mem_cBlock tables[31];
+thread_local mem_cBlock tables[mostPasses];
 
 double* begin(const mem_cBlock& table) noexcept {
     return static_cast<double*>(const_cast<void*>(table.Data()));
@@ -69,7 +69,7 @@ radix_cTwiddles::radix_cTwiddles(std::size_t n) {
     while (first < count && tables[first].Size() != 0)
         ++first;
     if (first < count) {
-        mem_cBlock made[std::size(tables)];
+        mem_cBlock made[mostPasses];
         for (std::size_t p = first; p < count; ++p)
             made[p] = mem_cBlock(2 * halfOf(p) * sizeof(double));
         fill(made, first, count - 1);
@@ -80,7 +80,7 @@ radix_cTwiddles::radix_cTwiddles(std::size_t n) {
 }
 
 radix_cTwiddles::~radix_cTwiddles() {
-    for (std::size_t p = keptPasses; p < std::size(tables) && tables[p].Size() != 0; ++p)
+    for (std::size_t p = keptPasses; p < mostPasses && tables[p].Size() != 0; ++p)
         tables[p] = mem_cBlock();
 }
 

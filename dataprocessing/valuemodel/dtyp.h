@@ -25,8 +25,8 @@ enum dtyp_eDataType : int {
     dtyp_ComplexDouble = 10 ///< `comp_cComplex<double>`
 };
 
-/// One element type code. Any code may be held; one outside 1 to 10 has `SizeOf()` 0, and it is
-/// the operations that refuse it.
+/// One element type code. Any code may be held; one outside 1 to 10 has `SizeOf()` 0, and what
+/// refuses it are the operations that cannot do without its elements.
 class dtyp_cDataType {
 public:
     /// The type with this code.

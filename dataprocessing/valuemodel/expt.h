@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// The exceptions. Every failure of the library is one of these; nothing returns an error code.
+/// The exceptions. What the library refuses ends in one of these; only the tagged streams answer
+/// false instead, and the routines of namespace rcps as each of them says.
 
 #include <exception>
 #include <memory>

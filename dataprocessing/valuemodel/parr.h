@@ -15,8 +15,8 @@
 /// What the 1D and the 2D number arrays share: a type, a number of elements and their storage.
 ///
 /// Storage begins on a 64-byte boundary. Copies are independent; moving leaves an array with no
-/// element. An array of a type outside the ten may be made: it has a count and no storage, and the
-/// operations refuse it.
+/// element. An array of a type outside the ten may be made: it has a count and no storage, and
+/// operations that need its elements refuse it.
 class DATAPROCESSING_EXPORT parr_cNumberArray {
 public:
     /// The element type.
