@@ -117,9 +117,9 @@ void packRow(float* row, int width, float scale) {
 
 /// The coefficients of u = 0 and, as imaginary parts, of u = W/2, in every row.
 std::vector<Complex> columnsOf(sHalf& half) {
-    std::vector<Complex> pairs;
+    std::vector<Complex> pairs(static_cast<std::size_t>(half.rows));
     for (int v = 0; v < half.rows; ++v)
-        pairs.push_back(half.Row(v)[0]);
+        pairs[static_cast<std::size_t>(v)] = half.Row(v)[0];
     return pairs;
 }
 
