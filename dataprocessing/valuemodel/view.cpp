@@ -59,16 +59,15 @@ const unsigned char* at(const void* data, std::size_t bytes) {
 void view_cAxis::Rescale(double delta) {
     if (!(delta > 0) || !std::isfinite(delta))
         throw expt_cProgramException("resc", 1, "The delta is not positive and finite.");
-    if (cal_.Delta() == delta) { // nothing to interpolate, only another description
-        cal_ = cal_cArrayCal(Start(), delta, 0);
-        return;
-    }
     const double count = std::floor(storedCount_ * cal_.Delta() / delta + 0.5);
     if (!(count >= 0 && count <= static_cast<double>(intMax)))
         arr_SizeError(
             std::isnan(count) ? -1 : static_cast<long long>(std::clamp(count, -0x1p62, 0x1p62)));
-    ratio_ = delta / cal_.Delta();
+    const double ratio = delta / cal_.Delta();
     cal_ = cal_cArrayCal(Start(), delta, 0);
+    if (ratio == 1 && static_cast<int>(count) == storedCount_) // nothing to interpolate
+        return;
+    ratio_ = ratio;
     rescaledCount_ = static_cast<int>(count);
     count_ = rescaledCount_;
     rescaled_ = true;
