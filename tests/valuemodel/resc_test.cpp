@@ -326,6 +326,9 @@ TEST(Rescale, MoreElementsThanAnArrayCanHaveAreRefused) {
         EXPECT_EQ(refusalOf([&] { resc_Rescale(plane, delta, 1); }), sizeRefusal) << delta;
     }
     EXPECT_EQ(refusalOf([&] { resc_Rescale(plane, 3.0 / 65536, 1.0 / 65536); }), sizeRefusal);
+    // A length that overflows, though each element would stay as it is.
+    const cal_c1DArrayCal huge(0, 1.5e308, 0);
+    EXPECT_EQ(refusalOf([&] { resc_Rescale(lineOf<float>({1, 2}, huge), 1.5e308); }), sizeRefusal);
 }
 
 TEST(Rescale, SourcesWithoutALengthAreRefusedOrEmpty) {
