@@ -25,11 +25,6 @@ void mayRefuse(Call call) {
     }
 }
 
-cal_c1DArrayCal nextCal(cInput& input) {
-    const oracle::Axis axis = nextAxis(input, 1);
-    return {axis.offset, axis.delta, axis.index};
-}
-
 /// A spectrum of counts, or anything.
 darr_c1DArray nextData(cInput& input) {
     if (input.Below(2) == 0)

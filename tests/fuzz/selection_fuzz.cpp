@@ -58,11 +58,6 @@ void mayRefuse(Call call) {
     }
 }
 
-cal_c1DArrayCal nextCal(cInput& input) {
-    const oracle::Axis axis = nextAxis(input, 1);
-    return {axis.offset, axis.delta, axis.index};
-}
-
 rnge_c2DRange nextRectangle(cInput& input) {
     const double a = input.Number(), b = input.Number(), c = input.Number(), d = input.Number();
     return input.Below(2) == 0 ? rnge_c2DRange(a, b, c, d)

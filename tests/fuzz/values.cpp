@@ -20,6 +20,11 @@ Axis nextAxis(cInput& input, int count) {
     }
 }
 
+cal_c1DArrayCal nextCal(cInput& input) {
+    const oracle::Axis axis = nextAxis(input, 1);
+    return {axis.offset, axis.delta, axis.index};
+}
+
 Value nextValue(cInput& input, int dimensions) {
     Value value;
     value.type = input.Below(10) + 1;
