@@ -1,6 +1,9 @@
 #include "dataprocessing/platform/radix.h"
 
 #include <algorithm>
+#include <cstring>
+#include <optional>
+#include <utility>
 
 #include "dataprocessing/platform/memory.h"
 #include "dataprocessing/platform/radix_twiddles.h"
@@ -15,6 +18,15 @@ constexpr std::size_t radix_lanes = 16;
 struct radix_sLanes {
     alignas(64) float re[radix_lanes];
     float im[radix_lanes];
+};
+
+/// A line to transform.
+struct radix_sLine {
+    const comp_cComplex<float>* source;
+    comp_cComplex<float>* target;
+    std::size_t n;
+    const radix_sPasses* passes; ///< all of them, or with a `walk` all but the last four
+    const radix_sWalk* walk;     ///< or null
 };
 
 } // namespace
@@ -32,6 +44,10 @@ using Complex = comp_cComplex<float>;
 
 /// From here on a single line fills the lanes.
 constexpr std::size_t longLine = radix_lanes * radix_lanes;
+/// From here on its last passes take their factors from recurrences. Their tables would be longer
+/// than the line itself and be read in thirty places at once, all of which share the same few
+/// places of a cache.
+constexpr std::size_t walkedLine = std::size_t{1} << 17;
 
 /// As much of the room to work in as a thread keeps: that of a line of 2^20 values.
 constexpr std::size_t keptRoom = std::size_t{8} << 20;
@@ -63,6 +79,27 @@ void transformPair(Complex& a, Complex& b) {
     a = a + t;
 }
 
+/// Long lines of one length.
+class cLongLines {
+public:
+    explicit cLongLines(std::size_t n)
+        : n_(n), twiddles_(n < walkedLine ? n : n / radix_lanes), work_(n / radix_lanes) {
+        if (n >= walkedLine)
+            walk_ = radix_FindWalk(n);
+    }
+    void Transform(const Complex* source, Complex* target, int sign, radix_eOrder order) {
+        LEVEL_SELECT(radix_RunLine)
+        ({source, target, n_, &twiddles_.Passes(), walk_ ? &*walk_ : nullptr}, sign < 0, order,
+         work_.Lanes());
+    }
+
+private:
+    std::size_t n_;
+    radix_cTwiddles twiddles_;
+    std::optional<radix_sWalk> walk_;
+    cWork work_;
+};
+
 void transformShortRows(Complex* data, std::size_t step, std::size_t n, std::size_t count,
                         const radix_sPasses& passes, int sign) {
     if (n == 2) {
@@ -81,13 +118,9 @@ void transformShortRows(Complex* data, std::size_t step, std::size_t n, std::siz
 
 void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
                 radix_eOrder order) {
+    if (n >= longLine)
+        return cLongLines(n).Transform(source, target, sign, order);
     const radix_cTwiddles twiddles(n);
-    if (n >= longLine) {
-        cWork work(n / radix_lanes);
-        LEVEL_SELECT(radix_RunLine)
-        (source, target, n, twiddles.Passes(), sign < 0, order, work.Lanes());
-        return;
-    }
     if (source != target)
         std::copy_n(source, n, target);
     transformShortRows(target, n, n, 1, twiddles.Passes(), sign);
@@ -102,14 +135,15 @@ void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
 void radix_Rows(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
     if (n == 1)
         return;
-    const radix_cTwiddles twiddles(n);
-    if (n < longLine)
+    if (n < longLine) {
+        const radix_cTwiddles twiddles(n);
         return transformShortRows(data, step, n, count, twiddles.Passes(), sign);
-    cWork work(n / radix_lanes);
-    const auto run = LEVEL_SELECT(radix_RunLine);
-    for (std::size_t c = 0; c < count; ++c)
-        run(data + c * step, data + c * step, n, twiddles.Passes(), sign < 0, radix_Natural,
-            work.Lanes());
+    }
+    cLongLines lines(n);
+    for (std::size_t c = 0; c < count; ++c) {
+        Complex* const line = data + c * step;
+        lines.Transform(line, line, sign, radix_Natural);
+    }
 }
 
 void radix_Columns(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
