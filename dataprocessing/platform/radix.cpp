@@ -25,8 +25,9 @@ struct radix_sLine {
     const comp_cComplex<float>* source;
     comp_cComplex<float>* target;
     std::size_t n;
-    const radix_sPasses* passes; ///< all of them, or with a `walk` all but the last four
-    const radix_sWalk* walk;     ///< or null
+    const radix_sPasses* passes;      ///< all of them, or with a `walk` all but the last four
+    const radix_sWalk* walk;          ///< or null
+    const comp_cComplex<float>* next; ///< a line of that length which is to come soon, or null
 };
 
 } // namespace
@@ -87,10 +88,11 @@ public:
         if (n >= walkedLine)
             walk_ = radix_FindWalk(n);
     }
-    void Transform(const Complex* source, Complex* target, int sign, radix_eOrder order) {
+    void Transform(const Complex* source, Complex* target, int sign, radix_eOrder order,
+                   const Complex* next) {
         LEVEL_SELECT(radix_RunLine)
-        ({source, target, n_, &twiddles_.Passes(), walk_ ? &*walk_ : nullptr}, sign < 0, order,
-         work_.Lanes());
+        ({source, target, n_, &twiddles_.Passes(), walk_ ? &*walk_ : nullptr, next}, sign < 0,
+         order, work_.Lanes());
     }
 
 private:
@@ -119,7 +121,7 @@ void transformShortRows(Complex* data, std::size_t step, std::size_t n, std::siz
 void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
                 radix_eOrder order) {
     if (n >= longLine)
-        return cLongLines(n).Transform(source, target, sign, order);
+        return cLongLines(n).Transform(source, target, sign, order, nullptr);
     const radix_cTwiddles twiddles(n);
     if (source != target)
         std::copy_n(source, n, target);
@@ -142,7 +144,7 @@ void radix_Rows(Complex* data, std::size_t step, std::size_t n, std::size_t coun
     cLongLines lines(n);
     for (std::size_t c = 0; c < count; ++c) {
         Complex* const line = data + c * step;
-        lines.Transform(line, line, sign, radix_Natural);
+        lines.Transform(line, line, sign, radix_Natural, c + 1 < count ? line + step : nullptr);
     }
 }
 
