@@ -18,10 +18,10 @@ void four_RadixTwoFFTnD(comp_cComplex<float>* data, std::span<const int> sizes, 
     for (std::size_t d = sizes.size(); d-- > 0;) {
         const std::size_t n = static_cast<std::size_t>(sizes[d]);
         if (within == 1)
-            radix_Rows(data, n, n, total / n, sign);
+            radix_Rows(data, n, n, total / n, sign, radix_DoubleProducts);
         else
             for (std::size_t first = 0; first < total; first += n * within)
-                radix_Columns(data + first, within, n, within, sign);
+                radix_Columns(data + first, within, n, within, sign, radix_DoubleProducts);
         within *= n;
     }
 }

@@ -100,12 +100,12 @@ constexpr int together = 16;
 
 void transformRows(sHalf& half, int first, int count) {
     radix_Rows(half.Row(first), half.step, half.Columns(), static_cast<std::size_t>(count),
-               half.sign);
+               half.sign, radix_SingleProducts);
 }
 
 void transformColumns(sHalf& half) {
     radix_Columns(half.Row(0), half.step, static_cast<std::size_t>(half.rows), half.Columns(),
-                  half.sign);
+                  half.sign, radix_SingleProducts);
 }
 
 /// Brings the coefficients to their places in a row of the packed image, one float before those

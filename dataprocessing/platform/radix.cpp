@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <type_traits>
 #include <utility>
 
 #include "dataprocessing/platform/memory.h"
+#include "dataprocessing/platform/radix_roots.h"
 #include "dataprocessing/platform/radix_twiddles.h"
 
 namespace dataprocessing::detail {
@@ -21,12 +23,13 @@ struct radix_sLanes {
 };
 
 /// A line to transform.
+template<class W>
 struct radix_sLine {
     const comp_cComplex<float>* source;
     comp_cComplex<float>* target;
     std::size_t n;
-    const radix_sPasses* passes;      ///< all of them, or with a `walk` all but the last four
-    const radix_sWalk* walk;          ///< or null
+    const radix_sPasses<W>* passes;   ///< all of them, or with a `walk` all but the last four
+    const radix_sWalk* walk;          ///< or null; there is one only for products in double
     const comp_cComplex<float>* next; ///< a line of that length which is to come soon, or null
 };
 
@@ -80,40 +83,79 @@ void transformPair(Complex& a, Complex& b) {
     a = a + t;
 }
 
+template<class W>
+using Tables = std::conditional_t<std::is_same_v<W, double>, radix_cTwiddles, radix_cRoots>;
+
 /// Long lines of one length.
+template<class W>
 class cLongLines {
 public:
     explicit cLongLines(std::size_t n)
-        : n_(n), twiddles_(n < walkedLine ? n : n / radix_lanes), work_(n / radix_lanes) {
-        if (n >= walkedLine)
+        : n_(n), isWalked_(std::is_same_v<W, double> && n >= walkedLine),
+          tables_(isWalked_ ? n / radix_lanes : n), work_(n / radix_lanes) {
+        if (isWalked_)
             walk_ = radix_FindWalk(n);
     }
     void Transform(const Complex* source, Complex* target, int sign, radix_eOrder order,
                    const Complex* next) {
-        LEVEL_SELECT(radix_RunLine)
-        ({source, target, n_, &twiddles_.Passes(), walk_ ? &*walk_ : nullptr, next}, sign < 0,
+        LEVEL_SELECT(radix_RunLine<W>)
+        ({source, target, n_, &tables_.Passes(), isWalked_ ? &walk_ : nullptr, next}, sign < 0,
          order, work_.Lanes());
     }
 
 private:
     std::size_t n_;
-    radix_cTwiddles twiddles_;
-    std::optional<radix_sWalk> walk_;
+    bool isWalked_;
+    Tables<W> tables_;
+    radix_sWalk walk_;
     cWork work_;
 };
 
+template<class W>
 void transformShortRows(Complex* data, std::size_t step, std::size_t n, std::size_t count,
-                        const radix_sPasses& passes, int sign) {
+                        int sign) {
     if (n == 2) {
         for (std::size_t c = 0; c < count; ++c)
             transformPair(data[c * step], data[c * step + 1]);
         return;
     }
+    const Tables<W> tables(n);
     cWork work(n);
-    const auto run = LEVEL_SELECT(radix_RunApart);
+    const auto run = LEVEL_SELECT(radix_RunApart<W>);
     for (std::size_t c = 0; c < count; c += radix_lanes)
-        run(data + c * step, 1, step, std::min(radix_lanes, count - c), n, passes, sign < 0,
-            work.Lanes());
+        run(data + c * step, 1, step, std::min(radix_lanes, count - c), n, tables.Passes(),
+            sign < 0, work.Lanes());
+}
+
+template<class W>
+void transformRows(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
+    if (n == 1)
+        return;
+    if (n < longLine)
+        return transformShortRows<W>(data, step, n, count, sign);
+    cLongLines<W> lines(n);
+    for (std::size_t c = 0; c < count; ++c) {
+        Complex* const line = data + c * step;
+        lines.Transform(line, line, sign, radix_Natural, c + 1 < count ? line + step : nullptr);
+    }
+}
+
+template<class W>
+void transformColumns(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
+    if (n == 2)
+        for (std::size_t c = 0; c < count; ++c)
+            transformPair(data[c], data[step + c]);
+    if (n <= 2)
+        return;
+    const Tables<W> tables(n);
+    cWork work(n);
+    std::size_t c = 0;
+    for (const auto run = LEVEL_SELECT(radix_RunSide<W>); c + radix_lanes <= count;
+         c += radix_lanes)
+        run(data + c, step, n, tables.Passes(), sign < 0, work.Lanes());
+    if (c < count)
+        LEVEL_SELECT(radix_RunApart<W>)
+    (data + c, step, 1, count - c, n, tables.Passes(), sign < 0, work.Lanes());
 }
 
 } // namespace
@@ -121,11 +163,10 @@ void transformShortRows(Complex* data, std::size_t step, std::size_t n, std::siz
 void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
                 radix_eOrder order) {
     if (n >= longLine)
-        return cLongLines(n).Transform(source, target, sign, order, nullptr);
-    const radix_cTwiddles twiddles(n);
+        return cLongLines<double>(n).Transform(source, target, sign, order, nullptr);
     if (source != target)
         std::copy_n(source, n, target);
-    transformShortRows(target, n, n, 1, twiddles.Passes(), sign);
+    transformShortRows<double>(target, n, n, 1, sign);
     if (order == radix_Natural)
         return;
     std::rotate(target, target + n / 2, target + n);
@@ -134,34 +175,18 @@ void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
         target[k] = target[k] * scale;
 }
 
-void radix_Rows(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
-    if (n == 1)
-        return;
-    if (n < longLine) {
-        const radix_cTwiddles twiddles(n);
-        return transformShortRows(data, step, n, count, twiddles.Passes(), sign);
-    }
-    cLongLines lines(n);
-    for (std::size_t c = 0; c < count; ++c) {
-        Complex* const line = data + c * step;
-        lines.Transform(line, line, sign, radix_Natural, c + 1 < count ? line + step : nullptr);
-    }
+void radix_Rows(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign,
+                radix_eProducts products) {
+    const auto transform =
+        products == radix_DoubleProducts ? transformRows<double> : transformRows<float>;
+    transform(data, step, n, count, sign);
 }
 
-void radix_Columns(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
-    if (n == 2)
-        for (std::size_t c = 0; c < count; ++c)
-            transformPair(data[c], data[step + c]);
-    if (n <= 2)
-        return;
-    const radix_cTwiddles twiddles(n);
-    cWork work(n);
-    std::size_t c = 0;
-    for (const auto run = LEVEL_SELECT(radix_RunSide); c + radix_lanes <= count; c += radix_lanes)
-        run(data + c, step, n, twiddles.Passes(), sign < 0, work.Lanes());
-    if (c < count)
-        LEVEL_SELECT(radix_RunApart)
-    (data + c, step, 1, count - c, n, twiddles.Passes(), sign < 0, work.Lanes());
+void radix_Columns(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign,
+                   radix_eProducts products) {
+    const auto transform =
+        products == radix_DoubleProducts ? transformColumns<double> : transformColumns<float>;
+    transform(data, step, n, count, sign);
 }
 
 } // namespace dataprocessing::detail

@@ -1,23 +1,13 @@
 #pragma once
 
 /// @file
-/// Tables of the twiddle factors of radix_Line.
+/// Tables of the twiddle factors of products in double.
 
 #include <cstddef>
 
+#include "dataprocessing/platform/radix_pass.h"
+
 namespace dataprocessing::detail {
-
-/// The twiddle factors w[k], k = 0 to m/2 - 1, of one pass over blocks of size m, for sign 1. Those
-/// for sign -1 are the conjugates, except that w[0] is 1 + 0i for both.
-struct radix_sPass {
-    const double* re;
-    const double* im;
-};
-
-/// The passes of a transform of n <= 2^31 values: number p is that over blocks of 2^(p + 1).
-struct radix_sPasses {
-    radix_sPass pass[31];
-};
 
 /// Finds or makes the tables of a transform of `n` values. They are kept, by each thread, as far as
 /// they belong to transforms of at most 2^20 values, which takes 16 MB; a `radix_cTwiddles` of a
@@ -31,10 +21,10 @@ public:
     ~radix_cTwiddles();
 
     /// The tables, while this object lives.
-    const radix_sPasses& Passes() const noexcept { return passes_; }
+    const radix_sPasses<double>& Passes() const noexcept { return passes_; }
 
 private:
-    radix_sPasses passes_;
+    radix_sPasses<double> passes_;
 };
 
 /// Where the recurrences of the last four passes of a long line of n values begin: row 2^p - 1 + b

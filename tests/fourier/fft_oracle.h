@@ -84,9 +84,10 @@ inline double magnitude(const std::vector<Exact>& x) {
     return static_cast<double>(std::sqrt(squares));
 }
 
-/// The radix-2 loop, one-based over interleaved parts: what the library's transforms are, bit by
-/// bit.
-inline void textbook(std::vector<ComplexFloat>& values, int sign) {
+/// The radix-2 loop. `factors(half)` gives the factors of a pass, the format of which is that of
+/// the products.
+template<class Factors>
+void radixTwo(std::vector<ComplexFloat>& values, const Factors& factors) {
     const std::size_t n = values.size();
     for (std::size_t i = 0; i < n; ++i) {
         std::size_t mirrored = 0;
@@ -96,27 +97,55 @@ inline void textbook(std::vector<ComplexFloat>& values, int sign) {
             std::swap(values[i], values[mirrored]);
     }
     for (std::size_t half = 1; half < n; half *= 2) {
+        const auto w = factors(half);
+        for (std::size_t i = 0; i < n; ++i) {
+            if ((i & half) != 0)
+                continue;
+            const auto wr = w[i % half].real();
+            const auto wi = w[i % half].imag();
+            const std::size_t j = i + half;
+            const float tr = static_cast<float>(wr * values[j].re - wi * values[j].im);
+            const float ti = static_cast<float>(wr * values[j].im + wi * values[j].re);
+            values[j].re = values[i].re - tr;
+            values[j].im = values[i].im - ti;
+            values[i].re = values[i].re + tr;
+            values[i].im = values[i].im + ti;
+        }
+    }
+}
+
+/// The loop with products in double and factors by recurrence: what the library's transforms of
+/// lines are, bit by bit.
+inline void textbook(std::vector<ComplexFloat>& values, int sign) {
+    radixTwo(values, [sign](std::size_t half) {
         const double theta = 6.28318530717959 / (sign * static_cast<double>(2 * half));
         const double sine = std::sin(0.5 * theta);
         const double wpr = -2.0 * sine * sine;
         const double wpi = std::sin(theta);
+        std::vector<std::complex<double>> factors;
         double wr = 1.0;
         double wi = 0.0;
         for (std::size_t m = 0; m < half; ++m) {
-            for (std::size_t i = m; i < n; i += 2 * half) {
-                const std::size_t j = i + half;
-                const float tr = static_cast<float>(wr * values[j].re - wi * values[j].im);
-                const float ti = static_cast<float>(wr * values[j].im + wi * values[j].re);
-                values[j].re = values[i].re - tr;
-                values[j].im = values[i].im - ti;
-                values[i].re = values[i].re + tr;
-                values[i].im = values[i].im + ti;
-            }
+            factors.emplace_back(wr, wi);
             const double before = wr;
             wr = (wr * wpr - wi * wpi) + wr;
             wi = (wi * wpr + before * wpi) + wi;
         }
-    }
+        return factors;
+    });
+}
+
+/// The loop with products in single precision and factors rounded to it.
+inline void singlePrecision(std::vector<ComplexFloat>& values, int sign) {
+    radixTwo(values, [sign](std::size_t half) {
+        std::vector<std::complex<float>> factors;
+        for (const Exact& root : roots(2 * half, sign))
+            factors.emplace_back(static_cast<float>(root.real()), static_cast<float>(root.imag()));
+        factors[0] = 1;
+        if (half > 1)
+            factors[half / 2] = {0, static_cast<float>(sign)};
+        return factors;
+    });
 }
 
 /// The same over several dimensions, the last one varying fastest.

@@ -438,7 +438,7 @@ TEST(RadixTwoFFT, HasTheBitsOfTheTextbookLoopForConstantsWithZerosOfEitherSign) 
                     oracle::textbook(expected, sign);
                     four_RadixTwoFFT(values.data(), static_cast<int>(n), sign);
                     EXPECT_TRUE(isSameBits(values, expected)) << n << " " << sign << re << im;
-                    radix_Columns(columns.data(), 3, n, 3, sign);
+                    radix_Columns(columns.data(), 3, n, 3, sign, radix_DoubleProducts);
                     for (std::size_t i = 0; i < n; ++i)
                         values[i] = columns[3 * i + 1];
                     EXPECT_TRUE(isSameBits(values, expected)) << n << " " << sign << re << im;
@@ -456,7 +456,7 @@ TEST(RadixTwoFFT, HasTheBitsOfTheTextbookLoopForPairsOfZeros) {
             oracle::textbook(expected, sign);
             four_RadixTwoFFT(values.data(), 2, sign);
             EXPECT_TRUE(isSameBits(values, expected)) << choice << " " << sign;
-            radix_Columns(columns.data(), 2, 2, 2, sign);
+            radix_Columns(columns.data(), 2, 2, 2, sign, radix_DoubleProducts);
             EXPECT_TRUE(isSameBits({columns[1], columns[3]}, expected)) << choice << " " << sign;
         }
 }
@@ -1034,11 +1034,11 @@ TEST(RadixRoom, IsKeptUpToThatOfALineOfTwoToTheTwentieth) {
     constexpr std::size_t kept = std::size_t{1} << 16; // values of a column of its own
     std::vector<ComplexFloat> column(2 * kept);
     const auto isRunWithoutMemory = [&](std::size_t n) {
-        radix_Columns(column.data(), 1, n, 1, 1);
+        radix_Columns(column.data(), 1, n, 1, 1, radix_DoubleProducts);
         mem_cBlock(std::size_t{6} << 20);
         const FailingNew failing(0);
         try {
-            radix_Columns(column.data(), 1, n, 1, 1);
+            radix_Columns(column.data(), 1, n, 1, 1, radix_DoubleProducts);
             return true;
         } catch (const std::bad_alloc&) {
             return false;

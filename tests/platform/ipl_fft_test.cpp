@@ -101,7 +101,7 @@ void transformRows(std::vector<ComplexFloat>& z, std::size_t m, int sign) {
     for (std::size_t first = 0; first < z.size(); first += m) {
         const auto row = z.begin() + static_cast<std::ptrdiff_t>(first);
         std::vector<ComplexFloat> line(row, row + static_cast<std::ptrdiff_t>(m));
-        oracle::textbook(line, sign);
+        oracle::singlePrecision(line, sign);
         std::copy(line.begin(), line.end(), row);
     }
 }
@@ -111,7 +111,7 @@ void transformColumns(std::vector<ComplexFloat>& z, std::size_t m, int sign) {
         std::vector<ComplexFloat> line;
         for (std::size_t i = u; i < z.size(); i += m)
             line.push_back(z[i]);
-        oracle::textbook(line, sign);
+        oracle::singlePrecision(line, sign);
         for (std::size_t v = 0; v < line.size(); ++v)
             z[u + v * m] = line[v];
     }

@@ -24,7 +24,7 @@ constexpr std::size_t longestKept = std::size_t{1} << 20;
 void expectToFollowTheTables(std::size_t n) {
     radix_sWalk walk = radix_FindWalk(n);
     const radix_cTwiddles twiddles(n);
-    const radix_sPass* pass = twiddles.Passes().pass;
+    const radix_sPass<double>* pass = twiddles.Passes().pass;
     while (std::size_t{1} << (pass - twiddles.Passes().pass) != n / 16)
         ++pass;
     for (std::size_t row = 0; row < 15; ++row) {
