@@ -6,9 +6,14 @@
 #include <type_traits>
 #include <utility>
 
+#include "dataprocessing/platform/level.h"
 #include "dataprocessing/platform/memory.h"
 #include "dataprocessing/platform/radix_roots.h"
 #include "dataprocessing/platform/radix_twiddles.h"
+
+#if DATAPROCESSING_LEVELS
+    #include <immintrin.h>
+#endif
 
 namespace dataprocessing::detail {
 

@@ -14,9 +14,8 @@
 /// (-2 sin^2(theta / 2) + i sin theta) with theta = 6.28318530717959 / (sign m).
 ///
 /// With products in single precision the passes are the same, but each w is the root of unity,
-/// rounded to single precision, and t is computed in single precision from it. That takes about a
-/// third of the time; an error is that of a few more roundings. The bits are the same at every
-/// level here too.
+/// rounded to single precision, and t is computed in single precision from it. That is faster, with
+/// errors of a few more roundings. The bits are the same at every level here too.
 ///
 /// All functions throw std::bad_alloc, and then have written nothing or only part of the lines.
 
