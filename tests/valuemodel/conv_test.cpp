@@ -293,6 +293,31 @@ TEST(Conversion, ModesOfKnownComplexValues) {
               std::hypot(double{3e38f}, double{3e38f}));
 }
 
+TEST(Conversion, ModulusOfSinglePrecisionHoldsForEveryMagnitude) {
+    const float inf = std::numeric_limits<float>::infinity();
+    const float notANumber = std::numeric_limits<float>::quiet_NaN();
+    const float parts[] = {0.0f,     -0.0f, 1e-45f, -3e-39f,   1.17549435e-38f,
+                           -0.7f,    3.0f,  -4.0f,  1e20f,     3e38f,
+                           -3.4e38f, inf,   -inf,   notANumber};
+    std::vector<ComplexFloat> values; // more than a vector holds, in any lane
+    for (const float re : parts)
+        for (const float im : parts)
+            values.emplace_back(re, im);
+    const parr_c1DNumberArray source(std::span<const ComplexFloat>{values});
+    const auto doubles = conv_Convert(source, dtyp_Double, conv_Modulus);
+    const auto floats = conv_Convert(source, dtyp_Float, conv_Modulus);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const double expected = std::hypot(double{values[i].re}, double{values[i].im});
+        const double got = doubles.Elements<double>()[i];
+        if (std::isfinite(expected))
+            EXPECT_LE(std::abs(got - expected), 2.3e-16 * expected) << values[i];
+        else
+            EXPECT_TRUE(isSameElement(got, expected)) << values[i];
+        EXPECT_TRUE(isSameElement(floats.Elements<float>()[i], static_cast<float>(expected)))
+            << values[i];
+    }
+}
+
 TEST(Conversion, FloatingOverflowGoesToInfinity) {
     EXPECT_EQ(pnum_cNumber(1e39).As<float>(), std::numeric_limits<float>::infinity());
     EXPECT_EQ(pnum_cNumber(-1e39).As<float>(), -std::numeric_limits<float>::infinity());
