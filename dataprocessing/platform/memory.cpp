@@ -1,6 +1,8 @@
 #include "dataprocessing/platform/memory.h"
 
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <utility>
@@ -14,13 +16,19 @@ namespace dataprocessing::detail {
 namespace {
 
 constexpr std::size_t cacheLine = 64;
+constexpr std::size_t page = 4096;
 constexpr std::size_t hugePage = std::size_t{2} << 20;
+constexpr std::size_t middleFrom = std::size_t{128} << 10;
 constexpr std::size_t hugeFrom = std::size_t{4} << 20;
 
 // An allocator finds unaligned storage several times faster than aligned storage, so small blocks
 // ask for room to begin on a cache line within.
 constexpr std::size_t withRoom(std::size_t bytes) noexcept {
     return bytes + cacheLine - __STDCPP_DEFAULT_NEW_ALIGNMENT__;
+}
+
+constexpr std::size_t wholePages(std::size_t bytes) noexcept {
+    return (withRoom(bytes) + page - 1) / page * page;
 }
 
 constexpr std::size_t wholeHugePages(std::size_t bytes) noexcept {
@@ -71,10 +79,42 @@ void dropSpare() noexcept {
     spare.allocated = nullptr;
 }
 
+// Blocks of middle size that this thread released last, the newest at the end. Allocators give
+// memory of that size back to the system and take it anew, page by page, which costs more than most
+// operations. Chains of them need several sizes at a time, so several blocks are kept, until a
+// large one is allocated.
+struct sShelf {
+    struct sBlock {
+        void* allocated;
+        std::size_t bytes;
+    };
+    sBlock blocks[8];
+    std::size_t count;
+    std::size_t total;
+
+    void* Remove(std::size_t place) noexcept {
+        void* const allocated = blocks[place].allocated;
+        total -= blocks[place].bytes;
+        std::copy(blocks + place + 1, blocks + count, blocks + place);
+        --count;
+        return allocated;
+    }
+};
+constexpr std::size_t shelfLimit = std::size_t{16} << 20;
+
+thread_local constinit sShelf shelf{};
+
+/// Leaves the newest, of this many bytes at most.
+void clearShelf(std::size_t most) noexcept {
+    while (shelf.total > most)
+        ::operator delete(shelf.Remove(0));
+}
+
 struct sAtThreadEnd {
     bool registered = false;
     ~sAtThreadEnd() {
         dropSpare();
+        clearShelf(0);
         spare.closed = true;
     }
 };
@@ -84,6 +124,7 @@ void* allocateHuge(std::size_t bytes) {
     if (spare.allocated != nullptr && spare.bytes == bytes)
         return std::exchange(spare.allocated, nullptr);
     dropSpare();
+    clearShelf(0);
     void* allocated = ::operator new (bytes, std::align_val_t{hugePage});
     askForHugePages(allocated, bytes);
     return allocated;
@@ -99,19 +140,41 @@ void releaseHuge(void* allocated, std::size_t bytes) noexcept {
     spare.bytes = bytes;
 }
 
+void* allocateMiddle(std::size_t bytes) {
+    for (std::size_t place = shelf.count; place-- > 0;)
+        if (shelf.blocks[place].bytes == bytes)
+            return shelf.Remove(place);
+    return ::operator new(bytes);
+}
+
+void releaseMiddle(void* allocated, std::size_t bytes) noexcept {
+    if (isSanitized || spare.closed)
+        return ::operator delete(allocated);
+    atThreadEnd.registered = true;
+    clearShelf(shelfLimit - bytes);
+    if (shelf.count == std::size(shelf.blocks))
+        ::operator delete(shelf.Remove(0));
+    shelf.blocks[shelf.count++] = {allocated, bytes};
+    shelf.total += bytes;
+}
+
 void* allocate(std::size_t bytes) {
     if (bytes == 0)
         return nullptr;
-    if (bytes < hugeFrom)
+    if (bytes < middleFrom)
         return ::operator new(withRoom(bytes));
+    if (bytes < hugeFrom)
+        return allocateMiddle(wholePages(bytes));
     if (bytes > std::numeric_limits<std::size_t>::max() - hugePage)
         throw std::bad_alloc();
     return allocateHuge(wholeHugePages(bytes));
 }
 
 void release(void* allocated, std::size_t bytes) noexcept {
-    if (bytes < hugeFrom)
+    if (bytes < middleFrom)
         ::operator delete(allocated);
+    else if (bytes < hugeFrom)
+        releaseMiddle(allocated, wholePages(bytes));
     else
         releaseHuge(allocated, wholeHugePages(bytes));
 }

@@ -16,6 +16,10 @@ using dataprocessing::detail::mem_cBlock;
 namespace {
 
 constexpr std::size_t hugeFrom = std::size_t{4} << 20;
+constexpr std::size_t middleFrom = std::size_t{128} << 10;
+
+/// What takes the place of large and middle storage that the thread still keeps.
+void forgetStorage() { mem_cBlock{(std::size_t{256} << 20) + 1}; }
 
 mem_cBlock filled(std::size_t bytes, int value) {
     mem_cBlock block(bytes);
@@ -151,9 +155,74 @@ TEST(MemoryBlock, LargeStorageThatAThreadKeptGoesWithIt) {
     EXPECT_EQ(liveAllocations(), live);
 }
 
+TEST(MemoryBlock, StorageOfMiddleSizeIsKeptForTheNextBlocksOfItsSizeInTheThread) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "sanitizers see every release";
+#endif
+    const void* small = nullptr;
+    const void* large = nullptr;
+    {
+        const mem_cBlock first(middleFrom);
+        const mem_cBlock second(hugeFrom - 1);
+        small = first.Data();
+        large = second.Data();
+    }
+    const FailingNew none(0);
+    const mem_cBlock again(hugeFrom - 1);
+    const mem_cBlock next(middleFrom);
+    EXPECT_EQ(again.Data(), large);
+    EXPECT_EQ(next.Data(), small);
+    EXPECT_THROW(mem_cBlock{middleFrom}, std::bad_alloc) << "handed out twice";
+    EXPECT_THROW(mem_cBlock{2 * middleFrom}, std::bad_alloc) << "of another size";
+    EXPECT_THROW(mem_cBlock{middleFrom - 1}, std::bad_alloc) << "small ones are not kept";
+}
+
+TEST(MemoryBlock, AtMostEightBlocksOfMiddleSizeAreKeptTheNewestOfThem) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "sanitizers see every release";
+#endif
+    forgetStorage();
+    const long live = liveAllocations();
+    for (std::size_t i = 0; i < 12; ++i) {
+        const mem_cBlock block(middleFrom + i * 4096);
+    }
+    EXPECT_EQ(liveAllocations(), live + 8);
+    const FailingNew none(0);
+    for (std::size_t i = 4; i < 12; ++i)
+        EXPECT_NO_THROW(mem_cBlock{middleFrom + i * 4096}) << i;
+    EXPECT_THROW(mem_cBlock{middleFrom + 3 * 4096}, std::bad_alloc);
+}
+
+TEST(MemoryBlock, AtMostSixteenMegabytesOfMiddleSizeAreKept) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "sanitizers see every release";
+#endif
+    forgetStorage();
+    const long live = liveAllocations();
+    for (std::size_t i = 0; i < 6; ++i) {
+        const mem_cBlock block((std::size_t{3} << 20) + i * 4096);
+    }
+    EXPECT_EQ(liveAllocations(), live + 5);
+}
+
+TEST(MemoryBlock, StorageOfMiddleSizeGoesBeforeALargeBlockIsAllocated) {
+    forgetStorage();
+    const long live = liveAllocations();
+    { const mem_cBlock kept(middleFrom); }
+    const mem_cBlock large(hugeFrom);
+    EXPECT_EQ(liveAllocations(), live + 1);
+}
+
+TEST(MemoryBlock, StorageOfMiddleSizeThatAThreadKeptGoesWithIt) {
+    const long live = liveAllocations();
+    std::thread([] { const mem_cBlock kept(middleFrom); }).join();
+    EXPECT_EQ(liveAllocations(), live);
+}
+
 TEST(MemoryBlock, ReusedStorageHoldsWhatIsWrittenNow) {
-    for (const int value : {1, 2, 3})
-        EXPECT_TRUE(holds(filled(hugeFrom + 5, value), hugeFrom + 5, value));
+    for (const std::size_t bytes : {hugeFrom + 5, middleFrom + 5})
+        for (const int value : {1, 2, 3})
+            EXPECT_TRUE(holds(filled(bytes, value), bytes, value));
 }
 
 TEST(MemoryBlock, LargeBlocksOfManySizesAndOrdersStayApart) {
@@ -170,12 +239,16 @@ TEST(MemoryBlock, LargeBlocksOfManySizesAndOrdersStayApart) {
     }
 }
 
-TEST(MemoryBlock, LargeBlocksMayBeReleasedByAnotherThreadAndAfterIt) {
-    mem_cBlock moved;
-    std::thread([&] {
-        const mem_cBlock gone(hugeFrom);
-        moved = filled(hugeFrom, 9);
-    }).join();
-    EXPECT_TRUE(holds(moved, hugeFrom, 9));
-    std::thread([taken = std::move(moved)] { EXPECT_TRUE(holds(taken, hugeFrom, 9)); }).join();
+TEST(MemoryBlock, MayBeReleasedByAnotherThreadAndAfterIt) {
+    for (const std::size_t bytes : {hugeFrom, middleFrom}) {
+        mem_cBlock moved;
+        std::thread([&] {
+            const mem_cBlock gone(bytes);
+            moved = filled(bytes, 9);
+        }).join();
+        EXPECT_TRUE(holds(moved, bytes, 9));
+        std::thread([taken = std::move(moved), bytes] {
+            EXPECT_TRUE(holds(taken, bytes, 9));
+        }).join();
+    }
 }

@@ -386,8 +386,8 @@ TEST(Selection, ByAMaskAndByItsComplementCoverEveryElementOnce) {
 }
 
 TEST(Selection, AllocatesNothingButItsResult) {
-    const darr_c1DArray coarse = lineOf(1, manyElements(1, 9000, 0), {0, 1, 0});
-    const barr_c1DBoolArray condition = maskOf(manyBytes(18000), {0, 0.5, 0});
+    const darr_c1DArray coarse = lineOf(1, manyElements(1, 6000, 0), {0, 1, 0});
+    const barr_c1DBoolArray condition = maskOf(manyBytes(12000), {0, 0.5, 0});
     const auto allocationsOf = [](const auto& call) {
         const long before = allocationCount();
         call();
