@@ -5,9 +5,11 @@
 ///
 /// What follows holds for all transforms.
 ///
-/// **Precision.** Transforms compute in single precision with twiddle factors in double. Every
-/// element type is taken; complex ones become complex float, real ones float in 2D and complex
-/// float in 1D, by the rules of conv_Convert.
+/// **Precision.** Transforms compute in single precision: those of lines and of general complex
+/// images with twiddle factors and products in double, those of real images and of their spectra
+/// with twiddle factors rounded to single precision. Every element type is taken; complex ones
+/// become complex float, real ones float in 2D and complex float in 1D, by the rules of
+/// conv_Convert.
 ///
 /// **Sizes.** Transforms have power-of-two sizes of at least 2. Other arrays are expanded first, by
 /// four_ExpandToPowerOfTwo.

@@ -10,11 +10,11 @@
 namespace dataprocessing::detail {
 
 /// Finds or makes the tables of a transform of `n` values: the roots of unity w[k] = e^(2 pi i k /
-/// m), rounded to single precision. They are kept, by each thread, as far as they belong to
-/// transforms of at most 2^20 values, which takes 8 MB. One at a time in a thread.
+/// m), rounded to single precision. Each thread keeps those of its longest transform, of at most
+/// 2^20 values, which takes 8 MB; after a longer one it keeps none. One at a time in a thread.
 class radix_cRoots {
 public:
-    /// Throws std::bad_alloc, and then the thread has kept what it had, or nothing.
+    /// Throws std::bad_alloc, and then the thread keeps none.
     explicit radix_cRoots(std::size_t n);
     radix_cRoots(const radix_cRoots&) = delete;
     radix_cRoots& operator=(const radix_cRoots&) = delete;

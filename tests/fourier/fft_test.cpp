@@ -1,5 +1,6 @@
 #include <climits>
 #include <cstring>
+#include <map>
 
 #include <gtest/gtest.h>
 
@@ -495,9 +496,9 @@ TEST(RadixTwoFFT, SpreadsInfinitiesAndNaNsAsTheTextbookLoopDoes) {
 
 TEST(RadixTwoFFTnD, HasTheBitsOfTheTextbookLoopAlongEachDimension) {
     const std::vector<std::vector<int>> shapes = {
-        {2},       {2, 2},     {4, 4},    {2, 8},      {8, 2},      {16, 16},   {32, 4},
-        {4, 32},   {64, 64},   {128, 16}, {16, 256},   {512, 32},   {32, 1024}, {2, 4096},
-        {4096, 2}, {256, 256}, {2, 4, 8}, {16, 2, 32}, {4, 4, 4, 4}};
+        {2},       {2, 2},     {4, 4},      {2, 8},    {8, 2},      {16, 16},    {32, 4},
+        {4, 32},   {64, 64},   {128, 16},   {16, 256}, {512, 32},   {32, 1024},  {2, 4096},
+        {4096, 2}, {256, 256}, {2, 131072}, {2, 4, 8}, {16, 2, 32}, {4, 4, 4, 4}};
     for (const std::vector<int>& shape : shapes)
         for (const int sign : {1, -1}) {
             std::size_t count = 1;
@@ -517,8 +518,10 @@ TEST(FftLine, ForwardBitsAreTheTextbookLoopCentredAndMultipliedByTheReciprocal) 
     for (int bits = 1; bits <= 18; ++bits)
         lines.push_back(oracle::someValues(std::size_t{1} << bits, 3));
     for (const std::size_t n : {2U, 16U, 64U, 256U, 1024U}) // with zeros of either sign
-        for (const ComplexFloat& z : {ComplexFloat(0, 0), ComplexFloat(-0.0F, 0),
-                                      ComplexFloat(-0.0F, -1), ComplexFloat(-1, -0.0F)})
+        for (const ComplexFloat& z :
+             {ComplexFloat(0, 0), ComplexFloat(-0.0F, 0), ComplexFloat(-0.0F, -1),
+              ComplexFloat(-1, -0.0F), ComplexFloat(1, -0.0F), ComplexFloat(0, -0.0F),
+              ComplexFloat(-0.0F, -0.0F)})
             lines.emplace_back(n, z);
     for (const std::size_t n : {2U, 16U, 64U, 256U, 1024U}) { // with -0 - i in the spectrum
         lines.emplace_back(n, ComplexFloat(-0.0F, 0));
@@ -710,6 +713,54 @@ TEST(FftImage, OfLargerRealsFollowsTheLineTransforms) {
         EXPECT_LE(distance(exactOf(image), oracle::scaled(x, 2 / count)),
                   allowed * 2 / static_cast<double>(count))
             << w << " x " << h;
+    }
+}
+
+/// The spectrum of a tone is nearly all in few elements, so its errors are far beyond its root mean
+/// square in them. `expected` has what is not zero.
+template<class Array>
+void expectTone(const Array& spectrum, const std::map<std::size_t, Exact>& expected) {
+    const std::vector<Exact> found = exactOf(spectrum);
+    const double count = static_cast<double>(found.size());
+    const double largest = static_cast<double>(std::abs(expected.begin()->second));
+    long double squares = 0;
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        const auto at = expected.find(i);
+        const long double error = std::abs(at == expected.end() ? found[i] : found[i] - at->second);
+        ASSERT_LE(error, oracle::tolerance(found.size(), largest)) << i << " of " << count;
+        squares += error * error;
+    }
+    constexpr double epsilon = std::numeric_limits<float>::epsilon();
+    const double rootMeanSquare = largest * std::sqrt(static_cast<double>(expected.size()) / count);
+    EXPECT_LE(std::sqrt(static_cast<double>(squares) / count), 2 * epsilon * rootMeanSquare)
+        << count;
+}
+
+TEST(FftLine, OfAToneHasErrorsOfItsLargestElement) {
+    for (const std::size_t n : {1024U, 65536U, 262144U}) {
+        const std::size_t f = n / 5;
+        const std::vector<Exact> roots = oracle::roots(n, 1);
+        std::vector<float> values;
+        for (std::size_t k = 0; k < n; ++k)
+            values.push_back(static_cast<float>(roots[f * k % n].real()));
+        const long double half = static_cast<long double>(n) / 2;
+        expectTone(four_IFFT(lineOf(values)), {{f, half}, {n - f, half}});
+    }
+}
+
+TEST(FftImage, OfAToneHasErrorsOfItsLargestElement) {
+    const std::size_t sizes[][2] = {{512, 512}, {1024, 64}, {64, 1024}};
+    for (const auto& [w, h] : sizes) {
+        const std::size_t u = w / 5;
+        const std::size_t v = h / 7;
+        const std::vector<Exact> x = oracle::roots(w, 1);
+        const std::vector<Exact> y = oracle::roots(h, 1);
+        std::vector<float> values;
+        for (std::size_t i = 0; i < w * h; ++i)
+            values.push_back(static_cast<float>((x[u * (i % w) % w] * y[v * (i / w) % h]).real()));
+        const long double half = static_cast<long double>(w * h) / 2;
+        expectTone(four_IFFT(imageOf(static_cast<int>(w), static_cast<int>(h), values)),
+                   {{(h / 2 + v) * w + w / 2 + u, half}, {(h / 2 - v) * w + w / 2 - u, half}});
     }
 }
 

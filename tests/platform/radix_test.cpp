@@ -7,7 +7,9 @@
 
 #include "tests/fourier/fft_oracle.h"
 
+using dataprocessing::detail::radix_Centred;
 using dataprocessing::detail::radix_Columns;
+using dataprocessing::detail::radix_Line;
 using dataprocessing::detail::radix_Rows;
 using dataprocessing::detail::radix_SingleProducts;
 
@@ -38,6 +40,56 @@ TEST(RadixSingleProducts, HaveTheBitsOfThePlainLoopInRows) {
             radix_Rows(image.data(), step, n, count, sign, radix_SingleProducts);
             EXPECT_TRUE(isSameBits(image, expected)) << n << " " << sign;
         }
+}
+
+TEST(RadixSingleProducts, HaveTheBitsOfThePlainLoopInVeryLongRows) {
+    const std::size_t n = at(17);
+    std::vector<ComplexFloat> image = oracle::someValues(2 * n, 3);
+    std::vector<ComplexFloat> expected;
+    for (const std::size_t begin : {std::size_t{0}, n}) {
+        const auto from = image.begin() + static_cast<std::ptrdiff_t>(begin);
+        std::vector<ComplexFloat> line(from, from + static_cast<std::ptrdiff_t>(n));
+        oracle::singlePrecision(line, 1);
+        expected.insert(expected.end(), line.begin(), line.end());
+    }
+    radix_Rows(image.data(), n, n, 2, 1, radix_SingleProducts);
+    EXPECT_TRUE(isSameBits(image, expected));
+}
+
+TEST(RadixSingleProducts, HaveTheBitsOfThePlainLoopForConstantsWithZerosOfEitherSign) {
+    const float parts[] = {0.0F, -0.0F, 1.0F, -1.0F};
+    for (const int bits : sizes)
+        for (const int sign : {1, -1})
+            for (const float re : parts)
+                for (const float im : parts) {
+                    std::vector<ComplexFloat> values(at(bits), ComplexFloat(re, im));
+                    std::vector<ComplexFloat> expected = values;
+                    oracle::singlePrecision(expected, sign);
+                    radix_Rows(values.data(), at(bits), at(bits), 1, sign, radix_SingleProducts);
+                    EXPECT_TRUE(isSameBits(values, expected))
+                        << at(bits) << " " << sign << " " << re << " " << im;
+                }
+}
+
+TEST(RadixLine, CentredIsTheLoopShiftedAndMultipliedByTheReciprocalInBothDirections) {
+    for (const int bits : {1, 4, 8, 12, 17})
+        for (const int sign : {1, -1})
+            for (const ComplexFloat& z : {ComplexFloat(-0.0F, -0.0F), ComplexFloat(1, -0.0F),
+                                          ComplexFloat(-0.0F, 1), ComplexFloat(-2, 3)}) {
+                const std::size_t n = at(bits);
+                const std::vector<ComplexFloat> source(n, z);
+                std::vector<ComplexFloat> found(n);
+                radix_Line(source.data(), found.data(), n, sign, radix_Centred);
+                std::vector<ComplexFloat> expected = source;
+                oracle::textbook(expected, sign);
+                const float s = 1.0F / static_cast<float>(n);
+                for (std::size_t f = 0; f < n; ++f) {
+                    const ComplexFloat& x = expected[f];
+                    const ComplexFloat scaled(x.re * s - x.im * 0.0F, x.re * 0.0F + x.im * s);
+                    ASSERT_TRUE(isSameElement(found[(f + n / 2) % n], scaled))
+                        << n << " " << sign << " " << z << " " << f;
+                }
+            }
 }
 
 TEST(RadixSingleProducts, HaveTheBitsOfThePlainLoopInColumns) {

@@ -8,11 +8,15 @@
 #include <gtest/gtest.h>
 
 #include "dataprocessing/platform/memory.h"
+#include "dataprocessing/platform/radix.h"
 #include "tests/failing_new.h"
+#include "tests/support/elements.h"
 
 using dataprocessing::detail::mem_cBlock;
 using dataprocessing::detail::radix_cTwiddles;
 using dataprocessing::detail::radix_FindWalk;
+using dataprocessing::detail::radix_Line;
+using dataprocessing::detail::radix_Natural;
 using dataprocessing::detail::radix_sPass;
 using dataprocessing::detail::radix_sWalk;
 
@@ -83,5 +87,17 @@ TEST(RadixWalk, TakesNoMemory) {
     std::thread([] {
         const FailingNew none(0);
         EXPECT_NO_THROW(radix_FindWalk(std::size_t{1} << 17));
+    }).join();
+}
+
+TEST(RadixWalk, SparesALongLineTheTablesOfItsLastPasses) {
+    std::thread([] {
+        constexpr std::size_t n = std::size_t{1} << 17;
+        std::vector<ComplexFloat> line(n);
+        radix_Line(line.data(), line.data(), n, 1, radix_Natural);
+        mem_cBlock{std::size_t{5} << 20}; // so that nothing released is found again
+        const FailingNew none(0);
+        EXPECT_NO_THROW(radix_cTwiddles{n / 16});
+        EXPECT_THROW(radix_cTwiddles{n / 8}, std::bad_alloc);
     }).join();
 }
