@@ -18,6 +18,15 @@ namespace {
 constexpr std::size_t hugeFrom = std::size_t{4} << 20;
 constexpr std::size_t middleFrom = std::size_t{128} << 10;
 
+/// Then no storage is kept.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool isSanitized = true;
+#elif defined(__has_feature)
+constexpr bool isSanitized = __has_feature(address_sanitizer);
+#else
+constexpr bool isSanitized = false;
+#endif
+
 /// What takes the place of large and middle storage that the thread still keeps.
 void forgetStorage() { mem_cBlock{(std::size_t{256} << 20) + 1}; }
 
@@ -119,9 +128,8 @@ TEST(MemoryBlock, RequestBeyondTheAddressSpaceThrowsBadAlloc) {
 }
 
 TEST(MemoryBlock, LargeStorageIsKeptForTheNextBlockOfItsSizeInTheThread) {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "sanitizers see every release";
-#endif
+    if (isSanitized)
+        GTEST_SKIP() << "sanitizers see every release";
     const void* storage = mem_cBlock(hugeFrom).Data();
     {
         const mem_cBlock next(hugeFrom);
@@ -132,9 +140,8 @@ TEST(MemoryBlock, LargeStorageIsKeptForTheNextBlockOfItsSizeInTheThread) {
 }
 
 TEST(MemoryBlock, VeryLargeStorageGoesAtOnceAndLeavesWhatIsKept) {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "sanitizers see every release";
-#endif
+    if (isSanitized)
+        GTEST_SKIP() << "sanitizers see every release";
     mem_cBlock veryLarge((std::size_t{256} << 20) + 1);
     { const mem_cBlock kept(hugeFrom); }
     veryLarge = mem_cBlock();
@@ -156,9 +163,8 @@ TEST(MemoryBlock, LargeStorageThatAThreadKeptGoesWithIt) {
 }
 
 TEST(MemoryBlock, StorageOfMiddleSizeIsKeptForTheNextBlocksOfItsSizeInTheThread) {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "sanitizers see every release";
-#endif
+    if (isSanitized)
+        GTEST_SKIP() << "sanitizers see every release";
     const void* small = nullptr;
     const void* large = nullptr;
     {
@@ -178,9 +184,8 @@ TEST(MemoryBlock, StorageOfMiddleSizeIsKeptForTheNextBlocksOfItsSizeInTheThread)
 }
 
 TEST(MemoryBlock, AtMostEightBlocksOfMiddleSizeAreKeptTheNewestOfThem) {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "sanitizers see every release";
-#endif
+    if (isSanitized)
+        GTEST_SKIP() << "sanitizers see every release";
     forgetStorage();
     const long live = liveAllocations();
     for (std::size_t i = 0; i < 12; ++i) {
@@ -194,9 +199,8 @@ TEST(MemoryBlock, AtMostEightBlocksOfMiddleSizeAreKeptTheNewestOfThem) {
 }
 
 TEST(MemoryBlock, AtMostSixteenMegabytesOfMiddleSizeAreKept) {
-#if defined(__SANITIZE_ADDRESS__)
-    GTEST_SKIP() << "sanitizers see every release";
-#endif
+    if (isSanitized)
+        GTEST_SKIP() << "sanitizers see every release";
     forgetStorage();
     const long live = liveAllocations();
     for (std::size_t i = 0; i < 6; ++i) {
