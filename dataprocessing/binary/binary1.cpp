@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "dataprocessing/binary/algn.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/binary/binary1_kernels.h"
 #include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/operand/algn.h"
 #include "dataprocessing/unary/scandata.h"
 #include "dataprocessing/unary/scandata_kernels.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
 using namespace dataprocessing::detail;

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "dataprocessing/platform/arit.h"
-#include "dataprocessing/platform/ipl.h"
+#include "dataprocessing/kernels/arit.h"
+#include "dataprocessing/kernels/ipl.h"
 #include "dataprocessing/valuemodel/view_source.h"
 
 namespace dataprocessing::detail {

@@ -6,9 +6,9 @@
 
 #include <cstddef>
 
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/binary/bnry_operation.h"
 #include "dataprocessing/platform/level.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 #include "dataprocessing/valuemodel/view.h"
 
 namespace dataprocessing::detail {

@@ -1,6 +1,6 @@
-#include "dataprocessing/binary/algn.h"
 #include "dataprocessing/binary/binary2_kernels.h"
 #include "dataprocessing/binary/bnry_comp.h"
+#include "dataprocessing/operand/algn.h"
 #include "dataprocessing/valuemodel/barr_make.h"
 #include "dataprocessing/valuemodel/view_source.h"
 

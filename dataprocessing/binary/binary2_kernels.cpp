@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <utility>
 
-#include "dataprocessing/binary/algn.h"
+#include "dataprocessing/base/comp.h"
+#include "dataprocessing/base/dtyp_visit.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/binary/bnry_comp.h"
+#include "dataprocessing/operand/algn.h"
 #include "dataprocessing/platform/prefetch.h"
-#include "dataprocessing/valuemodel/comp.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/dtyp_visit.h"
-#include "dataprocessing/valuemodel/expt.h"
 
 namespace dataprocessing::detail {
 

@@ -6,11 +6,11 @@
 
 #include <cstddef>
 
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/binary/bnry_operation.h"
 #include "dataprocessing/platform/level.h"
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/darr.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 #include "dataprocessing/valuemodel/view_source.h"
 
 namespace dataprocessing::detail {

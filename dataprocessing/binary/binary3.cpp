@@ -1,9 +1,9 @@
 #include <cstddef>
 
-#include "dataprocessing/binary/algn.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/binary/bnry_bool.h"
+#include "dataprocessing/operand/algn.h"
 #include "dataprocessing/valuemodel/barr_make.h"
-#include "dataprocessing/valuemodel/expt.h"
 
 #define LEVEL_KERNELS "dataprocessing/binary/binary3_kernels.inc"
 #include "dataprocessing/platform/level_each.h"

@@ -37,11 +37,11 @@
 /// the index error. Arrays that differ in size even when aligned: the size error. What
 /// resc_Rescale and Selection refuse passes through.
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/pnum.h"
-#include "dataprocessing/valuemodel/type.h"
 
 /// The comparisons.
 enum bnry_eCompBinaryOperation : int {

@@ -6,12 +6,12 @@
 #include <memory>
 #include <vector>
 
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/clct.h"
+#include "dataprocessing/base/hndl.h"
 #include "dataprocessing/dataprocessing_export.h"
-#include "dataprocessing/valuemodel/arr.h"
-#include "dataprocessing/valuemodel/clct.h"
+#include "dataprocessing/exchange/mesg.h"
 #include "dataprocessing/valuemodel/darr.h"
-#include "dataprocessing/valuemodel/hndl.h"
-#include "dataprocessing/valuemodel/mesg.h"
 #include "dataprocessing/valuemodel/rnge.h"
 
 /// A set of ranges that listens to each of them and tells its own receivers when anything about

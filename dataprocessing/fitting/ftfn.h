@@ -3,13 +3,13 @@
 /// @file
 /// The base of all fitted curves.
 
+#include "dataprocessing/base/arr.h"
 #include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/exchange/mesg.h"
+#include "dataprocessing/exchange/tgio.h"
 #include "dataprocessing/fitting/dasl.h"
-#include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/cal.h"
 #include "dataprocessing/valuemodel/darr.h"
-#include "dataprocessing/valuemodel/mesg.h"
-#include "dataprocessing/valuemodel/tgio.h"
 
 /// A curve that is fitted to what a selection takes of a calibrated 1D array.
 ///

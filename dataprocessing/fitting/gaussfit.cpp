@@ -3,9 +3,9 @@
 #include <limits>
 #include <vector>
 
+#include "dataprocessing/algebra/mrqm.h"
 #include "dataprocessing/fitting/gsft.h"
 #include "dataprocessing/fitting/gsft_deviations.h"
-#include "dataprocessing/fitting/mrqm.h"
 
 using namespace dataprocessing::detail;
 

@@ -6,14 +6,14 @@
 #include <span>
 #include <vector>
 
+#include "dataprocessing/algebra/rcps_exception.h"
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/base/hndl.h"
+#include "dataprocessing/base/list.h"
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/fitting/ftfn.h"
-#include "dataprocessing/fitting/rcps_exception.h"
 #include "dataprocessing/valuemodel/cal.h"
-#include "dataprocessing/valuemodel/expt.h"
-#include "dataprocessing/valuemodel/hndl.h"
-#include "dataprocessing/valuemodel/list.h"
-#include "dataprocessing/valuemodel/type.h"
 
 /// A fit has failed for the data that it was given: a reference peak without amplitude, a
 /// resolution law that has no value, no convergence.

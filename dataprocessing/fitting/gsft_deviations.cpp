@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <limits>
 
-#include "dataprocessing/valuemodel/type.h"
+#include "dataprocessing/base/type.h"
 
 namespace dataprocessing::detail {
 

@@ -4,12 +4,12 @@
 #include <cstddef>
 #include <functional>
 
+#include "dataprocessing/algebra/rcps.h"
+#include "dataprocessing/algebra/rcps_triangle.h"
+#include "dataprocessing/algebra/rcps_work.h"
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/fitting/plft.h"
-#include "dataprocessing/fitting/rcps.h"
-#include "dataprocessing/fitting/rcps_triangle.h"
-#include "dataprocessing/fitting/rcps_work.h"
-#include "dataprocessing/valuemodel/expt.h"
-#include "dataprocessing/valuemodel/type.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include <cmath>
 #include <utility>
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/fitting/pwft.h"
 #include "dataprocessing/valuemodel/resc.h"
-#include "dataprocessing/valuemodel/type.h"
 
 pwft_cPowerLawFittingFunction::pwft_cPowerLawFittingFunction(int order,
                                                              dasl_c1DDataArraySelection& selection)

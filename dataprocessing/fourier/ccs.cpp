@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "dataprocessing/platform/nsp.h"
+#include "dataprocessing/kernels/nsp.h"
 
 namespace dataprocessing::detail {
 

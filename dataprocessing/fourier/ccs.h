@@ -3,7 +3,7 @@
 /// @file
 /// The packed spectrum of a real image (see ipl_fft.h) and the full, centred one.
 
-#include "dataprocessing/valuemodel/comp.h"
+#include "dataprocessing/base/comp.h"
 
 namespace dataprocessing::detail {
 

@@ -5,13 +5,13 @@
 #include <type_traits>
 #include <utility>
 
+#include "dataprocessing/base/arr.h"
 #include "dataprocessing/fourier/ccs.h"
 #include "dataprocessing/fourier/fft_kernels.h"
 #include "dataprocessing/fourier/four.h"
-#include "dataprocessing/platform/ipl_fft.h"
-#include "dataprocessing/platform/radix.h"
+#include "dataprocessing/kernels/ipl_fft.h"
+#include "dataprocessing/kernels/radix.h"
 #include "dataprocessing/reduce/stat.h"
-#include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/conv.h"
 #include "dataprocessing/valuemodel/view_make.h"
 

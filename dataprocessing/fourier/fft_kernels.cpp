@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "dataprocessing/platform/radix.h"
+#include "dataprocessing/kernels/radix.h"
 
 namespace dataprocessing::detail {
 

@@ -5,7 +5,7 @@
 
 #include <span>
 
-#include "dataprocessing/valuemodel/comp.h"
+#include "dataprocessing/base/comp.h"
 
 namespace dataprocessing::detail {
 

@@ -1,12 +1,12 @@
 #include <cmath>
 #include <limits>
 
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/base/linalg.h"
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/geometry/warp.h"
 #include "dataprocessing/geometry/warp_kernels.h"
-#include "dataprocessing/platform/linalg.h"
-#include "dataprocessing/valuemodel/arr.h"
-#include "dataprocessing/valuemodel/expt.h"
-#include "dataprocessing/valuemodel/type.h"
 
 using namespace dataprocessing::detail;
 

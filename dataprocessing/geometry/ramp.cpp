@@ -3,8 +3,8 @@
 #include <cmath>
 #include <limits>
 
-#include "dataprocessing/valuemodel/arr.h"
-#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/expt.h"
 
 namespace {
 

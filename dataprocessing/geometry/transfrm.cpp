@@ -1,8 +1,8 @@
 #include <cmath>
 
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/exchange/obty.h"
 #include "dataprocessing/geometry/trns.h"
-#include "dataprocessing/valuemodel/expt.h"
-#include "dataprocessing/valuemodel/obty.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 /// Linear coordinate transformations between a base space and derived ones.
 
 #include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/exchange/tgio.h"
 #include "dataprocessing/valuemodel/pos.h"
 #include "dataprocessing/valuemodel/rnge.h"
-#include "dataprocessing/valuemodel/tgio.h"
 
 /// The linear map of one axis from a base space to a derived one: derived = base x scale + offset.
 ///

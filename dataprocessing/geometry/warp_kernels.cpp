@@ -5,7 +5,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "dataprocessing/valuemodel/dtyp_visit.h"
+#include "dataprocessing/base/dtyp_visit.h"
 
 namespace dataprocessing::detail {
 

@@ -3,9 +3,9 @@
 /// @file
 /// Nearest-neighbour sampling of an image along an affine map of element indices.
 
+#include "dataprocessing/base/dtyp.h"
+#include "dataprocessing/base/linalg.h"
 #include "dataprocessing/platform/level.h"
-#include "dataprocessing/platform/linalg.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 
 namespace dataprocessing::detail {
 

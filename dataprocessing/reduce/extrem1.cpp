@@ -1,10 +1,10 @@
 #include <algorithm>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/reduce/extr.h"
 #include "dataprocessing/reduce/extrem1_kernels.h"
 #include "dataprocessing/unary/ternary.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "dataprocessing/valuemodel/view.h"
 
 namespace dataprocessing::detail {

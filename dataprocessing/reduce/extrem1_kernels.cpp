@@ -3,7 +3,7 @@
 #include <cstring>
 #include <type_traits>
 
-#include "dataprocessing/valuemodel/dtyp_visit.h"
+#include "dataprocessing/base/dtyp_visit.h"
 
 #define LEVEL_KERNELS "dataprocessing/reduce/extrem1_kernels.inc"
 #include "dataprocessing/platform/level_each.h"

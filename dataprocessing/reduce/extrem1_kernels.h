@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "dataprocessing/valuemodel/dtyp.h"
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/valuemodel/pnum.h"
 
 namespace dataprocessing::detail {

@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <type_traits>
 
+#include "dataprocessing/base/dtyp_visit.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/dtyp_visit.h"
-#include "dataprocessing/valuemodel/expt.h"
 
 #define LEVEL_KERNELS "dataprocessing/reduce/statist_kernels.inc"
 #include "dataprocessing/platform/level_each.h"

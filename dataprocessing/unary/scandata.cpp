@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/unary/scandata_kernels.h"
-#include "dataprocessing/valuemodel/expt.h"
 
 #define LEVEL_KERNELS "dataprocessing/unary/scandata_kernels.inc"
 #include "dataprocessing/platform/level_each.h"

@@ -4,10 +4,10 @@
 /// Domain scans: does any element of a number or an array have a property that an operation cannot
 /// take?
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/pnum.h"
-#include "dataprocessing/valuemodel/type.h"
 
 /// @name Domain scans
 /// Each answers true when at least one element of its operand has the property. All elements are

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "dataprocessing/valuemodel/dtyp.h"
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/valuemodel/view.h"
 
 namespace dataprocessing::detail {

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "dataprocessing/binary/algn.h"
 #include "dataprocessing/binary/binary2_kernels.h"
 #include "dataprocessing/binary/bnry_comp.h"
-#include "dataprocessing/platform/arit.h"
+#include "dataprocessing/kernels/arit.h"
+#include "dataprocessing/operand/algn.h"
 #include "dataprocessing/unary/ternary_kernels.h"
 #include "dataprocessing/valuemodel/barr_make.h"
 #include "dataprocessing/valuemodel/conv_check.h"

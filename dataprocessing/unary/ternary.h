@@ -7,11 +7,11 @@
 /// values' types (dtyp_Max), to which both are converted by the rules of conv_Convert. The chosen
 /// elements are taken over bit for bit: NaNs, signed zeros and all.
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/pnum.h"
-#include "dataprocessing/valuemodel/type.h"
 
 // clang-format off
 

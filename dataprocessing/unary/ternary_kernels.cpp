@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/platform/prefetch.h"
-#include "dataprocessing/valuemodel/expt.h"
 
 namespace dataprocessing::detail {
 

@@ -3,8 +3,8 @@
 /// @file
 /// The selection between stored elements.
 
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/platform/level.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 
 namespace dataprocessing::detail {
 

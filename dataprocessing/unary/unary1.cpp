@@ -2,11 +2,11 @@
 #include <cmath>
 #include <optional>
 
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/kernels/conv_kernels.h"
 #include "dataprocessing/unary/scandata_kernels.h"
 #include "dataprocessing/unary/unry.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/conv_kernels.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "dataprocessing/valuemodel/view_make.h"
 #include "dataprocessing/valuemodel/view_source.h"
 

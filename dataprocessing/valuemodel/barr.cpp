@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/base/arr.h"
 #include "dataprocessing/valuemodel/barr_make.h"
 
 using namespace dataprocessing::detail;

@@ -3,11 +3,11 @@
 /// @file
 /// Boolean arrays: masks with a calibrated extent.
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/platform/memory.h"
 #include "dataprocessing/valuemodel/cal.h"
 #include "dataprocessing/valuemodel/rnge.h"
-#include "dataprocessing/valuemodel/type.h"
 
 namespace dataprocessing::detail {
 

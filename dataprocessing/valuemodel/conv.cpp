@@ -1,9 +1,9 @@
 #include "dataprocessing/valuemodel/conv.h"
 
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/kernels/conv_kernels.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/conv_kernels.h"
 #include "dataprocessing/valuemodel/darr.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "dataprocessing/valuemodel/parr.h"
 #include "dataprocessing/valuemodel/pnum.h"
 

@@ -3,8 +3,8 @@
 /// @file
 /// Conversion of values between the ten element types.
 
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/dataprocessing_export.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 
 class pnum_cNumber;
 class parr_c1DNumberArray;

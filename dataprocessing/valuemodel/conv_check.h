@@ -3,8 +3,8 @@
 /// @file
 /// What a conversion refuses.
 
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/valuemodel/conv.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 
 namespace dataprocessing::detail {
 

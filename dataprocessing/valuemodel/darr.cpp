@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
 using namespace dataprocessing::detail;

@@ -7,8 +7,8 @@
 #include <span>
 #include <utility>
 
+#include "dataprocessing/base/arr.h"
 #include "dataprocessing/dataprocessing_export.h"
-#include "dataprocessing/valuemodel/arr.h"
 #include "dataprocessing/valuemodel/cal.h"
 #include "dataprocessing/valuemodel/parr.h"
 #include "dataprocessing/valuemodel/rnge.h"

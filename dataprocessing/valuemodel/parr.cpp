@@ -4,12 +4,12 @@
 #include <ostream>
 #include <utility>
 
-#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/dtyp_print.h"
+#include "dataprocessing/base/dtyp_visit.h"
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/kernels/conv_kernels.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/conv_kernels.h"
-#include "dataprocessing/valuemodel/dtyp_print.h"
-#include "dataprocessing/valuemodel/dtyp_visit.h"
-#include "dataprocessing/valuemodel/expt.h"
 
 using namespace dataprocessing::detail;
 

@@ -7,9 +7,9 @@
 #include <span>
 #include <type_traits>
 
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/platform/memory.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 #include "dataprocessing/valuemodel/pnum.h"
 
 /// What the 1D and the 2D number arrays share: a type, a number of elements and their storage.

@@ -4,9 +4,9 @@
 #include <ostream>
 #include <type_traits>
 
+#include "dataprocessing/base/dtyp_print.h"
+#include "dataprocessing/kernels/conv_kernels.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/conv_kernels.h"
-#include "dataprocessing/valuemodel/dtyp_print.h"
 
 using namespace dataprocessing::detail;
 

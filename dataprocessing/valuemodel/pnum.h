@@ -6,9 +6,9 @@
 #include <concepts>
 #include <iosfwd>
 
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/conv.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 
 /// A number of one of the ten element types, chosen at run time. It holds its element in place.
 ///

@@ -5,8 +5,8 @@
 #include <limits>
 #include <ostream>
 
-#include "dataprocessing/valuemodel/arr.h"
-#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/expt.h"
 
 namespace dataprocessing::detail {
 

@@ -5,10 +5,10 @@
 
 #include <iosfwd>
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/exchange/mesg.h"
 #include "dataprocessing/valuemodel/cal.h"
-#include "dataprocessing/valuemodel/mesg.h"
-#include "dataprocessing/valuemodel/type.h"
 
 /// How the ends of a calibrated range become element indices, from the real-valued index p of each.
 /// The result is half open: from the index of the start up to but without that of the end. Except

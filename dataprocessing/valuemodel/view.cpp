@@ -5,9 +5,9 @@
 #include <cstring>
 #include <limits>
 
-#include "dataprocessing/valuemodel/arr.h"
-#include "dataprocessing/valuemodel/conv_kernels.h"
-#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/kernels/conv_kernels.h"
 
 namespace dataprocessing::detail {
 

@@ -7,9 +7,9 @@
 #include <cmath>
 #include <cstddef>
 
+#include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/valuemodel/cal.h"
 #include "dataprocessing/valuemodel/conv.h"
-#include "dataprocessing/valuemodel/dtyp.h"
 
 namespace dataprocessing::detail {
 

@@ -8,7 +8,7 @@
 #include <limits>
 #include <sstream>
 
-#include "dataprocessing/valuemodel/comp.h"
+#include "dataprocessing/base/comp.h"
 
 namespace oracle {
 

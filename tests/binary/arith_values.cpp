@@ -5,7 +5,7 @@
 #include <limits>
 #include <sstream>
 
-#include "dataprocessing/valuemodel/dtyp_visit.h"
+#include "dataprocessing/base/dtyp_visit.h"
 
 namespace oracle {
 

@@ -5,9 +5,9 @@
 #include <random>
 #include <string>
 
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/binary/bnry.h"
-#include "dataprocessing/valuemodel/arr.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "tests/binary/arith_oracle.h"
 
 namespace oracle {

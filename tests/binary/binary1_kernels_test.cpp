@@ -9,10 +9,10 @@
 
 #include <gtest/gtest.h>
 
+#include "dataprocessing/base/comp.h"
+#include "dataprocessing/base/dtyp_visit.h"
 #include "dataprocessing/binary/bnry.h"
-#include "dataprocessing/valuemodel/comp.h"
-#include "dataprocessing/valuemodel/conv_kernels.h"
-#include "dataprocessing/valuemodel/dtyp_visit.h"
+#include "dataprocessing/kernels/conv_kernels.h"
 
 using namespace dataprocessing::detail;
 

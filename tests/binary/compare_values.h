@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/darr.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "dataprocessing/valuemodel/pnum.h"
 
 namespace compare {

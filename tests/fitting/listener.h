@@ -5,7 +5,7 @@
 #include <functional>
 #include <vector>
 
-#include "dataprocessing/valuemodel/mesg.h"
+#include "dataprocessing/exchange/mesg.h"
 
 class Listener final : public mesg_cReceiver {
 public:

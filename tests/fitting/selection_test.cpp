@@ -12,8 +12,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/fitting/dasl.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "tests/failing_new.h"
 #include "tests/fitting/listener.h"
 

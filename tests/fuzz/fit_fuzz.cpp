@@ -5,7 +5,7 @@
 #include <new>
 #include <vector>
 
-#include "dataprocessing/fitting/eqns.h"
+#include "dataprocessing/algebra/eqns.h"
 #include "dataprocessing/fitting/gsft.h"
 #include "dataprocessing/fitting/pwft.h"
 #include "tests/binary/arith_values.h"

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "tests/valuemodel/tgio_sample.h"
+#include "tests/exchange/tgio_sample.h"
 
 template<class Form, class Writer>
 std::string writtenSample(const cSample& sample) {

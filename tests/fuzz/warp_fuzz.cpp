@@ -3,9 +3,9 @@
 #include <cstring>
 #include <new>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/geometry/proj.h"
 #include "dataprocessing/geometry/warp.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "tests/failing_new.h"
 #include "tests/fuzz/input.h"
 

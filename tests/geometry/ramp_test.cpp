@@ -4,8 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/geometry/ramp.h"
-#include "dataprocessing/valuemodel/type.h"
 #include "tests/support/elements.h"
 
 namespace {

@@ -12,9 +12,9 @@
 
 #include <gtest/gtest.h>
 
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/exchange/obty.h"
 #include "dataprocessing/geometry/trns.h"
-#include "dataprocessing/valuemodel/expt.h"
-#include "dataprocessing/valuemodel/obty.h"
 #include "tests/support/elements.h"
 
 namespace {

@@ -14,8 +14,8 @@
 
 #include <gtest/gtest.h>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/geometry/warp_kernels.h"
-#include "dataprocessing/valuemodel/expt.h"
 #include "tests/failing_new.h"
 #include "tests/support/elements.h"
 

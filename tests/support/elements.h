@@ -11,9 +11,9 @@
 #include <type_traits>
 #include <vector>
 
-#include "dataprocessing/valuemodel/comp.h"
-#include "dataprocessing/valuemodel/dtyp.h"
-#include "dataprocessing/valuemodel/expt.h"
+#include "dataprocessing/base/comp.h"
+#include "dataprocessing/base/dtyp.h"
+#include "dataprocessing/base/expt.h"
 
 using ComplexFloat = comp_cComplex<float>;
 using ComplexDouble = comp_cComplex<double>;

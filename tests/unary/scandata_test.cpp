@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/unary/scandata_kernels.h"
-#include "dataprocessing/valuemodel/expt.h"
 
 namespace {
 

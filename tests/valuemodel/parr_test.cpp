@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/base/arr.h"
 #include "tests/failing_new.h"
 #include "tests/support/elements.h"
 

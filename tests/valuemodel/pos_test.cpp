@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "dataprocessing/valuemodel/type.h"
+#include "dataprocessing/base/type.h"
 
 TEST(Position, HoldsItsCoordinates) {
     EXPECT_EQ(pos_c1DPosition().Value(), 0);

@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "dataprocessing/valuemodel/arr.h"
+#include "dataprocessing/base/arr.h"
 #include "tests/support/arrays.h"
 #include "tests/support/elements.h"
 

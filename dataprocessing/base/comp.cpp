@@ -1,0 +1,84 @@
+#include "dataprocessing/base/comp.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <ostream>
+
+namespace {
+
+/// (p + q r) / d where r = s / t; the form that keeps its accuracy when r has vanished.
+double smithPart(double p, double q, double r, double s, double t, double d) {
+    if (r != 0) {
+        const double qr = q * r;
+        return qr != 0 ? (p + qr) / d : p / d + (q / d) * r;
+    }
+    return (p + s * (q / t)) / d;
+}
+
+} // namespace
+
+comp_cComplex<float> comp_Divide(const comp_cComplex<float>& a,
+                                 const comp_cComplex<float>& b) noexcept {
+    const double ar = a.re, ai = a.im, br = b.re, bi = b.im;
+    const double d = br * br + bi * bi;
+    return {static_cast<float>((ar * br + ai * bi) / d),
+            static_cast<float>((ai * br - ar * bi) / d)};
+}
+
+comp_cComplex<double> comp_Divide(const comp_cComplex<double>& a,
+                                  const comp_cComplex<double>& b) noexcept {
+    using limits = std::numeric_limits<double>;
+    constexpr double large = limits::max() / 2;
+    constexpr double small = 2 * limits::min() / limits::epsilon();
+    constexpr double lift = 0x1p106;
+
+    comp_cComplex<double> x = a, y = b;
+    double scale = 1;
+    const double xMax = std::max(std::fabs(x.re), std::fabs(x.im));
+    const double yMax = std::max(std::fabs(y.re), std::fabs(y.im));
+    if (xMax >= large) {
+        x = {x.re / 2, x.im / 2};
+        scale *= 2;
+    } else if (xMax <= small) {
+        x = {x.re * lift, x.im * lift};
+        scale /= lift;
+    }
+    if (yMax >= large) {
+        y = {y.re / 2, y.im / 2};
+        scale /= 2;
+    } else if (yMax <= small) {
+        y = {y.re * lift, y.im * lift};
+        scale *= lift;
+    }
+
+    comp_cComplex<double> quotient;
+    if (std::fabs(y.im) <= std::fabs(y.re)) {
+        const double r = y.im / y.re;
+        const double d = y.re + y.im * r;
+        quotient = {smithPart(x.re, x.im, r, y.im, y.re, d),
+                    smithPart(x.im, -x.re, r, y.im, y.re, d)};
+    } else {
+        const double r = y.re / y.im;
+        const double d = y.re * r + y.im;
+        quotient = {smithPart(x.im, x.re, r, y.re, y.im, d),
+                    -smithPart(x.re, -x.im, r, y.re, y.im, d)};
+    }
+    return {quotient.re * scale, quotient.im * scale};
+}
+
+namespace {
+
+template<class T>
+std::ostream& print(std::ostream& stream, const comp_cComplex<T>& z) {
+    return stream << '(' << z.re << ',' << z.im << ')';
+}
+
+} // namespace
+
+std::ostream& operator<<(std::ostream& stream, const comp_cComplex<float>& z) {
+    return print(stream, z);
+}
+std::ostream& operator<<(std::ostream& stream, const comp_cComplex<double>& z) {
+    return print(stream, z);
+}

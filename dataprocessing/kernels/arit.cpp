@@ -1,0 +1,170 @@
+#include "dataprocessing/kernels/arit.h"
+
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <type_traits>
+#include <utility>
+
+#include "dataprocessing/base/comp.h"
+#include "dataprocessing/base/dtyp_visit.h"
+
+#if DATAPROCESSING_LEVELS
+    #include <immintrin.h>
+#endif
+
+namespace dataprocessing::detail {
+
+namespace {
+
+template<class T>
+constexpr bool arit_complex = false;
+template<class T>
+constexpr bool arit_complex<comp_cComplex<T>> = true;
+
+template<class T>
+struct arit_sPart;
+template<class T>
+struct arit_sPart<comp_cComplex<T>> {
+    using type = T;
+};
+template<class T>
+using arit_Part = typename arit_sPart<T>::type;
+
+template<class T>
+struct arit_sMask {
+    using type = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
+};
+template<class T>
+struct arit_sMask<comp_cComplex<T>> : arit_sMask<T> {};
+template<class T>
+using arit_Mask = typename arit_sMask<T>::type;
+
+template<class T>
+constexpr bool arit_hasLoops = !std::is_same_v<T, unsigned char> && !std::is_same_v<T, signed char>;
+
+// Which widenings are worth a loop of their own: small integers, whose widening is one exact
+// instruction, into the types that arithmetic on them gives. Everything else is widened a block at
+// a time by whoever runs the loop.
+template<class T, class Stored>
+constexpr bool arit_widens = std::is_integral_v<Stored> &&
+                             (std::is_same_v<T, float> || std::is_same_v<T, int> ||
+                              std::is_same_v<T, short>)&&sizeof(Stored) <= 2 &&
+                             sizeof(Stored) < sizeof(T);
+
+template<class T, class A, class B, arit_eOperation operation>
+constexpr bool arit_exists = [] {
+    constexpr bool wideningA = arit_widens<T, A>, wideningB = arit_widens<T, B>;
+    if constexpr (std::is_same_v<T, A> && std::is_same_v<T, B>)
+        return arit_hasLoops<T>;
+    else if constexpr (!(wideningA && wideningB && std::is_same_v<A, B>)&&!(
+                           wideningA && std::is_same_v<T, B>)&&!(std::is_same_v<T, A> && wideningB))
+        return false;
+    else if constexpr (std::is_same_v<T, float>)
+        // Sums of small integers are integers.
+        return operation >= arit_Multiply || !(wideningA && wideningB);
+    else
+        return operation <= arit_Subtract || (operation == arit_Multiply && sizeof(T) == 4);
+}();
+
+// The power, which is a library call per element and so the same on every level.
+struct arit_Raising {
+    template<class T>
+    static T of(const T& a, const T& b) {
+        if constexpr (arit_complex<T>) {
+            return pow(a, b);
+        } else {
+            const double power = std::pow(static_cast<double>(a), static_cast<double>(b));
+            if constexpr (std::is_integral_v<T>)
+                return std::fabs(power) < 0x1p63 ? static_cast<T>(static_cast<long long>(power))
+                                                 : T(0);
+            else
+                return static_cast<T>(power);
+        }
+    }
+};
+
+} // namespace
+
+} // namespace dataprocessing::detail
+
+#define LEVEL_KERNELS "dataprocessing/kernels/arit.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+arit_Loop arit_PlainLoop(dtyp_cDataType type, int operation, arit_eForm form,
+                         level_eSet level) noexcept {
+    arit_Loop loop = nullptr;
+    dtyp_Visit(type, [&]<class T>(dtyp_Tag<T>) {
+        if constexpr (arit_hasLoops<T>)
+            loop = operation == arit_Power
+                       ? level_baseline::arit_FormOf<arit_Raising, T, T, T>(form)
+                       : LEVEL_SELECT_AT(level, arit_LoopOf<T, T, T>)(operation, form);
+    });
+    return loop;
+}
+
+namespace {
+
+/// Calls visitor(tag of T, tag of A, tag of B) when there are loops for that triple.
+template<class Visitor>
+void visitTriple(dtyp_cDataType type, dtyp_cDataType storedA, dtyp_cDataType storedB,
+                 const Visitor& visitor) {
+    dtyp_Visit(type, [&]<class T>(dtyp_Tag<T> t) {
+        dtyp_Visit(storedA, [&]<class A>(dtyp_Tag<A> a) {
+            if constexpr (std::is_same_v<T, A> || arit_widens<T, A>)
+                dtyp_Visit(storedB, [&]<class B>(dtyp_Tag<B> b) {
+                    if constexpr (std::is_same_v<T, B> || arit_widens<T, B>)
+                        visitor(t, a, b);
+                });
+        });
+    });
+}
+
+} // namespace
+
+arit_Loop arit_WideningLoop(dtyp_cDataType type, dtyp_cDataType storedA, dtyp_cDataType storedB,
+                            int operation, arit_eForm form, level_eSet level) noexcept {
+    arit_Loop loop = nullptr;
+    visitTriple(type, storedA, storedB,
+                [&]<class T, class A, class B>(dtyp_Tag<T>, dtyp_Tag<A>, dtyp_Tag<B>) {
+                    loop = LEVEL_SELECT_AT(level, arit_LoopOf<T, A, B>)(operation, form);
+                });
+    return loop;
+}
+
+arit_TestingLoop arit_TestingDivision(dtyp_cDataType type, dtyp_cDataType storedA,
+                                      dtyp_cDataType storedB, arit_eForm form,
+                                      level_eSet level) noexcept {
+    arit_TestingLoop loop = nullptr;
+    visitTriple(type, storedA, storedB,
+                [&]<class T, class A, class B>(dtyp_Tag<T>, dtyp_Tag<A>, dtyp_Tag<B>) {
+                    if constexpr (!std::is_integral_v<T>)
+                        loop = LEVEL_SELECT_AT(level, arit_TestingLoopOf<T, A, B>)(form);
+                });
+    return loop;
+}
+
+bool arit_IsZero(dtyp_cDataType type, const void* element) noexcept {
+    bool zero = false;
+    dtyp_Visit(type, [&]<class T>(dtyp_Tag<T>) {
+        if constexpr (!std::is_integral_v<T>)
+            zero = level_baseline::arit_ZeroMask(*static_cast<const T*>(element)) != 0;
+    });
+    return zero;
+}
+
+void arit_StreamOut(void* target, const void* source, std::size_t bytes,
+                    level_eSet level) noexcept {
+    LEVEL_SELECT_AT(level, arit_StreamCopy)(target, source, bytes);
+}
+
+void arit_EndStreaming() noexcept {
+#if DATAPROCESSING_LEVELS
+    _mm_sfence();
+#endif
+}
+
+} // namespace dataprocessing::detail

@@ -1,0 +1,196 @@
+#include "dataprocessing/kernels/radix.h"
+
+#include <algorithm>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+#include "dataprocessing/kernels/radix_roots.h"
+#include "dataprocessing/kernels/radix_twiddles.h"
+#include "dataprocessing/platform/level.h"
+#include "dataprocessing/platform/memory.h"
+
+#if DATAPROCESSING_LEVELS
+    #include <immintrin.h>
+#endif
+
+namespace dataprocessing::detail {
+
+namespace {
+
+constexpr std::size_t radix_lanes = 16;
+
+/// A value of each of sixteen lines.
+struct radix_sLanes {
+    alignas(64) float re[radix_lanes];
+    float im[radix_lanes];
+};
+
+/// A line to transform.
+template<class W>
+struct radix_sLine {
+    const comp_cComplex<float>* source;
+    comp_cComplex<float>* target;
+    std::size_t n;
+    const radix_sPasses<W>* passes;   ///< all of them, or with a `walk` all but the last four
+    const radix_sWalk* walk;          ///< or null; there is one only for products in double
+    const comp_cComplex<float>* next; ///< a line of that length which is to come soon, or null
+};
+
+} // namespace
+
+} // namespace dataprocessing::detail
+
+#define LEVEL_KERNELS "dataprocessing/kernels/radix_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+using Complex = comp_cComplex<float>;
+
+/// From here on a single line fills the lanes.
+constexpr std::size_t longLine = radix_lanes * radix_lanes;
+/// From here on its last passes take their factors from recurrences. Their tables would be longer
+/// than the line itself and be read in thirty places at once, all of which share the same few
+/// places of a cache.
+constexpr std::size_t walkedLine = std::size_t{1} << 17;
+
+/// As much of the room to work in as a thread keeps: that of a line of 2^20 values.
+constexpr std::size_t keptRoom = std::size_t{8} << 20;
+thread_local mem_cBlock room;
+
+/// Room for the lanes of one call. One at a time in a thread.
+class cWork {
+public:
+    explicit cWork(std::size_t lanes) {
+        const std::size_t bytes = lanes * sizeof(radix_sLanes);
+        if (room.Size() >= bytes)
+            return;
+        room = mem_cBlock();
+        room = mem_cBlock(bytes);
+    }
+    cWork(const cWork&) = delete;
+    cWork& operator=(const cWork&) = delete;
+    ~cWork() {
+        if (room.Size() > keptRoom)
+            room = mem_cBlock();
+    }
+    radix_sLanes* Lanes() noexcept { return static_cast<radix_sLanes*>(room.Data()); }
+};
+
+/// Lines too short for the kernels.
+void transformPair(Complex& a, Complex& b) {
+    const Complex t(b.re - 0.0F * b.im, b.im + 0.0F * b.re);
+    b = a - t;
+    a = a + t;
+}
+
+template<class W>
+using Tables = std::conditional_t<std::is_same_v<W, double>, radix_cTwiddles, radix_cRoots>;
+
+/// Long lines of one length.
+template<class W>
+class cLongLines {
+public:
+    explicit cLongLines(std::size_t n)
+        : n_(n), isWalked_(std::is_same_v<W, double> && n >= walkedLine),
+          tables_(isWalked_ ? n / radix_lanes : n), work_(n / radix_lanes) {
+        if (isWalked_)
+            walk_ = radix_FindWalk(n);
+    }
+    void Transform(const Complex* source, Complex* target, int sign, radix_eOrder order,
+                   const Complex* next) {
+        LEVEL_SELECT(radix_RunLine<W>)
+        ({source, target, n_, &tables_.Passes(), isWalked_ ? &walk_ : nullptr, next}, sign < 0,
+         order, work_.Lanes());
+    }
+
+private:
+    std::size_t n_;
+    bool isWalked_;
+    Tables<W> tables_;
+    radix_sWalk walk_;
+    cWork work_;
+};
+
+template<class W>
+void transformShortRows(Complex* data, std::size_t step, std::size_t n, std::size_t count,
+                        int sign) {
+    if (n == 2) {
+        for (std::size_t c = 0; c < count; ++c)
+            transformPair(data[c * step], data[c * step + 1]);
+        return;
+    }
+    const Tables<W> tables(n);
+    cWork work(n);
+    const auto run = LEVEL_SELECT(radix_RunApart<W>);
+    for (std::size_t c = 0; c < count; c += radix_lanes)
+        run(data + c * step, 1, step, std::min(radix_lanes, count - c), n, tables.Passes(),
+            sign < 0, work.Lanes());
+}
+
+template<class W>
+void transformRows(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
+    if (n == 1)
+        return;
+    if (n < longLine)
+        return transformShortRows<W>(data, step, n, count, sign);
+    cLongLines<W> lines(n);
+    for (std::size_t c = 0; c < count; ++c) {
+        Complex* const line = data + c * step;
+        lines.Transform(line, line, sign, radix_Natural, c + 1 < count ? line + step : nullptr);
+    }
+}
+
+template<class W>
+void transformColumns(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign) {
+    if (n == 2)
+        for (std::size_t c = 0; c < count; ++c)
+            transformPair(data[c], data[step + c]);
+    if (n <= 2)
+        return;
+    const Tables<W> tables(n);
+    cWork work(n);
+    std::size_t c = 0;
+    for (const auto run = LEVEL_SELECT(radix_RunSide<W>); c + radix_lanes <= count;
+         c += radix_lanes)
+        run(data + c, step, n, tables.Passes(), sign < 0, work.Lanes());
+    if (c < count)
+        LEVEL_SELECT(radix_RunApart<W>)
+    (data + c, step, 1, count - c, n, tables.Passes(), sign < 0, work.Lanes());
+}
+
+} // namespace
+
+void radix_Line(const Complex* source, Complex* target, std::size_t n, int sign,
+                radix_eOrder order) {
+    if (n >= longLine)
+        return cLongLines<double>(n).Transform(source, target, sign, order, nullptr);
+    if (source != target)
+        std::copy_n(source, n, target);
+    transformShortRows<double>(target, n, n, 1, sign);
+    if (order == radix_Natural)
+        return;
+    std::rotate(target, target + n / 2, target + n);
+    const Complex scale(1.0F / static_cast<float>(n));
+    for (std::size_t k = 0; k < n; ++k)
+        target[k] = target[k] * scale;
+}
+
+void radix_Rows(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign,
+                radix_eProducts products) {
+    const auto transform =
+        products == radix_DoubleProducts ? transformRows<double> : transformRows<float>;
+    transform(data, step, n, count, sign);
+}
+
+void radix_Columns(Complex* data, std::size_t step, std::size_t n, std::size_t count, int sign,
+                   radix_eProducts products) {
+    const auto transform =
+        products == radix_DoubleProducts ? transformColumns<double> : transformColumns<float>;
+    transform(data, step, n, count, sign);
+}
+
+} // namespace dataprocessing::detail

@@ -1,0 +1,224 @@
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <new>
+#include <random>
+#include <span>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "dataprocessing/algebra/eqns.h"
+#include "tests/failing_new.h"
+#include "tests/fitting/certified.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+constexpr double eps = std::numeric_limits<double>::epsilon();
+
+using Matrix = arr_c2DNumberArray<double>;
+using Vector = arr_c1DNumberArray<double>;
+
+Matrix matrix(int columns, int rows, const std::vector<double>& elements) {
+    return Matrix(columns, rows, std::span<const double>(elements));
+}
+
+std::vector<double> solve(const Matrix& a, const Vector& b) {
+    const Vector x = eqns_SolveEquations(a, b);
+    return {x.begin(), x.end()};
+}
+
+std::vector<double> solve(const std::vector<std::vector<double>>& rows) {
+    const int columns = static_cast<int>(rows[0].size()) - 1;
+    Matrix a(columns, static_cast<int>(rows.size()));
+    Vector b(static_cast<int>(rows.size()));
+    for (int i = 0; i < a.Rows(); ++i) {
+        const std::vector<double>& row = rows[static_cast<std::size_t>(i)];
+        for (int j = 0; j < columns; ++j)
+            a(i, j) = row[static_cast<std::size_t>(j)];
+        b[i] = row.back();
+    }
+    return solve(a, b);
+}
+
+TEST(SolveEquations, SquareSystemHasItsExactSolution) {
+    const std::vector<double> x = solve({{2, 1, -1, 8}, {-3, -1, 2, -11}, {-2, 1, 2, -3}});
+    EXPECT_NEAR(x[0], 2, 1e-13);
+    EXPECT_NEAR(x[1], 3, 1e-13);
+    EXPECT_NEAR(x[2], -1, 1e-13);
+}
+
+TEST(SolveEquations, OneEquation) { EXPECT_THAT(solve({{4, -12}}), ElementsAre(-3)); }
+
+TEST(SolveEquations, ManyEquationsHaveTheLeastSquaresSolution) {
+    // The mean, and a line through three points that lie on none.
+    const std::vector<double> mean = solve({{1, 1}, {1, 2}, {1, 6}});
+    EXPECT_NEAR(mean[0], 3, 8 * eps);
+    const std::vector<double> line = solve({{1, 0, 6}, {1, 1, 0}, {1, 2, 0}});
+    EXPECT_NEAR(line[0], 5, 40 * eps);
+    EXPECT_NEAR(line[1], -3, 40 * eps);
+}
+
+// The residual of a least-squares solution is orthogonal to every column.
+TEST(SolveEquations, ResidualIsOrthogonalToTheColumns) {
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> uniform(-1, 1);
+    for (const int columns : {1, 2, 3, 8})
+        for (const int rows : {columns, columns + 1, 40, 1000}) {
+            std::vector<std::vector<double>> system(static_cast<std::size_t>(rows));
+            for (auto& row : system)
+                for (int j = 0; j <= columns; ++j)
+                    row.push_back(uniform(random));
+            const std::vector<double> x = solve(system);
+            for (std::size_t j = 0; j < x.size(); ++j) {
+                long double product = 0;
+                for (const auto& row : system) {
+                    long double residual = row.back();
+                    for (std::size_t k = 0; k < x.size(); ++k)
+                        residual -= static_cast<long double>(row[k]) * x[k];
+                    product += row[j] * residual;
+                }
+                EXPECT_NEAR(static_cast<double>(product), 0, 2000 * rows * eps)
+                    << rows << " by " << columns;
+            }
+        }
+}
+
+TEST(SolveEquations, ExactlyZeroSingularValueIsLeftOut) {
+    EXPECT_THAT(solve({{2, 0, 8}, {0, 0, 5}}), ElementsAre(4, 0));
+    EXPECT_THAT(solve({{0, 0, 8}, {0, 0, 5}}), ElementsAre(0, 0));
+    const std::vector<double> x = solve({{0, 3, 0, 6}, {0, 0, 0, 1}, {0, 0, 5, 10}, {0, 4, 0, 8}});
+    EXPECT_EQ(x[0], 0);
+    EXPECT_NEAR(x[1], 2, 8 * eps);
+    EXPECT_NEAR(x[2], 2, 8 * eps);
+}
+
+TEST(SolveEquations, TinySingularValueIsDividedBy) {
+    for (const double tiny : {1e-6, 1e-20, 1e-300})
+        EXPECT_THAT(solve({{1, 0, 8}, {0, tiny, 5}}), ElementsAre(8, 5 / tiny));
+}
+
+TEST(SolveEquations, OperandsAreNotChanged) {
+    const Matrix a = matrix(2, 3, {1, 2, 3, 4, 5, 7});
+    const Vector b({1.0, 2.0, 3.0});
+    solve(a, b);
+    EXPECT_THAT(std::vector<double>(a.begin(), a.end()), ElementsAre(1, 2, 3, 4, 5, 7));
+    EXPECT_THAT(std::vector<double>(b.begin(), b.end()), ElementsAre(1, 2, 3));
+}
+
+TEST(SolveEquations, LargestSystemIsOf32767Rows) {
+    Matrix a(1, 32767);
+    Vector b(32767);
+    for (int i = 0; i < 32767; ++i) {
+        a[i] = 1;
+        b[i] = i;
+    }
+    EXPECT_NEAR(solve(a, b)[0], 16383, 1e-8);
+}
+
+struct Refused {
+    std::string why;
+    int columns, rows, elements;
+};
+
+TEST(SolveEquations, SizesThatCannotBeSolvedAreRefused) {
+    for (const auto& [why, columns, rows, elements] :
+         std::vector<Refused>{{"no columns, no rows", 0, 0, 0},
+                              {"no columns", 0, 3, 3},
+                              {"no rows", 3, 0, 0},
+                              {"fewer rows than columns", 3, 2, 2},
+                              {"too few elements of b", 2, 3, 2},
+                              {"too many elements of b", 2, 3, 4},
+                              {"no elements of b", 2, 3, 0},
+                              {"rows that become negative", 1, 32768, 32768},
+                              {"rows that become zero", 1, 65536, 65536},
+                              {"rows that become one", 1, 65537, 65537},
+                              {"rows and columns that become one", 65537, 1, 1}}) {
+        const Matrix a(columns, rows);
+        const Vector b(elements);
+        EXPECT_THROW(eqns_SolveEquations(a, b), arr_cSizeException) << why;
+    }
+}
+
+// The counts are fine for an array, so the text that says otherwise would be wrong.
+TEST(SolveEquations, TooManyEquationsAreRefusedWithoutFigures) {
+    try {
+        eqns_SolveEquations(Matrix(1, 32768), Vector(32768));
+        FAIL();
+    } catch (const arr_cSizeException& refusal) {
+        EXPECT_STREQ(refusal.what(), "arr:2: Size refused.");
+    }
+}
+
+TEST(SolveEquations, NaNAndInfinityComeOutAsNaN) {
+    for (const double bad : {std::nan(""), std::numeric_limits<double>::infinity()}) {
+        for (const double x : solve({{1, bad, 1}, {2, 3, 4}, {5, 6, 8}}))
+            EXPECT_TRUE(std::isnan(x));
+        for (const double x : solve({{1, 2, 1}, {2, 3, std::nan("")}, {5, 6, 8}}))
+            EXPECT_TRUE(std::isnan(x));
+    }
+}
+
+TEST(SolveEquations, MissingMemoryRaises) {
+    const Matrix a = matrix(2, 3, {1, 2, 3, 4, 5, 7});
+    const Vector b({1.0, 2.0, 3.0});
+    bool isDone = false;
+    for (long allowed = 0; !isDone; ++allowed) {
+        ASSERT_LT(allowed, 50);
+        try {
+            const FailingNew failing(allowed);
+            eqns_SolveEquations(a, b);
+            isDone = true;
+        } catch (const std::bad_alloc&) {
+        }
+    }
+}
+
+/// The rows of a polynomial fit of this order: powers of x, then y.
+std::vector<std::vector<double>> powers(const Regression& regression, int order) {
+    std::vector<std::vector<double>> result;
+    for (const auto& row : regression.rows) {
+        result.emplace_back();
+        for (int j = 0; j <= order; ++j)
+            result.back().push_back(std::pow(row[0], j));
+        result.back().push_back(row[1]);
+    }
+    return result;
+}
+
+struct Certified {
+    std::string name;
+    int order; // of the polynomial in the first column; negative for rows as they are
+    double digits;
+};
+
+// Powers are taken as they are here: the condition of Pontius' matrix is 1e13, of Filip's 1e15.
+TEST(SolveEquations, CertifiedRegressionsAgreeToTheseDigits) {
+    for (const auto& [name, order, bound] : std::vector<Certified>{
+             {"Norris", 1, 12.5}, {"Pontius", 2, 4.5}, {"Longley", -1, 8.5}, {"Filip", 10, 1.5}}) {
+        const auto regression = certified(name);
+        if (!regression)
+            GTEST_SKIP() << "the certified data are not here";
+        const double agreed =
+            digits(solve(order < 0 ? regression->rows : powers(*regression, order)),
+                   regression->coefficients);
+        printDigits("eqns_SolveEquations", name, agreed);
+        EXPECT_GE(agreed, bound) << name;
+    }
+}
+
+TEST(SolveEquations, WamplersProblemsAgreeToTheseDigits) {
+    const double bounds[] = {8.5, 9, 6, 4, 2};
+    for (int number = 1; number <= 5; ++number) {
+        const Regression regression = wampler(number);
+        const double agreed = digits(solve(powers(regression, 5)), regression.coefficients);
+        printDigits("eqns_SolveEquations", "Wampler" + std::to_string(number), agreed);
+        EXPECT_GE(agreed, bounds[number - 1]) << number;
+    }
+}
+
+} // namespace

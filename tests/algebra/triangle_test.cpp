@@ -1,0 +1,96 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "dataprocessing/algebra/rcps_triangle.h"
+#include "tests/fitting/dense.h"
+
+namespace {
+
+constexpr double eps = std::numeric_limits<double>::epsilon();
+
+/// Takes in the rows of `a`, the last column of which is the right-hand side, `step` at a time.
+rcps::cTriangle triangleOf(const Dense& a, int step) {
+    rcps::cTriangle triangle(a.n - 1);
+    for (int first = 0; first < a.m; first += step) {
+        const int rows = std::min(step, a.m - first);
+        for (int j = 0; j < a.n; ++j)
+            for (int k = 0; k < rows; ++k)
+                triangle.BlockColumn(j)[k] = a.at(first + k, j);
+        triangle.Absorb(rows);
+    }
+    return triangle;
+}
+
+Dense randomMatrix(int m, int n) {
+    std::mt19937 random(static_cast<unsigned>(m));
+    std::uniform_real_distribution<double> uniform(-1, 1);
+    return dense(m, n, [&](int, int) { return uniform(random); });
+}
+
+// The products of all pairs of columns do not change when rows are transformed orthogonally. Only
+// the square of the right-hand side loses the residual.
+TEST(Triangle, KeepsTheProductsOfAllColumns) {
+    for (const int m : {1, 2, 3, 7, 8, 9, 64, 127, 128, 129, 255, 256, 257, 1000})
+        for (const int step : {1, 5, 8, 100, 128}) {
+            const Dense a = randomMatrix(m, 4);
+            rcps::cTriangle triangle = triangleOf(a, step);
+            for (int p = 0; p < 3; ++p)
+                for (int q = p; q < 4; ++q) {
+                    long double expected = 0;
+                    for (int i = 0; i < m; ++i)
+                        expected += static_cast<long double>(a.at(i, p)) * a.at(i, q);
+                    long double product = 0;
+                    for (int i = 0; i < 3; ++i)
+                        product +=
+                            static_cast<long double>(triangle.Row(i)[p]) * triangle.Row(i)[q];
+                    EXPECT_NEAR(static_cast<double>(product), static_cast<double>(expected),
+                                20 * m * eps)
+                        << m << " rows by " << step << ", columns " << p << ' ' << q;
+                }
+        }
+}
+
+TEST(Triangle, HasNothingBelowTheDiagonal) {
+    rcps::cTriangle triangle = triangleOf(randomMatrix(300, 5), 128);
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < i; ++j)
+            EXPECT_EQ(triangle.Row(i)[j], 0);
+}
+
+TEST(Triangle, HasTheSingularValuesOfTheLongMatrix) {
+    const Dense a = dense(500, 6, [](int i, int j) { return std::pow(i / 500.0, j); });
+    rcps::cTriangle triangle = triangleOf(a, 128);
+    const Dense left = dense(500, 5, [&](int i, int j) { return a.at(i, j); });
+    const Dense square = dense(5, 5, [&](int i, int j) { return triangle.Row(i)[j]; });
+    const std::vector<long double> expected = singularValues(left);
+    const std::vector<long double> values = singularValues(square);
+    for (std::size_t j = 0; j < 5; ++j)
+        EXPECT_NEAR(static_cast<double>(values[j]), static_cast<double>(expected[j]),
+                    100 * eps * static_cast<double>(expected[0]));
+}
+
+TEST(Triangle, ZeroColumnsAndRowsStayZero) {
+    rcps::cTriangle triangle = triangleOf(
+        dense(200, 4, [](int i, int j) { return j == 1 || i % 2 ? 0.0 : i + 1.0; }), 128);
+    EXPECT_EQ(triangle.Row(1)[1], 0);
+    EXPECT_EQ(triangle.Row(0)[1], 0);
+    double squares = 0;
+    for (int i = 0; i < 200; i += 2)
+        squares += (i + 1.0) * (i + 1.0);
+    EXPECT_DOUBLE_EQ(std::fabs(triangle.Row(0)[0]), std::sqrt(squares));
+}
+
+TEST(Triangle, NaNIsKept) {
+    Dense a = randomMatrix(150, 3);
+    a.at(140, 0) = std::numeric_limits<double>::quiet_NaN();
+    rcps::cTriangle triangle = triangleOf(a, 128);
+    EXPECT_TRUE(std::isnan(triangle.Row(0)[0]));
+    EXPECT_TRUE(std::isnan(triangle.Row(0)[2]));
+}
+
+} // namespace
