@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "dataprocessing/algebra/rcps.h"
 #include "dataprocessing/algebra/rcps_work.h"
@@ -10,24 +11,62 @@ namespace {
 
 constexpr int maxSweeps = 30;
 constexpr double singularTolerance = 1e-5;
+constexpr int leastExponent = -900;
+constexpr double smallestNormal = std::numeric_limits<double>::min();
+
+/// 2 to the power of minus the binary exponent of a positive number, for as long as both are
+/// normal.
+double inverseUnit(double value) {
+    return std::ldexp(1.0, -std::clamp(std::ilogb(value), -1000, 1000));
+}
 
 /// The decomposition under way. `super` holds the superdiagonal: super[i] stands above w[i], and
 /// super[1] is 0. A value is negligible when adding it to the norm changes nothing.
+///
+/// Reflectors are kept near 1, with the head that the reflected column or row then has: what is
+/// left of a matrix that lacks rank shrinks by an epsilon with every column, and vectors of that
+/// size would lose their digits. A remainder below the normal numbers counts as zero.
 class cDecomposition {
 public:
     cDecomposition(double** a, int m, int n, double* w, double** v)
-        : a_(a), m_(m), n_(n), w_(w), v_(v), super_(n), sums_(n) {}
+        : a_(a), m_(m), n_(n), w_(w), v_(v), super_(n), columnHead_(n), rowHead_(n), sums_(n) {}
 
     void Run() {
+        const int exponent = SafeExponent();
+        Rescale(-exponent);
         Bidiagonalise();
-        unit_ = std::ldexp(1.0, -std::clamp(std::ilogb(norm_), -1000, 1000));
+        unit_ = inverseUnit(norm_);
         AccumulateRight();
         AccumulateLeft();
         for (int k = n_; k >= 1; --k)
             Diagonalise(k);
+        for (int k = 1; k <= n_ && exponent != 0; ++k)
+            w_[k] = std::ldexp(w_[k], exponent);
     }
 
 private:
+    /// The power of two by which the matrix has to be divided: 0 unless it is so small that what
+    /// is left of it would be below the normal numbers, or so large that its norm may overflow.
+    int SafeExponent() const {
+        double largest = 0;
+        for (int i = 1; i <= m_; ++i)
+            for (int j = 1; j <= n_; ++j)
+                largest = std::max(largest, std::fabs(a_[i][j]));
+        if (largest == 0 || !std::isfinite(largest))
+            return 0;
+        const int exponent = std::ilogb(largest);
+        if (exponent < leastExponent)
+            return exponent;
+        const int room = std::ilogb(m_) + std::ilogb(n_) + 4;
+        return std::max(0, exponent + room - std::numeric_limits<double>::max_exponent);
+    }
+
+    void Rescale(int exponent) {
+        for (int i = 1; i <= m_ && exponent != 0; ++i)
+            for (int j = 1; j <= n_; ++j)
+                a_[i][j] = std::ldexp(a_[i][j], exponent);
+    }
+
     bool IsNegligible(double value) const { return std::fabs(value) + norm_ == norm_; }
 
     void Bidiagonalise() {
@@ -51,7 +90,7 @@ private:
         double scale = 0;
         for (int k = i; k <= m_; ++k)
             scale += std::fabs(a_[k][i]);
-        if (scale == 0)
+        if (scale < smallestNormal)
             return 0;
         double squares = 0;
         for (int k = i; k <= m_; ++k) {
@@ -66,8 +105,10 @@ private:
         for (int j = i + 1; j <= n_; ++j)
             sums_[j] /= h;
         AddToColumns(i, i);
+        const double nearOne = scale * inverseUnit(scale);
         for (int k = i; k <= m_; ++k)
-            a_[k][i] *= scale;
+            a_[k][i] *= nearOne;
+        columnHead_[i] = nearOne * reflected;
         return scale * reflected;
     }
 
@@ -78,7 +119,7 @@ private:
         double scale = 0;
         for (int k = i + 1; k <= n_; ++k)
             scale += std::fabs(row[k]);
-        if (scale == 0)
+        if (scale < smallestNormal)
             return 0;
         double squares = 0;
         for (int k = i + 1; k <= n_; ++k) {
@@ -98,8 +139,10 @@ private:
             for (int k = i + 1; k <= n_; ++k)
                 a_[j][k] += sum * sums_[k];
         }
+        const double nearOne = scale * inverseUnit(scale);
         for (int k = i + 1; k <= n_; ++k)
-            row[k] *= scale;
+            row[k] *= nearOne;
+        rowHead_[i + 1] = nearOne * reflected;
         return scale * reflected;
     }
 
@@ -124,10 +167,9 @@ private:
         for (int i = n_; i >= 1; --i) {
             const int next = i + 1;
             if (i < n_) {
-                if (super_[next] != 0) {
-                    // Two divisions, so that the product of the divisors cannot underflow.
+                if (rowHead_[next] != 0) {
                     for (int j = next; j <= n_; ++j)
-                        v_[j][i] = a_[i][j] / a_[i][next] / super_[next];
+                        v_[j][i] = a_[i][j] / a_[i][next] / rowHead_[next];
                     for (int j = next; j <= n_; ++j) {
                         double sum = 0;
                         for (int k = next; k <= n_; ++k)
@@ -147,14 +189,13 @@ private:
         for (int i = std::min(m_, n_); i >= 1; --i) {
             for (int j = i + 1; j <= n_; ++j)
                 a_[i][j] = 0;
-            if (w_[i] != 0) {
-                // Divided by, not multiplied by the inverse, which a tiny value does not have.
+            if (columnHead_[i] != 0) {
                 SumColumns(i, i + 1);
                 for (int j = i + 1; j <= n_; ++j)
-                    sums_[j] = sums_[j] / a_[i][i] / w_[i];
+                    sums_[j] = sums_[j] / a_[i][i] / columnHead_[i];
                 AddToColumns(i, i);
                 for (int j = i; j <= m_; ++j)
-                    a_[j][i] /= w_[i];
+                    a_[j][i] /= columnHead_[i];
             } else {
                 for (int j = i; j <= m_; ++j)
                     a_[j][i] = 0;
@@ -219,6 +260,7 @@ private:
     /// One implicit QR sweep over rows l to k, shifted by the lower 2 x 2 minor.
     void Sweep(int l, int k) {
         double f = Shifted(l, k);
+        double unit = unit_; // of f, which its first partner has to have, too
         double x = w_[l];
         double cosine = 1;
         double sine = 1;
@@ -228,10 +270,11 @@ private:
             double h = sine * super_[i];
             double y = w_[i];
 
-            double length = pythag(f, h);
+            double length = pythag(f, unit * h);
             super_[j] = length;
             cosine = f / length;
-            sine = h / length;
+            sine = unit * h / length;
+            unit = 1;
             f = x * cosine + g * sine;
             g = g * cosine - x * sine;
             h = y * sine;
@@ -253,7 +296,8 @@ private:
         w_[k] = x;
     }
 
-    /// The first element of the shifted matrix that a sweep over rows l to k begins with.
+    /// The first element of the shifted matrix that a sweep over rows l to k begins with, times
+    /// unit_.
     double Shifted(int l, int k) {
         const double x = unit_ * w_[l];
         const double y = unit_ * w_[k - 1];
@@ -262,7 +306,7 @@ private:
         const double h = unit_ * super_[k];
         const double f = ((y - z) * (y + z) + (g - h) * (g + h)) / (2 * h * y);
         const double root = std::copysign(pythag(f, 1), f);
-        return ((x - z) * (x + z) + h * (y / (f + root) - h)) / x / unit_;
+        return ((x - z) * (x + z) + h * (y / (f + root) - h)) / x;
     }
 
     /// Rotates columns p and q of a matrix.
@@ -281,7 +325,9 @@ private:
     double* w_;
     double** v_;
     cVector<double> super_;
-    cVector<double> sums_; // one for each column, for whatever step is under way
+    cVector<double> columnHead_; // of the reflector of each column; 0 where there is none
+    cVector<double> rowHead_;    // of that of the row above each element of super_
+    cVector<double> sums_;       // one for each column, for whatever step is under way
     double norm_ = 0;
     double unit_ = 1; // a power of two that brings the norm near 1, where squares are safe
 };

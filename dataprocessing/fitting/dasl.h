@@ -76,6 +76,9 @@ public:
     const clct_cSet<hndl_cHandle<rnge_c1DRange>>& RangeList() const noexcept { return rangeList_; }
 
 private:
+    /// Puts the range into the list and registers with it, or does neither; false when it was
+    /// there.
+    bool Join(rnge_c1DRange& range);
     void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
 
     clct_cSet<hndl_cHandle<rnge_c1DRange>> rangeList_;

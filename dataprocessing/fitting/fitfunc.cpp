@@ -7,7 +7,8 @@ ftfn_c1DFittingFunction::ftfn_c1DFittingFunction(dasl_c1DDataArraySelection& sel
     selection_.AddReceiver(*this, mesg_AllClasses);
 }
 
-ftfn_c1DFittingFunction::~ftfn_c1DFittingFunction() { selection_.RemoveReceiver(*this); }
+// Leaves the selection as every receiver does, which needs no selection that is still there.
+ftfn_c1DFittingFunction::~ftfn_c1DFittingFunction() = default;
 
 void ftfn_c1DFittingFunction::Load(arr_cC_Array<double>& values, const cal_c1DArrayCal& cal) const {
     const int count = values.Size();
@@ -25,7 +26,7 @@ void ftfn_c1DFittingFunction::Load(arr_cC_Array<double>& values, const cal_c1DAr
             all[cal.Index(x[k])] = y[k];
         y = std::move(all);
     }
-    values = std::move(y);
+    values.CopyIn(y.Data(), count, 0, 0);
 }
 
 void ftfn_c1DFittingFunction::LoadValues(arr_cC_Array<double>&, arr_cC_Array<double>&) const {}

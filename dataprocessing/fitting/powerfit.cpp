@@ -110,7 +110,7 @@ void pwft_cMultiPowerLawFitFunc::Load(arr_cC_Array<double>& values,
                 signal[i] -= model[i - begin];
         }
     }
-    values = std::move(signal);
+    values.CopyIn(signal.Data(), count, 0, 0);
 }
 
 void pwft_cMultiPowerLawFitFunc::Refit(const darr_c1DArray& data) {

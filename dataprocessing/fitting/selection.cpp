@@ -25,28 +25,32 @@ dasl_c1DDataArraySelection::operator=(const dasl_c1DDataArraySelection& other) {
 dasl_c1DDataArraySelection::~dasl_c1DDataArraySelection() { Clear(); }
 
 void dasl_c1DDataArraySelection::AddRange(rnge_c1DRange& range) {
+    if (Join(range))
+        SendMessage(dasl_SelectionChanged, nullptr);
+}
+
+void dasl_c1DDataArraySelection::AddLocalRange(const rnge_c1DRange& range) {
+    localRanges_.push_back(std::make_shared<rnge_c1DRange>(range));
+    try {
+        Join(*localRanges_.back());
+    } catch (...) {
+        localRanges_.pop_back();
+        throw;
+    }
+    // From here on receivers decide what becomes of the range, whatever they throw.
+    SendMessage(dasl_SelectionChanged, nullptr);
+}
+
+bool dasl_c1DDataArraySelection::Join(rnge_c1DRange& range) {
     if (!rangeList_.Add(range))
-        return;
+        return false;
     try {
         range.AddReceiver(*this, mesg_AllClasses);
     } catch (...) {
         rangeList_.Remove(range);
         throw;
     }
-    SendMessage(dasl_SelectionChanged, nullptr);
-}
-
-void dasl_c1DDataArraySelection::AddLocalRange(const rnge_c1DRange& range) {
-    localRanges_.push_back(std::make_shared<rnge_c1DRange>(range));
-    rnge_c1DRange& local = *localRanges_.back();
-    try {
-        AddRange(local);
-    } catch (...) {
-        // A receiver may have thrown after the range was added: then it stays.
-        if (!HasRange(local))
-            localRanges_.pop_back();
-        throw;
-    }
+    return true;
 }
 
 void dasl_c1DDataArraySelection::RemoveRange(rnge_c1DRange& range) {

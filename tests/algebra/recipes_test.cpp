@@ -18,6 +18,7 @@
 namespace {
 
 constexpr double eps = std::numeric_limits<double>::epsilon();
+constexpr double least = std::numeric_limits<double>::denorm_min();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
@@ -115,6 +116,20 @@ std::vector<NamedMatrix> matrices() {
         {"about 1e-150", dense(6, 4, [&](int i, int j) { return 1e-150 * noise(i, j); })},
         {"about 1e300", dense(6, 4, [&](int i, int j) { return 1e300 * noise(i, j); })},
         {"about 1e-290", dense(6, 4, [&](int i, int j) { return 1e-290 * noise(i, j); })},
+        {"all ones, large", dense(60, 60, [](int, int) { return 1.0; })},
+        {"a tenth everywhere", dense(38, 19, [](int, int) { return 0.1; })},
+        {"checkerboard", dense(30, 30, [](int i, int j) { return (i + j) % 2 ? 0.0 : 1.0; })},
+        {"products by seven", dense(120, 120, [](int i, int j) { return double(i * j % 7); })},
+        {"ones of 1e-281", dense(30, 12, [](int, int) { return 1e-281; })},
+        {"ones of 1e-300", dense(12, 12, [](int, int) { return 1e-300; })},
+        {"ones of 1e296", dense(30, 12, [](int, int) { return 1e296; })},
+        {"ones of 3e306", dense(8, 6, [](int, int) { return 3e306; })},
+        {"the largest", dense(1, 1, [](int, int) { return 1.7976931348623157e308; })},
+        {"products by five, below normal",
+         dense(9, 6, [](int i, int j) { return 1e-320 * (i * j % 5); })},
+        {"noise of 1e-305", dense(9, 6, [&](int i, int j) { return 1e-305 * noise(i, j); })},
+        {"one element beside ones of 1e-300",
+         dense(9, 6, [](int i, int j) { return i + j == 0 ? 1.0 : 1e-300; })},
         {"square", dense(7, 7, noise)},
         {"long", dense(2000, 3, noise)},
         {"larger", dense(60, 25, noise)},
@@ -126,7 +141,7 @@ std::vector<NamedMatrix> matrices() {
 TEST(SingularValues, DecompositionReproducesTheMatrix) {
     for (const auto& [name, a] : matrices()) {
         const Decomposition d = decompose(a);
-        const double tolerance = 8 * (a.m + a.n) * eps * largest(a);
+        const double tolerance = 8 * (a.m + a.n) * (eps * largest(a) + least);
         double worst = 0;
         for (int i = 0; i < a.m; ++i)
             for (int j = 0; j < a.n; ++j) {
@@ -158,7 +173,7 @@ TEST(SingularValues, AreThoseOfRotatingColumnsOrthogonal) {
         for (const double value : d.w)
             EXPECT_GE(value, 0) << name;
         std::sort(d.w.rbegin(), d.w.rend());
-        const double tolerance = 8 * (a.m + a.n) * eps * static_cast<double>(expected[0]);
+        const double tolerance = 8 * (a.m + a.n) * (eps * static_cast<double>(expected[0]) + least);
         for (std::size_t j = 0; j < d.w.size(); ++j)
             EXPECT_NEAR(d.w[j], static_cast<double>(expected[j]), tolerance) << name << ' ' << j;
     }

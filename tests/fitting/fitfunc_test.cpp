@@ -146,6 +146,23 @@ TEST_F(FittingFunction, LoadIntoAnEmptyArrayStillAsksTheFunction) {
     EXPECT_EQ(values.Size(), 0);
 }
 
+TEST_F(FittingFunction, LoadWritesIntoTheStorageOfTheCaller) {
+    Function function(selection);
+    for (const bool isShortened : {false, true}) {
+        function.load = [=](arr_cC_Array<double>& x, arr_cC_Array<double>& y) {
+            y.Fill(2.0);
+            x.SetSize(isShortened ? 3 : 5);
+            y.SetSize(isShortened ? 3 : 5);
+        };
+        arr_cC_Array<double> values(5, 9.0);
+        const double* const storage = values.Data();
+        function.Load(values, cal_c1DArrayCal::Default);
+        EXPECT_EQ(values.Data(), storage);
+        EXPECT_EQ(values[2], 2);
+        EXPECT_EQ(values[4], isShortened ? 0 : 2);
+    }
+}
+
 TEST_F(FittingFunction, LoadPutsZeroWhereTheFunctionHasNoValue) {
     Function function(selection);
     function.load = [](arr_cC_Array<double>& x, arr_cC_Array<double>& y) {
@@ -311,6 +328,17 @@ TEST_F(FittingFunction, RangesAndFunctionsMayBeDestroyedInAnyOrder) {
         }
         EXPECT_EQ(selection.RangeList().Count(), 0);
     } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST(FittingFunctions, SelectionMayGoBeforeTheFunctionThatIsNotUsedAnyMore) {
+    auto selection = std::make_unique<dasl_c1DDataArraySelection>(rnge_IndexNearest);
+    auto function = std::make_unique<Function>(*selection);
+    auto copy = std::make_unique<Function>(*function);
+    Listener listener(*function);
+    selection.reset();
+    function.reset();
+    copy.reset();
+    EXPECT_THAT(listener.take(), ElementsAre(mesg_SenderDestroyed));
 }
 
 // Ranges and selection go in any order once the function is gone.

@@ -335,6 +335,16 @@ TEST(MultiPowerLaw, OtherDeltasAreResampled) {
     EXPECT_EQ(values.Size(), 3);
 }
 
+TEST(MultiPowerLaw, CurveIsWrittenIntoTheStorageOfTheCaller) {
+    Multi multi;
+    multi.function.Refit(spectrum(50, cal_c1DArrayCal(100, 1, 0)));
+    arr_cC_Array<double> values(6, 9.0);
+    const double* const storage = values.Data();
+    multi.function.Load(values, cal_c1DArrayCal(110, 1, 0));
+    EXPECT_EQ(values.Data(), storage);
+    EXPECT_EQ(values[0], decay(110));
+}
+
 TEST(MultiPowerLaw, PeaksAreSortedAndEqualOnesKeepTheirOrder) {
     // Which peak is where shows in the coefficients: each background is a constant of its own.
     std::vector<double> y;

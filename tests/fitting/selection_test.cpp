@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <new>
@@ -6,6 +7,7 @@
 #include <ostream>
 #include <span>
 #include <stdexcept>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -628,6 +630,58 @@ TEST(Selection, RangeStaysWhenAReceiverThrows) {
     listener.act = nullptr;
     selection.RangeList()[1]->SetEnd(8);
     EXPECT_EQ(selection.TotalRange(), rnge_c1DRange(1, 8));
+}
+
+// Whatever a receiver does to the selection before it throws is what stays.
+TEST(Selection, ReceiverThatChangesTheSelectionAndThrowsIsObeyed) {
+    struct Row {
+        std::string what;
+        std::function<void(dasl_c1DDataArraySelection&)> act;
+        std::vector<double> starts;
+    };
+    const auto removeLast = [](dasl_c1DDataArraySelection& selection) {
+        selection.RemoveRange(*selection.RangeList()[selection.RangeList().Count() - 1]);
+    };
+    const auto add = [](dasl_c1DDataArraySelection& selection) {
+        selection.AddLocalRange(rnge_c1DRange(7, 8));
+    };
+    const std::vector<Row> rows{
+        {"nothing", [](dasl_c1DDataArraySelection&) {}, {1, 3}},
+        {"clear", [](dasl_c1DDataArraySelection& selection) { selection.Clear(); }, {}},
+        {"remove", removeLast, {1}},
+        {"remove and add",
+         [=](dasl_c1DDataArraySelection& selection) {
+             removeLast(selection);
+             add(selection);
+         },
+         {1, 7}},
+        {"clear and add",
+         [=](dasl_c1DDataArraySelection& selection) {
+             selection.Clear();
+             add(selection);
+         },
+         {7}}};
+    for (const Row& row : rows) {
+        dasl_c1DDataArraySelection selection(rnge_IndexNearest);
+        selection.AddLocalRange(rnge_c1DRange(1, 2));
+        Listener listener(selection);
+        bool isFirst = true;
+        listener.act = [&] {
+            if (!std::exchange(isFirst, false))
+                return;
+            row.act(selection);
+            throw std::runtime_error("refused");
+        };
+        EXPECT_THROW(selection.AddLocalRange(rnge_c1DRange(3, 4)), std::runtime_error) << row.what;
+        std::vector<double> starts;
+        for (const hndl_cHandle<rnge_c1DRange>& range : selection.RangeList())
+            starts.push_back(range->Start());
+        EXPECT_EQ(starts, row.starts) << row.what;
+        listener.take();
+        for (const hndl_cHandle<rnge_c1DRange>& range : selection.RangeList())
+            range->SetEnd(9);
+        EXPECT_EQ(listener.take().size(), starts.size()) << row.what << ": each is heard";
+    }
 }
 
 TEST(Selection, RangeIsGoneWhenAReceiverOfItsRemovalThrows) {
