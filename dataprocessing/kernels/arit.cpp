@@ -9,6 +9,7 @@
 
 #include "dataprocessing/base/comp.h"
 #include "dataprocessing/base/dtyp_visit.h"
+#include "dataprocessing/kernels/elementary/elem.h"
 
 #if DATAPROCESSING_LEVELS
     #include <immintrin.h>
@@ -68,7 +69,8 @@ constexpr bool arit_exists = [] {
         return operation <= arit_Subtract || (operation == arit_Multiply && sizeof(T) == 4);
 }();
 
-// The power, which is a library call per element and so the same on every level.
+// The power of integers and complex values, which is a library call per element and so the same on
+// every level.
 struct arit_Raising {
     template<class T>
     static T of(const T& a, const T& b) {
@@ -76,14 +78,30 @@ struct arit_Raising {
             return pow(a, b);
         } else {
             const double power = std::pow(static_cast<double>(a), static_cast<double>(b));
-            if constexpr (std::is_integral_v<T>)
-                return std::fabs(power) < 0x1p63 ? static_cast<T>(static_cast<long long>(power))
-                                                 : T(0);
-            else
-                return static_cast<T>(power);
+            return std::fabs(power) < 0x1p63 ? static_cast<T>(static_cast<long long>(power)) : T(0);
         }
     }
 };
+
+// The power of real values, which has its loops elsewhere.
+template<class T, arit_eForm form>
+void arit_RealPowerLoop(const void* a, const void* b, void* result, std::size_t count) {
+    elem_Evaluate<T>(elem_Pow, {static_cast<const T*>(a), form != arit_NumberFirst},
+                     {static_cast<const T*>(b), form != arit_NumberSecond}, static_cast<T*>(result),
+                     count);
+}
+template<class T>
+arit_Loop arit_RealPowerOf(arit_eForm form) {
+    switch (form) {
+    case arit_NumberFirst:
+        return &arit_RealPowerLoop<T, arit_NumberFirst>;
+    case arit_Arrays:
+        return &arit_RealPowerLoop<T, arit_Arrays>;
+    case arit_NumberSecond:
+        return &arit_RealPowerLoop<T, arit_NumberSecond>;
+    }
+    return nullptr;
+}
 
 } // namespace
 
@@ -98,10 +116,14 @@ arit_Loop arit_PlainLoop(dtyp_cDataType type, int operation, arit_eForm form,
                          level_eSet level) noexcept {
     arit_Loop loop = nullptr;
     dtyp_Visit(type, [&]<class T>(dtyp_Tag<T>) {
-        if constexpr (arit_hasLoops<T>)
-            loop = operation == arit_Power
-                       ? level_baseline::arit_FormOf<arit_Raising, T, T, T>(form)
-                       : LEVEL_SELECT_AT(level, arit_LoopOf<T, T, T>)(operation, form);
+        if constexpr (arit_hasLoops<T>) {
+            if (operation != arit_Power)
+                loop = LEVEL_SELECT_AT(level, arit_LoopOf<T, T, T>)(operation, form);
+            else if constexpr (std::is_floating_point_v<T>)
+                loop = arit_RealPowerOf<T>(form);
+            else
+                loop = level_baseline::arit_FormOf<arit_Raising, T, T, T>(form);
+        }
     });
     return loop;
 }

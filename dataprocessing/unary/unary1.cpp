@@ -4,6 +4,7 @@
 
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/elementary/elem.h"
 #include "dataprocessing/unary/scandata_kernels.h"
 #include "dataprocessing/unary/unry.h"
 #include "dataprocessing/valuemodel/conv_check.h"

@@ -1,0 +1,103 @@
+#include "dataprocessing/kernels/elementary/elem.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+
+#include "dataprocessing/kernels/elementary/elem_tables.h"
+
+#if DATAPROCESSING_LEVELS
+    #include <immintrin.h>
+#endif
+
+#define LEVEL_KERNELS "dataprocessing/kernels/elementary/elem_floats.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+elem_Runtime elem_RuntimeOf(elem_eFunction function) noexcept {
+    static constexpr elem_Runtime runtimes[] = {std::acos, std::asin, std::atan, std::cos,
+                                                std::cosh, std::exp,  std::log,  std::log10,
+                                                std::sin,  std::sinh, std::tan,  std::tanh};
+    return runtimes[function];
+}
+elem_PairRuntime elem_RuntimeOf(elem_ePairFunction function) noexcept {
+    if (function == elem_Atan2)
+        return std::atan2;
+    return std::pow;
+}
+
+namespace {
+
+template<class T>
+void runtimeLoop(const T* x, T* result, std::size_t count, elem_Runtime runtime) {
+    for (std::size_t i = 0; i < count; ++i)
+        result[i] = static_cast<T>(runtime(static_cast<double>(x[i])));
+}
+template<class T>
+void runtimePairLoop(const T* a, const T* b, T* result, std::size_t count,
+                     elem_PairRuntime runtime) {
+    for (std::size_t i = 0; i < count; ++i)
+        result[i] = static_cast<T>(runtime(static_cast<double>(a[i]), static_cast<double>(b[i])));
+}
+
+} // namespace
+
+template<>
+elem_Loop<float> elem_LoopOf<float>(elem_eFunction function, level_eSet level) noexcept {
+    elem_Loop<float> (*of)(elem_eFunction) = LEVEL_SELECT_AT(level, elem_FloatLoopOf);
+    return of(function);
+}
+template<>
+elem_PairLoop<float> elem_LoopOf<float>(elem_ePairFunction function, level_eSet level) noexcept {
+    elem_PairLoop<float> (*of)(elem_ePairFunction) = LEVEL_SELECT_AT(level, elem_FloatPairLoopOf);
+    return of(function);
+}
+template<>
+elem_Loop<double> elem_LoopOf<double>(elem_eFunction, level_eSet) noexcept {
+    return &runtimeLoop<double>;
+}
+template<>
+elem_PairLoop<double> elem_LoopOf<double>(elem_ePairFunction, level_eSet) noexcept {
+    return &runtimePairLoop<double>;
+}
+
+namespace {
+
+/// Fewer elements are faster one by one.
+constexpr std::size_t worthVectors = 4;
+
+} // namespace
+
+template<class T>
+void elem_Evaluate(elem_eFunction function, const T* x, T* result, std::size_t count) {
+    const elem_Loop<T> loop =
+        count < worthVectors ? &runtimeLoop<T> : elem_LoopOf<T>(function, level_Current());
+    loop(x, result, count, elem_RuntimeOf(function));
+}
+
+template<class T>
+void elem_Evaluate(elem_ePairFunction function, elem_sArgument<T> a, elem_sArgument<T> b, T* result,
+                   std::size_t count) {
+    const elem_PairLoop<T> loop =
+        count < worthVectors ? &runtimePairLoop<T> : elem_LoopOf<T>(function, level_Current());
+    if (a.isArray && b.isArray)
+        return loop(a.elements, b.elements, result, count, elem_RuntimeOf(function));
+
+    constexpr std::size_t buffered = 512;
+    T numbers[buffered];
+    std::fill_n(numbers, std::min(count, buffered), a.isArray ? *b.elements : *a.elements);
+    for (std::size_t first = 0; first < count; first += buffered)
+        loop(a.isArray ? a.elements + first : numbers, b.isArray ? b.elements + first : numbers,
+             result + first, std::min(count - first, buffered), elem_RuntimeOf(function));
+}
+
+template void elem_Evaluate(elem_eFunction, const float*, float*, std::size_t);
+template void elem_Evaluate(elem_eFunction, const double*, double*, std::size_t);
+template void elem_Evaluate(elem_ePairFunction, elem_sArgument<float>, elem_sArgument<float>,
+                            float*, std::size_t);
+template void elem_Evaluate(elem_ePairFunction, elem_sArgument<double>, elem_sArgument<double>,
+                            double*, std::size_t);
+
+} // namespace dataprocessing::detail

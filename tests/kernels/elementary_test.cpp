@@ -1,0 +1,265 @@
+#include "dataprocessing/kernels/elementary/elem.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "tests/kernels/elementary_arguments.h"
+
+namespace {
+
+using namespace dataprocessing::detail;
+using namespace elementary;
+
+template<class T>
+using Bits = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
+
+/// The same bits; a NaN is a NaN.
+template<class T>
+bool isSame(T a, T b) {
+    return std::bit_cast<Bits<T>>(a) == std::bit_cast<Bits<T>>(b) || (a != a && b != b);
+}
+
+/// Values at which something begins or ends: of the numbers, of the functions, of the ranges in
+/// which they are evaluated, each with its neighbours.
+template<class T>
+std::vector<T> edges() {
+    using limits = std::numeric_limits<T>;
+    constexpr double pi = 3.14159265358979323846;
+    std::vector<double> centres = {0,
+                                   limits::denorm_min(),
+                                   limits::min(),
+                                   limits::epsilon(),
+                                   limits::max(),
+                                   0.25,
+                                   0.5,
+                                   0.703125,
+                                   1,
+                                   1.40625,
+                                   2,
+                                   3,
+                                   10,
+                                   20,
+                                   87,
+                                   88,
+                                   88.7228390520683,
+                                   103.972077083991,
+                                   126,
+                                   708,
+                                   709.782712893384,
+                                   745.133219101941,
+                                   std::tan(pi / 8),
+                                   1 / std::tan(pi / 8),
+                                   0x1p21,
+                                   0x1p22,
+                                   0x1p26,
+                                   1e22,
+                                   1e-300,
+                                   1e300};
+    for (int i = 1; i < 40; ++i) {
+        centres.push_back(i * pi / 16);
+        centres.push_back(i * std::log(2.0) / 2);
+        centres.push_back(0.703125 + i / 32.0);
+        centres.push_back(1e5 * i * pi);
+    }
+    std::vector<T> values;
+    for (const double centre : centres) {
+        if (std::fabs(centre) > static_cast<double>(limits::max()))
+            continue;
+        T below = static_cast<T>(centre);
+        T above = below;
+        for (int i = 0; i < 4; ++i) {
+            values.insert(values.end(), {below, above, -below, -above});
+            below = std::nextafter(below, -limits::infinity());
+            above = std::nextafter(above, limits::infinity());
+        }
+    }
+    values.insert(values.end(), {limits::infinity(), -limits::infinity(), limits::quiet_NaN()});
+    return values;
+}
+
+template<class T>
+std::vector<T> runtimeResults(const sFunction& f, const std::vector<T>& x) {
+    std::vector<T> results;
+    for (const T value : x)
+        results.push_back(static_cast<T>(f.runtime(static_cast<double>(value))));
+    return results;
+}
+template<class T>
+std::vector<T> runtimeResults(const sPairFunction& f, const std::vector<T>& a,
+                              const std::vector<T>& b) {
+    std::vector<T> results;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        results.push_back(
+            static_cast<T>(f.runtime(static_cast<double>(a[i]), static_cast<double>(b[i]))));
+    return results;
+}
+
+/// How many results differ; the first few are printed.
+template<class T>
+std::size_t differences(const std::vector<T>& results, const std::vector<T>& expected,
+                        const std::string& what, const std::vector<T>& a, const std::vector<T>& b) {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < results.size(); ++i)
+        if (!isSame(results[i], expected[i]) && ++count < 4)
+            ADD_FAILURE() << what << '(' << std::hexfloat << a[i] << ", " << b[i] << ") is "
+                          << results[i] << " instead of " << expected[i];
+    return count;
+}
+
+template<class T>
+void expectRuntime(const sFunction& f, const std::vector<T>& x) {
+    const std::vector<T> expected = runtimeResults(f, x);
+    for (const level_eSet level : levels()) {
+        std::vector<T> results(x.size());
+        elem_LoopOf<T>(f.code, level)(x.data(), results.data(), x.size(), f.runtime);
+        EXPECT_EQ(
+            differences(results, expected, std::string(level_Name(level)) + ' ' + f.name, x, x),
+            0U);
+    }
+}
+template<class T>
+void expectRuntime(const sPairFunction& f, const std::vector<T>& a, const std::vector<T>& b) {
+    const std::vector<T> expected = runtimeResults(f, a, b);
+    for (const level_eSet level : levels()) {
+        std::vector<T> results(a.size());
+        elem_LoopOf<T>(f.code, level)(a.data(), b.data(), results.data(), a.size(), f.runtime);
+        EXPECT_EQ(
+            differences(results, expected, std::string(level_Name(level)) + ' ' + f.name, a, b),
+            0U);
+    }
+}
+
+template<class T>
+class ElementaryFunctions : public testing::Test {};
+using Precisions = testing::Types<float, double>;
+TYPED_TEST_SUITE(ElementaryFunctions, Precisions);
+
+TYPED_TEST(ElementaryFunctions, AreTheRuntimesAtEveryEdge) {
+    const std::vector<TypeParam> x = edges<TypeParam>();
+    for (const sFunction& f : functions)
+        expectRuntime(f, x);
+    std::vector<TypeParam> a, b;
+    for (std::size_t i = 0; i < x.size(); i += 3)
+        for (std::size_t j = 0; j < x.size(); j += 5) {
+            a.push_back(x[i]);
+            b.push_back(x[j]);
+        }
+    for (const sPairFunction& f : pairFunctions)
+        expectRuntime(f, a, b);
+}
+
+TYPED_TEST(ElementaryFunctions, AreTheRuntimesOfRandomArguments) {
+    cRandom random(7);
+    for (const sFunction& f : functions)
+        for (const sRange& range : rangesOf(f.code)) {
+            std::vector<TypeParam> x(40000);
+            for (TypeParam& value : x)
+                value = static_cast<TypeParam>(range.draw(random));
+            expectRuntime(f, x);
+        }
+    for (const sPairFunction& f : pairFunctions)
+        for (const sPairRange& range : rangesOf(f.code)) {
+            std::vector<TypeParam> a(40000), b(40000);
+            for (std::size_t i = 0; i < a.size(); ++i) {
+                const sPair pair = range.draw(random);
+                a[i] = static_cast<TypeParam>(pair.a);
+                b[i] = static_cast<TypeParam>(pair.b);
+            }
+            expectRuntime(f, a, b);
+        }
+}
+
+TEST(ElementaryFunctionsOfFloats, AreTheRuntimesAllOverTheFloats) {
+    std::vector<float> x;
+    for (std::uint64_t bits = 0; bits < std::uint64_t{1} << 32; bits += 19937)
+        x.push_back(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
+    for (const sFunction& f : functions)
+        expectRuntime(f, x);
+    std::vector<float> a, b;
+    cRandom random(8);
+    for (int i = 0; i < 200000; ++i) {
+        const std::uint64_t bits = random.Bits();
+        a.push_back(std::bit_cast<float>(static_cast<std::uint32_t>(bits)));
+        b.push_back(std::bit_cast<float>(static_cast<std::uint32_t>(bits >> 32)));
+    }
+    for (const sPairFunction& f : pairFunctions)
+        expectRuntime(f, a, b);
+}
+
+/// Arrays of every length around the ends of vectors, chunks and blocks, between guards, and with
+/// arguments among them that the runtime has to decide.
+TYPED_TEST(ElementaryFunctions, ServeEveryCountAndWriteNothingElse) {
+    const std::vector<TypeParam> pool = edges<TypeParam>();
+    for (const std::size_t count : {0U,  1U,  2U,   3U,   4U,   5U,   7U,   8U,   9U,    31U,  63U,
+                                    64U, 65U, 511U, 512U, 513U, 575U, 576U, 577U, 1024U, 1500U}) {
+        std::vector<TypeParam> x(count), y(count);
+        for (std::size_t i = 0; i < count; ++i) {
+            x[i] = pool[(i * 37 + count) % pool.size()];
+            y[i] = pool[(i * 53 + 11) % pool.size()];
+        }
+        const auto expectWritten = [&](const std::vector<TypeParam>& expected,
+                                       const std::vector<TypeParam>& written, const char* name) {
+            for (std::size_t i = 0; i < count; ++i)
+                ASSERT_TRUE(isSame(written[i + 1], expected[i])) << name << " of " << count;
+            ASSERT_EQ(written.front(), TypeParam(-7)) << name << " of " << count;
+            ASSERT_EQ(written.back(), TypeParam(-7)) << name << " of " << count;
+        };
+        for (const sFunction& f : functions) {
+            const std::vector<TypeParam> expected = runtimeResults(f, x);
+            std::vector<TypeParam> written(count + 2, TypeParam(-7));
+            elem_Evaluate(f.code, x.data(), written.data() + 1, count);
+            expectWritten(expected, written, f.name);
+        }
+        for (const sPairFunction& f : pairFunctions)
+            for (const int numbers : {0, 1, 2}) {
+                std::vector<TypeParam> a = x, b = y;
+                if (count > 0 && numbers == 1)
+                    a.assign(count, TypeParam(2.5));
+                if (count > 0 && numbers == 2)
+                    b.assign(count, TypeParam(2.5));
+                const std::vector<TypeParam> expected = runtimeResults(f, a, b);
+                const TypeParam number(2.5);
+                std::vector<TypeParam> written(count + 2, TypeParam(-7));
+                elem_Evaluate<TypeParam>(f.code, {numbers == 1 ? &number : a.data(), numbers != 1},
+                                         {numbers == 2 ? &number : b.data(), numbers != 2},
+                                         written.data() + 1, count);
+                expectWritten(expected, written, f.name);
+            }
+    }
+}
+
+// Marks that the runtime is asked for everything would make all of the above pass.
+TEST(ElementaryFunctionsOfFloats, RarelyAskTheRuntime) {
+    static std::size_t asked;
+    std::vector<float> x(100000), results(x.size());
+    cRandom random(9);
+    for (float& value : x)
+        value = static_cast<float>(random.In(0.01, 0.99));
+    for (const level_eSet level : levels()) {
+        for (const sFunction& f : functions) {
+            asked = 0;
+            elem_LoopOf<float>(f.code, level)(x.data(), results.data(), x.size(), [](double) {
+                ++asked;
+                return 0.0;
+            });
+            EXPECT_LT(asked, x.size() / 500) << f.name;
+        }
+        for (const sPairFunction& f : pairFunctions) {
+            asked = 0;
+            elem_LoopOf<float>(f.code, level)(x.data(), x.data(), results.data(), x.size(),
+                                              [](double, double) {
+                                                  ++asked;
+                                                  return 0.0;
+                                              });
+            EXPECT_LT(asked, x.size() / 500) << f.name;
+        }
+    }
+}
+
+} // namespace
