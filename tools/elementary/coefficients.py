@@ -167,8 +167,74 @@ def circular():
     constant("pi", mp.pi, "pi")
 
 
+# ---- Doubles -----------------------------------------------------------------------------------------------------------
+
+def log_factors(name, factors, comment):
+    """Factors and -log of each, as a multiple of 2^-42, to which multiples of log 2 are added exactly, and the rest."""
+    high = [to_multiple(-mp.log(f), -42) for f in factors]
+    array(name + "Factor", factors, comment)
+    array(name, high, "-log(factor), a multiple of 2^-42")
+    array(name + "Rest", [-mp.log(f) - h for f, h in zip(factors, high)], "what is left of it")
+
+
+def log_double_tail(r):
+    return (mp.log1p(r) - r + r**2 / 2) / r**3 if abs(r) > 1e-25 else mp.mpf(1) / 3
+
+
+def double_exponentials():
+    step = LN2 / 16
+    half = step / 2 * mp.mpf("1.0001")
+    polynomial("expDouble", exp_tail, 6, -half, half, lambda r, d: d * r**2, "(e^r - 1 - r) / r^2, |r| <= ln 2 / 32")
+    powers = [mp.mpf(2)**(mp.mpf(i) / 16) for i in range(16)]
+    array("exp2", powers, "2^(i / 16)")
+    array("exp2Rest", [(p - mp.mpf(float(p))) / mp.mpf(float(p)) for p in powers], "what is left of it, relative to it")
+    high = to_bits(step, 37)
+    constant("perStep", 1 / step, "16 / ln 2")
+    constant("stepHigh", high, "ln 2 / 16 to 37 bits")
+    constant("stepLow", step - high, "ln 2 / 16 - stepHigh")
+
+
+def double_logarithms():
+    factors, reach = log_intervals()
+    reach *= mp.mpf("1.001")
+    log_factors("logDouble", factors, "the same intervals")
+    high = to_multiple(LN2, -42)
+    constant("ln2Multiple", high, "ln 2, a multiple of 2^-42")
+    constant("ln2Rest", LN2 - high, "what is left of it")
+    polynomial("log1pDouble", log_double_tail, 9, -reach, reach, lambda r, d: d * r**2, "(log(1 + r) - r + r^2 / 2) / r^3")
+    # The second factor of powers: of p = 1 + j / 256 + ..., |...| <= 1 / 512, for j = -7 ... 8 in its low four bits.
+    for i, factor in enumerate(factors):
+        ends = [double_of(LOG_FIRST + (i + side << 48)) * factor for side in (0, 1)]
+        assert all(mp.mpf("-7.49") < (p - 1) * 256 < mp.mpf("8.49") for p in ends)
+    second, reach = [mp.mpf(1)] * 16, mp.mpf(0)
+    for j in range(-7, 9):
+        low, high = (1 + (mp.mpf(j) + side) / 256 for side in (mp.mpf("-0.501"), mp.mpf("0.501")))
+        second[j & 15] = mp.mpf(1) if j == 0 else to_multiple(2 / (low + high), -13)
+        reach = max(reach, abs(low * second[j & 15] - 1), abs(high * second[j & 15] - 1))
+    log_factors("logSecond", second, "about 1 / p, multiples of 2^-13")
+    polynomial("log1pSecond", log_double_tail, 6, -reach, reach, lambda r, d: d * r**2, "(log(1 + r) - r + r^2 / 2) / r^3")
+
+
+def double_circular():
+    step = mp.pi / 16
+    half = step / 2 * mp.mpf("1.0001")
+    polynomial("sinDouble", of_square(sin_tail), 4, 0, half**2, lambda u, d: d * u, "(sin(r) / r - 1) / r^2 in r^2, |r| <= pi / 32")
+    polynomial("cosDouble", of_square(lambda r: (mp.cos(r) - 1 + r**2 / 2) / r**4), 4, 0, half**2, lambda u, d: d * u**2,
+               "(cos(r) - 1 + r^2 / 2) / r^4 in r^2, |r| <= pi / 32")
+    pair("sinOf", [mp.sin(i * step) for i in range(16)], "sin(i pi / 16)")
+    pair("cosOf", [mp.cos(i * step) if i != 8 else mp.mpf(0) for i in range(16)], "cos(i pi / 16)")
+    constant("perSixteenth", 1 / step, "16 / pi")
+    high = mp.mpf(float(step))
+    constant("sixteenthHigh", high, "pi / 16")
+    constant("sixteenthLow", step - high, "what is left of it")
+    polynomial("atanDouble", of_square(lambda t: (mp.atan(t) / t - 1) / t**2), 5, 0, mp.mpf("0.0324")**2, lambda u, d: d * u,
+               "(atan(t) / t - 1) / t^2 in t^2, |t| <= 0.0324")
+    pair("atanOf", [mp.atan(mp.mpf(i) / 16) for i in range(16)], "atan(i / 16)")
+    constant("piRest", mp.pi - mp.mpf(float(mp.pi)), "what is left of pi")
+
+
 def header():
-    for family in (exponentials, logarithms, circular):
+    for family in (exponentials, logarithms, circular, double_exponentials, double_logarithms, double_circular):
         family()
     return "\n".join([
         "#pragma once", "", "#include <cstdint>", "",

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <limits>
+#include <type_traits>
 
 #include "dataprocessing/kernels/elementary/elem_tables.h"
 
@@ -11,7 +13,7 @@
     #include <immintrin.h>
 #endif
 
-#define LEVEL_KERNELS "dataprocessing/kernels/elementary/elem_floats.inc"
+#define LEVEL_KERNELS "dataprocessing/kernels/elementary/elem_kernels.inc"
 #include "dataprocessing/platform/level_each.h"
 
 namespace dataprocessing::detail {
@@ -44,23 +46,15 @@ void runtimePairLoop(const T* a, const T* b, T* result, std::size_t count,
 
 } // namespace
 
-template<>
-elem_Loop<float> elem_LoopOf<float>(elem_eFunction function, level_eSet level) noexcept {
-    elem_Loop<float> (*of)(elem_eFunction) = LEVEL_SELECT_AT(level, elem_FloatLoopOf);
-    return of(function);
+template<class T>
+elem_Loop<T> elem_LoopOf(elem_eFunction function, level_eSet level) noexcept {
+    const elem_Loop<T> loop = LEVEL_SELECT_AT(level, elem_Find<T>)(function);
+    return loop != nullptr ? loop : &runtimeLoop<T>;
 }
-template<>
-elem_PairLoop<float> elem_LoopOf<float>(elem_ePairFunction function, level_eSet level) noexcept {
-    elem_PairLoop<float> (*of)(elem_ePairFunction) = LEVEL_SELECT_AT(level, elem_FloatPairLoopOf);
-    return of(function);
-}
-template<>
-elem_Loop<double> elem_LoopOf<double>(elem_eFunction, level_eSet) noexcept {
-    return &runtimeLoop<double>;
-}
-template<>
-elem_PairLoop<double> elem_LoopOf<double>(elem_ePairFunction, level_eSet) noexcept {
-    return &runtimePairLoop<double>;
+template<class T>
+elem_PairLoop<T> elem_LoopOf(elem_ePairFunction function, level_eSet level) noexcept {
+    const elem_PairLoop<T> loop = LEVEL_SELECT_AT(level, elem_FindPair<T>)(function);
+    return loop != nullptr ? loop : &runtimePairLoop<T>;
 }
 
 namespace {
@@ -93,6 +87,10 @@ void elem_Evaluate(elem_ePairFunction function, elem_sArgument<T> a, elem_sArgum
              result + first, std::min(count - first, buffered), elem_RuntimeOf(function));
 }
 
+template elem_Loop<float> elem_LoopOf(elem_eFunction, level_eSet) noexcept;
+template elem_Loop<double> elem_LoopOf(elem_eFunction, level_eSet) noexcept;
+template elem_PairLoop<float> elem_LoopOf(elem_ePairFunction, level_eSet) noexcept;
+template elem_PairLoop<double> elem_LoopOf(elem_ePairFunction, level_eSet) noexcept;
 template void elem_Evaluate(elem_eFunction, const float*, float*, std::size_t);
 template void elem_Evaluate(elem_eFunction, const double*, double*, std::size_t);
 template void elem_Evaluate(elem_ePairFunction, elem_sArgument<float>, elem_sArgument<float>,

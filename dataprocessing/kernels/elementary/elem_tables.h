@@ -200,5 +200,341 @@ inline constexpr double elem_piMiddle = 0x1.10b4611800000p-29;
 inline constexpr double elem_piLow = 0x1.313198a2e0370p-60;
 // pi
 inline constexpr double elem_pi = 0x1.921fb54442d18p+1;
+// (e^r - 1 - r) / r^2, |r| <= ln 2 / 32, to 2^-64.4
+alignas(64) inline constexpr double elem_expDouble[] = {
+    0x1.0000000000001p-1,
+    0x1.5555555555556p-3,
+    0x1.55555554e93b7p-5,
+    0x1.11111110e1059p-7,
+    0x1.6c17ed5c1f49ep-10,
+    0x1.a01b0c3c80bbcp-13,
+};
+// 2^(i / 16)
+alignas(64) inline constexpr double elem_exp2[] = {
+    0x1.0000000000000p+0,
+    0x1.0b5586cf9890fp+0,
+    0x1.172b83c7d517bp+0,
+    0x1.2387a6e756238p+0,
+    0x1.306fe0a31b715p+0,
+    0x1.3dea64c123422p+0,
+    0x1.4bfdad5362a27p+0,
+    0x1.5ab07dd485429p+0,
+    0x1.6a09e667f3bcdp+0,
+    0x1.7a11473eb0187p+0,
+    0x1.8ace5422aa0dbp+0,
+    0x1.9c49182a3f090p+0,
+    0x1.ae89f995ad3adp+0,
+    0x1.c199bdd85529cp+0,
+    0x1.d5818dcfba487p+0,
+    0x1.ea4afa2a490dap+0,
+};
+// what is left of it, relative to it
+alignas(64) inline constexpr double elem_exp2Rest[] = {
+    0.0,
+    0x1.79aa65d837b6dp-54,
+    -0x1.01b15eaa59348p-55,
+    0x1.68efde3a8a894p-54,
+    0x1.34d754db0abb6p-55,
+    0x1.59f48a72a4c6dp-55,
+    0x1.690cebb7aafb0p-56,
+    0x1.063e1e21c5409p-54,
+    -0x1.3b3efbf5e2228p-54,
+    -0x1.b32dcb94da51dp-56,
+    0x1.db72fc1f0eab4p-55,
+    0x1.1affc2b91ce27p-56,
+    0x1.c1a7792cb3387p-55,
+    0x1.36eae30af0cb3p-56,
+    0x1.4a385a63d07a7p-56,
+    -0x1.ff7128fd391f0p-55,
+};
+// 16 / ln 2
+inline constexpr double elem_perStep = 0x1.71547652b82fep+4;
+// ln 2 / 16 to 37 bits
+inline constexpr double elem_stepHigh = 0x1.62e42fefa0000p-5;
+// ln 2 / 16 - stepHigh
+inline constexpr double elem_stepLow = 0x1.cf79abc9e3b3ap-44;
+// the same intervals
+alignas(64) inline constexpr double elem_logDoubleFactor[] = {
+    0x1.6400000000000p+0,
+    0x1.5580000000000p+0,
+    0x1.4780000000000p+0,
+    0x1.3b00000000000p+0,
+    0x1.2f80000000000p+0,
+    0x1.2480000000000p+0,
+    0x1.1a80000000000p+0,
+    0x1.1100000000000p+0,
+    0x1.0880000000000p+0,
+    0x1.0000000000000p+0,
+    0x1.e200000000000p-1,
+    0x1.c700000000000p-1,
+    0x1.af00000000000p-1,
+    0x1.9a00000000000p-1,
+    0x1.8600000000000p-1,
+    0x1.7400000000000p-1,
+};
+// -log(factor), a multiple of 2^-42
+alignas(64) inline constexpr double elem_logDouble[] = {
+    -0x1.51aad872e0000p-2,
+    -0x1.27161913f8000p-2,
+    -0x1.f871b28956000p-3,
+    -0x1.a8becfc882000p-3,
+    -0x1.5c94007598000p-3,
+    -0x1.10f8e42254000p-3,
+    -0x1.9375e55594000p-4,
+    -0x1.0759835990000p-4,
+    -0x1.0b94f7c198000p-5,
+    0.0,
+    0x1.eea31c0068000p-5,
+    0x1.e3707ee304000p-4,
+    0x1.60b3100b0a000p-3,
+    0x1.c6ffbc6f00000p-3,
+    0x1.16b5ccbad0000p-2,
+    0x1.4718dc271c000p-2,
+};
+// what is left of it
+alignas(64) inline constexpr double elem_logDoubleRest[] = {
+    0x1.f4bd8db0a7cc1p-44,
+    -0x1.4f4f1f61564b4p-44,
+    0x1.f75fd6a526efep-44,
+    -0x1.e3185cf21b9cfp-44,
+    0x1.a8d948cd23322p-44,
+    0x1.93b3843396307p-45,
+    -0x1.eddc37380c364p-44,
+    0x1.b8ecfe4b59987p-44,
+    0x1.e89896f022783p-45,
+    0.0,
+    0x1.c3dd83606d891p-44,
+    0x1.0f684e6766abdp-45,
+    -0x1.71456c988f814p-44,
+    0x1.ee138d3a69d43p-44,
+    -0x1.23299042d74bfp-44,
+    0x1.06c18fb4c14c5p-44,
+};
+// ln 2, a multiple of 2^-42
+inline constexpr double elem_ln2Multiple = 0x1.62e42fefa3800p-1;
+// what is left of it
+inline constexpr double elem_ln2Rest = 0x1.ef35793c76730p-45;
+// (log(1 + r) - r + r^2 / 2) / r^3, to 2^-64.9
+alignas(64) inline constexpr double elem_log1pDouble[] = {
+    0x1.5555555555555p-2,
+    -0x1.fffffffffff9fp-3,
+    0x1.9999999999940p-3,
+    -0x1.5555555697d8ap-3,
+    0x1.24924925bbfefp-3,
+    -0x1.ffffdbcbc1a5dp-4,
+    0x1.c71c505ba6ec5p-4,
+    -0x1.9a5a39fb5632fp-4,
+    0x1.750ee707f5a58p-4,
+};
+// about 1 / p, multiples of 2^-13
+alignas(64) inline constexpr double elem_logSecondFactor[] = {
+    0x1.0000000000000p+0,
+    0x1.fe00000000000p-1,
+    0x1.fc00000000000p-1,
+    0x1.fa10000000000p-1,
+    0x1.f820000000000p-1,
+    0x1.f630000000000p-1,
+    0x1.f440000000000p-1,
+    0x1.f260000000000p-1,
+    0x1.f080000000000p-1,
+    0x1.0730000000000p+0,
+    0x1.0628000000000p+0,
+    0x1.0518000000000p+0,
+    0x1.0410000000000p+0,
+    0x1.0308000000000p+0,
+    0x1.0208000000000p+0,
+    0x1.0100000000000p+0,
+};
+// -log(factor), a multiple of 2^-42
+alignas(64) inline constexpr double elem_logSecond[] = {
+    0.0,
+    0x1.0080559580000p-8,
+    0x1.0101575880000p-7,
+    0x1.7e38762ca0000p-7,
+    0x1.fbea8b13c0000p-7,
+    0x1.3d0c443d70000p-6,
+    0x1.7c61b1cf60000p-6,
+    0x1.b9e8027e20000p-6,
+    0x1.f7a9b16780000p-6,
+    -0x1.c5a92e1630000p-6,
+    -0x1.8556516070000p-6,
+    -0x1.42cc921480000p-6,
+    -0x1.01f5658730000p-6,
+    -0x1.81b889ec00000p-7,
+    -0x1.02f9537860000p-7,
+    -0x1.ff00aa2b00000p-9,
+};
+// what is left of it
+alignas(64) inline constexpr double elem_logSecondRest[] = {
+    0.0,
+    0x1.166afcb31c67bp-45,
+    0x1.bce251998b506p-44,
+    0x1.8e5f252316acap-48,
+    0x1.ec927b17e4e13p-50,
+    0x1.2d40e4f2f6eeap-45,
+    -0x1.08fc8f849a447p-45,
+    -0x1.b9c9bb4f4fcfcp-44,
+    0x1.42ad9271be7d7p-45,
+    0x1.962e95bcf75e5p-44,
+    0x1.deb6e0a90848cp-47,
+    0x1.dde394cdaf04bp-44,
+    -0x1.6107d26f92eb5p-44,
+    0x1.834c73c4ec934p-45,
+    0x1.fb18dfad4852dp-45,
+    -0x1.0bc04a086b56ap-45,
+};
+// (log(1 + r) - r + r^2 / 2) / r^3, to 2^-73.4
+alignas(64) inline constexpr double elem_log1pSecond[] = {
+    0x1.5555555555555p-2,
+    -0x1.0000000000000p-2,
+    0x1.999999998fe00p-3,
+    -0x1.555555554c94bp-3,
+    0x1.2492a73a24382p-3,
+    -0x1.000054ad03bcfp-3,
+};
+// (sin(r) / r - 1) / r^2 in r^2, |r| <= pi / 32, to 2^-63.2
+alignas(64) inline constexpr double elem_sinDouble[] = {
+    -0x1.5555555555555p-3,
+    0x1.111111111046fp-7,
+    -0x1.a01a0139b7e26p-13,
+    0x1.71cda20bfd969p-19,
+};
+// (cos(r) - 1 + r^2 / 2) / r^4 in r^2, |r| <= pi / 32, to 2^-71.9
+alignas(64) inline constexpr double elem_cosDouble[] = {
+    0x1.5555555555555p-5,
+    -0x1.6c16c16c163abp-10,
+    0x1.a01a015bd8506p-16,
+    -0x1.27d9eb3dc85ddp-22,
+};
+// sin(i pi / 16)
+alignas(64) inline constexpr double elem_sinOf[] = {
+    0.0,
+    0x1.8f8b83c69a60bp-3,
+    0x1.87de2a6aea963p-2,
+    0x1.1c73b39ae68c8p-1,
+    0x1.6a09e667f3bcdp-1,
+    0x1.a9b66290ea1a3p-1,
+    0x1.d906bcf328d46p-1,
+    0x1.f6297cff75cb0p-1,
+    0x1.0000000000000p+0,
+    0x1.f6297cff75cb0p-1,
+    0x1.d906bcf328d46p-1,
+    0x1.a9b66290ea1a3p-1,
+    0x1.6a09e667f3bcdp-1,
+    0x1.1c73b39ae68c8p-1,
+    0x1.87de2a6aea963p-2,
+    0x1.8f8b83c69a60bp-3,
+};
+// what is left of them
+alignas(64) inline constexpr double elem_sinOfRest[] = {
+    0.0,
+    -0x1.26d19b9ff8d82p-57,
+    -0x1.72cedd3d5a610p-57,
+    0x1.b25dd267f6600p-55,
+    -0x1.bdd3413b26456p-55,
+    0x1.9f630e8b6dac8p-60,
+    0x1.457e610231ac2p-56,
+    0x1.562172a361fd3p-56,
+    0.0,
+    0x1.562172a361fd3p-56,
+    0x1.457e610231ac2p-56,
+    0x1.9f630e8b6dac8p-60,
+    -0x1.bdd3413b26456p-55,
+    0x1.b25dd267f6600p-55,
+    -0x1.72cedd3d5a610p-57,
+    -0x1.26d19b9ff8d82p-57,
+};
+// cos(i pi / 16)
+alignas(64) inline constexpr double elem_cosOf[] = {
+    0x1.0000000000000p+0,
+    0x1.f6297cff75cb0p-1,
+    0x1.d906bcf328d46p-1,
+    0x1.a9b66290ea1a3p-1,
+    0x1.6a09e667f3bcdp-1,
+    0x1.1c73b39ae68c8p-1,
+    0x1.87de2a6aea963p-2,
+    0x1.8f8b83c69a60bp-3,
+    0.0,
+    -0x1.8f8b83c69a60bp-3,
+    -0x1.87de2a6aea963p-2,
+    -0x1.1c73b39ae68c8p-1,
+    -0x1.6a09e667f3bcdp-1,
+    -0x1.a9b66290ea1a3p-1,
+    -0x1.d906bcf328d46p-1,
+    -0x1.f6297cff75cb0p-1,
+};
+// what is left of them
+alignas(64) inline constexpr double elem_cosOfRest[] = {
+    0.0,
+    0x1.562172a361fd3p-56,
+    0x1.457e610231ac2p-56,
+    0x1.9f630e8b6dac8p-60,
+    -0x1.bdd3413b26456p-55,
+    0x1.b25dd267f6600p-55,
+    -0x1.72cedd3d5a610p-57,
+    -0x1.26d19b9ff8d82p-57,
+    0.0,
+    0x1.26d19b9ff8d82p-57,
+    0x1.72cedd3d5a610p-57,
+    -0x1.b25dd267f6600p-55,
+    0x1.bdd3413b26456p-55,
+    -0x1.9f630e8b6dac8p-60,
+    -0x1.457e610231ac2p-56,
+    -0x1.562172a361fd3p-56,
+};
+// 16 / pi
+inline constexpr double elem_perSixteenth = 0x1.45f306dc9c883p+2;
+// pi / 16
+inline constexpr double elem_sixteenthHigh = 0x1.921fb54442d18p-3;
+// what is left of it
+inline constexpr double elem_sixteenthLow = 0x1.1a62633145c07p-57;
+// (atan(t) / t - 1) / t^2 in t^2, |t| <= 0.0324, to 2^-65.5
+alignas(64) inline constexpr double elem_atanDouble[] = {
+    -0x1.5555555555555p-2,
+    0x1.9999999999852p-3,
+    -0x1.2492492230174p-3,
+    0x1.c71c4019209d8p-4,
+    -0x1.7389b85d95037p-4,
+};
+// atan(i / 16)
+alignas(64) inline constexpr double elem_atanOf[] = {
+    0.0,
+    0x1.ff55bb72cfdeap-5,
+    0x1.fd5ba9aac2f6ep-4,
+    0x1.7b97b4bce5b02p-3,
+    0x1.f5b75f92c80ddp-3,
+    0x1.362773707ebccp-2,
+    0x1.6f61941e4def1p-2,
+    0x1.a64eec3cc23fdp-2,
+    0x1.dac670561bb4fp-2,
+    0x1.0657e94db30d0p-1,
+    0x1.1e00babdefeb4p-1,
+    0x1.345f01cce37bbp-1,
+    0x1.4978fa3269ee1p-1,
+    0x1.5d58987169b18p-1,
+    0x1.700a7c5784634p-1,
+    0x1.819d0b7158a4dp-1,
+};
+// what is left of them
+alignas(64) inline constexpr double elem_atanOfRest[] = {
+    0.0,
+    -0x1.c934d86d23f1dp-60,
+    -0x1.cd37686760c17p-59,
+    0x1.347b0b4f881cap-58,
+    0x1.8ab6e3cf7afbdp-57,
+    -0x1.963a544b672d8p-57,
+    -0x1.c63aae6f6e918p-56,
+    -0x1.24dec1b50b7ffp-56,
+    0x1.a2b7f222f65e2p-56,
+    -0x1.d5b495f6349e6p-56,
+    -0x1.928df287a668fp-58,
+    0x1.1021137c71102p-55,
+    0x1.2419a87f2a458p-56,
+    0x1.0028e4bc5e7cap-57,
+    -0x1.8c34d25aadef6p-56,
+    -0x1.bf76229d3b917p-56,
+};
+// what is left of pi
+inline constexpr double elem_piRest = 0x1.1a62633145c07p-53;
 
 } // namespace dataprocessing::detail
