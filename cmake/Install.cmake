@@ -7,52 +7,55 @@ endif()
 
 include(CMakePackageConfigHelpers)
 
-# The versioned shared library alone is what a finished program needs.
-set(runtime DataProcessing_Runtime)
-set(development DataProcessing_Development)
-set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DataProcessing)
-set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# dataprocessing_install(PREFIX LIBDIR NAME [EXCLUDE_FROM_ALL]): all of it, as the components
+# NAME_Runtime, the versioned shared library, which is what a finished program needs, and
+# NAME_Development.
+function(dataprocessing_install prefix libdir name)
+  set(CMAKE_INSTALL_PREFIX ${prefix})
+  set(runtime COMPONENT ${name}_Runtime ${ARGN})
+  set(development COMPONENT ${name}_Development ${ARGN})
+  set(made ${PROJECT_BINARY_DIR}/install/${name})
+  set(package_dir ${libdir}/cmake/DataProcessing)
+  set(pkgconfig_dir ${libdir}/pkgconfig)
 
-install(TARGETS DataProcessing EXPORT DataProcessingTargets
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${runtime}
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${runtime} NAMELINK_COMPONENT ${development}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${development}
-  FILE_SET headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${development}
-  FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT ${development})
+  install(TARGETS DataProcessing EXPORT ${name}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} ${runtime}
+    LIBRARY DESTINATION ${libdir} ${runtime} NAMELINK_COMPONENT ${name}_Development
+    ARCHIVE DESTINATION ${libdir} ${development}
+    FILE_SET headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${development}
+    FILE_SET generated_headers DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} ${development})
+  install(EXPORT ${name} FILE DataProcessingTargets.cmake NAMESPACE DataProcessing::
+    DESTINATION ${package_dir} ${development})
+  configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/DataProcessingConfig.cmake.in
+    ${made}/DataProcessingConfig.cmake
+    INSTALL_DESTINATION ${package_dir}
+    NO_SET_AND_CHECK_MACRO)
+  write_basic_package_version_file(${made}/DataProcessingConfigVersion.cmake
+    COMPATIBILITY ${DataProcessing_COMPATIBILITY})
+  install(FILES ${made}/DataProcessingConfig.cmake ${made}/DataProcessingConfigVersion.cmake
+    DESTINATION ${package_dir} ${development})
 
-install(EXPORT DataProcessingTargets NAMESPACE DataProcessing:: DESTINATION ${package_dir}
-  COMPONENT ${development})
-configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/DataProcessingConfig.cmake.in
-  ${PROJECT_BINARY_DIR}/DataProcessingConfig.cmake
-  INSTALL_DESTINATION ${package_dir}
-  NO_SET_AND_CHECK_MACRO)
-write_basic_package_version_file(${PROJECT_BINARY_DIR}/DataProcessingConfigVersion.cmake
-  COMPATIBILITY ${DataProcessing_COMPATIBILITY})
-install(FILES
-  ${PROJECT_BINARY_DIR}/DataProcessingConfig.cmake
-  ${PROJECT_BINARY_DIR}/DataProcessingConfigVersion.cmake
-  DESTINATION ${package_dir} COMPONENT ${development})
+  # pkg-config knows where it found the file; everything else is said relative to that. A directory
+  # that was given as an absolute path lies outside the prefix and is named as it is. So is /usr,
+  # which does not move: pkg-config leaves out what compilers search anyway only if it is told so
+  # plainly.
+  cmake_path(IS_ABSOLUTE libdir libdir_is_absolute)
+  if(libdir_is_absolute OR prefix STREQUAL "/usr")
+    set(pc_prefix ${prefix})
+  else()
+    cmake_path(RELATIVE_PATH prefix BASE_DIRECTORY ${prefix}/${pkgconfig_dir} OUTPUT_VARIABLE up)
+    set(pc_prefix "\${pcfiledir}/${up}")
+  endif()
+  set(pc_libdir "\${prefix}")
+  cmake_path(APPEND pc_libdir ${libdir})
+  set(pc_includedir "\${prefix}")
+  cmake_path(APPEND pc_includedir ${CMAKE_INSTALL_INCLUDEDIR})
+  set(pc_cflags)
+  if(NOT BUILD_SHARED_LIBS)
+    set(pc_cflags " -DDATAPROCESSING_STATIC_DEFINE")
+  endif()
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/DataProcessing.pc.in ${made}/DataProcessing.pc @ONLY)
+  install(FILES ${made}/DataProcessing.pc DESTINATION ${pkgconfig_dir} ${development})
+endfunction()
 
-# pkg-config knows where it found the file; everything else is said relative to that. A directory
-# that was given as an absolute path lies outside the prefix and is named as it is. So is /usr, which
-# does not move: pkg-config leaves out what compilers search anyway only if it is told so plainly.
-cmake_path(IS_ABSOLUTE CMAKE_INSTALL_LIBDIR libdir_is_absolute)
-if(libdir_is_absolute OR CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-  set(pc_prefix ${CMAKE_INSTALL_PREFIX})
-else()
-  cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
-    BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}/${pkgconfig_dir} OUTPUT_VARIABLE up)
-  set(pc_prefix "\${pcfiledir}/${up}")
-endif()
-set(pc_libdir "\${prefix}")
-cmake_path(APPEND pc_libdir ${CMAKE_INSTALL_LIBDIR})
-set(pc_includedir "\${prefix}")
-cmake_path(APPEND pc_includedir ${CMAKE_INSTALL_INCLUDEDIR})
-set(pc_cflags)
-if(NOT BUILD_SHARED_LIBS)
-  set(pc_cflags " -DDATAPROCESSING_STATIC_DEFINE")
-endif()
-configure_file(${CMAKE_CURRENT_LIST_DIR}/DataProcessing.pc.in
-  ${PROJECT_BINARY_DIR}/DataProcessing.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/DataProcessing.pc DESTINATION ${pkgconfig_dir}
-  COMPONENT ${development})
+dataprocessing_install(${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_LIBDIR} DataProcessing)

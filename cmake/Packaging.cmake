@@ -1,6 +1,6 @@
-# Debian packages: `cpack -G DEB` in a tree that was configured with -DCMAKE_INSTALL_PREFIX=/usr, for
-# Debian keeps its libraries in a directory of their architecture there. One package is for programs
-# that run, one for programs that are built.
+# Debian packages, by `cpack` in the build tree: one for programs that run, one for programs that are
+# built. Wherever that tree installs to, its packages go to /usr, and the library into a directory of
+# its architecture there.
 if(NOT PROJECT_IS_TOP_LEVEL OR NOT DATAPROCESSING_INSTALL OR NOT BUILD_SHARED_LIBS)
   return()
 endif()
@@ -10,6 +10,7 @@ if(NOT DATAPROCESSING_GZIP)
   return()
 endif()
 
+dataprocessing_install(/usr lib/${CMAKE_LIBRARY_ARCHITECTURE} Debian EXCLUDE_FROM_ALL)
 set(runtime_package libdataprocessing${DataProcessing_SOVERSION})
 set(development_package libdataprocessing-dev)
 # Older than the first package that a distribution would make itself of this version.
@@ -19,14 +20,14 @@ set(debian_version ${PROJECT_VERSION}-${debian_revision})
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME dataprocessing)
-set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 # Who builds packages for others says who they are: -DCPACK_PACKAGE_CONTACT='Name <address>'.
 if(NOT CPACK_PACKAGE_CONTACT)
   set(CPACK_PACKAGE_CONTACT "DataProcessing maintainers <maintainers@dataprocessing.example>")
 endif()
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL ${runtime} ${development})
+set(CPACK_COMPONENTS_ALL Debian_Runtime Debian_Development)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -41,24 +42,24 @@ set(about "${PROJECT_NAME} computes with spectra, line profiles, images and type
 numbers that know where each of their elements lies: arithmetic that aligns
 what it combines, Fourier transforms, geometry and curve fits.")
 
-set(CPACK_DEBIAN_DATAPROCESSING_RUNTIME_PACKAGE_NAME ${runtime_package})
-set(CPACK_DEBIAN_DATAPROCESSING_RUNTIME_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_DATAPROCESSING_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_DEBIAN_RUNTIME_PACKAGE_NAME ${runtime_package})
+set(CPACK_DEBIAN_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # A program that was linked against one version runs with any later one of the same SONAME.
 file(WRITE ${doc}/shlibs "libDataProcessing ${DataProcessing_SOVERSION} ${runtime_package} (>= ${debian_version})\n")
-# CPack writes scripts that call ldconfig unless it is given others; the trigger calls it better. These
-# two do not exist, so the package has none.
-set(CPACK_DEBIAN_DATAPROCESSING_RUNTIME_PACKAGE_CONTROL_EXTRA
-  ${doc}/shlibs ${PROJECT_SOURCE_DIR}/packaging/debian/triggers
-  ${doc}/none/postinst ${doc}/none/postrm)
-set(CPACK_DEBIAN_DATAPROCESSING_RUNTIME_DESCRIPTION "${about}
+set(debian ${PROJECT_SOURCE_DIR}/packaging/debian)
+configure_file(${debian}/script ${doc}/postinst COPYONLY)
+configure_file(${debian}/script ${doc}/postrm COPYONLY)
+set(CPACK_DEBIAN_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA
+  ${doc}/shlibs ${debian}/triggers ${doc}/postinst ${doc}/postrm)
+set(CPACK_DEBIAN_DEBIAN_RUNTIME_DESCRIPTION "${about}
 .
 This package holds the library that programs load.")
 
-set(CPACK_DEBIAN_DATAPROCESSING_DEVELOPMENT_PACKAGE_NAME ${development_package})
-set(CPACK_DEBIAN_DATAPROCESSING_DEVELOPMENT_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DATAPROCESSING_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${debian_version})")
-set(CPACK_DEBIAN_DATAPROCESSING_DEVELOPMENT_DESCRIPTION "${about}
+set(CPACK_DEBIAN_DEBIAN_DEVELOPMENT_PACKAGE_NAME ${development_package})
+set(CPACK_DEBIAN_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${runtime_package} (= ${debian_version})")
+set(CPACK_DEBIAN_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
 .
 This package holds the headers and what CMake and pkg-config need to build
 programs.")
@@ -75,16 +76,15 @@ string(REGEX REPLACE "^.*\n(Redistribution and use)" "\\1" licence "${licence}")
 string(STRIP "${licence}" licence)
 string(REPLACE "\n\n" "\n.\n" licence "${licence}")
 string(REPLACE "\n" "\n " licence "${licence}")
-configure_file(${PROJECT_SOURCE_DIR}/packaging/debian/copyright.in ${doc}/copyright @ONLY)
+configure_file(${debian}/copyright.in ${doc}/copyright @ONLY)
 
 string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
-configure_file(${PROJECT_SOURCE_DIR}/packaging/debian/changelog.in ${doc}/changelog.Debian @ONLY)
+configure_file(${debian}/changelog.in ${doc}/changelog.Debian @ONLY)
 dataprocessing_gzip(${doc}/changelog.Debian ${doc}/changelog.Debian.gz)
 dataprocessing_gzip(${PROJECT_SOURCE_DIR}/CHANGELOG.md ${doc}/changelog.gz)
-foreach(part IN ITEMS runtime development)
-  install(FILES ${doc}/copyright ${doc}/changelog.gz ${doc}/changelog.Debian.gz
-    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/${${part}_package}
-    COMPONENT ${${part}} EXCLUDE_FROM_ALL)
-endforeach()
+install(FILES ${doc}/copyright ${doc}/changelog.gz ${doc}/changelog.Debian.gz
+  DESTINATION share/doc/${runtime_package} COMPONENT Debian_Runtime EXCLUDE_FROM_ALL)
+install(FILES ${doc}/copyright ${doc}/changelog.gz ${doc}/changelog.Debian.gz
+  DESTINATION share/doc/${development_package} COMPONENT Debian_Development EXCLUDE_FROM_ALL)
 
 include(CPack)

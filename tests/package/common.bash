@@ -62,30 +62,11 @@ consumer_pkg_config() {
     if [ -z "${3-}" ] && [[ " ${flags[*]}" = *" -"[IL]* ]]; then
         fail "pkg-config names directories that compilers know: ${flags[*]}"
     fi
+    [ -z "$libdir" ] || flags+=("-Wl,-rpath,$libdir")
     quietly "$cxx" "${strict[@]}" -o "$program" tests/package/consumer.cpp "${flags[@]}"
     expect_linkage "$1" "$program"
-    LD_LIBRARY_PATH=$libdir "$program"
+    "$program"
 }
-
-# consumer_subproject VARIANT OPTION...: in a copy of the source whose path has a blank.
-consumer_subproject() {
-    local variant=$1 build=$work/subproject-$1 copy="$work/source tree" part
-    shift
-    say "add_subdirectory, $variant"
-    mkdir -p "$copy"
-    for part in CMakeLists.txt cmake dataprocessing; do
-        rm -rf "${copy:?}/$part"
-        cp -Rp "$part" "$copy"
-    done
-    quietly cmake -G Ninja -S tests/package/subproject -B "$build" -DCMAKE_BUILD_TYPE=Debug \
-        -DDATAPROCESSING_SOURCE="$copy" "$@"
-    quietly cmake --build "$build" -j "$jobs"
-    expect_linkage "$variant" "$build/consumer"
-    "$build/consumer"
-}
-
-# Shared is what a project gets that says nothing. What is debugged here is also what ./exports looks at.
-consumer_shared_subproject() { consumer_subproject shared -DCMAKE_CXX_FLAGS_DEBUG='-O0 -g'; }
 
 # The version that the top CMakeLists.txt states.
 declared_version() { sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt; }
