@@ -56,6 +56,12 @@ Function* level_Select(level_eSet level, Function* baseline, Function* v3, Funct
     }
 }
 
+/// The same where the processor has no levels.
+template<class Function>
+Function* level_Select(level_eSet, Function* baseline) noexcept {
+    return baseline;
+}
+
 /// The address of the function that serves the current level.
 template<class Function>
 Function* level_Select(Function* baseline, Function* v3, Function* v4) noexcept {
@@ -72,7 +78,8 @@ Function* level_Select(Function* baseline, Function* v3, Function* v4) noexcept 
         ::dataprocessing::detail::level_Select(level, &level_baseline::__VA_ARGS__,                \
                                                &level_v3::__VA_ARGS__, &level_v4::__VA_ARGS__)
 #else
-    #define LEVEL_SELECT_AT(level, ...) (static_cast<void>(level), &level_baseline::__VA_ARGS__)
+    #define LEVEL_SELECT_AT(level, ...)                                                            \
+        ::dataprocessing::detail::level_Select(level, &level_baseline::__VA_ARGS__)
 #endif
 
 /// The version of kernel entry `name` that serves the current level. Use it where `name` came from
