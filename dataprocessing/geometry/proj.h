@@ -14,7 +14,10 @@
 ///
 /// Rows are added in order by the arithmetic of arrays and divided by their number in single
 /// precision. So the profile of integers is single precision, except that a single row of a range
-/// at angle 0 keeps the image's type. What lies outside the image counts as zero.
+/// at angle 0 keeps the image's type. At that angle integers are added as integers, so the sum of a
+/// column wraps where it leaves int32 (of uint32: where it leaves uint32); convert the image to
+/// double first where it can. What lies outside the image counts as zero. An image whose deltas
+/// differ is rescaled first, as with all warps.
 ///
 /// Throws what warp_Rotate throws, and the index error when the turned image has no row.
 DATAPROCESSING_EXPORT darr_c1DArray proj_Project(const darr_c2DArray& image,
@@ -23,6 +26,7 @@ DATAPROCESSING_EXPORT darr_c1DArray proj_Project(const darr_c2DArray& image,
 /// The profile from (x1, y1) to (x2, y2), averaged over `width` across that line: proj_Project over
 /// the rectangle centred on the segment's middle, as long as the segment and turned along it.
 /// Swapping the ends reverses the profile; each starts with the element at its own first point.
-/// Equal points give a profile without elements. Throws what proj_Project throws.
+/// Equal points give a profile without elements. A negative width does what its magnitude does,
+/// except along X to the right, where it has no row. Throws what proj_Project throws.
 DATAPROCESSING_EXPORT darr_c1DArray proj_LineScan(const darr_c2DArray& image, double x1, double y1,
                                                   double x2, double y2, double width);

@@ -86,7 +86,9 @@ public:
     /// The upright rectangle with these bounds. They are not reordered.
     rnge_c2DRange(double left, double bottom, double right, double top) noexcept;
     /// The rectangle of `length` (along its own X) by `width`, turned by `angle` radians
-    /// counter-clockwise about its centre. Multiples of a quarter turn are exact.
+    /// counter-clockwise about its centre. Whole quarter turns are exact where angle / (type_Pi /
+    /// 2) is a whole number in double: the first ten of either sign, k * (type_Pi / 2), are; of
+    /// later ones some are off by the rounding of the angle.
     rnge_c2DRange(double centerX, double centerY, double length, double width,
                   double angle) noexcept;
 

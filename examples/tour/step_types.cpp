@@ -20,8 +20,10 @@ void stepTypes(Story& story) {
     const pnum_cNumber c = std::uint16_t{40000};
     const pnum_cNumber z = comp_cComplex<double>(0, 1);
 
-    story.teller.Say("Numbers and arrays have one of ten element types. A result gets a type that "
-                     "holds it, so counts neither overflow nor lose digits by surprise.");
+    story.teller.Say(
+        "Numbers and arrays have one of ten element types. Sums and differences of 8- and "
+        "16-bit counts get a type that holds them, products of 8-bit ones too. Products of "
+        "16-bit ones are floats of 24 bits, 32-bit sums wrap.");
     story.teller.Show(
         {.caption = "Operations on 8- and 16-bit counts",
          .heading = {"operation", "value", "types", "result"},
