@@ -127,6 +127,12 @@ void putBytes(std::string& bytes, const gsft_c1DGaussianFittingFunction& gaussia
     putBytes(bytes, gaussians.ChiSquared());
 }
 
+void putBytes(std::string& bytes, const peak_sPeak& peak) {
+    putBytes(bytes, peak.index);
+    for (const double figure :
+         {peak.position, peak.height, peak.prominence, peak.width, peak.significance})
+        putBytes(bytes, figure);
+}
 void putBytes(std::string& bytes, const expt_cProgramException& exception) {
     putBytes(bytes, exception.SourceFile());
     putBytes(bytes, exception.Line());

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <type_traits>
 #include <variant>
+#include <vector>
 
 #include "dataprocessing/dataprocessing.h"
 
@@ -67,7 +68,15 @@ void putBytes(std::string& bytes, const dasl_c1DDataArraySelection& selection);
 void putBytes(std::string& bytes, const plft_c1DPolyFittingFunction& polynomial);
 void putBytes(std::string& bytes, const pwft_cMultiPowerLawFitFunc& background);
 void putBytes(std::string& bytes, const gsft_c1DGaussianFittingFunction& gaussians);
+void putBytes(std::string& bytes, const peak_sPeak& peak);
 void putBytes(std::string& bytes, const expt_cProgramException& exception);
+
+template<class T>
+void putBytes(std::string& bytes, const std::vector<T>& values) {
+    putBytes(bytes, values.size());
+    for (const T& value : values)
+        putBytes(bytes, value);
+}
 
 template<class... Values>
 std::string bytesOf(const Values&... values) {

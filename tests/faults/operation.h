@@ -90,6 +90,7 @@ private:
 Table binaryOperations();
 Table unaryOperations();
 Table reduceOperations();
+Table filterOperations();
 Table fourierOperations();
 Table geometryOperations();
 Table fittingOperations();
@@ -104,8 +105,8 @@ struct Group {
 };
 
 inline constexpr Group operationGroups[] = {
-    {"Binary", binaryOperations},     {"Unary", unaryOperations},
-    {"Reduce", reduceOperations},     {"Fourier", fourierOperations},
-    {"Geometry", geometryOperations}, {"Fitting", fittingOperations},
-    {"Value", valueOperations},       {"Stream", streamOperations},
-    {"Large", largeOperations}};
+    {"Binary", binaryOperations},   {"Unary", unaryOperations},
+    {"Reduce", reduceOperations},   {"Filter", filterOperations},
+    {"Fourier", fourierOperations}, {"Geometry", geometryOperations},
+    {"Fitting", fittingOperations}, {"Value", valueOperations},
+    {"Stream", streamOperations},   {"Large", largeOperations}};

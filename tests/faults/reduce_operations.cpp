@@ -54,5 +54,11 @@ Table reduceOperations() {
     table.Add("max over a range", [](Operands& of) {
         return extr_Max(of.complexLine, of.range, darr_NoInterpolation, conv_Modulus);
     });
+    table.Add("peaks", [](Operands& of) { return peak_Find(of.spectrum); });
+    table.Add("peaks, chosen", [](Operands& of) {
+        return peak_Find(of.line, {.prominence = 0.01, .distance = 2, .width = 0.5});
+    });
+    table.AddRefused("peaks of complex elements",
+                     [](Operands& of) { return peak_Find(of.complexLine); });
     return table;
 }
