@@ -40,17 +40,17 @@ std::vector<double> gaussWeights(double sigma, double delta) {
     if (!(sigma >= 0) || !(elements <= widestSigma))
         throw expt_cProgramException("smth", 4,
                                      "The sigma is negative or spans too many elements.");
-    const int reach = static_cast<int>(4 * elements + 0.5);
-    std::vector<double> weights(2 * static_cast<std::size_t>(reach) + 1, 1.0);
-    long double sum = 0;
-    const auto weight = [elements](int d) {
+    const long reach = std::lround(4 * elements);
+    const auto weight = [elements](long d) {
         const long double t = d == 0 ? 0 : d / static_cast<long double>(elements);
         return std::exp(-t * t / 2);
     };
-    for (int d = -reach; d <= reach; ++d)
+    long double sum = 0;
+    for (long d = -reach; d <= reach; ++d)
         sum += weight(d);
-    for (int d = -reach; d <= reach; ++d)
-        weights[static_cast<std::size_t>(d + reach)] = static_cast<double>(weight(d) / sum);
+    std::vector<double> weights;
+    for (long d = -reach; d <= reach; ++d)
+        weights.push_back(static_cast<double>(weight(d) / sum));
     return weights;
 }
 
