@@ -1,7 +1,8 @@
 #pragma once
 
 /// @file
-/// Resampling of calibrated arrays to another delta.
+/// Resampling of calibrated arrays to another delta: of samples, which are interpolated, and of
+/// counts, which are shared out.
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/darr.h"
@@ -22,3 +23,37 @@ DATAPROCESSING_EXPORT darr_c1DArray resc_Rescale(const darr_c1DArray& array, dou
 /// The same along both axes, interpolated bilinearly: along X first, then along Y, rounded once.
 DATAPROCESSING_EXPORT darr_c2DArray resc_Rescale(const darr_c2DArray& array, double deltaX,
                                                  double deltaY);
+
+/// @name Counts on another grid
+/// The contents of `array` in other elements. An element owns the positions from its own up to that
+/// of the next one, and its content lies evenly over them; an element of the result gets of each
+/// what it overlaps. So the sum stays (counts are conserved), where a result that covers the array
+/// is asked for, and values per element change with the delta. resc_Rescale is for samples, whose
+/// values do not.
+///
+/// With a delta, the result begins where the array does and has as many elements as cover it, on
+/// the calibration (start, delta, 0); the last one may reach beyond the array, and then holds less.
+/// With a `grid`, it has the calibration and the sizes of that array; what lies outside the grid is
+/// left out, and elements outside the array are 0.
+///
+/// Integers give doubles; the other types themselves, complex ones part by part. Shares are added
+/// in the order of the elements, in double precision, and rounded once. An edge within the larger
+/// of 1e-6 and 4 units in the last place (of the position or the offset) of an edge of the array
+/// counts as that edge, so that bins that are meant to fit do, and integers then stay exact. An
+/// element that is not overlapped does not matter, even when it is infinite or NaN. An empty array
+/// gives zeros on a grid, and no element otherwise.
+///
+/// Throws expt_cProgramException ("resc", 1) for a delta, of the array or of the result, that is
+/// not positive and finite, ("resc", 2) for an offset that is not finite, the size error for more
+/// than 2^31-1 elements, and the error of conv_Convert for an unknown element type.
+///
+///     const darr_c1DArray net = spectrum - resc_Rebin(background, spectrum);
+/// @{
+DATAPROCESSING_EXPORT darr_c1DArray resc_Rebin(const darr_c1DArray& array, double delta);
+DATAPROCESSING_EXPORT darr_c1DArray resc_Rebin(const darr_c1DArray& array,
+                                               const darr_c1DArray& grid);
+DATAPROCESSING_EXPORT darr_c2DArray resc_Rebin(const darr_c2DArray& array, double deltaX,
+                                               double deltaY);
+DATAPROCESSING_EXPORT darr_c2DArray resc_Rebin(const darr_c2DArray& array,
+                                               const darr_c2DArray& grid);
+/// @}

@@ -1,0 +1,224 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "dataprocessing/reduce/stat.h"
+#include "dataprocessing/valuemodel/resc.h"
+#include "tests/support/arrays.h"
+#include "tests/support/elements.h"
+
+namespace {
+
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+template<class T>
+using ResultOf = std::conditional_t<std::is_integral_v<T>, double, T>;
+
+template<class T>
+long double partOf(const T& element, bool imaginary) {
+    if constexpr (isComplexElement<T>)
+        return imaginary ? element.im : element.re;
+    else
+        return imaginary ? 0 : static_cast<long double>(element);
+}
+
+long double positionOf(const cal_cArrayCal& cal, int index) {
+    return cal.Offset() + (static_cast<long double>(index) - cal.CalIndex()) * cal.Delta();
+}
+
+/// Which part of element `i` lies in bin `j`: from the positions of both.
+long double shareOf(int i, const cal_cArrayCal& elements, int j, const cal_cArrayCal& bins) {
+    const long double low = std::max(positionOf(elements, i), positionOf(bins, j));
+    const long double high = std::min(positionOf(elements, i + 1), positionOf(bins, j + 1));
+    return high > low ? (high - low) / elements.Delta() : 0;
+}
+
+template<class T>
+std::vector<T> randomElements(int count, std::mt19937& random) {
+    std::uniform_real_distribution<double> real(0, 120);
+    std::vector<T> elements;
+    for (int i = 0; i < count; ++i)
+        elements.push_back(elementOf<T>(real(random), -real(random)));
+    return elements;
+}
+
+/// Every bin holds what every element leaves in it. A tolerance of 2e-6 elements is what snapping
+/// two edges may move.
+template<class T>
+void expectShares(const std::vector<T>& elements, int sizeX, int sizeY, const darr_c2DArray& result,
+                  const cal_c2DArrayCal& from) {
+    using Result = ResultOf<T>;
+    ASSERT_EQ(result.DataType(), dtyp_Of<Result>());
+    const auto found = result.Elements<Result>();
+    for (int j = 0; j < result.SizeY(); ++j)
+        for (int i = 0; i < result.SizeX(); ++i)
+            for (const bool imaginary : {false, true}) {
+                long double wanted = 0;
+                for (int y = 0; y < sizeY; ++y)
+                    for (int x = 0; x < sizeX; ++x)
+                        wanted +=
+                            shareOf(x, from.X(), i, result.Cal().X()) *
+                            shareOf(y, from.Y(), j, result.Cal().Y()) *
+                            partOf(elements[static_cast<std::size_t>(y * sizeX + x)], imaginary);
+                const long double got =
+                    partOf(found[static_cast<std::size_t>(j * result.SizeX() + i)], imaginary);
+                using Part = typename PartOf<Result>::type;
+                ASSERT_LE(std::fabs(got - wanted),
+                          std::fabs(wanted) * std::numeric_limits<Part>::epsilon() +
+                              120 * 1e-13L * sizeX * sizeY)
+                    << i << ", " << j;
+            }
+}
+
+} // namespace
+
+TEST(Rebin, SharesOutByOverlapForEveryType) {
+    std::mt19937 random(1);
+    const cal_c2DArrayCal from(6.2, 0.5, -3, 2, 1, 4);
+    const cal_c2DArrayCal grids[] = {from,
+                                     {5.83, 0.37, -12, 1.7, 0, 0},
+                                     {6.2, 3.3, -7, 5.9, 0, 2},
+                                     {100, 1, 100, 1, 0, 0},
+                                     {7, 0.125, -9.3, 0.4, 3, 3}};
+    forEachElementType([&]<class T>(int code) {
+        for (const auto& [sizeX, sizeY] : {std::pair(1, 1), std::pair(7, 1), std::pair(5, 4)}) {
+            const auto elements = randomElements<T>(sizeX * sizeY, random);
+            const darr_c2DArray plane = planeOf(sizeX, sizeY, elements, from);
+            for (const auto& grid : grids) {
+                SCOPED_TRACE(std::to_string(code) + ": " + std::to_string(sizeX) + " x " +
+                             std::to_string(sizeY) + " to " + std::to_string(grid.X().Delta()));
+                const darr_c2DArray result =
+                    resc_Rebin(plane, darr_c2DArray(9, 6, dtyp_UInt8, grid));
+                ASSERT_EQ(result.SizeX(), 9);
+                ASSERT_EQ(result.SizeY(), 6);
+                ASSERT_EQ(result.Cal(), grid);
+                expectShares(elements, sizeX, sizeY, result, from);
+                const darr_c2DArray fitted = resc_Rebin(plane, grid.X().Delta(), grid.Y().Delta());
+                ASSERT_EQ(fitted.Cal(),
+                          cal_c2DArrayCal(5.7, grid.X().Delta(), -11, grid.Y().Delta(), 0, 0));
+                expectShares(elements, sizeX, sizeY, fitted, from);
+            }
+        }
+    });
+}
+
+TEST(Rebin, OfALineIsThatOfAnImageOfOneRow) {
+    std::mt19937 random(2);
+    const auto elements = randomElements<float>(200, random);
+    const cal_c1DArrayCal cal(-0.3, 0.01, 0);
+    const darr_c1DArray grid(77, dtyp_Float, cal_c1DArrayCal(-0.5, 0.033, 2));
+    const darr_c1DArray line = resc_Rebin(lineOf(elements, cal), grid);
+    EXPECT_EQ(line.Cal(), grid.Cal());
+    const darr_c2DArray plane =
+        resc_Rebin(planeOf(200, 1, elements, cal_c2DArrayCal(cal, {})),
+                   darr_c2DArray(77, 1, dtyp_Float, cal_c2DArrayCal(grid.Cal(), {})));
+    EXPECT_EQ(elementsOf<float>(line), elementsOf<float>(plane));
+}
+
+TEST(Rebin, KeepsTheSum) {
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> part(0.05, 20);
+    for (int repeat = 0; repeat < 300; ++repeat) {
+        const int count = 1 + repeat % 120;
+        const auto elements = randomElements<unsigned short>(count, random);
+        const double start = repeat % 2 == 0 ? -0.3 : 1.7e9; // seconds since 1970
+        const double delta = repeat % 3 == 0 ? 0.01 : 60;
+        const darr_c1DArray line = lineOf(elements, {start, delta, repeat % 5});
+        const double sum = stat_Sum(line).As<double>();
+        const darr_c1DArray result = resc_Rebin(line, delta * part(random));
+        EXPECT_NEAR(stat_Sum(result).As<double>(), sum, sum * 1e-13) << repeat;
+        EXPECT_EQ(result.Range().Start(), line.Range().Start());
+        EXPECT_GE(result.Range().End(), line.Range().End() - 1e-6 * delta);
+        EXPECT_LT(result.Range().End(), line.Range().End() + result.Cal().Delta());
+    }
+}
+
+TEST(Rebin, KeepsIntegersExactWhereBinsFit) {
+    const darr_c1DArray line = lineOf<int>({1, 2, 3, 4, 5, 6, 7}, cal_c1DArrayCal(6.2, 0.1, 0));
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(line, 0.2)), (std::vector<double>{3, 7, 11, 7}));
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(line, 0.3)), (std::vector<double>{6, 15, 7}));
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(line, 0.7)), std::vector<double>{28});
+    EXPECT_EQ(resc_Rebin(line, 0.7).Cal(), cal_c1DArrayCal(6.2, 0.7, 0));
+    const darr_c1DArray halved =
+        resc_Rebin(lineOf<short>({1, -2, 3}, cal_c1DArrayCal(6.25, 0.125, 0)), 0.0625);
+    EXPECT_EQ(elementsOf<double>(halved), (std::vector<double>{0.5, 0.5, -1, -1, 1.5, 1.5}));
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(line, 5)), std::vector<double>{28});
+    // Far from the offset, where 0.1 is not exact any more.
+    const cal_c1DArrayCal far(1.7e9, 0.1, 0);
+    std::vector<int> ones(100000, 1);
+    const darr_c1DArray pairs = resc_Rebin(lineOf(ones, far), 0.2);
+    EXPECT_EQ(elementsOf<double>(pairs), std::vector<double>(50000, 2.0));
+}
+
+TEST(Rebin, LeavesOutWhatLiesOutsideTheGrid) {
+    const darr_c1DArray line = lineOf<float>({1, 2, 4, 8});
+    const auto onto = [&](double offset, double delta, int count) {
+        return elementsOf<float>(
+            resc_Rebin(line, darr_c1DArray(count, dtyp_Int8, {offset, delta, 0})));
+    };
+    EXPECT_EQ(onto(1, 1, 2), (std::vector<float>{2, 4}));
+    EXPECT_EQ(onto(-2, 1, 3), (std::vector<float>{0, 0, 1}));
+    EXPECT_EQ(onto(3.5, 1, 3), (std::vector<float>{4, 0, 0}));
+    EXPECT_EQ(onto(-5, 20, 1), std::vector<float>{15});
+    EXPECT_EQ(onto(9, 1, 2), (std::vector<float>{0, 0}));
+    EXPECT_EQ(onto(0, 1, 0), std::vector<float>{});
+}
+
+TEST(Rebin, DoesNotMindWhatIsNotOverlapped) {
+    const darr_c1DArray line = lineOf<double>({1, notANumber, 4, infinity, 5});
+    const auto found = elementsOf<double>(resc_Rebin(line, 0.5));
+    EXPECT_EQ(found[1], 0.5);
+    EXPECT_TRUE(std::isnan(found[2]) && std::isnan(found[3]));
+    EXPECT_EQ(found[4], 2);
+    EXPECT_EQ(found[6], infinity);
+    EXPECT_EQ(found[9], 2.5);
+}
+
+TEST(Rebin, OfNothingIsNothingOrZero) {
+    const darr_c1DArray empty(0, dtyp_Int16, {1, 2, 3});
+    EXPECT_EQ(resc_Rebin(empty, 0.5).Size(), 0);
+    EXPECT_EQ(resc_Rebin(empty, 0.5).Cal(), cal_c1DArrayCal(-5, 0.5, 0));
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(empty, darr_c1DArray(2, dtyp_Int8, {}))),
+              (std::vector<double>{0, 0}));
+    EXPECT_EQ(resc_Rebin(darr_c2DArray(0, 4, dtyp_Float, {}), 0.5, 2).SizeY(), 2);
+    EXPECT_EQ(elementsOf<float>(resc_Rebin(darr_c2DArray(4, 0, dtyp_Float, {}),
+                                           darr_c2DArray(2, 1, dtyp_Int8, {}))),
+              (std::vector<float>{0, 0}));
+}
+
+TEST(Rebin, RefusesWhatHasNoWidth) {
+    const darr_c1DArray line = lineOf<int>({1, 2, 3});
+    const darr_c2DArray plane = planeOf<int>(3, 1, {1, 2, 3});
+    for (const double delta : {0.0, -0.0, -1.0, notANumber, infinity, -infinity}) {
+        const darr_c1DArray badLine(3, dtyp_Int8, {0, delta, 0});
+        const darr_c2DArray badX(3, 1, dtyp_Int8, {0, delta, 0, 1, 0, 0});
+        const darr_c2DArray badY(3, 1, dtyp_Int8, {0, 1, 0, delta, 0, 0});
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(line, delta); }), "resc:1") << delta;
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(plane, delta, 1); }), "resc:1") << delta;
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(plane, 1, delta); }), "resc:1") << delta;
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(line, badLine); }), "resc:1") << delta;
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(badLine, line); }), "resc:1") << delta;
+        for (const darr_c2DArray& bad : {badX, badY}) {
+            EXPECT_EQ(refusalOf([&] { resc_Rebin(plane, bad); }), "resc:1") << delta;
+            EXPECT_EQ(refusalOf([&] { resc_Rebin(bad, plane); }), "resc:1") << delta;
+        }
+    }
+    for (const double offset : {notANumber, infinity}) {
+        const darr_c1DArray nowhere(3, dtyp_Int8, {offset, 1, 0});
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(line, nowhere); }), "resc:2");
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(nowhere, line); }), "resc:2");
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(nowhere, 1); }), "resc:2");
+    }
+    for (const double delta : {1e-9, 5e-324})
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(line, delta); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([&] { resc_Rebin(plane, 1.0 / 65536, 1.0 / 65536); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([&] { resc_Rebin(darr_c1DArray(3, dtyp_cDataType(11), {}), 1); }),
+              "conv:1");
+}
