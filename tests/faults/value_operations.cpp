@@ -87,6 +87,13 @@ void addArrays(Table& table) {
     table.Add("value", [](Operands& of) { return of.line.Value(2.2, darr_LinearInterpolation); });
     table.Add("rescale", [](Operands& of) { return resc_Rescale(of.coarseLine, 0.3); });
     table.Add("rescale image", [](Operands& of) { return resc_Rescale(of.image, 0.3, 1); });
+    table.Add("rebin", [](Operands& of) { return resc_Rebin(of.coarseLine, 0.3); });
+    table.Add("rebin to a grid",
+              [](Operands& of) { return resc_Rebin(of.complexLine, of.coarseLine); });
+    table.Add("rebin image", [](Operands& of) { return resc_Rebin(of.image, 0.3, 1.2); });
+    table.Add("rebin image to a grid",
+              [](Operands& of) { return resc_Rebin(of.coarseImage, of.image); });
+    table.AddRefused("rebin to nothing", [](Operands& of) { return resc_Rebin(of.line, 0); });
     table.AddRefused("rescale to nothing", [](Operands& of) { return resc_Rescale(of.line, 0); });
 }
 
