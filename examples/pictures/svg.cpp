@@ -5,6 +5,8 @@
 #include <fstream>
 #include <stdexcept>
 
+#include "drawing/markup.h"
+
 namespace {
 
 // Colours that the page does not choose: a picture in a page cannot see the page's own style sheet.
@@ -44,41 +46,6 @@ std::string formatted(double value, Format... format) {
     return {digits.data(), end};
 }
 
-/// A coordinate to a tenth of a pixel, so that it does not depend on a last bit.
-std::string px(double value) {
-    std::string text = formatted(value, std::chars_format::fixed, 1);
-    if (text.ends_with(".0"))
-        text.resize(text.size() - 2);
-    return text == "-0" ? "0" : text;
-}
-
-std::string escaped(std::string_view text) {
-    std::string result;
-    for (const char c : text)
-        switch (c) {
-        case '<':
-            result += "&lt;";
-            break;
-        case '>':
-            result += "&gt;";
-            break;
-        case '&':
-            result += "&amp;";
-            break;
-        default:
-            result += c;
-        }
-    return result;
-}
-
-std::string attribute(std::string_view name, std::string_view value) {
-    return ' ' + std::string(name) + "=\"" + std::string(value) + '"';
-}
-
-std::string at(std::string_view x, std::string_view y, Point point) {
-    return attribute(x, px(point.x)) + attribute(y, px(point.y));
-}
-
 } // namespace
 
 std::string plain(double value) { return formatted(value); }
@@ -88,9 +55,9 @@ Picture::Picture(int width, int height, std::string_view title)
 
 void Picture::Write(Point point, std::string_view text, Anchor anchor, std::string_view style) {
     constexpr std::array<std::string_view, 3> anchors = {"start", "middle", "end"};
-    body_ += "<text" + at("x", "y", point) + attribute("class", style) +
-             attribute("text-anchor", anchors.at(static_cast<std::size_t>(anchor))) + '>' +
-             escaped(text) + "</text>\n";
+    body_ += drawing::text(
+        point, text, style,
+        drawing::attribute("text-anchor", anchors.at(static_cast<std::size_t>(anchor))));
 }
 
 void Picture::Text(Point point, std::string_view text, Anchor anchor, std::string_view style) {
@@ -101,19 +68,12 @@ void Picture::Code(Point point, std::string_view text, Anchor anchor, std::strin
     Write(point, text, anchor, "code " + std::string(style));
 }
 
-void Picture::Path(const std::vector<Point>& points, std::string_view end, std::string_view style) {
-    std::string path;
-    for (const Point& point : points)
-        path += (path.empty() ? "M" : " L") + px(point.x) + ' ' + px(point.y);
-    body_ += "<path" + attribute("d", path + std::string(end)) + attribute("class", style) + "/>\n";
-}
-
 void Picture::Line(const std::vector<Point>& points, std::string_view style) {
-    Path(points, "", style);
+    body_ += drawing::path(drawing::line(points), style);
 }
 
 void Picture::Area(const std::vector<Point>& corners, std::string_view style) {
-    Path(corners, " Z", style);
+    body_ += drawing::path(drawing::line(corners) + " Z", style);
 }
 
 void Picture::Arrow(Point from, Point to, std::string_view style) {
@@ -130,28 +90,24 @@ void Picture::Arrow(Point from, Point to, std::string_view style) {
 }
 
 void Picture::Box(Point corner, double width, double height, std::string_view style) {
-    body_ += "<rect" + at("x", "y", corner) + at("width", "height", {width, height}) +
-             attribute("class", style) + "/>\n";
+    body_ += drawing::box(corner, width, height, style);
 }
 
 void Picture::Element(Point corner, double width, double height, double value) {
-    if (value == 0) {
+    if (value == 0)
         Box(corner, width, height, "nothing");
-        return;
-    }
-    body_ += "<rect" + at("x", "y", corner) + at("width", "height", {width, height}) +
-             attribute("class", "element") +
-             attribute("fill-opacity", formatted(value, std::chars_format::fixed, 2)) + "/>\n";
+    else
+        body_ += drawing::box(
+            corner, width, height, "element",
+            drawing::attribute("fill-opacity", formatted(value, std::chars_format::fixed, 2)));
 }
 
 void Picture::Dot(Point center, double radius, std::string_view style) {
-    body_ += "<circle" + at("cx", "cy", center) + attribute("r", px(radius)) +
-             attribute("class", "dot " + std::string(style)) + "/>\n";
+    body_ += drawing::circle(center, radius, "dot " + std::string(style));
 }
 
 void Picture::Ring(Point center, double radius, std::string_view style) {
-    body_ += "<circle" + at("cx", "cy", center) + attribute("r", px(radius)) +
-             attribute("class", style) + "/>\n";
+    body_ += drawing::circle(center, radius, style);
 }
 
 void Picture::Save(const std::string& folder, const std::string& name) const {
@@ -159,7 +115,7 @@ void Picture::Save(const std::string& folder, const std::string& name) const {
     std::ofstream file(path, std::ios::binary);
     file << R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" << width_ << R"(" height=")"
          << height_ << R"(" viewBox="0 0 )" << width_ << ' ' << height_ << R"(" role="img">)"
-         << "\n<title>" << escaped(title_) << "</title>\n"
+         << "\n<title>" << drawing::escaped(title_) << "</title>\n"
          << styleSheet << R"(<rect class="page" x="0.5" y="0.5" width=")" << width_ - 1
          << R"(" height=")" << height_ - 1 << R"(" rx="6"/>)" << '\n'
          << body_ << "</svg>\n";

@@ -6,10 +6,9 @@
 #include <string_view>
 #include <vector>
 
-struct Point {
-    double x = 0;
-    double y = 0;
-};
+#include "drawing/elements.h"
+
+using drawing::Point;
 
 /// How a text lies to its point.
 enum class Anchor { Start, Middle, End };
@@ -39,7 +38,6 @@ public:
 
 private:
     void Write(Point point, std::string_view text, Anchor anchor, std::string_view style);
-    void Path(const std::vector<Point>& points, std::string_view end, std::string_view style);
 
     int width_;
     int height_;

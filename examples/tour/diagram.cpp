@@ -5,12 +5,16 @@
 #include <sstream>
 #include <utility>
 
-#include "markup.h"
+#include "drawing/elements.h"
+#include "drawing/markup.h"
 #include "picture.h"
 
 namespace tour {
 
 namespace {
+
+using drawing::coordinate;
+using drawing::Point;
 
 constexpr int columns = 640; // more points than these would fall on the same pixels
 
@@ -148,26 +152,25 @@ std::string kindOf(const Curve& curve, std::size_t index) {
            std::to_string(index % 4);
 }
 
-std::string lineOf(const char* kind, double x1, double y1, double x2, double y2) {
-    return std::string("<path class=\"") + kind + "\" d=\"M" + coordinate(x1) + ' ' +
-           coordinate(y1) + 'L' + coordinate(x2) + ' ' + coordinate(y2) + "\"/>\n";
+std::string lineOf(const char* kind, Point from, Point to) {
+    return drawing::path(drawing::line({from, to}), kind);
 }
 
 std::string scalesOf(const Frame& frame, const Axis& x, const Axis& y, const Place& place) {
     std::string svg;
     for (const Tick& tick : y.Ticks(place.ticksY)) {
         const double at = y.At(tick.value);
-        svg += lineOf(tick.value == 0 ? "zero" : "grid", place.left, at, place.right, at) +
-               label("left", place.left - 7, at, tick.label);
+        svg += lineOf(tick.value == 0 ? "zero" : "grid", {place.left, at}, {place.right, at}) +
+               drawing::text({place.left - 7, at}, tick.label, "left");
     }
     for (const Tick& tick : x.Ticks(place.ticksX)) {
         const double at = x.At(tick.value);
-        svg += lineOf("axis", at, place.bottom, at, place.bottom + 5) +
-               label("below", at, place.bottom + 7, tick.label);
+        svg += lineOf("axis", {at, place.bottom}, {at, place.bottom + 5}) +
+               drawing::text({at, place.bottom + 7}, tick.label, "below");
     }
-    return svg + lineOf("axis", place.left, place.bottom, place.right, place.bottom) +
-           label("name y", 0, place.top - 18, y.Named(frame.y)) +
-           label("name x", place.right, place.height - 6, x.Named(frame.x));
+    return svg + lineOf("axis", {place.left, place.bottom}, {place.right, place.bottom}) +
+           drawing::text({0, place.top - 18}, y.Named(frame.y), "name y") +
+           drawing::text({place.right, place.height - 6}, x.Named(frame.x), "name x");
 }
 
 std::string bandsOf(const Frame& frame, const Axis& x, const Place& place) {
@@ -176,9 +179,7 @@ std::string bandsOf(const Frame& frame, const Axis& x, const Place& place) {
         const double from = x.At(std::max(band.Start(), x.Low()));
         const double to = x.At(std::min(band.End(), x.High()));
         if (to > from)
-            svg += "<rect class=\"band\" x=\"" + coordinate(from) + "\" y=\"" +
-                   coordinate(place.top) + "\" width=\"" + coordinate(to - from) + "\" height=\"" +
-                   coordinate(place.bottom - place.top) + "\"/>\n";
+            svg += drawing::box({from, place.top}, to - from, place.bottom - place.top, "band");
     }
     return svg;
 }
@@ -192,11 +193,12 @@ std::string marksOf(const Frame& frame, const Axis& x, const Place& place) {
     double last = -room;
     for (const Mark& mark : frame.marks) {
         const double at = x.At(mark.x);
-        lines += lineOf("mark", at, place.top, at, place.bottom);
+        lines += lineOf("mark", {at, place.top}, {at, place.bottom});
         if (at - last < room)
             continue;
         names += "<text class=\"mark\" transform=\"translate(" + coordinate(at) + ' ' +
-                 coordinate(place.top) + ") rotate(-90)\">" + escaped(mark.text) + "</text>\n";
+                 coordinate(place.top) + ") rotate(-90)\">" + drawing::escaped(mark.text) +
+                 "</text>\n";
         last = at;
     }
     return lines + names;
@@ -228,15 +230,16 @@ std::string drawn(const Diagram& diagram, Room room) {
     std::string svg = opening(place.kind, place.width, place.height, descriptionOf(diagram, x, y)) +
                       bandsOf(frame, x, place) + scalesOf(frame, x, y, place);
     for (std::size_t i = 0; i < curves.size(); ++i)
-        svg += "<path class=\"" + kindOf(diagram.curves[i], i) + "\" d=\"" +
-               pathOf(curves[i], diagram.curves[i].style, x, y) + "\"/>\n";
+        svg += drawing::path(pathOf(curves[i], diagram.curves[i].style, x, y),
+                             kindOf(diagram.curves[i], i));
     return svg + marksOf(frame, x, place) + "</svg>\n";
 }
 
 std::string swatch(const Curve& curve, std::size_t index) {
-    return "<svg class=\"swatch\" viewBox=\"0 0 28 12\" aria-hidden=\"true\"><path class=\"" +
-           kindOf(curve, index) + "\" d=\"" +
-           (curve.style == Style::dots ? "M5 6h0M14 6h0M23 6h0" : "M1 6L27 6") + "\"/></svg>";
+    return "<svg class=\"swatch\" viewBox=\"0 0 28 12\" aria-hidden=\"true\">" +
+           drawing::path(curve.style == Style::dots ? "M5 6h0M14 6h0M23 6h0" : "M1 6L27 6",
+                         kindOf(curve, index)) +
+           "</svg>";
 }
 
 } // namespace tour

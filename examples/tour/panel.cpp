@@ -6,13 +6,15 @@
 #include <utility>
 #include <vector>
 
-#include "markup.h"
+#include "drawing/elements.h"
 #include "picture.h"
 #include "png.h"
 
 namespace tour {
 
 namespace {
+
+using drawing::coordinate;
 
 constexpr int imageSide = 480; // elements along the longer side
 constexpr double width = 352;
@@ -88,9 +90,9 @@ std::string placed(const std::string& address, double x, double y, double w, dou
 std::string ticksBelow(const Axis& axis, double y, int wanted) {
     std::string svg;
     for (const Tick& tick : axis.Ticks(wanted)) {
-        const std::string at = coordinate(axis.At(tick.value));
-        svg += "<path class=\"axis\" d=\"M" + at + ' ' + coordinate(y) + "v4\"/>\n" +
-               label("below", axis.At(tick.value), y + 6, tick.label);
+        const double at = axis.At(tick.value);
+        svg += drawing::path(drawing::line({{at, y}, {at, y + 4}}), "axis") +
+               drawing::text({at, y + 6}, tick.label, "below");
     }
     return svg;
 }
@@ -98,20 +100,19 @@ std::string ticksBelow(const Axis& axis, double y, int wanted) {
 std::string ticksLeft(const Axis& axis, int wanted) {
     std::string svg;
     for (const Tick& tick : axis.Ticks(wanted)) {
-        const std::string at = coordinate(axis.At(tick.value));
-        svg += "<path class=\"axis\" d=\"M" + coordinate(left) + ' ' + at + "h-4\"/>\n" +
-               label("left", left - 6, axis.At(tick.value), tick.label);
+        const double at = axis.At(tick.value);
+        svg += drawing::path(drawing::line({{left, at}, {left - 4, at}}), "axis") +
+               drawing::text({left - 6, at}, tick.label, "left");
     }
     return svg;
 }
 
 std::string pathOver(const Path& path, const Axis& x, const Axis& y) {
-    std::string points;
+    std::vector<drawing::Point> points;
     for (const pos_c2DPosition& point : path)
-        points += (points.empty() ? 'M' : 'L') + coordinate(x.At(point.X())) + ' ' +
-                  coordinate(y.At(point.Y()));
-    return "<path class=\"over below\" d=\"" + points + "\"/>\n<path class=\"over\" d=\"" + points +
-           "\"/>\n";
+        points.push_back({x.At(point.X()), y.At(point.Y())});
+    const std::string d = drawing::line(points);
+    return drawing::path(d, "over below") + drawing::path(d, "over");
 }
 
 double heightOf(double length, double breadth) {
@@ -146,11 +147,11 @@ std::string drawn(const Panel& panel) {
     std::string svg = opening("half", width, bar + 48, descriptionOf(panel, x, y, limits)) +
                       placed(pictureOf(image, limits), left, top, right - left, height) +
                       ticksBelow(x, bottom, 5) + ticksLeft(y, height > 150 ? 5 : 2) +
-                      label("name y", 0, top - 12, "y / " + panel.unit) +
-                      label("name x", right, bottom + 33, "x / " + panel.unit) +
+                      drawing::text({0, top - 12}, "y / " + panel.unit, "name y") +
+                      drawing::text({right, bottom + 33}, "x / " + panel.unit, "name x") +
                       placed(barOfColours(), left, bar, right - left, barHeight) +
                       ticksBelow(values, bar + barHeight, 4) +
-                      label("name x", right, bar + 43, values.Named(panel.quantity));
+                      drawing::text({right, bar + 43}, values.Named(panel.quantity), "name x");
     for (const Path& path : panel.paths)
         svg += pathOver(path, x, y);
     return svg + "</svg>\n";

@@ -21,16 +21,7 @@ std::string drawn(const Panel& panel);
 /// The line of a curve as it looks in a diagram, to be put beside its name; `index` is its number.
 std::string swatch(const Curve& curve, std::size_t index);
 
-/// @name Elements of both
-/// @{
-
-/// A coordinate with one decimal.
-std::string coordinate(double value);
-/// "<text ...>", with the attributes that say where.
-std::string label(const char* kind, double x, double y, const std::string& text);
-/// The beginning of the SVG element.
+/// The beginning of the SVG element of either.
 std::string opening(const char* kind, double width, double height, const std::string& description);
-
-/// @}
 
 } // namespace tour

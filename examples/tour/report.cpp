@@ -4,14 +4,16 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "drawing/markup.h"
 #include "input_error.h"
-#include "markup.h"
 #include "picture.h"
 #include "report_style.h"
 
 namespace tour {
 
 namespace {
+
+using drawing::escaped;
 
 std::string diagramWithKey(const Diagram& diagram, Room room) {
     std::string html = drawn(diagram, room);

@@ -1,8 +1,8 @@
-#include "markup.h"
+#include "drawing/markup.h"
 
 #include <cstddef>
 
-namespace tour {
+namespace drawing {
 
 namespace {
 
@@ -58,4 +58,4 @@ std::string escaped(std::string_view text) {
     return result;
 }
 
-} // namespace tour
+} // namespace drawing
