@@ -3,11 +3,18 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 #include "dataprocessing/algebra/rcps_exception.h"
 
 namespace dataprocessing::detail {
+
+namespace {
+
+constexpr double roundingOfPivot = 32 * std::numeric_limits<double>::epsilon();
+
+} // namespace
 
 mrqm_cFit::mrqm_cFit(std::span<const double> x, std::span<const double> y,
                      std::span<const double> sig, std::span<const double> a,
@@ -29,8 +36,37 @@ mrqm_cFit::mrqm_cFit(std::span<const double> x, std::span<const double> y,
         equations->gradient.resize(count);
     }
     matrix_.resize(count * count);
+    diagonal_.resize(count);
     step_.resize(count);
     isUsed_.resize(count);
+}
+
+mrqm_sResult mrqm_cFit::Solve(const mrqm_sOptions& options) {
+    lambda_ = -1;
+    mrqm_sResult result;
+    double change = 0;
+    bool isRejected = false;
+    bool isNear = false;
+    do {
+        if (result.iterations++ == options.maxIterations)
+            return {options.maxIterations, mrqm_TooManyIterations, current_.chiSquared, 0};
+        const double chiSquared = current_.chiSquared;
+        const double lambda = lambda_;
+        Step();
+        change = std::fabs(chiSquared - current_.chiSquared) / current_.chiSquared;
+        isRejected = lambda_ > lambda;
+        isNear = options.distance > 0 && expected_ <= options.distance * options.distance;
+        // A change that is not a number, of a chi-squared of zero, counts as none.
+    } while ((change > options.change || isRejected) && !isNear);
+    const bool isEndless = std::isinf(lambda_);
+    Finish();
+    result.chiSquared = current_.chiSquared;
+    result.distance = std::sqrt(std::max(expected_, 0.0));
+    if (isNear)
+        result.why = result.distance <= 2 * options.distance ? mrqm_Optimum : mrqm_NoLowerStep;
+    else
+        result.why = isEndless ? mrqm_NoLowerStep : mrqm_SmallChange;
+    return result;
 }
 
 void mrqm_cFit::Step() {
@@ -38,7 +74,7 @@ void mrqm_cFit::Step() {
         lambda_ = 0.001;
         Evaluate(parameters_, current_);
     }
-    Solve();
+    SolveEquations();
     for (std::size_t j = 0; j < fitted_.size(); ++j)
         trial_[fitted_[j]] = parameters_[fitted_[j]] + step_[j];
     // A step that is lost in rounding is not worth a pass: chi-squared stays the same.
@@ -56,7 +92,7 @@ void mrqm_cFit::Step() {
 
 void mrqm_cFit::Finish() {
     lambda_ = 0;
-    Solve();
+    SolveEquations();
 }
 
 double mrqm_cFit::Covariance(std::size_t i, std::size_t j) const {
@@ -102,12 +138,12 @@ void mrqm_cFit::Evaluate(std::span<const double> parameters, sEquations& equatio
 /// Gauss-Jordan elimination with full pivoting: step = matrix^-1 gradient, and the inverse stays in
 /// the place of the matrix. In equations of least squares no element passes the largest one of the
 /// diagonal, and so it remains while they are eliminated: that is where the pivot is looked for.
-void mrqm_cFit::Solve() {
+void mrqm_cFit::SolveEquations() {
     const std::size_t count = fitted_.size();
     matrix_ = current_.curvature;
     step_ = current_.gradient;
     for (std::size_t j = 0; j < count; ++j)
-        At(matrix_, j, j) *= 1.0 + lambda_;
+        diagonal_[j] = At(matrix_, j, j) *= 1.0 + lambda_;
 
     std::fill(isUsed_.begin(), isUsed_.end(), char{0});
     for (std::size_t round = 0; round < count; ++round) {
@@ -118,8 +154,8 @@ void mrqm_cFit::Solve() {
                 largest = std::fabs(At(matrix_, j, j));
                 pivot = j;
             }
-        // Nothing but zeros, or NaN.
-        if (pivot == count)
+        // Nothing but zeros, or NaN, or the rounding of what was taken away.
+        if (pivot == count || largest < roundingOfPivot * diagonal_[pivot])
             throw rcps_cRecipesException();
 
         isUsed_[pivot] = 1;
@@ -138,6 +174,7 @@ void mrqm_cFit::Solve() {
             step_[r] -= step_[pivot] * factor;
         }
     }
+    expected_ = std::inner_product(step_.begin(), step_.end(), current_.gradient.begin(), 0.0);
 }
 
 } // namespace dataprocessing::detail

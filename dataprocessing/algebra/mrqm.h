@@ -30,6 +30,36 @@ public:
                             std::vector<mrqm_sPartial>& partials) = 0;
 };
 
+/// When a fit ends.
+struct mrqm_sOptions {
+    /// With the first step that was not rejected and has changed chi-squared by no more than this
+    /// part of it.
+    double change = 0;
+    /// Where it is above 0, also with the first step that was expected to lower chi-squared by no
+    /// more than its square: which is to say, this many standard errors from the optimum.
+    double distance = 0;
+    /// After so many steps, whatever they have brought.
+    int maxIterations = 0;
+};
+
+/// Why a fit has ended.
+enum mrqm_eEnd {
+    mrqm_SmallChange,      ///< chi-squared has changed by no more than mrqm_sOptions::change
+    mrqm_Optimum,          ///< the optimum is no further than mrqm_sOptions::distance
+    mrqm_NoLowerStep,      ///< no step, however short, lowers chi-squared
+    mrqm_TooManyIterations ///< mrqm_sOptions::maxIterations were not enough
+};
+
+/// What a fit has come to.
+struct mrqm_sResult {
+    int iterations = 0;
+    mrqm_eEnd why = mrqm_TooManyIterations;
+    double chiSquared = 0;
+    /// How far the optimum is by the equations at the end, in standard errors; 0 after too many
+    /// iterations.
+    double distance = 0;
+};
+
 /// One fit: the points, which parameters vary, and the state between steps. Each point costs the
 /// square of the number of parameters that it depends on. Steps allocate nothing.
 ///
@@ -43,11 +73,15 @@ public:
     mrqm_cFit(std::span<const double> x, std::span<const double> y, std::span<const double> sig,
               std::span<const double> a, std::span<const int> isFitted, mrqm_cModel& model);
 
+    /// Steps from Parameters() on, as if none had been done, until one of `options` ends it, and
+    /// then finishes, unless there were too many. Throws as Step.
+    mrqm_sResult Solve(const mrqm_sOptions& options);
     /// One step: solves the normal equations, their diagonal raised by the factor 1 + Lambda(), and
     /// takes the new parameters when they lower chi-squared, dividing lambda by 10; otherwise
     /// multiplies it by 10. The first step begins with lambda 0.001. Parameters for which the model
-    /// has no value are worse than any others. Throws rcps_cRecipesException
-    /// when the equations are singular.
+    /// has no value are worse than any others. Throws rcps_cRecipesException when the equations are
+    /// singular: when of a diagonal element nothing is left but rounding once the equations before
+    /// it are taken away.
     void Step();
     /// Computes the covariance matrix from the equations as they are. Throws as Step.
     void Finish();
@@ -72,7 +106,7 @@ private:
     static constexpr std::size_t fixed = static_cast<std::size_t>(-1);
 
     void Evaluate(std::span<const double> parameters, sEquations& equations);
-    void Solve();
+    void SolveEquations();
     double& At(std::vector<double>& matrix, std::size_t row, std::size_t column) const {
         return matrix[row * fitted_.size() + column];
     }
@@ -90,10 +124,12 @@ private:
 
     sEquations current_;
     sEquations tried_;
-    std::vector<double> matrix_; // augmented curvature; after Solve its inverse
+    std::vector<double> matrix_; // augmented curvature; after SolveEquations its inverse
+    std::vector<double> diagonal_;
     std::vector<double> step_;
     std::vector<char> isUsed_;
     double lambda_ = -1;
+    double expected_ = 0; // by how much step_ should lower chi-squared
 };
 
 } // namespace dataprocessing::detail

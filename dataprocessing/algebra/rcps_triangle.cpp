@@ -55,6 +55,8 @@ void cTriangle::Absorb(int rows) noexcept {
                 other[k] -= factor * column[k];
         }
     }
+    const double* const right = BlockColumn(unknowns_);
+    residualSum_ += dot(right, right, padded);
 }
 
 } // namespace rcps

@@ -30,6 +30,9 @@ public:
     /// Takes in the first `rows` equations of the block.
     void Absorb(int rows) noexcept;
 
+    /// The sum of the squared residuals that no solution can take away, which the triangle has
+    /// lost.
+    double ResidualSum() const noexcept { return residualSum_; }
     /// Row `i`, from 0, of the triangle: its elements before the diagonal are zero, element number
     /// `unknowns` is the right-hand side.
     double* Row(int i) noexcept {
@@ -41,6 +44,7 @@ private:
     int unknowns_;
     std::vector<double> block_;
     std::vector<double> rows_;
+    double residualSum_ = 0;
 };
 
 } // namespace rcps

@@ -78,7 +78,7 @@ public:
 private:
     /// Puts the range into the list and registers with it, or does neither; false when it was
     /// there.
-    bool Join(rnge_c1DRange& range);
+    DATAPROCESSING_NO_EXPORT bool Join(rnge_c1DRange& range);
     void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
 
     clct_cSet<hndl_cHandle<rnge_c1DRange>> rangeList_;

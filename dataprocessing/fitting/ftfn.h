@@ -18,8 +18,9 @@
 /// `ftfn_FunctionChanged` once, without data, so that whoever shows the fit knows that it is stale;
 /// nothing is refitted by itself.
 ///
-/// The selection is referred to and **must outlive the function** and its copies. A copy is not
-/// registered with the selection and sends nothing when that changes. In tagged streams a function
+/// The selection is referred to and **must outlive the use of the function** and of its copies; it
+/// may be destroyed before them when they are only destroyed after that. A copy is not registered
+/// with the selection and sends nothing when that changes. In tagged streams a function
 /// is a named object: only its name is written and read.
 class DATAPROCESSING_EXPORT ftfn_c1DFittingFunction : public tgio_cNamedTaggedStreamObject,
                                                       public mesg_cSender,
@@ -49,6 +50,9 @@ public:
 protected:
     /// A nameless function of `selection`, with which it registers.
     explicit ftfn_c1DFittingFunction(dasl_c1DDataArraySelection& selection);
+
+    /// The selection that the function is fitted over.
+    dasl_c1DDataArraySelection& Selection() const noexcept { return selection_; }
 
     /// Fits the parameters to the points (x[i], y[i]). The base does nothing.
     virtual void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y);

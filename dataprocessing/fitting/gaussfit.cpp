@@ -1,6 +1,10 @@
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cmath>
 #include <limits>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "dataprocessing/algebra/mrqm.h"
@@ -13,20 +17,52 @@ namespace {
 
 constexpr double smallestNormal = std::numeric_limits<double>::min();
 
-void refuseIf(bool isRefused, int line) {
-    if (isRefused)
-        throw expt_cProgramException("gaussfit", line);
+void requirePairs(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y, int line) {
+    if (x.Size() != y.Size())
+        throw expt_cProgramException("gaussfit", line, "x and y differ in size: points are pairs.");
+}
+
+void requireReference(const hndl_cHandle<gsft_cGaussian>& reference, int line) {
+    if (reference.IsEmpty())
+        throw expt_cProgramException("gaussfit", line,
+                                     "The peak has no reference: SetRefGaussian gives it one.");
+}
+
+/// A number as short as it can be read back.
+std::string shortest(double number) {
+    std::array<char, 32> text;
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
+}
+
+/// Whether a law with the factor of eV is used for positions in keV: no detector has a width below
+/// 1 eV, nor silicon a line above 1000 keV.
+bool looksLikeKiloelectronvolts(const gsft_cResolution& law, double x) {
+    return law.Factor() == gsft_cResolution::DefaultFactor && std::fabs(law.ReferenceFWHM()) < 1 &&
+           std::fabs(x) < 1000;
+}
+
+std::string withoutWidth(double x) {
+    return "The resolution law has no width at " + shortest(x) + ".";
+}
+
+std::string inWrongUnits(double x) {
+    return "Positions of " + shortest(x) + " look like keV; the law of widths wants eV.";
+}
+
+/// Names the cause when a fit has failed and its positions are not in the unit of the law.
+void refuseWrongUnits(const list_cPtrList<gsft_cGaussian>& peaks, const gsft_cResolution& law) {
+    for (const gsft_cGaussian* peak : peaks)
+        if (looksLikeKiloelectronvolts(law, peak->Center()))
+            throw gsft_cFitException(inWrongUnits(peak->Center()));
 }
 
 /// The full width at half maximum of a peak of width 1.
 const double fullWidth = 2.0 * std::sqrt(std::log(2.0));
-
-/// The parameters of a fit: the position of channel 0, the units per channel, the width of the
-/// resolution law, then of each peak the amplitude (or the ratio to its reference) and the center.
-enum eParameter : std::size_t { Offset = 0, Scale = 1, Resolution = 2, FirstPeak = 3 };
+/// The derivative by the width of the resolution, as the steps take it, over the true one.
+const double derivativeFactor = fullWidth * fullWidth;
 
 constexpr std::size_t amplitudeOf(int peak) {
-    return FirstPeak + 2 * static_cast<std::size_t>(peak);
+    return gsft_FirstPeak + 2 * static_cast<std::size_t>(peak);
 }
 
 /// The sum of peaks over channels.
@@ -50,7 +86,7 @@ public:
 
     /// The widths follow the resolution.
     bool Begin(std::span<const double> a) override {
-        resolution_.SetReferenceFWHM(a[Resolution]);
+        resolution_.SetReferenceFWHM(a[gsft_FWHM]);
         reach_ = 0;
         for (sPeak& peak : peaks_) {
             if (!resolution_.HasValue(peak.center))
@@ -62,9 +98,12 @@ public:
         return true;
     }
 
+    /// What derivatives by the resolution are divided by from now on; 1 at first.
+    void SetResolutionDivisor(double divisor) { resolutionDivisor_ = divisor; }
+
     double Evaluate(double x, std::span<const double> a,
                     std::vector<mrqm_sPartial>& partials) override {
-        const double u = a[Offset] + a[Scale] * x;
+        const double u = a[gsft_Offset] + a[gsft_Delta] * x;
         // Points mostly come in order, so the peaks near this one begin where the last ones did.
         while (first_ < peaks_.size() && u - peaks_[first_].center >= reach_)
             ++first_;
@@ -89,12 +128,12 @@ public:
             y += amplitude * e;
             const double g = 2 * e * t * amplitude / peak.width;
             byPosition -= g;
-            byResolution += g * t * a[Resolution] / peak.width;
+            byResolution += g * t * a[gsft_FWHM] / peak.width;
         }
         if (!partials.empty()) {
-            partials.push_back({Offset, byPosition});
-            partials.push_back({Scale, byPosition * x});
-            partials.push_back({Resolution, byResolution});
+            partials.push_back({gsft_Offset, byPosition});
+            partials.push_back({gsft_Delta, byPosition * x});
+            partials.push_back({gsft_FWHM, byResolution / resolutionDivisor_});
         }
         return y;
     }
@@ -109,6 +148,7 @@ private:
     };
 
     gsft_cResolution resolution_;
+    double resolutionDivisor_ = 1;
     std::vector<sPeak> peaks_; // by rising center
     double reach_ = 0;         // beyond it no peak has a value
     std::size_t first_ = 0;    // the first peak that may be near the last point
@@ -130,7 +170,25 @@ std::vector<int> couplingOf(const list_cPtrList<gsft_cGaussian>& peaks) {
     return references;
 }
 
-constexpr double tolerance = 0.0001;
+/// The standard error of the area of a peak whose height is `ratio` times the parameter
+/// `amplitude`, of which `heights`, `mixed` and `widths` are the covariances with itself and with
+/// the resolution.
+double areaError(const gsft_cResolution& law, double center, double ratio, double amplitude,
+                 double heights, double mixed, double widths) {
+    const double fwhm = law.FWHM(center);
+    const double byResolution = amplitude * law.ReferenceFWHM() / fwhm;
+    const double variance = fwhm * fwhm * heights + 2 * fwhm * byResolution * mixed +
+                            byResolution * byResolution * widths;
+    return std::fabs(ratio) * std::sqrt(type_Pi * std::max(variance, 0.0)) / fullWidth;
+}
+
+double errorOf(const std::vector<double>& errors, int peak) {
+    return errors[static_cast<std::size_t>(
+        arr_CheckedIndex(peak, static_cast<int>(errors.size())))];
+}
+
+constexpr double smallChange = 0.0001;
+constexpr double smallDistance = 1e-6; // in standard errors
 constexpr int maxIterations = 999;
 
 } // namespace
@@ -142,7 +200,8 @@ gsft_cFitException::~gsft_cFitException() = default;
 
 gsft_cGaussian::gsft_cGaussian(double amplitude, double center, double width)
     : amplitude_(amplitude), center_(center), width_(width) {
-    refuseIf(width < smallestNormal, 132);
+    if (width < smallestNormal)
+        throw expt_cProgramException("gaussfit", 132, "The width of a peak has to be positive.");
 }
 
 gsft_cGaussian::~gsft_cGaussian() = default;
@@ -154,15 +213,17 @@ double gsft_cGaussian::Value(double x) const {
 
 double gsft_cGaussian::Intensity() const { return amplitude_ * std::sqrt(type_Pi * width_ / 2); }
 
+double gsft_cGaussian::Area() const { return amplitude_ * width_ * std::sqrt(type_Pi); }
+
 double gsft_cGaussian::AmplitudeRatio() const {
-    refuseIf(reference_.IsEmpty(), 199);
+    requireReference(reference_, 199);
     if (std::fabs(reference_->amplitude_) < smallestNormal)
         throw gsft_cFitException("The reference peak has no amplitude.");
     return amplitude_ / reference_->amplitude_;
 }
 
 void gsft_cGaussian::SetAmplitudeFromRatio(double ratio) {
-    refuseIf(reference_.IsEmpty(), 214);
+    requireReference(reference_, 214);
     amplitude_ = ratio * reference_->amplitude_;
 }
 
@@ -170,7 +231,8 @@ type_cBoolean gsft_cResolution::HasValue(double x) const noexcept { return Squar
 
 double gsft_cResolution::FWHM(double x) const {
     if (!HasValue(x))
-        throw gsft_cFitException("The resolution has no value at the position of a peak.");
+        throw gsft_cFitException(looksLikeKiloelectronvolts(*this, x) ? inWrongUnits(x)
+                                                                      : withoutWidth(x));
     return std::sqrt(Square(x));
 }
 
@@ -185,8 +247,9 @@ gsft_c1DGaussianFittingFunction::~gsft_c1DGaussianFittingFunction() = default;
 
 void gsft_c1DGaussianFittingFunction::LoadValues(arr_cC_Array<double>& x,
                                                  arr_cC_Array<double>& y) const {
-    refuseIf(x.Size() != y.Size(), 302);
-    refuseIf(x.Size() == 0, 304);
+    requirePairs(x, y, 302);
+    if (x.Size() == 0)
+        throw expt_cProgramException("gaussfit", 304, "There are no positions for the curve.");
     y.Fill(0.0);
     for (const gsft_cGaussian* peak : peaks_)
         for (int i = 0; i < x.Size(); ++i)
@@ -214,11 +277,12 @@ std::vector<int> gsft_c1DGaussianFittingFunction::FitSettings() const {
 
 void gsft_c1DGaussianFittingFunction::CopyParameters(std::span<const double> parameters) {
     if (fitCalibration_) {
-        calibration_.SetDelta(parameters[Scale]);
-        calibration_.SetOffset(parameters[Offset] + calibration_.CalIndex() * parameters[Scale]);
+        calibration_.SetDelta(parameters[gsft_Delta]);
+        calibration_.SetOffset(parameters[gsft_Offset] +
+                               calibration_.CalIndex() * parameters[gsft_Delta]);
     }
     if (fitResolution_)
-        resolution_.SetReferenceFWHM(parameters[Resolution]);
+        resolution_.SetReferenceFWHM(std::fabs(parameters[gsft_FWHM]));
     // Coupled peaks come last: they take their amplitudes from the fitted ones.
     for (int k = 0; k < peaks_.Size(); ++k)
         if (!peaks_[k]->HasReference())
@@ -230,8 +294,25 @@ void gsft_c1DGaussianFittingFunction::CopyParameters(std::span<const double> par
 
 void gsft_c1DGaussianFittingFunction::RefitValues(const arr_cC_Array<double>& x,
                                                   const arr_cC_Array<double>& y) {
-    refuseIf(x.Size() != y.Size(), 334);
-    refuseIf(x.Size() == 0, 336);
+    Fit(x, y, gsft_StopAtSmallChange);
+}
+
+void gsft_c1DGaussianFittingFunction::Refit(const darr_c1DArray& data, gsft_eStop stop) {
+    arr_cC_Array<double> x;
+    arr_cC_Array<double> y;
+    Selection().FillXY(data, x, y);
+    Fit(x, y, stop);
+}
+
+void gsft_c1DGaussianFittingFunction::Fit(const arr_cC_Array<double>& x,
+                                          const arr_cC_Array<double>& y, gsft_eStop stop) {
+    requirePairs(x, y, 334);
+    if (x.Size() == 0)
+        throw expt_cProgramException("gaussfit", 336,
+                                     "The selection takes no element of the data.");
+    const auto isFinite = [](double value) { return std::isfinite(value); };
+    if (!std::all_of(x.begin(), x.end(), isFinite) || !std::all_of(y.begin(), y.end(), isFinite))
+        throw gsft_cFitException("A point is not a number, or infinite.");
 
     std::vector<double> channels;
     channels.reserve(static_cast<std::size_t>(x.Size()));
@@ -242,23 +323,99 @@ void gsft_c1DGaussianFittingFunction::RefitValues(const arr_cC_Array<double>& x,
         sum += std::fabs(value);
     const double mean = sum / y.Size();
     const std::vector<double> deviations = gsft_Deviations(y);
+    const std::vector<int> references = couplingOf(peaks_);
+    const std::vector<int> isFitted = FitSettings();
 
-    cPeakSum model(peaks_, couplingOf(peaks_), resolution_);
-    mrqm_cFit fit(channels, y, deviations, Parameters(), FitSettings(), model);
-    int iterations = 0;
-    double change = 0;
-    bool isRejected = false;
-    do {
-        const double chiSquared = fit.ChiSquared();
-        const double lambda = fit.Lambda();
-        fit.Step();
-        change = std::fabs(chiSquared - fit.ChiSquared()) / fit.ChiSquared();
-        isRejected = fit.Lambda() > lambda;
-        if (++iterations > maxIterations)
-            throw gsft_cFitException("The fit has not converged.");
-    } while (change > tolerance || isRejected);
-    fit.Finish();
+    cPeakSum model(peaks_, references, resolution_);
+    mrqm_cFit fit(channels, y, deviations, Parameters(), isFitted, model);
+    double divisor = derivativeFactor;
+    mrqm_sResult result = fit.Solve({.change = smallChange, .maxIterations = maxIterations});
+    if (stop == gsft_StopAtOptimum && result.why != mrqm_TooManyIterations) {
+        model.SetResolutionDivisor(derivativeFactor);
+        divisor = 1;
+        const int before = result.iterations;
+        result = fit.Solve({.distance = smallDistance, .maxIterations = maxIterations - before});
+        result.iterations += before;
+    }
+    const std::span<const double> parameters = fit.Parameters();
+    if (result.why == mrqm_TooManyIterations) {
+        refuseWrongUnits(peaks_, resolution_);
+        throw gsft_cFitException("The fit has not converged.");
+    }
+    if (fitCalibration_ && (parameters[gsft_Delta] < 0) != (calibration_.Delta() < 0)) {
+        refuseWrongUnits(peaks_, resolution_);
+        throw gsft_cFitException("The fit has turned the calibration round.");
+    }
 
-    CopyParameters(fit.Parameters());
-    chiSquared_ = fit.ChiSquared() / x.Size() / mean;
+    sQuality quality;
+    quality.points = x.Size();
+    quality.parameters = static_cast<int>(parameters.size());
+    quality.residualSum = result.chiSquared;
+    quality.distance = result.distance;
+    quality.steps = result.iterations;
+    quality.end = result.why == mrqm_SmallChange ? gsft_SmallChange
+                  : result.why == mrqm_Optimum   ? gsft_Optimum
+                                                 : gsft_NoLowerStep;
+    for (std::size_t i = 0; i < parameters.size(); ++i)
+        if (isFitted[i] != 0)
+            quality.fitted.push_back(i);
+    // The width of the resolution comes out positive.
+    const double byResolution = std::copysign(divisor, parameters[gsft_FWHM]);
+    const auto covariance = [&](std::size_t i, std::size_t j) {
+        return fit.Covariance(i, j) * (i == gsft_FWHM ? byResolution : 1) *
+               (j == gsft_FWHM ? byResolution : 1);
+    };
+    for (const std::size_t i : quality.fitted)
+        for (const std::size_t j : quality.fitted)
+            quality.covariance.push_back(covariance(i, j));
+    gsft_cResolution law = resolution_;
+    law.SetReferenceFWHM(std::fabs(parameters[gsft_FWHM]));
+    for (int k = 0; k < peaks_.Size(); ++k) {
+        const int reference = references[static_cast<std::size_t>(k)];
+        const std::size_t own = amplitudeOf(reference < 0 ? k : reference);
+        const double ratio = reference < 0 ? 1 : parameters[amplitudeOf(k)];
+        const double variance = covariance(own, own);
+        quality.amplitudeErrors.push_back(std::fabs(ratio) * std::sqrt(variance));
+        quality.areaErrors.push_back(areaError(law, peaks_[k]->Center(), ratio, parameters[own],
+                                               variance, covariance(own, gsft_FWHM),
+                                               covariance(gsft_FWHM, gsft_FWHM)));
+    }
+
+    CopyParameters(parameters);
+    chiSquared_ = result.chiSquared / x.Size() / mean;
+    quality_ = std::move(quality);
+}
+
+arr_c2DNumberArray<double> gsft_c1DGaussianFittingFunction::Covariance() const {
+    arr_c2DNumberArray<double> all(quality_.parameters, quality_.parameters);
+    std::fill(all.begin(), all.end(), 0.0);
+    const double* element = quality_.covariance.data();
+    for (const std::size_t i : quality_.fitted)
+        for (const std::size_t j : quality_.fitted)
+            all(static_cast<int>(i), static_cast<int>(j)) = *element++;
+    return all;
+}
+
+arr_cC_Array<double> gsft_c1DGaussianFittingFunction::StandardErrors() const {
+    arr_cC_Array<double> errors(quality_.parameters, 0.0);
+    for (std::size_t k = 0; k < quality_.fitted.size(); ++k)
+        errors[static_cast<int>(quality_.fitted[k])] =
+            std::sqrt(quality_.covariance[k * (quality_.fitted.size() + 1)]);
+    return errors;
+}
+
+double gsft_c1DGaussianFittingFunction::AmplitudeError(int peak) const {
+    return errorOf(quality_.amplitudeErrors, peak);
+}
+
+double gsft_c1DGaussianFittingFunction::AreaError(int peak) const {
+    return errorOf(quality_.areaErrors, peak);
+}
+
+void gsft_c1DGaussianFittingFunction::SetWidthsFromResolution() {
+    std::vector<double> widths;
+    for (const gsft_cGaussian* peak : peaks_)
+        widths.push_back(resolution_.FWHM(peak->Center()) / fullWidth);
+    for (int k = 0; k < peaks_.Size(); ++k)
+        peaks_[k]->SetWidth(widths[static_cast<std::size_t>(k)]);
 }

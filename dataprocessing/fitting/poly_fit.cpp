@@ -3,6 +3,9 @@
 #include <cmath>
 #include <cstddef>
 #include <functional>
+#include <limits>
+#include <numeric>
+#include <utility>
 
 #include "dataprocessing/algebra/rcps.h"
 #include "dataprocessing/algebra/rcps_triangle.h"
@@ -13,14 +16,21 @@
 
 namespace {
 
-void refuseIf(bool isRefused, int line) {
-    if (isRefused)
-        throw expt_cProgramException("poly_fit", line);
+int checkedOrder(int order) {
+    if (order < 0)
+        throw expt_cProgramException("poly_fit", 22, "The order of a polynomial is 0 or more.");
+    return order;
 }
 
-int checkedOrder(int order) {
-    refuseIf(order < 0, 22);
-    return order;
+void requirePairs(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y, int line) {
+    if (x.Size() != y.Size())
+        throw expt_cProgramException("poly_fit", line, "x and y differ in size: points are pairs.");
+}
+
+void requirePoints(int count, int order) {
+    if (count <= order)
+        throw expt_cUserException("poly_fit", 3,
+                                  "The selection takes fewer points than there are coefficients.");
 }
 
 double largestMagnitude(const arr_cC_Array<double>& x) {
@@ -40,37 +50,109 @@ plft_c1DPolyFittingFunction::plft_c1DPolyFittingFunction(int order,
 
 plft_c1DPolyFittingFunction::plft_c1DPolyFittingFunction(const plft_c1DPolyFittingFunction& other,
                                                          dasl_c1DDataArraySelection& selection)
-    : ftfn_c1DFittingFunction(selection), order_(other.order_), coefficients_(other.coefficients_) {
+    : ftfn_c1DFittingFunction(selection), order_(other.order_), coefficients_(other.coefficients_),
+      covariance_(other.covariance_), rank_(other.rank_), points_(other.points_),
+      residualSum_(other.residualSum_) {
     SetName(other.Name());
 }
 
 plft_c1DPolyFittingFunction::~plft_c1DPolyFittingFunction() = default;
 
+arr_cC_Array<double> plft_c1DPolyFittingFunction::StandardErrors() const {
+    arr_cC_Array<double> errors(coefficients_.Size(), std::numeric_limits<double>::quiet_NaN());
+    for (int j = 0; j < covariance_.Rows(); ++j)
+        errors[j] = std::sqrt(covariance_(j, j));
+    return errors;
+}
+
+double plft_c1DPolyFittingFunction::Value(double x) const noexcept {
+    const double* const c = coefficients_.Data();
+    double value = c[0];
+    double power = x;
+    for (int j = 1; j <= order_; ++j) {
+        value += power * c[j];
+        power *= x;
+    }
+    return value;
+}
+
 void plft_c1DPolyFittingFunction::LoadValues(arr_cC_Array<double>& x,
                                              arr_cC_Array<double>& y) const {
-    refuseIf(x.Size() != y.Size(), 44);
-    for (int i = 0; i < x.Size(); ++i) {
-        const double xi = x[i];
-        double value = coefficients_[0];
-        double power = xi;
-        for (int j = 1; j <= order_; ++j) {
-            value += power * coefficients_[j];
-            power *= xi;
-        }
-        y[i] = value;
-    }
+    requirePairs(x, y, 44);
+    for (int i = 0; i < x.Size(); ++i)
+        y[i] = Value(x[i]);
+}
+
+void plft_c1DPolyFittingFunction::Refit(const darr_c1DArray& data,
+                                        const darr_c1DArray& deviations) {
+    if (deviations.Size() != data.Size())
+        arr_SizeError(deviations.Size(), data.Size());
+    if (deviations.Cal() != data.Cal())
+        throw expt_cProgramException("poly_fit", 1,
+                                     "The deviations have another calibration than the data.");
+    arr_cC_Array<double> x;
+    arr_cC_Array<double> y;
+    arr_cC_Array<double> selected;
+    Selection().FillXY(deviations, x, selected);
+    Selection().FillXY(data, x, y);
+    RefitValues(x, y, selected);
 }
 
 void plft_c1DPolyFittingFunction::RefitValues(const arr_cC_Array<double>& x,
                                               const arr_cC_Array<double>& y) {
-    refuseIf(x.Size() != y.Size(), 72);
+    FitFromZero(x, y, nullptr);
+}
+
+void plft_c1DPolyFittingFunction::RefitValues(const arr_cC_Array<double>& x,
+                                              const arr_cC_Array<double>& y,
+                                              const arr_cC_Array<double>& deviations) {
+    FitFromZero(x, y, &deviations);
+}
+
+void plft_c1DPolyFittingFunction::CheckPoints(const arr_cC_Array<double>& x,
+                                              const arr_cC_Array<double>& y,
+                                              const arr_cC_Array<double>* deviations) {
+    requirePairs(x, y, 72);
+    if (deviations == nullptr)
+        return;
+    if (deviations->Size() != y.Size())
+        arr_SizeError(deviations->Size(), y.Size());
+    for (const double deviation : *deviations)
+        if (!(deviation > 0 && std::isfinite(deviation)))
+            throw expt_cUserException("poly_fit", 2,
+                                      "A standard deviation is not positive and finite.");
+}
+
+void plft_c1DPolyFittingFunction::FitFromZero(const arr_cC_Array<double>& x,
+                                              const arr_cC_Array<double>& y,
+                                              const arr_cC_Array<double>* deviations) {
+    CheckPoints(x, y, deviations);
+    if (deviations != nullptr)
+        requirePoints(x.Size(), order_);
+    const double scale = largestMagnitude(x);
+    if (x.Size() > order_ && scale < type_MinValue)
+        throw expt_cProgramException(
+            "poly_fit", 105,
+            "All positions are 0 (of a power law, 1): a fit needs one that is not.");
+    FitPowers(x, y, deviations, 0.0, scale);
+}
+
+void plft_c1DPolyFittingFunction::FitPowers(const arr_cC_Array<double>& x,
+                                            const arr_cC_Array<double>& y,
+                                            const arr_cC_Array<double>* deviations, double offset,
+                                            double scale) {
     const int count = x.Size();
     if (count <= order_) {
         coefficients_.Fill(0.0);
+        covariance_ = {};
+        rank_ = 0;
+        points_ = count;
+        residualSum_ = std::inner_product(y.begin(), y.end(), y.begin(), 0.0);
         return;
     }
-    const double scale = largestMagnitude(x);
-    refuseIf(scale < type_MinValue, 105);
+    // The smallest deviation weighs 1, so that no square leaves the numbers there are.
+    const double unit =
+        deviations == nullptr ? 1.0 : *std::min_element(deviations->begin(), deviations->end());
 
     const int unknowns = order_ + 1;
     rcps::cTriangle triangle(unknowns);
@@ -78,12 +160,18 @@ void plft_c1DPolyFittingFunction::RefitValues(const arr_cC_Array<double>& x,
         const int rows = std::min(triangle.blockRows, count - first);
         std::array<double, rcps::cTriangle::blockRows> t;
         for (int k = 0; k < rows; ++k)
-            t[static_cast<std::size_t>(k)] = x.Data()[first + k] / scale;
-        std::fill_n(triangle.BlockColumn(0), rows, 1.0);
+            t[static_cast<std::size_t>(k)] = (x.Data()[first + k] - offset) / scale;
+        double* const weights = triangle.BlockColumn(0);
+        double* const right = triangle.BlockColumn(unknowns);
+        std::fill_n(weights, rows, 1.0);
+        std::copy_n(y.Data() + first, rows, right);
+        for (int k = 0; k < rows && deviations != nullptr; ++k) {
+            weights[k] = unit / deviations->Data()[first + k];
+            right[k] *= weights[k];
+        }
         for (int j = 1; j < unknowns; ++j)
             std::transform(t.data(), t.data() + rows, triangle.BlockColumn(j - 1),
                            triangle.BlockColumn(j), std::multiplies<>());
-        std::copy_n(y.Data() + first, rows, triangle.BlockColumn(unknowns));
         triangle.Absorb(rows);
     }
 
@@ -98,15 +186,66 @@ void plft_c1DPolyFittingFunction::RefitValues(const arr_cC_Array<double>& x,
     }
     rcps::cMatrix u(unknowns, unknowns);
     rcps::cMatrix v(unknowns, unknowns);
+    rcps::cMatrix covariance(unknowns, unknowns);
     rcps::cVector<double> w(unknowns);
     rcps::cVector<double> scaled(unknowns);
     double sumOfSquares = 0;
     rcps::svdfit(nullptr, right.Data(), weight.Data(), unknowns, scaled.Data(), unknowns, u.Data(),
                  v.Data(), w.Data(), &sumOfSquares, basis.Data());
+    rcps::svdvar(v.Data(), unknowns, w.Data(), covariance.Data());
 
+    arr_c2DNumberArray<double> unscaled(unknowns, unknowns);
+    rank_ = unknowns - static_cast<int>(std::count(w.Data() + 1, w.Data() + unknowns + 1, 0.0));
+    points_ = count;
+    residualSum_ = (triangle.ResidualSum() + sumOfSquares) / unit / unit;
+    const double variance = deviations != nullptr ? unit * unit
+                            : points_ > rank_     ? residualSum_ / (points_ - rank_)
+                                                  : std::numeric_limits<double>::quiet_NaN();
     double divisor = 1.0;
-    for (int j = 0; j < unknowns; ++j) {
-        coefficients_[j] = scaled[j + 1] / divisor;
+    for (int i = 0; i < unknowns; ++i) {
+        coefficients_[i] = scaled[i + 1] / divisor;
+        double other = 1.0;
+        for (int j = 0; j < unknowns; ++j) {
+            unscaled(i, j) = covariance[i + 1][j + 1] * variance / divisor / other;
+            other *= scale;
+        }
         divisor *= scale;
     }
+    covariance_ = std::move(unscaled);
+}
+
+plft_c1DOffsetPolyFittingFunction::plft_c1DOffsetPolyFittingFunction(
+    const plft_c1DOffsetPolyFittingFunction& other, dasl_c1DDataArraySelection& selection)
+    : plft_c1DPolyFittingFunction(other, selection), offset_(other.offset_) {}
+
+plft_c1DOffsetPolyFittingFunction::~plft_c1DOffsetPolyFittingFunction() = default;
+
+void plft_c1DOffsetPolyFittingFunction::LoadValues(arr_cC_Array<double>& x,
+                                                   arr_cC_Array<double>& y) const {
+    requirePairs(x, y, 44);
+    for (int i = 0; i < x.Size(); ++i)
+        y[i] = Value(x[i] - offset_);
+}
+
+void plft_c1DOffsetPolyFittingFunction::RefitValues(const arr_cC_Array<double>& x,
+                                                    const arr_cC_Array<double>& y) {
+    FitFromMiddle(x, y, nullptr);
+}
+
+void plft_c1DOffsetPolyFittingFunction::RefitValues(const arr_cC_Array<double>& x,
+                                                    const arr_cC_Array<double>& y,
+                                                    const arr_cC_Array<double>& deviations) {
+    FitFromMiddle(x, y, &deviations);
+}
+
+void plft_c1DOffsetPolyFittingFunction::FitFromMiddle(const arr_cC_Array<double>& x,
+                                                      const arr_cC_Array<double>& y,
+                                                      const arr_cC_Array<double>* deviations) {
+    CheckPoints(x, y, deviations);
+    requirePoints(x.Size(), Order());
+    const auto [first, last] = std::minmax_element(x.begin(), x.end());
+    const double half = *last / 2 - *first / 2;
+    const double middle = *first + half;
+    FitPowers(x, y, deviations, middle, half > 0 ? half : 1.0);
+    offset_ = middle;
 }

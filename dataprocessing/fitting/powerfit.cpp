@@ -1,10 +1,47 @@
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <iterator>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/fitting/pwft.h"
 #include "dataprocessing/valuemodel/resc.h"
+
+namespace {
+
+/// The variance of the sum of a power law over elements `first` to `last` of a calibration, by the
+/// covariance of its coefficients.
+double varianceOfSum(const pwft_cPowerLawFittingFunction& law, const cal_c1DArrayCal& cal,
+                     int first, int last) {
+    if (law.Rank() == 0)
+        return 0;
+    arr_cC_Array<double> x(arr_CheckedSize(static_cast<long long>(last) - first));
+    arr_cC_Array<double> y(x.Size());
+    for (int i = first; i < last; ++i)
+        x[i - first] = cal.Position(i);
+    law.LoadValues(x, y);
+    // The derivative of each y by coefficient j is y (ln x)^j.
+    const int count = law.Order() + 1;
+    std::vector<double> slope(static_cast<std::size_t>(count));
+    for (int i = 0; i < x.Size(); ++i) {
+        double term = y[i];
+        for (std::size_t j = 0; j < slope.size() && term != 0; ++j) {
+            slope[j] += term;
+            term *= std::log(x[i]);
+        }
+    }
+    double variance = 0;
+    for (int i = 0; i < count; ++i)
+        for (int j = 0; j < count; ++j)
+            variance += slope[static_cast<std::size_t>(i)] * law.Covariance()(i, j) *
+                        slope[static_cast<std::size_t>(j)];
+    return std::max(variance, 0.0);
+}
+
+} // namespace
 
 pwft_cPowerLawFittingFunction::pwft_cPowerLawFittingFunction(int order,
                                                              dasl_c1DDataArraySelection& selection)
@@ -40,45 +77,66 @@ void pwft_cPowerLawFittingFunction::LoadValues(arr_cC_Array<double>& x,
 
 void pwft_cPowerLawFittingFunction::RefitValues(const arr_cC_Array<double>& x,
                                                 const arr_cC_Array<double>& y) {
-    if (x.Size() != y.Size())
-        return plft_c1DPolyFittingFunction::RefitValues(x, y);
+    FitLogarithms(x, y, nullptr);
+}
+
+void pwft_cPowerLawFittingFunction::RefitValues(const arr_cC_Array<double>& x,
+                                                const arr_cC_Array<double>& y,
+                                                const arr_cC_Array<double>& deviations) {
+    FitLogarithms(x, y, &deviations);
+}
+
+void pwft_cPowerLawFittingFunction::FitLogarithms(const arr_cC_Array<double>& x,
+                                                  const arr_cC_Array<double>& y,
+                                                  const arr_cC_Array<double>* deviations) {
+    CheckPoints(x, y, deviations);
     arr_cC_Array<double> logX(x.Size());
     arr_cC_Array<double> logY(y.Size());
+    arr_cC_Array<double> logDeviations(deviations == nullptr ? 0 : y.Size());
     int kept = 0;
     for (int i = 0; i < x.Size(); ++i)
         if (x[i] > type_MinValue && y[i] > type_MinValue) {
             logX[kept] = std::log(x[i]);
             logY[kept] = std::log(y[i]);
+            if (deviations != nullptr)
+                logDeviations[kept] = (*deviations)[i] / y[i];
             ++kept;
         }
     logX.SetSize(kept);
     logY.SetSize(kept);
-    plft_c1DPolyFittingFunction::RefitValues(logX, logY);
+    if (deviations == nullptr)
+        return plft_c1DPolyFittingFunction::RefitValues(logX, logY);
+    logDeviations.SetSize(kept);
+    plft_c1DPolyFittingFunction::RefitValues(logX, logY, logDeviations);
 }
 
 pwft_cMultiPowerLawFitFunc::pwft_cMultiPowerLawFitFunc(int order,
                                                        dasl_c1DDataArraySelection& selection)
     : ftfn_c1DFittingFunction(selection), order_(order) {}
 
-pwft_cMultiPowerLawFitFunc::pwft_cMultiPowerLawFitFunc(const pwft_cMultiPowerLawFitFunc& other)
-    : ftfn_c1DFittingFunction(other), order_(other.order_), data_(other.data_) {
-    peaks_.reserve(other.peaks_.size());
-    for (const std::unique_ptr<sPeak>& peak : other.peaks_) {
-        auto selection = std::make_unique<dasl_c1DDataArraySelection>(rnge_IndexNearest);
-        selection->AddLocalRange(peak->background);
-        auto powerLaw =
-            std::make_unique<pwft_cPowerLawFittingFunction>(*peak->powerLaw, *selection);
-        peaks_.push_back(
-            std::make_unique<sPeak>(sPeak{peak->position, peak->background, peak->window,
-                                          std::move(selection), std::move(powerLaw)}));
-    }
+pwft_cMultiPowerLawFitFunc::sPeak::sPeak(double center, const rnge_c1DRange& below,
+                                         const rnge_c1DRange& over, int order)
+    : position(center), background(below), window(over), powerLaw(order, selection) {
+    selection.AddLocalRange(background);
 }
+
+pwft_cMultiPowerLawFitFunc::sPeak::sPeak(const sPeak& other)
+    : position(other.position), background(other.background), window(other.window),
+      powerLaw(other.powerLaw, selection) {
+    selection.AddLocalRange(background);
+}
+
+pwft_cMultiPowerLawFitFunc::pwft_cMultiPowerLawFitFunc(const pwft_cMultiPowerLawFitFunc& other) =
+    default;
 
 pwft_cMultiPowerLawFitFunc::~pwft_cMultiPowerLawFitFunc() = default;
 
+const pwft_cPowerLawFittingFunction& pwft_cMultiPowerLawFitFunc::PowerLaw(int peak) const {
+    return std::next(peaks_.begin(), arr_CheckedIndex(peak, PeakCount()))->powerLaw;
+}
+
 const arr_cC_Array<double>& pwft_cMultiPowerLawFitFunc::Coefficients(int peak) const {
-    return peaks_[static_cast<std::size_t>(arr_CheckedIndex(peak, PeakCount()))]
-        ->powerLaw->Coefficients();
+    return PowerLaw(peak).Coefficients();
 }
 
 void pwft_cMultiPowerLawFitFunc::Load(arr_cC_Array<double>& values,
@@ -98,14 +156,14 @@ void pwft_cMultiPowerLawFitFunc::Load(arr_cC_Array<double>& values,
             signal.CopyIn(data.Elements<double>().data(), to - from, from, from - first);
 
         const rnge_c1DRange span(cal.Position(0), cal.Position(count));
-        for (const std::unique_ptr<sPeak>& peak : peaks_) {
-            if (!peak->window.Intersects(span))
+        for (const sPeak& peak : peaks_) {
+            if (!peak.window.Intersects(span))
                 continue;
-            const rnge_c1DIndexRange part(peak->window & span, cal, rnge_IndexNearest);
+            const rnge_c1DIndexRange part(peak.window & span, cal, rnge_IndexNearest);
             const int begin = std::clamp(part.First(), 0, count);
             const int end = std::clamp(part.Last(), begin, count);
             arr_cC_Array<double> model(end - begin);
-            peak->powerLaw->Load(model, cal_c1DArrayCal(cal.Position(begin), cal.Delta(), 0));
+            peak.powerLaw.Load(model, cal_c1DArrayCal(cal.Position(begin), cal.Delta(), 0));
             for (int i = begin; i < end; ++i)
                 signal[i] -= model[i - begin];
         }
@@ -115,15 +173,10 @@ void pwft_cMultiPowerLawFitFunc::Load(arr_cC_Array<double>& values,
 
 void pwft_cMultiPowerLawFitFunc::Refit(const darr_c1DArray& data) {
     darr_c1DArray kept = conv_Convert(data, dtyp_Double);
-    std::vector<std::unique_ptr<pwft_cPowerLawFittingFunction>> refitted;
-    refitted.reserve(peaks_.size());
-    for (const std::unique_ptr<sPeak>& peak : peaks_) {
-        refitted.push_back(
-            std::make_unique<pwft_cPowerLawFittingFunction>(*peak->powerLaw, *peak->selection));
-        refitted.back()->Refit(data);
-    }
-    for (std::size_t i = 0; i < peaks_.size(); ++i)
-        peaks_[i]->powerLaw = std::move(refitted[i]);
+    std::list<sPeak> refitted = peaks_;
+    for (sPeak& peak : refitted)
+        peak.powerLaw.Refit(data);
+    peaks_.swap(refitted);
     data_ = std::move(kept);
 }
 
@@ -131,29 +184,27 @@ void pwft_cMultiPowerLawFitFunc::AddPeak(double position, double gap, double wid
                                          double windowOffset, double windowWidth) {
     const rnge_c1DRange background(position - gap - width, position - gap);
     const rnge_c1DRange window(position + windowOffset, position + windowOffset + windowWidth);
-    auto selection = std::make_unique<dasl_c1DDataArraySelection>(rnge_IndexNearest);
-    selection->AddLocalRange(background);
-    auto powerLaw = std::make_unique<pwft_cPowerLawFittingFunction>(order_, *selection);
-    auto peak = std::make_unique<sPeak>(
-        sPeak{position, background, window, std::move(selection), std::move(powerLaw)});
-    const auto next =
-        std::find_if(peaks_.begin(), peaks_.end(), [&](const std::unique_ptr<sPeak>& other) {
-            return other->position > position;
-        });
-    peaks_.insert(next, std::move(peak));
+    const auto next = std::find_if(peaks_.begin(), peaks_.end(),
+                                   [&](const sPeak& other) { return other.position > position; });
+    peaks_.emplace(next, position, background, window, order_);
 }
 
 void pwft_cMultiPowerLawFitFunc::ClearPeaks() { peaks_.clear(); }
 
+const pwft_cMultiPowerLawFitFunc::sPeak*
+pwft_cMultiPowerLawFitFunc::PeakAt(double position) const noexcept {
+    const auto peak = std::find_if(peaks_.begin(), peaks_.end(), [&](const sPeak& candidate) {
+        return std::fabs(candidate.position - position) < type_MinValue;
+    });
+    return peak == peaks_.end() ? nullptr : &*peak;
+}
+
 double pwft_cMultiPowerLawFitFunc::PeakIntensity(double position) const {
-    const auto peak =
-        std::find_if(peaks_.begin(), peaks_.end(), [&](const std::unique_ptr<sPeak>& candidate) {
-            return std::fabs(candidate->position - position) < type_MinValue;
-        });
-    if (peak == peaks_.end())
+    const sPeak* const peak = PeakAt(position);
+    if (peak == nullptr)
         return 0.0;
     const cal_c1DArrayCal& cal = data_.Cal();
-    const rnge_c1DIndexRange window((*peak)->window, cal, rnge_IndexNearest);
+    const rnge_c1DIndexRange window(peak->window, cal, rnge_IndexNearest);
     const long long count = static_cast<long long>(window.Last()) - window.First();
     arr_cC_Array<double> values(arr_CheckedSize(std::max(count, 0LL)));
     Load(values, cal_c1DArrayCal(cal.Position(window.First()), cal.Delta(), 0));
@@ -161,4 +212,22 @@ double pwft_cMultiPowerLawFitFunc::PeakIntensity(double position) const {
     for (const double value : values)
         sum += value;
     return sum * cal.Delta();
+}
+
+double pwft_cMultiPowerLawFitFunc::PeakIntensityError(double position) const {
+    const sPeak* const peak = PeakAt(position);
+    if (peak == nullptr || data_.Size() == 0)
+        return 0.0;
+    const cal_c1DArrayCal& cal = data_.Cal();
+    const rnge_c1DIndexRange window(peak->window, cal, rnge_IndexNearest);
+    double variance = 0;
+    const std::span<const double> counts = data_.Elements<double>();
+    for (int i = std::max(window.First(), 0); i < std::min(window.Last(), data_.Size()); ++i)
+        variance += std::fabs(counts[static_cast<std::size_t>(i)]);
+    for (const sPeak& other : peaks_) {
+        const rnge_c1DIndexRange taken(other.window & peak->window, cal, rnge_IndexNearest);
+        if (taken.First() < taken.Last() && other.window.Intersects(peak->window))
+            variance += varianceOfSum(other.powerLaw, cal, taken.First(), taken.Last());
+    }
+    return std::sqrt(variance) * std::fabs(cal.Delta());
 }

@@ -3,8 +3,7 @@
 /// @file
 /// Power-law fits: backgrounds that fall off as a power of position.
 
-#include <memory>
-#include <vector>
+#include <list>
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/fitting/plft.h"
@@ -16,6 +15,11 @@
 /// of them than the order the coefficients become zero; a fit whose coefficients are all below
 /// type_MinValue in magnitude is zero everywhere. Elsewhere the curve exists at positions greater
 /// than type_MinValue; Load gives 0 at the others. ChiSquared() is always 0.
+///
+/// Rank, residuals, covariance and errors are those of the logarithms: an error of c[0] is a part
+/// of y. Given deviations of y count as deviations / y of ln y. Without any the logarithms weigh
+/// the same, which for counts makes much of the few in the tail: give it
+/// `sqrt(trny_max(data, 1.0))`.
 class DATAPROCESSING_EXPORT pwft_cPowerLawFittingFunction : public plft_c1DPolyFittingFunction {
 public:
     /// A power law over `selection`. Throws expt_cProgramException ("poly_fit", 22) for a negative
@@ -39,6 +43,14 @@ protected:
     /// Fits the polynomial to the logarithms. Throws what the polynomial's fit throws: ("poly_fit",
     /// 72) when the sizes differ, ("poly_fit", 105) when every x that takes part is 1.
     void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y) override;
+    /// The same with the standard deviations of y.
+    void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y,
+                     const arr_cC_Array<double>& deviations) override;
+
+private:
+    DATAPROCESSING_NO_EXPORT void FitLogarithms(const arr_cC_Array<double>& x,
+                                                const arr_cC_Array<double>& y,
+                                                const arr_cC_Array<double>* deviations);
 };
 
 /// A background for many peaks: each has its own power law, fitted just below the peak, which is
@@ -49,6 +61,7 @@ protected:
 ///     background.AddPeak(6.93, 0.15, 0.4, -0.15, 0.3);
 ///     background.Refit(spectrum);
 ///     background.PeakIntensity(6.93); // counts times units
+///     background.PeakIntensityError(6.93);
 class DATAPROCESSING_EXPORT pwft_cMultiPowerLawFitFunc : public ftfn_c1DFittingFunction {
 public:
     /// No peak; each will have a power law of this order, which AddPeak checks. The selection takes
@@ -65,6 +78,9 @@ public:
     /// The coefficients of a peak's power law, by its place in the order of positions. Throws the
     /// index error outside [0, PeakCount()).
     const arr_cC_Array<double>& Coefficients(int peak) const;
+    /// A peak's power law, with its rank and errors, likewise; until the next change or fit of the
+    /// peaks. Throws as Coefficients.
+    const pwft_cPowerLawFittingFunction& PowerLaw(int peak) const;
 
     /// The data of the last Refit over the positions of `values` on `cal`, resampled to its delta
     /// when that differs and 0 outside the data, less each peak's power law over the part of its
@@ -91,16 +107,28 @@ public:
     /// elements than an array can have, and what Load throws.
     virtual double PeakIntensity(double position) const;
 
+    /// The standard error of PeakIntensity for counts: the root of what is counted in the window
+    /// and of the variance of the background there, which is extrapolated with the covariance of
+    /// its coefficients; of each background, where windows overlap, as if they were independent. 0
+    /// where there is no such peak, and before the first fit. Throws as PeakIntensity.
+    double PeakIntensityError(double position) const;
+
 private:
-    struct sPeak {
+    struct DATAPROCESSING_NO_EXPORT sPeak {
+        sPeak(double center, const rnge_c1DRange& below, const rnge_c1DRange& over, int order);
+        sPeak(const sPeak& other);
+        sPeak& operator=(const sPeak&) = delete;
+
         double position;
         rnge_c1DRange background;
         rnge_c1DRange window;
-        std::unique_ptr<dasl_c1DDataArraySelection> selection;
-        std::unique_ptr<pwft_cPowerLawFittingFunction> powerLaw;
+        dasl_c1DDataArraySelection selection{rnge_IndexNearest};
+        pwft_cPowerLawFittingFunction powerLaw;
     };
+
+    DATAPROCESSING_NO_EXPORT const sPeak* PeakAt(double position) const noexcept;
 
     int order_;
     darr_c1DArray data_;
-    std::vector<std::unique_ptr<sPeak>> peaks_;
+    std::list<sPeak> peaks_; // power laws refer to the selections beside them
 };

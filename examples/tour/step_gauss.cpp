@@ -93,11 +93,13 @@ void addPeaks(Story& story, Fit& fit, double scale) {
         }
 }
 
-Table tableOfPeaks(const Story& story, const Fit& fit) {
+Table tableOfPeaks(const Story& story, const Fit& fit,
+                   const gsft_c1DGaussianFittingFunction& function) {
     const bool isKnown = !story.known.empty();
-    Table table{.caption = "The fitted peaks",
-                .heading = {"line", "E / eV", "height", "counts"},
-                .columns = {Column::name, Column::number, Column::number, Column::number}};
+    Table table{
+        .caption = "The fitted peaks",
+        .heading = {"line", "E / eV", "height", "counts", "error"},
+        .columns = {Column::name, Column::number, Column::number, Column::number, Column::number}};
     if (isKnown) {
         table.heading.emplace_back("model");
         table.columns.push_back(Column::number);
@@ -107,11 +109,11 @@ Table tableOfPeaks(const Story& story, const Fit& fit) {
     for (std::size_t i = 0; i < story.group.size(); ++i) {
         const gsft_cGaussian& peak = fit.gaussians[i];
         const KnownLine* known = knownAt(story, story.group[i]);
-        const double area =
-            peak.Amplitude() * peak.Width() * std::sqrt(type_Pi) / fit.calibration.Delta();
+        const double delta = fit.calibration.Delta();
         std::vector<std::string> cells{known != nullptr ? known->name : std::to_string(i + 1),
                                        fixed(peak.Center(), 1), fixed(peak.Amplitude(), 1),
-                                       fixed(area, 0)};
+                                       fixed(peak.Area() / delta, 0),
+                                       fixed(function.AreaError(static_cast<int>(i)) / delta, 0)};
         if (isKnown)
             cells.push_back(known != nullptr ? fixed(known->area, 0) : "");
         cells.push_back(peak.HasReference() ? fixed(peak.AmplitudeRatio(), 3) + " of " +
@@ -205,18 +207,16 @@ void run(Story& story) {
     table.rows.push_back(rowOf("start", fit));
     gsft_c1DGaussianFittingFunction function(fit.selection, fit.peaks, fit.calibration,
                                              fit.fitCalibration, fit.resolution, fit.fitResolution);
-    function.Refit(data);
+    function.Refit(data, gsft_StopAtOptimum);
     table.rows.push_back(rowOf("fitted", fit));
     table.rows.push_back({story.known.empty() ? "given" : "model",
                           fixed(scale * given.Position(0), 2), fixed(scale * given.Delta(), 4),
                           ""});
     teller.Show(table);
 
-    // The fit leaves the widths of the peaks to us.
-    for (gsft_cGaussian& peak : fit.gaussians)
-        peak.SetWidth(fit.resolution.FWHM(peak.Center()) * widthsPerFwhm);
+    function.SetWidthsFromResolution();
     data.SetCal(fit.calibration);
-    teller.Show(tableOfPeaks(story, fit));
+    teller.Show(tableOfPeaks(story, fit, function));
 
     const std::vector<rnge_c1DRange> windows = windowsOn(fit.calibration, story);
     const darr_c1DArray model = loaded(function, data);

@@ -1,3 +1,4 @@
+#include <array>
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -218,6 +219,156 @@ TEST(SolveEquations, WamplersProblemsAgreeToTheseDigits) {
         const double agreed = digits(solve(powers(regression, 5)), regression.coefficients);
         printDigits("eqns_SolveEquations", "Wampler" + std::to_string(number), agreed);
         EXPECT_GE(agreed, bounds[number - 1]) << number;
+    }
+}
+
+eqns_sSolution solveScaled(const std::vector<std::vector<double>>& rows, eqns_eColumns columns) {
+    Matrix a(static_cast<int>(rows[0].size()) - 1, static_cast<int>(rows.size()));
+    Vector b(a.Rows());
+    for (int i = 0; i < a.Rows(); ++i) {
+        for (int j = 0; j < a.Columns(); ++j)
+            a(i, j) = rows[static_cast<std::size_t>(i)][static_cast<std::size_t>(j)];
+        b[i] = rows[static_cast<std::size_t>(i)].back();
+    }
+    return eqns_SolveEquations(a, b, columns);
+}
+
+/// The inverse of the matrix of the normal equations, in extended precision, by columns of norm 1.
+std::vector<std::vector<long double>>
+inverseOfProducts(const std::vector<std::vector<double>>& rows) {
+    const std::size_t n = rows[0].size() - 1;
+    std::vector<std::vector<long double>> m(n, std::vector<long double>(2 * n));
+    std::vector<long double> norm(n);
+    for (std::size_t j = 0; j < n; ++j) {
+        for (const auto& row : rows)
+            norm[j] += static_cast<long double>(row[j]) * row[j];
+        norm[j] = std::sqrt(norm[j]);
+        m[j][n + j] = 1;
+    }
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t j = 0; j < n; ++j)
+            for (const auto& row : rows)
+                m[i][j] += row[i] / norm[i] * (row[j] / norm[j]);
+    for (std::size_t p = 0; p < n; ++p)
+        for (std::size_t r = 0; r < n; ++r) {
+            const long double by = m[r][p] / m[p][p];
+            for (std::size_t c = 0; r != p && c < 2 * n; ++c)
+                m[r][c] -= by * m[p][c];
+        }
+    std::vector<std::vector<long double>> inverse(n, std::vector<long double>(n));
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t j = 0; j < n; ++j)
+            inverse[i][j] = m[i][n + j] / m[i][i] / norm[i] / norm[j];
+    return inverse;
+}
+
+TEST(SolveEquations, ErrorsAreThoseOfTheNormalEquations) {
+    std::mt19937 random(8);
+    std::uniform_real_distribution<double> uniform(-1, 1);
+    for (const eqns_eColumns columns : {eqns_ColumnsAsGiven, eqns_ColumnsScaled})
+        for (const std::size_t n : {1U, 2U, 5U})
+            for (const double spread : {1.0, 1e-30, 1e25}) {
+                std::vector<std::vector<double>> rows(12);
+                for (auto& row : rows) {
+                    double size = 1;
+                    for (std::size_t j = 0; j <= n; ++j) {
+                        row.push_back(uniform(random) * (j == n ? 1 : size));
+                        if (columns == eqns_ColumnsScaled)
+                            size *= spread;
+                    }
+                }
+                const eqns_sSolution found = solveScaled(rows, columns);
+                const auto inverse = inverseOfProducts(rows);
+                long double sum = 0;
+                for (const auto& row : rows) {
+                    long double residual = row.back();
+                    for (std::size_t j = 0; j < n; ++j)
+                        residual -= static_cast<long double>(row[j]) * found.x[static_cast<int>(j)];
+                    sum += residual * residual;
+                }
+                EXPECT_NEAR(found.residualSum, static_cast<double>(sum), 100 * eps);
+                EXPECT_EQ(found.rank, static_cast<int>(n));
+                EXPECT_EQ(found.degreesOfFreedom, 12 - static_cast<int>(n));
+                const long double variance = sum / (12 - static_cast<long double>(n));
+                for (std::size_t i = 0; i < n; ++i)
+                    for (std::size_t j = 0; j < n; ++j) {
+                        const auto expected = static_cast<double>(inverse[i][j] * variance);
+                        const auto size = static_cast<double>(
+                            std::sqrt(inverse[i][i] * inverse[j][j]) * variance);
+                        const auto row = static_cast<int>(i);
+                        EXPECT_NEAR(found.covariance(row, static_cast<int>(j)) / size,
+                                    expected / size, 1e-12);
+                        if (i == j) {
+                            EXPECT_NEAR(found.standardErrors[row] / std::sqrt(size), 1, 1e-12);
+                        }
+                    }
+            }
+}
+
+TEST(SolveEquations, BothOverloadsAnswerTheSameForColumnsAsTheyAre) {
+    const std::vector<std::vector<double>> rows{{1, 2, 3}, {4, 5, 7}, {-1, 0.3, 2}, {8, 8, 1}};
+    const Vector x = solveScaled(rows, eqns_ColumnsAsGiven).x;
+    EXPECT_EQ(std::vector<double>(x.begin(), x.end()), solve(rows));
+}
+
+TEST(SolveEquations, ExactSystemsAndZeroValuesHaveNoErrors) {
+    const eqns_sSolution exact = solveScaled({{2, 0, 8}, {0, 1e-300, 3e-300}}, eqns_ColumnsScaled);
+    EXPECT_EQ(exact.x[0], 4);
+    EXPECT_EQ(exact.x[1], 3);
+    EXPECT_EQ(exact.degreesOfFreedom, 0);
+    EXPECT_EQ(exact.rank, 2);
+    EXPECT_TRUE(std::isnan(exact.standardErrors[0]));
+    const eqns_sSolution left = solveScaled({{2, 0, 8}, {0, 0, 5}}, eqns_ColumnsScaled);
+    EXPECT_EQ(left.rank, 1);
+    EXPECT_EQ(left.degreesOfFreedom, 1);
+    EXPECT_EQ(left.residualSum, 25);
+    EXPECT_EQ(left.x[1], 0);
+    EXPECT_EQ(left.standardErrors[0], 2.5);
+    EXPECT_EQ(left.standardErrors[1], 0);
+}
+
+TEST(SolveEquations, OverloadWithErrorsRefusesTheSame) {
+    for (const auto& [columns, rows, elements] :
+         std::vector<std::array<int, 3>>{{0, 3, 3}, {3, 2, 2}, {2, 3, 4}, {1, 32768, 32768}}) {
+        const Matrix a(columns, rows);
+        const Vector b(elements);
+        EXPECT_THROW(eqns_SolveEquations(a, b, eqns_ColumnsScaled), arr_cSizeException);
+    }
+    EXPECT_TRUE(std::isnan(solveScaled({{1, std::nan("")}, {2, 3}}, eqns_ColumnsScaled).x[0]));
+    EXPECT_TRUE(std::isnan(solveScaled({{std::nan(""), 1}, {2, 3}}, eqns_ColumnsScaled).x[0]));
+    EXPECT_TRUE(std::isnan(
+        solveScaled({{std::numeric_limits<double>::infinity(), 1}, {2, 3}}, eqns_ColumnsScaled)
+            .x[0]));
+}
+
+TEST(SolveEquations, ScaledColumnsKeepMoreDigits) {
+    const double bounds[] = {9, 11, 9, 8, 6};
+    for (int number = 1; number <= 5; ++number) {
+        const Regression regression = wampler(number);
+        const eqns_sSolution found = solveScaled(powers(regression, 5), eqns_ColumnsScaled);
+        const double agreed = digits({found.x.begin(), found.x.end()}, regression.coefficients);
+        printDigits("scaled columns", "Wampler" + std::to_string(number), agreed);
+        EXPECT_GE(agreed, bounds[number - 1]) << number;
+        // The published deviation of the residuals is that of the pattern.
+        if (number > 2) {
+            double sum = 0;
+            const Regression exact = wampler(1);
+            for (std::size_t i = 0; i < regression.rows.size(); ++i)
+                sum += std::pow(regression.rows[i][1] - exact.rows[i][1], 2);
+            EXPECT_NEAR(found.residualSum / sum, 1, 1e-9) << number;
+            EXPECT_EQ(found.degreesOfFreedom, 15);
+        }
+    }
+    for (const auto& [name, order, bound] : std::vector<Certified>{
+             {"Norris", 1, 12.5}, {"Pontius", 2, 11}, {"Longley", -1, 8.5}, {"Filip", 10, 5}}) {
+        const auto regression = certified(name);
+        if (!regression)
+            GTEST_SKIP() << "the certified data are not here";
+        const eqns_sSolution found = solveScaled(
+            order < 0 ? regression->rows : powers(*regression, order), eqns_ColumnsScaled);
+        const double agreed = digits({found.x.begin(), found.x.end()}, regression->coefficients);
+        printDigits("scaled columns", name, agreed);
+        EXPECT_GE(agreed, bound) << name;
     }
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
@@ -192,6 +193,85 @@ TEST(LevenbergMarquardt, ParametersWithoutAModelAreRefused) {
         fit.Step();
     EXPECT_GT(fit.Parameters()[0], 90);
     EXPECT_LT(fit.Parameters()[0], 100);
+}
+
+TEST(LevenbergMarquardt, EndsAsItIsTold) {
+    const std::vector<double> x{0, 1, 2, 3}, sig(4, 0.5), start{0, 0};
+    const std::vector<int> both{1, 1};
+    const std::vector<double> scattered{1, 3.5, 4.5, 7.25}, exact{1, 3, 5, 7};
+    struct Row {
+        std::string what;
+        const std::vector<double>& y;
+        mrqm_sOptions options;
+        mrqm_eEnd why;
+    };
+    const std::vector<Row> rows{
+        {"a small change", scattered, {1e-4, 0, 99}, mrqm_SmallChange},
+        {"the optimum", scattered, {0, 1e-6, 99}, mrqm_Optimum},
+        {"the optimum of points on a line", exact, {0, 1e-6, 99}, mrqm_Optimum},
+        {"no lower step", exact, {1e-4, 0, 999}, mrqm_NoLowerStep},
+        {"too many", scattered, {1e-4, 0, 2}, mrqm_TooManyIterations},
+        {"too many before the first", scattered, {1e-4, 0, 0}, mrqm_TooManyIterations}};
+    for (const Row& row : rows) {
+        Line model;
+        mrqm_cFit fit(x, row.y, sig, start, both, model);
+        const mrqm_sResult result = fit.Solve(row.options);
+        EXPECT_EQ(result.why, row.why) << row.what;
+        EXPECT_EQ(result.chiSquared, fit.ChiSquared()) << row.what;
+        EXPECT_LE(result.iterations, row.options.maxIterations) << row.what;
+        EXPECT_GE(result.iterations, std::min(row.options.maxIterations, 2)) << row.what;
+        if (row.why == mrqm_TooManyIterations)
+            continue;
+        EXPECT_EQ(fit.Lambda(), 0) << row.what;
+        // The line of the normal equations, and its distance in standard errors.
+        const bool isExact = &row.y == &exact;
+        const double errors[] = {fit.Parameters()[0] - (isExact ? 1 : 1.1),
+                                 fit.Parameters()[1] - (isExact ? 2 : 1.975)};
+        const double distance =
+            std::sqrt(4 * (4 * errors[0] * errors[0] + 12 * errors[0] * errors[1] +
+                           14 * errors[1] * errors[1]));
+        EXPECT_NEAR(result.distance, distance, 1e-6 * distance + 1e-14) << row.what;
+        EXPECT_LT(distance, row.options.distance > 0 ? 1e-6 : 0.1) << row.what;
+    }
+}
+
+TEST(LevenbergMarquardt, AnotherSolveGoesOnWhereTheLastEnded) {
+    const std::vector<double> x{0, 1, 2, 3}, y{1, 3.5, 4.5, 7.25}, sig(4, 0.5);
+    Line model;
+    mrqm_cFit fit(x, y, sig, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
+    const mrqm_sResult first = fit.Solve({1e-4, 0, 99});
+    const mrqm_sResult second = fit.Solve({0, 1e-9, 99});
+    EXPECT_LE(second.chiSquared, first.chiSquared);
+    EXPECT_EQ(second.why, mrqm_Optimum);
+    EXPECT_LT(second.distance, 1e-9);
+    EXPECT_NEAR(fit.Parameters()[1], 1.975, 1e-9);
+}
+
+TEST(LevenbergMarquardt, WhatOnlyRoundingTellsApartIsSingular) {
+    /// y = (a0 + a1) x + a2, with x far from zero.
+    class Twins : public mrqm_cModel {
+    public:
+        bool Begin(std::span<const double>) override { return true; }
+        double Evaluate(double x, std::span<const double> a,
+                        std::vector<mrqm_sPartial>& partials) override {
+            partials.push_back({0, x});
+            partials.push_back({1, x * strength});
+            partials.push_back({2, 1.0});
+            return (a[0] + a[1] * strength) * x + a[2];
+        }
+        double strength = 1;
+    } model;
+    for (const double strength : {1.0, 1.0 / 3, 1e-9, 7e12}) {
+        model.strength = strength;
+        std::vector<double> x, y;
+        for (int i = 0; i < 100; ++i) {
+            x.push_back(10 + 0.1 * i);
+            y.push_back(i % 7);
+        }
+        mrqm_cFit fit(x, y, std::vector<double>(x.size(), 1.0), std::vector<double>{0, 0, 0},
+                      std::vector<int>{1, 1, 1}, model);
+        EXPECT_THROW(fit.Solve({1e-4, 0, 999}), rcps_cRecipesException) << strength;
+    }
 }
 
 TEST(LevenbergMarquardt, SingularEquationsAreRefused) {

@@ -115,16 +115,21 @@ void putBytes(std::string& bytes, const dasl_c1DDataArraySelection& selection) {
 void putBytes(std::string& bytes, const plft_c1DPolyFittingFunction& polynomial) {
     putBytes(bytes, polynomial.Name());
     putBytes(bytes, polynomial.Coefficients());
+    putBytes(bytes, polynomial.Covariance());
+    putBytes(bytes, polynomial.Rank());
+    putBytes(bytes, polynomial.ResidualSum());
 }
 
 void putBytes(std::string& bytes, const pwft_cMultiPowerLawFitFunc& background) {
     putBytes(bytes, background.PeakCount());
     for (int peak = 0; peak < background.PeakCount(); ++peak)
-        putBytes(bytes, background.Coefficients(peak));
+        putBytes(bytes, background.PowerLaw(peak));
 }
 
 void putBytes(std::string& bytes, const gsft_c1DGaussianFittingFunction& gaussians) {
     putBytes(bytes, gaussians.ChiSquared());
+    putBytes(bytes, gaussians.ResidualSum());
+    putBytes(bytes, gaussians.Steps());
 }
 
 void putBytes(std::string& bytes, const peak_sPeak& peak) {

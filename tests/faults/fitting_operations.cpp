@@ -73,6 +73,27 @@ void addFunctions(Table& table) {
     table.AddRefused("polynomial of a negative order", [](Operands& of) {
         return bytesOf(plft_c1DPolyFittingFunction(-1, of.selection));
     });
+    table.Add("offset polynomial", [](Operands& of) {
+        plft_c1DOffsetPolyFittingFunction polynomial(2, of.selection);
+        polynomial.Refit(of.spectrum);
+        const plft_c1DOffsetPolyFittingFunction copy(polynomial, of.selection);
+        arr_cC_Array<double> x({5100, 5900, 6400}), y(3, 0.0);
+        copy.LoadValues(x, y);
+        return bytesOf(copy, copy.Offset(), y);
+    });
+    table.Add("fit an offset polynomial with deviations", [](Operands& of) {
+        plft_c1DOffsetPolyFittingFunction polynomial(2, of.selection);
+        polynomial.Refit(of.spectrum, of.spectrum);
+        return bytesOf(polynomial);
+    });
+    table.Add("fit a polynomial with deviations",
+              [](Operands& of) { of.polynomial.Refit(of.spectrum, of.spectrum); });
+    table.Add("fit a power law with deviations",
+              [](Operands& of) { of.powerLaw.Refit(of.spectrum, of.spectrum); });
+    table.AddRefused("fit a polynomial with few deviations",
+                     [](Operands& of) { of.polynomial.Refit(of.spectrum, of.line); });
+    table.Add("errors of a polynomial",
+              [](Operands& of) { return of.polynomial.StandardErrors(); });
     table.Add("power law", [](Operands& of) {
         return bytesOf(pwft_cPowerLawFittingFunction(3, of.selection),
                        pwft_cPowerLawFittingFunction(of.powerLaw, of.selection));
@@ -83,7 +104,11 @@ void addFunctions(Table& table) {
     table.Add("clear the peaks", [](Operands& of) { of.background.ClearPeaks(); });
     table.Add(
         "intensity over a background", [](Operands& of) { of.background.Refit(of.spectrum); },
-        [](Operands& of) { return of.background.PeakIntensity(5900); });
+        [](Operands& of) {
+            return bytesOf(of.background.PeakIntensity(5900),
+                           of.background.PeakIntensityError(5900));
+        });
+    table.Add("power law of a peak", [](Operands& of) { return of.background.PowerLaw(0).Rank(); });
     table.AddRefused("coefficients of no peak",
                      [](Operands& of) { return of.background.Coefficients(7); });
 }
@@ -93,6 +118,7 @@ void addGaussians(Table& table) {
     table.AddRefused("Gaussian without a width", [](Operands&) { return gsft_cGaussian(3, 5, 0); });
     table.Add("value of a Gaussian", [](Operands& of) { return of.high.Value(5950); });
     table.Add("intensity of a Gaussian", [](Operands& of) { return of.high.Intensity(); });
+    table.Add("area of a Gaussian", [](Operands& of) { return of.high.Area(); });
     table.Add("ratio of Gaussians", [](Operands& of) {
         of.low.SetRefGaussian(of.high);
         of.low.SetAmplitudeFromRatio(0.5);
@@ -113,8 +139,21 @@ void addGaussians(Table& table) {
     table.AddRefused("resolution without a value",
                      [](Operands& of) { return of.resolution.FWHM(-1e6); });
     table.Add(
-        "fit coupled Gaussians", [](Operands& of) { of.low.SetRefGaussian(of.high); },
+        "fit coupled Gaussians",
+        [](Operands& of) {
+            of.low.SetRefGaussian(of.high);
+            of.fitCalibration = false; // which the background would turn round
+        },
         [](Operands& of) { of.gaussians.Refit(of.spectrum); });
+    table.Add("fit Gaussians to the optimum",
+              [](Operands& of) { of.gaussians.Refit(of.spectrum, gsft_StopAtOptimum); });
+    table.Add(
+        "errors of Gaussians", [](Operands& of) { of.gaussians.Refit(of.spectrum); },
+        [](Operands& of) {
+            return bytesOf(of.gaussians.Covariance(), of.gaussians.StandardErrors(),
+                           of.gaussians.AmplitudeError(0), of.gaussians.AreaError(0));
+        });
+    table.Add("widths of Gaussians", [](Operands& of) { of.gaussians.SetWidthsFromResolution(); });
     table.AddRefused("fit Gaussians that cannot be told apart", [](Operands& of) {
         gsft_cGaussian same(of.high);
         list_cPtrList<gsft_cGaussian> peaks{&of.high, &same};
@@ -193,6 +232,12 @@ void addStorage(Table& table) {
 void addLinearAlgebra(Table& table) {
     table.Add("solve",
               [](Operands& of) { return eqns_SolveEquations(of.equations, of.rightSide); });
+    table.Add("solve with errors", [](Operands& of) {
+        const eqns_sSolution solution =
+            eqns_SolveEquations(of.equations, of.rightSide, eqns_ColumnsScaled);
+        return bytesOf(solution.x, solution.covariance, solution.standardErrors,
+                       solution.residualSum);
+    });
     table.AddRefused("solve without enough equations", [](Operands& of) {
         return eqns_SolveEquations(of.equations, arr_c1DNumberArray<double>(2));
     });

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <limits>
 #include <new>
 #include <random>
@@ -542,6 +543,69 @@ TEST(GaussianFit, PeaksAtOnePlaceAreRefusedInTheEnd) {
     EXPECT_EQ(setup.state(), before);
 }
 
+TEST(GaussianFit, PeaksAtOnePlaceAreRefusedAmongOthers) {
+    std::mt19937 random(21);
+    for (int round = 0; round < 100; ++round) {
+        std::vector<double> y;
+        for (int i = 0; i < 400; ++i)
+            y.push_back(static_cast<double>(5 + random() % 90));
+        Spectrometer setup;
+        setup.fitCalibration = round % 2 == 1;
+        setup.fitResolution = round % 4 > 1;
+        const double place = 100.0 + static_cast<double>(random() % 1000) / 7;
+        setup.add(30, place);
+        setup.add(20, 60);
+        setup.add(10, place);
+        setup.add(20, 340);
+        const std::vector<double> before = setup.state();
+        EXPECT_ANY_THROW(setup.refit(y)) << round;
+        EXPECT_EQ(setup.state(), before);
+        if (round % 4 == 0) {
+            EXPECT_THROW(setup.refit(y), rcps_cRecipesException) << round;
+        }
+    }
+}
+
+TEST(GaussianFit, FittedWidthComesOutPositive) {
+    std::vector<double> found;
+    for (const double start : {18.0, -18.0}) {
+        Spectrometer setup;
+        setup.resolution = {50, start};
+        setup.fitResolution = true;
+        setup.add(90, 80);
+        setup.add(50, 120);
+        setup.refit(spectrumOf(200, {}, {50, 16}, {100, 40}, {80, 120}));
+        EXPECT_NEAR(setup.resolution.ReferenceFWHM(), 16, 1e-6);
+        found.push_back(setup.function.Covariance()(gsft_FWHM, gsft_FirstPeak));
+        EXPECT_LT(found.back(), 0) << "a wider peak is lower";
+    }
+    EXPECT_NEAR(found[1], found[0], 1e-6 * std::fabs(found[0]));
+}
+
+TEST(GaussianFit, CalibrationThatIsTurnedRoundIsRefused) {
+    // The line of 60 comes after that of 100: only a falling calibration has them so.
+    for (const double direction : {1.0, -1.0}) {
+        Spectrometer setup;
+        setup.resolution = {100, 30, 0};
+        setup.add(100, 100 + direction * -40);
+        setup.add(100, 100);
+        setup.cal = cal_c1DArrayCal(100 - direction * 5, direction * 0.3, 100);
+        setup.fitCalibration = true;
+        std::vector<double> y;
+        for (int i = 0; i < 201; ++i)
+            y.push_back(peakAt(i, 100, 140, 16 / fwhmOfWidth) +
+                        peakAt(i, 100, 100, 16 / fwhmOfWidth));
+        const std::vector<double> before = setup.state();
+        try {
+            setup.refit(y);
+            FAIL();
+        } catch (const gsft_cFitException& e) {
+            EXPECT_EQ(e.Message(), "The fit has turned the calibration round.");
+        }
+        EXPECT_EQ(setup.state(), before);
+    }
+}
+
 TEST(GaussianFit, AmplitudesAreWeightedByTheDeviations) {
     std::mt19937 random(5);
     for (int round = 0; round < 50; ++round) {
@@ -617,16 +681,39 @@ TEST(GaussianFit, CalibrationIsRefinedAtItsIndex) {
     EXPECT_EQ(setup.cal.CalIndex(), 40);
 }
 
-TEST(GaussianFit, DataThatAreNotNumbersEndInAFitOrAnError) {
+TEST(GaussianFit, PointsThatAreNotFiniteAreRefusedWhereverTheyAre) {
     const std::vector<double> clean = spectrumOf(200, {}, {50, 16}, {100, 40}, {80, 120});
-    for (const double bad : {notANumber, inf, -inf, 1e308, 5e-324})
+    for (const double bad : {notANumber, inf, -inf})
+        for (const int place : {0, 80, 100, 199}) // far from the peaks, in them, between them
+            for (const bool isPosition : {false, true}) {
+                Spectrometer setup;
+                setup.add(90, 80);
+                setup.add(50, 120);
+                arr_cC_Array<double> x(200), y{std::span<const double>(clean)};
+                for (int i = 0; i < 200; ++i)
+                    x[i] = i;
+                (isPosition ? x : y)[place] = bad;
+                const std::vector<double> before = setup.state();
+                try {
+                    setup.function.RefitValues(x, y);
+                    FAIL() << bad << ' ' << place;
+                } catch (const gsft_cFitException& e) {
+                    EXPECT_EQ(e.Message(), "A point is not a number, or infinite.");
+                }
+                EXPECT_EQ(setup.state(), before);
+            }
+}
+
+TEST(GaussianFit, ExtremeDataEndInAFitOrAnError) {
+    const std::vector<double> clean = spectrumOf(200, {}, {50, 16}, {100, 40}, {80, 120});
+    for (const double extreme : {1e308, 5e-324})
         for (const std::size_t place : {0U, 80U, 100U, 199U})
             for (const int settings : {0, 1, 2, 3})
                 for (const bool isEverywhere : {false, true}) {
                     std::vector<double> y = clean;
-                    y[place] = bad;
+                    y[place] = extreme;
                     if (isEverywhere)
-                        std::fill(y.begin(), y.end(), bad);
+                        std::fill(y.begin(), y.end(), extreme);
                     Spectrometer setup;
                     setup.fitCalibration = (settings & 1) != 0;
                     setup.fitResolution = (settings & 2) != 0;
@@ -643,17 +730,15 @@ TEST(GaussianFit, DataThatAreNotNumbersEndInAFitOrAnError) {
                 }
 }
 
-TEST(GaussianFit, PositionsThatAreNotNumbersEndInAFitOrAnError) {
-    for (const double bad : {notANumber, inf, -inf, 1e300}) {
-        Spectrometer setup;
-        setup.add(90, 80);
-        arr_cC_Array<double> x(200), y(200, 10.0);
-        for (int i = 0; i < 200; ++i)
-            x[i] = i;
-        x[90] = bad;
-        setup.function.RefitValues(x, y);
-        EXPECT_TRUE(std::isfinite(setup.peaks[0].Amplitude()));
-    }
+TEST(GaussianFit, PositionsFarOutsideCountAsTheLastChannel) {
+    Spectrometer setup;
+    setup.add(90, 80);
+    arr_cC_Array<double> x(200), y(200, 10.0);
+    for (int i = 0; i < 200; ++i)
+        x[i] = i;
+    x[90] = 1e300;
+    setup.function.RefitValues(x, y);
+    EXPECT_TRUE(std::isfinite(setup.peaks[0].Amplitude()));
 }
 
 TEST(GaussianFit, RunningOutOfMemoryChangesNothing) {
@@ -783,4 +868,432 @@ TEST(GaussianFit, MeasuredLineLeavesCountingNoise) {
     EXPECT_NEAR(squares / points, 1, 3 * std::sqrt(2.0 / points));
     EXPECT_NEAR(sum / points, 0, 3 / std::sqrt(points));
     EXPECT_NEAR(products / points, 0, 3 / std::sqrt(points));
+}
+
+namespace {
+
+/// A fit's equations by differences in extended precision, from nothing but the formula of the sum.
+class Oracle {
+public:
+    Oracle(const Spectrometer& setup, const std::vector<double>& y)
+        : y_(y), sigma_(naiveDeviations(y)), position_(setup.resolution.ReferencePosition()),
+          factor_(setup.resolution.Factor()) {
+        parameters = {setup.cal.Position(0), setup.cal.Delta(), setup.resolution.ReferenceFWHM()};
+        isFitted = {setup.fitCalibration, setup.fitCalibration, setup.fitResolution};
+        for (const gsft_cGaussian& peak : setup.peaks) {
+            parameters.push_back(peak.HasReference() ? peak.AmplitudeRatio() : peak.Amplitude());
+            isFitted.push_back(!peak.HasReference());
+            parameters.push_back(peak.Center());
+            isFitted.push_back(false);
+            reference_.push_back(peak.HasReference() ? setup.list.IndexOf(peak.hRefGaussian().Get())
+                                                     : -1);
+        }
+        fit();
+    }
+
+    std::vector<long double> parameters;
+    std::vector<bool> isFitted;
+    std::vector<std::size_t> fitted;
+    std::vector<std::vector<long double>> covariance; // of the fitted ones
+    long double chiSquared = 0;
+    long double distance = 0; // to the optimum, in standard errors
+
+    long double covarianceOf(std::size_t i, std::size_t j) const {
+        for (std::size_t p = 0; p < fitted.size(); ++p)
+            for (std::size_t q = 0; q < fitted.size(); ++q)
+                if (fitted[p] == i && fitted[q] == j)
+                    return covariance[p][q];
+        return 0;
+    }
+
+private:
+    /// The sum at channel x; which points lie within three widths is decided by `inside`.
+    long double value(const std::vector<long double>& a, int x,
+                      const std::vector<long double>& inside) const {
+        long double sum = 0;
+        for (std::size_t k = 0; k < reference_.size(); ++k) {
+            const auto t = [&](const std::vector<long double>& p) {
+                const long double center = p[4 + 2 * k];
+                const long double width = std::sqrt((center - position_) * factor_ + p[2] * p[2]) /
+                                          (2 * std::sqrt(std::log(2.0L)));
+                return (p[0] + p[1] * static_cast<long double>(x) - center) / width;
+            };
+            if (std::fabs(t(inside)) >= 3)
+                continue;
+            long double amplitude = a[3 + 2 * k];
+            if (reference_[k] >= 0)
+                amplitude *= a[3 + 2 * static_cast<std::size_t>(reference_[k])];
+            sum += amplitude * std::exp(-t(a) * t(a));
+        }
+        return sum;
+    }
+
+    void fit() {
+        for (std::size_t i = 0; i < parameters.size(); ++i)
+            if (isFitted[i])
+                fitted.push_back(i);
+        const std::size_t n = fitted.size();
+        std::vector<std::vector<long double>> m(n, std::vector<long double>(2 * n + 1));
+        for (std::size_t point = 0; point < y_.size(); ++point) {
+            const int x = static_cast<int>(point);
+            const long double weight =
+                1 / (static_cast<long double>(sigma_[point]) * sigma_[point]);
+            const long double residual = y_[point] - value(parameters, x, parameters);
+            chiSquared += residual * residual * weight;
+            std::vector<long double> slope(n);
+            for (std::size_t p = 0; p < n; ++p) {
+                const long double h = 1e-6L * std::max(1.0L, std::fabs(parameters[fitted[p]]));
+                const auto moved = [&](long double by) {
+                    std::vector<long double> a = parameters;
+                    a[fitted[p]] += by * h;
+                    return value(a, x, parameters);
+                };
+                slope[p] = (8 * (moved(1) - moved(-1)) - moved(2) + moved(-2)) / (12 * h);
+            }
+            for (std::size_t p = 0; p < n; ++p) {
+                m[p][2 * n] += slope[p] * residual * weight;
+                for (std::size_t q = 0; q < n; ++q)
+                    m[p][q] += slope[p] * slope[q] * weight;
+            }
+        }
+        std::vector<long double> gradient(n), scale(n);
+        for (std::size_t p = 0; p < n; ++p) {
+            gradient[p] = m[p][2 * n];
+            scale[p] = std::sqrt(m[p][p]);
+        }
+        for (std::size_t p = 0; p < n; ++p) {
+            for (std::size_t q = 0; q < n; ++q)
+                m[p][q] /= scale[p] * scale[q];
+            m[p][n + p] = 1;
+        }
+        for (std::size_t p = 0; p < n; ++p) // positive definite, with ones on the diagonal
+            for (std::size_t r = 0; r < n; ++r) {
+                if (r == p)
+                    continue;
+                const long double by = m[r][p] / m[p][p];
+                for (std::size_t c = 0; c < 2 * n; ++c)
+                    m[r][c] -= by * m[p][c];
+            }
+        covariance.assign(n, std::vector<long double>(n));
+        for (std::size_t p = 0; p < n; ++p)
+            for (std::size_t q = 0; q < n; ++q) {
+                covariance[p][q] = m[p][n + q] / m[p][p] / scale[p] / scale[q];
+                distance += gradient[p] * covariance[p][q] * gradient[q];
+            }
+        distance = std::sqrt(distance);
+    }
+
+    std::vector<double> y_;
+    std::vector<double> sigma_;
+    long double position_;
+    long double factor_;
+    std::vector<int> reference_;
+};
+
+/// Noisy spectra of three peaks, the last coupled to the first, over all settings.
+template<class Check>
+void overNoisySpectra(int rounds, gsft_eStop stop, const Check& check) {
+    std::mt19937 random(77);
+    for (int round = 0; round < rounds; ++round) {
+        const cal_c1DArrayCal truth(3, 0.5, 5);
+        const gsft_cResolution law(50, 16);
+        const std::vector<double> amplitudes{900, 400, 300}, centers{60.3, 91, 150.7};
+        std::vector<double> y = spectrumOf(400, truth, law, amplitudes, centers);
+        for (double& value : y)
+            value = std::poisson_distribution<>(value + 3)(random);
+        Spectrometer setup;
+        setup.cal = truth;
+        setup.fitCalibration = round % 2 == 1;
+        setup.fitResolution = round % 4 > 1;
+        setup.resolution = {50, setup.fitResolution ? 17.0 : 16.0};
+        for (std::size_t k = 0; k < 3; ++k)
+            setup.add(amplitudes[k] * 0.9, centers[k]);
+        setup.peaks[2].SetRefGaussian(setup.peaks[0]);
+        setup.selection.AddLocalRange({-1000, 1000});
+        setup.function.Refit(darr_c1DArray(std::span<const double>(y), truth), stop);
+        check(setup, y);
+    }
+}
+
+} // namespace
+
+TEST(GaussianFit, CovarianceIsThatOfTheTrueDerivatives) {
+    for (const gsft_eStop stop : {gsft_StopAtSmallChange, gsft_StopAtOptimum})
+        overNoisySpectra(8, stop, [](const Spectrometer& setup, const std::vector<double>& y) {
+            const Oracle oracle(setup, y);
+            const arr_c2DNumberArray<double> found = setup.function.Covariance();
+            const arr_cC_Array<double> errors = setup.function.StandardErrors();
+            ASSERT_EQ(found.Rows(), 9);
+            ASSERT_EQ(found.Columns(), 9);
+            ASSERT_EQ(errors.Size(), 9);
+            for (std::size_t i = 0; i < 9; ++i)
+                for (std::size_t j = 0; j < 9; ++j) {
+                    const auto expected = static_cast<double>(oracle.covarianceOf(i, j));
+                    const double size = std::sqrt(
+                        static_cast<double>(oracle.covarianceOf(i, i) * oracle.covarianceOf(j, j)));
+                    EXPECT_NEAR(found(static_cast<int>(i), static_cast<int>(j)), expected,
+                                1e-8 * size)
+                        << i << ' ' << j;
+                    if (i == j) {
+                        EXPECT_NEAR(errors[static_cast<int>(i)], std::sqrt(expected), 1e-8 * size);
+                    }
+                }
+            const auto chiSquared = static_cast<double>(oracle.chiSquared);
+            EXPECT_NEAR(setup.function.ResidualSum(), chiSquared, 1e-10 * chiSquared);
+            EXPECT_EQ(setup.function.DegreesOfFreedom(),
+                      400 - static_cast<int>(oracle.fitted.size()));
+            const auto distance = static_cast<double>(oracle.distance);
+            EXPECT_NEAR(setup.function.DistanceToOptimum(), distance, 1e-6 + 1e-6 * distance);
+        });
+}
+
+TEST(GaussianFit, ErrorsOfPeaksFollowFromTheCovariance) {
+    overNoisySpectra(
+        8, gsft_StopAtSmallChange, [](Spectrometer& setup, const std::vector<double>&) {
+            const arr_c2DNumberArray<double> c = setup.function.Covariance();
+            setup.function.SetWidthsFromResolution();
+            // By differences of the area, height and f moved together.
+            for (int k = 0; k < 3; ++k) {
+                const bool isCoupled = k == 2;
+                const auto number = static_cast<std::size_t>(k);
+                const double ratio = isCoupled ? setup.peaks[number].AmplitudeRatio() : 1;
+                const int at = gsft_FirstPeak + (isCoupled ? 0 : 2 * k);
+                const auto area = [&](double amplitude, double fwhm) {
+                    gsft_cResolution law = setup.resolution;
+                    law.SetReferenceFWHM(law.ReferenceFWHM() + fwhm);
+                    gsft_cGaussian peak(setup.peaks[number]);
+                    peak.SetAmplitude(peak.Amplitude() + ratio * amplitude);
+                    peak.SetWidth(law.FWHM(peak.Center()) / fwhmOfWidth);
+                    return peak.Area();
+                };
+                const double h = 1e-5;
+                const double a = (area(h, 0) - area(-h, 0)) / (2 * h);
+                const double f = (area(0, h) - area(0, -h)) / (2 * h);
+                const double variance = a * a * c(at, at) + 2 * a * f * c(at, gsft_FWHM) +
+                                        f * f * c(gsft_FWHM, gsft_FWHM);
+                EXPECT_NEAR(setup.function.AreaError(k), std::sqrt(variance),
+                            1e-6 * std::sqrt(variance));
+                EXPECT_DOUBLE_EQ(setup.function.AmplitudeError(k), ratio * std::sqrt(c(at, at)));
+            }
+            EXPECT_THROW(setup.function.AreaError(3), arr_cIndexException);
+            EXPECT_THROW(setup.function.AmplitudeError(-1), arr_cIndexException);
+        });
+}
+
+TEST(GaussianFit, OptimumIsWithinAMillionthOfTheErrors) {
+    overNoisySpectra(16, gsft_StopAtOptimum,
+                     [](const Spectrometer& setup, const std::vector<double>& y) {
+                         if (setup.function.End() != gsft_Optimum) {
+                             // A point at the edge of a window is in the way.
+                             EXPECT_EQ(setup.function.End(), gsft_NoLowerStep);
+                             return;
+                         }
+                         EXPECT_LT(Oracle(setup, y).distance, 2e-6L);
+                         EXPECT_LT(setup.function.Steps(), 60);
+                     });
+}
+
+TEST(GaussianFit, SmallChangeEndsNearTheOptimum) {
+    std::vector<double> distances;
+    overNoisySpectra(200, gsft_StopAtSmallChange,
+                     [&](const Spectrometer& setup, const std::vector<double>&) {
+                         EXPECT_EQ(setup.function.End(), gsft_SmallChange);
+                         if (setup.fitResolution)
+                             distances.push_back(setup.function.DistanceToOptimum());
+                     });
+    std::sort(distances.begin(), distances.end());
+    const double median = distances[distances.size() / 2];
+    std::cout << "[ distance ] median " << median << ", largest " << distances.back() << '\n';
+    EXPECT_LT(median, 0.3);
+}
+
+TEST(GaussianFit, ErrorsAreTheSpreadOfWhatIsFound) {
+    // Gaussian noise of the very deviations that the fit takes.
+    std::mt19937 random(4);
+    const cal_c1DArrayCal truth(0, 1, 0);
+    const std::vector<double> amplitudes{40000, 25000}, centers{80, 210};
+    const std::vector<double> clean = spectrumOf(300, truth, {50, 16}, amplitudes, centers);
+    double sums[3] = {};
+    constexpr int spectra = 400;
+    for (int round = 0; round < spectra; ++round) {
+        std::vector<double> y;
+        for (const double value : clean)
+            y.push_back(value + std::sqrt(value) * std::normal_distribution<>()(random));
+        Spectrometer setup;
+        setup.fitCalibration = setup.fitResolution = true;
+        for (std::size_t k = 0; k < 2; ++k)
+            setup.add(amplitudes[k], centers[k]);
+        setup.selection.AddLocalRange({72, 89});
+        setup.selection.AddLocalRange({200, 221});
+        setup.function.Refit(darr_c1DArray(std::span<const double>(y), truth), gsft_StopAtOptimum);
+        const arr_cC_Array<double> errors = setup.function.StandardErrors();
+        sums[0] += std::pow((setup.cal.Position(0)) / errors[gsft_Offset], 2);
+        sums[1] += std::pow((setup.resolution.ReferenceFWHM() - 16) / errors[gsft_FWHM], 2);
+        sums[2] +=
+            std::pow((setup.peaks[0].Amplitude() - 40000) / setup.function.AmplitudeError(0), 2);
+    }
+    for (const double sum : sums)
+        EXPECT_NEAR(std::sqrt(sum / spectra), 1, 0.15);
+}
+
+TEST(GaussianFit, KnowsNothingBeforeTheFirstFit) {
+    Spectrometer setup;
+    setup.add(1, 2);
+    EXPECT_EQ(setup.function.End(), gsft_NotFitted);
+    EXPECT_EQ(setup.function.Steps(), 0);
+    EXPECT_EQ(setup.function.ResidualSum(), 0);
+    EXPECT_EQ(setup.function.DegreesOfFreedom(), 0);
+    EXPECT_EQ(setup.function.DistanceToOptimum(), 0);
+    EXPECT_EQ(setup.function.Covariance().Rows(), 0);
+    EXPECT_EQ(setup.function.StandardErrors().Size(), 0);
+    EXPECT_THROW(setup.function.AmplitudeError(0), arr_cIndexException);
+}
+
+TEST(GaussianFit, EndsWithoutALowerStepWhereNoneIs) {
+    const std::vector<double> y = spectrumOf(128, {}, {50, 16}, {1000}, {61.25});
+    Spectrometer setup;
+    setup.add(1000, 61.25);
+    setup.refit(y);
+    EXPECT_EQ(setup.function.End(), gsft_NoLowerStep);
+    EXPECT_GT(setup.function.Steps(), 3);
+    Spectrometer refined;
+    refined.add(700, 61.25);
+    refined.selection.AddLocalRange({0, 128});
+    refined.function.Refit(darr_c1DArray(std::span<const double>(y)), gsft_StopAtOptimum);
+    EXPECT_EQ(refined.function.End(), gsft_Optimum);
+    EXPECT_NEAR(refined.peaks[0].Amplitude(), 1000, 1e-9);
+}
+
+TEST(GaussianFit, RefinedFitRefusesWhatTheOtherDoes) {
+    Spectrometer setup;
+    setup.add(1, 60);
+    setup.selection.AddLocalRange({0, 100});
+    const darr_c1DArray bad(100, notANumber, cal_c1DArrayCal());
+    EXPECT_THROW(setup.function.Refit(bad, gsft_StopAtOptimum), gsft_cFitException);
+    setup.selection.Clear();
+    expectRefusal(336, [&] { setup.function.Refit(bad, gsft_StopAtOptimum); });
+}
+
+TEST(GaussianFit, SecondFitOfDataThatCarryTheCalibrationFindsItAgain) {
+    const cal_c1DArrayCal truth(100, 0.5, 40);
+    const std::vector<double> centers{110, 170, 260}, amplitudes{300, 900, 500};
+    Spectrometer setup;
+    setup.cal = cal_c1DArrayCal(103, 0.502, 40);
+    setup.resolution = {90, 8};
+    setup.fitCalibration = true;
+    for (const double center : centers)
+        setup.add(400, center);
+    setup.selection.AddLocalRange({0, 1000});
+    const std::vector<double> y = spectrumOf(500, truth, {90, 8}, amplitudes, centers);
+    darr_c1DArray data(std::span<const double>(y), setup.cal);
+    for (int fit = 0; fit < 3; ++fit) {
+        setup.function.Refit(data);
+        EXPECT_NEAR(setup.cal.Offset(), 100, 1e-8) << fit;
+        EXPECT_NEAR(setup.cal.Delta(), 0.5, 1e-10) << fit;
+        data.SetCal(setup.cal);
+    }
+}
+
+TEST(GaussianFit, WidthsAreSetFromTheLaw) {
+    Spectrometer setup;
+    setup.add(3, 40);
+    setup.add(4, 90);
+    setup.function.SetWidthsFromResolution();
+    for (const gsft_cGaussian& peak : setup.peaks)
+        EXPECT_DOUBLE_EQ(peak.Width(), widthOf(setup.resolution, peak.Center()));
+    setup.resolution = {100, 6};
+    const std::vector<double> before = setup.state();
+    EXPECT_THROW(setup.function.SetWidthsFromResolution(), gsft_cFitException);
+    EXPECT_EQ(setup.state(), before);
+}
+
+TEST(Gaussian, AreaIsTheIntegral) {
+    const gsft_cGaussian peak(3, 10, 2.5);
+    long double sum = 0;
+    for (int i = -4000; i < 4000; ++i)
+        sum += 3 * std::exp(-std::pow((i + 0.5L) * 0.01L / 2.5L, 2)) * 0.01L;
+    EXPECT_NEAR(peak.Area(), static_cast<double>(sum), 1e-12);
+}
+
+TEST(Resolution, FactorIsThatOfElectronvoltsUnlessAnotherIsGiven) {
+    EXPECT_EQ(gsft_cResolution(5900, 140).Factor(), 2.3);
+    const gsft_cResolution small(5.9, 0.14, 0.0023);
+    EXPECT_EQ(small.Factor(), 0.0023);
+    for (const double x : {3000.0, 5900.0, 6400.0, 12000.0})
+        EXPECT_NEAR(1000 * small.FWHM(x / 1000), gsft_cResolution(5900, 140).FWHM(x), 1e-10);
+}
+
+TEST(Resolution, FitInKiloelectronvoltsIsThatInElectronvolts) {
+    std::vector<std::vector<double>> found;
+    for (const double unit : {1.0, 0.001}) {
+        Spectrometer setup;
+        setup.cal = cal_c1DArrayCal(6000 * unit, 10 * unit, 0);
+        setup.resolution = {6930 * unit, 150 * unit, 2.3 * unit};
+        setup.fitCalibration = setup.fitResolution = true;
+        setup.add(800, 6930 * unit);
+        setup.add(80, 7649 * unit);
+        std::vector<double> y;
+        for (int i = 0; i < 201; ++i)
+            y.push_back(1000 * std::exp(-std::pow((6004 + 10 * i - 6930) / 90.0, 2)) +
+                        100 * std::exp(-std::pow((6004 + 10 * i - 7649) / 94.0, 2)) + 5);
+        setup.refit(y);
+        found.push_back({setup.peaks[0].Amplitude(), setup.peaks[1].Amplitude(),
+                         setup.cal.Offset() / unit, setup.cal.Delta() / unit,
+                         setup.resolution.ReferenceFWHM() / unit,
+                         setup.function.AmplitudeError(1)});
+    }
+    for (std::size_t i = 0; i < found[0].size(); ++i)
+        EXPECT_NEAR(found[1][i], found[0][i], 1e-6 * std::fabs(found[0][i])) << i;
+}
+
+TEST(Resolution, RefusalNamesTheUnitWhereItIsTheCause) {
+    struct Row {
+        gsft_cResolution law;
+        double x;
+        std::string text;
+    };
+    const std::string keV = " look like keV; the law of widths wants eV.";
+    for (const Row& row :
+         std::vector<Row>{{{7, 0.14}, 6.4, "Positions of 6.4" + keV},
+                          {{7, -0.14}, 3.69, "Positions of 3.69" + keV},
+                          {{7000, 0.14}, 6400, "The resolution law has no width at 6400."},
+                          {{7, 0.14, 0.23}, 6.2, "The resolution law has no width at 6.2."},
+                          {{7000, 20}, 6400, "The resolution law has no width at 6400."},
+                          {{7, 0.14}, notANumber, "The resolution law has no width at nan."}}) {
+        try {
+            row.law.FWHM(row.x);
+            FAIL() << row.text;
+        } catch (const gsft_cFitException& e) {
+            EXPECT_EQ(e.Message(), row.text.c_str());
+        }
+    }
+}
+
+TEST(GaussianFit, FailureNamesTheUnitWhereItIsTheCause) {
+    struct Row {
+        double delta, fwhm, line, reference;
+        bool fitsCalibration;
+        const char* text;
+    };
+    const Row rows[] = {
+        {0.04, 0.2, 20, 13, true, "Positions of 0.52 look like keV; the law of widths wants eV."},
+        {0.01, 0.9, 20, 5, false, "Positions of 0.13 look like keV; the law of widths wants eV."}};
+    for (const Row& row : rows) {
+        std::vector<double> y;
+        for (int i = 0; i < 60; ++i)
+            y.push_back(100 * std::exp(-std::pow((i - row.line) / 4, 2)));
+        Spectrometer setup;
+        setup.cal = cal_c1DArrayCal(0, row.delta, 0);
+        setup.resolution = {row.reference * row.delta, row.fwhm};
+        setup.fitCalibration = row.fitsCalibration;
+        setup.fitResolution = !row.fitsCalibration;
+        setup.add(10, 13 * row.delta);
+        setup.add(10, 17 * row.delta);
+        try {
+            setup.refit(y);
+            FAIL();
+        } catch (const gsft_cFitException& e) {
+            EXPECT_EQ(e.Message(), row.text);
+        }
+    }
 }

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <iostream>
 #include <limits>
 #include <new>
 #include <random>
@@ -34,7 +35,113 @@ public:
         RefitValues(arr_cC_Array<double>(std::span<const double>(x)),
                     arr_cC_Array<double>(std::span<const double>(y)));
     }
+    void fit(const std::vector<double>& x, const std::vector<double>& y,
+             const std::vector<double>& deviations) {
+        RefitValues(arr_cC_Array<double>(std::span<const double>(x)),
+                    arr_cC_Array<double>(std::span<const double>(y)),
+                    arr_cC_Array<double>(std::span<const double>(deviations)));
+    }
 };
+
+/// The same about the middle of the points.
+class OffsetPolynomial final : public plft_c1DOffsetPolyFittingFunction {
+public:
+    using plft_c1DOffsetPolyFittingFunction::plft_c1DOffsetPolyFittingFunction;
+    void fit(const std::vector<double>& x, const std::vector<double>& y) {
+        RefitValues(arr_cC_Array<double>(std::span<const double>(x)),
+                    arr_cC_Array<double>(std::span<const double>(y)));
+    }
+    void fit(const std::vector<double>& x, const std::vector<double>& y,
+             const std::vector<double>& deviations) {
+        RefitValues(arr_cC_Array<double>(std::span<const double>(x)),
+                    arr_cC_Array<double>(std::span<const double>(y)),
+                    arr_cC_Array<double>(std::span<const double>(deviations)));
+    }
+};
+
+/// A polynomial in x - offset by the normal equations in extended precision, of powers of x -
+/// offset over the largest of them.
+struct NormalEquations {
+    NormalEquations(int order, const std::vector<double>& x, const std::vector<double>& y,
+                    const std::vector<double>& deviations, double offset = 0)
+        : coefficients(static_cast<std::size_t>(order) + 1) {
+        const std::size_t n = coefficients.size();
+        long double scale = 0;
+        for (const double position : x)
+            scale = std::max(scale, std::fabs(static_cast<long double>(position) - offset));
+        std::vector<std::vector<long double>> m(n, std::vector<long double>(2 * n + 1));
+        const auto weight = [&](std::size_t i) {
+            const long double deviation = deviations.empty() ? 1 : deviations[i];
+            return 1 / (deviation * deviation);
+        };
+        const auto power = [&](std::size_t i, std::size_t j) {
+            return std::pow((static_cast<long double>(x[i]) - offset) / scale,
+                            static_cast<long double>(j));
+        };
+        for (std::size_t j = 0; j < n; ++j) {
+            m[j][n + j] = 1;
+            for (std::size_t i = 0; i < x.size(); ++i) {
+                m[j][2 * n] += power(i, j) * y[i] * weight(i);
+                for (std::size_t k = 0; k < n; ++k)
+                    m[j][k] += power(i, j) * power(i, k) * weight(i);
+            }
+        }
+        for (std::size_t p = 0; p < n; ++p)
+            for (std::size_t r = 0; r < n; ++r) {
+                const long double by = m[r][p] / m[p][p];
+                for (std::size_t c = 0; r != p && c <= 2 * n; ++c)
+                    m[r][c] -= by * m[p][c];
+            }
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            long double residual = y[i];
+            for (std::size_t j = 0; j < n; ++j)
+                residual -= m[j][2 * n] / m[j][j] * power(i, j);
+            residualSum += residual * residual * weight(i);
+        }
+        const long double variance =
+            deviations.empty() ? residualSum / static_cast<long double>(x.size() - n) : 1;
+        for (std::size_t j = 0; j < n; ++j) {
+            const auto size = [&](std::size_t k) {
+                return std::pow(scale, static_cast<long double>(k));
+            };
+            coefficients[j] = m[j][2 * n] / m[j][j] / size(j);
+            covariance.emplace_back();
+            for (std::size_t k = 0; k < n; ++k)
+                covariance[j].push_back(m[j][n + k] / m[j][j] / size(j) / size(k) * variance);
+        }
+    }
+
+    std::vector<long double> coefficients;
+    std::vector<std::vector<long double>> covariance;
+    long double residualSum = 0;
+};
+
+/// Holds a fit against the normal equations.
+void expectFitOf(const plft_c1DPolyFittingFunction& found, const NormalEquations& expected,
+                 std::size_t points, double tolerance) {
+    const int n = found.Order() + 1;
+    EXPECT_EQ(found.Rank(), n);
+    EXPECT_EQ(found.DegreesOfFreedom(), static_cast<int>(points) - n);
+    const auto sum = static_cast<double>(expected.residualSum);
+    EXPECT_NEAR(found.ResidualSum() / sum, 1, tolerance);
+    const arr_cC_Array<double> errors = found.StandardErrors();
+    for (int i = 0; i < n; ++i) {
+        const auto row = static_cast<std::size_t>(i);
+        const auto error = static_cast<double>(std::sqrt(expected.covariance[row][row]));
+        EXPECT_NEAR(found.Coefficients()[i] / error,
+                    static_cast<double>(expected.coefficients[row]) / error,
+                    tolerance *
+                        (1 + std::fabs(static_cast<double>(expected.coefficients[row]) / error)));
+        EXPECT_NEAR(errors[i] / error, 1, tolerance);
+        for (int j = 0; j < n; ++j) {
+            const auto column = static_cast<std::size_t>(j);
+            const long double size =
+                std::sqrt(expected.covariance[row][row] * expected.covariance[column][column]);
+            EXPECT_NEAR(static_cast<double>(found.Covariance()(i, j) / size),
+                        static_cast<double>(expected.covariance[row][column] / size), tolerance);
+        }
+    }
+}
 
 std::vector<double> listOf(const arr_cC_Array<double>& values) {
     return {values.begin(), values.end()};
@@ -397,6 +504,242 @@ TEST_F(PolynomialFit, CopyOverAnotherSelectionHearsThatOne) {
     EXPECT_THAT(listener.take(), testing::IsEmpty());
     other.AddLocalRange(rnge_c1DRange(1, 2));
     EXPECT_THAT(listener.take(), ElementsAre(ftfn_FunctionChanged));
+}
+
+TEST_F(PolynomialFit, ErrorsAreThoseOfTheNormalEquations) {
+    std::mt19937 random(12);
+    std::uniform_real_distribution<double> uniform(-1, 1);
+    for (const int order : {0, 1, 2, 4})
+        for (const std::size_t count : {7U, 128U, 300U})
+            for (const double scale : {1.0, 1e-9, 1e12})
+                for (const double size : {0.0, 1.0, 1e-100, 1e100}) {
+                    std::vector<double> x, y, deviations;
+                    for (std::size_t i = 0; i < count; ++i) {
+                        x.push_back(scale * uniform(random));
+                        y.push_back(uniform(random) * (size == 0 ? 1 : size));
+                        if (size > 0)
+                            deviations.push_back(size * (1.5 + uniform(random)));
+                    }
+                    Polynomial polynomial(order, selection);
+                    size > 0 ? polynomial.fit(x, y, deviations) : polynomial.fit(x, y);
+                    expectFitOf(polynomial, NormalEquations(order, x, y, deviations), count, 1e-10);
+                }
+}
+
+TEST_F(PolynomialFit, EqualDeviationsChangeTheErrorsAlone) {
+    const std::vector<double> x{1, 2, 3, 4, 5, 6}, y{1, 2, 4, 4, 3, 9};
+    Polynomial plain(1, selection), weighted(1, selection);
+    plain.fit(x, y);
+    weighted.fit(x, y, std::vector<double>(6, 0.25));
+    EXPECT_EQ(listOf(weighted.Coefficients()), listOf(plain.Coefficients()));
+    EXPECT_DOUBLE_EQ(weighted.ResidualSum(), 16 * plain.ResidualSum());
+    EXPECT_NEAR(weighted.StandardErrors()[1], 0.25 / std::sqrt(17.5), 1e-14);
+    EXPECT_NEAR(plain.StandardErrors()[1], std::sqrt(plain.ResidualSum() / 4 / 17.5), 1e-14);
+}
+
+TEST_F(PolynomialFit, WeighsByTheDeviationsOfTheData) {
+    const cal_c1DArrayCal cal(10, 0.5, 0);
+    std::vector<double> y, deviations, x;
+    for (int i = 0; i < 40; ++i) {
+        y.push_back(3 + i % 5 + 0.1 * i);
+        deviations.push_back(1 + i % 3);
+        x.push_back(cal.Position(i));
+    }
+    const darr_c1DArray data(std::span<const double>(y), cal);
+    const darr_c1DArray errors(std::span<const double>(deviations), cal);
+    selection.AddLocalRange(rnge_c1DRange(0, 1000));
+    plft_c1DPolyFittingFunction polynomial(2, selection);
+    polynomial.Refit(data, errors);
+    expectFitOf(polynomial, NormalEquations(2, x, y, deviations), 40, 1e-9);
+    polynomial.Refit(data);
+    expectFitOf(polynomial, NormalEquations(2, x, y, {}), 40, 1e-9);
+}
+
+TEST_F(PolynomialFit, DeviationsThatDoNotFitAreRefusedAndChangeNothing) {
+    const cal_c1DArrayCal cal(10, 0.5, 0);
+    const darr_c1DArray data(9, pnum_cNumber(2.0), cal);
+    selection.AddLocalRange(rnge_c1DRange(0, 1000));
+    plft_c1DPolyFittingFunction polynomial(1, selection);
+    polynomial.Refit(data);
+    const std::vector<double> before = listOf(polynomial.Coefficients());
+    EXPECT_THROW(polynomial.Refit(data, darr_c1DArray(8, pnum_cNumber(1.0), cal)),
+                 arr_cSizeException);
+    EXPECT_TRUE(
+        raisesAt(1, [&] { polynomial.Refit(data, darr_c1DArray(9, pnum_cNumber(1.0), {})); }));
+    for (const double bad : {0.0, -1.0, nan, infinity})
+        for (const int place : {0, 4, 8}) {
+            darr_c1DArray deviations(9, pnum_cNumber(1.0), cal);
+            deviations.SetNumber(place, bad);
+            EXPECT_TRUE(raisesAt(2, [&] { polynomial.Refit(data, deviations); })) << bad;
+        }
+    selection.Clear();
+    const darr_c1DArray ones(9, pnum_cNumber(1.0), cal);
+    EXPECT_TRUE(raisesAt(3, [&] { polynomial.Refit(data, ones); })) << "nothing selected";
+    selection.AddLocalRange(rnge_c1DRange(10, 10.5));
+    EXPECT_TRUE(raisesAt(3, [&] { polynomial.Refit(data, ones); })) << "one point";
+    EXPECT_EQ(listOf(polynomial.Coefficients()), before);
+    EXPECT_EQ(polynomial.Rank(), 2);
+    Polynomial direct(1, selection);
+    EXPECT_THROW(direct.fit({1, 2, 3}, {1, 2, 3}, {1, 1}), arr_cSizeException);
+    EXPECT_TRUE(raisesAt(72, [&] { direct.fit({1, 2, 3}, {1, 2}, {1, 1}); }));
+    EXPECT_TRUE(raisesAt(105, [&] { direct.fit({0, 0, 0}, {1, 2, 3}, {1, 1, 1}); }));
+}
+
+TEST_F(PolynomialFit, WithoutAFitThereAreNoErrors) {
+    Polynomial polynomial(2, selection);
+    const auto expectNothing = [&](int points, double sum) {
+        EXPECT_EQ(polynomial.Rank(), 0);
+        EXPECT_EQ(polynomial.DegreesOfFreedom(), points);
+        EXPECT_EQ(polynomial.ResidualSum(), sum);
+        EXPECT_EQ(polynomial.Covariance().Rows(), 0);
+        EXPECT_THAT(listOf(polynomial.StandardErrors()),
+                    ElementsAre(testing::IsNan(), testing::IsNan(), testing::IsNan()));
+    };
+    expectNothing(0, 0);
+    polynomial.fit({1, 2, 3, 4}, {1, 2, 4, 4});
+    EXPECT_EQ(polynomial.Rank(), 3);
+    polynomial.fit({1, 2}, {3, 4});
+    expectNothing(2, 25);
+    polynomial.fit({1, 2, 3}, {4, 5, 7});
+    EXPECT_EQ(polynomial.DegreesOfFreedom(), 0);
+    EXPECT_THAT(listOf(polynomial.StandardErrors()), Each(testing::IsNan()));
+}
+
+TEST_F(PolynomialFit, CopiesKnowTheirQuality) {
+    Polynomial polynomial(1, selection);
+    polynomial.fit({1, 2, 3, 4}, {1, 2, 4, 4});
+    const plft_c1DPolyFittingFunction copy(polynomial), other(polynomial, selection);
+    polynomial.fit({1}, {1});
+    for (const plft_c1DPolyFittingFunction* each : {&copy, &other}) {
+        EXPECT_EQ(each->Rank(), 2);
+        EXPECT_EQ(each->DegreesOfFreedom(), 2);
+        EXPECT_NEAR(each->ResidualSum(), 0.7, 1e-14);
+        EXPECT_NEAR(each->StandardErrors()[1], std::sqrt(0.35 / 5), 1e-14);
+    }
+}
+
+// Points from 1 - width to 1, evenly: below which width the order is not reached.
+TEST_F(PolynomialFit, RankIsLostInWindowsThatAreNarrowForTheirDistance) {
+    const auto rank = [&](int order, double width) {
+        std::vector<double> x;
+        for (int i = 0; i <= 1000; ++i)
+            x.push_back(1 - width * i / 1000);
+        Polynomial polynomial(order, selection);
+        polynomial.fit(x, x);
+        return polynomial.Rank();
+    };
+    const double limits[] = {0.024, 0.16, 0.37, 0.61};
+    for (int order = 2; order <= 5; ++order) {
+        double low = 0.001, high = 1;
+        for (int step = 0; step < 30; ++step) {
+            const double middle = (low + high) / 2;
+            (rank(order, middle) == order + 1 ? high : low) = middle;
+        }
+        std::cout << "[  limit   ] order " << order << ": " << high << '\n';
+        const double limit = limits[order - 2];
+        EXPECT_NEAR(high, limit, order == 2 ? 0.0005 : 0.005) << order;
+    }
+}
+
+TEST_F(PolynomialFit, SpreadOfCoefficientsIsThatOfTheirErrors) {
+    std::mt19937 random(31);
+    std::normal_distribution<double> noise;
+    double squares[2] = {};
+    constexpr int rounds = 1000;
+    for (int round = 0; round < rounds; ++round) {
+        std::vector<double> x, y, deviations;
+        for (int i = 0; i < 50; ++i) {
+            x.push_back(3 + 0.1 * i);
+            deviations.push_back(1 + i % 4);
+            y.push_back(2 - x.back() + deviations.back() * noise(random));
+        }
+        Polynomial polynomial(1, selection);
+        polynomial.fit(x, y, deviations);
+        const arr_cC_Array<double> errors = polynomial.StandardErrors();
+        squares[0] += std::pow((polynomial.Coefficients()[0] - 2) / errors[0], 2);
+        squares[1] += std::pow((polynomial.Coefficients()[1] + 1) / errors[1], 2);
+    }
+    for (const double square : squares)
+        EXPECT_NEAR(std::sqrt(square / rounds), 1, 4 / std::sqrt(2.0 * rounds));
+}
+
+TEST_F(PolynomialFit, OffsetPolynomialKeepsAllDigitsWhereverThePointsLie) {
+    std::mt19937 random(13);
+    std::uniform_real_distribution<double> uniform(-1, 1);
+    for (const int order : {0, 1, 3, 5, 7})
+        for (const double place : {0.0, 100.0, -1e6, 1e9})
+            for (const bool isWeighted : {false, true}) {
+                std::vector<double> x, y, deviations;
+                for (int i = 0; i <= 200; ++i) {
+                    x.push_back(place + i * 0.25);
+                    y.push_back(uniform(random));
+                    if (isWeighted)
+                        deviations.push_back(1.5 + uniform(random));
+                }
+                OffsetPolynomial polynomial(order, selection);
+                isWeighted ? polynomial.fit(x, y, deviations) : polynomial.fit(x, y);
+                EXPECT_EQ(polynomial.Offset(), place + 25);
+                expectFitOf(polynomial, NormalEquations(order, x, y, deviations, place + 25), 201,
+                            1e-11);
+            }
+}
+
+TEST_F(PolynomialFit, OffsetPolynomialIsEvaluatedAboutItsOffset) {
+    const cal_c1DArrayCal cal(1e6, 1, 0);
+    std::vector<double> y;
+    for (int i = 0; i < 51; ++i)
+        y.push_back(7 + 2.0 * (i - 25) - 0.5 * (i - 25) * (i - 25));
+    selection.AddLocalRange(rnge_c1DRange(0, 2e6));
+    plft_c1DOffsetPolyFittingFunction polynomial(2, selection);
+    EXPECT_EQ(polynomial.Offset(), 0);
+    polynomial.Refit(darr_c1DArray(std::span<const double>(y), cal));
+    EXPECT_EQ(polynomial.Offset(), 1e6 + 25);
+    EXPECT_THAT(listOf(polynomial.Coefficients()),
+                Pointwise(testing::DoubleNear(1e-11), {7.0, 2.0, -0.5}));
+    const plft_c1DOffsetPolyFittingFunction copy(polynomial), other(polynomial, selection);
+    const plft_c1DOffsetPolyFittingFunction& original = polynomial;
+    for (const plft_c1DOffsetPolyFittingFunction* each : {&original, &copy, &other}) {
+        arr_cC_Array<double> curve(51);
+        each->Load(curve, cal);
+        EXPECT_THAT(listOf(curve), Pointwise(testing::DoubleNear(1e-9), y));
+    }
+    arr_cC_Array<double> one(1, 1.0), two(2, 1.0);
+    EXPECT_TRUE(raisesAt(44, [&] { polynomial.LoadValues(one, two); }));
+}
+
+TEST_F(PolynomialFit, OffsetPolynomialTakesPointsAtOnePlace) {
+    OffsetPolynomial mean(0, selection), line(1, selection);
+    mean.fit({5}, {3});
+    EXPECT_EQ(mean.Coefficients()[0], 3);
+    EXPECT_EQ(mean.Offset(), 5);
+    line.fit({0, 0, 0}, {1, 2, 6});
+    EXPECT_NEAR(line.Coefficients()[0], 3, 1e-14);
+    EXPECT_EQ(line.Coefficients()[1], 0);
+    EXPECT_EQ(line.Rank(), 1);
+    line.fit({1, 2, 4}, {1, 2, 6});
+    const std::vector<double> before = listOf(line.Coefficients());
+    EXPECT_TRUE(raisesAt(3, [&] { line.fit({8}, {1}); }));
+    EXPECT_TRUE(raisesAt(3, [&] { mean.fit({}, {}); }));
+    EXPECT_EQ(listOf(line.Coefficients()), before);
+    EXPECT_TRUE(raisesAt(72, [&] { line.fit({1, 2}, {1}); }));
+    EXPECT_THAT((line.fit({1, nan, 4}, {1, 2, 6}), listOf(line.Coefficients())),
+                Each(testing::IsNan()));
+}
+
+TEST(PolynomialFits, OffsetPolynomialLeavesTheCertifiedResiduals) {
+    const auto regression = certified("Filip");
+    if (!regression)
+        GTEST_SKIP() << "the certified data are not here";
+    dasl_c1DDataArraySelection selection(rnge_IndexNearest);
+    OffsetPolynomial polynomial(10, selection);
+    std::vector<double> x, y;
+    for (const auto& row : regression->rows) {
+        x.push_back(row[0]);
+        y.push_back(row[1]);
+    }
+    polynomial.fit(x, y);
+    EXPECT_EQ(polynomial.Rank(), 11);
+    EXPECT_NEAR(polynomial.ResidualSum(), 0.000795851382172941, 1e-12);
 }
 
 /// The digits that a fit of this order has of the known coefficients.

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "dataprocessing/fitting/pwft.h"
+#include "dataprocessing/unary/unry.h"
 #include "tests/failing_new.h"
 #include "tests/fitting/listener.h"
 
@@ -220,6 +221,161 @@ TEST(PowerLaw, CopiesHaveTheCoefficients) {
     Listener listener(moved);
     other.AddLocalRange({1, 2});
     EXPECT_EQ(listener.take(), std::vector<unsigned long>{ftfn_FunctionChanged});
+}
+
+TEST(PowerLaw, ErrorsAreThoseOfTheLogarithms) {
+    // A line through (ln x, ln y), by the closed form.
+    std::mt19937 random(6);
+    std::uniform_real_distribution<double> uniform(0.5, 2);
+    for (const bool isWeighted : {false, true}) {
+        Single fit(1);
+        arr_cC_Array<double> x(42), y(42), deviations(42);
+        long double s = 0, sx = 0, sy = 0, sxx = 0, sxy = 0;
+        for (int i = 0; i < 42; ++i) {
+            x[i] = i < 2 ? -1.0 * i : 2 + i; // two take no part
+            y[i] = 50 * std::pow(x[i] < 1 ? 1 : x[i], -1.5) * uniform(random);
+            deviations[i] = y[i] * uniform(random) * 0.1;
+            if (i < 2)
+                continue;
+            const long double weight =
+                isWeighted ? std::pow(static_cast<long double>(y[i]) / deviations[i], 2) : 1;
+            const long double u = std::log(static_cast<long double>(x[i]));
+            const long double v = std::log(static_cast<long double>(y[i]));
+            s += weight;
+            sx += weight * u;
+            sy += weight * v;
+            sxx += weight * u * u;
+            sxy += weight * u * v;
+        }
+        isWeighted ? fit.function.RefitValues(x, y, deviations) : fit.function.RefitValues(x, y);
+        const long double determinant = s * sxx - sx * sx;
+        const long double c1 = (s * sxy - sx * sy) / determinant;
+        const long double c0 = (sy - c1 * sx) / s;
+        EXPECT_NEAR(fit.function.Coefficients()[0], static_cast<double>(c0), 1e-12);
+        EXPECT_NEAR(fit.function.Coefficients()[1], static_cast<double>(c1), 1e-12);
+        EXPECT_EQ(fit.function.Rank(), 2);
+        EXPECT_EQ(fit.function.DegreesOfFreedom(), 38);
+        const double variance = isWeighted ? 1 : fit.function.ResidualSum() / 38;
+        const auto error0 = static_cast<double>(std::sqrt(variance * sxx / determinant));
+        const auto error1 = static_cast<double>(std::sqrt(variance * s / determinant));
+        EXPECT_NEAR(fit.function.StandardErrors()[0], error0, 1e-11 * error0);
+        EXPECT_NEAR(fit.function.StandardErrors()[1], error1, 1e-11 * error1);
+    }
+}
+
+TEST(PowerLaw, WeighedFitRefusesWhatItCannotUse) {
+    Single fit(1);
+    fit.function.RefitValues({2, 4, 8}, {3, 2, 1});
+    const double before = fit.function.Coefficients()[0];
+    EXPECT_THROW(fit.function.RefitValues({1, 2, 4}, {1, 2, 3}, {1, 0, 1}), expt_cUserException);
+    EXPECT_THROW(fit.function.RefitValues({1, 2, 4}, {1, -2, 0}, {1, 1, 1}), expt_cUserException)
+        << "one point is left";
+    expectRefusal(72, [&] { fit.function.RefitValues({1, 2}, {1}, {1}); });
+    EXPECT_EQ(fit.function.Coefficients()[0], before);
+    const cal_c1DArrayCal cal(100, 1, 0);
+    fit.selection.AddLocalRange({0, 1000});
+    const darr_c1DArray data = spectrum(50, cal);
+    fit.function.Refit(data, sqrt(data));
+    EXPECT_NEAR(fit.function.Coefficients()[1], -2, 1e-12);
+}
+
+TEST(MultiPowerLaw, IntensityHasTheErrorOfCountsAndBackground) {
+    // By differences: the intensity follows from the data, each of which varies on its own.
+    std::mt19937 random(9);
+    for (const double delta : {1.0, 0.5}) {
+        const cal_c1DArrayCal cal(100, delta, 0);
+        std::vector<double> y;
+        for (int i = 0; i < 300; ++i)
+            y.push_back(std::poisson_distribution<>(decay(cal.Position(i)) + 10)(random) + 1);
+        Multi multi;
+        multi.function.AddPeak(200, 5, 40, 0, 20);
+        multi.function.Refit(darr_c1DArray(std::span<const double>(y), cal));
+        const pwft_cPowerLawFittingFunction& law = multi.function.PowerLaw(0);
+        long double counted = 0;
+        long double slope[2] = {};
+        for (int i = 0; i < 300; ++i) {
+            const double x = cal.Position(i);
+            if (x < 200 || x >= 220)
+                continue;
+            counted += y[static_cast<std::size_t>(i)];
+            const long double value =
+                std::exp(law.Coefficients()[0] + law.Coefficients()[1] * std::log(x));
+            slope[0] += value;
+            slope[1] += value * std::log(static_cast<long double>(x));
+        }
+        for (int i = 0; i < 2; ++i)
+            for (int j = 0; j < 2; ++j)
+                counted += slope[i] * law.Covariance()(i, j) * slope[j];
+        const double expected = delta * std::sqrt(static_cast<double>(counted));
+        EXPECT_NEAR(multi.function.PeakIntensityError(200), expected, 1e-8 * expected);
+        EXPECT_EQ(multi.function.PeakIntensityError(201), 0);
+        // A second background over half of the window is taken away there, too.
+        multi.function.AddPeak(210, 15, 40, 0, 30);
+        multi.function.Refit(darr_c1DArray(std::span<const double>(y), cal));
+        EXPECT_GT(multi.function.PeakIntensityError(200), expected);
+    }
+}
+
+TEST(MultiPowerLaw, SpreadOfIntensitiesIsThatOfTheirErrors) {
+    std::mt19937 random(10);
+    const cal_c1DArrayCal cal(100, 1, 0);
+    double squares = 0;
+    constexpr int rounds = 600;
+    for (int round = 0; round < rounds; ++round) {
+        std::vector<double> y;
+        for (int i = 0; i < 130; ++i) {
+            const double x = cal.Position(i);
+            y.push_back(std::poisson_distribution<>(1e8 * std::pow(x, -2) +
+                                                    (x >= 200 && x < 220 ? 300 : 0))(random));
+        }
+        Multi multi;
+        multi.function.AddPeak(200, 5, 60, 0, 20);
+        multi.function.Refit(darr_c1DArray(std::span<const double>(y), cal));
+        squares += std::pow(
+            (multi.function.PeakIntensity(200) - 6000) / multi.function.PeakIntensityError(200), 2);
+    }
+    EXPECT_NEAR(std::sqrt(squares / rounds), 1, 0.12);
+}
+
+TEST(MultiPowerLaw, IntensityErrorHasTheLimitsOfTheIntensity) {
+    constexpr double inf = std::numeric_limits<double>::infinity();
+    Multi multi;
+    multi.function.AddPeak(150, 5, 40, 10, 20);
+    EXPECT_EQ(multi.function.PeakIntensityError(150), 0) << "before a fit";
+    multi.function.AddPeak(200, 5, 50, -inf, inf); // the end is not a number
+    multi.function.AddPeak(210, 5, 50, -3e9, 6e9);
+    multi.function.AddPeak(220, 5, 50, 0, -inf);
+    multi.function.AddPeak(230, 15, 50, 60, 20); // [290, 310), data up to 300
+    multi.function.AddPeak(400, 5, 50, 0, 10);   // nothing is fitted there
+    multi.function.Refit(spectrum(200, cal_c1DArrayCal(100, 1, 0)));
+    EXPECT_THROW(multi.function.PeakIntensityError(200), arr_cIndexException);
+    EXPECT_THROW(multi.function.PeakIntensityError(210), arr_cSizeException);
+    EXPECT_EQ(multi.function.PeakIntensityError(220), 0);
+    EXPECT_NEAR(multi.function.PeakIntensityError(400), 0, 1e-9);
+    double counted = 0;
+    for (int x = 290; x < 300; ++x)
+        counted += decay(x);
+    EXPECT_NEAR(multi.function.PeakIntensityError(230), std::sqrt(counted), 1e-6);
+}
+
+TEST(MultiPowerLaw, ZeroBackgroundHasNoErrorEvenBelowZero) {
+    // y = 1 has the logarithm 0, which is the fit that is zero everywhere.
+    Multi multi;
+    multi.function.AddPeak(40, 5, 20, -60, 70);
+    multi.function.Refit(darr_c1DArray(100, 1.0, cal_c1DArrayCal(-50, 1, 0)));
+    EXPECT_EQ(multi.function.PowerLaw(0).Rank(), 2);
+    EXPECT_DOUBLE_EQ(multi.function.PeakIntensityError(40), std::sqrt(70.0));
+}
+
+TEST(MultiPowerLaw, PowerLawOfEachPeakIsThere) {
+    Multi multi;
+    multi.function.AddPeak(200, 5, 50, 0, 20);
+    EXPECT_EQ(multi.function.PowerLaw(0).Rank(), 0);
+    multi.function.Refit(spectrum(200, cal_c1DArrayCal(100, 1, 0)));
+    EXPECT_EQ(multi.function.PowerLaw(0).Rank(), 2);
+    EXPECT_EQ(multi.function.PowerLaw(0).DegreesOfFreedom(), 48);
+    EXPECT_THROW(multi.function.PowerLaw(1), arr_cIndexException);
+    EXPECT_THROW(multi.function.PowerLaw(-1), arr_cIndexException);
 }
 
 TEST(MultiPowerLaw, IsZeroBeforeTheFirstFit) {
