@@ -1136,6 +1136,19 @@ TEST(GaussianFit, ErrorsAreTheSpreadOfWhatIsFound) {
         EXPECT_NEAR(std::sqrt(sum / spectra), 1, 0.15);
 }
 
+TEST(GaussianFit, StepsToTheOptimumComeOnTopOfTheOthers) {
+    std::vector<int> coarse;
+    overNoisySpectra(4, gsft_StopAtSmallChange,
+                     [&](const Spectrometer& setup, const std::vector<double>&) {
+                         coarse.push_back(setup.function.Steps());
+                     });
+    std::size_t round = 0;
+    overNoisySpectra(4, gsft_StopAtOptimum,
+                     [&](const Spectrometer& setup, const std::vector<double>&) {
+                         EXPECT_GT(setup.function.Steps(), coarse[round++]);
+                     });
+}
+
 TEST(GaussianFit, KnowsNothingBeforeTheFirstFit) {
     Spectrometer setup;
     setup.add(1, 2);
