@@ -641,6 +641,23 @@ TEST_F(PolynomialFit, RankIsLostInWindowsThatAreNarrowForTheirDistance) {
     }
 }
 
+TEST_F(PolynomialFit, ResidualsKnowWhatWasLeftOut) {
+    std::vector<double> x, y;
+    for (int i = 0; i < 50; ++i) {
+        x.push_back(1e6 + i);
+        y.push_back(3.0 * i);
+    }
+    Polynomial polynomial(1, selection);
+    polynomial.fit(x, y);
+    EXPECT_EQ(polynomial.Rank(), 1);
+    EXPECT_EQ(polynomial.DegreesOfFreedom(), 49);
+    double sum = 0;
+    for (std::size_t i = 0; i < x.size(); ++i)
+        sum += std::pow(
+            y[i] - static_cast<double>(valueAt(listOf(polynomial.Coefficients()), x[i])), 2);
+    EXPECT_NEAR(polynomial.ResidualSum() / sum, 1, 1e-9);
+}
+
 TEST_F(PolynomialFit, SpreadOfCoefficientsIsThatOfTheirErrors) {
     std::mt19937 random(31);
     std::normal_distribution<double> noise;
