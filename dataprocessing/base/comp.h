@@ -3,8 +3,10 @@
 /// @file
 /// Complex values of single and double precision.
 
+#include <cmath>
 #include <complex>
 #include <iosfwd>
+#include <type_traits>
 
 #include "dataprocessing/dataprocessing_export.h"
 
@@ -166,9 +168,28 @@ template<class T>
 comp_cComplex<T> sinh(const comp_cComplex<T>& z) {
     return std::sinh(std::complex<T>(z));
 }
-/// Principal square root, real part not negative.
+namespace dataprocessing::detail {
+
+/// The principal square root of finite parts. In double neither their squares nor the sum can
+/// overflow or vanish, and the squares are exact.
+inline comp_cComplex<float> comp_SqrtOfFinite(const comp_cComplex<float>& z) noexcept {
+    const double re = z.re;
+    const double im = z.im;
+    const double larger = std::sqrt((std::sqrt(re * re + im * im) + std::fabs(re)) * 0.5);
+    const double smaller = std::fabs(im) / (larger > 0 ? 2 * larger : 1.0);
+    return {static_cast<float>(re < 0 ? smaller : larger),
+            static_cast<float>(std::copysign(re < 0 ? larger : smaller, im))};
+}
+
+} // namespace dataprocessing::detail
+
+/// Principal square root, real part not negative. In single precision it is computed in double and
+/// rounded once per part. Source: the half-angle formulas, which lose nothing to cancellation.
 template<class T>
 comp_cComplex<T> sqrt(const comp_cComplex<T>& z) {
+    if constexpr (std::is_same_v<T, float>)
+        if (std::isfinite(z.re) && std::isfinite(z.im))
+            return dataprocessing::detail::comp_SqrtOfFinite(z);
     return std::sqrt(std::complex<T>(z));
 }
 /// Tangent.

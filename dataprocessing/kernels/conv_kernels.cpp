@@ -1,11 +1,13 @@
 #include "dataprocessing/kernels/conv_kernels.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <type_traits>
 
 #include "dataprocessing/base/dtyp_visit.h"
+#include "dataprocessing/kernels/elementary/elem.h"
 
 #define LEVEL_KERNELS "dataprocessing/kernels/conv_kernels.inc"
 #include "dataprocessing/platform/level_each.h"

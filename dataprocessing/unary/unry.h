@@ -15,8 +15,9 @@
 /// is converted to complex double and so is the result. NaN counts as such an element.
 ///
 /// **Values.** Real elements get what the C runtime's double-precision function gives; complex ones
-/// the principal value of the C++ standard library's function in their own precision. Poles and
-/// overflow give what those give.
+/// the principal value of the C++ standard library's function in their own precision. `arg`, `abs`
+/// and `sqrt` of complex float are computed in double and rounded once per part. Poles and overflow
+/// give what the runtime's functions give.
 ///
 /// **Parts of complex values.** `real`, `imag`, `norm` and `arg` of a complex operand give a real
 /// one of the same precision. `abs` of a complex operand gives a complex one, whose real part is

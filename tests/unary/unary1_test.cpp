@@ -101,7 +101,8 @@ const Function functions[] = {
     {"sqr", unry_Sqr, ::sqr, ::sqr, ::sqr, anywhere, false,
      [](double x) { return x * x; }, [](const auto& z) { return product(z, z); }, [](const auto& z) { return product(z, z); }},
     {"sqrt", unry_Sqrt, ::sqrt, ::sqrt, ::sqrt, notNegative, false,
-     [](double x) { return std::sqrt(x); }, [](const auto& z) { return std::sqrt(z); }, [](const auto& z) { return std::sqrt(z); }},
+     [](double x) { return std::sqrt(x); },
+     [](const auto& z) { return std::complex<float>(std::sqrt(std::complex<double>(z))); }, [](const auto& z) { return std::sqrt(z); }},
     {"tan", unry_Tan, ::tan, ::tan, ::tan, anywhere, false,
      [](double x) { return std::tan(x); }, [](const auto& z) { return std::tan(z); }, [](const auto& z) { return std::tan(z); }},
     {"tanh", unry_Tanh, ::tanh, ::tanh, ::tanh, anywhere, false,
@@ -115,7 +116,8 @@ const Function functions[] = {
      [](const auto& z) { return std::complex(product(z, std::conj(z)).real()); }, [](const auto& z) { return std::complex(product(z, std::conj(z)).real()); }},
     {"arg", unry_Arg, ::arg, ::arg, ::arg, anywhere, true,
      [](double) { return 0.0; },
-     [](const auto& z) { return std::complex(std::atan2(z.imag(), z.real())); }, [](const auto& z) { return std::complex(std::atan2(z.imag(), z.real())); }},
+     [](const auto& z) { return std::complex(static_cast<float>(std::atan2(double{z.imag()}, double{z.real()}))); },
+     [](const auto& z) { return std::complex(std::atan2(z.imag(), z.real())); }},
     {"conj", unry_Conj, ::conj, ::conj, ::conj, anywhere, false,
      [](double x) { return x; }, [](const auto& z) { return std::conj(z); }, [](const auto& z) { return std::conj(z); }}};
 // clang-format on

@@ -87,6 +87,21 @@ void elem_Evaluate(elem_ePairFunction function, elem_sArgument<T> a, elem_sArgum
              result + first, std::min(count - first, buffered), elem_RuntimeOf(function));
 }
 
+template<class T, class Part>
+void elem_Phases(const comp_cComplex<Part>* z, T* phases, std::size_t count) {
+    constexpr std::size_t buffered = 512;
+    T re[buffered];
+    T im[buffered];
+    for (std::size_t first = 0; first < count; first += buffered) {
+        const std::size_t n = std::min(count - first, buffered);
+        for (std::size_t i = 0; i < n; ++i) {
+            re[i] = z[first + i].re;
+            im[i] = z[first + i].im;
+        }
+        elem_Evaluate<T>(elem_Atan2, {im, true}, {re, true}, phases + first, n);
+    }
+}
+
 template elem_Loop<float> elem_LoopOf(elem_eFunction, level_eSet) noexcept;
 template elem_Loop<double> elem_LoopOf(elem_eFunction, level_eSet) noexcept;
 template elem_PairLoop<float> elem_LoopOf(elem_ePairFunction, level_eSet) noexcept;
@@ -97,5 +112,8 @@ template void elem_Evaluate(elem_ePairFunction, elem_sArgument<float>, elem_sArg
                             float*, std::size_t);
 template void elem_Evaluate(elem_ePairFunction, elem_sArgument<double>, elem_sArgument<double>,
                             double*, std::size_t);
+template void elem_Phases(const comp_cComplex<float>*, float*, std::size_t);
+template void elem_Phases(const comp_cComplex<float>*, double*, std::size_t);
+template void elem_Phases(const comp_cComplex<double>*, double*, std::size_t);
 
 } // namespace dataprocessing::detail

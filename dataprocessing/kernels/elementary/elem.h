@@ -10,6 +10,7 @@
 
 #include <cstddef>
 
+#include "dataprocessing/base/comp.h"
 #include "dataprocessing/platform/level.h"
 
 namespace dataprocessing::detail {
@@ -70,5 +71,10 @@ struct elem_sArgument {
 template<class T>
 void elem_Evaluate(elem_ePairFunction function, elem_sArgument<T> a, elem_sArgument<T> b, T* result,
                    std::size_t count);
+
+/// phases[i] = atan2(z[i].im, z[i].re), computed in double and rounded once to T, which is float or
+/// double and no less precise than the parts.
+template<class T, class Part>
+void elem_Phases(const comp_cComplex<Part>* z, T* phases, std::size_t count);
 
 } // namespace dataprocessing::detail
