@@ -11,19 +11,19 @@ from peer import ours, real, report
 
 import numpy as np
 
-CASES = {
+PEERS = {"asin": "arcsin(y)", "acos": "arccos(y)", "atan": "arctan(x)", "pow": "power(x, np.float32(2.5))"}
+FUNCTIONS = ("exp", "log", "log10", "sin", "cos", "tan", "asin", "acos", "atan", "sinh", "cosh", "tanh", "pow")
+# x and y, which is x less a half, are f and fy, or d and dy.
+CASES = {f"{name}_{kind}": "np." + PEERS.get(name, name + "(x)").replace("(x", f"({x}").replace("(y", f"({x}y")
+         for kind, x in (("float", "f"), ("double", "d")) for name in FUNCTIONS}
+CASES |= {
     "sqrt_float": "np.sqrt(a)",
     "abs_float": "np.abs(a)",
-    "exp_double": "np.exp(d)",
-    "log_double": "np.log(d)",
-    "sin_double": "np.sin(d)",
-    "atan_double": "np.arctan(d)",
-    "tanh_double": "np.tanh(d)",
-    "pow_double": "np.power(d, 2.5)",
     "sqr_complex": "np.square(c)",
     "sqrt_complex": "np.sqrt(c)",
     "norm_complex": "np.square(c.real) + np.square(c.imag)",
     "arg_complex": "np.angle(c)",
+    "modulus_complex": "np.abs(c)",
 }
 SCANS = {
     "is_zero": "not half.all()",
@@ -34,9 +34,10 @@ SCANS = {
 
 def inputs(count):
     a = real(count, 1)
+    f = real(count, 5)
+    d = f.astype(np.float64)
     return {
-        "np": np, "a": a, "half": a / 2,
-        "d": real(count, 5).astype(np.float64),
+        "np": np, "a": a, "half": a / 2, "f": f, "fy": f - np.float32(0.5), "d": d, "dy": d - 0.5,
         "c": real(count, 6) + np.complex64(1j) * real(count, 7),
     }
 

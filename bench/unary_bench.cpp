@@ -2,8 +2,10 @@
 //
 // usage: bench_unary DIRECTORY   (where samples of the results go)
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdio>
 #include <span>
 #include <string>
 #include <vector>
@@ -15,37 +17,58 @@
 
 namespace {
 
-/// The C runtime's function in a plain loop: what the function's own time is compared with.
-template<double Function(double)>
-void runtimeLoop(const std::string& name, const darr_c1DArray& operand) {
-    const std::span<const double> x = operand.Elements<double>();
-    std::vector<double> result(x.size());
+/// A function of the library and the C runtime's, of values in [0.5, 1.5) less `shift`.
+struct Function {
+    const char* name;
+    darr_c1DArray (*ofArray)(const darr_c1DArray&);
+    double (*ofRuntime)(double);
+    float shift = 0;
+};
+darr_c1DArray powOfArray(const darr_c1DArray& x) { return pow(x, 2.5F); }
+double powOfRuntime(double x) { return std::pow(x, 2.5); }
+const Function functions[] = {
+    {"exp", exp, std::exp},
+    {"log", log, std::log},
+    {"log10", log10, std::log10},
+    {"sin", sin, std::sin},
+    {"cos", cos, std::cos},
+    {"tan", tan, std::tan},
+    {"asin", asin, std::asin, 0.5F},
+    {"acos", acos, std::acos, 0.5F},
+    {"atan", atan, std::atan},
+    {"sinh", sinh, std::sinh},
+    {"cosh", cosh, std::cosh},
+    {"tanh", tanh, std::tanh},
+    {"pow", powOfArray, powOfRuntime},
+};
+
+/// The C runtime's double function in a plain loop over elements of type T: what the function's own
+/// time is compared with, and its bits.
+template<class T>
+void runtimeLoop(const Function& f, const std::string& name, const darr_c1DArray& operand) {
+    const std::span<const T> x = operand.Elements<T>();
+    std::vector<T> result(x.size());
     bench::printTime("runtime_" + name, x.size(), bench::nanoseconds([&] {
                          for (std::size_t i = 0; i < x.size(); ++i)
-                             result[i] = Function(x[i]);
+                             result[i] = static_cast<T>(f.ofRuntime(static_cast<double>(x[i])));
                          bench::use(result);
                      }));
+    const darr_c1DArray own = f.ofArray(operand);
+    if (!std::ranges::equal(own.Elements<T>(), result))
+        std::printf("note %s differs from the runtime's\n", name.c_str());
 }
 
-double expOf(double x) { return std::exp(x); }
-double logOf(double x) { return std::log(x); }
-double sinOf(double x) { return std::sin(x); }
-double powOf(double x) { return std::pow(x, 2.5); }
-
-void reals(const std::string& directory, std::size_t count) {
-    const darr_c1DArray d = bench::realArray<double>(count, 5);
-    bench::measure<double>(directory, "exp_double", [&] { return exp(d); });
-    bench::measure<double>(directory, "log_double", [&] { return log(d); });
-    bench::measure<double>(directory, "sin_double", [&] { return sin(d); });
-    bench::measure<double>(directory, "atan_double", [&] { return atan(d); });
-    bench::measure<double>(directory, "tanh_double", [&] { return tanh(d); });
-    bench::measure<double>(directory, "pow_double", [&] { return pow(d, 2.5); });
-    if (count > 100000)
-        return;
-    runtimeLoop<expOf>("exp", d);
-    runtimeLoop<logOf>("log", d);
-    runtimeLoop<sinOf>("sin", d);
-    runtimeLoop<powOf>("pow", d);
+template<class T>
+void measureFunctions(const std::string& directory, const char* type, std::size_t count) {
+    const darr_c1DArray x = bench::realArray<T>(count, 5);
+    const darr_c1DArray shifted = x - 0.5F;
+    for (const Function& f : functions) {
+        const darr_c1DArray& operand = f.shift == 0 ? x : shifted;
+        const std::string name = std::string(f.name) + type;
+        bench::measure<T>(directory, name, [&] { return f.ofArray(operand); });
+        if (count <= 100000)
+            runtimeLoop<T>(f, name, operand);
+    }
 }
 
 void complexes(const std::string& directory, std::size_t count) {
@@ -55,6 +78,8 @@ void complexes(const std::string& directory, std::size_t count) {
     bench::measure<Complex>(directory, "sqrt_complex", [&] { return sqrt(c); });
     bench::measure<float>(directory, "norm_complex", [&] { return norm(c); });
     bench::measure<float>(directory, "arg_complex", [&] { return arg(c); });
+    bench::measure<float>(directory, "modulus_complex",
+                          [&] { return conv_Convert(c, dtyp_Float, conv_Modulus); });
 }
 
 /// Scans that find nothing, so that they look at every element.
@@ -80,7 +105,8 @@ int main(int argc, char** argv) {
             bench::measure<float>(directory, "sqrt_float", [&] { return sqrt(a); });
             bench::measure<float>(directory, "abs_float", [&] { return abs(a); });
         }
-        reals(directory, count);
+        measureFunctions<float>(directory, "_float", count);
+        measureFunctions<double>(directory, "_double", count);
         complexes(directory, count);
         scans(directory, count);
     }

@@ -240,7 +240,11 @@ Element ofComplex(int function, Element z) {
     case unry_Norm:
         return {double{re * re + im * im}, 0};
     case unry_Arg:
-        return {double{std::atan2(im, re)}, 0};
+        return {double{static_cast<T>(std::atan2(z.im, z.re))}, 0};
+    case unry_Sqrt: {
+        const std::complex<T> root(std::sqrt(std::complex<double>(z.re, z.im)));
+        return {double{root.real()}, double{root.imag()}};
+    }
     case unry_Conj:
         return {z.re, -z.im};
     default: {
