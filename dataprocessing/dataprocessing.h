@@ -31,6 +31,7 @@
 #include "dataprocessing/fitting/pwft.h"
 #include "dataprocessing/fourier/four.h"
 #include "dataprocessing/fourier/prut.h"
+#include "dataprocessing/fourier/regs.h"
 #include "dataprocessing/geometry/proj.h"
 #include "dataprocessing/geometry/ramp.h"
 #include "dataprocessing/geometry/trns.h"

@@ -28,5 +28,17 @@ Table fourierOperations() {
              [](const auto& a, const auto& b) { return prut_CrossCorrelate(a, b, 0.1, 0.6); });
     table.Add("band of a line", [](Operands&) { return prut_BandPassFilter(30, 0.1, 0.6); });
     table.Add("band of an image", [](Operands&) { return prut_BandPassFilter(12, 9, 0.1, 0.6); });
+    table.Add("register lines", [](Operands& of) {
+        const regs_s1DShift shift = regs_Register(of.line, of.line.Selection(2, 20));
+        return bytesOf(shift.x, shift.elementsX, shift.height, shift.second);
+    });
+    table.Add("register images", [](Operands& of) {
+        const regs_s2DShift shift =
+            regs_Register(of.image, of.image.Selection(1, 1, 8, 7), {.low = 0.1});
+        return bytesOf(shift.x, shift.y, shift.elementsX, shift.elementsY, shift.height,
+                       shift.second);
+    });
+    table.AddRefused("register other deltas",
+                     [](Operands& of) { return regs_Register(of.line, of.coarseLine); });
     return table;
 }

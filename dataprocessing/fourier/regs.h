@@ -1,0 +1,90 @@
+#pragma once
+
+/// @file
+/// Registration: how far the content of one array lies from that of another.
+
+#include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/valuemodel/darr.h"
+
+/// How a shift is found between whole elements.
+enum regs_eSubElement : int {
+    regs_Fourier = 0,  ///< the maximum of the correlation as its transform has it at any shift
+    regs_Parabola = 1, ///< the vertex of a parabola, for each axis, through three correlations
+    regs_Whole = 2     ///< not at all: the nearest whole element
+};
+
+/// How regs_Register registers.
+struct regs_sOptions {
+    /// What is used of the spatial frequencies, as parts of the Nyquist frequency: those from `low`
+    /// up to `high`, both included. Zero frequency is never used.
+    double low = 0;
+    /// See `low`. An image has frequencies up to sqrt(2).
+    double high = 2;
+    /// The part of the smaller array, along each axis, that must overlap the other at least.
+    double overlap = 0.25;
+    /// How the shift is found between whole elements.
+    regs_eSubElement subElement = regs_Fourier;
+};
+
+/// A shift between two 1D arrays.
+struct regs_s1DShift {
+    /// In calibrated units: what lies at p in the fixed array lies at p + x in the moved one.
+    double x = 0;
+    /// In elements: what lies at element i of the fixed array lies at i + elementsX of the moved
+    /// one. Where the calibrations are equal this is x / delta.
+    double elementsX = 0;
+    /// The correlation coefficient of the parts that overlap, at the nearest whole element: 1 for
+    /// equal ones. Noise makes it smaller, and so does what differs.
+    double height = 0;
+    /// That of the second peak of the correlation. A height that is hardly above it tells that
+    /// there is nothing to register by, or that what there is repeats itself.
+    double second = 0;
+};
+
+/// A shift between two images; along Y as along X.
+struct regs_s2DShift {
+    double x = 0;         ///< see regs_s1DShift
+    double y = 0;         ///< the same along Y
+    double elementsX = 0; ///< see regs_s1DShift
+    double elementsY = 0; ///< the same along Y
+    double height = 0;    ///< see regs_s1DShift
+    double second = 0;    ///< see regs_s1DShift
+};
+
+/// @name Registration
+/// The shift of `moved` against `fixed`, by the maximum of their correlation.
+///
+/// 1. The means are subtracted, and both are extended with zeros so far that nothing meets what has
+///    gone out at the other end. Arrays of more than some hundred elements along an axis are
+///    averaged first, two and two or more; where that finds nothing, with less.
+/// 2. The correlation, divided by the root of the number of elements that overlap, is highest near
+///    the shift. A dozen of its peaks are compared by the coefficient of what overlaps there, times
+///    that root. With a band the highest is taken; edges are then faded out before.
+/// 3. What overlaps there is cut out of both (of large overlaps the middle), the mean subtracted,
+///    faded out over an eighth towards each edge, and correlated again, with the more weight on
+///    frequencies the more they stand out of most others. The maximum of that, found as
+///    `subElement` says, is the rest of the shift.
+///
+/// The arrays may have any sizes and calibrations, each its own, of equal deltas (to 1e-6 of them);
+/// take the shift from the offset of `moved`
+/// to move it into place. All real types are served; elements are rounded to single precision.
+///
+/// Throws expt_cProgramException ("regs", 1) for options that are not as told above (a band that is
+/// empty or not a number, an overlap outside (0, 1], an unknown way between elements), ("regs", 2)
+/// for deltas that differ or are zero or not finite, ("regs", 3) for complex elements, the error of
+/// conv_Convert for an unknown element type, and the size error where the extended arrays would
+/// have more than 2^31-1 elements; expt_cUserException ("regs", 4) for an array without elements,
+/// with an element that is not finite, or with all elements equal.
+///
+/// M. Guizar-Sicairos et al., Opt. Lett. 33 (2008) 156, for the maximum between elements.
+///
+///     const regs_s2DShift shift = regs_Register(fixed, moved);
+///     std::cout << shift.x << ", " << shift.y << '\n';
+/// @{
+DATAPROCESSING_EXPORT regs_s1DShift regs_Register(const darr_c1DArray& fixed,
+                                                  const darr_c1DArray& moved,
+                                                  const regs_sOptions& options = {});
+DATAPROCESSING_EXPORT regs_s2DShift regs_Register(const darr_c2DArray& fixed,
+                                                  const darr_c2DArray& moved,
+                                                  const regs_sOptions& options = {});
+/// @}

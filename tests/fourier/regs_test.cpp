@@ -1,0 +1,286 @@
+#include "dataprocessing/fourier/regs.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "tests/support/arrays.h"
+#include "tests/support/elements.h"
+
+namespace {
+
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// A scene of round spots, which has a value everywhere between elements.
+class cScene {
+public:
+    explicit cScene(unsigned seed, double extent = 800, int spots = 4000) {
+        std::mt19937 random(seed);
+        std::uniform_real_distribution<double> place(-extent / 2, extent);
+        std::uniform_real_distribution<double> size(1.5, 4);
+        std::uniform_real_distribution<double> height(-1, 1);
+        for (int i = 0; i < spots; ++i)
+            spots_.push_back({place(random), place(random), size(random), height(random)});
+    }
+
+    /// What is seen from (x, y) on, with noise of that standard deviation.
+    template<class T = float>
+    darr_c2DArray Seen(int sizeX, int sizeY, double x, double y, const cal_c2DArrayCal& cal = {},
+                       double noise = 0, unsigned seed = 1) const {
+        std::vector<double> values(static_cast<std::size_t>(sizeX * sizeY));
+        for (const sSpot& spot : spots_) {
+            const double reach = 5 * spot.size;
+            const int firstX = std::max(0, static_cast<int>(std::ceil(spot.x - x - reach)));
+            const int firstY = std::max(0, static_cast<int>(std::ceil(spot.y - y - reach)));
+            for (int row = firstY; row < sizeY && row <= spot.y - y + reach; ++row)
+                for (int column = firstX; column < sizeX && column <= spot.x - x + reach;
+                     ++column) {
+                    const double dx = (x + column - spot.x) / spot.size;
+                    const double dy = (y + row - spot.y) / spot.size;
+                    values[static_cast<std::size_t>(row * sizeX + column)] +=
+                        spot.height * std::exp(-(dx * dx + dy * dy) / 2);
+                }
+        }
+        std::mt19937 random(seed);
+        std::normal_distribution<double> deviation(0, 1);
+        std::vector<T> elements;
+        for (const double value : values) {
+            const double noisy = value + (noise > 0 ? noise * deviation(random) : 0);
+            // Integers are the same scene in steps of a tenth, around the middle of their range.
+            elements.push_back(
+                std::is_integral_v<T>
+                    ? static_cast<T>(std::lround(10 * noisy) + (std::is_signed_v<T> ? 0 : 100))
+                    : static_cast<T>(noisy));
+        }
+        return planeOf(sizeX, sizeY, elements, cal);
+    }
+
+private:
+    struct sSpot {
+        double x, y, size, height;
+    };
+    std::vector<sSpot> spots_;
+};
+
+/// A line of spots that never repeats.
+darr_c1DArray lineSeen(int size, double x, const cal_c1DArrayCal& cal = {}) {
+    std::vector<double> elements;
+    for (int i = 0; i < size; ++i) {
+        const double t = x + i;
+        double value = 0;
+        const int nearest = static_cast<int>(std::lround(t / 6));
+        for (int k = nearest - 6; k <= nearest + 6; ++k) {
+            std::mt19937 random(static_cast<unsigned>(k + 100000));
+            random.discard(3);
+            const double height = static_cast<double>(random() % 2000) / 1000 - 1;
+            const double place = 6 * k + static_cast<double>(random() % 600) / 100;
+            value += height * std::exp(-(t - place) * (t - place) / 12);
+        }
+        elements.push_back(value);
+    }
+    return lineOf(elements, cal);
+}
+
+void expectShift(const regs_s2DShift& shift, double x, double y, double tolerance) {
+    EXPECT_NEAR(shift.elementsX, x, tolerance);
+    EXPECT_NEAR(shift.elementsY, y, tolerance);
+}
+
+} // namespace
+
+TEST(Registration, FindsShiftsOfAnySizesBetweenElements) {
+    const cScene scene(1);
+    const struct {
+        int fixedX, fixedY, movedX, movedY;
+        double x, y;
+    } table[] = {{300, 200, 300, 200, 12, -7},      {300, 200, 300, 200, -40.3, 31.7},
+                 {97, 143, 97, 143, 0.25, -0.5},    {64, 64, 64, 64, 5.4, 3.2},
+                 {200, 150, 120, 170, 20.6, -11.1}, {75, 301, 333, 77, 13.9, 5.8},
+                 {600, 90, 600, 90, -151.2, 3.4},   {530, 400, 530, 400, 77.75, -60.5}};
+    for (const auto& row : table) {
+        SCOPED_TRACE(std::to_string(row.fixedX) + " x " + std::to_string(row.fixedY));
+        // What lies at i of the fixed image lies at i + shift of the moved one.
+        const darr_c2DArray fixed = scene.Seen(row.fixedX, row.fixedY, 0, 0);
+        const darr_c2DArray moved = scene.Seen(row.movedX, row.movedY, -row.x, -row.y);
+        const regs_s2DShift shift = regs_Register(fixed, moved);
+        expectShift(shift, row.x, row.y, 0.05);
+        EXPECT_GT(shift.height, 0.9);
+        EXPECT_LT(shift.second, 0.8);
+        expectShift(regs_Register(moved, fixed), -row.x, -row.y, 0.05);
+    }
+}
+
+TEST(Registration, OfEqualImagesIsZero) {
+    const cScene scene(2);
+    for (const auto& [x, y] : {std::pair(64, 64), std::pair(71, 300), std::pair(9, 5)}) {
+        const darr_c2DArray image = scene.Seen(x, y, 3, 4);
+        const regs_s2DShift shift = regs_Register(image, image);
+        expectShift(shift, 0, 0, 1e-3);
+        EXPECT_NEAR(shift.height, 1, 1e-6);
+    }
+}
+
+TEST(Registration, StandsNoise) {
+    const cScene scene(3);
+    std::mt19937 random(4);
+    std::uniform_real_distribution<double> part(-0.25, 0.25);
+    for (unsigned repeat = 0; repeat < 12; ++repeat) {
+        const int sizeX = 90 + static_cast<int>(random() % 150);
+        const int sizeY = 90 + static_cast<int>(random() % 150);
+        const double x = part(random) * sizeX;
+        const double y = part(random) * sizeY;
+        // The scene's standard deviation is .147, so this is 10 dB.
+        const regs_s2DShift shift =
+            regs_Register(scene.Seen(sizeX, sizeY, 0, 0, {}, 0.0465, 2 * repeat + 1),
+                          scene.Seen(sizeX, sizeY, -x, -y, {}, 0.0465, 2 * repeat + 2));
+        SCOPED_TRACE(std::to_string(sizeX) + " x " + std::to_string(sizeY));
+        expectShift(shift, x, y, 0.1);
+    }
+}
+
+TEST(Registration, IsInTheUnitsOfTheCalibrations) {
+    const cScene scene(5);
+    const regs_s2DShift shift =
+        regs_Register(scene.Seen(150, 100, 0, 0, {-0.3, 0.25, 1.7e9, 60, 0, 0}),
+                      scene.Seen(150, 100, -6.5, 4.25, {10.2, 0.25, 1.7e9, 60, 2, 5}));
+    expectShift(shift, 6.5, -4.25, 0.02);
+    // Element 0 of the moved image lies at 10.2 - 2 x .25.
+    EXPECT_NEAR(shift.x, 9.7 + 0.3 + 6.5 * 0.25, 0.02 * 0.25);
+    EXPECT_NEAR(shift.y, -300 - 4.25 * 60, 0.02 * 60);
+}
+
+TEST(Registration, MovesAnArrayIntoPlace) {
+    const cal_c1DArrayCal cal(5, 0.5, 0);
+    const darr_c1DArray fixed = lineSeen(300, 0, cal);
+    darr_c1DArray moved = lineSeen(300, -17.5, cal);
+    const regs_s1DShift shift = regs_Register(fixed, moved);
+    EXPECT_NEAR(shift.x, 8.75, 0.01);
+    moved.SetOffsetX(moved.Cal().Offset() - shift.x);
+    EXPECT_NEAR(regs_Register(fixed, moved).x, 0, 0.01);
+}
+
+TEST(Registration, FindsShiftsOfLines) {
+    for (const auto& [fixed, moved, x] :
+         {std::tuple(300, 300, 17.3), std::tuple(200, 1000, 300.6), std::tuple(1000, 333, -520.4),
+          std::tuple(40000, 40000, -4321.75)}) {
+        const regs_s1DShift shift = regs_Register(lineSeen(fixed, 500), lineSeen(moved, 500 - x));
+        EXPECT_NEAR(shift.elementsX, x, 0.03) << fixed;
+        EXPECT_GT(shift.height, 0.95);
+    }
+}
+
+TEST(Registration, GoesBetweenElementsAsAsked) {
+    const cScene scene(6);
+    const darr_c2DArray fixed = scene.Seen(120, 80, 0, 0);
+    const darr_c2DArray moved = scene.Seen(120, 80, -3.3, 8.2);
+    expectShift(regs_Register(fixed, moved, {.subElement = regs_Whole}), 3, -8, 0);
+    expectShift(regs_Register(fixed, moved, {.subElement = regs_Parabola}), 3.3, -8.2, 0.05);
+    expectShift(regs_Register(fixed, moved, {.subElement = regs_Fourier}), 3.3, -8.2, 0.04);
+}
+
+TEST(Registration, UsesOnlyTheBandAskedFor) {
+    const cScene scene(7);
+    darr_c2DArray fixed = scene.Seen(150, 150, 0, 0);
+    darr_c2DArray moved = scene.Seen(150, 150, -10.4, -20.6);
+    // A slow change of brightness that stays where it is, far stronger than what moves.
+    for (darr_c2DArray* image : {&fixed, &moved})
+        for (int y = 0; y < 150; ++y)
+            for (int x = 0; x < 150; ++x) {
+                const float glow = 2 * std::exp(-0.0005F * static_cast<float>((x - 75) * (x - 75) +
+                                                                              (y - 75) * (y - 75)));
+                image->SetNumber(x, y, image->Number(x, y).As<float>() + glow);
+            }
+    EXPECT_LT(std::fabs(regs_Register(fixed, moved).elementsX), 2);
+    expectShift(regs_Register(fixed, moved, {.low = 0.12}), 10.4, 20.6, 0.1);
+}
+
+TEST(Registration, ServesEveryRealType) {
+    const cScene scene(8);
+    forEachElementType([&]<class T>(int code) {
+        if constexpr (std::is_arithmetic_v<T>) {
+            SCOPED_TRACE(code);
+            expectShift(regs_Register(scene.Seen<T>(110, 90, 0, 0), scene.Seen(110, 90, -9, 4)), 9,
+                        -4, 0.03);
+        }
+    });
+}
+
+TEST(Registration, TellsApartWhatRepeatsItself) {
+    std::vector<float> lattice;
+    for (int y = 0; y < 96; ++y)
+        for (int x = 0; x < 96; ++x)
+            lattice.push_back(std::cos(0.5F * static_cast<float>(x)) *
+                              std::cos(0.5F * static_cast<float>(y)));
+    const darr_c2DArray image = planeOf(96, 96, lattice);
+    const regs_s2DShift shift = regs_Register(image, image);
+    EXPECT_GT(shift.second, 0.9);
+}
+
+TEST(Registration, ScalesWithExtremeValues) {
+    const cScene scene(9);
+    darr_c2DArray fixed = scene.Seen<double>(80, 70, 0, 0);
+    darr_c2DArray moved = scene.Seen<double>(80, 70, -7, -3);
+    for (double& element : fixed.Elements<double>())
+        element *= 1e37;
+    for (double& element : moved.Elements<double>())
+        element = 1e-30 * element;
+    expectShift(regs_Register(fixed, moved), 7, 3, 0.02);
+}
+
+TEST(Registration, OfAFewElementsStaysWithinThem) {
+    for (int size = 1; size <= 5; ++size)
+        for (int other = 1; other <= 5; ++other) {
+            const darr_c1DArray fixed = lineOf(countedElements<float>(size + 1));
+            const darr_c1DArray moved = lineOf(countedElements<float>(other + 1));
+            const regs_s1DShift shift = regs_Register(fixed, moved);
+            EXPECT_LE(std::fabs(shift.elementsX), size + other + 1);
+        }
+    const darr_c2DArray column = planeOf<int>(1, 5, {0, 1, 5, 1, 0});
+    expectShift(regs_Register(column, column), 0, 0, 1e-3);
+}
+
+TEST(Registration, RefusesWhatItCannotServe) {
+    const cScene scene(10);
+    const darr_c2DArray image = scene.Seen(20, 20, 0, 0);
+    const auto with = [&](const regs_sOptions& options) {
+        return refusalOf([&] { regs_Register(image, image, options); });
+    };
+    EXPECT_EQ(with({.low = -0.1}), "regs:1");
+    EXPECT_EQ(with({.low = 0.5, .high = 0.5}), "regs:1");
+    EXPECT_EQ(with({.low = notANumber}), "regs:1");
+    EXPECT_EQ(with({.high = notANumber}), "regs:1");
+    EXPECT_EQ(with({.overlap = 0}), "regs:1");
+    EXPECT_EQ(with({.overlap = 1.1}), "regs:1");
+    EXPECT_EQ(with({.subElement = static_cast<regs_eSubElement>(3)}), "regs:1");
+    EXPECT_EQ(with({.overlap = 1}), "none");
+
+    const auto calibrated = [&](double deltaX, double deltaY) {
+        return refusalOf([&] {
+            regs_Register(image, scene.Seen(20, 20, 0, 0, {0, deltaX, 0, deltaY, 0, 0}));
+        });
+    };
+    for (const double delta : {2.0, 0.0, -1.0, 1.00001, notANumber, infinity}) {
+        EXPECT_EQ(calibrated(delta, 1), "regs:2") << delta;
+        EXPECT_EQ(calibrated(1, delta), "regs:2") << delta;
+    }
+    EXPECT_EQ(calibrated(1 + 1e-9, 1), "none");
+
+    const std::string nothing = "regs:4: There is nothing to register by.";
+    const darr_c1DArray line = lineSeen(30, 0);
+    for (const auto& other :
+         {darr_c1DArray(), lineOf<int>({3, 3, 3}), lineOf<double>({1, notANumber, 2}),
+          lineOf<float>({1, static_cast<float>(infinity), 2}), lineOf<double>({1, 1e300})}) {
+        EXPECT_EQ(userRefusalOf([&] { regs_Register(line, other); }), nothing);
+        EXPECT_EQ(userRefusalOf([&] { regs_Register(other, line); }), nothing);
+    }
+    EXPECT_EQ(refusalOf([&] { regs_Register(line, darr_c1DArray(3, dtyp_ComplexFloat, {})); }),
+              "regs:3");
+    EXPECT_EQ(refusalOf([&] { regs_Register(line, darr_c1DArray(3, dtyp_cDataType(11), {})); }),
+              "conv:1");
+}
