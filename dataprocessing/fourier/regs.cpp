@@ -234,8 +234,9 @@ regs_sPlane faded(const regs_sPlane& plane, int firstX, int firstY, int sizeX, i
     }
     const auto window = [](int size) {
         std::vector<float> weights(static_cast<std::size_t>(size), 1.0F);
-        for (int i = 0; i < size / 8; ++i) {
-            const double edge = std::sin(type_Pi / 2 * (i + 0.5) / (size / 8));
+        const int margin = size / 8;
+        for (int i = 0; i < margin; ++i) {
+            const double edge = std::sin(type_Pi / 2 * (i + 0.5) / margin);
             weights[static_cast<std::size_t>(i)] = static_cast<float>(edge * edge);
             weights[static_cast<std::size_t>(size - 1 - i)] = static_cast<float>(edge * edge);
         }
