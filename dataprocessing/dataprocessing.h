@@ -10,6 +10,7 @@
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/clct.h"
 #include "dataprocessing/base/comp.h"
+#include "dataprocessing/base/conv_mode.h"
 #include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/base/hndl.h"

@@ -1,54 +1,64 @@
 #pragma once
 
 /// @file
-/// The one switch over element types.
+/// From an element type's code to the C++ type: the one switch over element types.
 
-#include <utility>
+#include <type_traits>
 
 #include "dataprocessing/base/dtyp.h"
 
-/// Carries an element type into a generic lambda.
+/// Carries an element type into a generic function object.
 template<class T>
 struct dtyp_Tag {
     using type = T;
 };
 
-/// Calls `visitor(dtyp_Tag<T>{})` for the C++ type of `type` and answers true; answers false, and
-/// calls nothing, for an unknown code.
-template<class Visitor>
-constexpr bool dtyp_Visit(dtyp_cDataType type, Visitor&& visitor) {
+namespace dataprocessing::detail {
+
+template<class T, class... Served, class Visitor>
+constexpr bool visitIfServed(Visitor&& visitor) {
+    constexpr bool isServed = (std::is_same_v<T, Served> || ...);
+    if constexpr (isServed)
+        visitor(dtyp_Tag<T>{});
+    return isServed;
+}
+
+} // namespace dataprocessing::detail
+
+/// Calls `visitor(dtyp_Tag<T>{})` for the C++ type of `type` and answers true when that is one of
+/// `Served`; answers false, and calls nothing, for any other type.
+template<dtyp_Element... Served, class Visitor>
+constexpr bool dtyp_VisitOf(dtyp_cDataType type, Visitor&& visitor) {
+    using namespace dataprocessing::detail;
     switch (type.Code()) {
     case dtyp_UInt8:
-        visitor(dtyp_Tag<unsigned char>{});
-        return true;
+        return visitIfServed<unsigned char, Served...>(visitor);
     case dtyp_UInt16:
-        visitor(dtyp_Tag<unsigned short>{});
-        return true;
+        return visitIfServed<unsigned short, Served...>(visitor);
     case dtyp_UInt32:
-        visitor(dtyp_Tag<unsigned int>{});
-        return true;
+        return visitIfServed<unsigned int, Served...>(visitor);
     case dtyp_Int8:
-        visitor(dtyp_Tag<signed char>{});
-        return true;
+        return visitIfServed<signed char, Served...>(visitor);
     case dtyp_Int16:
-        visitor(dtyp_Tag<short>{});
-        return true;
+        return visitIfServed<short, Served...>(visitor);
     case dtyp_Int32:
-        visitor(dtyp_Tag<int>{});
-        return true;
+        return visitIfServed<int, Served...>(visitor);
     case dtyp_Float:
-        visitor(dtyp_Tag<float>{});
-        return true;
+        return visitIfServed<float, Served...>(visitor);
     case dtyp_Double:
-        visitor(dtyp_Tag<double>{});
-        return true;
+        return visitIfServed<double, Served...>(visitor);
     case dtyp_ComplexFloat:
-        visitor(dtyp_Tag<comp_cComplex<float>>{});
-        return true;
+        return visitIfServed<comp_cComplex<float>, Served...>(visitor);
     case dtyp_ComplexDouble:
-        visitor(dtyp_Tag<comp_cComplex<double>>{});
-        return true;
+        return visitIfServed<comp_cComplex<double>, Served...>(visitor);
     default:
         return false;
     }
+}
+
+/// The same for all ten types.
+template<class Visitor>
+constexpr bool dtyp_Visit(dtyp_cDataType type, Visitor&& visitor) {
+    return dtyp_VisitOf<unsigned char, unsigned short, unsigned int, signed char, short, int, float,
+                        double, comp_cComplex<float>, comp_cComplex<double>>(type, visitor);
 }

@@ -1,14 +1,13 @@
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "dataprocessing/base/expt.h"
-#include "dataprocessing/binary/binary1_kernels.h"
+#include "dataprocessing/binary/binary1_compute.h"
 #include "dataprocessing/binary/bnry.h"
-#include "dataprocessing/operand/algn.h"
-#include "dataprocessing/unary/scandata.h"
-#include "dataprocessing/unary/scandata_kernels.h"
-#include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/view_make.h"
+#include "dataprocessing/kernels/arit.h"
+#include "dataprocessing/operand/pair.h"
+#include "dataprocessing/operand/scan_source.h"
 
 using namespace dataprocessing::detail;
 
@@ -16,109 +15,70 @@ namespace {
 
 using eOperation = bnry_eAritBinaryOperation;
 
-/// The lines that refuse a zero divisor, by what is divided.
-enum eDivideLine {
-    NumberByNumber = 436,
-    NumberByArray = 475,
-    ArrayByNumber = 514,
-    ArrayByArray = 553
-};
+/// The line that refuses a zero divisor, by what is divided.
+constexpr int divideLine(const pnum_cNumber&, const pnum_cNumber&) { return 436; }
+template<class Array>
+constexpr int divideLine(const pnum_cNumber&, const Array&) {
+    return 475;
+}
+template<class Array>
+constexpr int divideLine(const Array&, const pnum_cNumber&) {
+    return 514;
+}
+template<class Array>
+constexpr int divideLine(const Array&, const Array&) {
+    return 553;
+}
 
-void refuseIf(bool isZero, eDivideLine line) {
+template<class A, class B>
+void refuseZero(bool isZero, const A& a, const B& b) {
     if (isZero)
-        throw expt_cUserException("binary1", line, expt_DivideByZero);
+        throw expt_cUserException("binary1", divideLine(a, b), expt_DivideByZero);
 }
 
 /// The type that both operands are brought to, which is that of the result.
 dtyp_cDataType commonType(dtyp_cDataType a, dtyp_cDataType b, eOperation operation) {
     if (operation < bnry_Add || operation > bnry_Power)
         throw expt_cProgramException("binary1", 1, "Unknown operation.");
-    const dtyp_cDataType type = algn_Target(a, b, bnry_ResultType(a, b, operation));
-    conv_Check(a, type, conv_RealPart);
-    conv_Check(b, type, conv_RealPart);
-    // Only two operands of one unknown type come here with it: the conversion has refused the rest.
-    if (operation == bnry_Divide && !type.IsKnown())
-        scan_Elements({type, scan_Zero, 0}, nullptr);
+    const dtyp_cDataType type = pair_Type(a, b, bnry_ResultType(a, b, operation));
+    // Only two operands of one unknown type come here with it: a scan of the divisor refuses it.
+    if (operation == bnry_Divide)
+        scan_LoopFor(type, scan_Zero);
     return type;
 }
 
-/// Runs the kernel into `result`. A division whose divisor is `tested` already is not tested again.
-template<class Result>
-void compute(eOperation operation, const bnry_cOperand& a, const bnry_cOperand& b, Result& result,
-             eDivideLine line, bool tested) {
-    const dtyp_cDataType type = result.DataType();
-    const std::size_t count = static_cast<std::size_t>(result.Count());
-    if (!type.IsKnown())
-        return;
-    if (operation == bnry_Divide && !tested)
-        refuseIf(bnry_DivideTesting(type, a, b, result.Data(), count), line);
-    else
-        bnry_Compute(operation, type, a, b, result.Data(), count);
-}
-
-pnum_cNumber operate(eOperation operation, const pnum_cNumber& a, const pnum_cNumber& b) {
+template<class A, class B>
+auto operate(eOperation operation, const A& a, const B& b) {
+    using Result = std::decay_t<decltype(pair_Model(a, b))>;
+    if (pair_IsEmpty(a, b))
+        return Result(pair_Model(a, b));
     const dtyp_cDataType type = commonType(a.DataType(), b.DataType(), operation);
-    const pnum_cNumber first = conv_Convert(a, type);
-    const pnum_cNumber second = conv_Convert(b, type);
-    if (operation == bnry_Divide)
-        refuseIf(scan_IsZero(second), NumberByNumber);
-    pnum_cNumber result(type);
-    bnry_RunKernel(first.Data(), second.Data(), result.Data(), {operation, type.Code(), 0, 0, 1});
-    return result;
-}
+    pair_cOperands<A, B> pair(a, b, type);
+    const auto refuseZeroDivisor = [&](std::size_t count) {
+        refuseZero(scan_Source(pair.Second(), type, scan_Zero, count), a, b);
+    };
 
-template<class Array>
-Array operate(eOperation operation, const pnum_cNumber& a, const Array& b) {
-    if (b.Count() == 0)
-        return b;
-    const dtyp_cDataType type = commonType(a.DataType(), b.DataType(), operation);
-    const pnum_cNumber first = conv_Convert(a, type);
-    const algn_sAxes axes = algn_Axes(b);
-    Array result = view_Shaped(b, type, axes.x, axes.y);
-    const view_cView second = algn_View(b, type, axes);
-    compute(operation, bnry_cOperand(first.Data()), bnry_cOperand(second), result, NumberByArray,
-            false);
-    return result;
-}
-
-template<class Array>
-Array operate(eOperation operation, const Array& a, const pnum_cNumber& b) {
-    if (a.Count() == 0)
-        return a;
-    const dtyp_cDataType type = commonType(a.DataType(), b.DataType(), operation);
-    const pnum_cNumber second = conv_Convert(b, type);
-    if (operation == bnry_Divide)
-        refuseIf(scan_IsZero(second), ArrayByNumber);
-    const algn_sAxes axes = algn_Axes(a);
-    Array result = view_Shaped(a, type, axes.x, axes.y);
-    const view_cView first = algn_View(a, type, axes);
-    compute(operation, bnry_cOperand(first), bnry_cOperand(second.Data()), result, ArrayByNumber,
-            true);
-    return result;
-}
-
-template<class Array>
-Array operate(eOperation operation, const Array& a, const Array& b) {
-    if (a.Count() == 0 && b.Count() == 0)
-        return a;
-    const dtyp_cDataType type = commonType(a.DataType(), b.DataType(), operation);
-    algn_sAxes axesA = algn_Axes(a);
-    algn_sAxes axesB = algn_Axes(b);
-    // A divisor that is not aligned is tested whole and before anything else can fail: what
-    // alignment cuts off counts, and the zeros that it adds do not.
-    const bool isAligned = algn_IsAligned(axesA, axesB);
-    if (operation == bnry_Divide && !isAligned)
-        refuseIf(scan_View(algn_View(b, type, axesB), scan_Zero), ArrayByArray);
-    if (!isAligned) {
-        algn_MatchDelta(axesA, axesB);
-        algn_MatchRange(axesA, axesB);
-        algn_RequireSameSize(axesA, axesB);
-    }
-    Array result = view_Shaped(a, type, axesA.x, axesA.y);
-    const view_cView first = algn_View(a, type, axesA);
-    const view_cView second = algn_View(b, type, axesB);
-    compute(operation, bnry_cOperand(first), bnry_cOperand(second), result, ArrayByArray,
-            !isAligned);
+    // The division tests its divisor on the way, unless that has to be aligned: what alignment cuts
+    // off counts, and the zeros that it adds do not.
+    const bool isTesting = operation == bnry_Divide && pair.IsAligned();
+    if (operation == bnry_Divide && !isTesting)
+        refuseZeroDivisor(algn_Count(pair_Axes(b)));
+    pair.Align(pair_NothingIsFine);
+    const auto unset = [&] {
+        try {
+            return pair.Unset();
+        } catch (const std::bad_alloc&) {
+            // A zero is refused first, whether or not there is memory for the quotients.
+            if (isTesting)
+                refuseZeroDivisor(pair.Second().IsArray() ? pair.Count() : 1);
+            throw;
+        }
+    };
+    Result result = unset();
+    const int code = isTesting ? static_cast<int>(arit_DivideTesting) : operation;
+    const bool isDone =
+        bnry_Compute(code, type, pair.First(), pair.Second(), result.Data(), pair.Count());
+    refuseZero(!isDone, a, b);
     return result;
 }
 

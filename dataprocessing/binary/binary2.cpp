@@ -1,8 +1,26 @@
-#include "dataprocessing/binary/binary2_kernels.h"
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/binary/binary2_compared.h"
 #include "dataprocessing/binary/bnry_comp.h"
-#include "dataprocessing/operand/algn.h"
+#include "dataprocessing/operand/pair.h"
 #include "dataprocessing/valuemodel/barr_make.h"
-#include "dataprocessing/valuemodel/view_source.h"
+
+namespace dataprocessing::detail {
+
+dtyp_cDataType bnry_ComparedType(dtyp_cDataType a, dtyp_cDataType b, int comparison) {
+    if (comparison < bnry_Equal || comparison > bnry_LessEqual)
+        throw expt_cProgramException("binary2", 1, "Unknown comparison.");
+    return pair_Type(a, b, dtyp_UInt8);
+}
+
+compare_cLoop bnry_ComparingLoop(int comparison, dtyp_cDataType type, const blocks_cSource& a,
+                                 const blocks_cSource& b) {
+    if (!type.IsKnown())
+        throw expt_cProgramException("binary2", 138,
+                                     "Elements of an unknown type are not compared.");
+    return compare_LoopFor(type, comparison, form_Of(a.IsArray(), b.IsArray()));
+}
+
+} // namespace dataprocessing::detail
 
 using namespace dataprocessing::detail;
 
@@ -10,61 +28,29 @@ namespace {
 
 using eComparison = bnry_eCompBinaryOperation;
 
-/// The mask of a comparison whose array operands lie at `axes`.
-template<class Mask>
-Mask compared(const bnry_sComparison& comparison, const view_cSource& a, const view_cSource& b,
-              const algn_sAxes& axes) {
-    Mask mask = barr_Unset<Mask>(axes.x.Count(), axes.y.Count());
-    unsigned char* elements = barr_Elements(mask);
-    bnry_Compare(comparison, a, b, elements, algn_Count(axes));
+type_cBoolean unsetMask(const pnum_cNumber&, const algn_sAxes&) { return {}; }
+template<class Array>
+barr_Mask<Array> unsetMask(const Array&, const algn_sAxes& axes) {
+    return barr_Unset<barr_Mask<Array>>(axes.x.Count(), axes.y.Count());
+}
+
+template<class A, class B>
+auto operate(eComparison comparison, const A& a, const B& b) {
+    const auto& model = pair_Model(a, b);
+    if constexpr (!pair_isNumber<A> || !pair_isNumber<B>)
+        if (pair_IsEmpty(a, b))
+            return bnry_MaskOfNothing(model);
+    const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
+    pair_cOperands<A, B> pair(a, b, type);
+    pair.Align(pair_NothingIsRefused);
+    auto mask = unsetMask(model, pair.Axes());
+    const compare_cLoop loop = bnry_ComparingLoop(comparison, type, pair.First(), pair.Second());
+    const auto step = [loop](void* target, std::size_t count, const void* x, const void* y) {
+        loop(x, y, static_cast<unsigned char*>(target), count);
+        return true;
+    };
+    blocks_Run({barr_Elements(mask), 1, 0, pair.Count()}, step, pair.First(), pair.Second());
     return mask;
-}
-
-type_cBoolean operate(eComparison comparison, const pnum_cNumber& a, const pnum_cNumber& b) {
-    const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
-    const pnum_cNumber first = conv_Convert(a, type);
-    const pnum_cNumber second = conv_Convert(b, type);
-    unsigned char holds = 0;
-    bnry_RunComparison(first.Data(), second.Data(), &holds, {comparison, type.Code(), 0, 0, 1});
-    return holds != 0;
-}
-
-template<class Array>
-barr_Mask<Array> operate(eComparison comparison, const pnum_cNumber& a, const Array& b) {
-    if (b.Count() == 0)
-        return bnry_MaskOfNothing(b);
-    const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
-    const pnum_cNumber first = conv_Convert(a, type);
-    const algn_sAxes axes = algn_Axes(b);
-    const view_cView second = algn_View(b, type, axes);
-    return compared<barr_Mask<Array>>({comparison, type}, view_cSource(first.Data()),
-                                      view_cSource(second), axes);
-}
-
-template<class Array>
-barr_Mask<Array> operate(eComparison comparison, const Array& a, const pnum_cNumber& b) {
-    if (a.Count() == 0)
-        return bnry_MaskOfNothing(a);
-    const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
-    const pnum_cNumber second = conv_Convert(b, type);
-    const algn_sAxes axes = algn_Axes(a);
-    const view_cView first = algn_View(a, type, axes);
-    return compared<barr_Mask<Array>>({comparison, type}, view_cSource(first),
-                                      view_cSource(second.Data()), axes);
-}
-
-template<class Array>
-barr_Mask<Array> operate(eComparison comparison, const Array& a, const Array& b) {
-    if (a.Count() == 0 && b.Count() == 0)
-        return bnry_MaskOfNothing(a);
-    const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
-    algn_sAxes axesA = algn_Axes(a);
-    algn_sAxes axesB = algn_Axes(b);
-    algn_Match(axesA, axesB);
-    const view_cView first = algn_View(a, type, axesA);
-    const view_cView second = algn_View(b, type, axesB);
-    return compared<barr_Mask<Array>>({comparison, type}, view_cSource(first), view_cSource(second),
-                                      axesA);
 }
 
 } // namespace

@@ -2,18 +2,13 @@
 
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/binary/bnry_bool.h"
+#include "dataprocessing/kernels/logic.h"
 #include "dataprocessing/operand/algn.h"
 #include "dataprocessing/valuemodel/barr_make.h"
-
-#define LEVEL_KERNELS "dataprocessing/binary/binary3_kernels.inc"
-#include "dataprocessing/platform/level_each.h"
 
 using namespace dataprocessing::detail;
 
 namespace {
-
-using Loop = void(const unsigned char* a, const unsigned char* b, unsigned char* result,
-                  std::size_t count);
 
 /// The line that refuses masks of different range or delta.
 constexpr int refusingLine(const barr_c1DBoolArray&) { return 58; }
@@ -28,9 +23,10 @@ Mask unsetLike(const Mask& mask, const algn_sAxes& axes) {
 }
 
 template<class Mask>
-Mask combined(const Mask& a, const Mask& b, Loop* loop) {
+Mask combined(const Mask& a, const Mask& b, logic_Loop loop) {
     if (!a.IsRangeAndDelta(b))
-        throw expt_cProgramException("binary3", refusingLine(a));
+        throw expt_cProgramException("binary3", refusingLine(a),
+                                     "The masks differ in range or delta, and are never aligned.");
     const unsigned char* first = barr_Elements(a);
     const unsigned char* second = barr_Elements(b);
     const algn_sAxes axes = algn_Axes(a);
@@ -45,7 +41,7 @@ Mask negated(const Mask& mask) {
     const unsigned char* elements = barr_Elements(mask);
     const algn_sAxes axes = algn_Axes(mask);
     Mask result = unsetLike(mask, axes);
-    LEVEL_SELECT(bnry_NotLoop)(elements, barr_Elements(result), algn_Count(axes));
+    logic_Not(elements, barr_Elements(result), algn_Count(axes));
     return result;
 }
 
@@ -53,11 +49,11 @@ Mask negated(const Mask& mask) {
 
 // clang-format off
 
-barr_c1DBoolArray operator&(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, LEVEL_SELECT(bnry_BothLoop)); }
-barr_c2DBoolArray operator&(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, LEVEL_SELECT(bnry_BothLoop)); }
+barr_c1DBoolArray operator&(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, logic_Both()); }
+barr_c2DBoolArray operator&(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, logic_Both()); }
 
-barr_c1DBoolArray operator||(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, LEVEL_SELECT(bnry_EitherLoop)); }
-barr_c2DBoolArray operator||(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, LEVEL_SELECT(bnry_EitherLoop)); }
+barr_c1DBoolArray operator||(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, logic_Either()); }
+barr_c2DBoolArray operator||(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, logic_Either()); }
 
 barr_c1DBoolArray operator!(const barr_c1DBoolArray& mask) { return negated(mask); }
 barr_c2DBoolArray operator!(const barr_c2DBoolArray& mask) { return negated(mask); }

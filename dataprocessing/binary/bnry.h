@@ -27,7 +27,10 @@
 /// chunks of 4 (int16) or 2 (int32, float) as far as whole chunks reach, the rest one by one. Two
 /// things differ between the chunks and the rest: **a number minus an array gives array minus
 /// number in the chunks** and number minus array in the rest, and a number combined with an int32
-/// result passes through single precision in the chunks, so that bits beyond 2^24 are lost there.
+/// result passes through single precision in the chunks, so that bits beyond 2^24 are lost there;
+/// what single precision takes beyond 2^31 - 1 is clipped to it. In int16, 5 - {1, 2, 3, 4, 1}
+/// gives
+/// {-4, -3, -2, -1, 4}.
 ///
 /// **Calibration.** The result lies where the array operand does. Two arrays are aligned first: the
 /// one with the coarser delta is resampled (resc_Rescale) to the finer one's, and both are extended

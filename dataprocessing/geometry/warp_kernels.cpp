@@ -43,10 +43,10 @@ struct sKernel {
     std::size_t size = 0; // of a sampled element
 };
 
-sKernel kernelOf(dtyp_cDataType stored, level_eSet level) {
+sKernel kernelOf(dtyp_cDataType stored) {
     sKernel kernel;
     dtyp_Visit(stored, [&]<class T>(dtyp_Tag<T>) {
-        kernel.stretch = LEVEL_SELECT_AT(level, warp_Stretch<T, Sampled<T>>);
+        kernel.stretch = LEVEL_SELECT(warp_Stretch<T, Sampled<T>>);
         kernel.size = sizeof(Sampled<T>);
     });
     return kernel;
@@ -100,12 +100,12 @@ sSpan inside(sSpan span, const sProducts& product, double addend, double shift, 
 
 } // namespace
 
-void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int sizeY, void* target,
-                 level_eSet level) {
+void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int sizeY,
+                 void* target) {
     if (sizeY == 0)
         return;
     const auto [matrix, shiftX, shiftY] = map;
-    const sKernel kernel = kernelOf(image.type, level);
+    const sKernel kernel = kernelOf(image.type);
     const auto bytes = [&](int columns) { return static_cast<std::size_t>(columns) * kernel.size; };
     sProducts productX;
     sProducts productY;

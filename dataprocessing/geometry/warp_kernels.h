@@ -5,7 +5,6 @@
 
 #include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/base/linalg.h"
-#include "dataprocessing/platform/level.h"
 
 namespace dataprocessing::detail {
 
@@ -27,7 +26,7 @@ struct warp_sImage {
 /// Fills `sizeX` by `sizeY` elements at `target`, which hold single precision for an image of
 /// integers and its own type for another: each is the element of the image at the floor of the
 /// mapped position plus one half, and zero outside of the image. Nothing is allocated.
-void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int sizeY, void* target,
-                 level_eSet level = level_Current());
+void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int sizeY,
+                 void* target);
 
 } // namespace dataprocessing::detail

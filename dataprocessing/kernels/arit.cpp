@@ -11,10 +11,6 @@
 #include "dataprocessing/base/dtyp_visit.h"
 #include "dataprocessing/kernels/elementary/elem.h"
 
-#if DATAPROCESSING_LEVELS
-    #include <immintrin.h>
-#endif
-
 namespace dataprocessing::detail {
 
 namespace {
@@ -84,21 +80,22 @@ struct arit_Raising {
 };
 
 // The power of real values, which has its loops elsewhere.
-template<class T, arit_eForm form>
-void arit_RealPowerLoop(const void* a, const void* b, void* result, std::size_t count) {
-    elem_Evaluate<T>(elem_Pow, {static_cast<const T*>(a), form != arit_NumberFirst},
-                     {static_cast<const T*>(b), form != arit_NumberSecond}, static_cast<T*>(result),
+template<class T, form_eOperands form>
+bool arit_RealPowerLoop(const void* a, const void* b, void* result, std::size_t count) {
+    elem_Evaluate<T>(elem_Pow, {static_cast<const T*>(a), form != form_NumberFirst},
+                     {static_cast<const T*>(b), form != form_NumberSecond}, static_cast<T*>(result),
                      count);
+    return false;
 }
 template<class T>
-arit_Loop arit_RealPowerOf(arit_eForm form) {
+arit_Loop arit_RealPowerOf(form_eOperands form) {
     switch (form) {
-    case arit_NumberFirst:
-        return &arit_RealPowerLoop<T, arit_NumberFirst>;
-    case arit_Arrays:
-        return &arit_RealPowerLoop<T, arit_Arrays>;
-    case arit_NumberSecond:
-        return &arit_RealPowerLoop<T, arit_NumberSecond>;
+    case form_NumberFirst:
+        return &arit_RealPowerLoop<T, form_NumberFirst>;
+    case form_Arrays:
+        return &arit_RealPowerLoop<T, form_Arrays>;
+    case form_NumberSecond:
+        return &arit_RealPowerLoop<T, form_NumberSecond>;
     }
     return nullptr;
 }
@@ -112,81 +109,39 @@ arit_Loop arit_RealPowerOf(arit_eForm form) {
 
 namespace dataprocessing::detail {
 
-arit_Loop arit_PlainLoop(dtyp_cDataType type, int operation, arit_eForm form,
-                         level_eSet level) noexcept {
-    arit_Loop loop = nullptr;
-    dtyp_Visit(type, [&]<class T>(dtyp_Tag<T>) {
-        if constexpr (arit_hasLoops<T>) {
-            if (operation != arit_Power)
-                loop = LEVEL_SELECT_AT(level, arit_LoopOf<T, T, T>)(operation, form);
-            else if constexpr (std::is_floating_point_v<T>)
-                loop = arit_RealPowerOf<T>(form);
-            else
-                loop = level_baseline::arit_FormOf<arit_Raising, T, T, T>(form);
-        }
-    });
-    return loop;
-}
-
 namespace {
 
-/// Calls visitor(tag of T, tag of A, tag of B) when there are loops for that triple.
-template<class Visitor>
-void visitTriple(dtyp_cDataType type, dtyp_cDataType storedA, dtyp_cDataType storedB,
-                 const Visitor& visitor) {
-    dtyp_Visit(type, [&]<class T>(dtyp_Tag<T> t) {
-        dtyp_Visit(storedA, [&]<class A>(dtyp_Tag<A> a) {
-            if constexpr (std::is_same_v<T, A> || arit_widens<T, A>)
-                dtyp_Visit(storedB, [&]<class B>(dtyp_Tag<B> b) {
-                    if constexpr (std::is_same_v<T, B> || arit_widens<T, B>)
-                        visitor(t, a, b);
-                });
-        });
-    });
+template<class T, class A, class B>
+arit_Loop arit_Find(int operation, form_eOperands form) {
+    if (operation != arit_Power)
+        return LEVEL_SELECT(arit_LoopOf<T, A, B>)(operation, form);
+    if constexpr (!arit_hasLoops<T> || !std::is_same_v<T, A> || !std::is_same_v<T, B>)
+        return nullptr;
+    else if constexpr (std::is_floating_point_v<T>)
+        return arit_RealPowerOf<T>(form);
+    else
+        return level_baseline::arit_FormOf<arit_Raising, T, T, T>(form);
 }
 
 } // namespace
 
-arit_Loop arit_WideningLoop(dtyp_cDataType type, dtyp_cDataType storedA, dtyp_cDataType storedB,
-                            int operation, arit_eForm form, level_eSet level) noexcept {
+arit_Loop arit_LoopFor(dtyp_cDataType type, dtyp_cDataType storedA, dtyp_cDataType storedB,
+                       int operation, form_eOperands form) noexcept {
     arit_Loop loop = nullptr;
-    visitTriple(type, storedA, storedB,
-                [&]<class T, class A, class B>(dtyp_Tag<T>, dtyp_Tag<A>, dtyp_Tag<B>) {
-                    loop = LEVEL_SELECT_AT(level, arit_LoopOf<T, A, B>)(operation, form);
-                });
-    return loop;
-}
-
-arit_TestingLoop arit_TestingDivision(dtyp_cDataType type, dtyp_cDataType storedA,
-                                      dtyp_cDataType storedB, arit_eForm form,
-                                      level_eSet level) noexcept {
-    arit_TestingLoop loop = nullptr;
-    visitTriple(type, storedA, storedB,
-                [&]<class T, class A, class B>(dtyp_Tag<T>, dtyp_Tag<A>, dtyp_Tag<B>) {
-                    if constexpr (!std::is_integral_v<T>)
-                        loop = LEVEL_SELECT_AT(level, arit_TestingLoopOf<T, A, B>)(form);
-                });
-    return loop;
-}
-
-bool arit_IsZero(dtyp_cDataType type, const void* element) noexcept {
-    bool zero = false;
     dtyp_Visit(type, [&]<class T>(dtyp_Tag<T>) {
-        if constexpr (!std::is_integral_v<T>)
-            zero = level_baseline::arit_ZeroMask(*static_cast<const T*>(element)) != 0;
+        if (storedA == type && storedB == type) {
+            loop = arit_Find<T, T, T>(operation, form);
+            return;
+        }
+        dtyp_Visit(storedA, [&]<class A>(dtyp_Tag<A>) {
+            if constexpr (std::is_same_v<T, A> || arit_widens<T, A>)
+                dtyp_Visit(storedB, [&]<class B>(dtyp_Tag<B>) {
+                    if constexpr (std::is_same_v<T, B> || arit_widens<T, B>)
+                        loop = arit_Find<T, A, B>(operation, form);
+                });
+        });
     });
-    return zero;
-}
-
-void arit_StreamOut(void* target, const void* source, std::size_t bytes,
-                    level_eSet level) noexcept {
-    LEVEL_SELECT_AT(level, arit_StreamCopy)(target, source, bytes);
-}
-
-void arit_EndStreaming() noexcept {
-#if DATAPROCESSING_LEVELS
-    _mm_sfence();
-#endif
+    return loop;
 }
 
 } // namespace dataprocessing::detail

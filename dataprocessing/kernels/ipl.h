@@ -1,21 +1,11 @@
 #pragma once
 
 /// @file
-/// The image library of our own: headers over storage that belongs to somebody else, and the
-/// arithmetic of images of one channel.
-///
-/// Arithmetic takes images of 16-bit and 32-bit signed integers and of single-precision elements
-/// whose depths and sizes agree, and leaves the result alone when they do not. Integer sums,
-/// differences and products keep the low bits of the exact result, as a plain loop does. A scalar
-/// becomes an element before it is used: an integer one by its low bits (for float images, by
-/// rounding to nearest), a float one for integer images by truncation toward zero, of which the
-/// low bits are kept; NaN and what lies outside the signed 64-bit integers become 0. So a 32-bit
-/// integer that was passed as a float has lost what lies below the 24 leading bits, and 2147483647,
-/// which is passed as 2147483648, acts as -2147483648.
+/// Image headers over storage that belongs to somebody else.
 
 #include <cstddef>
 
-#include "dataprocessing/kernels/arit.h"
+#include "dataprocessing/base/dtyp.h"
 
 namespace dataprocessing::detail {
 
@@ -104,33 +94,5 @@ ipl_sImage* iplCreateImageHeader(int channels, int alphaChannel, int depth, cons
                                  void* id, ipl_sTileInfo* tileInfo);
 /// Frees a header when `flag` holds IPL_IMAGE_HEADER, and never the storage it points to.
 void iplDeallocate(ipl_sImage* image, int flag) noexcept;
-
-/// The element that a float scalar becomes in an image of signed integers.
-int ipl_IntegerOf(float scalar) noexcept;
-
-/// result = a op b, element by element, at a given level. Only add, subtract and multiply.
-void ipl_Combine(arit_eOperation operation, const ipl_sImage* a, const ipl_sImage* b,
-                 ipl_sImage* result, level_eSet level) noexcept;
-/// result = source op scalar, or with `flip` scalar op source, at a given level.
-/// @{
-void ipl_CombineScalar(arit_eOperation operation, const ipl_sImage* source, ipl_sImage* result,
-                       int scalar, bool flip, level_eSet level) noexcept;
-void ipl_CombineScalar(arit_eOperation operation, const ipl_sImage* source, ipl_sImage* result,
-                       float scalar, bool flip, level_eSet level) noexcept;
-/// @}
-
-/// @name Arithmetic at the current level
-/// `result` = a op b; a op scalar; the flip flag of the subtractions gives scalar - source.
-/// @{
-void iplAdd(const ipl_sImage* a, const ipl_sImage* b, ipl_sImage* result) noexcept;
-void iplSubtract(const ipl_sImage* a, const ipl_sImage* b, ipl_sImage* result) noexcept;
-void iplMultiply(const ipl_sImage* a, const ipl_sImage* b, ipl_sImage* result) noexcept;
-void iplAddS(const ipl_sImage* source, ipl_sImage* result, int scalar) noexcept;
-void iplSubtractS(const ipl_sImage* source, ipl_sImage* result, int scalar, bool flip) noexcept;
-void iplMultiplyS(const ipl_sImage* source, ipl_sImage* result, int scalar) noexcept;
-void iplAddSFP(const ipl_sImage* source, ipl_sImage* result, float scalar) noexcept;
-void iplSubtractSFP(const ipl_sImage* source, ipl_sImage* result, float scalar, bool flip) noexcept;
-void iplMultiplySFP(const ipl_sImage* source, ipl_sImage* result, float scalar) noexcept;
-/// @}
 
 } // namespace dataprocessing::detail

@@ -1,5 +1,6 @@
 #include "dataprocessing/platform/level.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
@@ -32,12 +33,16 @@ level_eSet choose() noexcept {
     return highest;
 }
 
-} // namespace
-
-level_eSet level_Current() noexcept {
-    static const level_eSet level = choose();
+std::atomic<level_eSet>& inUse() noexcept {
+    static std::atomic<level_eSet> level = choose();
     return level;
 }
+
+} // namespace
+
+level_eSet level_Current() noexcept { return inUse().load(std::memory_order_relaxed); }
+
+void level_Use(level_eSet level) noexcept { inUse().store(level, std::memory_order_relaxed); }
 
 const char* level_Name(level_eSet level) noexcept {
     switch (level) {

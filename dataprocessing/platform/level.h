@@ -40,6 +40,10 @@ constexpr std::size_t level_vectorBytes = 64;
 /// once, at the first call.
 level_eSet level_Current() noexcept;
 
+/// Makes `level`, which the processor has, the one in use, for all threads: for tests, which compare
+/// levels.
+void level_Use(level_eSet level) noexcept;
+
 /// The name of a level as the environment variable spells it.
 const char* level_Name(level_eSet level) noexcept;
 
@@ -59,6 +63,12 @@ Function* level_Select(level_eSet level, Function* baseline, Function* v3, Funct
 /// The same where the processor has no levels.
 template<class Function>
 Function* level_Select(level_eSet, Function* baseline) noexcept {
+    return baseline;
+}
+
+/// The same where the processor has no levels.
+template<class Function>
+Function* level_Select(Function* baseline) noexcept {
     return baseline;
 }
 
@@ -85,9 +95,9 @@ Function* level_Select(Function* baseline, Function* v3, Function* v4) noexcept 
 /// The version of kernel entry `name` that serves the current level. Use it where `name` came from
 /// a file included through level_each.h.
 #if DATAPROCESSING_LEVELS
-    #define LEVEL_SELECT(name)                                                                     \
-        ::dataprocessing::detail::level_Select(&level_baseline::name, &level_v3::name,             \
-                                               &level_v4::name)
+    #define LEVEL_SELECT(...)                                                                      \
+        ::dataprocessing::detail::level_Select(&level_baseline::__VA_ARGS__,                       \
+                                               &level_v3::__VA_ARGS__, &level_v4::__VA_ARGS__)
 #else
-    #define LEVEL_SELECT(name) (&level_baseline::name)
+    #define LEVEL_SELECT(...) ::dataprocessing::detail::level_Select(&level_baseline::__VA_ARGS__)
 #endif

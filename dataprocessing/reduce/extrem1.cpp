@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "dataprocessing/base/expt.h"
+#include "dataprocessing/operand/blocks.h"
 #include "dataprocessing/reduce/extr.h"
 #include "dataprocessing/reduce/extrem1_kernels.h"
 #include "dataprocessing/unary/ternary.h"
@@ -38,21 +39,19 @@ view_cView searched(const parr_cNumberArray& array, conv_eComplexConversion conv
 /// search; each begins with the first element.
 template<std::size_t Count>
 void search(const view_cView& view, const extr_eKind (&kinds)[Count], extr_sBest (&best)[Count]) {
-    const std::size_t size = view.Type().SizeOf();
-    const auto* direct = static_cast<const unsigned char*>(view.Direct());
-    alignas(64) unsigned char fetched[16384];
-    const std::size_t capacity = (direct != nullptr ? 131072 : sizeof fetched) / size;
-    for (std::size_t first = 0; first < view.Count(); first += capacity) {
-        const std::size_t count = std::min(capacity, view.Count() - first);
-        if (direct == nullptr)
-            view.Fetch(first, count, fetched);
-        const void* elements = direct != nullptr ? direct + first * size : fetched;
+    std::size_t first = 0;
+    const auto step = [&](void*, std::size_t count, const void* elements) {
         for (std::size_t k = 0; k < Count; ++k) {
             if (first == 0)
                 best[k].value = pnum_cNumber(view.Type(), elements);
             extr_Continue(kinds[k], elements, first, count, best[k]);
         }
-    }
+        first += count;
+        return true;
+    };
+    constexpr std::size_t mostBytes = 131072;
+    blocks_Run({nullptr, 0, 0, view.Count(), mostBytes / view.Type().SizeOf()}, step,
+               blocks_cSource(view));
 }
 
 /// The extremum; `index` is written unless the type is unknown.

@@ -1,15 +1,15 @@
-#include <algorithm>
 #include <cmath>
 #include <optional>
 
+#include "dataprocessing/base/dtyp_visit.h"
 #include "dataprocessing/base/expt.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/kernels/elementary/elem.h"
-#include "dataprocessing/unary/scandata_kernels.h"
+#include "dataprocessing/operand/blocks.h"
+#include "dataprocessing/operand/scan_source.h"
 #include "dataprocessing/unary/unry.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/view_make.h"
-#include "dataprocessing/valuemodel/view_source.h"
 
 namespace dataprocessing::detail {
 
@@ -59,7 +59,8 @@ Array makeResult(const Array& operand, dtyp_cDataType type) {
 void checkDomain(eOperation operation, const view_cView& operand) {
     if (operation != unry_Acos && operation != unry_Asin)
         return;
-    if (scan_View(operand, scan_AbsLargerThanUnity))
+    if (scan_Source(blocks_cSource(operand), operand.Type(), scan_AbsLargerThanUnity,
+                    operand.Count()))
         throw expt_cUserException("unary1", operation == unry_Acos ? 264 : 268, expt_DomainError);
 }
 
@@ -84,39 +85,39 @@ dtyp_cDataType resultType(eOperation operation, dtyp_cDataType computed) {
     return computed == dtyp_ComplexFloat ? dtyp_Float : dtyp_Double;
 }
 
-/// Computes the elements, at once where nothing has to be done on the way, else in blocks that stay
-/// in the cache. Stops and answers false when an element is `excluded`.
+/// Computes the elements of `result` by way of the type `computed`. Stops and answers false when an
+/// element of the operand is `excluded`.
+template<class Value>
 bool compute(eOperation operation, const view_cView& operand, dtyp_cDataType computed,
-             dtyp_cDataType resultType, void* result, std::optional<scan_eKind> excluded) {
+             Value& result, std::optional<scan_eKind> excluded) {
+    const dtyp_cDataType working = operand.Type();
+    const dtyp_cDataType wanted = result.DataType();
+    const bool widens = working != computed;
+    const bool narrows = computed != wanted;
     const unry_Kernel kernel = LEVEL_SELECT(unry_Find)(operation, computed);
-    const view_cSource source(operand);
-    const bool widens = operand.Type() != computed;
-    const bool narrows = computed != resultType;
+    const scan_Loop isExcluded = excluded ? scan_LoopFor(working, *excluded) : nullptr;
 
-    constexpr std::size_t buffered = 512;
-    alignas(64) unsigned char fetched[buffered * 16];
-    alignas(64) unsigned char widened[buffered * 16];
-    alignas(64) unsigned char values[buffered * 16];
-    std::size_t capacity = buffered;
-    if (source.InPlace() && !widens && !narrows)
-        capacity = excluded ? 2048 : operand.Count();
-    unsigned char* target = static_cast<unsigned char*>(result);
-    for (std::size_t first = 0; first < operand.Count(); first += capacity) {
-        const std::size_t count = std::min(capacity, operand.Count() - first);
-        const void* elements = source.Read(first, count, fetched);
-        if (excluded &&
-            scan_Elements({operand.Type(), *excluded, static_cast<int>(count)}, elements))
+    constexpr std::size_t converted = 512;
+    alignas(64) unsigned char widened[converted * 16];
+    alignas(64) unsigned char values[converted * 16];
+    const auto step = [&](void* target, std::size_t count, const void* elements) {
+        if (isExcluded != nullptr && isExcluded(elements, count))
             return false;
         if (widens) {
-            conv_Elements(elements, operand.Type(), widened, computed, count, conv_RealPart);
+            conv_Elements(elements, working, widened, computed, count, conv_RealPart);
             elements = widened;
         }
         kernel(elements, narrows ? values : target, count);
         if (narrows)
-            conv_Elements(values, computed, target, resultType, count, conv_RealPart);
-        target += count * resultType.SizeOf();
-    }
-    return true;
+            conv_Elements(values, computed, target, wanted, count, conv_RealPart);
+        return true;
+    };
+    blocks_sRange range{result.Data(), wanted.SizeOf(), 0, operand.Count()};
+    if (widens || narrows)
+        range.most = converted;
+    else if (isExcluded != nullptr)
+        range.most = 2048; // what was looked at is still in the cache
+    return blocks_Run(range, step, blocks_cSource(operand));
 }
 
 template<class Value>
@@ -136,13 +137,13 @@ Value operate(eOperation operation, const Value& operand) {
         checkDomain(operation, view);
         if (const std::optional<scan_eKind> excluded = leavesReals(operation)) {
             Value result = makeResult(operand, working);
-            if (compute(operation, view, working, working, result.Data(), excluded))
+            if (compute(operation, view, working, result, excluded))
                 return result;
             computed = widening(operand).toComplex;
         }
     }
     Value result = makeResult(operand, resultType(operation, computed));
-    compute(operation, view, computed, result.DataType(), result.Data(), std::nullopt);
+    compute(operation, view, computed, result, std::nullopt);
     return result;
 }
 

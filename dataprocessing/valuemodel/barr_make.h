@@ -29,7 +29,14 @@ barr_c1DBoolArray barr_Unset<barr_c1DBoolArray>(int sizeX, int sizeY);
 template<>
 barr_c2DBoolArray barr_Unset<barr_c2DBoolArray>(int sizeX, int sizeY);
 
-/// The elements of a mask in storage order. Throws the index error when there is none.
+/// The elements of a mask in storage order; a truth value is one. Throws the index error when there
+/// is none.
+inline unsigned char* barr_Elements(type_cBoolean& value) {
+    return reinterpret_cast<unsigned char*>(&value);
+}
+inline const unsigned char* barr_Elements(const type_cBoolean& value) {
+    return reinterpret_cast<const unsigned char*>(&value);
+}
 inline unsigned char* barr_Elements(barr_c1DBoolArray& mask) { return &mask.Element(0); }
 inline unsigned char* barr_Elements(barr_c2DBoolArray& mask) { return &mask.Element(0, 0); }
 inline const unsigned char* barr_Elements(const barr_c1DBoolArray& mask) {

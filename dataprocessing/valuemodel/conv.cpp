@@ -1,7 +1,7 @@
 #include "dataprocessing/valuemodel/conv.h"
 
 #include "dataprocessing/base/expt.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/parr.h"

@@ -3,6 +3,7 @@
 /// @file
 /// Conversion of values between the ten element types.
 
+#include "dataprocessing/base/conv_mode.h"
 #include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/dataprocessing_export.h"
 
@@ -11,14 +12,6 @@ class parr_c1DNumberArray;
 class parr_c2DNumberArray;
 class darr_c1DArray;
 class darr_c2DArray;
-
-/// What a complex element becomes when it is converted to a real type.
-enum conv_eComplexConversion : int {
-    conv_RealPart = 0,      ///< its real part
-    conv_ImaginaryPart = 1, ///< its imaginary part
-    conv_Modulus = 2,       ///< sqrt(re^2 + im^2)
-    conv_Phase = 3          ///< atan2(im, re), in (-pi, pi]
-};
 
 /// @name Conversion
 /// Returns `value` with its elements converted to `type`; size and calibration are kept, and the

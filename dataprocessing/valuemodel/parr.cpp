@@ -8,7 +8,7 @@
 #include "dataprocessing/base/dtyp_print.h"
 #include "dataprocessing/base/dtyp_visit.h"
 #include "dataprocessing/base/expt.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
 using namespace dataprocessing::detail;

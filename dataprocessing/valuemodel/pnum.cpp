@@ -5,7 +5,7 @@
 #include <type_traits>
 
 #include "dataprocessing/base/dtyp_print.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
 using namespace dataprocessing::detail;

@@ -7,7 +7,7 @@
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 
 namespace dataprocessing::detail {
 

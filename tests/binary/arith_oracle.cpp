@@ -111,7 +111,7 @@ Element combinedComplex(int operation, Element first, Element second) {
     }
 }
 
-/// How many elements of `count` the image library computes.
+/// How many elements of `count` lie in whole chunks.
 int inChunks(int type, int operation, int count) {
     if (operation > Multiply || type < 5 || type > 7)
         return 0;
@@ -119,13 +119,12 @@ int inChunks(int type, int operation, int count) {
     return count / chunk * chunk;
 }
 
-/// What the image library makes of a scalar: 32-bit integers are passed as floats, and the float
-/// above the largest one wraps.
-Element imageScalar(int type, Element number) {
+/// The number of an operation in whole chunks: 32-bit integers pass through single precision, and
+/// what that takes beyond the largest one is clipped.
+Element numberInChunks(int type, Element number) {
     if (type != 6)
         return number;
-    const auto passed = static_cast<std::int64_t>(static_cast<float>(number.re));
-    return wrapped(6, static_cast<std::uint64_t>(passed));
+    return {std::min(2147483647.0, convertedPart(number.re, 7)), 0};
 }
 
 long long nearestIndex(const Axis& axis, double x) {
@@ -225,9 +224,9 @@ Value computed(int operation, Value a, Value b) {
         const Element x = a.elements[isNumberFirst ? 0 : at];
         const Element y = b.elements[isNumberSecond ? 0 : at];
         if (i < chunked && isNumberFirst)
-            result.elements[at] = combined(a.type, operation, y, imageScalar(a.type, x));
+            result.elements[at] = combined(a.type, operation, y, numberInChunks(a.type, x));
         else if (i < chunked && isNumberSecond)
-            result.elements[at] = combined(a.type, operation, x, imageScalar(a.type, y));
+            result.elements[at] = combined(a.type, operation, x, numberInChunks(a.type, y));
         else
             result.elements[at] = combined(a.type, operation, x, y);
     }

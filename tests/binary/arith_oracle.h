@@ -48,7 +48,7 @@ enum Operation { Add, Subtract, Multiply, Divide, Power };
 /// The element of `type` nearest to a value: integers take ties to even and clip, NaN becomes 0.
 Element converted(Element element, int type);
 int resultType(int first, int second, int operation);
-/// One result element, outside the chunks of the image library.
+/// One result element, outside of whole chunks.
 Element combined(int type, int operation, Element a, Element b);
 /// Whether a divisor of a floating or complex type counts as zero.
 bool isZero(int type, Element element);

@@ -12,7 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "dataprocessing/binary/binary1_kernels.h"
+#include "dataprocessing/binary/binary1_compute.h"
+#include "dataprocessing/kernels/arit.h"
 #include "dataprocessing/valuemodel/view.h"
 #include "tests/binary/arith_oracle.h"
 #include "tests/binary/arith_values.h"
@@ -20,9 +21,9 @@
 
 namespace {
 
+using dataprocessing::detail::arit_DivideTesting;
+using dataprocessing::detail::blocks_cSource;
 using dataprocessing::detail::bnry_Compute;
-using dataprocessing::detail::bnry_cOperand;
-using dataprocessing::detail::bnry_DivideTesting;
 using dataprocessing::detail::view_cAxis;
 using dataprocessing::detail::view_cView;
 using oracle::Axis;
@@ -176,20 +177,21 @@ Value computedInExactBlocks(int operation, const Value& a, const Value& b) {
     };
     const ExactBlock blockA = blockOf(a), blockB = blockOf(b);
     const view_cView viewA = viewOf(a, blockA), viewB = viewOf(b, blockB);
-    const auto operandOf = [](const Value& value, const ExactBlock& block, const view_cView& view) {
-        return value.dimensions == 0 ? bnry_cOperand(block.data()) : bnry_cOperand(view);
+    const auto numberOf = [type](const Value& value, const ExactBlock& block) {
+        return value.dimensions == 0 ? pnum_cNumber(dtyp_cDataType(type), block.data())
+                                     : pnum_cNumber(0);
     };
-    const bnry_cOperand first = operandOf(a, blockA, viewA), second = operandOf(b, blockB, viewB);
+    const pnum_cNumber numberA = numberOf(a, blockA), numberB = numberOf(b, blockB);
+    const blocks_cSource first =
+        a.dimensions == 0 ? blocks_cSource(numberA) : blocks_cSource(viewA);
+    const blocks_cSource second =
+        b.dimensions == 0 ? blocks_cSource(numberB) : blocks_cSource(viewB);
 
     Value result = a.dimensions == 0 ? b : a;
     const ExactBlock out(ExactBlock::sizeOf(type) * result.elements.size());
-    if (operation == oracle::Divide) {
-        EXPECT_FALSE(bnry_DivideTesting(dtyp_cDataType(type), first, second, out.data(),
-                                        result.elements.size()));
-    } else {
-        bnry_Compute(operation, dtyp_cDataType(type), first, second, out.data(),
-                     result.elements.size());
-    }
+    const int code = operation == oracle::Divide ? int{arit_DivideTesting} : operation;
+    EXPECT_TRUE(bnry_Compute(code, dtyp_cDataType(type), first, second, out.data(),
+                             result.elements.size()));
     const parr_c1DNumberArray elements(result.count(), dtyp_cDataType(type), out.data());
     result.elements = oracle::valueOf(darr_c1DArray(elements)).elements;
     result.type = type;

@@ -7,11 +7,11 @@
 #include <type_traits>
 #include <vector>
 
-#include "dataprocessing/binary/binary2_kernels.h"
 #include "dataprocessing/binary/bnry.h"
-#include "dataprocessing/platform/level.h"
+#include "dataprocessing/kernels/compare.h"
 #include "tests/binary/compare_values.h"
 #include "tests/failing_new.h"
+#include "tests/support/levels.h"
 
 namespace {
 
@@ -463,66 +463,29 @@ TEST(Comparison, WithoutMemoryThrowsAndLeavesItsOperands) {
     EXPECT_TRUE(isSame(elementsOf(b), {3, 2, 1}));
 }
 
-std::vector<level_eSet> levels() {
-    std::vector<level_eSet> all;
-    for (int level = level_Baseline; level <= level_Current(); ++level)
-        all.push_back(static_cast<level_eSet>(level));
-    return all;
-}
-
-constexpr int untouched = 0xA5;
-
-/// The bytes that the kernel writes into `count` + 2 untouched ones.
-Bytes kernelBytes(const bnry_sAritOperation& operation, const void* a, const void* b,
-                  level_eSet level) {
-    std::vector<unsigned char> bytes(static_cast<std::size_t>(std::max(operation.count, 0)) + 2,
-                                     untouched);
-    bnry_RunComparison(a, b, bytes.data() + 1, operation, level);
-    return Bytes(bytes.begin(), bytes.end());
-}
-
-TEST(ComparisonKernel, GivesTheSameOnEveryLevelAndStaysInItsResult) {
+TEST(ComparisonLoop, GivesTheSameOnEveryLevelAndStaysInItsResult) {
+    constexpr int untouched = 0xA5;
     for (const int code : typeCodes)
         for (const int size : {1, 2, 15, 16, 17, 31, 33, 63, 64, 65, 511, 512, 513, 1025}) {
             const Elements a = manyElements(code, size, 0), b = manyElements(code, size, 3);
             const darr_c1DArray lineA = lineOf(code, a), lineB = lineOf(code, b);
             for (const auto comparison : comparisons)
-                for (const auto& [first, second] : {std::pair(0, 0), {0, 1}, {1, 0}, {1, 1}})
+                for (const form_eOperands form : {form_NumberFirst, form_Arrays, form_NumberSecond})
                     for (const level_eSet level : levels()) {
+                        const LevelInUse inUse(level);
                         Bytes expected{untouched};
                         for (std::size_t i = 0; i < a.size(); ++i)
-                            // A first operand that is no array makes the second one an array.
-                            expected.push_back(holds(comparison, code, a[first != 0 ? i : 0],
-                                                     b[first == 0 || second != 0 ? i : 0]));
+                            expected.push_back(holds(comparison, code,
+                                                     a[form != form_NumberFirst ? i : 0],
+                                                     b[form != form_NumberSecond ? i : 0]));
                         expected.push_back(untouched);
-                        ASSERT_EQ(kernelBytes({comparison, code, first, second, size}, lineA.Data(),
-                                              lineB.Data(), level),
-                                  expected)
-                            << code << " " << comparison << " " << first << second << " " << size;
+                        std::vector<unsigned char> bytes(a.size() + 2, untouched);
+                        compare_LoopFor(dtyp_cDataType(code), comparison,
+                                        form)(lineA.Data(), lineB.Data(), &bytes[1], a.size());
+                        ASSERT_EQ(Bytes(bytes.begin(), bytes.end()), expected)
+                            << code << " " << comparison << " " << form << " " << size;
                     }
         }
-}
-
-TEST(ComparisonKernel, WritesNothingForAnUnknownComparisonOrNoElement) {
-    const darr_c1DArray line = lineOf(10, manyElements(10, 4, 0));
-    for (const int code : typeCodes) {
-        for (const int comparison : {-1, 6, 1000})
-            EXPECT_EQ(
-                kernelBytes({comparison, code, 1, 1, 4}, line.Data(), line.Data(), level_Current()),
-                Bytes(6, untouched));
-        for (const int count : {0, -1})
-            EXPECT_EQ(kernelBytes({bnry_Equal, code, 1, 1, count}, line.Data(), line.Data(),
-                                  level_Current()),
-                      Bytes(2, untouched));
-    }
-}
-
-TEST(ComparisonKernel, RefusesUnknownTypes) {
-    for (const int code : {-1, 0, 11})
-        EXPECT_EQ(refusalOf([&] {
-                      kernelBytes({bnry_Equal, code, 1, 1, 1}, &code, &code, level_Current());
-                  }),
-                  "binary2:138");
 }
 
 } // namespace

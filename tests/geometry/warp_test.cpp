@@ -18,13 +18,10 @@
 #include "dataprocessing/geometry/warp_kernels.h"
 #include "tests/failing_new.h"
 #include "tests/support/elements.h"
+#include "tests/support/levels.h"
 
-using dataprocessing::detail::level_Baseline;
-using dataprocessing::detail::level_Current;
 using dataprocessing::detail::level_eSet;
 using dataprocessing::detail::level_Name;
-using dataprocessing::detail::level_V3;
-using dataprocessing::detail::level_V4;
 using dataprocessing::detail::warp_Sample;
 
 namespace {
@@ -151,14 +148,6 @@ darr_c2DArray literalWarp(const darr_c2DArray& image, const sMatrix& m, const rn
     return {columns, rows, std::span<const Sampled<T>>(elements), cal};
 }
 
-std::vector<level_eSet> levels() {
-    std::vector<level_eSet> usable;
-    for (const level_eSet level : {level_Baseline, level_V3, level_V4})
-        if (level <= level_Current())
-            usable.push_back(level);
-    return usable;
-}
-
 // Samples and compares with the literal loop; what lies before and behind the result stays.
 template<class T>
 ::testing::AssertionResult samplesLiterally(int code, const std::vector<T>& source, int sizeX,
@@ -167,8 +156,9 @@ template<class T>
     const Sampled<T> guard = elementOf<Sampled<T>>(77, 78);
     const std::size_t count = static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
     std::vector<Sampled<T>> result(count + 2, guard);
+    const LevelInUse inUse(level);
     warp_Sample({source.data(), dtyp_cDataType(code), sizeX, sizeY}, {{n.a, n.b, n.c, n.d}, t0, t1},
-                columns, rows, result.data() + 1, level);
+                columns, rows, result.data() + 1);
     for (std::size_t i = 0; i < count; ++i) {
         const int x = static_cast<int>(i) % columns, y = static_cast<int>(i) / columns;
         if (!isSameElement(result[i + 1],

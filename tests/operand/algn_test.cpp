@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "dataprocessing/binary/binary1_kernels.h"
+#include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/valuemodel/resc.h"
 #include "tests/binary/arith_oracle.h"
 #include "tests/binary/arith_values.h"

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/levels.h"
+
 using namespace dataprocessing::detail;
 
 namespace {
@@ -22,9 +24,14 @@ TEST(Level, HasTheNameThatTheEnvironmentUses) {
 }
 
 TEST(Level, TakesItsOwnVersionOfAFunction) {
-    EXPECT_EQ(level_Select(level_Baseline, &first, &second, &third), &first);
-    EXPECT_EQ(level_Select(level_V3, &first, &second, &third), &second);
-    EXPECT_EQ(level_Select(level_V4, &first, &second, &third), &third);
+    const std::vector<level_eSet> usable = levels();
+    int (*const versions[])() = {&first, &second, &third};
+    for (const level_eSet level : usable) {
+        const LevelInUse inUse(level);
+        EXPECT_EQ(level_Current(), level);
+        EXPECT_EQ(level_Select(&first, &second, &third), versions[level]);
+    }
+    EXPECT_EQ(level_Current(), usable.back());
 }
 
 // A processor that lacks the level asked for takes its highest, which is lower.

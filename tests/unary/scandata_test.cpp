@@ -9,13 +9,14 @@
 #include <vector>
 
 #include "dataprocessing/base/expt.h"
-#include "dataprocessing/unary/scandata_kernels.h"
+#include "dataprocessing/operand/scan_source.h"
 
 namespace {
 
+using dataprocessing::detail::blocks_cSource;
 using dataprocessing::detail::scan_eKind;
-using dataprocessing::detail::scan_Elements;
-using dataprocessing::detail::scan_View;
+using dataprocessing::detail::scan_LoopFor;
+using dataprocessing::detail::scan_Source;
 using dataprocessing::detail::scan_Zero;
 using dataprocessing::detail::view_cAxis;
 using dataprocessing::detail::view_cView;
@@ -146,21 +147,16 @@ TYPED_TEST(RealScan, LooksNoFurtherThanItsElements) {
         for (int i = 0; i < count; ++i)
             elements[static_cast<std::size_t>(i)] = TypeParam(0.5);
         for (int kind = 0; kind < 4; ++kind)
-            EXPECT_FALSE(scan_Elements({dtyp_Of<TypeParam>(), kind, count}, elements.data()));
+            EXPECT_FALSE(scan_LoopFor(dtyp_Of<TypeParam>(), kind)(elements.data(),
+                                                                  static_cast<std::size_t>(count)));
     }
 }
 
 TYPED_TEST(RealScan, OfAnUnknownKindIsRefused) {
     const TypeParam element(0);
     for (const int kind : {-1, 4, 1000}) {
-        EXPECT_EQ(refusalOf([&] {
-                      scan_Elements({dtyp_Of<TypeParam>(), kind, 1}, &element);
-                  }),
-                  "scandata:143");
-        EXPECT_EQ(refusalOf([&] {
-                      scan_Elements({dtyp_Of<TypeParam>(), kind, 0}, &element);
-                  }),
-                  "scandata:143");
+        EXPECT_EQ(refusalOf([&] { scan_LoopFor(dtyp_Of<TypeParam>(), kind); }), "scandata:143");
+        EXPECT_EQ(refusalOf([&] { scan_LoopFor(dtyp_Of<TypeParam>(), kind); }), "scandata:143");
     }
 }
 
@@ -217,7 +213,7 @@ TYPED_TEST(ComplexScan, OfSignOrSizeIsRefused) {
     }
     const Complex element;
     for (const int kind : {-1, 4})
-        EXPECT_EQ(refusalOf([&] { scan_Elements({type, kind, 1}, &element); }), "scandata:119");
+        EXPECT_EQ(refusalOf([&] { scan_LoopFor(type, kind); }), "scandata:119");
 }
 
 TEST(Scan, OfNamedValues) {
@@ -257,11 +253,15 @@ TEST(Scan, OfOtherTypesIsRefused) {
             EXPECT_EQ(refusalOf([&] { scanned(kind, darr_c2DArray(2, 2, type, {})); }),
                       "scandata:166");
         }
-        EXPECT_EQ(refusalOf([&] { scan_Elements({type, 9, 0}, nullptr); }), "scandata:166");
+        EXPECT_EQ(refusalOf([&] { scan_LoopFor(type, 9); }), "scandata:166");
     }
 }
 
 // --- views ------------------------------------------------------------------------------------
+
+bool scanView(const view_cView& view, dataprocessing::detail::scan_eKind kind) {
+    return scan_Source(blocks_cSource(view), view.Type(), kind, view.Count());
+}
 
 view_cView rowOf(const void* data, dtyp_cDataType stored, dtyp_cDataType seen, view_cAxis axis) {
     return {data, stored, seen, axis, view_cAxis(1, cal_cArrayCal())};
@@ -269,25 +269,25 @@ view_cView rowOf(const void* data, dtyp_cDataType stored, dtyp_cDataType seen, v
 
 TEST(ViewScan, SeesElementsInTheTypeOfTheView) {
     const float tiny = 1e-40f;
-    EXPECT_TRUE(scan_View(rowOf(&tiny, dtyp_Float, dtyp_Float, {1, {}}), scan_Zero));
-    EXPECT_FALSE(scan_View(rowOf(&tiny, dtyp_Float, dtyp_Double, {1, {}}), scan_Zero));
-    EXPECT_FALSE(scan_View(rowOf(&tiny, dtyp_Float, dtyp_ComplexDouble, {1, {}}), scan_Zero));
+    EXPECT_TRUE(scanView(rowOf(&tiny, dtyp_Float, dtyp_Float, {1, {}}), scan_Zero));
+    EXPECT_FALSE(scanView(rowOf(&tiny, dtyp_Float, dtyp_Double, {1, {}}), scan_Zero));
+    EXPECT_FALSE(scanView(rowOf(&tiny, dtyp_Float, dtyp_ComplexDouble, {1, {}}), scan_Zero));
 }
 
-// 8192 bytes are brought to the type at a time: 2048 floats, 512 complex doubles.
+// 4096 bytes are brought to the type at a time: 1024 floats, 256 complex doubles.
 TEST(ViewScan, FindsTheElementWhereverItStands) {
     for (const int type : {7, 8, 9, 10})
-        for (const int count : {1, 511, 512, 513, 1024, 1025, 2047, 2048, 2049, 5000}) {
+        for (const int count : {1, 255, 256, 257, 511, 512, 513, 1023, 1024, 1025, 2048, 5000}) {
             std::vector<short> elements(static_cast<std::size_t>(count), short{3});
             const auto view = [&] {
                 return rowOf(elements.data(), dtyp_Int16, dtyp_cDataType(type), {count, {}});
             };
-            EXPECT_FALSE(scan_View(view(), scan_Zero));
-            for (const int at : {0, 511, 512, 1023, 1024, 2047, 2048, count / 2, count - 1}) {
+            EXPECT_FALSE(scanView(view(), scan_Zero));
+            for (const int at : {0, 255, 256, 511, 512, 1023, 1024, 2047, count / 2, count - 1}) {
                 if (at >= count)
                     continue;
                 elements[static_cast<std::size_t>(at)] = 0;
-                EXPECT_TRUE(scan_View(view(), scan_Zero)) << at << " of " << count;
+                EXPECT_TRUE(scanView(view(), scan_Zero)) << at << " of " << count;
                 elements[static_cast<std::size_t>(at)] = 3;
             }
         }
@@ -297,21 +297,21 @@ TEST(ViewScan, SeesOnlyWhatIsSelectedAndTheZerosOutside) {
     const double elements[] = {0, 1, 2, 3};
     view_cAxis inside(4, {});
     inside.Select(1, 4);
-    EXPECT_FALSE(scan_View(rowOf(elements, dtyp_Double, dtyp_Double, inside), scan_Zero));
+    EXPECT_FALSE(scanView(rowOf(elements, dtyp_Double, dtyp_Double, inside), scan_Zero));
     view_cAxis beyond(4, {});
     beyond.Select(1, 5);
-    EXPECT_TRUE(scan_View(rowOf(elements, dtyp_Double, dtyp_Double, beyond), scan_Zero));
+    EXPECT_TRUE(scanView(rowOf(elements, dtyp_Double, dtyp_Double, beyond), scan_Zero));
 }
 
 TEST(ViewScan, RefusesWhatTheScanOfElementsRefuses) {
     const int element = 0;
     EXPECT_EQ(refusalOf([&] {
-                  scan_View(rowOf(&element, dtyp_Int32, dtyp_Int32, {1, {}}), scan_Zero);
+                  scanView(rowOf(&element, dtyp_Int32, dtyp_Int32, {1, {}}), scan_Zero);
               }),
               "scandata:166");
     EXPECT_EQ(refusalOf([&] {
-                  scan_View(rowOf(&element, dtyp_Int32, dtyp_ComplexFloat, {1, {}}),
-                            scan_eKind::scan_Negative);
+                  scanView(rowOf(&element, dtyp_Int32, dtyp_ComplexFloat, {1, {}}),
+                           scan_eKind::scan_Negative);
               }),
               "scandata:119");
 }

@@ -11,11 +11,11 @@
 
 #include "dataprocessing/binary/bnry_bool.h"
 #include "dataprocessing/binary/bnry_comp.h"
-#include "dataprocessing/platform/level.h"
-#include "dataprocessing/unary/ternary_kernels.h"
+#include "dataprocessing/kernels/choose.h"
 #include "dataprocessing/valuemodel/resc.h"
 #include "tests/binary/compare_values.h"
 #include "tests/failing_new.h"
+#include "tests/support/levels.h"
 
 namespace {
 
@@ -543,7 +543,7 @@ TEST(MinimumAndMaximum, RefuseWhatTheComparisonRefuses) {
     EXPECT_EQ(refusalOf([&] { trny_min(a, b); }), sizeRefusal);
 }
 
-TEST(SelectionKernel, GivesTheSameOnEveryLevelAndStaysInItsResult) {
+TEST(ChoosingLoop, GivesTheSameOnEveryLevelAndStaysInItsResult) {
     constexpr unsigned char untouched = 0xA5;
     std::mt19937 random(13);
     for (const int code : typeCodes)
@@ -555,25 +555,21 @@ TEST(SelectionKernel, GivesTheSameOnEveryLevelAndStaysInItsResult) {
                 for (unsigned char& byte : *bytes)
                     byte = static_cast<unsigned char>(random() % 3 == 0 ? 0 : random());
             for (const auto& [first, second] : {std::pair(0, 0), {0, 1}, {1, 0}, {1, 1}})
-                for (int level = level_Baseline; level <= level_Current(); ++level) {
+                for (const level_eSet level : levels()) {
+                    const LevelInUse inUse(level);
                     std::vector<unsigned char> expected(size + 2, untouched), result = expected;
                     for (std::size_t i = 0; i < n; ++i)
                         std::memcpy(&expected[1 + i * width],
                                     condition[i] != 0 ? &a[first != 0 ? i * width : 0]
                                                       : &b[second != 0 ? i * width : 0],
                                     width);
-                    tnry_RunSelection(condition.data(), a.data(), b.data(), result.data() + 1,
-                                      {code, first, second, count}, static_cast<level_eSet>(level));
+                    choose_LoopFor(dtyp_cDataType(code), first != 0, second != 0)(
+                        condition.data(), a.data(), b.data(), result.data() + 1, n);
                     ASSERT_EQ(result, expected) << code << " " << first << second << " " << count;
                 }
         }
-    unsigned char kept = untouched;
-    tnry_RunSelection(&kept, &kept, &kept, &kept, {1, 1, 1, -1});
-    EXPECT_EQ(kept, untouched);
-    EXPECT_EQ(refusalOf([] {
-                  tnry_RunSelection(nullptr, nullptr, nullptr, nullptr, {0, 1, 1, 0});
-              }),
-              "ternary:114");
+    EXPECT_EQ(choose_LoopFor(dtyp_cDataType(0), true, true), nullptr);
+    EXPECT_EQ(choose_LoopFor(dtyp_cDataType(11), false, false), nullptr);
 }
 
 } // namespace

@@ -1,0 +1,144 @@
+#pragma once
+
+/// @file
+/// Pairing: what happens to two operands before a loop runs over them, whichever of them are
+/// numbers and which arrays.
+
+#include <type_traits>
+
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/operand/algn.h"
+#include "dataprocessing/operand/blocks.h"
+#include "dataprocessing/valuemodel/conv_check.h"
+#include "dataprocessing/valuemodel/view_make.h"
+
+namespace dataprocessing::detail {
+
+template<class Operand>
+inline constexpr bool pair_isNumber = std::is_same_v<Operand, pnum_cNumber>;
+
+/// The operand that a result takes its kind and its calibration from: the first array, or a number
+/// where there is none.
+template<class A, class B>
+const auto& pair_Model(const A& a, const B& b) noexcept {
+    if constexpr (pair_isNumber<A>)
+        return b;
+    else
+        return a;
+}
+
+/// True where there are arrays, and none has an element: nothing is computed then.
+template<class A, class B>
+bool pair_IsEmpty(const A& a, const B& b) noexcept {
+    bool isEmpty = !pair_isNumber<A> || !pair_isNumber<B>;
+    if constexpr (!pair_isNumber<A>)
+        isEmpty = isEmpty && a.Count() == 0;
+    if constexpr (!pair_isNumber<B>)
+        isEmpty = isEmpty && b.Count() == 0;
+    return isEmpty;
+}
+
+/// The type that two operands meet in: the largest of the wanted one and theirs. Throws the errors
+/// of conv_Convert.
+inline dtyp_cDataType pair_Type(dtyp_cDataType a, dtyp_cDataType b, dtyp_cDataType wanted) {
+    const dtyp_cDataType type = algn_Target(a, b, wanted);
+    conv_Check(a, type, conv_RealPart);
+    conv_Check(b, type, conv_RealPart);
+    return type;
+}
+
+/// What two aligned arrays without elements are.
+enum pair_eNothing { pair_NothingIsFine, pair_NothingIsRefused };
+
+/// A value where `axes` say, with elements of `type` that are not set.
+inline pnum_cNumber pair_Unset(const pnum_cNumber&, dtyp_cDataType type, const algn_sAxes&) {
+    return pnum_cNumber(type);
+}
+template<class Array>
+Array pair_Unset(const Array& model, dtyp_cDataType type, const algn_sAxes& axes) {
+    return view_Shaped(model, type, axes.x, axes.y);
+}
+
+/// One operand of two, seen in `type`.
+template<class Operand>
+class pair_cSide {
+public:
+    pair_cSide(const Operand& array, dtyp_cDataType type, const algn_sAxes& axes) noexcept
+        : view_(algn_View(array, type, axes)) {}
+    blocks_cSource Source() const noexcept { return blocks_cSource(view_); }
+
+private:
+    view_cView view_;
+};
+template<>
+class pair_cSide<pnum_cNumber> {
+public:
+    pair_cSide(const pnum_cNumber& number, dtyp_cDataType type, const algn_sAxes&)
+        : converted_(conv_Convert(number, type)) {}
+    blocks_cSource Source() const noexcept { return blocks_cSource(converted_); }
+
+private:
+    pnum_cNumber converted_;
+};
+
+/// Where an operand lies; a number, at one point.
+inline algn_sAxes pair_Axes(const pnum_cNumber&) noexcept { return {{1, {}}, {1, {}}}; }
+template<class Array>
+algn_sAxes pair_Axes(const Array& array) noexcept {
+    return algn_Axes(array);
+}
+
+/// Two operands of one operation, as a loop reads them in their common type.
+template<class A, class B>
+class pair_cOperands {
+public:
+    /// Sees both where they lie.
+    pair_cOperands(const A& a, const B& b, dtyp_cDataType type)
+        : a_(a), b_(b), type_(type), axesA_(pair_Axes(a)), axesB_(pair_Axes(b)),
+          first_(a, type, axesA_), second_(b, type, axesB_),
+          isAligned_(!areArrays || algn_IsAligned(axesA_, axesB_)) {}
+    pair_cOperands(const pair_cOperands&) = delete;
+    pair_cOperands& operator=(const pair_cOperands&) = delete;
+
+    /// Whether elements of equal index belong together already.
+    bool IsAligned() const noexcept { return isAligned_; }
+    /// Brings two arrays to where they do. Throws the errors of algn_MatchDelta and
+    /// algn_MatchRange, the index error when nothing is left and that is refused, and the size
+    /// error when the two still differ in size.
+    void Align(pair_eNothing nothing) {
+        if (isAligned_)
+            return;
+        algn_MatchDelta(axesA_, axesB_);
+        algn_MatchRange(axesA_, axesB_);
+        if (nothing == pair_NothingIsRefused && algn_Count(axesA_) == 0)
+            arr_IndexError(0, 0);
+        algn_RequireSameSize(axesA_, axesB_);
+        first_ = pair_cSide<A>(a_, type_, axesA_);
+        second_ = pair_cSide<B>(b_, type_, axesB_);
+    }
+
+    /// Where the result lies.
+    const algn_sAxes& Axes() const noexcept { return pair_isNumber<A> ? axesB_ : axesA_; }
+    /// The number of elements of the result.
+    std::size_t Count() const noexcept { return algn_Count(Axes()); }
+    /// A result like `a` and `b` there, with elements of their type that are not set.
+    auto Unset() const { return pair_Unset(pair_Model(a_, b_), type_, Axes()); }
+    /// The first operand.
+    blocks_cSource First() const noexcept { return first_.Source(); }
+    /// The second operand.
+    blocks_cSource Second() const noexcept { return second_.Source(); }
+
+private:
+    static constexpr bool areArrays = !pair_isNumber<A> && !pair_isNumber<B>;
+
+    const A& a_;
+    const B& b_;
+    dtyp_cDataType type_;
+    algn_sAxes axesA_;
+    algn_sAxes axesB_;
+    pair_cSide<A> first_;
+    pair_cSide<B> second_;
+    bool isAligned_;
+};
+
+} // namespace dataprocessing::detail
