@@ -26,11 +26,6 @@ Matrix diagonal(double x, double y) { return {x, 0, 0, y}; }
 
 bool isTiny(double x) { return std::fabs(x) < std::numeric_limits<double>::min(); }
 
-void refuseIf(bool isRefused, int line) {
-    if (isRefused)
-        throw expt_cProgramException("Warp", line);
-}
-
 /// The smallest and the largest of the values of a function of the corners of `range`. A NaN among
 /// them is the smallest, so that it is not lost.
 template<class Value>
@@ -79,7 +74,8 @@ darr_c2DArray mapImage(const darr_c2DArray& image, const Matrix& matrix,
         return isWhole ? image : image.Selection(range, rnge_IndexNearest);
 
     const dtyp_cDataType type = dtyp_Max(image.DataType(), parr_c2DNumberArray::t2DValueArray);
-    refuseIf(!image.DataType().IsKnown(), 93);
+    if (!image.DataType().IsKnown())
+        throw expt_cProgramException("Warp", 93, "An image of an unknown element type has no map.");
     if (image.Count() == 0)
         return {0, 0, type, image.Cal()};
 
@@ -115,7 +111,9 @@ darr_c2DArray mapImage(const darr_c2DArray& image, const Matrix& matrix,
 } // namespace
 
 darr_c2DArray warp_Rescale(const darr_c2DArray& image, double deltaX, double deltaY) {
-    refuseIf(isTiny(deltaX) || isTiny(deltaY), 202);
+    if (isTiny(deltaX) || isTiny(deltaY))
+        throw expt_cProgramException("Warp", 202,
+                                     "An image cannot be rescaled to a delta of zero.");
     const double oldX = image.Cal().X().Delta();
     const double oldY = image.Cal().Y().Delta();
     if (deltaX == oldX && deltaY == oldY)
@@ -128,12 +126,15 @@ darr_c2DArray warp_Rescale(const darr_c2DArray& image, double deltaX, double del
 }
 
 darr_c2DArray warp_Resize(const darr_c2DArray& image, double factorX, double factorY) {
-    refuseIf(isTiny(factorX) || isTiny(factorY), 229);
+    if (isTiny(factorX) || isTiny(factorY))
+        throw expt_cProgramException("Warp", 229,
+                                     "An image cannot be resized by a factor of zero.");
     return mapImage(image, diagonal(factorX, factorY), rnge_c2DRange::Null);
 }
 
 darr_c2DArray warp_Shear(const darr_c2DArray& image, double shearAngle, double axisAngle) {
-    refuseIf(shearAngle == type_Pi / 2 || shearAngle == 3 * type_Pi / 2, 251);
+    if (shearAngle == type_Pi / 2 || shearAngle == 3 * type_Pi / 2)
+        throw expt_cProgramException("Warp", 251, "An image cannot be sheared by a right angle.");
     if (isTiny(shearAngle))
         return image;
     const Matrix shear{1, std::tan(shearAngle), 0, 1};

@@ -47,7 +47,7 @@ const tgio_cObjectType trns_cCoordTransformation::_ObjectType(obty_CoordTransfor
 trns_cCoordTransformation::trns_cCoordTransformation(double offset, double scale)
     : offset_(offset), scale_(scale) {
     if (std::fabs(scale) < type_MinValue)
-        throw expt_cProgramException("transfrm", 29);
+        throw expt_cProgramException("transfrm", 29, "A scale near zero cannot be inverted.");
 }
 
 trns_cCoordTransformation::trns_cCoordTransformation(const rnge_c1DRange& base,

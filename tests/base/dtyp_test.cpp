@@ -96,6 +96,16 @@ TEST(DataType, VisitOfAnUnknownCodeCallsNothing) {
                                 [](auto) { ADD_FAILURE() << "visited an unknown type"; }));
 }
 
+TEST(DataType, VisitOfAListServesThatAlone) {
+    for (int code = -1; code <= 11; ++code) {
+        int seen = 0;
+        const bool isServed = dtyp_VisitOf<float, ComplexDouble, unsigned char>(
+            dtyp_cDataType(code), [&]<class T>(dtyp_Tag<T>) { seen = dtyp_Of<T>().Code(); });
+        EXPECT_EQ(isServed, code == 1 || code == 7 || code == 10) << code;
+        EXPECT_EQ(seen, isServed ? code : 0) << code;
+    }
+}
+
 TEST(DataType, OnlyTheTenTypesAreElements) {
     EXPECT_FALSE(dtyp_Element<bool>);
     EXPECT_FALSE(dtyp_Element<char>);

@@ -9,6 +9,7 @@
 #include <memory>
 #include <new>
 #include <random>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -899,6 +900,21 @@ TEST(Allocation, ThatFailsWhileARefusalIsMadeLeavesOperandsUnchanged) {
         const FailingNew failing(allowed);
         EXPECT_ANY_THROW(a / zeros);
     }
+}
+
+TEST(Allocation, ThatFailsIsNoticedAfterAZeroDivisor) {
+    std::vector<float> elements(5000, 2.0F);
+    elements[4321] = 0;
+    const darr_c1DArray a(5000, pnum_cNumber(1.0F), {});
+    const darr_c1DArray divisor{std::span<const float>(elements)};
+    const darr_c1DArray away(divisor, cal_c1DArrayCal(100, 1, 0));
+    const LimitedNew limited(5000);
+    EXPECT_EQ(refusalOf([&] { a / divisor; }), "user binary1:553 Division by zero.");
+    EXPECT_EQ(refusalOf([&] { a / away; }), "user binary1:553 Division by zero.");
+    EXPECT_EQ(refusalOf([&] { 1 / divisor; }), "user binary1:475 Division by zero.");
+    EXPECT_EQ(refusalOf([&] { a / 0; }), "user binary1:514 Division by zero.");
+    EXPECT_THROW(a / a, std::bad_alloc);
+    EXPECT_THROW(a / 2, std::bad_alloc);
 }
 
 } // namespace

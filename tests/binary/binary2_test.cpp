@@ -402,13 +402,13 @@ TEST(Comparison, RefusesUnknownTypes) {
     }
 }
 
-TEST(Comparison, OfAnUnknownTypeIsRefusedWithoutAMessage) {
+TEST(Comparison, OfAnUnknownTypeSaysWhatIsRefused) {
     const pnum_cNumber unknown{dtyp_cDataType(11)};
     try {
         static_cast<void>(unknown == unknown);
         FAIL();
     } catch (const expt_cProgramException& refusal) {
-        EXPECT_STREQ(refusal.what(), "binary2:138");
+        EXPECT_STREQ(refusal.what(), "binary2:138: Elements of an unknown type are not compared.");
     }
 }
 

@@ -124,12 +124,13 @@ TEST(Logic, RefusesImagesOfDifferentRangeOrDelta) {
     }
 }
 
-TEST(Logic, OfDifferentMasksIsRefusedWithoutAMessage) {
+TEST(Logic, OfDifferentMasksSaysWhatIsRefused) {
     try {
         maskOf({1}) & maskOf({1, 1});
         FAIL();
     } catch (const expt_cProgramException& refusal) {
-        EXPECT_STREQ(refusal.what(), "binary3:58");
+        EXPECT_STREQ(refusal.what(),
+                     "binary3:58: The masks differ in range or delta, and are never aligned.");
     }
 }
 

@@ -7,15 +7,14 @@
 #include <cmath>
 #include <complex>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <string>
 #include <vector>
 
-#include "dataprocessing/base/expt.h"
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/pnum.h"
+#include "tests/support/refusal.h"
 
 namespace compare {
 
@@ -248,19 +247,6 @@ inline bool isSame(const Elements& a, const Elements& b) {
             return false;
     return true;
 }
-
-/// "unit:line" of the program exception that the call throws, "none" when it throws nothing.
-inline std::string refusalOf(const std::function<void()>& call) {
-    try {
-        call();
-    } catch (const expt_cProgramException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line());
-    }
-    return "none";
-}
-
-inline const std::string indexRefusal = "arr:1";
-inline const std::string sizeRefusal = "arr:2";
 
 /// Sizes around those of registers and blocks.
 inline constexpr int tellingSizes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 63, 64, 65, 4095, 4096, 4097};

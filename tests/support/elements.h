@@ -13,7 +13,7 @@
 
 #include "dataprocessing/base/comp.h"
 #include "dataprocessing/base/dtyp.h"
-#include "dataprocessing/base/expt.h"
+#include "tests/support/refusal.h"
 
 using ComplexFloat = comp_cComplex<float>;
 using ComplexDouble = comp_cComplex<double>;
@@ -76,31 +76,3 @@ std::vector<T> countedElements(int count) {
         elements.push_back(elementOf<T>(i % 120 + 1, -(i % 120 + 1)));
     return elements;
 }
-
-/// "unit:line" of the program exception that the call throws, "none" when it throws nothing.
-template<class Call>
-std::string refusalOf(Call call) {
-    try {
-        call();
-    } catch (const expt_cProgramException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line());
-    }
-    return "none";
-}
-
-/// "unit:line: message" of a user's exception that the call throws, "other" for others.
-template<class Call>
-std::string userRefusalOf(Call call) {
-    try {
-        call();
-    } catch (const expt_cUserException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line()) +
-               ": " + refusal.Message().Text();
-    } catch (const std::exception&) {
-        return "other";
-    }
-    return "none";
-}
-
-inline const std::string indexRefusal = "arr:1";
-inline const std::string sizeRefusal = "arr:2";

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "dataprocessing/base/expt.h"
 #include "dataprocessing/operand/scan_source.h"
+#include "tests/support/refusal.h"
 
 namespace {
 
@@ -36,19 +36,6 @@ bool scanned(int kind, const Operand& operand) {
     default:
         return scan_IsAbsLargerThanUnity(operand);
     }
-}
-
-/// "unit:line" of what the call throws, with the message where there is one; "" for nothing.
-template<class Call>
-std::string refusalOf(Call call) {
-    try {
-        call();
-    } catch (const expt_cUserException& refusal) {
-        return std::string("user ") + refusal.what();
-    } catch (const expt_cProgramException& refusal) {
-        return refusal.what();
-    }
-    return "";
 }
 
 struct RealCase {

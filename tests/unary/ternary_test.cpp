@@ -342,7 +342,7 @@ TEST(Selection, RefusesUnknownTypes) {
         tnry_Ternary(true, unknown, unknown);
         FAIL();
     } catch (const expt_cProgramException& refusal) {
-        EXPECT_STREQ(refusal.what(), "ternary:114");
+        EXPECT_STREQ(refusal.what(), "ternary:114: Elements of an unknown type are not chosen.");
     }
 }
 
