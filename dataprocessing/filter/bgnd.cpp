@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "dataprocessing/base/expt.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
 namespace dataprocessing::detail {

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "dataprocessing/filter/smth_strip.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 
 #define LEVEL_KERNELS "dataprocessing/filter/smth_kernels.inc"
 #include "dataprocessing/platform/level_each.h"

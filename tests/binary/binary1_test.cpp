@@ -502,11 +502,11 @@ TEST(NumberWithInt32Array, LosesTheLowBitsOfTheNumberInWholeChunksOnly) {
         EXPECT_EQ(sum.value.elements[1].re, 16777217);
         EXPECT_EQ(sum.value.elements[2].re, 16777218);
     }
-    // 2147483647 is passed as 2147483648 and wraps.
-    const Outcome wrapped =
+    // 2147483647 is 2147483648 in single precision, and is clipped.
+    const Outcome clipped =
         oracle::operateWithLibrary(0, array(6, {0, 0, 0}), number(6, 2147483647));
-    EXPECT_EQ(wrapped.value.elements[1].re, -2147483648.0);
-    EXPECT_EQ(wrapped.value.elements[2].re, 2147483647);
+    EXPECT_EQ(clipped.value.elements[1].re, 2147483647);
+    EXPECT_EQ(clipped.value.elements[2].re, 2147483647);
 }
 
 TEST(EmptyOperands, GiveACopyOfTheArrayWithItsOwnType) {
