@@ -10,7 +10,7 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/fourier/regs_correlation.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
 namespace dataprocessing::detail {
