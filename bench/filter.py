@@ -23,7 +23,7 @@ except ImportError:
 def spectrum(count):
     i = np.arange(count)
     t = (i % 300 - 150.0) / 12
-    return np.floor(400 * np.exp(-t * t) + 50 * real(count, 1).astype(np.float64))
+    return 400 * np.exp(-t * t) + 50 * real(count, 1).astype(np.float64)
 
 
 def peaks(array, **options):

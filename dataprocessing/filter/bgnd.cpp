@@ -13,7 +13,7 @@ namespace dataprocessing::detail {
 
 namespace {
 
-double countScale(double y) { return std::log1p(std::log1p(std::sqrt(y + 1))); }
+double countScale(double y) { return std::log(std::log(std::sqrt(y + 1) + 1) + 1); }
 
 double scaled(double y, bgnd_eScale scale) {
     if (scale == bgnd_Values)
@@ -24,7 +24,7 @@ double scaled(double y, bgnd_eScale scale) {
 double unscaled(double v, bgnd_eScale scale) {
     if (scale == bgnd_Values)
         return v;
-    const double root = std::expm1(std::expm1(std::fabs(v) + countScale(0)));
+    const double root = std::exp(std::exp(std::fabs(v) + countScale(0)) - 1) - 1;
     return std::copysign((root - 1) * (root + 1), v);
 }
 

@@ -191,6 +191,10 @@ private:
                 highest.emplace_back(value, shift);
                 std::push_heap(highest.begin(), highest.end(), isLower);
             }
+        std::sort_heap(highest.begin(), highest.end(), isLower);
+        // What is far below the highest one is not worth a comparison; there is always a second.
+        while (highest.size() > 2 && highest.back().first < 0.5F * highest.front().first)
+            highest.pop_back();
         return highest;
     }
 
