@@ -4,6 +4,7 @@
 /// The umbrella header: everything that a user of DataProcessing calls.
 
 #include "dataprocessing/algebra/eqns.h"
+#include "dataprocessing/algebra/nlsq.h"
 #include "dataprocessing/algebra/rcps.h"
 #include "dataprocessing/algebra/rcps_exception.h"
 #include "dataprocessing/algebra/rcps_storage.h"

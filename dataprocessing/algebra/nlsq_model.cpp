@@ -1,0 +1,120 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <utility>
+
+#include "dataprocessing/algebra/nlsq.h"
+
+namespace {
+
+void refuseIf(bool isRefused, int line, const char* text) {
+    if (isRefused)
+        throw expt_cProgramException("nlsq", line, text);
+}
+
+/// How far a parameter is moved for a central difference: the cube root of epsilon makes what is
+/// lost in rounding and what the next term of the series adds about equal.
+double differenceStep(double parameter) {
+    constexpr double part = 6e-6;
+    return part * (parameter == 0 ? 1 : std::fabs(parameter));
+}
+
+} // namespace
+
+nlsq_cModel::~nlsq_cModel() = default;
+
+nlsq_cFunctionModel::nlsq_cFunctionModel(Function function) : function_(std::move(function)) {
+    refuseIf(!function_, 1, "A model needs a function.");
+}
+
+nlsq_cFunctionModel::nlsq_cFunctionModel(Function function, Gradient gradient)
+    : function_(std::move(function)), gradient_(std::move(gradient)) {
+    refuseIf(!function_ || !gradient_, 1, "A model needs a function.");
+}
+
+nlsq_cFunctionModel::~nlsq_cFunctionModel() = default;
+
+void nlsq_cFunctionModel::Evaluate(std::span<const double> x, std::span<const double> p,
+                                   std::span<double> values, std::span<double> derivatives) const {
+    for (std::size_t i = 0; i < x.size(); ++i)
+        values[i] = function_(x[i], p);
+    if (derivatives.empty())
+        return;
+    if (gradient_) {
+        std::vector<double> row(p.size());
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            gradient_(x[i], p, row);
+            for (std::size_t j = 0; j < p.size(); ++j)
+                derivatives[j * x.size() + i] = row[j];
+        }
+        return;
+    }
+    std::vector<double> moved(p.begin(), p.end());
+    for (std::size_t j = 0; j < p.size(); ++j) {
+        const double step = differenceStep(p[j]);
+        const double above = p[j] + step;
+        const double below = p[j] - step;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            moved[j] = above;
+            const double value = function_(x[i], moved);
+            moved[j] = below;
+            derivatives[j * x.size() + i] = (value - function_(x[i], moved)) / (above - below);
+        }
+        moved[j] = p[j];
+    }
+}
+
+nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model, std::span<const double> x,
+                                            std::span<const double> p) {
+    refuseIf(x.empty(), 3, "There are no points.");
+    const std::size_t count = p.size();
+    std::vector<double> moved(p.begin(), p.end());
+    std::vector<double> derivatives(count * nlsq_blockSize);
+    std::array<double, nlsq_blockSize> values{};
+    std::array<double, nlsq_blockSize> others{};
+    struct sColumn {
+        double largest = 0;
+        double difference = 0;
+        double position = 0;
+    };
+    std::vector<sColumn> columns(count);
+
+    for (std::size_t first = 0; first < x.size(); first += nlsq_blockSize) {
+        const std::span<const double> block =
+            x.subspan(first, std::min(nlsq_blockSize, x.size() - first));
+        const std::size_t rows = block.size();
+        model.Evaluate(block, p, std::span(values).first(rows),
+                       std::span(derivatives).first(count * rows));
+        for (std::size_t j = 0; j < count; ++j) {
+            const double step = differenceStep(p[j]);
+            moved[j] = p[j] + step;
+            const double above = moved[j];
+            model.Evaluate(block, moved, std::span(values).first(rows), {});
+            moved[j] = p[j] - step;
+            model.Evaluate(block, moved, std::span(others).first(rows), {});
+            for (std::size_t i = 0; i < rows; ++i) {
+                const double expected = (values[i] - others[i]) / (above - moved[j]);
+                const double difference = std::fabs(derivatives[j * rows + i] - expected);
+                sColumn& column = columns[j];
+                column.largest = std::max(column.largest, std::fabs(expected));
+                // Once NaN, always.
+                if (!(difference <= column.difference) && column.difference == column.difference) {
+                    column.difference = difference;
+                    column.position = block[i];
+                }
+            }
+            moved[j] = p[j];
+        }
+    }
+
+    nlsq_sDerivativeCheck worst;
+    for (std::size_t j = 0; j < count; ++j) {
+        const sColumn& column = columns[j];
+        const double difference = column.difference == 0 ? 0 : column.difference / column.largest;
+        if (!(difference <= worst.difference))
+            worst = {difference, static_cast<int>(j), column.position};
+        if (std::isnan(worst.difference))
+            break;
+    }
+    return worst;
+}

@@ -1,0 +1,236 @@
+#include "dataprocessing/algebra/nlsq_steps.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace dataprocessing::detail {
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// Below this part of chi-squared its decrease is lost in rounding, and the gradient tells whether
+/// a step was good.
+constexpr double lostDecrease = 1e-12;
+
+void refuseIf(bool isRefused, int line, const char* text) {
+    if (isRefused)
+        throw expt_cProgramException("nlsq", line, text);
+}
+
+double dot(std::span<const double> a, std::span<const double> b) {
+    double sum = 0;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        sum += a[i] * b[i];
+    return sum;
+}
+
+/// One fit on its way.
+class cFit {
+public:
+    cFit(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
+         const nlsq_sControl& control)
+        : equations_(equations), parameters_(parameters), control_(control),
+          q_(parameters.Start().begin(), parameters.Start().end()), tried_(q_.size()),
+          step_(q_.size()), scale_(q_.size()), isHeld_(q_.size()), all_(parameters.All()) {}
+
+    void Run() {
+        result_.chiSquared = equations_.Try(q_);
+        ++result_.evaluations;
+        if (!std::isfinite(result_.chiSquared)) {
+            result_.end = nlsq_NoValue;
+            return;
+        }
+        equations_.Accept();
+        LookAround();
+        // A first step that is much longer than the parameters are leads anywhere.
+        longest_ = Length(q_) > 0 ? Length(q_) : infinity;
+        while (!IsOver()) {
+        }
+    }
+
+    std::span<const double> Variables() const noexcept { return q_; }
+    std::span<const char> Held() const noexcept { return isHeld_; }
+    nlsq_sResult& Result() noexcept { return result_; }
+
+private:
+    /// One attempt at a step. Answers true when the fit has ended.
+    bool IsOver() {
+        if (result_.gradient <= control_.gradientTolerance)
+            return End(nlsq_GradientSmall);
+        if (control_.stop.stop_requested())
+            return End(nlsq_Stopped);
+        if (result_.evaluations >= control_.mostEvaluations)
+            return End(nlsq_MostEvaluations);
+
+        if (!equations_.Solve(damping_.Value(), scale_, isHeld_, step_))
+            return Reject(infinity);
+        if (Length(step_) > longest_)
+            return Reject(infinity);
+        Walk();
+        const double promised = 2 * dot(equations_.Gradient(), step_) - equations_.Curvature(step_);
+        const double length = Length(step_) / std::max(Length(tried_), Length(q_));
+        if (!(length > 0))
+            return End(nlsq_StepSmall);
+
+        const double chiSquared = equations_.Try(tried_);
+        ++result_.evaluations;
+        const double decrease = result_.chiSquared - chiSquared;
+        const bool isLost = std::fabs(promised) <= lostDecrease * result_.chiSquared;
+        const bool isBetter =
+            isLost ? std::fabs(decrease) <= 2 * lostDecrease * result_.chiSquared &&
+                         Slope(equations_.TriedGradient()) < Slope(equations_.Gradient())
+                   : decrease > 0;
+        if (!isBetter)
+            return isLost ? End(nlsq_DecreaseSmall) : Reject(length);
+
+        damping_.Accept(isLost || !(promised > 0) ? 1 : decrease / promised);
+        longest_ *= 4;
+        equations_.Accept();
+        std::swap(q_, tried_);
+        result_.step = length;
+        result_.decrease = result_.chiSquared > 0 ? promised / result_.chiSquared : 0;
+        result_.chiSquared = chiSquared;
+        ++result_.iterations;
+        LookAround();
+        if (!IsToGoOn())
+            return End(nlsq_StoppedByObserver);
+        if (promised <= control_.decreaseTolerance * chiSquared)
+            return End(nlsq_DecreaseSmall);
+        return length <= control_.stepTolerance && End(nlsq_StepSmall);
+    }
+
+    /// What a bound holds, the units of the step, and how steep it still is.
+    void LookAround() {
+        const std::span<const double> gradient = equations_.Gradient();
+        const std::span<const double> norms = equations_.Norms();
+        for (std::size_t j = 0; j < q_.size(); ++j) {
+            isHeld_[j] = static_cast<char>((q_[j] <= parameters_.Lower()[j] && gradient[j] <= 0) ||
+                                           (q_[j] >= parameters_.Upper()[j] && gradient[j] >= 0));
+            scale_[j] = std::max(scale_[j], norms[j]);
+        }
+        result_.gradient = 0;
+        const double length = std::sqrt(result_.chiSquared);
+        for (std::size_t j = 0; j < q_.size(); ++j)
+            if (!isHeld_[j] && norms[j] > 0 && length > 0)
+                result_.gradient =
+                    std::max(result_.gradient, std::fabs(gradient[j]) / norms[j] / length);
+    }
+
+    /// Where the step leads, between the bounds.
+    void Walk() {
+        for (std::size_t j = 0; j < q_.size(); ++j) {
+            tried_[j] =
+                std::clamp(q_[j] + step_[j], parameters_.Lower()[j], parameters_.Upper()[j]);
+            step_[j] = tried_[j] - q_[j];
+        }
+    }
+
+    double Length(std::span<const double> q) const {
+        double sum = 0;
+        for (std::size_t j = 0; j < q.size(); ++j)
+            sum += q[j] * scale_[j] * (q[j] * scale_[j]);
+        return std::sqrt(sum);
+    }
+
+    double Slope(std::span<const double> gradient) const {
+        double largest = 0;
+        for (std::size_t j = 0; j < gradient.size(); ++j)
+            if (!isHeld_[j] && scale_[j] > 0)
+                largest = std::max(largest, std::fabs(gradient[j]) / scale_[j]);
+        return largest;
+    }
+
+    bool Reject(double length) {
+        if (length <= control_.stepTolerance)
+            return End(nlsq_StepSmall);
+        damping_.Reject();
+        constexpr double mostDamping = 1e200;
+        return !(damping_.Value() < mostDamping) && End(nlsq_NoDecrease);
+    }
+
+    bool IsToGoOn() {
+        if (!control_.observer)
+            return true;
+        parameters_.Expand(q_, all_);
+        return control_.observer({result_.iterations, result_.evaluations, result_.chiSquared,
+                                  damping_.Value(), all_}) == nlsq_Continue;
+    }
+
+    bool End(nlsq_eEnd end) {
+        result_.end = end;
+        return true;
+    }
+
+    nlsq_cEquations& equations_;
+    const nlsq_cParameters& parameters_;
+    const nlsq_sControl& control_;
+    nlsq_cDamping damping_;
+    std::vector<double> q_;
+    std::vector<double> tried_;
+    std::vector<double> step_;
+    std::vector<double> scale_;
+    std::vector<char> isHeld_;
+    std::vector<double> all_;
+    double longest_ = 0;
+    nlsq_sResult result_;
+};
+
+} // namespace
+
+void nlsq_CheckControl(const nlsq_sControl& control) {
+    const bool isUsable = control.gradientTolerance >= 0 && control.stepTolerance >= 0 &&
+                          control.decreaseTolerance >= 0 && control.mostEvaluations > 0;
+    refuseIf(!isUsable, 12, "A tolerance is negative, or no evaluation is allowed.");
+}
+
+void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
+                   std::span<const double> q, std::span<const char> isHeld, std::size_t points,
+                   bool isScaled, nlsq_sResult& result) {
+    const std::size_t all = parameters.All();
+    const std::size_t varying = parameters.Varying();
+    result.parameters.resize(all);
+    parameters.Expand(q, result.parameters);
+    result.standardErrors.assign(all, 0);
+    result.covariance.assign(all * all, 0);
+    if (result.end == nlsq_NoValue)
+        return;
+
+    const nlsq_sCovariance inverse = equations.Covariance(isHeld);
+    result.rank = inverse.rank;
+    result.free = static_cast<int>(
+        varying - static_cast<std::size_t>(std::count(isHeld.begin(), isHeld.end(), char{1})));
+    result.degreesOfFreedom = std::max(0, static_cast<int>(points) - result.rank);
+    for (std::size_t j = 0; j < varying; ++j)
+        if (isHeld[j])
+            result.atBound.push_back(static_cast<int>(parameters.ParameterOf(j)));
+
+    const double factor = isScaled ? result.ReducedChiSquared() : 1;
+    for (std::size_t i = 0; i < all; ++i) {
+        const nlsq_cParameters::sLink& a = parameters.LinkOf(i);
+        if (a.variable == nlsq_cParameters::none)
+            continue;
+        if (inverse.isIncomplete[a.variable])
+            result.undetermined.push_back(static_cast<int>(i));
+        for (std::size_t j = 0; j < all; ++j) {
+            const nlsq_cParameters::sLink& b = parameters.LinkOf(j);
+            if (b.variable != nlsq_cParameters::none)
+                result.covariance[i * all + j] =
+                    factor *
+                    (a.factor * b.factor * inverse.matrix[a.variable * varying + b.variable]);
+        }
+        result.standardErrors[i] = std::sqrt(result.covariance[i * all + i]);
+    }
+}
+
+nlsq_sResult nlsq_Minimise(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
+                           const nlsq_sControl& control, std::size_t points, bool isScaled) {
+    cFit fit(equations, parameters, control);
+    fit.Run();
+    nlsq_Conclude(equations, parameters, fit.Variables(), fit.Held(), points, isScaled,
+                  fit.Result());
+    return fit.Result();
+}
+
+} // namespace dataprocessing::detail

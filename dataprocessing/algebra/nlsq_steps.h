@@ -1,0 +1,80 @@
+#pragma once
+
+/// @file
+/// The steps of a nonlinear fit, whatever its equations are made of.
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include "dataprocessing/algebra/nlsq.h"
+#include "dataprocessing/algebra/nlsq_covariance.h"
+#include "dataprocessing/algebra/nlsq_parameters.h"
+
+namespace dataprocessing::detail {
+
+/// The damping of the steps of one fit: it follows how well the promise of each was kept.
+class nlsq_cDamping {
+public:
+    /// The factor of D^2.
+    double Value() const noexcept { return value_; }
+    /// A step was taken that lowered chi-squared by `ratio` of what it promised.
+    void Accept(double ratio) noexcept {
+        const double t = 2 * ratio - 1;
+        const double factor = 1 - t * t * t;
+        value_ *= factor > 1.0 / 3 ? factor : 1.0 / 3;
+        growth_ = 2;
+    }
+    /// A step was of no use.
+    void Reject() noexcept {
+        value_ *= growth_;
+        growth_ *= 2;
+    }
+
+private:
+    double value_ = 1e-3;
+    double growth_ = 2;
+};
+
+/// The equations of a fit: chi-squared F(q) and its quadratic model at two places, where the fit
+/// stands and where it tries to go.
+class nlsq_cEquations {
+public:
+    virtual ~nlsq_cEquations() = default;
+
+    /// Goes to `q` to try it; returns F there, or infinity where it has no value.
+    virtual double Try(std::span<const double> q) = 0;
+    /// Stands where it tried.
+    virtual void Accept() noexcept = 0;
+
+    /// J'W(y - f), minus half of the gradient of F, where it stands.
+    virtual std::span<const double> Gradient() const noexcept = 0;
+    /// The same where it tried.
+    virtual std::span<const double> TriedGradient() const noexcept = 0;
+    /// The norms of the columns of W^1/2 J where it stands.
+    virtual std::span<const double> Norms() const noexcept = 0;
+    /// Sets `step` to the solution h of (J'WJ + damping diag(scale)^2) h = J'W(y - f) where it
+    /// stands, for the variables that are not held; 0 for those. Answers false when that has no
+    /// solution.
+    virtual bool Solve(double damping, std::span<const double> scale, std::span<const char> isHeld,
+                       std::span<double> step) = 0;
+    /// h'J'WJh where it stands.
+    virtual double Curvature(std::span<const double> step) const noexcept = 0;
+    /// The inverse of J'WJ where it stands, among those that are not held.
+    virtual nlsq_sCovariance Covariance(std::span<const char> isHeld) = 0;
+};
+
+/// Takes the equations to where chi-squared is smallest, and makes the result of it. `points` take
+/// part; the covariance is multiplied by the reduced chi-squared when `isScaled`.
+nlsq_sResult nlsq_Minimise(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
+                           const nlsq_sControl& control, std::size_t points, bool isScaled);
+
+/// Fills in what a result tells of a fit that ended at `q`.
+void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
+                   std::span<const double> q, std::span<const char> isHeld, std::size_t points,
+                   bool isScaled, nlsq_sResult& result);
+
+/// Refuses tolerances that mean nothing.
+void nlsq_CheckControl(const nlsq_sControl& control);
+
+} // namespace dataprocessing::detail
