@@ -29,6 +29,7 @@
 #include "dataprocessing/fitting/dasl.h"
 #include "dataprocessing/fitting/ftfn.h"
 #include "dataprocessing/fitting/gsft.h"
+#include "dataprocessing/fitting/pkmd.h"
 #include "dataprocessing/fitting/plft.h"
 #include "dataprocessing/fitting/pwft.h"
 #include "dataprocessing/fourier/four.h"

@@ -1,0 +1,467 @@
+#include "dataprocessing/fitting/pkmd.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iomanip>
+#include <locale>
+#include <ostream>
+#include <sstream>
+#include <utility>
+
+#include "dataprocessing/fitting/pkmd_equations.h"
+#include "dataprocessing/valuemodel/conv.h"
+
+using namespace dataprocessing::detail;
+
+namespace {
+
+void refuseIf(bool isRefused, int line, const char* text) {
+    if (isRefused)
+        throw expt_cProgramException("pkmd", line, text);
+}
+
+bool areFinite(std::span<const double> values) {
+    return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+}
+
+std::size_t at(int parameter) { return static_cast<std::size_t>(parameter); }
+
+std::size_t wholeVectors(std::size_t count) {
+    return (count + pkmd_lanes - 1) / pkmd_lanes * pkmd_lanes;
+}
+
+const char* extraName(pkmd_eShape shape) {
+    switch (shape) {
+    case pkmd_PseudoVoigt:
+        return "mixing";
+    case pkmd_Voigt:
+        return "Lorentzian width";
+    default:
+        return "tail";
+    }
+}
+
+bool isAllowed(pkmd_eShape shape, double extra) {
+    return !(shape == pkmd_Voigt && extra < 0) && !(shape == pkmd_TailedGaussian && extra == 0);
+}
+
+} // namespace
+
+pkmd_cModel::pkmd_cModel() = default;
+pkmd_cModel::~pkmd_cModel() = default;
+pkmd_cModel::pkmd_cModel(const pkmd_cModel&) = default;
+pkmd_cModel& pkmd_cModel::operator=(const pkmd_cModel&) = default;
+
+int pkmd_cModel::Add(std::span<const double> starts) {
+    const int first = ParameterCount();
+    starts_.reserve(starts_.size() + starts.size());
+    kinds_.resize(kinds_.size() + starts.size());
+    starts_.insert(starts_.end(), starts.begin(), starts.end());
+    return first;
+}
+
+int pkmd_cModel::AddPeak(pkmd_eShape shape, double position, double height, double width,
+                         double extra) {
+    const std::array starts{position, height, width, extra};
+    const std::size_t many = pkmd_Columns(shape);
+    refuseIf(!areFinite(starts) || !(width > 0) || !isAllowed(shape, extra), 1,
+             "A start, reference or scale has no meaning.");
+    peaks_.reserve(peaks_.size() + 1);
+    peaks_.push_back({shape, Add(std::span(starts).first(many)), false});
+    return PeakCount() - 1;
+}
+
+const pkmd_cModel::sPeak& pkmd_cModel::PeakAt(int peak) const {
+    refuseIf(peak < 0 || peak >= PeakCount(), 2, "There is no such peak or parameter.");
+    return peaks_[at(peak)];
+}
+
+int pkmd_cModel::Position(int peak) const { return PeakAt(peak).first; }
+int pkmd_cModel::Height(int peak) const { return PeakAt(peak).first + 1; }
+int pkmd_cModel::Width(int peak) const { return PeakAt(peak).first + 2; }
+
+int pkmd_cModel::Extra(int peak) const {
+    const sPeak& found = PeakAt(peak);
+    refuseIf(pkmd_Columns(found.shape) < 4, 2, "There is no such peak or parameter.");
+    return found.first + 3;
+}
+
+int pkmd_cModel::Add(sBackground background, std::span<const double> starts) {
+    const std::array settings{background.reference, background.scale};
+    refuseIf(starts.empty() || !areFinite(starts) || !areFinite(settings) ||
+                 background.scale == 0 || !areFinite(background.curve),
+             1, "A start, reference or scale has no meaning.");
+    backgrounds_.reserve(backgrounds_.size() + 1);
+    background.first = Add(starts);
+    background.count = static_cast<int>(starts.size());
+    backgrounds_.push_back(std::move(background));
+    return backgrounds_.back().first;
+}
+
+int pkmd_cModel::AddPolynomial(const std::vector<double>& start, double reference, double scale) {
+    return Add({Polynomial, 0, 0, reference, scale, {}}, start);
+}
+
+int pkmd_cModel::AddPowerLaw(double amplitude, double exponent, double reference) {
+    refuseIf(!(reference > 0), 1, "A start, reference or scale has no meaning.");
+    return Add({PowerLaw, 0, 0, reference, 1, {}}, std::array{amplitude, exponent});
+}
+
+int pkmd_cModel::AddExponential(double amplitude, double rate, double reference) {
+    return Add({Exponential, 0, 0, reference, 1, {}}, std::array{amplitude, rate});
+}
+
+int pkmd_cModel::AddCurve(const darr_c1DArray& curve, double factor) {
+    refuseIf(curve.DataType().Code() >= dtyp_ComplexFloat, 1,
+             "A start, reference or scale has no meaning.");
+    const darr_c1DArray values = conv_Convert(curve, dtyp_Double);
+    const std::span<const double> elements = values.Elements<double>();
+    return Add({Curve, 0, 0, 0, 1, {elements.begin(), elements.end()}}, std::array{factor});
+}
+
+int pkmd_cModel::SetWidthLaw(double width, double slope, double reference) {
+    const std::array starts{width, slope};
+    refuseIf(law_.first >= 0 || !areFinite(starts) || !std::isfinite(reference) || !(width > 0), 1,
+             "A start, reference or scale has no meaning.");
+    law_ = {Add(starts), reference};
+    for (sPeak& peak : peaks_) {
+        peak.hasLaw = true;
+        kinds_[at(peak.first) + 2] = nlsq_sParameter::Fixed();
+    }
+    return law_.first;
+}
+
+std::string pkmd_cModel::Name(int parameter) const {
+    refuseIf(parameter < 0 || parameter >= ParameterCount(), 2,
+             "There is no such peak or parameter.");
+    if (law_.first >= 0 && parameter - law_.first >= 0 && parameter - law_.first < 2)
+        return parameter == law_.first ? "width of the law" : "slope of the law";
+    for (std::size_t k = 0; k < peaks_.size(); ++k) {
+        const int which = parameter - peaks_[k].first;
+        if (which < 0 || which >= static_cast<int>(pkmd_Columns(peaks_[k].shape)))
+            continue;
+        const std::array names{"position", "height", "width", extraName(peaks_[k].shape)};
+        return std::string(names[at(which)]) + " of peak " + std::to_string(k);
+    }
+    for (const sBackground& background : backgrounds_) {
+        const int which = parameter - background.first;
+        if (which < 0 || which >= background.count)
+            continue;
+        switch (background.kind) {
+        case Polynomial:
+            return "coefficient " + std::to_string(which);
+        case PowerLaw:
+            return which == 0 ? "amplitude of the power law" : "exponent of the power law";
+        case Exponential:
+            return which == 0 ? "amplitude of the exponential" : "rate of the exponential";
+        case Curve:
+            break;
+        }
+    }
+    return "factor of the curve";
+}
+
+nlsq_sParameter& pkmd_cModel::KindAt(int parameter) {
+    refuseIf(parameter < 0 || parameter >= ParameterCount(), 2,
+             "There is no such peak or parameter.");
+    for (const sPeak& peak : peaks_)
+        refuseIf(peak.hasLaw && parameter == peak.first + 2, 3, "The width follows a law.");
+    return kinds_[at(parameter)];
+}
+
+void pkmd_cModel::SetStart(int parameter, double start) {
+    refuseIf(parameter < 0 || parameter >= ParameterCount(), 2,
+             "There is no such peak or parameter.");
+    refuseIf(!std::isfinite(start), 1, "A start, reference or scale has no meaning.");
+    starts_[at(parameter)] = start;
+}
+
+void pkmd_cModel::SetStarts(std::span<const double> starts) {
+    refuseIf(starts.size() != starts_.size(), 2, "There is no such peak or parameter.");
+    refuseIf(!areFinite(starts), 1, "A start, reference or scale has no meaning.");
+    std::copy(starts.begin(), starts.end(), starts_.begin());
+}
+
+void pkmd_cModel::Free(int parameter) { KindAt(parameter) = nlsq_sParameter::Free(); }
+void pkmd_cModel::Fix(int parameter) { KindAt(parameter) = nlsq_sParameter::Fixed(); }
+
+void pkmd_cModel::Bound(int parameter, double lower, double upper) {
+    KindAt(parameter) = nlsq_sParameter::Bounded(lower, upper);
+}
+
+void pkmd_cModel::Tie(int parameter, int to, double factor, double offset) {
+    KindAt(to);
+    KindAt(parameter) = nlsq_sParameter::Tied(to, factor, offset);
+}
+
+void pkmd_cModel::Values(std::span<const double> p, std::span<const double> x, std::span<double> y,
+                         pkmd_eParts parts) const {
+    refuseIf(x.size() != y.size(), 4, "There are not as many values as positions.");
+    refuseIf(p.size() != starts_.size(), 2, "There is no such peak or parameter.");
+    std::vector<double> all(p.begin(), p.end());
+    pkmd_ApplyWidthLaw(*this, all);
+    std::vector<double> positions(wholeVectors(x.size()));
+    std::copy(x.begin(), x.end(), positions.begin());
+    std::vector<double> curve(positions.size());
+
+    for (const sBackground& background : backgrounds_) {
+        const std::span<const double> c = std::span(all).subspan(at(background.first));
+        for (std::size_t i = 0; i < x.size(); ++i)
+            switch (background.kind) {
+            case Polynomial: {
+                double sum = 0;
+                for (std::size_t k = at(background.count); k-- > 0;)
+                    sum = sum * ((x[i] - background.reference) / background.scale) + c[k];
+                curve[i] += sum;
+                break;
+            }
+            case PowerLaw:
+                curve[i] += c[0] * std::pow(x[i] / background.reference, c[1]);
+                break;
+            case Exponential:
+                curve[i] += c[0] * std::exp(c[1] * (x[i] - background.reference));
+                break;
+            case Curve:
+                break;
+            }
+    }
+    if (parts == pkmd_Everything) {
+        std::vector<double> columns(pkmd_mostColumns * positions.size());
+        for (const sPeak& peak : peaks_) {
+            const std::size_t first = at(peak.first);
+            pkmd_sPeakValues values{all[first],       all[first + 1],   all[first + 2], 0,
+                                    positions.data(), positions.size(), curve.data(),   {}};
+            if (pkmd_Columns(peak.shape) > 3)
+                values.extra = all[first + 3];
+            for (std::size_t k = 0; k < pkmd_mostColumns; ++k)
+                values.columns[k] = columns.data() + k * positions.size();
+            pkmd_AddPeak(peak.shape, values);
+        }
+    }
+    std::copy_n(curve.begin(), y.size(), y.begin());
+}
+
+namespace {
+
+void check(const pkmd_cModel& model, int count, const pkmd_sOptions& options) {
+    const std::vector<double>& weights = options.weights;
+    refuseIf(!weights.empty() &&
+                 (weights.size() != at(count) || options.objective == nlsq_PoissonLikelihood ||
+                  !areFinite(weights) ||
+                  std::any_of(weights.begin(), weights.end(), [](double w) { return w < 0; })),
+             6, "The weights are too few or many, negative, not finite, or not called for.");
+    refuseIf(!(options.windows > 0), 8, "Windows have to be positive.");
+    for (const pkmd_cModel::sBackground& background : model.Backgrounds())
+        refuseIf(background.kind == pkmd_cModel::Curve && background.curve.size() != at(count), 10,
+                 "A curve has not as many channels as the spectrum.");
+    nlsq_CheckControl(options.control);
+}
+
+pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& options) {
+    const darr_c1DArray converted = conv_Convert(spectrum, dtyp_Double);
+    const std::span<const double> elements = converted.Elements<double>();
+    const cal_c1DArrayCal& cal = spectrum.Cal();
+    const auto isInRange = [&](std::size_t i) {
+        const double x = cal.Position(static_cast<long long>(i));
+        return x >= options.from && x <= options.to;
+    };
+    std::size_t first = 0;
+    std::size_t last = elements.size();
+    while (first < last && !isInRange(first))
+        ++first;
+    while (last > first && !isInRange(last - 1))
+        --last;
+
+    pkmd_sChannels channels;
+    const std::size_t count = wholeVectors(last - first);
+    channels.x.resize(count);
+    channels.y.resize(count);
+    channels.weights.resize(count);
+    channels.first = first;
+    channels.delta = cal.Delta();
+    for (std::size_t i = 0; i < count; ++i) {
+        channels.x[i] = cal.Position(static_cast<long long>(first + std::min(i, last - first - 1)));
+        const double y = first + i < last ? elements[first + i] : std::nan("");
+        if (!std::isfinite(y))
+            continue;
+        refuseIf(options.objective == nlsq_PoissonLikelihood && y < 0, 7, "A count is negative.");
+        const double weight = options.objective == nlsq_PoissonLikelihood ? 1
+                              : options.weights.empty()                   ? 1 / std::max(y, 1.0)
+                                                        : options.weights[first + i];
+        if (weight == 0)
+            continue;
+        channels.y[i] = y;
+        channels.weights[i] = weight;
+        ++channels.taking;
+    }
+    refuseIf(channels.taking == 0, 5, "No channel takes part.");
+    return channels;
+}
+
+/// Whether the windows of a fit still reach most of the way around the peaks where it ended.
+bool areWindowsWide(const pkmd_cModel& model, std::span<const double> before,
+                    std::span<const double> after, double reach, const pkmd_sChannels& channels) {
+    constexpr double enough = 0.9;
+    return std::all_of(
+        model.Peaks().begin(), model.Peaks().end(), [&](const pkmd_cModel::sPeak& peak) {
+            const std::size_t many = pkmd_Columns(peak.shape);
+            const pkmd_sWindow had =
+                pkmd_WindowOf(peak.shape, before.subspan(at(peak.first), many), reach, channels);
+            const pkmd_sWindow needed = pkmd_WindowOf(
+                peak.shape, after.subspan(at(peak.first), many), enough * reach, channels);
+            return had.first <= needed.first && needed.last <= had.last;
+        });
+}
+
+/// The rows and columns of the covariance that belong to widths which follow a law.
+void spreadWidthLaw(const pkmd_cModel& model, nlsq_sResult& fit) {
+    const pkmd_cModel::sWidthLaw& law = model.WidthLaw();
+    if (law.first < 0 || !pkmd_ApplyWidthLaw(model, fit.parameters))
+        return;
+    const std::size_t count = fit.parameters.size();
+    for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
+        if (!peak.hasLaw)
+            continue;
+        const std::size_t position = at(peak.first);
+        const std::size_t width = position + 2;
+        const std::size_t first = at(law.first);
+        const pkmd_sWidth at = pkmd_WidthAt(fit.parameters[position], fit.parameters[first],
+                                            fit.parameters[first + 1], law.reference);
+        const auto combined = [&](auto elementOf) {
+            return at.byPosition * elementOf(position) + at.byWidth * elementOf(first) +
+                   at.bySlope * elementOf(first + 1);
+        };
+        double* const matrix = fit.covariance.data();
+        for (std::size_t j = 0; j < count; ++j)
+            matrix[width * count + j] =
+                combined([&](std::size_t i) { return matrix[i * count + j]; });
+        for (std::size_t j = 0; j < count; ++j)
+            matrix[j * count + width] =
+                combined([&](std::size_t i) { return matrix[j * count + i]; });
+        fit.standardErrors[width] = std::sqrt(matrix[width * count + width]);
+    }
+}
+
+pkmd_sPeak peakOf(const pkmd_cModel::sPeak& peak, const nlsq_sResult& fit) {
+    const std::size_t first = at(peak.first);
+    const std::size_t many = pkmd_Columns(peak.shape);
+    const double* const p = fit.parameters.data() + first;
+    const double* const errors = fit.standardErrors.data() + first;
+    const double extra = many > 3 ? p[3] : 0;
+    std::array<double, pkmd_mostColumns> slopes;
+    const double area = pkmd_Area(peak.shape, p[1], p[2], extra, slopes);
+    double variance = 0;
+    for (std::size_t i = 0; i < many; ++i)
+        for (std::size_t j = 0; j < many; ++j)
+            variance += slopes[i] * slopes[j] *
+                        fit.covariance[(first + i) * fit.parameters.size() + first + j];
+    pkmd_sPeak result{};
+    result.shape = peak.shape;
+    result.position = p[0];
+    result.positionError = errors[0];
+    result.height = p[1];
+    result.heightError = errors[1];
+    result.width = p[2];
+    result.widthError = errors[2];
+    result.extra = extra;
+    result.extraError = many > 3 ? errors[3] : 0;
+    result.area = area;
+    result.areaError = std::sqrt(std::max(variance, 0.0));
+    return result;
+}
+
+} // namespace
+
+pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
+                      const pkmd_sOptions& options) {
+    check(model, spectrum.Size(), options);
+    const pkmd_sChannels channels = channelsOf(spectrum, options);
+    for (const pkmd_cModel::sBackground& background : model.Backgrounds())
+        refuseIf(background.kind == pkmd_cModel::PowerLaw &&
+                     !(channels.x.front() > 0 && channels.x.back() > 0),
+                 9, "A power law needs positive positions.");
+
+    pkmd_sResult result;
+    result.channels = static_cast<int>(channels.taking);
+    nlsq_sControl control = options.control;
+    std::vector<double> starts(model.Starts().begin(), model.Starts().end());
+    int iterations = 0;
+    int evaluations = 0;
+    constexpr int mostWindows = 10;
+    for (int windows = 0; windows < mostWindows; ++windows) {
+        const nlsq_cParameters parameters(starts, model.Kinds());
+        parameters.Expand(parameters.Start(), starts);
+        pkmd_ApplyWidthLaw(model, starts);
+        pkmd_cEquations equations(model, channels, parameters, starts, options.windows,
+                                  options.objective);
+        result.fit = nlsq_Minimise(equations, parameters, control, channels.taking,
+                                   options.errors == nlsq_ErrorsFromScatter);
+        spreadWidthLaw(model, result.fit);
+        result.fit.iterations = iterations += result.fit.iterations;
+        result.fit.evaluations = evaluations += result.fit.evaluations;
+        if (!result.fit.Converged() ||
+            areWindowsWide(model, starts, result.fit.parameters, options.windows, channels))
+            break;
+        if (evaluations >= options.control.mostEvaluations) {
+            result.fit.end = nlsq_MostEvaluations;
+            break;
+        }
+        control.mostEvaluations = options.control.mostEvaluations - evaluations;
+        starts = result.fit.parameters;
+    }
+    for (const pkmd_cModel::sPeak& peak : model.Peaks())
+        result.peaks.push_back(peakOf(peak, result.fit));
+    for (int i = 0; i < model.ParameterCount(); ++i)
+        result.names.push_back(model.Name(i));
+    return result;
+}
+
+std::ostream& operator<<(std::ostream& out, const pkmd_sResult& result) {
+    // Made apart, in no language, so that the stream keeps its state.
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    const nlsq_sResult& fit = result.fit;
+    text << std::setprecision(6) << (fit.Converged() ? "Converged" : "Not converged") << ": "
+         << nlsq_Text(fit.end) << " (" << fit.iterations << " iterations, " << fit.evaluations
+         << " evaluations)\n"
+         << "chi-squared " << fit.chiSquared << ", " << result.channels << " channels, rank "
+         << fit.rank << " of " << fit.free << ", reduced " << fit.ReducedChiSquared() << '\n';
+
+    const auto number = [&](double value) { text << std::setw(13) << value; };
+    if (!result.peaks.empty()) {
+        text << "peak     position        error       height        error        width        "
+                "error         area        error\n";
+        for (std::size_t k = 0; k < result.peaks.size(); ++k) {
+            const pkmd_sPeak& peak = result.peaks[k];
+            text << std::setw(4) << k;
+            for (const double value :
+                 {peak.position, peak.positionError, peak.height, peak.heightError, peak.width,
+                  peak.widthError, peak.area, peak.areaError})
+                number(value);
+            text << '\n';
+        }
+    }
+    const auto isAmong = [](const std::vector<int>& list, std::size_t i) {
+        return std::find(list.begin(), list.end(), static_cast<int>(i)) != list.end();
+    };
+    for (std::size_t i = 0; i < result.names.size(); ++i) {
+        text << std::left << std::setw(32) << result.names[i] << std::right;
+        number(fit.parameters[i]);
+        if (isAmong(fit.atBound, i))
+            text << "  at its bound";
+        else if (fit.standardErrors[i] > 0)
+            text << " +-" << std::setw(12) << fit.standardErrors[i];
+        else
+            text << "  fixed";
+        text << (isAmong(fit.undetermined, i) ? "  not determined\n" : "\n");
+    }
+    constexpr double worthTelling = 0.9;
+    for (std::size_t i = 0; i < result.names.size(); ++i)
+        for (std::size_t j = 0; j < i; ++j) {
+            const double correlation = fit.Correlation(static_cast<int>(i), static_cast<int>(j));
+            if (std::fabs(correlation) > worthTelling)
+                text << "correlation " << std::setprecision(3) << correlation << ": "
+                     << result.names[j] << ", " << result.names[i] << '\n';
+        }
+    return out << text.str();
+}

@@ -1,0 +1,248 @@
+#pragma once
+
+/// @file
+/// Models of peaks over a background, fitted together to what was counted.
+///
+/// @code
+/// pkmd_cModel model;
+/// const int alpha = model.AddPeak(pkmd_Gaussian, 6.40, 900, 0.06); // position, height, width
+/// const int beta = model.AddPeak(pkmd_Gaussian, 7.06, 150, 0.06);
+/// model.Tie(model.Width(beta), model.Width(alpha), 1);
+/// model.AddPolynomial({20, 0});
+/// std::cout << pkmd_Fit(model, spectrum);
+/// @endcode
+
+#include <array>
+#include <iosfwd>
+#include <limits>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "dataprocessing/algebra/nlsq.h"
+#include "dataprocessing/base/arr.h"
+#include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/valuemodel/cal.h"
+#include "dataprocessing/valuemodel/darr.h"
+
+/// The shapes of peaks; z = (x - position) / width.
+enum pkmd_eShape {
+    /// height exp(-z^2 / 2). The width is the standard deviation; the area is height x width x
+    /// sqrt(2 pi).
+    pkmd_Gaussian,
+    /// height / (1 + z^2). The width is half the width at half maximum; the area is height x width
+    /// x
+    /// pi.
+    pkmd_Lorentzian,
+    /// height ((1 - m) 2^(-z^2) + m / (1 + z^2)). The width is half the width at half maximum; the
+    /// extra parameter m is the Lorentzian part.
+    pkmd_PseudoVoigt,
+    /// A Gaussian, whose standard deviation is the width, convolved with a Lorentzian, half of
+    /// whose
+    /// width at half maximum is the extra parameter (0 or more); height is that of the result.
+    pkmd_Voigt,
+    /// A Gaussian of this position, height and width convolved with an exponential of area 1 that
+    /// falls off towards larger x over a distance of the extra parameter, towards smaller x where
+    /// that is negative. Its area is that of the Gaussian. The extra parameter is not 0; below a
+    /// thousandth of the width its derivatives have only few digits.
+    pkmd_TailedGaussian
+};
+
+/// What a part of a model is evaluated for.
+enum pkmd_eParts {
+    pkmd_Everything,    ///< Peaks and background.
+    pkmd_BackgroundOnly ///< The background alone.
+};
+
+/// A sum of peaks and backgrounds, what their parameters start from, and what a fit may do with
+/// them.
+///
+/// Parameters are numbered from 0 in the order in which they were added: of each peak position,
+/// height, width and, where the shape has one, the extra parameter; of each background and of the
+/// width law those that are said there. All are free at first. Positions are in the units of the
+/// spectrum's calibration, heights in those of its values.
+class DATAPROCESSING_EXPORT pkmd_cModel {
+public:
+    /// No peaks and no background.
+    pkmd_cModel();
+    ~pkmd_cModel();
+    pkmd_cModel(const pkmd_cModel&);            ///< A copy.
+    pkmd_cModel& operator=(const pkmd_cModel&); ///< A copy.
+
+    /// Adds a peak and returns its number, from 0. Throws expt_cProgramException ("pkmd", 1) for a
+    /// start that is not finite, a width that is not positive, an extra one that the shape does not
+    /// allow; std::bad_alloc.
+    int AddPeak(pkmd_eShape shape, double position, double height, double width, double extra = 0);
+    /// How many peaks there are.
+    int PeakCount() const noexcept { return static_cast<int>(peaks_.size()); }
+
+    /// The number of the parameter that is the position of peak number `peak`. Throws
+    /// expt_cProgramException ("pkmd", 2) where there is no such peak.
+    int Position(int peak) const;
+    /// That of the height. Throws as Position().
+    int Height(int peak) const;
+    /// That of the width. Throws as Position().
+    int Width(int peak) const;
+    /// That of the extra parameter. Throws as Position(), also for a shape without one.
+    int Extra(int peak) const;
+
+    /// Adds a background sum over j of c[j] ((x - reference) / scale)^j; returns the number of its
+    /// first parameter. A reference in the middle of the range, and half of its length as the
+    /// scale, keep the coefficients apart. Throws expt_cProgramException ("pkmd", 1) for numbers
+    /// that are not finite, no start, a scale of 0; std::bad_alloc.
+    int AddPolynomial(const std::vector<double>& start, double reference = 0, double scale = 1);
+    /// Adds a background amplitude (x / reference)^exponent; returns the number of its first
+    /// parameter, that of the amplitude. Positions have to be positive. Throws as AddPolynomial();
+    /// for a reference that is not positive, too.
+    int AddPowerLaw(double amplitude, double exponent, double reference);
+    /// Adds a background amplitude exp(rate (x - reference)); returns the number of its first
+    /// parameter, that of the amplitude. Throws as AddPolynomial().
+    int AddExponential(double amplitude, double rate, double reference = 0);
+    /// Adds `factor` times a curve that is given channel by channel; returns the number of its
+    /// parameter, the factor. The spectrum has to have as many channels. Throws as AddPolynomial();
+    /// for a complex array, too.
+    int AddCurve(const darr_c1DArray& curve, double factor);
+
+    /// Makes the widths of all peaks that there are now follow a law, width(x)^2 = w^2 + s (x -
+    /// reference), and returns the number of the first of its two parameters, w (the second is s).
+    /// It can be called once. Throws as AddPolynomial(), also for a second law and for a w that is
+    /// not positive.
+    int SetWidthLaw(double width, double slope, double reference);
+
+    /// How many parameters there are.
+    int ParameterCount() const noexcept { return static_cast<int>(starts_.size()); }
+    /// What a fit starts from.
+    std::span<const double> Starts() const noexcept { return starts_; }
+    /// What a fit may do with each.
+    std::span<const nlsq_sParameter> Kinds() const noexcept { return kinds_; }
+    /// A parameter in words: "position of peak 2". Throws expt_cProgramException ("pkmd", 2) where
+    /// there is no such parameter.
+    std::string Name(int parameter) const;
+    /// Sets what a fit starts from. Throws expt_cProgramException: ("pkmd", 2) where there is no
+    /// such parameter, ("pkmd", 1) for a number that is not finite.
+    void SetStart(int parameter, double start);
+    /// Sets all starts, such as to the parameters of an earlier fit. Throws as SetStart().
+    void SetStarts(std::span<const double> starts);
+    /// Makes a parameter free, as it is at first. Throws expt_cProgramException: ("pkmd", 2) where
+    /// there is no such parameter, ("pkmd", 3) for a width that follows a law.
+    void Free(int parameter);
+    /// Keeps a parameter at its start. Throws as Free().
+    void Fix(int parameter);
+    /// Keeps a parameter in [lower, upper]. Throws as Free().
+    void Bound(int parameter, double lower, double upper);
+    /// Makes a parameter `factor` times another one plus `offset`: a ratio of heights, a splitting,
+    /// a common width. Throws as Free(), and so for `to`.
+    void Tie(int parameter, int to, double factor, double offset = 0);
+
+    /// Sets y[i] to the model at x[i] for the parameters `p`; widths that follow a law are computed
+    /// from it. Nothing is cut off. A curve given channel by channel is left out. Throws
+    /// expt_cProgramException ("pkmd", 4) for sizes that differ, ("pkmd", 2) for another number of
+    /// parameters; std::bad_alloc.
+    void Values(std::span<const double> p, std::span<const double> x, std::span<double> y,
+                pkmd_eParts parts = pkmd_Everything) const;
+
+    /// @cond
+    struct sPeak {
+        pkmd_eShape shape;
+        int first;
+        bool hasLaw;
+    };
+    enum eBackground { Polynomial, PowerLaw, Exponential, Curve };
+    struct sBackground {
+        eBackground kind;
+        int first;
+        int count;
+        double reference;
+        double scale;
+        std::vector<double> curve;
+    };
+    struct sWidthLaw {
+        int first = -1;
+        double reference = 0;
+    };
+    const std::vector<sPeak>& Peaks() const noexcept { return peaks_; }
+    const std::vector<sBackground>& Backgrounds() const noexcept { return backgrounds_; }
+    const sWidthLaw& WidthLaw() const noexcept { return law_; }
+    /// @endcond
+
+private:
+    DATAPROCESSING_NO_EXPORT int Add(std::span<const double> starts);
+    DATAPROCESSING_NO_EXPORT int Add(sBackground background, std::span<const double> starts);
+    DATAPROCESSING_NO_EXPORT const sPeak& PeakAt(int peak) const;
+    DATAPROCESSING_NO_EXPORT nlsq_sParameter& KindAt(int parameter);
+
+    std::vector<sPeak> peaks_;
+    std::vector<sBackground> backgrounds_;
+    sWidthLaw law_;
+    std::vector<double> starts_;
+    std::vector<nlsq_sParameter> kinds_;
+};
+
+/// How a model is fitted.
+struct pkmd_sOptions {
+    /// What is made smallest. The likelihood is right for what was counted; least squares for what
+    /// was not.
+    nlsq_eObjective objective = nlsq_PoissonLikelihood;
+    /// The weights of the channels for least squares, 1 / variance; empty for 1 / max(y, 1), those
+    /// of counts, which pull an area down by about as much as chi-squared is large (see the guide).
+    /// A channel of weight 0 takes no part.
+    std::vector<double> weights = {};
+    /// What the standard errors rest on; by default the variances, as they are given.
+    nlsq_eErrors errors = nlsq_ErrorsAsGiven;
+    /// A Gaussian peak ends this many widths from its position, one with a tail three times as many
+    /// tails further on that side, rounded up to the next 8 channels. Others have no end.
+    double windows = 5;
+    /// Only channels from here
+    double from = -std::numeric_limits<double>::infinity();
+    /// to here take part.
+    double to = std::numeric_limits<double>::infinity();
+    /// When it ends. Steps below a few millionths of a standard error are not taken.
+    nlsq_sControl control = {.decreaseTolerance = 1e-14};
+};
+
+/// One peak of a result. Errors are standard errors.
+struct pkmd_sPeak {
+    pkmd_eShape shape;    ///< Its shape.
+    double position;      ///< Where it is.
+    double positionError; ///< The error of that.
+    double height;        ///< How high it is.
+    double heightError;   ///< The error of that.
+    double width;         ///< How wide it is.
+    double widthError;    ///< The error of that.
+    double extra;         ///< The extra parameter; 0 for a shape without one.
+    double extraError;    ///< The error of that.
+    double area;          ///< The integral over x, in units of x times those of the values.
+    double areaError;     ///< The error of that, with what the parameters have in common.
+};
+
+/// What came out of a fit of peaks.
+struct pkmd_sResult {
+    nlsq_sResult fit;               ///< By the model's parameter numbers.
+    std::vector<pkmd_sPeak> peaks;  ///< By the model's peak numbers.
+    std::vector<std::string> names; ///< Of the parameters.
+    int channels = 0;               ///< How many took part.
+};
+
+/// Prints a report: how the fit ended, the peaks with their areas, all parameters, and the
+/// correlations above 0.9.
+DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sResult& result);
+
+/// Fits `model` to a spectrum of any element type; of complex values the real part is taken.
+///
+/// Channels that are not finite take no part. Parameters where a width is not positive, a law has
+/// no width, a tail is 0 or, for the likelihood, the model is not positive at a channel have no
+/// value: the fit keeps away from them. Where peaks have moved so far that their windows no longer
+/// reach nine tenths of the widths that they should, the fit goes on with new ones.
+///
+/// The steps are those of nlsq_Fit, with normal equations in place of orthogonal transformations:
+/// of directions in which the errors of the parameters, in units of those that they would have
+/// alone, exceed 1e7, the data are said to tell nothing. The bits of a result are the same at every
+/// instruction-set level, and whatever else is fitted before or beside it.
+///
+/// Throws expt_cProgramException: ("pkmd", 5) when no channel takes part; 6 for weights of another
+/// number than the channels, with the likelihood, negative or not finite; 7 for a negative count
+/// and the likelihood; 8 for windows that are not positive; 9 for a power law and positions that
+/// are not; 10 for a curve with another number of channels; what nlsq_Fit refuses in parameters and
+/// control; std::bad_alloc.
+DATAPROCESSING_EXPORT pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
+                                            const pkmd_sOptions& options = {});

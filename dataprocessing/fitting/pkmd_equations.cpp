@@ -1,0 +1,403 @@
+#include "dataprocessing/fitting/pkmd_equations.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace dataprocessing::detail {
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+bool areFinite(std::span<const double> values) {
+    return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+}
+
+pkmd_sWindow overlap(const pkmd_sWindow& a, const pkmd_sWindow& b) {
+    const std::size_t first = std::max(a.first, b.first);
+    return {first, std::max(first, std::min(a.last, b.last))};
+}
+
+std::size_t at(int parameter) { return static_cast<std::size_t>(parameter); }
+
+} // namespace
+
+pkmd_sWindow pkmd_WindowOf(pkmd_eShape shape, std::span<const double> peak, double reach,
+                           const pkmd_sChannels& channels) {
+    const std::size_t count = channels.x.size();
+    if (shape != pkmd_Gaussian && shape != pkmd_TailedGaussian)
+        return {0, count};
+    double below = reach * peak[2];
+    double above = below;
+    if (shape == pkmd_TailedGaussian)
+        (peak[3] < 0 ? below : above) += 3 * reach * std::fabs(peak[3]);
+    double low = (peak[0] - below - channels.x[0]) / channels.delta;
+    double high = (peak[0] + above - channels.x[0]) / channels.delta;
+    if (low > high)
+        std::swap(low, high);
+    const auto inside = [&](double channel) {
+        return static_cast<std::size_t>(std::clamp(channel, 0.0, static_cast<double>(count)));
+    };
+    const std::size_t first = inside(std::floor(low)) / pkmd_lanes * pkmd_lanes;
+    const std::size_t last =
+        (inside(std::ceil(high) + 1) + pkmd_lanes - 1) / pkmd_lanes * pkmd_lanes;
+    return {std::min(first, last), last};
+}
+
+pkmd_sWidth pkmd_WidthAt(double position, double width, double slope, double reference) {
+    const double square = width * width + slope * (position - reference);
+    if (!(square > 0) || !(width > 0))
+        return {};
+    const double result = std::sqrt(square);
+    return {result, slope / (2 * result), width / result, (position - reference) / (2 * result)};
+}
+
+bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p) {
+    const pkmd_cModel::sWidthLaw& law = model.WidthLaw();
+    for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
+        if (!peak.hasLaw)
+            continue;
+        double& width = p[at(peak.first) + 2];
+        width =
+            pkmd_WidthAt(p[at(peak.first)], p[at(law.first)], p[at(law.first) + 1], law.reference)
+                .width;
+        if (!(width > 0))
+            return false;
+    }
+    return true;
+}
+
+pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
+                                 const nlsq_cParameters& parameters, std::span<const double> p,
+                                 double reach, nlsq_eObjective objective)
+    : model_(model), channels_(channels), parameters_(parameters),
+      isLikelihood_(objective == nlsq_PoissonLikelihood), p_(p.size()), terms_(p.size()),
+      columns_(p.size()), curve_(channels.x.size()), residuals_(channels.x.size()),
+      expectedWeights_(isLikelihood_ ? channels.x.size() : 0), products_(p.size() * p.size()),
+      slopes_(p.size()) {
+    for (std::size_t i = 0; i < p.size(); ++i)
+        terms_[i].Add(parameters_.LinkOf(i), 1);
+    const std::size_t varying = parameters.Varying();
+    for (sPlace* place : {&here_, &there_}) {
+        place->curvature.resize(varying * varying);
+        place->gradient.resize(varying);
+        place->norms.resize(varying);
+    }
+    triangle_.resize(varying * varying);
+    Lay(p, reach);
+}
+
+/// Makes the columns, and fills those that do not depend on the parameters.
+void pkmd_cEquations::Lay(std::span<const double> p, double reach) {
+    const std::size_t count = channels_.x.size();
+    std::size_t needed = 0;
+    for (const pkmd_cModel::sPeak& peak : model_.Peaks()) {
+        const std::size_t many = pkmd_Columns(peak.shape);
+        const pkmd_sWindow window =
+            pkmd_WindowOf(peak.shape, p.subspan(at(peak.first), many), reach, channels_);
+        for (std::size_t k = 0; k < many; ++k)
+            columns_[at(peak.first) + k].window = window;
+        needed += many * window.Count();
+    }
+    for (const pkmd_cModel::sBackground& background : model_.Backgrounds())
+        for (int k = 0; k < background.count; ++k) {
+            columns_[at(background.first + k)].window = {0, count};
+            background_.push_back(at(background.first + k));
+            needed += count;
+        }
+    storage_.resize(needed);
+    double* free = storage_.data();
+    for (sColumn& column : columns_) {
+        column.data = free;
+        free += column.window.Count();
+    }
+
+    for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
+        double* const column = columns_[at(background.first)].data;
+        switch (background.kind) {
+        case pkmd_cModel::Polynomial:
+            std::fill_n(column, count, 1.0);
+            for (int k = 1; k < background.count; ++k) {
+                const double* const lower = columns_[at(background.first + k - 1)].data;
+                double* const power = columns_[at(background.first + k)].data;
+                for (std::size_t i = 0; i < count; ++i)
+                    power[i] =
+                        lower[i] * ((channels_.x[i] - background.reference) / background.scale);
+            }
+            break;
+        case pkmd_cModel::Curve:
+            // What follows the spectrum takes no part.
+            std::copy_n(background.curve.begin() + static_cast<std::ptrdiff_t>(channels_.first),
+                        std::min(count, background.curve.size() - channels_.first), column);
+            break;
+        case pkmd_cModel::PowerLaw:
+        case pkmd_cModel::Exponential: {
+            isBackgroundLinear_ = false;
+            std::vector<double>& arguments = arguments_.emplace_back(count);
+            for (std::size_t i = 0; i < count; ++i)
+                arguments[i] = background.kind == pkmd_cModel::PowerLaw
+                                   ? std::log(channels_.x[i] / background.reference)
+                                   : channels_.x[i] - background.reference;
+            break;
+        }
+        }
+    }
+}
+
+double pkmd_cEquations::Try(std::span<const double> q) {
+    parameters_.Expand(q, p_);
+    if (!HasValue())
+        return infinity;
+    FillCurve();
+    const std::size_t count = channels_.x.size();
+    const double chiSquared =
+        isLikelihood_ ? pkmd_Deviance(channels_.y.data(), channels_.weights.data(), curve_.data(),
+                                      count, residuals_.data(), expectedWeights_.data())
+                      : pkmd_Squares(channels_.y.data(), channels_.weights.data(), curve_.data(),
+                                     count, residuals_.data());
+    if (!std::isfinite(chiSquared))
+        return infinity;
+    Multiply();
+    Collect();
+    return areFinite(there_.gradient) && areFinite(there_.norms) ? chiSquared : infinity;
+}
+
+/// Computes the widths that follow a law, and what they are made of. Answers false where the model
+/// has no value.
+bool pkmd_cEquations::HasValue() {
+    if (!areFinite(p_))
+        return false;
+    const pkmd_cModel::sWidthLaw& law = model_.WidthLaw();
+    for (const pkmd_cModel::sPeak& peak : model_.Peaks()) {
+        const std::size_t first = at(peak.first);
+        if (peak.hasLaw) {
+            const pkmd_sWidth width =
+                pkmd_WidthAt(p_[first], p_[at(law.first)], p_[at(law.first) + 1], law.reference);
+            p_[first + 2] = width.width;
+            sTerms& terms = terms_[first + 2];
+            terms.count = 0;
+            terms.Add(parameters_.LinkOf(first), width.byPosition);
+            terms.Add(parameters_.LinkOf(at(law.first)), width.byWidth);
+            terms.Add(parameters_.LinkOf(at(law.first) + 1), width.bySlope);
+        }
+        const double extra = pkmd_Columns(peak.shape) > 3 ? p_[first + 3] : 0;
+        if (!(p_[first + 2] > 0) || (peak.shape == pkmd_Voigt && extra < 0) ||
+            (peak.shape == pkmd_TailedGaussian && extra == 0))
+            return false;
+    }
+    return true;
+}
+
+void pkmd_cEquations::FillCurve() {
+    const std::size_t count = channels_.x.size();
+    std::fill(curve_.begin(), curve_.end(), 0.0);
+    auto arguments = arguments_.begin();
+    for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
+        const std::size_t first = at(background.first);
+        if (background.kind == pkmd_cModel::PowerLaw ||
+            background.kind == pkmd_cModel::Exponential) {
+            pkmd_AddExponential(arguments->data(), count, p_[first], p_[first + 1], curve_.data(),
+                                columns_[first].data, columns_[first + 1].data);
+            ++arguments;
+            continue;
+        }
+        for (std::size_t k = first; k < first + at(background.count); ++k)
+            pkmd_AddColumn(columns_[k].data, count, p_[k], curve_.data());
+    }
+    for (const pkmd_cModel::sPeak& peak : model_.Peaks()) {
+        const std::size_t first = at(peak.first);
+        const pkmd_sWindow& window = columns_[first].window;
+        pkmd_sPeakValues values{p_[first],
+                                p_[first + 1],
+                                p_[first + 2],
+                                0,
+                                channels_.x.data() + window.first,
+                                window.Count(),
+                                curve_.data() + window.first,
+                                {}};
+        const std::size_t many = pkmd_Columns(peak.shape);
+        if (many > 3)
+            values.extra = p_[first + 3];
+        for (std::size_t k = 0; k < many; ++k)
+            values.columns[k] = columns_[first + k].data;
+        pkmd_AddPeak(peak.shape, values);
+    }
+}
+
+/// The products of all columns that have channels in common, and the slopes along them.
+void pkmd_cEquations::Multiply() {
+    const std::vector<pkmd_cModel::sPeak>& peaks = model_.Peaks();
+    for (std::size_t a = 0; a < peaks.size(); ++a)
+        for (std::size_t b = 0; b <= a; ++b)
+            MultiplyGroups(at(peaks[a].first), pkmd_Columns(peaks[a].shape), at(peaks[b].first),
+                           pkmd_Columns(peaks[b].shape));
+    // The weights of least squares stay.
+    const bool isKnown = !isLikelihood_ && isBackgroundLinear_ && hasBackgroundProducts_;
+    for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
+        const std::size_t first = at(background.first);
+        for (const pkmd_cModel::sPeak& peak : peaks)
+            MultiplyGroups(at(peak.first), pkmd_Columns(peak.shape), first, at(background.count));
+        if (!isKnown)
+            for (const pkmd_cModel::sBackground& other : model_.Backgrounds())
+                if (other.first <= background.first)
+                    MultiplyGroups(first, at(background.count), at(other.first), at(other.count));
+    }
+    hasBackgroundProducts_ = true;
+
+    for (std::size_t first = 0; first < columns_.size();) {
+        std::array<const double*, pkmd_mostColumns> data;
+        std::size_t many = 0;
+        const pkmd_sWindow& window = columns_[first].window;
+        while (many < data.size() && first + many < columns_.size() &&
+               columns_[first + many].window.first == window.first &&
+               columns_[first + many].window.last == window.last) {
+            data[many] = columns_[first + many].data;
+            ++many;
+        }
+        pkmd_Dots(residuals_.data() + window.first, data.data(), many, window.Count(),
+                  slopes_.data() + first);
+        first += many;
+    }
+}
+
+/// The products of some columns that follow each other with others; of a group with itself the
+/// lower half, the lower index always being the second.
+void pkmd_cEquations::MultiplyGroups(std::size_t first, std::size_t count, std::size_t otherFirst,
+                                     std::size_t otherCount) {
+    const pkmd_sWindow& mine = columns_[first].window;
+    const pkmd_sWindow& others = columns_[otherFirst].window;
+    const pkmd_sWindow both = overlap(mine, others);
+    std::array<const double*, 16> data;
+    std::array<double, 16> sums;
+    for (std::size_t i = first; i < first + count; ++i) {
+        const double* const column = columns_[i].data + (both.first - mine.first);
+        const std::size_t end = first == otherFirst ? i + 1 : otherFirst + otherCount;
+        for (std::size_t j = otherFirst; j < end;) {
+            std::size_t many = 0;
+            for (; many < data.size() && j + many < end; ++many)
+                data[many] = columns_[j + many].data + (both.first - others.first);
+            pkmd_WeightedDots(column, WeightsNow() + both.first, data.data(), many, both.Count(),
+                              sums.data());
+            for (std::size_t k = 0; k < many; ++k)
+                Product(std::max(i, j + k), std::min(i, j + k)) = sums[k];
+            j += many;
+        }
+    }
+}
+
+/// From the columns to the variables.
+void pkmd_cEquations::Collect() {
+    const std::size_t varying = parameters_.Varying();
+    std::fill(there_.curvature.begin(), there_.curvature.end(), 0.0);
+    std::fill(there_.gradient.begin(), there_.gradient.end(), 0.0);
+    for (std::size_t i = 0; i < columns_.size(); ++i) {
+        const sTerms& a = terms_[i];
+        for (std::size_t r = 0; r < a.count; ++r)
+            there_.gradient[a.variables[r]] += a.factors[r] * slopes_[i];
+        for (std::size_t j = 0; j <= i; ++j) {
+            const double product = Product(i, j);
+            if (product == 0)
+                continue;
+            const sTerms& b = terms_[j];
+            for (std::size_t r = 0; r < a.count; ++r)
+                for (std::size_t s = 0; s < b.count; ++s) {
+                    const double part = a.factors[r] * b.factors[s] * product;
+                    there_.curvature[a.variables[r] * varying + b.variables[s]] += part;
+                    if (i != j)
+                        there_.curvature[b.variables[s] * varying + a.variables[r]] += part;
+                }
+        }
+    }
+    for (std::size_t j = 0; j < varying; ++j)
+        there_.norms[j] = std::sqrt(there_.curvature[j * varying + j]);
+}
+
+/// L L' = the curvature with its diagonal raised; L by rows. A variable that is held, or that
+/// nothing depends on, has a row of zeros.
+bool pkmd_cEquations::Solve(double damping, std::span<const double> scale,
+                            std::span<const char> isHeld, std::span<double> step) {
+    const std::size_t count = step.size();
+    std::fill(step.begin(), step.end(), 0.0);
+    for (std::size_t i = 0; i < count; ++i) {
+        double* const row = triangle_.data() + i * count;
+        const double* const curvature = here_.curvature.data() + i * count;
+        const double whole = curvature[i] + damping * (scale[i] * scale[i]);
+        if (isHeld[i] || whole == 0) {
+            std::fill_n(row, i + 1, 0.0);
+            continue;
+        }
+        double pivot = whole;
+        double right = here_.gradient[i];
+        for (std::size_t j = 0; j < i; ++j) {
+            const double* const other = triangle_.data() + j * count;
+            if (other[j] == 0) {
+                row[j] = 0;
+                continue;
+            }
+            double sum = curvature[j];
+            for (std::size_t k = 0; k < j; ++k)
+                sum -= row[k] * other[k];
+            row[j] = sum / other[j];
+            pivot -= row[j] * row[j];
+            right -= row[j] * step[j];
+        }
+        if (!(pivot > 0))
+            return false;
+        row[i] = std::sqrt(pivot);
+        step[i] = right / row[i];
+    }
+    for (std::size_t i = count; i-- > 0;) {
+        const double* const row = triangle_.data() + i * count;
+        if (row[i] == 0)
+            continue;
+        step[i] /= row[i];
+        for (std::size_t j = 0; j < i; ++j)
+            step[j] -= row[j] * step[i];
+    }
+    return areFinite(step);
+}
+
+double pkmd_cEquations::Curvature(std::span<const double> step) const noexcept {
+    double sum = 0;
+    for (std::size_t i = 0; i < step.size(); ++i) {
+        double element = 0;
+        for (std::size_t j = 0; j < step.size(); ++j)
+            element += here_.curvature[i * step.size() + j] * step[j];
+        sum += step[i] * element;
+    }
+    return sum;
+}
+
+nlsq_sCovariance pkmd_cEquations::Covariance(std::span<const char> isHeld) {
+    const std::size_t all = isHeld.size();
+    std::vector<std::size_t> places;
+    for (std::size_t j = 0; j < all; ++j)
+        if (!isHeld[j])
+            places.push_back(j);
+    const std::size_t count = places.size();
+
+    // R'R = the curvature, of which nothing is left for a direction that others explain.
+    constexpr double leastPart = 1e-14;
+    std::vector<double> triangle(count * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        const double whole = here_.curvature[places[i] * all + places[i]];
+        double pivot = whole;
+        for (std::size_t j = 0; j < i; ++j) {
+            double& element = triangle[j * count + i];
+            const double diagonal = triangle[j * count + j];
+            if (diagonal == 0)
+                continue;
+            double sum = here_.curvature[places[i] * all + places[j]];
+            for (std::size_t k = 0; k < j; ++k)
+                sum -= triangle[k * count + i] * triangle[k * count + j];
+            element = sum / diagonal;
+            pivot -= element * element;
+        }
+        triangle[i * count + i] = pivot > leastPart * whole ? std::sqrt(pivot) : 0;
+    }
+    constexpr double tolerance = 1e-7;
+    return nlsq_Inverse(triangle, count, places, all, tolerance);
+}
+
+} // namespace dataprocessing::detail

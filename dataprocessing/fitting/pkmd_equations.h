@@ -1,0 +1,130 @@
+#pragma once
+
+/// @file
+/// The normal equations of a fit of peaks to one spectrum.
+
+#include <array>
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include "dataprocessing/algebra/nlsq_parameters.h"
+#include "dataprocessing/algebra/nlsq_steps.h"
+#include "dataprocessing/fitting/pkmd.h"
+#include "dataprocessing/fitting/pkmd_kernels.h"
+
+namespace dataprocessing::detail {
+
+/// The channels of a fit, followed by as many that take no part as make whole vectors of them.
+struct pkmd_sChannels {
+    std::vector<double> x;
+    std::vector<double> y;       ///< 0 where a channel takes no part.
+    std::vector<double> weights; ///< 0 there, too; for the likelihood 1 elsewhere.
+    std::size_t taking = 0;      ///< How many take part.
+    std::size_t first = 0;       ///< The spectrum's channel that comes first.
+    double delta = 1;            ///< From one position to the next.
+};
+
+/// The channels [first, last) that a peak reaches, whole vectors of them.
+struct pkmd_sWindow {
+    std::size_t first = 0;
+    std::size_t last = 0;
+    std::size_t Count() const noexcept { return last - first; }
+};
+
+/// The window of a peak that ends `reach` widths from its position.
+pkmd_sWindow pkmd_WindowOf(pkmd_eShape shape, std::span<const double> peak, double reach,
+                           const pkmd_sChannels& channels);
+
+/// The law of widths at a position: the width, and its derivatives with respect to the position and
+/// the two parameters of the law. The width is 0 where the law has none.
+struct pkmd_sWidth {
+    double width;
+    double byPosition;
+    double byWidth;
+    double bySlope;
+};
+pkmd_sWidth pkmd_WidthAt(double position, double width, double slope, double reference);
+
+/// Sets the widths in `p` that follow a law. Answers false where the law has no width.
+bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p);
+
+/// Chi-squared, gradient and curvature of a model over channels. What does not depend on the
+/// parameters is computed once; what is computed for a spectrum depends on nothing else.
+class pkmd_cEquations : public nlsq_cEquations {
+public:
+    /// The model, channels and parameters have to outlive the equations. `p` places the windows.
+    pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
+                    const nlsq_cParameters& parameters, std::span<const double> p, double reach,
+                    nlsq_eObjective objective);
+
+    double Try(std::span<const double> q) override;
+    void Accept() noexcept override { std::swap(here_, there_); }
+    std::span<const double> Gradient() const noexcept override { return here_.gradient; }
+    std::span<const double> TriedGradient() const noexcept override { return there_.gradient; }
+    std::span<const double> Norms() const noexcept override { return here_.norms; }
+    bool Solve(double damping, std::span<const double> scale, std::span<const char> isHeld,
+               std::span<double> step) override;
+    double Curvature(std::span<const double> step) const noexcept override;
+    nlsq_sCovariance Covariance(std::span<const char> isHeld) override;
+
+private:
+    struct sPlace {
+        std::vector<double> curvature; // by rows
+        std::vector<double> gradient;
+        std::vector<double> norms;
+    };
+    /// The derivative of the model with respect to a parameter, over a window.
+    struct sColumn {
+        double* data = nullptr; // of the window's first channel
+        pkmd_sWindow window;
+    };
+    /// What a parameter is made of, to first order.
+    struct sTerms {
+        std::size_t count = 0;
+        std::array<std::size_t, 3> variables{};
+        std::array<double, 3> factors{};
+        void Add(const nlsq_cParameters::sLink& link, double factor) {
+            if (link.variable == nlsq_cParameters::none)
+                return;
+            variables[count] = link.variable;
+            factors[count++] = factor * link.factor;
+        }
+    };
+
+    void Lay(std::span<const double> p, double reach);
+    bool HasValue();
+    void FillCurve();
+    void Multiply();
+    void MultiplyGroups(std::size_t first, std::size_t count, std::size_t otherFirst,
+                        std::size_t otherCount);
+    void Collect();
+    double& Product(std::size_t i, std::size_t j) { return products_[i * columns_.size() + j]; }
+    const double* WeightsNow() const {
+        return isLikelihood_ ? expectedWeights_.data() : channels_.weights.data();
+    }
+
+    const pkmd_cModel& model_;
+    const pkmd_sChannels& channels_;
+    const nlsq_cParameters& parameters_;
+    bool isLikelihood_;
+    bool isBackgroundLinear_ = true;
+    bool hasBackgroundProducts_ = false;
+
+    std::vector<double> p_;
+    std::vector<sTerms> terms_;
+    std::vector<sColumn> columns_;
+    std::vector<std::size_t> background_;        // the parameters of all backgrounds
+    std::vector<double> storage_;                // of the columns
+    std::vector<std::vector<double>> arguments_; // of the exponentials
+    std::vector<double> curve_;
+    std::vector<double> residuals_;
+    std::vector<double> expectedWeights_;
+    std::vector<double> products_; // of the columns, by rows; the lower half
+    std::vector<double> slopes_;   // of chi-squared along the columns
+    sPlace here_;
+    sPlace there_;
+    std::vector<double> triangle_;
+};
+
+} // namespace dataprocessing::detail

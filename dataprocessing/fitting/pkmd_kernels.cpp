@@ -1,0 +1,135 @@
+#include "dataprocessing/fitting/pkmd_kernels.h"
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <numbers>
+
+#include "dataprocessing/platform/level.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+constexpr double pkmd_ln2 = std::numbers::ln2;
+constexpr double pkmd_inverseRootPi = std::numbers::inv_sqrtpi;
+constexpr double pkmd_rootHalf = 0.5 * std::numbers::sqrt2;
+constexpr double pkmd_rootHalfPi = 1.2533141373155003;
+
+/// The rational expansion of w(z): the polynomial is a cosine series of what is left of e^(-t^2) on
+/// the circle that the line is mapped to. Within 3e-14 of |w| (J. A. C. Weideman, Computation of
+/// the complex error function, SIAM Journal on Numerical Analysis 31 (1994)).
+struct pkmd_sFaddeeva {
+    static constexpr std::size_t count = 40;
+
+    pkmd_sFaddeeva() : length(std::sqrt(static_cast<double>(count)) / std::sqrt(std::sqrt(2.0))) {
+        constexpr int half = 2 * static_cast<int>(count);
+        for (int k = 1 - half; k < half; ++k) {
+            const double angle = k * std::numbers::pi / half;
+            const double t = length * std::tan(angle / 2);
+            const double value = std::exp(-t * t) * (length * length + t * t) / (2 * half);
+            for (std::size_t n = 0; n < count; ++n)
+                coefficients[n] += value * std::cos(static_cast<double>(n + 1) * angle);
+        }
+    }
+
+    double length;
+    double coefficients[count] = {};
+};
+
+const pkmd_sFaddeeva& faddeevaTerms() {
+    static const pkmd_sFaddeeva terms;
+    return terms;
+}
+
+} // namespace
+
+} // namespace dataprocessing::detail
+
+#define LEVEL_KERNELS "dataprocessing/fitting/pkmd_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+void pkmd_AddPeak(pkmd_eShape shape, const pkmd_sPeakValues& peak) {
+    const pkmd_sFaddeeva& terms = faddeevaTerms();
+    switch (shape) {
+    case pkmd_Gaussian:
+        return LEVEL_SELECT(pkmd_AddGaussian)(peak, terms);
+    case pkmd_Lorentzian:
+        return LEVEL_SELECT(pkmd_AddLorentzian)(peak, terms);
+    case pkmd_PseudoVoigt:
+        return LEVEL_SELECT(pkmd_AddPseudoVoigt)(peak, terms);
+    case pkmd_Voigt:
+        return LEVEL_SELECT(pkmd_AddVoigt)(peak, terms);
+    case pkmd_TailedGaussian:
+        return LEVEL_SELECT(pkmd_AddTailedGaussian)(peak, terms);
+    }
+}
+
+void pkmd_AddExponential(const double* t, std::size_t count, double amplitude, double rate,
+                         double* curve, double* byAmplitude, double* byRate) {
+    LEVEL_SELECT(pkmd_Exponential)(t, count, amplitude, rate, curve, byAmplitude, byRate);
+}
+
+void pkmd_AddColumn(const double* column, std::size_t count, double factor, double* curve) {
+    LEVEL_SELECT(pkmd_Column)(column, count, factor, curve);
+}
+
+double pkmd_Squares(const double* y, const double* w, const double* curve, std::size_t count,
+                    double* residuals) {
+    return LEVEL_SELECT(pkmd_SquaresOf)(y, w, curve, count, residuals);
+}
+
+double pkmd_Deviance(const double* y, const double* part, const double* curve, std::size_t count,
+                     double* residuals, double* w) {
+    return LEVEL_SELECT(pkmd_DevianceOf)(y, part, curve, count, residuals, w);
+}
+
+void pkmd_Dots(const double* a, const double* const* b, std::size_t many, std::size_t count,
+               double* sums) {
+    LEVEL_SELECT(pkmd_AllDots<false>)(a, nullptr, b, many, count, sums);
+}
+
+void pkmd_WeightedDots(const double* a, const double* w, const double* const* b, std::size_t many,
+                       std::size_t count, double* sums) {
+    LEVEL_SELECT(pkmd_AllDots<true>)(a, w, b, many, count, sums);
+}
+
+double pkmd_ScaledErfc(double x) { return LEVEL_SELECT(pkmd_RealFaddeeva)(x, faddeevaTerms()); }
+
+double pkmd_Area(pkmd_eShape shape, double height, double width, double extra,
+                 std::array<double, pkmd_mostColumns>& derivatives) {
+    // area = height x width x part(extra), except for Voigt peaks, where the part depends on the
+    // ratio of the widths.
+    constexpr double gaussian = std::numbers::sqrt2 / std::numbers::inv_sqrtpi;
+    double part = gaussian;
+    double byRatio = 0; // of the part, with respect to extra / width
+    double byExtra = 0;
+    switch (shape) {
+    case pkmd_Gaussian:
+    case pkmd_TailedGaussian:
+        break;
+    case pkmd_Lorentzian:
+        part = std::numbers::pi;
+        break;
+    case pkmd_PseudoVoigt: {
+        const double ofGaussian = 1 / (std::sqrt(std::numbers::ln2) * std::numbers::inv_sqrtpi);
+        part = ofGaussian + extra * (std::numbers::pi - ofGaussian);
+        byExtra = height * width * (std::numbers::pi - ofGaussian);
+        break;
+    }
+    case pkmd_Voigt: {
+        const double y = extra / width * pkmd_rootHalf;
+        const double middle = pkmd_ScaledErfc(y);
+        part = gaussian / middle;
+        byRatio = -part / middle * (2 * y * middle - 2 * pkmd_inverseRootPi) * pkmd_rootHalf;
+        byExtra = height * byRatio;
+        break;
+    }
+    }
+    derivatives = {0, width * part, height * (part - byRatio * extra / width), byExtra};
+    return height * width * part;
+}
+
+} // namespace dataprocessing::detail
