@@ -82,6 +82,11 @@ public:
           isLikelihood_(options.objective == nlsq_PoissonLikelihood), parameters_(parameters),
           count_(parameters.Varying()), p_(parameters.All()),
           derivatives_(parameters.All() * nlsq_blockSize) {
+        for (std::size_t i = 0; i < y.size(); ++i) {
+            const double value = roots_.empty() ? y[i] : y[i] * roots_[i];
+            size_ += value * value;
+        }
+        size_ = std::sqrt(size_);
         for (sPlace* place : {&here_, &there_}) {
             place->triangle.resize(count_ * count_);
             place->right.resize(count_);
@@ -90,6 +95,7 @@ public:
         }
     }
 
+    /// The points that take part.
     std::size_t Points() const {
         return x_.size() - static_cast<std::size_t>(std::count(roots_.begin(), roots_.end(), 0.0));
     }
@@ -112,8 +118,12 @@ public:
     }
 
     void Accept() noexcept override { std::swap(here_, there_); }
+    double Rounding(double chiSquared) const noexcept override {
+        // Residuals are as uncertain as the values, logarithms of counts as the counts.
+        const double size = isLikelihood_ ? size_ : size_ * std::sqrt(chiSquared);
+        return 2 * std::numeric_limits<double>::epsilon() * size;
+    }
     std::span<const double> Gradient() const noexcept override { return here_.gradient; }
-    std::span<const double> TriedGradient() const noexcept override { return there_.gradient; }
     std::span<const double> Norms() const noexcept override { return here_.norms; }
 
     bool Solve(double damping, std::span<const double> scale, std::span<const char> isHeld,
@@ -172,9 +182,7 @@ private:
     };
 
     /// What rounding leaves of a singular value that is zero, with columns of norm 1.
-    double Tolerance() const {
-        return 4 * static_cast<double>(count_) * std::numeric_limits<double>::epsilon();
-    }
+    double Tolerance() const { return 4 * static_cast<double>(count_) * model_.DerivativeError(); }
 
     /// Evaluates the model and fills the block's columns. Returns its part of chi-squared, or
     /// infinity or NaN where the model has no value.
@@ -293,6 +301,7 @@ private:
     bool isLikelihood_;
     const nlsq_cParameters& parameters_;
     std::size_t count_;
+    double size_ = 0; // the norm of the values
     sPlace here_;
     sPlace there_;
     std::vector<double> p_;

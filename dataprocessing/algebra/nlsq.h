@@ -38,6 +38,9 @@ public:
     /// has no value for `p`: a fit keeps away from there. What this throws ends the fit.
     virtual void Evaluate(std::span<const double> x, std::span<const double> p,
                           std::span<double> values, std::span<double> derivatives) const = 0;
+    /// How far derivatives may be off, as a part of the largest of a column: what tells whether the
+    /// data determine a direction. Epsilon here.
+    virtual double DerivativeError() const;
 
 protected:
     nlsq_cModel() = default;
@@ -66,6 +69,8 @@ public:
 
     void Evaluate(std::span<const double> x, std::span<const double> p, std::span<double> values,
                   std::span<double> derivatives) const override;
+    /// Epsilon, or 1e-9 for derivatives by differences.
+    double DerivativeError() const override;
 
 private:
     Function function_;
@@ -82,9 +87,9 @@ struct nlsq_sDerivativeCheck {
     double position = 0;
 };
 
-/// Compares the derivatives of `model` at the parameters `p` with central differences of its values
-/// over 6e-6 of each parameter (of 1 where it is 0). Right ones differ by 1e-8 or less where the
-/// model is smooth. NaN as the difference when one of them is not finite. Throws
+/// Compares the derivatives of `model` at the parameters `p` with differences of four of its values
+/// over 6e-6 and 12e-6 of each parameter (of 1 where it is 0). Right ones differ by 1e-8 or less
+/// where the model is smooth. NaN as the difference when one of them is not finite. Throws
 /// expt_cProgramException ("nlsq", 3) when there are no positions; std::bad_alloc.
 DATAPROCESSING_EXPORT nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model,
                                                                   std::span<const double> x,

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "dataprocessing/algebra/nlsq.h"
@@ -12,12 +13,17 @@ void refuseIf(bool isRefused, int line, const char* text) {
         throw expt_cProgramException("nlsq", line, text);
 }
 
-/// How far a parameter is moved for a central difference: the cube root of epsilon makes what is
-/// lost in rounding and what the next term of the series adds about equal.
+/// How far a parameter is moved for a difference: the cube root of epsilon, which is short enough
+/// for functions that change over a small part of a parameter.
 double differenceStep(double parameter) {
     constexpr double part = 6e-6;
     return part * (parameter == 0 ? 1 : std::fabs(parameter));
 }
+
+/// The derivative, up to the fourth power of the step, from what lies between values at one step
+/// and at two steps to both sides.
+double slopeOf(double one, double two, double step) { return (8 * one - two) / (12 * step); }
+constexpr std::array distances{-2.0, -1.0, 1.0, 2.0};
 
 } // namespace
 
@@ -33,6 +39,13 @@ nlsq_cFunctionModel::nlsq_cFunctionModel(Function function, Gradient gradient)
 }
 
 nlsq_cFunctionModel::~nlsq_cFunctionModel() = default;
+
+double nlsq_cModel::DerivativeError() const { return std::numeric_limits<double>::epsilon(); }
+
+double nlsq_cFunctionModel::DerivativeError() const {
+    constexpr double ofDifferences = 1e-9;
+    return gradient_ ? nlsq_cModel::DerivativeError() : ofDifferences;
+}
 
 void nlsq_cFunctionModel::Evaluate(std::span<const double> x, std::span<const double> p,
                                    std::span<double> values, std::span<double> derivatives) const {
@@ -51,14 +64,16 @@ void nlsq_cFunctionModel::Evaluate(std::span<const double> x, std::span<const do
     }
     std::vector<double> moved(p.begin(), p.end());
     for (std::size_t j = 0; j < p.size(); ++j) {
-        const double step = differenceStep(p[j]);
-        const double above = p[j] + step;
-        const double below = p[j] - step;
+        // A sum, so that the step is what the parameter really moves by.
+        const double step = p[j] + differenceStep(p[j]) - p[j];
         for (std::size_t i = 0; i < x.size(); ++i) {
-            moved[j] = above;
-            const double value = function_(x[i], moved);
-            moved[j] = below;
-            derivatives[j * x.size() + i] = (value - function_(x[i], moved)) / (above - below);
+            const auto across = [&](double distance) {
+                moved[j] = p[j] + distance;
+                const double above = function_(x[i], moved);
+                moved[j] = p[j] - distance;
+                return above - function_(x[i], moved);
+            };
+            derivatives[j * x.size() + i] = slopeOf(across(step), across(2 * step), step);
         }
         moved[j] = p[j];
     }
@@ -71,7 +86,7 @@ nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model, std::span<
     std::vector<double> moved(p.begin(), p.end());
     std::vector<double> derivatives(count * nlsq_blockSize);
     std::array<double, nlsq_blockSize> values{};
-    std::array<double, nlsq_blockSize> others{};
+    std::array<std::array<double, nlsq_blockSize>, distances.size()> around{};
     struct sColumn {
         double largest = 0;
         double difference = 0;
@@ -86,17 +101,19 @@ nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model, std::span<
         model.Evaluate(block, p, std::span(values).first(rows),
                        std::span(derivatives).first(count * rows));
         for (std::size_t j = 0; j < count; ++j) {
-            const double step = differenceStep(p[j]);
-            moved[j] = p[j] + step;
-            const double above = moved[j];
-            model.Evaluate(block, moved, std::span(values).first(rows), {});
-            moved[j] = p[j] - step;
-            model.Evaluate(block, moved, std::span(others).first(rows), {});
+            const double step = p[j] + differenceStep(p[j]) - p[j];
+            std::array<double, nlsq_blockSize> expected{};
+            for (std::size_t k = 0; k < around.size(); ++k) {
+                moved[j] = p[j] + distances[k] * step;
+                model.Evaluate(block, moved, std::span(around[k]).first(rows), {});
+            }
+            for (std::size_t i = 0; i < rows; ++i)
+                expected[i] =
+                    slopeOf(around[2][i] - around[1][i], around[3][i] - around[0][i], step);
             for (std::size_t i = 0; i < rows; ++i) {
-                const double expected = (values[i] - others[i]) / (above - moved[j]);
-                const double difference = std::fabs(derivatives[j * rows + i] - expected);
+                const double difference = std::fabs(derivatives[j * rows + i] - expected[i]);
                 sColumn& column = columns[j];
-                column.largest = std::max(column.largest, std::fabs(expected));
+                column.largest = std::max(column.largest, std::fabs(expected[i]));
                 // Once NaN, always.
                 if (!(difference <= column.difference) && column.difference == column.difference) {
                     column.difference = difference;

@@ -72,21 +72,24 @@ private:
         const double promised = 2 * dot(equations_.Gradient(), step_) - equations_.Curvature(step_);
         const double length = Length(step_) / std::max(Length(tried_), Length(q_));
         if (!(length > 0))
-            return End(nlsq_StepSmall);
+            return EndOfShortStep();
 
         const double chiSquared = equations_.Try(tried_);
         ++result_.evaluations;
         const double decrease = result_.chiSquared - chiSquared;
-        const bool isLost = std::fabs(promised) <= lostDecrease * result_.chiSquared;
+        // What rounding hides of the decrease, the promises show: they have to become smaller.
+        // Those of a strongly damped step tell nothing.
+        const double lost = std::max(lostDecrease * result_.chiSquared,
+                                     32 * equations_.Rounding(result_.chiSquared));
+        const bool isLost = std::fabs(promised) <= lost && !IsDamped();
         const bool isBetter =
-            isLost ? std::fabs(decrease) <= 2 * lostDecrease * result_.chiSquared &&
-                         Slope(equations_.TriedGradient()) < Slope(equations_.Gradient())
-                   : decrease > 0;
+            isLost ? std::fabs(decrease) <= 2 * lost && promised < promised_ : decrease > 0;
         if (!isBetter)
             return isLost ? End(nlsq_DecreaseSmall) : Reject(length);
 
         damping_.Accept(isLost || !(promised > 0) ? 1 : decrease / promised);
         longest_ *= 4;
+        promised_ = promised;
         equations_.Accept();
         std::swap(q_, tried_);
         result_.step = length;
@@ -96,9 +99,20 @@ private:
         LookAround();
         if (!IsToGoOn())
             return End(nlsq_StoppedByObserver);
-        if (promised <= control_.decreaseTolerance * chiSquared)
+        if (promised <= control_.decreaseTolerance * chiSquared && !IsDamped())
             return End(nlsq_DecreaseSmall);
-        return length <= control_.stepTolerance && End(nlsq_StepSmall);
+        return length <= control_.stepTolerance && EndOfShortStep();
+    }
+
+    bool IsDamped() const noexcept { return damping_.Value() >= 1; }
+
+    /// The damping alone makes any step short: there was nothing to gain only if there is nothing
+    /// left but rounding.
+    bool EndOfShortStep() {
+        constexpr double muchRounding = 1000;
+        const bool isRounding =
+            result_.chiSquared <= muchRounding * equations_.Rounding(result_.chiSquared);
+        return End(IsDamped() && !isRounding ? nlsq_NoDecrease : nlsq_StepSmall);
     }
 
     /// What a bound holds, the units of the step, and how steep it still is.
@@ -134,17 +148,9 @@ private:
         return std::sqrt(sum);
     }
 
-    double Slope(std::span<const double> gradient) const {
-        double largest = 0;
-        for (std::size_t j = 0; j < gradient.size(); ++j)
-            if (!isHeld_[j] && scale_[j] > 0)
-                largest = std::max(largest, std::fabs(gradient[j]) / scale_[j]);
-        return largest;
-    }
-
     bool Reject(double length) {
         if (length <= control_.stepTolerance)
-            return End(nlsq_StepSmall);
+            return EndOfShortStep();
         damping_.Reject();
         constexpr double mostDamping = 1e200;
         return !(damping_.Value() < mostDamping) && End(nlsq_NoDecrease);
@@ -174,6 +180,7 @@ private:
     std::vector<char> isHeld_;
     std::vector<double> all_;
     double longest_ = 0;
+    double promised_ = infinity; // by the last step
     nlsq_sResult result_;
 };
 

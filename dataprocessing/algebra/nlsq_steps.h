@@ -47,10 +47,11 @@ public:
     /// Stands where it tried.
     virtual void Accept() noexcept = 0;
 
+    /// About how far off rounding may put an F of this size.
+    virtual double Rounding(double chiSquared) const noexcept = 0;
+
     /// J'W(y - f), minus half of the gradient of F, where it stands.
     virtual std::span<const double> Gradient() const noexcept = 0;
-    /// The same where it tried.
-    virtual std::span<const double> TriedGradient() const noexcept = 0;
     /// The norms of the columns of W^1/2 J where it stands.
     virtual std::span<const double> Norms() const noexcept = 0;
     /// Sets `step` to the solution h of (J'WJ + damping diag(scale)^2) h = J'W(y - f) where it

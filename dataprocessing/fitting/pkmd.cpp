@@ -273,27 +273,35 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
         --last;
 
     pkmd_sChannels channels;
-    const std::size_t count = wholeVectors(last - first);
+    const std::size_t taken = last - first;
+    const std::size_t count = wholeVectors(taken);
     channels.x.resize(count);
     channels.y.resize(count);
     channels.weights.resize(count);
     channels.first = first;
     channels.delta = cal.Delta();
-    for (std::size_t i = 0; i < count; ++i) {
-        channels.x[i] = cal.Position(static_cast<long long>(first + std::min(i, last - first - 1)));
-        const double y = first + i < last ? elements[first + i] : std::nan("");
-        if (!std::isfinite(y))
-            continue;
-        refuseIf(options.objective == nlsq_PoissonLikelihood && y < 0, 7, "A count is negative.");
-        const double weight = options.objective == nlsq_PoissonLikelihood ? 1
-                              : options.weights.empty()                   ? 1 / std::max(y, 1.0)
-                                                        : options.weights[first + i];
-        if (weight == 0)
-            continue;
-        channels.y[i] = y;
-        channels.weights[i] = weight;
-        ++channels.taking;
-    }
+    const int firstIndex = static_cast<int>(first);
+    for (std::size_t i = 0; i < count; ++i)
+        channels.x[i] =
+            cal.Offset() + (firstIndex - cal.CalIndex() + static_cast<int>(i)) * cal.Delta();
+
+    std::copy_n(elements.begin() + firstIndex, taken, channels.y.begin());
+    const bool isLikelihood = options.objective == nlsq_PoissonLikelihood;
+    if (isLikelihood)
+        std::fill_n(channels.weights.begin(), taken, 1.0);
+    else if (!options.weights.empty())
+        std::copy_n(options.weights.begin() + firstIndex, taken, channels.weights.begin());
+    else
+        pkmd_CountWeights(channels.y.data(), count, channels.weights.data());
+    std::fill(channels.weights.begin() + static_cast<std::ptrdiff_t>(taken), channels.weights.end(),
+              0.0);
+    const pkmd_sPart part = pkmd_TakePart(channels.y.data(), channels.weights.data(), count);
+    refuseIf(isLikelihood && part.hasNegative, 7, "A count is negative.");
+    channels.taking = part.channels;
+    const double* const values = channels.y.data();
+    double squares = 0;
+    pkmd_WeightedDots(values, channels.weights.data(), &values, 1, count, &squares);
+    channels.size = std::sqrt(squares);
     refuseIf(channels.taking == 0, 5, "No channel takes part.");
     return channels;
 }

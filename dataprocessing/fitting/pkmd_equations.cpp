@@ -85,6 +85,7 @@ pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels&
         place->norms.resize(varying);
     }
     triangle_.resize(varying * varying);
+    firsts_.resize(varying);
     Lay(p, reach);
 }
 
@@ -103,7 +104,6 @@ void pkmd_cEquations::Lay(std::span<const double> p, double reach) {
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds())
         for (int k = 0; k < background.count; ++k) {
             columns_[at(background.first + k)].window = {0, count};
-            background_.push_back(at(background.first + k));
             needed += count;
         }
     storage_.resize(needed);
@@ -114,6 +114,12 @@ void pkmd_cEquations::Lay(std::span<const double> p, double reach) {
     }
 
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
+        const bool isLinear =
+            background.kind == pkmd_cModel::Polynomial || background.kind == pkmd_cModel::Curve;
+        for (int k = 0; isLinear && k < background.count; ++k) {
+            linearParameters_.push_back(at(background.first + k));
+            linear_.push_back(columns_[at(background.first + k)].data);
+        }
         double* const column = columns_[at(background.first)].data;
         switch (background.kind) {
         case pkmd_cModel::Polynomial:
@@ -143,6 +149,7 @@ void pkmd_cEquations::Lay(std::span<const double> p, double reach) {
         }
         }
     }
+    linearFactors_.resize(linear_.size());
 }
 
 double pkmd_cEquations::Try(std::span<const double> q) {
@@ -161,6 +168,12 @@ double pkmd_cEquations::Try(std::span<const double> q) {
     Multiply();
     Collect();
     return areFinite(there_.gradient) && areFinite(there_.norms) ? chiSquared : infinity;
+}
+
+double pkmd_cEquations::Rounding(double chiSquared) const noexcept {
+    // Residuals are as uncertain as the values, logarithms of counts as the counts.
+    const double size = isLikelihood_ ? channels_.size : channels_.size * std::sqrt(chiSquared);
+    return 2 * std::numeric_limits<double>::epsilon() * size;
 }
 
 /// Computes the widths that follow a law, and what they are made of. Answers false where the model
@@ -191,7 +204,9 @@ bool pkmd_cEquations::HasValue() {
 
 void pkmd_cEquations::FillCurve() {
     const std::size_t count = channels_.x.size();
-    std::fill(curve_.begin(), curve_.end(), 0.0);
+    for (std::size_t k = 0; k < linear_.size(); ++k)
+        linearFactors_[k] = p_[linearParameters_[k]];
+    pkmd_Combine(linear_.data(), linearFactors_.data(), linear_.size(), count, curve_.data());
     auto arguments = arguments_.begin();
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
         const std::size_t first = at(background.first);
@@ -200,10 +215,7 @@ void pkmd_cEquations::FillCurve() {
             pkmd_AddExponential(arguments->data(), count, p_[first], p_[first + 1], curve_.data(),
                                 columns_[first].data, columns_[first + 1].data);
             ++arguments;
-            continue;
         }
-        for (std::size_t k = first; k < first + at(background.count); ++k)
-            pkmd_AddColumn(columns_[k].data, count, p_[k], curve_.data());
     }
     for (const pkmd_cModel::sPeak& peak : model_.Peaks()) {
         const std::size_t first = at(peak.first);
@@ -313,46 +325,44 @@ void pkmd_cEquations::Collect() {
         there_.norms[j] = std::sqrt(there_.curvature[j * varying + j]);
 }
 
-/// L L' = the curvature with its diagonal raised; L by rows. A variable that is held, or that
-/// nothing depends on, has a row of zeros.
+/// L L' = the curvature with its diagonal raised; L by rows, the diagonal inverted. A variable that
+/// is held, or that nothing depends on, has a row of zeros. Rows begin where the curvature's do:
+/// peaks that do not overlap have nothing in common.
 bool pkmd_cEquations::Solve(double damping, std::span<const double> scale,
                             std::span<const char> isHeld, std::span<double> step) {
     const std::size_t count = step.size();
     std::fill(step.begin(), step.end(), 0.0);
+    std::fill(triangle_.begin(), triangle_.end(), 0.0);
     for (std::size_t i = 0; i < count; ++i) {
         double* const row = triangle_.data() + i * count;
         const double* const curvature = here_.curvature.data() + i * count;
         const double whole = curvature[i] + damping * (scale[i] * scale[i]);
-        if (isHeld[i] || whole == 0) {
-            std::fill_n(row, i + 1, 0.0);
+        std::size_t& first = firsts_[i];
+        first = i;
+        if (isHeld[i] || whole == 0)
             continue;
-        }
+        first = static_cast<std::size_t>(
+            std::find_if(curvature, curvature + i, [](double c) { return c != 0; }) - curvature);
         double pivot = whole;
         double right = here_.gradient[i];
-        for (std::size_t j = 0; j < i; ++j) {
+        for (std::size_t j = first; j < i; ++j) {
             const double* const other = triangle_.data() + j * count;
-            if (other[j] == 0) {
-                row[j] = 0;
-                continue;
-            }
             double sum = curvature[j];
-            for (std::size_t k = 0; k < j; ++k)
+            for (std::size_t k = std::max(first, firsts_[j]); k < j; ++k)
                 sum -= row[k] * other[k];
-            row[j] = sum / other[j];
+            row[j] = sum * other[j];
             pivot -= row[j] * row[j];
             right -= row[j] * step[j];
         }
         if (!(pivot > 0))
             return false;
-        row[i] = std::sqrt(pivot);
-        step[i] = right / row[i];
+        row[i] = 1 / std::sqrt(pivot);
+        step[i] = right * row[i];
     }
     for (std::size_t i = count; i-- > 0;) {
         const double* const row = triangle_.data() + i * count;
-        if (row[i] == 0)
-            continue;
-        step[i] /= row[i];
-        for (std::size_t j = 0; j < i; ++j)
+        step[i] *= row[i];
+        for (std::size_t j = firsts_[i]; j < i; ++j)
             step[j] -= row[j] * step[i];
     }
     return areFinite(step);

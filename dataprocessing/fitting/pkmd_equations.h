@@ -21,6 +21,7 @@ struct pkmd_sChannels {
     std::vector<double> y;       ///< 0 where a channel takes no part.
     std::vector<double> weights; ///< 0 there, too; for the likelihood 1 elsewhere.
     std::size_t taking = 0;      ///< How many take part.
+    double size = 0;             ///< The norm of the values, times the roots of the weights.
     std::size_t first = 0;       ///< The spectrum's channel that comes first.
     double delta = 1;            ///< From one position to the next.
 };
@@ -60,8 +61,8 @@ public:
 
     double Try(std::span<const double> q) override;
     void Accept() noexcept override { std::swap(here_, there_); }
+    double Rounding(double chiSquared) const noexcept override;
     std::span<const double> Gradient() const noexcept override { return here_.gradient; }
-    std::span<const double> TriedGradient() const noexcept override { return there_.gradient; }
     std::span<const double> Norms() const noexcept override { return here_.norms; }
     bool Solve(double damping, std::span<const double> scale, std::span<const char> isHeld,
                std::span<double> step) override;
@@ -114,7 +115,9 @@ private:
     std::vector<double> p_;
     std::vector<sTerms> terms_;
     std::vector<sColumn> columns_;
-    std::vector<std::size_t> background_;        // the parameters of all backgrounds
+    std::vector<std::size_t> linearParameters_; // of the backgrounds
+    std::vector<const double*> linear_;         // their columns
+    std::vector<double> linearFactors_;
     std::vector<double> storage_;                // of the columns
     std::vector<std::vector<double>> arguments_; // of the exponentials
     std::vector<double> curve_;
@@ -125,6 +128,7 @@ private:
     sPlace here_;
     sPlace there_;
     std::vector<double> triangle_;
+    std::vector<std::size_t> firsts_; // where its rows begin
 };
 
 } // namespace dataprocessing::detail

@@ -72,8 +72,9 @@ void pkmd_AddExponential(const double* t, std::size_t count, double amplitude, d
     LEVEL_SELECT(pkmd_Exponential)(t, count, amplitude, rate, curve, byAmplitude, byRate);
 }
 
-void pkmd_AddColumn(const double* column, std::size_t count, double factor, double* curve) {
-    LEVEL_SELECT(pkmd_Column)(column, count, factor, curve);
+void pkmd_Combine(const double* const* columns, const double* factors, std::size_t many,
+                  std::size_t count, double* curve) {
+    LEVEL_SELECT(pkmd_Combination)(columns, factors, many, count, curve);
 }
 
 double pkmd_Squares(const double* y, const double* w, const double* curve, std::size_t count,
@@ -94,6 +95,14 @@ void pkmd_Dots(const double* a, const double* const* b, std::size_t many, std::s
 void pkmd_WeightedDots(const double* a, const double* w, const double* const* b, std::size_t many,
                        std::size_t count, double* sums) {
     LEVEL_SELECT(pkmd_AllDots<true>)(a, w, b, many, count, sums);
+}
+
+void pkmd_CountWeights(const double* y, std::size_t count, double* w) {
+    LEVEL_SELECT(pkmd_WeightsOfCounts)(y, count, w);
+}
+
+pkmd_sPart pkmd_TakePart(double* y, double* w, std::size_t count) {
+    return LEVEL_SELECT(pkmd_ChannelsOf)(y, w, count);
 }
 
 double pkmd_ScaledErfc(double x) { return LEVEL_SELECT(pkmd_RealFaddeeva)(x, faddeevaTerms()); }

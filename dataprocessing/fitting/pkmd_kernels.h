@@ -39,8 +39,9 @@ void pkmd_AddPeak(pkmd_eShape shape, const pkmd_sPeakValues& peak);
 void pkmd_AddExponential(const double* t, std::size_t count, double amplitude, double rate,
                          double* curve, double* byAmplitude, double* byRate);
 
-/// Adds factor x column to the curve.
-void pkmd_AddColumn(const double* column, std::size_t count, double factor, double* curve);
+/// Sets the curve to the sum of `many` columns, times their factors.
+void pkmd_Combine(const double* const* columns, const double* factors, std::size_t many,
+                  std::size_t count, double* curve);
 
 /// The sum of w (y - curve)^2; receives w (y - curve).
 double pkmd_Squares(const double* y, const double* w, const double* curve, std::size_t count,
@@ -57,6 +58,18 @@ void pkmd_Dots(const double* a, const double* const* b, std::size_t many, std::s
 /// Sets sums[k] to the sum of a w b[k].
 void pkmd_WeightedDots(const double* a, const double* w, const double* const* b, std::size_t many,
                        std::size_t count, double* sums);
+
+/// Sets w to 1 / max(y, 1), the weights of counts.
+void pkmd_CountWeights(const double* y, std::size_t count, double* w);
+
+/// Which channels take part.
+struct pkmd_sPart {
+    std::size_t channels; ///< How many.
+    bool hasNegative;     ///< Whether the value of one is negative.
+};
+/// Sets y and w to 0 where y is not finite, and y where w is 0; the channels with a weight take
+/// part.
+pkmd_sPart pkmd_TakePart(double* y, double* w, std::size_t count);
 
 /// erfc(x) exp(x^2) for x >= 0, as the loops compute it.
 double pkmd_ScaledErfc(double x);

@@ -1,5 +1,7 @@
+#include <cmath>
 #include <new>
 #include <span>
+#include <sstream>
 
 #include "tests/faults/operation.h"
 
@@ -265,6 +267,127 @@ void addLinearAlgebra(Table& table) {
     table.AddRefused("no fit", [](Operands& of) -> int { throw gsft_cFitException(of.text); });
 }
 
+std::string bytesOfFit(const nlsq_sResult& fit) {
+    const std::string counts = bytesOf(fit.chiSquared, fit.degreesOfFreedom, fit.iterations,
+                                       fit.evaluations, fit.end, fit.rank);
+    std::string bytes = counts;
+    for (const std::vector<double>* values :
+         {&fit.parameters, &fit.standardErrors, &fit.covariance})
+        for (const double value : *values)
+            putBytes(bytes, value);
+    return bytes;
+}
+
+/// y = p0 + p1 x.
+const nlsq_cFunctionModel& straightLine() {
+    static const nlsq_cFunctionModel model(
+        [](double x, std::span<const double> p) { return p[0] + p[1] * x; },
+        [](double x, std::span<const double>, std::span<double> d) {
+            d[0] = 1;
+            d[1] = x;
+        });
+    return model;
+}
+
+void addNonlinear(Table& table) {
+    table.Add("nonlinear fit", [](Operands& of) {
+        nlsq_sOptions options;
+        options.parameters = {nlsq_sParameter::Free(), nlsq_sParameter::Bounded(-1, 1),
+                              nlsq_sParameter::Tied(0, 2), nlsq_sParameter::Fixed()};
+        const nlsq_cFunctionModel model([](double x, std::span<const double> p) {
+            return p[0] * std::exp(-p[1] * x) + p[2] + p[3];
+        });
+        return bytesOfFit(nlsq_Fit(model, std::span(of.values), std::span(of.values),
+                                   std::vector{1.0, 0.1, 0.0, 0.5}, options));
+    });
+    table.Add("linear fit", [](Operands& of) {
+        const nlsq_sResult fit =
+            nlsq_FitLinear(straightLine(), std::span(of.values), std::span(of.values), 2);
+        return bytesOfFit(fit) +
+               bytesOf(fit.Covariance(0, 1), fit.Correlation(0, 1), fit.ReducedChiSquared());
+    });
+    table.Add("fit of a line that is determined badly", [](Operands& of) {
+        const nlsq_cFunctionModel model(
+            [](double x, std::span<const double> p) { return (p[0] + p[1]) * x; },
+            [](double x, std::span<const double>, std::span<double> d) { d[0] = d[1] = x; });
+        return bytesOfFit(nlsq_FitLinear(model, std::span(of.values), std::span(of.values), 2));
+    });
+    table.Add("check of derivatives", [](Operands& of) {
+        const nlsq_sDerivativeCheck check =
+            nlsq_CheckDerivatives(straightLine(), std::span(of.values), std::vector{1.0, 2.0});
+        return bytesOf(check.difference, check.parameter, check.position);
+    });
+    table.Add("model of a function", [](Operands&) {
+        return bytesOf(nlsq_cFunctionModel(straightLine()).DerivativeError(),
+                       nlsq_cFunctionModel([](double, std::span<const double>) {
+                           return 1.0;
+                       }).nlsq_cModel::DerivativeError());
+    });
+    table.Add("values of a function", [](Operands& of) {
+        std::vector<double> values(5), derivatives(10);
+        straightLine().nlsq_cFunctionModel::Evaluate(std::span(of.values), std::vector{1.0, 2.0},
+                                                     values, derivatives);
+        return bytesOf(values[4], derivatives[9]);
+    });
+    table.Add("end of a fit", [](Operands&) { return std::string(nlsq_Text(nlsq_StepSmall)); });
+    table.AddRefused("nonlinear fit without points", [](Operands&) {
+        nlsq_Fit(straightLine(), {}, {}, std::vector{1.0, 2.0});
+    });
+}
+
+void addPeakModels(Table& table) {
+    const auto modelOf = [](const Operands& of) {
+        pkmd_cModel model;
+        const int high = model.AddPeak(pkmd_Gaussian, 5900, 480, 55);
+        const int low = model.AddPeak(pkmd_Voigt, 6400, 110, 50, 10);
+        const int power = model.AddPowerLaw(1000, -1, 5900);
+        model.AddPolynomial({1}, 5900, 500);
+        const int exponential = model.AddExponential(1, 0, 5900);
+        const int curve = model.AddCurve(of.spectrum, 0);
+        model.Tie(model.Width(low), model.Width(high), 1);
+        model.Fix(model.Extra(low));
+        model.Fix(power + 1);
+        model.Fix(exponential);
+        model.Fix(exponential + 1);
+        model.Fix(curve);
+        model.Bound(model.Height(low), 0, 1e6);
+        model.Free(model.Position(low));
+        model.SetStart(model.Height(high), 490);
+        return model;
+    };
+    table.Add("fit of peaks", [=](Operands& of) {
+        const pkmd_cModel model = modelOf(of);
+        pkmd_sOptions options;
+        options.objective = nlsq_LeastSquares;
+        options.control.mostEvaluations = 20;
+        const pkmd_sResult result = pkmd_Fit(model, of.spectrum, options);
+        return bytesOfFit(result.fit) + bytesOf(result.peaks[0].area, result.peaks[1].areaError);
+    });
+    table.Add("fit of peaks that follow a law", [](Operands& of) {
+        pkmd_cModel model;
+        model.AddPeak(pkmd_TailedGaussian, 5900, 480, 55, -20);
+        model.AddPolynomial({1000});
+        model.SetWidthLaw(55, 0, 5900);
+        model.SetStarts(std::vector<double>(model.Starts().begin(), model.Starts().end()));
+        pkmd_sOptions options;
+        options.objective = nlsq_LeastSquares;
+        options.control.mostEvaluations = 20;
+        std::ostringstream text;
+        text << pkmd_Fit(model, of.spectrum, options);
+        return text.str();
+    });
+    table.Add("values of peaks", [=](Operands& of) {
+        pkmd_cModel model;
+        model = modelOf(of);
+        const std::vector<double> x{5000, 5900, 6400};
+        std::vector<double> y(3);
+        model.Values(model.Starts(), x, y);
+        return bytesOf(y[0], y[1], y[2]) + model.Name(1);
+    });
+    table.AddRefused("fit of peaks to nothing",
+                     [=](Operands& of) { pkmd_Fit(modelOf(of), darr_c1DArray()); });
+}
+
 } // namespace
 
 Table fittingOperations() {
@@ -274,5 +397,7 @@ Table fittingOperations() {
     addGaussians(table);
     addStorage(table);
     addLinearAlgebra(table);
+    addNonlinear(table);
+    addPeakModels(table);
     return table;
 }

@@ -1,0 +1,584 @@
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <random>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "dataprocessing/algebra/nlsq.h"
+#include "dataprocessing/algebra/nlsq_covariance.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using Parameters = std::span<const double>;
+using Derivatives = std::span<double>;
+
+constexpr double epsilon = std::numeric_limits<double>::epsilon();
+const double notANumber = std::nan("");
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+const nlsq_cFunctionModel decay([](double x, Parameters p) { return p[0] * std::exp(-p[1] * x); },
+                                [](double x, Parameters p, Derivatives d) {
+                                    d[0] = std::exp(-p[1] * x);
+                                    d[1] = -x * p[0] * d[0];
+                                });
+const nlsq_cFunctionModel line([](double x, Parameters p) { return p[0] + p[1] * x; },
+                               [](double x, Parameters, Derivatives d) {
+                                   d[0] = 1;
+                                   d[1] = x;
+                               });
+
+std::vector<double> positions(std::size_t count) {
+    std::vector<double> x;
+    for (std::size_t i = 0; i < count; ++i)
+        x.push_back(0.25 * static_cast<double>(i));
+    return x;
+}
+
+/// 5 e^(-0.4 x) with something added that is not random, but looks it.
+std::vector<double> disturbed(const std::vector<double>& x) {
+    std::vector<double> y;
+    for (const double at : x)
+        y.push_back(5 * std::exp(-0.4 * at) + 0.05 * std::sin(37 * at * at));
+    return y;
+}
+
+const std::vector<double> start{3, 1};
+
+nlsq_sOptions with(std::vector<nlsq_sParameter> parameters) {
+    nlsq_sOptions options;
+    options.parameters = std::move(parameters);
+    return options;
+}
+
+/// The closed form of a weighted straight line.
+struct StraightLine {
+    StraightLine(const std::vector<double>& x, const std::vector<double>& y,
+                 const std::vector<double>& w) {
+        long double s = 0, sx = 0, sxx = 0, sy = 0, sxy = 0;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            s += w[i];
+            sx += w[i] * static_cast<long double>(x[i]);
+            sxx += w[i] * static_cast<long double>(x[i]) * x[i];
+            sy += w[i] * static_cast<long double>(y[i]);
+            sxy += w[i] * static_cast<long double>(x[i]) * y[i];
+        }
+        const long double determinant = s * sxx - sx * sx;
+        offset = static_cast<double>((sxx * sy - sx * sxy) / determinant);
+        slope = static_cast<double>((s * sxy - sx * sy) / determinant);
+        variances = {static_cast<double>(sxx / determinant), static_cast<double>(s / determinant)};
+        covariance = static_cast<double>(-sx / determinant);
+        for (std::size_t i = 0; i < x.size(); ++i)
+            chiSquared += w[i] * std::pow(y[i] - offset - slope * x[i], 2);
+    }
+    double offset, slope, covariance, chiSquared = 0;
+    std::vector<double> variances;
+};
+
+TEST(Nlsq, StraightLineIsTheClosedForm) {
+    const std::vector<double> x = positions(300);
+    const std::vector<double> y = disturbed(x);
+    std::vector<double> w, sigma;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        w.push_back(1.0 / static_cast<double>(1 + i % 4));
+        sigma.push_back(1 / std::sqrt(w.back()));
+    }
+    const StraightLine expected(x, y, w);
+    nlsq_sOptions weighted;
+    weighted.weights = w;
+    nlsq_sOptions deviations;
+    deviations.standardDeviations = sigma;
+    const double reduced = expected.chiSquared / 298;
+    const auto check = [&](const nlsq_sResult& fit, double factor) {
+        EXPECT_NEAR(fit.parameters[0], expected.offset, 500 * epsilon);
+        EXPECT_NEAR(fit.parameters[1], expected.slope, 50 * epsilon);
+        EXPECT_NEAR(fit.chiSquared, expected.chiSquared, 400 * epsilon * expected.chiSquared);
+        EXPECT_NEAR(fit.ReducedChiSquared(), reduced, 400 * epsilon * reduced);
+        EXPECT_NEAR(fit.standardErrors[0], std::sqrt(factor * expected.variances[0]), 1e-13);
+        EXPECT_NEAR(fit.standardErrors[1], std::sqrt(factor * expected.variances[1]), 1e-14);
+        EXPECT_NEAR(fit.Covariance(0, 1), factor * expected.covariance, 1e-14);
+        EXPECT_NEAR(fit.Correlation(1, 0),
+                    expected.covariance / std::sqrt(expected.variances[0] * expected.variances[1]),
+                    1e-13);
+        EXPECT_EQ(fit.Correlation(1, 1), 1);
+        EXPECT_EQ(fit.degreesOfFreedom, 298);
+        EXPECT_EQ(fit.rank, 2);
+        EXPECT_EQ(fit.free, 2);
+        EXPECT_TRUE(fit.Converged());
+    };
+    check(nlsq_Fit(line, x, y, std::vector{1.0, 1.0}, weighted), reduced);
+    check(nlsq_Fit(line, x, y, std::vector{1.0, 1.0}, deviations), 1);
+    check(nlsq_FitLinear(line, x, y, 2, weighted), reduced);
+    check(nlsq_FitLinear(line, x, y, 2, deviations), 1);
+    weighted.errors = nlsq_ErrorsAsGiven;
+    check(nlsq_Fit(line, x, y, std::vector{1.0, 1.0}, weighted), 1);
+    deviations.errors = nlsq_ErrorsFromScatter;
+    check(nlsq_FitLinear(line, x, y, 2, deviations), reduced);
+}
+
+TEST(Nlsq, PointsOfWeightZeroTakeNoPart) {
+    const std::vector<double> x = positions(40);
+    std::vector<double> y = disturbed(x);
+    const nlsq_sResult without =
+        nlsq_Fit(decay, std::span(x).first(30), std::span(y).first(30), start);
+    for (std::size_t i = 30; i < 40; ++i)
+        y[i] = 1e6;
+    nlsq_sOptions options;
+    options.weights.assign(40, 1);
+    std::fill(options.weights.begin() + 30, options.weights.end(), 0.0);
+    const nlsq_sResult fit = nlsq_Fit(decay, x, y, start, options);
+    EXPECT_EQ(fit.degreesOfFreedom, 28);
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_NEAR(fit.parameters[i], without.parameters[i], 1e-13);
+        EXPECT_NEAR(fit.standardErrors[i], without.standardErrors[i], 1e-13);
+    }
+}
+
+TEST(Nlsq, FixedParametersStay) {
+    const std::vector<double> x = positions(50);
+    const std::vector<double> y = disturbed(x);
+    const nlsq_sResult fit = nlsq_Fit(decay, x, y, std::vector{3.0, 0.4},
+                                      with({nlsq_sParameter::Free(), nlsq_sParameter::Fixed()}));
+    double numerator = 0;
+    double denominator = 0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        numerator += y[i] * std::exp(-0.4 * x[i]);
+        denominator += std::exp(-0.8 * x[i]);
+    }
+    EXPECT_NEAR(fit.parameters[0], numerator / denominator, 1e-13);
+    EXPECT_EQ(fit.parameters[1], 0.4);
+    EXPECT_EQ(fit.standardErrors[1], 0);
+    EXPECT_EQ(fit.Correlation(0, 1), 0);
+    EXPECT_EQ(fit.Correlation(1, 1), 1);
+    EXPECT_EQ(fit.rank, 1);
+    EXPECT_EQ(fit.degreesOfFreedom, 49);
+
+    const nlsq_sResult none =
+        nlsq_Fit(decay, x, y, start, with({nlsq_sParameter::Fixed(), nlsq_sParameter::Fixed()}));
+    EXPECT_EQ(none.parameters, start);
+    EXPECT_EQ(none.rank, 0);
+    EXPECT_EQ(none.end, nlsq_GradientSmall);
+}
+
+TEST(Nlsq, BoundsHold) {
+    const std::vector<double> x = positions(50);
+    const std::vector<double> y = disturbed(x);
+    const nlsq_sResult free = nlsq_Fit(decay, x, y, start);
+    const nlsq_sResult fixed = nlsq_Fit(decay, x, y, std::vector{3.0, 0.3},
+                                        with({nlsq_sParameter::Free(), nlsq_sParameter::Fixed()}));
+    const nlsq_sResult bound =
+        nlsq_Fit(decay, x, y, std::vector{3.0, 0.1},
+                 with({nlsq_sParameter::Free(), nlsq_sParameter::Bounded(0, 0.3)}));
+    EXPECT_TRUE(bound.Converged());
+    EXPECT_EQ(bound.parameters[1], 0.3);
+    EXPECT_THAT(bound.atBound, ElementsAre(1));
+    EXPECT_EQ(bound.standardErrors[1], 0);
+    EXPECT_EQ(bound.free, 1);
+    EXPECT_NEAR(bound.parameters[0], fixed.parameters[0], 1e-13);
+    EXPECT_NEAR(bound.standardErrors[0], fixed.standardErrors[0], 1e-13);
+
+    // One that does not matter changes nothing, and a start outside is moved inside.
+    const nlsq_sResult wide =
+        nlsq_Fit(decay, x, y, std::vector{3.0, 9.0},
+                 with({nlsq_sParameter::Bounded(0, 100), nlsq_sParameter::Bounded(0.2, 1)}));
+    EXPECT_THAT(wide.atBound, IsEmpty());
+    for (std::size_t i = 0; i < 2; ++i) {
+        EXPECT_NEAR(wide.parameters[i], free.parameters[i], 1e-9 * free.standardErrors[i]);
+        EXPECT_NEAR(wide.standardErrors[i], free.standardErrors[i], 1e-12);
+    }
+    // From a bound a parameter comes back.
+    const nlsq_sResult back =
+        nlsq_Fit(decay, x, y, std::vector{3.0, 0.2},
+                 with({nlsq_sParameter::Free(), nlsq_sParameter::Bounded(0.2, 1)}));
+    EXPECT_THAT(back.atBound, IsEmpty());
+    EXPECT_NEAR(back.parameters[1], free.parameters[1], 1e-9 * free.standardErrors[1]);
+}
+
+TEST(Nlsq, TiesReachThroughOthers) {
+    const std::vector<double> x = positions(60);
+    std::vector<double> y;
+    for (const double at : x)
+        y.push_back(5 * std::exp(-0.4 * at) + 11 * std::exp(-0.9 * at) +
+                    0.02 * std::cos(50 * at * at));
+    // p2 = 2 p0 + 1 and p3 = p1 + 0.5, p4 = 3 p3 - 1 = 3 p1 + 0.5
+    const nlsq_cFunctionModel two([](double at, Parameters p) {
+        return p[0] * std::exp(-p[1] * at) + p[2] * std::exp(-p[3] * at) + 0.001 * p[4];
+    });
+    const nlsq_cFunctionModel one([](double at, Parameters p) {
+        return p[0] * std::exp(-p[1] * at) + (2 * p[0] + 1) * std::exp(-(p[1] + 0.5) * at) +
+               0.001 * (3 * p[1] + 0.5);
+    });
+    const nlsq_sResult expected = nlsq_Fit(one, x, y, std::vector{4.0, 0.5});
+    const nlsq_sResult fit = nlsq_Fit(
+        two, x, y, std::vector{4.0, 0.5, 0.0, 0.0, notANumber},
+        with({nlsq_sParameter::Free(), nlsq_sParameter::Free(), nlsq_sParameter::Tied(0, 2, 1),
+              nlsq_sParameter::Tied(1, 1, 0.5), nlsq_sParameter::Tied(3, 3, -1)}));
+    ASSERT_TRUE(fit.Converged());
+    const double error = expected.standardErrors[1];
+    EXPECT_NEAR(fit.parameters[0], expected.parameters[0], 1e-7 * expected.standardErrors[0]);
+    EXPECT_NEAR(fit.parameters[1], expected.parameters[1], 1e-7 * error);
+    EXPECT_DOUBLE_EQ(fit.parameters[2], 2 * fit.parameters[0] + 1);
+    EXPECT_DOUBLE_EQ(fit.parameters[4], 3 * fit.parameters[1] + 0.5);
+    EXPECT_NEAR(fit.standardErrors[2], 2 * expected.standardErrors[0], 1e-8);
+    EXPECT_NEAR(fit.standardErrors[4], 3 * error, 1e-8);
+    EXPECT_NEAR(fit.Correlation(3, 4), 1, 1e-14);
+    EXPECT_EQ(fit.rank, 2);
+
+    // Tied to one that is fixed is fixed.
+    const nlsq_sResult fixed =
+        nlsq_Fit(decay, x, y, std::vector{7.0, 0.0},
+                 with({nlsq_sParameter::Fixed(), nlsq_sParameter::Tied(0, 0.1)}));
+    EXPECT_DOUBLE_EQ(fixed.parameters[1], 0.7);
+    EXPECT_EQ(fixed.rank, 0);
+}
+
+TEST(Nlsq, WhatTheDataDoNotDetermineIsSaid) {
+    // Only the product of the first two matters, and the last does not at all.
+    const nlsq_cFunctionModel model(
+        [](double x, Parameters p) { return p[0] * p[1] * std::exp(-p[2] * x) + 0 * p[3]; });
+    const std::vector<double> x = positions(50);
+    const std::vector<double> y = disturbed(x);
+    const nlsq_sResult expected = nlsq_Fit(decay, x, y, start);
+    const nlsq_sResult fit = nlsq_Fit(model, x, y, std::vector{1.0, 3.0, 1.0, 2.0});
+    ASSERT_TRUE(fit.Converged());
+    EXPECT_EQ(fit.free, 4);
+    EXPECT_EQ(fit.rank, 2);
+    EXPECT_EQ(fit.degreesOfFreedom, 48);
+    EXPECT_THAT(fit.undetermined, ElementsAre(0, 1, 3));
+    EXPECT_NEAR(fit.parameters[0] * fit.parameters[1], expected.parameters[0], 1e-6);
+    EXPECT_NEAR(fit.standardErrors[2], expected.standardErrors[1], 1e-9);
+    EXPECT_EQ(fit.parameters[3], 2);
+    for (const double error : fit.standardErrors)
+        EXPECT_TRUE(std::isfinite(error));
+
+    // A linear problem takes the shortest solution: equal parts, both columns being as long.
+    const nlsq_cFunctionModel sum([](double x1, Parameters p) { return (p[0] + p[1]) * x1; },
+                                  [](double x1, Parameters, Derivatives d) { d[0] = d[1] = x1; });
+    const nlsq_sResult half =
+        nlsq_FitLinear(sum, std::vector{1.0, 2.0, 3.0}, std::vector{2.0, 4.0, 6.0}, 2);
+    EXPECT_EQ(half.rank, 1);
+    EXPECT_NEAR(half.parameters[0], 1, 1e-15);
+    EXPECT_NEAR(half.parameters[1], 1, 1e-15);
+    EXPECT_THAT(half.undetermined, ElementsAre(0, 1));
+}
+
+TEST(Nlsq, FewerPointsThanParametersIsAnAnswerToo) {
+    const nlsq_sResult fit =
+        nlsq_Fit(decay, std::vector{1.0}, std::vector{2.0}, std::vector{3.0, 0.5});
+    EXPECT_TRUE(fit.Converged());
+    EXPECT_EQ(fit.rank, 1);
+    EXPECT_EQ(fit.degreesOfFreedom, 0);
+    EXPECT_TRUE(std::isnan(fit.ReducedChiSquared()));
+    EXPECT_NEAR(fit.parameters[0] * std::exp(-fit.parameters[1]), 2, 1e-14);
+}
+
+TEST(Nlsq, LikelihoodOfCountsIsUnbiased) {
+    // The mean of counts is what makes them most likely, and its variance the mean over n.
+    const nlsq_cFunctionModel constant([](double, Parameters p) { return p[0]; },
+                                       [](double, Parameters, Derivatives d) { d[0] = 1; });
+    std::mt19937_64 random(7);
+    std::poisson_distribution<int> counts(0.7);
+    std::vector<double> x, y;
+    double mean = 0;
+    for (int i = 0; i < 1000; ++i) {
+        x.push_back(i);
+        y.push_back(counts(random));
+        mean += y.back() / 1000;
+    }
+    nlsq_sOptions options;
+    options.objective = nlsq_PoissonLikelihood;
+    const nlsq_sResult fit = nlsq_Fit(constant, x, y, std::vector{20.0}, options);
+    ASSERT_TRUE(fit.Converged());
+    EXPECT_NEAR(fit.parameters[0], mean, 1e-13);
+    EXPECT_NEAR(fit.standardErrors[0], std::sqrt(mean / 1000), 1e-14);
+    double deviance = 0;
+    for (const double count : y)
+        deviance += 2 * (mean - count + (count > 0 ? count * std::log(count / mean) : 0));
+    EXPECT_NEAR(fit.chiSquared, deviance, 1e-11);
+
+    // A model that would have to be negative somewhere does not get there.
+    const nlsq_sResult falling =
+        nlsq_Fit(line, std::vector{0.0, 1.0, 2.0, 3.0}, std::vector{9.0, 1.0, 0.0, 0.0},
+                 std::vector{5.0, -1.0}, options);
+    EXPECT_GE(falling.parameters[0] + 3 * falling.parameters[1], 0);
+    EXPECT_LT(falling.parameters[1], -1);
+}
+
+TEST(Nlsq, EndsAreTold) {
+    const std::vector<double> x = positions(50);
+    const std::vector<double> y = disturbed(x);
+    const nlsq_sResult whole = nlsq_Fit(decay, x, y, start);
+    ASSERT_TRUE(whole.Converged());
+    ASSERT_GT(whole.iterations, 4);
+
+    nlsq_sOptions options;
+    options.control.mostEvaluations = 3;
+    const nlsq_sResult few = nlsq_Fit(decay, x, y, start, options);
+    EXPECT_EQ(few.end, nlsq_MostEvaluations);
+    EXPECT_EQ(few.evaluations, 3);
+    EXPECT_FALSE(few.Converged());
+    EXPECT_GT(few.standardErrors[0], 0);
+
+    options = {};
+    options.control.gradientTolerance = 1e-3;
+    const nlsq_sResult flat = nlsq_Fit(decay, x, y, start, options);
+    EXPECT_EQ(flat.end, nlsq_GradientSmall);
+    EXPECT_LE(flat.gradient, 1e-3);
+    EXPECT_LT(flat.iterations, whole.iterations);
+
+    options = {};
+    options.control.stepTolerance = 1e-2;
+    const nlsq_sResult slow = nlsq_Fit(decay, x, y, start, options);
+    EXPECT_EQ(slow.end, nlsq_StepSmall);
+    EXPECT_LE(slow.step, 1e-2);
+    EXPECT_GT(slow.step, 0);
+
+    options = {};
+    options.control.decreaseTolerance = 1e-4;
+    const nlsq_sResult level = nlsq_Fit(decay, x, y, start, options);
+    EXPECT_EQ(level.end, nlsq_DecreaseSmall);
+    EXPECT_LE(level.decrease, 1e-4);
+    EXPECT_GT(level.decrease, 0);
+    EXPECT_LT(level.iterations, whole.iterations);
+
+    std::stop_source source;
+    options = {};
+    options.control.stop = source.get_token();
+    options.control.observer = [&](const nlsq_sIteration& iteration) {
+        if (iteration.iteration == 2)
+            source.request_stop();
+        return nlsq_Continue;
+    };
+    const nlsq_sResult stopped = nlsq_Fit(decay, x, y, start, options);
+    EXPECT_EQ(stopped.end, nlsq_Stopped);
+    EXPECT_EQ(stopped.iterations, 2);
+
+    options = {};
+    std::vector<double> seen;
+    options.control.observer = [&](const nlsq_sIteration& iteration) {
+        EXPECT_EQ(iteration.iteration, static_cast<int>(seen.size()) + 1);
+        EXPECT_GT(iteration.evaluations, iteration.iteration);
+        EXPECT_GT(iteration.damping, 0);
+        EXPECT_EQ(iteration.parameters.size(), 2U);
+        seen.push_back(iteration.chiSquared);
+        return seen.size() == 3 ? nlsq_Stop : nlsq_Continue;
+    };
+    const nlsq_sResult observed = nlsq_Fit(decay, x, y, start, options);
+    EXPECT_EQ(observed.end, nlsq_StoppedByObserver);
+    EXPECT_EQ(seen.size(), 3U);
+    EXPECT_TRUE(std::is_sorted(seen.rbegin(), seen.rend()));
+    EXPECT_EQ(observed.chiSquared, seen.back());
+
+    const nlsq_cFunctionModel root([](double at, Parameters p) { return std::sqrt(p[0] + at); });
+    const nlsq_sResult nowhere = nlsq_Fit(root, x, y, std::vector{-1.0});
+    EXPECT_EQ(nowhere.end, nlsq_NoValue);
+    EXPECT_THAT(nowhere.parameters, ElementsAre(-1));
+    EXPECT_THAT(nowhere.standardErrors, ElementsAre(0));
+
+    // Derivatives of the wrong sign lead uphill, however short the step.
+    const nlsq_cFunctionModel wrong([](double at, Parameters p) { return p[0] * at; },
+                                    [](double at, Parameters, Derivatives d) { d[0] = -at; });
+    const nlsq_sResult uphill = nlsq_Fit(wrong, x, y, std::vector{1.0});
+    EXPECT_EQ(uphill.end, nlsq_NoDecrease);
+    EXPECT_FALSE(uphill.Converged());
+    EXPECT_GT(uphill.gradient, 1e-3);
+
+    for (int end = nlsq_GradientSmall; end <= nlsq_NoValue; ++end)
+        EXPECT_STRNE(nlsq_Text(static_cast<nlsq_eEnd>(end)), "unknown");
+}
+
+TEST(Nlsq, KeepsAwayFromWhereTheModelHasNoValue) {
+    const nlsq_cFunctionModel root([](double x, Parameters p) { return std::sqrt(p[0] - x); });
+    std::vector<double> y;
+    const std::vector<double> x = positions(20);
+    for (const double at : x)
+        y.push_back(std::sqrt(5 - at));
+    const nlsq_sResult fit = nlsq_Fit(root, x, y, std::vector{50.0});
+    EXPECT_TRUE(fit.Converged());
+    EXPECT_NEAR(fit.parameters[0], 5, 1e-9);
+}
+
+TEST(Nlsq, ExceptionsOfTheModelPass) {
+    const nlsq_cFunctionModel fails(
+        [](double, Parameters) -> double { throw std::runtime_error("model"); });
+    EXPECT_THROW(nlsq_Fit(fails, std::vector{1.0}, std::vector{1.0}, std::vector{1.0}),
+                 std::runtime_error);
+}
+
+TEST(Nlsq, MoreParametersThanABlockHasRows) {
+    // 150 levels, two points each.
+    const nlsq_cFunctionModel levels(
+        [](double x, Parameters p) { return p[static_cast<std::size_t>(x)]; },
+        [](double x, Parameters, Derivatives d) {
+            std::fill(d.begin(), d.end(), 0.0);
+            d[static_cast<std::size_t>(x)] = 1;
+        });
+    std::vector<double> x, y;
+    for (int i = 0; i < 300; ++i) {
+        x.push_back(i % 150);
+        y.push_back(i);
+    }
+    const nlsq_sResult fit = nlsq_Fit(levels, x, y, std::vector<double>(150, 1.0));
+    EXPECT_EQ(fit.rank, 150);
+    for (std::size_t k = 0; k < 150; ++k) {
+        EXPECT_NEAR(fit.parameters[k], static_cast<double>(k) + 75, 1e-11);
+        EXPECT_NEAR(fit.standardErrors[k], 75, 1e-10);
+    }
+}
+
+TEST(Nlsq, DerivativesAreChecked) {
+    const std::vector<double> x = positions(300);
+    EXPECT_LT(nlsq_CheckDerivatives(decay, x, std::vector{5.0, 0.4}).difference, 1e-9);
+    const nlsq_cFunctionModel wrong([](double at, Parameters p) { return p[0] + p[1] * at * at; },
+                                    [](double at, Parameters, Derivatives d) {
+                                        d[0] = 1;
+                                        d[1] = at == 70 ? 0 : at * at;
+                                    });
+    const nlsq_sDerivativeCheck found = nlsq_CheckDerivatives(wrong, x, std::vector{1.0, 0.0});
+    EXPECT_EQ(found.parameter, 1);
+    EXPECT_EQ(found.position, 70);
+    EXPECT_NEAR(found.difference, 70 * 70 / (74.75 * 74.75), 1e-6);
+    const nlsq_cFunctionModel infinite([](double, Parameters p) { return std::sqrt(p[0]); });
+    EXPECT_TRUE(std::isnan(nlsq_CheckDerivatives(infinite, x, std::vector{-1.0}).difference));
+    // Derivatives by differences have ten digits.
+    const nlsq_cFunctionModel numeric(
+        [](double at, Parameters p) { return p[0] * std::exp(-p[1] * at); });
+    std::vector<double> values(40), expected(80), derivatives(80);
+    const std::span<const double> few = std::span(x).first(40);
+    decay.Evaluate(few, std::vector{5.0, 0.4}, values, expected);
+    numeric.Evaluate(few, std::vector{5.0, 0.4}, values, derivatives);
+    for (std::size_t i = 0; i < 80; ++i)
+        EXPECT_NEAR(derivatives[i], expected[i], 1e-9) << i;
+}
+
+TEST(Nlsq, InverseWithAndWithoutAllDirections) {
+    using namespace dataprocessing::detail;
+    // R'R of [[2, 1], [0, 4]] is [[4, 2], [2, 17]], its inverse [[17, -2], [-2, 4]] / 64.
+    const std::vector<double> triangle{2, 1, 0, 4};
+    const std::vector<std::size_t> places{2, 0};
+    const nlsq_sCovariance whole = nlsq_Inverse(triangle, 2, places, 3, 1e-12);
+    EXPECT_EQ(whole.rank, 2);
+    const std::vector<double> expected{4. / 64, 0, -2. / 64, 0, 0, 0, -2. / 64, 0, 17. / 64};
+    for (std::size_t i = 0; i < 9; ++i)
+        EXPECT_NEAR(whole.matrix[i], expected[i], 4 * epsilon) << i;
+    // The same by singular values: a tolerance that only the estimate of the condition passes.
+    const nlsq_sCovariance singular = nlsq_Inverse(triangle, 2, places, 3, 0.6);
+    EXPECT_EQ(singular.rank, 2);
+    for (std::size_t i = 0; i < 9; ++i)
+        EXPECT_NEAR(singular.matrix[i], expected[i], 8 * epsilon) << i;
+    const std::vector<double> x = nlsq_Shortest(triangle, 2, std::vector{4.0, 8.0}, 1e-12);
+    EXPECT_NEAR(x[0], 1, 4 * epsilon);
+    EXPECT_NEAR(x[1], 2, 4 * epsilon);
+
+    // Columns 1 and 2 the same: the shortest inverse shares between them.
+    const nlsq_sCovariance half =
+        nlsq_Inverse(std::vector<double>{2, 2, 0, 0}, 2, std::vector<std::size_t>{0, 1}, 2, 1e-9);
+    EXPECT_EQ(half.rank, 1);
+    EXPECT_THAT(half.isIncomplete, ElementsAre(1, 1));
+    for (const double element : half.matrix)
+        EXPECT_NEAR(element, 1.0 / 16, 4 * epsilon);
+}
+
+void expectRefusal(int lineNumber, const std::function<void()>& call) {
+    try {
+        call();
+        FAIL() << "line " << lineNumber;
+    } catch (const expt_cProgramException& e) {
+        EXPECT_EQ(e.SourceFile(), "nlsq");
+        EXPECT_EQ(e.Line(), lineNumber);
+        EXPECT_NE(std::string(e.what()).find(": "), std::string::npos);
+    }
+}
+
+TEST(Nlsq, MisuseIsRefused) {
+    const std::vector<double> x = positions(5);
+    const std::vector<double> y = disturbed(x);
+    const std::vector<double> none;
+    const auto refused = [&](int lineNumber, const nlsq_sOptions& options) {
+        expectRefusal(lineNumber, [&] { nlsq_Fit(decay, x, y, start, options); });
+    };
+    expectRefusal(1, [] { nlsq_cFunctionModel(nlsq_cFunctionModel::Function()); });
+    expectRefusal(1, [] {
+        nlsq_cFunctionModel([](double, Parameters) { return 0.0; },
+                            nlsq_cFunctionModel::Gradient());
+    });
+    expectRefusal(2, [&] { nlsq_Fit(decay, x, std::span(y).first(4), start); });
+    expectRefusal(3, [&] { nlsq_Fit(decay, none, none, start); });
+    expectRefusal(3, [&] { nlsq_CheckDerivatives(decay, none, start); });
+    for (const double bad : {notANumber, infinity}) {
+        std::vector<double> broken = x;
+        broken[2] = bad;
+        expectRefusal(4, [&] { nlsq_Fit(decay, broken, y, start); });
+        expectRefusal(4, [&] { nlsq_Fit(decay, x, broken, start); });
+        expectRefusal(4, [&] { nlsq_Fit(decay, x, y, std::vector{1.0, bad}); });
+        refused(4, with({nlsq_sParameter::Free(), nlsq_sParameter::Tied(0, bad)}));
+        nlsq_sOptions options;
+        options.weights.assign(5, bad);
+        refused(7, options);
+        options = {};
+        options.standardDeviations.assign(5, bad);
+        refused(7, options);
+    }
+    nlsq_sOptions options;
+    options.weights.assign(4, 1);
+    refused(5, options);
+    options.weights.assign(5, 1);
+    options.standardDeviations.assign(5, 1);
+    refused(6, options);
+    options.standardDeviations.clear();
+    options.objective = nlsq_PoissonLikelihood;
+    refused(6, options);
+    options = {};
+    options.weights.assign(5, -1);
+    refused(7, options);
+    options = {};
+    options.standardDeviations.assign(5, 0);
+    refused(7, options);
+    options = {};
+    options.objective = nlsq_PoissonLikelihood;
+    expectRefusal(8, [&] {
+        nlsq_Fit(decay, x, std::vector{1.0, 2.0, -1.0, 0.0, 1.0}, start, options);
+    });
+    refused(9, with({nlsq_sParameter::Free()}));
+    expectRefusal(9, [&] { nlsq_FitLinear(line, x, y, -1); });
+    refused(10, with({nlsq_sParameter::Free(), nlsq_sParameter::Bounded(1, 0)}));
+    refused(10, with({nlsq_sParameter::Free(), nlsq_sParameter::Bounded(0, notANumber)}));
+    refused(11, with({nlsq_sParameter::Free(), nlsq_sParameter::Tied(2, 1)}));
+    refused(11, with({nlsq_sParameter::Free(), nlsq_sParameter::Tied(-1, 1)}));
+    refused(11, with({nlsq_sParameter::Free(), nlsq_sParameter::Tied(1, 1)}));
+    refused(11, with({nlsq_sParameter::Tied(1, 1), nlsq_sParameter::Tied(0, 1)}));
+    for (double nlsq_sControl::*tolerance :
+         {&nlsq_sControl::gradientTolerance, &nlsq_sControl::stepTolerance,
+          &nlsq_sControl::decreaseTolerance}) {
+        options = {};
+        options.control.*tolerance = -1;
+        refused(12, options);
+        options.control.*tolerance = notANumber;
+        refused(12, options);
+    }
+    options = {};
+    options.control.mostEvaluations = 0;
+    refused(12, options);
+    options = {};
+    options.objective = nlsq_PoissonLikelihood;
+    expectRefusal(13, [&] {
+        nlsq_FitLinear(line, x, std::vector{1.0, 2.0, 3.0, 4.0, 5.0}, 2, options);
+    });
+    expectRefusal(13, [&] {
+        nlsq_FitLinear(line, x, y, 2,
+                       with({nlsq_sParameter::Free(), nlsq_sParameter::Bounded(0, 1)}));
+    });
+    const nlsq_sResult fit = nlsq_Fit(decay, x, y, start);
+    expectRefusal(20, [&] { fit.Covariance(0, 2); });
+    expectRefusal(20, [&] { fit.Correlation(-1, 0); });
+}
+
+} // namespace

@@ -1,0 +1,738 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <complex>
+#include <functional>
+#include <limits>
+#include <numbers>
+#include <random>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/fitting/pkmd.h"
+#include "dataprocessing/fitting/pkmd_kernels.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+const double notANumber = std::nan("");
+constexpr double rootTwoPi = 2.5066282746310002;
+
+/// The shapes by their definitions: closed forms, or the convolution by Simpson's rule.
+double oracle(pkmd_eShape shape, double x, double position, double height, double width,
+              double extra) {
+    const double z = (x - position) / width;
+    const auto gaussian = [&](double t) { return std::exp(-0.5 * t * t / (width * width)); };
+    const auto integral = [](auto f, double from, double to) {
+        constexpr int steps = 40000;
+        const double h = (to - from) / steps;
+        double sum = f(from) + f(to);
+        for (int i = 1; i < steps; ++i)
+            sum += (i % 2 == 1 ? 4 : 2) * f(from + i * h);
+        return sum * h / 3;
+    };
+    switch (shape) {
+    case pkmd_Gaussian:
+        return height * std::exp(-0.5 * z * z);
+    case pkmd_Lorentzian:
+        return height / (1 + z * z);
+    case pkmd_PseudoVoigt:
+        return height * ((1 - extra) * std::pow(2.0, -z * z) + extra / (1 + z * z));
+    case pkmd_Voigt: {
+        const auto at = [&](double distance) {
+            return integral(
+                [&](double t) {
+                    const double u = (distance - t) / extra;
+                    return gaussian(t) / (1 + u * u);
+                },
+                -9 * width, 9 * width);
+        };
+        return height * at(x - position) / at(0);
+    }
+    case pkmd_TailedGaussian: {
+        const double tail = std::fabs(extra);
+        const double distance = extra < 0 ? position - x : x - position;
+        return height *
+               integral(
+                   [&](double t) { return std::exp(-t / tail) / tail * gaussian(distance - t); }, 0,
+                   std::max(distance + 9 * width, 9 * width));
+    }
+    }
+    return 0;
+}
+
+struct Shape {
+    pkmd_eShape shape;
+    double extra;
+};
+const std::array shapes{Shape{pkmd_Gaussian, 0},         Shape{pkmd_Lorentzian, 0},
+                        Shape{pkmd_PseudoVoigt, 0.3},    Shape{pkmd_Voigt, 0.8},
+                        Shape{pkmd_TailedGaussian, 2.5}, Shape{pkmd_TailedGaussian, -1.2},
+                        Shape{pkmd_TailedGaussian, 0.3}};
+
+TEST(PeakModel, ShapesAreWhatTheySay) {
+    std::vector<double> x;
+    for (int i = -30; i <= 30; ++i)
+        x.push_back(20 + 0.37 * i);
+    for (const Shape& shape : shapes) {
+        pkmd_cModel model;
+        model.AddPeak(shape.shape, 20.2, 7, 1.3, shape.extra);
+        std::vector<double> y(x.size());
+        model.Values(model.Starts(), x, y);
+        for (std::size_t i = 0; i < x.size(); ++i)
+            EXPECT_NEAR(y[i], oracle(shape.shape, x[i], 20.2, 7, 1.3, shape.extra), 1e-9)
+                << shape.shape << ' ' << shape.extra << " at " << x[i];
+    }
+}
+
+/// One peak over whole vectors of channels, with its derivatives.
+struct Columns {
+    Columns(pkmd_eShape shape, std::array<double, 4> p, std::vector<double> positions)
+        : x(std::move(positions)), curve(x.size()) {
+        dataprocessing::detail::pkmd_sPeakValues peak{p[0],     p[1],     p[2],         p[3],
+                                                      x.data(), x.size(), curve.data(), {}};
+        for (std::size_t k = 0; k < 4; ++k) {
+            columns[k].resize(x.size());
+            peak.columns[k] = columns[k].data();
+        }
+        dataprocessing::detail::pkmd_AddPeak(shape, peak);
+    }
+    std::vector<double> x;
+    std::vector<double> curve;
+    std::array<std::vector<double>, 4> columns;
+};
+
+TEST(PeakModel, DerivativesAreThoseOfTheValues) {
+    std::vector<double> x;
+    for (int i = 0; i < 64; ++i)
+        x.push_back(11 + 0.3 * i);
+    for (const Shape& shape : shapes) {
+        const std::array<double, 4> p{20.2, 7, 1.3, shape.extra};
+        const Columns at(shape.shape, p, x);
+        for (std::size_t k = 0; k < dataprocessing::detail::pkmd_Columns(shape.shape); ++k) {
+            const double h = 1e-4;
+            std::array<double, 4> q = p;
+            const auto values = [&](double moved) {
+                q[k] = moved;
+                return Columns(shape.shape, q, x).curve;
+            };
+            const std::vector<double> a = values(p[k] - 2 * h), b = values(p[k] - h),
+                                      c = values(p[k] + h), d = values(p[k] + 2 * h);
+            for (std::size_t i = 0; i < x.size(); ++i)
+                EXPECT_NEAR(at.columns[k][i], (a[i] - 8 * b[i] + 8 * c[i] - d[i]) / (12 * h), 2e-10)
+                    << shape.shape << ' ' << shape.extra << " parameter " << k << " at " << x[i];
+        }
+    }
+}
+
+TEST(PeakModel, FarFromAPeakNothingBreaks) {
+    for (const Shape& shape : shapes) {
+        const Columns far(shape.shape, {0, 1, 1e-3, shape.extra},
+                          {-1e6, -1e3, -1, 0, 1e-300, 1, 1e3, 1e6});
+        for (std::size_t i = 0; i < 8; ++i) {
+            EXPECT_TRUE(std::isfinite(far.curve[i])) << shape.shape << ' ' << i;
+            EXPECT_GE(far.curve[i], 0) << shape.shape << ' ' << i;
+            for (std::size_t k = 0; k < 4; ++k)
+                EXPECT_TRUE(std::isfinite(far.columns[k][i])) << shape.shape << ' ' << i;
+        }
+    }
+}
+
+TEST(PeakModel, AreasAreIntegralsAndTheirDerivatives) {
+    using dataprocessing::detail::pkmd_Area;
+    for (const Shape& shape : shapes) {
+        std::array<double, 4> slopes;
+        const double area = pkmd_Area(shape.shape, 7, 1.3, shape.extra, slopes);
+        // The tails of Lorentzians beyond the range as c / x^2.
+        std::vector<double> x;
+        constexpr double reach = 400;
+        constexpr int steps = 1 << 15;
+        for (int i = 0; i < steps; ++i)
+            x.push_back(-reach + (i + 0.5) * 2 * reach / steps);
+        const Columns at(shape.shape, {0, 7, 1.3, shape.extra}, x);
+        double sum = 0;
+        for (const double value : at.curve)
+            sum += value * 2 * reach / steps;
+        sum += (at.curve.front() + at.curve.back()) * reach;
+        EXPECT_NEAR(area, sum, 2e-6 * area) << shape.shape;
+        const double h = 1e-5;
+        std::array<double, 4> ignored;
+        const auto moved = [&](double dHeight, double dWidth, double dExtra) {
+            return (pkmd_Area(shape.shape, 7 + dHeight, 1.3 + dWidth, shape.extra + dExtra,
+                              ignored) -
+                    pkmd_Area(shape.shape, 7 - dHeight, 1.3 - dWidth, shape.extra - dExtra,
+                              ignored)) /
+                   (2 * h);
+        };
+        EXPECT_EQ(slopes[0], 0);
+        EXPECT_NEAR(slopes[1], moved(h, 0, 0), 1e-8);
+        EXPECT_NEAR(slopes[2], moved(0, h, 0), 1e-7);
+        EXPECT_NEAR(slopes[3], moved(0, 0, h), 1e-7);
+    }
+}
+
+TEST(PeakModel, DevianceIsTheSumOfItsTerms) {
+    using namespace dataprocessing::detail;
+    std::vector<double> y, part, curve;
+    for (int i = 0; i < 64; ++i) {
+        y.push_back(i % 5 == 0 ? 0 : std::pow(10.0, i % 7));
+        curve.push_back(y.back() * (0.5 + 0.02 * i) + 1e-3);
+        part.push_back(i % 9 == 4 ? 0 : 1);
+    }
+    curve[4] = -1; // takes no part
+    double expected = 0;
+    for (std::size_t i = 0; i < 64; ++i)
+        if (part[i] > 0)
+            expected += 2 * (curve[i] - y[i] + (y[i] > 0 ? y[i] * std::log(y[i] / curve[i]) : 0));
+    std::vector<double> residuals(64), w(64);
+    EXPECT_NEAR(pkmd_Deviance(y.data(), part.data(), curve.data(), 64, residuals.data(), w.data()),
+                expected, 1e-13 * expected);
+    for (std::size_t i = 0; i < 64; ++i) {
+        EXPECT_DOUBLE_EQ(w[i], part[i] > 0 ? 1 / curve[i] : 0);
+        EXPECT_NEAR(residuals[i], part[i] > 0 ? y[i] / curve[i] - 1 : 0, 1e-12);
+    }
+    for (const double outside : {0.0, -1.0, notANumber}) {
+        curve[20] = outside;
+        EXPECT_FALSE(std::isfinite(
+            pkmd_Deviance(y.data(), part.data(), curve.data(), 64, residuals.data(), w.data())));
+    }
+}
+
+/// A spectrum that is exactly what a model says, or counts around it.
+struct Spectrum {
+    Spectrum(const pkmd_cModel& model, int count, const cal_c1DArrayCal& cal, unsigned seed = 0) {
+        std::vector<double> x, y(static_cast<std::size_t>(count));
+        for (int i = 0; i < count; ++i)
+            x.push_back(cal.Position(i));
+        model.Values(model.Starts(), x, y);
+        std::mt19937_64 random(seed);
+        if (seed != 0)
+            for (double& value : y)
+                value = std::poisson_distribution<int>(value)(random);
+        array = darr_c1DArray{std::span(y), cal};
+    }
+    darr_c1DArray array;
+};
+
+pkmd_cModel twoPeaks() {
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 6.4, 900, 0.06);
+    model.AddPeak(pkmd_Gaussian, 6.52, 400, 0.07);
+    model.AddPolynomial({30, -5}, 6.5, 1);
+    return model;
+}
+const cal_c1DArrayCal keV(5.5, 0.01, 0);
+
+TEST(PeakFit, FindsWhatAnExactSpectrumWasMadeOf) {
+    for (const nlsq_eObjective objective : {nlsq_LeastSquares, nlsq_PoissonLikelihood})
+        for (const cal_c1DArrayCal& cal : {keV, cal_c1DArrayCal(7.52, -0.01, 0)})
+            for (const Shape& shape : shapes) {
+                pkmd_cModel model;
+                model.AddPeak(shape.shape, 6.4, 900, 0.06, shape.extra * 0.05);
+                if (shape.shape == pkmd_PseudoVoigt)
+                    model.SetStart(model.Extra(0), 0.3);
+                model.AddPolynomial({30, -5}, 6.5, 1);
+                const Spectrum spectrum(model, 203, cal);
+                const std::vector<double> expected(model.Starts().begin(), model.Starts().end());
+                std::vector<double> starts = expected;
+                starts[0] += 0.01;
+                starts[1] *= 0.9;
+                starts[2] *= 1.1;
+                model.SetStarts(starts);
+                pkmd_sOptions options;
+                options.objective = objective;
+                options.windows = 9;
+                const pkmd_sResult result = pkmd_Fit(model, spectrum.array, options);
+                EXPECT_TRUE(result.fit.Converged());
+                EXPECT_EQ(result.channels, 203);
+                for (std::size_t i = 0; i < expected.size(); ++i)
+                    EXPECT_NEAR(result.fit.parameters[i], expected[i],
+                                1e-6 * result.fit.standardErrors[i])
+                        << shape.shape << ' ' << shape.extra << ' ' << result.names[i];
+            }
+}
+
+TEST(PeakFit, IsTheFitOfTheSameModelWithoutWindows) {
+    // By the general engine, which shares neither loops nor equations.
+    const pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 5);
+    const nlsq_cFunctionModel plain([](double x, std::span<const double> p) {
+        const double a = (x - p[0]) / p[2];
+        const double b = (x - p[3]) / p[5];
+        return p[1] * std::exp(-0.5 * a * a) + p[4] * std::exp(-0.5 * b * b) + p[6] +
+               p[7] * (x - 6.5);
+    });
+    std::vector<double> x, y;
+    nlsq_sOptions general;
+    for (int i = 0; i < 200; ++i) {
+        x.push_back(keV.Position(i));
+        y.push_back(spectrum.array.Number(i).As<double>());
+        general.standardDeviations.push_back(std::sqrt(std::max(1.0, y.back())));
+    }
+    pkmd_sOptions options;
+    options.windows = 8;
+    options.objective = nlsq_LeastSquares;
+    for (const bool isLikelihood : {false, true}) {
+        if (isLikelihood) {
+            general.standardDeviations.clear();
+            general.objective = options.objective = nlsq_PoissonLikelihood;
+        }
+        const nlsq_sResult expected = nlsq_Fit(plain, x, y, model.Starts(), general);
+        const pkmd_sResult result = pkmd_Fit(model, spectrum.array, options);
+        ASSERT_TRUE(result.fit.Converged());
+        EXPECT_NEAR(result.fit.chiSquared, expected.chiSquared, 1e-8);
+        EXPECT_EQ(result.fit.degreesOfFreedom, 192);
+        for (int i = 0; i < 8; ++i) {
+            const std::size_t k = static_cast<std::size_t>(i);
+            EXPECT_NEAR(result.fit.parameters[k], expected.parameters[k],
+                        1e-6 * expected.standardErrors[k]);
+            EXPECT_NEAR(result.fit.standardErrors[k], expected.standardErrors[k],
+                        1e-6 * expected.standardErrors[k]);
+            for (int j = 0; j < i; ++j)
+                EXPECT_NEAR(result.fit.Correlation(i, j), expected.Correlation(i, j), 1e-6);
+        }
+    }
+}
+
+TEST(PeakFit, AreaHasTheErrorOfItsParameters) {
+    pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 5);
+    const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+    for (int k = 0; k < 2; ++k) {
+        const pkmd_sPeak& peak = result.peaks[static_cast<std::size_t>(k)];
+        EXPECT_DOUBLE_EQ(peak.area, peak.height * peak.width * rootTwoPi);
+        const double variance =
+            rootTwoPi * rootTwoPi *
+            (std::pow(peak.width * peak.heightError, 2) +
+             std::pow(peak.height * peak.widthError, 2) +
+             2 * peak.width * peak.height * result.fit.Covariance(model.Height(k), model.Width(k)));
+        EXPECT_NEAR(peak.areaError, std::sqrt(variance), 1e-10);
+        EXPECT_EQ(peak.position,
+                  result.fit.parameters[static_cast<std::size_t>(model.Position(k))]);
+        EXPECT_EQ(peak.extra, 0);
+        EXPECT_EQ(peak.extraError, 0);
+    }
+}
+
+TEST(PeakFit, TiesFixesAndBoundsHold) {
+    pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 6);
+    model.Tie(model.Height(1), model.Height(0), 4.0 / 9);
+    model.Tie(model.Position(1), model.Position(0), 1, 0.12);
+    model.Tie(model.Width(1), model.Width(0), 1);
+    model.Fix(6);
+    model.Bound(7, -1, 0);
+    const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+    const std::vector<double>& p = result.fit.parameters;
+    EXPECT_TRUE(result.fit.Converged());
+    EXPECT_DOUBLE_EQ(p[4], p[1] * 4 / 9);
+    EXPECT_DOUBLE_EQ(p[3], p[0] + 0.12);
+    EXPECT_EQ(p[5], p[2]);
+    EXPECT_EQ(p[6], 30);
+    EXPECT_EQ(p[7], -1);
+    EXPECT_THAT(result.fit.atBound, ElementsAre(7));
+    EXPECT_EQ(result.fit.free, 3);
+    EXPECT_NEAR(result.fit.standardErrors[4], result.fit.standardErrors[1] * 4 / 9, 1e-12);
+    // The area of the tied one is known as well as that of the other.
+    EXPECT_NEAR(result.peaks[1].areaError / result.peaks[1].area,
+                result.peaks[0].areaError / result.peaks[0].area, 1e-12);
+    // Freed again.
+    model.Free(6);
+    EXPECT_EQ(pkmd_Fit(model, spectrum.array).fit.free, 4);
+}
+
+TEST(PeakFit, WidthsFollowALaw) {
+    pkmd_cModel truth;
+    for (const double position : {6.0, 6.6, 7.1})
+        truth.AddPeak(pkmd_Gaussian, position, 800,
+                      std::sqrt(0.06 * 0.06 + 0.001 * (position - 6.5)));
+    truth.AddPolynomial({20}, 6.5, 1);
+    const Spectrum spectrum(truth, 200, keV, 9);
+
+    pkmd_cModel model;
+    for (const double position : {6.0, 6.6, 7.1})
+        model.AddPeak(pkmd_Gaussian, position, 700, 0.1);
+    model.AddPolynomial({20}, 6.5, 1);
+    const int law = model.SetWidthLaw(0.05, 0.0, 6.5);
+    const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+    ASSERT_TRUE(result.fit.Converged());
+    const double w = result.fit.parameters[static_cast<std::size_t>(law)];
+    const double s = result.fit.parameters[static_cast<std::size_t>(law) + 1];
+    EXPECT_NEAR(w, 0.06, 4 * result.fit.standardErrors[static_cast<std::size_t>(law)]);
+    EXPECT_NEAR(s, 0.001, 4 * result.fit.standardErrors[static_cast<std::size_t>(law) + 1]);
+    EXPECT_EQ(result.fit.free, 9);
+
+    // The same by the general engine, widths written out.
+    const nlsq_cFunctionModel plain([](double x, std::span<const double> p) {
+        double y = p[6];
+        for (std::size_t k = 0; k < 3; ++k) {
+            const double square = p[7] * p[7] + p[8] * (p[2 * k] - 6.5);
+            y += p[2 * k + 1] * std::exp(-0.5 * std::pow(x - p[2 * k], 2) / square);
+        }
+        return y;
+    });
+    std::vector<double> x, y;
+    for (int i = 0; i < 200; ++i) {
+        x.push_back(keV.Position(i));
+        y.push_back(spectrum.array.Number(i).As<double>());
+    }
+    nlsq_sOptions options;
+    options.objective = nlsq_PoissonLikelihood;
+    const nlsq_sResult expected = nlsq_Fit(
+        plain, x, y, std::vector{6.0, 700., 6.6, 700., 7.1, 700., 20., 0.05, 0.0}, options);
+    EXPECT_NEAR(w, expected.parameters[7], 1e-4 * expected.standardErrors[7]);
+    EXPECT_NEAR(result.fit.standardErrors[static_cast<std::size_t>(law) + 1],
+                expected.standardErrors[8], 1e-4 * expected.standardErrors[8]);
+    for (int k = 0; k < 3; ++k) {
+        const pkmd_sPeak& peak = result.peaks[static_cast<std::size_t>(k)];
+        EXPECT_DOUBLE_EQ(peak.width, std::sqrt(w * w + s * (peak.position - 6.5)));
+        // The error of the width by the chain rule.
+        const double slopes[] = {s / (2 * peak.width), w / peak.width,
+                                 (peak.position - 6.5) / (2 * peak.width)};
+        const int places[] = {model.Position(k), law, law + 1};
+        double variance = 0;
+        for (int a = 0; a < 3; ++a)
+            for (int b = 0; b < 3; ++b)
+                variance += slopes[a] * slopes[b] * result.fit.Covariance(places[a], places[b]);
+        EXPECT_NEAR(peak.widthError, std::sqrt(variance), 1e-12);
+        EXPECT_NEAR(result.fit.Covariance(model.Width(k), model.Height(0)),
+                    result.fit.Covariance(model.Height(0), model.Width(k)), 1e-15);
+    }
+}
+
+TEST(PeakFit, BackgroundsOfAllKinds) {
+    const auto fitted = [](const std::function<int(pkmd_cModel&)>& add,
+                           const std::vector<double>& expected, double part) {
+        pkmd_cModel model;
+        model.AddPeak(pkmd_Gaussian, 6.4, 900, 0.06);
+        const int first = add(model);
+        const Spectrum spectrum(model, 200, keV);
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            model.SetStart(first + static_cast<int>(i), expected[i] * part);
+        const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+        EXPECT_TRUE(result.fit.Converged());
+        for (std::size_t i = 0; i < expected.size(); ++i)
+            EXPECT_NEAR(result.fit.parameters[static_cast<std::size_t>(first) + i], expected[i],
+                        2e-4 * result.fit.standardErrors[static_cast<std::size_t>(first) + i]);
+    };
+    fitted([](pkmd_cModel& m) { return m.AddPolynomial({30, -5, 12}, 6.5, 1); }, {30, -5, 12}, 0.9);
+    fitted([](pkmd_cModel& m) { return m.AddPowerLaw(50, -3, 6); }, {50, -3}, 0.8);
+    fitted([](pkmd_cModel& m) { return m.AddExponential(50, -0.7, 6); }, {50, -0.7}, 0.8);
+
+    // A curve, channel by channel, times a factor; here over a part of the spectrum.
+    std::vector<double> shape;
+    for (int i = 0; i < 200; ++i)
+        shape.push_back(10 + 5 * std::sin(0.05 * i));
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 6.4, 900, 0.06);
+    const Spectrum peak(model, 200, keV);
+    const darr_c1DArray curve{std::span(shape), keV};
+    const darr_c1DArray sum = peak.array + curve * 2.5;
+    const int factor = model.AddCurve(curve, 1);
+    pkmd_sOptions options;
+    options.from = 5.903;
+    options.to = 7.0;
+    const pkmd_sResult result = pkmd_Fit(model, sum, options);
+    EXPECT_EQ(result.channels, 110);
+    EXPECT_NEAR(result.fit.parameters[static_cast<std::size_t>(factor)], 2.5,
+                1e-3 * result.fit.standardErrors[static_cast<std::size_t>(factor)]);
+    // Another beside it.
+    model.AddPolynomial({1});
+    EXPECT_NEAR(pkmd_Fit(model, sum, options).fit.parameters[static_cast<std::size_t>(factor)], 2.5,
+                1e-2);
+}
+
+TEST(PeakFit, ChannelsThatTakeNoPart) {
+    pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 4);
+    std::vector<double> y;
+    for (int i = 0; i < 200; ++i)
+        y.push_back(spectrum.array.Number(i).As<double>());
+    pkmd_sOptions options;
+    options.objective = nlsq_LeastSquares;
+    for (const double value : y)
+        options.weights.push_back(1 / std::max(1.0, value));
+    options.weights[3] = options.weights[80] = options.weights[199] = 0;
+    const pkmd_sResult weighted = pkmd_Fit(model, spectrum.array, options);
+    options.weights.clear();
+    y[3] = notANumber;
+    y[80] = infinity;
+    y[199] = -infinity;
+    const pkmd_sResult missing = pkmd_Fit(model, darr_c1DArray{std::span(y), keV}, options);
+    EXPECT_EQ(weighted.channels, 197);
+    EXPECT_EQ(missing.channels, 197);
+    EXPECT_EQ(weighted.fit.parameters, missing.fit.parameters);
+    EXPECT_EQ(weighted.fit.standardErrors, missing.fit.standardErrors);
+    options.objective = nlsq_PoissonLikelihood;
+    EXPECT_EQ(pkmd_Fit(model, darr_c1DArray{std::span(y), keV}, options).channels, 197);
+}
+
+TEST(PeakFit, TheTypeOfTheSpectrumDoesNotMatter) {
+    const pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 4);
+    const std::vector<double> expected = pkmd_Fit(model, spectrum.array).fit.parameters;
+    for (const dtyp_eDataType type : {dtyp_UInt16, dtyp_Int32, dtyp_Float, dtyp_ComplexDouble})
+        EXPECT_EQ(pkmd_Fit(model, conv_Convert(spectrum.array, type)).fit.parameters, expected);
+}
+
+TEST(PeakFit, WindowsFollowAPeakThatMoves) {
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 6.4, 900, 0.03);
+    model.AddPolynomial({30}, 6.5, 1);
+    const Spectrum spectrum(model, 200, keV, 4);
+    const pkmd_sResult expected = pkmd_Fit(model, spectrum.array);
+    model.SetStart(0, 6.46);
+    model.SetStart(2, 0.05);
+    const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_NEAR(result.fit.parameters[i], expected.fit.parameters[i],
+                    1e-3 * expected.fit.standardErrors[i]);
+    // Wider ones change little: what is cut off at 5 widths is about 4e-6 of the height.
+    pkmd_sOptions wide;
+    wide.windows = 8;
+    const pkmd_sResult all = pkmd_Fit(model, spectrum.array, wide);
+    for (std::size_t i = 0; i < 4; ++i)
+        EXPECT_NEAR(result.fit.parameters[i], all.fit.parameters[i],
+                    2e-4 * expected.fit.standardErrors[i]);
+}
+
+TEST(PeakFit, WhatIsNotThereIsSaid) {
+    // A peak outside the spectrum, and one with a height of 0 whose position nothing tells.
+    pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 4);
+    model.AddPeak(pkmd_Gaussian, 100, 10, 0.1);
+    model.AddPeak(pkmd_Gaussian, 7, 0, 0.06);
+    model.Fix(model.Height(3));
+    const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+    EXPECT_TRUE(result.fit.Converged());
+    EXPECT_EQ(result.fit.free, 13);
+    EXPECT_EQ(result.fit.rank, 8);
+    EXPECT_THAT(result.fit.undetermined,
+                ElementsAre(model.Position(2), model.Height(2), model.Width(2), model.Position(3),
+                            model.Width(3)));
+    // Two peaks at the same place.
+    pkmd_cModel twice;
+    for (int k = 0; k < 2; ++k)
+        twice.AddPeak(pkmd_Gaussian, 6.4, 450, 0.06);
+    twice.AddPolynomial({30, -5}, 6.5, 1);
+    for (int k = 0; k < 2; ++k) {
+        twice.Fix(twice.Position(k));
+        twice.Fix(twice.Width(k));
+    }
+    const pkmd_sResult same = pkmd_Fit(twice, spectrum.array);
+    EXPECT_EQ(same.fit.rank, 3);
+    EXPECT_THAT(same.fit.undetermined, ElementsAre(twice.Height(0), twice.Height(1)));
+    EXPECT_TRUE(std::isfinite(same.fit.standardErrors[1]));
+}
+
+TEST(PeakFit, EndsEarlyWhereItIsAsked) {
+    pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 4);
+    pkmd_sOptions options;
+    options.control.mostEvaluations = 2;
+    EXPECT_EQ(pkmd_Fit(model, spectrum.array, options).fit.end, nlsq_MostEvaluations);
+    options = {};
+    options.control.observer = [](const nlsq_sIteration&) { return nlsq_Stop; };
+    EXPECT_EQ(pkmd_Fit(model, spectrum.array, options).fit.end, nlsq_StoppedByObserver);
+    model.SetStart(6, -1000);
+    EXPECT_EQ(pkmd_Fit(model, spectrum.array).fit.end, nlsq_NoValue);
+    // A law that has no width at a peak.
+    pkmd_cModel law = twoPeaks();
+    law.SetWidthLaw(0.1, 1, 6.6);
+    EXPECT_EQ(pkmd_Fit(law, spectrum.array).fit.end, nlsq_NoValue);
+}
+
+TEST(PeakFit, ReportTellsEverything) {
+    pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 4);
+    model.Fix(model.Width(0));
+    model.Bound(7, -1, 0);
+    std::ostringstream out;
+    out.precision(3);
+    out << std::hex << pkmd_Fit(model, spectrum.array) << 255;
+    for (const char* part : {"Converged", "200 channels", "position of peak 0", "width of peak 1",
+                             "fixed", "at its bound", "coefficient 1", "area", "rank 6 of 6"})
+        EXPECT_THAT(out.str(), HasSubstr(part));
+    EXPECT_TRUE(out.str().ends_with("ff"));
+    std::ostringstream empty;
+    empty << pkmd_sResult();
+    EXPECT_THAT(empty.str(), HasSubstr("Not converged"));
+}
+
+TEST(PeakFit, PullsAreThoseOfTheErrors) {
+    // 400 spectra: the mean of a pull is known to 0.05, its width to 0.035. The peaks are 1.4 full
+    // widths at half maximum apart.
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 6.4, 900, 0.06);
+    model.AddPeak(pkmd_Gaussian, 6.62, 400, 0.07);
+    model.AddPolynomial({30, -5}, 6.5, 1);
+    constexpr int spectra = 400;
+    std::vector<double> sums(8), squares(8);
+    for (unsigned seed = 1; seed <= spectra; ++seed) {
+        const pkmd_sResult result = pkmd_Fit(model, Spectrum(model, 200, keV, seed).array);
+        ASSERT_TRUE(result.fit.Converged());
+        for (std::size_t i = 0; i < 8; ++i) {
+            const double pull =
+                (result.fit.parameters[i] - model.Starts()[i]) / result.fit.standardErrors[i];
+            sums[i] += pull;
+            squares[i] += pull * pull;
+        }
+    }
+    for (std::size_t i = 0; i < 8; ++i) {
+        const double mean = sums[i] / spectra;
+        EXPECT_NEAR(mean, 0, 0.2) << i;
+        EXPECT_NEAR(std::sqrt(squares[i] / spectra - mean * mean), 1, 0.13) << i;
+    }
+}
+
+void expectRefusal(int line, const std::function<void()>& call, const char* unit = "pkmd") {
+    try {
+        call();
+        FAIL() << "line " << line;
+    } catch (const expt_cProgramException& e) {
+        EXPECT_EQ(e.SourceFile(), unit);
+        EXPECT_EQ(e.Line(), line);
+        EXPECT_NE(std::string(e.what()).find(": "), std::string::npos);
+    }
+}
+
+TEST(PeakModel, NamesAndNumbers) {
+    pkmd_cModel model;
+    EXPECT_EQ(model.AddPeak(pkmd_Gaussian, 1, 2, 3), 0);
+    EXPECT_EQ(model.AddPolynomial({4, 5}), 3);
+    EXPECT_EQ(model.AddPeak(pkmd_Voigt, 6, 7, 8, 9), 1);
+    EXPECT_EQ(model.AddPowerLaw(10, 11, 12), 9);
+    EXPECT_EQ(model.AddExponential(13, 14), 11);
+    EXPECT_EQ(model.AddCurve(darr_c1DArray(4, dtyp_Double, cal_c1DArrayCal()), 15), 13);
+    EXPECT_EQ(model.SetWidthLaw(16, 17, 0), 14);
+    EXPECT_THAT(std::vector(model.Starts().begin(), model.Starts().end()),
+                ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 13, 14, 15, 16, 17));
+    EXPECT_EQ(model.Extra(1), 8);
+    const char* names[] = {"position of peak 0",
+                           "height of peak 0",
+                           "width of peak 0",
+                           "coefficient 0",
+                           "coefficient 1",
+                           "position of peak 1",
+                           "height of peak 1",
+                           "width of peak 1",
+                           "Lorentzian width of peak 1",
+                           "amplitude of the power law",
+                           "exponent of the power law",
+                           "amplitude of the exponential",
+                           "rate of the exponential",
+                           "factor of the curve",
+                           "width of the law",
+                           "slope of the law"};
+    for (int i = 0; i < 16; ++i)
+        EXPECT_EQ(model.Name(i), names[i]);
+    pkmd_cModel others;
+    others.AddPeak(pkmd_PseudoVoigt, 1, 2, 3, 0.5);
+    others.AddPeak(pkmd_TailedGaussian, 1, 2, 3, -1);
+    EXPECT_EQ(others.Name(3), "mixing of peak 0");
+    EXPECT_EQ(others.Name(7), "tail of peak 1");
+    others = model;
+    EXPECT_EQ(others.ParameterCount(), 16);
+    // The background alone.
+    std::vector<double> y(1);
+    pkmd_cModel simple = twoPeaks();
+    simple.Values(simple.Starts(), std::vector{6.4}, y, pkmd_BackgroundOnly);
+    EXPECT_DOUBLE_EQ(y[0], 30.5);
+}
+
+TEST(PeakModel, MisuseIsRefused) {
+    pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 4);
+    const darr_c1DArray& y = spectrum.array;
+    expectRefusal(1, [&] { model.AddPeak(pkmd_Gaussian, notANumber, 1, 1); });
+    expectRefusal(1, [&] { model.AddPeak(pkmd_Gaussian, 1, infinity, 1); });
+    expectRefusal(1, [&] { model.AddPeak(pkmd_Gaussian, 1, 1, 0); });
+    expectRefusal(1, [&] { model.AddPeak(pkmd_Voigt, 1, 1, 1, -1); });
+    expectRefusal(1, [&] { model.AddPeak(pkmd_TailedGaussian, 1, 1, 1, 0); });
+    expectRefusal(1, [&] { model.AddPolynomial({}); });
+    expectRefusal(1, [&] { model.AddPolynomial({1, notANumber}); });
+    expectRefusal(1, [&] { model.AddPolynomial({1}, 0, 0); });
+    expectRefusal(1, [&] { model.AddPolynomial({1}, infinity, 1); });
+    expectRefusal(1, [&] { model.AddPowerLaw(1, -3, 0); });
+    expectRefusal(1, [&] { model.AddExponential(1, notANumber); });
+    expectRefusal(1, [&] { model.AddCurve(conv_Convert(y, dtyp_ComplexFloat), 1); });
+    expectRefusal(1, [&] { model.SetWidthLaw(0, 1, 1); });
+    expectRefusal(1, [&] { model.SetStart(0, notANumber); });
+    expectRefusal(1, [&] { model.SetStarts(std::vector<double>(8, infinity)); });
+    EXPECT_EQ(model.ParameterCount(), 8);
+    for (const int parameter : {-1, 8}) {
+        expectRefusal(2, [&] { (void)model.Name(parameter); });
+        expectRefusal(2, [&] { model.SetStart(parameter, 1); });
+        expectRefusal(2, [&] { model.Free(parameter); });
+        expectRefusal(2, [&] { model.Fix(parameter); });
+        expectRefusal(2, [&] { model.Bound(parameter, 0, 1); });
+        expectRefusal(2, [&] { model.Tie(parameter, 0, 1); });
+        expectRefusal(2, [&] { model.Tie(0, parameter, 1); });
+    }
+    for (const int peak : {-1, 2}) {
+        expectRefusal(2, [&] { (void)model.Position(peak); });
+        expectRefusal(2, [&] { (void)model.Height(peak); });
+        expectRefusal(2, [&] { (void)model.Width(peak); });
+        expectRefusal(2, [&] { (void)model.Extra(peak); });
+    }
+    expectRefusal(2, [&] { (void)model.Extra(0); });
+    expectRefusal(2, [&] { model.SetStarts(std::vector<double>(7)); });
+    std::vector<double> values(2);
+    expectRefusal(4, [&] { model.Values(model.Starts(), std::vector{1.0}, values); });
+    expectRefusal(2, [&] { model.Values(values, values, values); });
+
+    const auto refused = [&](int line, const pkmd_sOptions& options, const char* unit = "pkmd") {
+        expectRefusal(
+            line, [&] { pkmd_Fit(model, y, options); }, unit);
+    };
+    pkmd_sOptions options;
+    options.from = 100;
+    refused(5, options);
+    expectRefusal(5, [&] { pkmd_Fit(model, darr_c1DArray()); });
+    expectRefusal(5, [&] { pkmd_Fit(model, darr_c1DArray(9, pnum_cNumber(notANumber), keV)); });
+    options = {};
+    options.weights.assign(200, 1);
+    refused(6, options);
+    options.objective = nlsq_LeastSquares;
+    options.weights.pop_back();
+    refused(6, options);
+    options.weights.push_back(-1);
+    refused(6, options);
+    options.weights.back() = notANumber;
+    refused(6, options);
+    expectRefusal(7, [&] { pkmd_Fit(model, y - 1000); });
+    options = {};
+    options.windows = 0;
+    refused(8, options);
+    options.windows = notANumber;
+    refused(8, options);
+    options = {};
+    options.control.stepTolerance = -1;
+    refused(12, options, "nlsq");
+    model.Bound(0, 2, 1);
+    refused(10, {}, "nlsq");
+    model.Tie(0, 0, 1);
+    refused(11, {}, "nlsq");
+    model.Free(0);
+    pkmd_cModel power;
+    power.AddPowerLaw(1, -2, 1);
+    expectRefusal(9,
+                  [&] { pkmd_Fit(power, darr_c1DArray(9, pnum_cNumber(1.0), cal_c1DArrayCal())); });
+    power = {};
+    power.AddCurve(y, 1);
+    expectRefusal(10, [&] { pkmd_Fit(power, darr_c1DArray(9, pnum_cNumber(1.0), keV)); });
+    model.SetWidthLaw(0.1, 0, 6);
+    expectRefusal(1, [&] { model.SetWidthLaw(0.1, 0, 6); });
+    expectRefusal(3, [&] { model.Fix(model.Width(1)); });
+}
+
+} // namespace
