@@ -2,7 +2,8 @@
 
 /// @file
 /// The problem of bench_peaks and its peers: five Gaussian peaks on a straight background, 2,048
-/// channels of Poisson noise, positions, heights and widths unknown; the start is a few percent off.
+/// channels of Poisson noise, positions, heights and widths unknown; the start is a few percent
+/// off.
 
 #include <algorithm>
 #include <array>

@@ -15,7 +15,6 @@
 #include <limits>
 #include <span>
 #include <stop_token>
-#include <string>
 #include <vector>
 
 #include "dataprocessing/base/expt.h"
@@ -165,7 +164,8 @@ struct nlsq_sControl {
     /// Ends when a step, in the units of the columns' norms, is no larger than this part of the
     /// parameters.
     double stepTolerance = 1e-14;
-    /// Ends after a step that promised to lower chi-squared by no more than this part of it.
+    /// Ends with a step that promises to lower chi-squared by no more than this part of it; it is
+    /// taken without another evaluation.
     double decreaseTolerance = 1e-18;
     /// The most evaluations of the model over all points.
     int mostEvaluations = 10000;

@@ -73,6 +73,11 @@ private:
         const double length = Length(step_) / std::max(Length(tried_), Length(q_));
         if (!(length > 0))
             return EndOfShortStep();
+        if (promised <= control_.decreaseTolerance * result_.chiSquared && !IsDamped()) {
+            // Not worth an evaluation, but free.
+            Take(promised, length);
+            return End(nlsq_DecreaseSmall);
+        }
 
         const double chiSquared = equations_.Try(tried_);
         ++result_.evaluations;
@@ -91,17 +96,19 @@ private:
         longest_ *= 4;
         promised_ = promised;
         equations_.Accept();
-        std::swap(q_, tried_);
-        result_.step = length;
-        result_.decrease = result_.chiSquared > 0 ? promised / result_.chiSquared : 0;
+        Take(promised, length);
         result_.chiSquared = chiSquared;
-        ++result_.iterations;
         LookAround();
         if (!IsToGoOn())
             return End(nlsq_StoppedByObserver);
-        if (promised <= control_.decreaseTolerance * chiSquared && !IsDamped())
-            return End(nlsq_DecreaseSmall);
         return length <= control_.stepTolerance && EndOfShortStep();
+    }
+
+    void Take(double promised, double length) {
+        std::swap(q_, tried_);
+        result_.step = length;
+        result_.decrease = result_.chiSquared > 0 ? promised / result_.chiSquared : 0;
+        ++result_.iterations;
     }
 
     bool IsDamped() const noexcept { return damping_.Value() >= 1; }

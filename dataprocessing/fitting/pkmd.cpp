@@ -280,10 +280,10 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     channels.weights.resize(count);
     channels.first = first;
     channels.delta = cal.Delta();
-    const int firstIndex = static_cast<int>(first);
+    const auto firstIndex = static_cast<std::ptrdiff_t>(first);
+    const double base = static_cast<double>(first) - cal.CalIndex();
     for (std::size_t i = 0; i < count; ++i)
-        channels.x[i] =
-            cal.Offset() + (firstIndex - cal.CalIndex() + static_cast<int>(i)) * cal.Delta();
+        channels.x[i] = cal.Offset() + (base + static_cast<int>(i)) * cal.Delta();
 
     std::copy_n(elements.begin() + firstIndex, taken, channels.y.begin());
     const bool isLikelihood = options.objective == nlsq_PoissonLikelihood;

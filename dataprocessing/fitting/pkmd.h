@@ -196,8 +196,9 @@ struct pkmd_sOptions {
     double from = -std::numeric_limits<double>::infinity();
     /// to here take part.
     double to = std::numeric_limits<double>::infinity();
-    /// When it ends. Steps below a few millionths of a standard error are not taken.
-    nlsq_sControl control = {.decreaseTolerance = 1e-14};
+    /// When it ends: less than 1e-6 standard errors from the optimum where chi-squared is about the
+    /// number of channels.
+    nlsq_sControl control = {.decreaseTolerance = 5e-15};
 };
 
 /// One peak of a result. Errors are standard errors.

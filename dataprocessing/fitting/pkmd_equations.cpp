@@ -36,6 +36,9 @@ pkmd_sWindow pkmd_WindowOf(pkmd_eShape shape, std::span<const double> peak, doub
     double high = (peak[0] + above - channels.x[0]) / channels.delta;
     if (low > high)
         std::swap(low, high);
+    // A delta of 0 tells nothing.
+    if (!(low <= high))
+        return {0, count};
     const auto inside = [&](double channel) {
         return static_cast<std::size_t>(std::clamp(channel, 0.0, static_cast<double>(count)));
     };

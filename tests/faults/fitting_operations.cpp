@@ -356,7 +356,8 @@ void addPeakModels(Table& table) {
         return model;
     };
     table.Add("fit of peaks", [=](Operands& of) {
-        const pkmd_cModel model = modelOf(of);
+        const pkmd_cModel original = modelOf(of);
+        const pkmd_cModel model(original); // NOLINT(performance-unnecessary-copy-initialization)
         pkmd_sOptions options;
         options.objective = nlsq_LeastSquares;
         options.control.mostEvaluations = 20;
