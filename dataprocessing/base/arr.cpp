@@ -39,6 +39,10 @@ arr_cSizeException::arr_cSizeException(long long size, long long expected)
                                  " is needed."),
       size_(size), expected_(expected) {}
 
+arr_cSizeException::arr_cSizeException(long long size, long long expected,
+                                       const str_cString& message)
+    : expt_cProgramException(unit, sizeLine, message), size_(size), expected_(expected) {}
+
 arr_cSizeException::~arr_cSizeException() = default;
 
 void arr_IndexError() { throw arr_cIndexException(); }

@@ -48,6 +48,8 @@ public:
     explicit arr_cSizeException(long long size);
     /// The refusal of `size` where `expected` elements were needed.
     arr_cSizeException(long long size, long long expected);
+    /// The same, with a message that says why.
+    arr_cSizeException(long long size, long long expected, const str_cString& message);
     ~arr_cSizeException() override;
 
     arr_cSizeException(const arr_cSizeException&) noexcept = default;

@@ -1,6 +1,9 @@
 #include <utility>
 
 #include "dataprocessing/fitting/ftfn.h"
+#include "dataprocessing/valuemodel/cal_steps.h"
+
+using dataprocessing::detail::cal_cSteps;
 
 ftfn_c1DFittingFunction::ftfn_c1DFittingFunction(dasl_c1DDataArraySelection& selection)
     : tgio_cNamedTaggedStreamObject(str_cString::Null), selection_(selection) {
@@ -13,11 +16,9 @@ ftfn_c1DFittingFunction::~ftfn_c1DFittingFunction() = default;
 void ftfn_c1DFittingFunction::Load(arr_cC_Array<double>& values, const cal_c1DArrayCal& cal) const {
     const int count = values.Size();
     arr_cC_Array<double> x(count);
-    double position = cal.Position(0);
-    for (double& element : x) {
-        element = position;
-        position += cal.Delta();
-    }
+    cal_cSteps steps(cal);
+    for (double& position : x)
+        position = steps.Next();
     arr_cC_Array<double> y(count, 0.0);
     LoadValues(x, y);
     if (y.Size() != count) {
@@ -34,8 +35,13 @@ void ftfn_c1DFittingFunction::LoadValues(arr_cC_Array<double>&, arr_cC_Array<dou
 void ftfn_c1DFittingFunction::Refit(const darr_c1DArray& data) {
     arr_cC_Array<double> x;
     arr_cC_Array<double> y;
-    selection_.FillXY(data, x, y);
+    Gather(data, x, y);
     RefitValues(x, y);
+}
+
+void ftfn_c1DFittingFunction::Gather(const darr_c1DArray& data, arr_cC_Array<double>& x,
+                                     arr_cC_Array<double>& y) const {
+    selection_.FillXY(data, x, y);
 }
 
 void ftfn_c1DFittingFunction::RefitValues(const arr_cC_Array<double>&,

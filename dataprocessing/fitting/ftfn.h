@@ -54,6 +54,10 @@ protected:
     /// The selection that the function is fitted over.
     dasl_c1DDataArraySelection& Selection() const noexcept { return selection_; }
 
+    /// Gathers the points of `data` that a fit is made to: what dasl_c1DDataArraySelection::FillXY
+    /// gathers, whose errors it throws.
+    virtual void Gather(const darr_c1DArray& data, arr_cC_Array<double>& x,
+                        arr_cC_Array<double>& y) const;
     /// Fits the parameters to the points (x[i], y[i]). The base does nothing.
     virtual void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y);
     /// Sends `ftfn_FunctionChanged` when the selection has changed.

@@ -93,8 +93,8 @@ void plft_c1DPolyFittingFunction::Refit(const darr_c1DArray& data,
     arr_cC_Array<double> x;
     arr_cC_Array<double> y;
     arr_cC_Array<double> selected;
-    Selection().FillXY(deviations, x, selected);
-    Selection().FillXY(data, x, y);
+    Gather(deviations, x, selected);
+    Gather(data, x, y);
     RefitValues(x, y, selected);
 }
 

@@ -12,6 +12,20 @@
 
 namespace {
 
+bool hasElementAtZero(const cal_cArrayCal& cal) {
+    const double index = cal.RealIndex(0);
+    return index == std::floor(index);
+}
+
+/// Of positions on `cal`, puts that of an element at 0 exactly there.
+void putAtZero(arr_cC_Array<double>& x, const cal_cArrayCal& cal) {
+    if (!hasElementAtZero(cal))
+        return;
+    for (double& position : x)
+        if (std::fabs(position) < std::fabs(cal.Delta()) / 2)
+            position = 0;
+}
+
 /// The variance of the sum of a power law over elements `first` to `last` of a calibration, by the
 /// covariance of its coefficients.
 double varianceOfSum(const pwft_cPowerLawFittingFunction& law, const cal_c1DArrayCal& cal,
@@ -22,6 +36,7 @@ double varianceOfSum(const pwft_cPowerLawFittingFunction& law, const cal_c1DArra
     arr_cC_Array<double> y(x.Size());
     for (int i = first; i < last; ++i)
         x[i - first] = cal.Position(i);
+    putAtZero(x, cal);
     law.LoadValues(x, y);
     // The derivative of each y by coefficient j is y (ln x)^j.
     const int count = law.Order() + 1;
@@ -52,6 +67,20 @@ pwft_cPowerLawFittingFunction::pwft_cPowerLawFittingFunction(
     : plft_c1DPolyFittingFunction(other, selection) {}
 
 pwft_cPowerLawFittingFunction::~pwft_cPowerLawFittingFunction() = default;
+
+void pwft_cPowerLawFittingFunction::Load(arr_cC_Array<double>& values,
+                                         const cal_c1DArrayCal& cal) const {
+    plft_c1DPolyFittingFunction::Load(values, cal);
+    const int zero = cal.Index(0);
+    if (hasElementAtZero(cal) && zero >= 0 && zero < values.Size())
+        values[zero] = 0;
+}
+
+void pwft_cPowerLawFittingFunction::Gather(const darr_c1DArray& data, arr_cC_Array<double>& x,
+                                           arr_cC_Array<double>& y) const {
+    plft_c1DPolyFittingFunction::Gather(data, x, y);
+    putAtZero(x, data.Cal());
+}
 
 void pwft_cPowerLawFittingFunction::LoadValues(arr_cC_Array<double>& x,
                                                arr_cC_Array<double>& y) const {
@@ -155,7 +184,8 @@ void pwft_cMultiPowerLawFitFunc::Load(arr_cC_Array<double>& values,
         if (from < to)
             signal.CopyIn(data.Elements<double>().data(), to - from, from, from - first);
 
-        const rnge_c1DRange span(cal.Position(0), cal.Position(count));
+        const auto [low, high] = std::minmax({cal.Position(0), cal.Position(count)});
+        const rnge_c1DRange span(low, high);
         for (const sPeak& peak : peaks_) {
             if (!peak.window.Intersects(span))
                 continue;

@@ -14,7 +14,9 @@
 /// Only points whose x and y are both greater than type_MinValue take part in a fit. With no more
 /// of them than the order the coefficients become zero; a fit whose coefficients are all below
 /// type_MinValue in magnitude is zero everywhere. Elsewhere the curve exists at positions greater
-/// than type_MinValue; Load gives 0 at the others. ChiSquared() is always 0.
+/// than type_MinValue; Load gives 0 at the others. An element that lies at 0 within the tolerance
+/// of its calibration (cal_cArrayCal::Tolerance) lies at 0 for Load and Refit. ChiSquared() is
+/// always 0.
 ///
 /// Rank, residuals, covariance and errors are those of the logarithms: an error of c[0] is a part
 /// of y. Given deviations of y count as deviations / y of ln y. Without any the logarithms weigh
@@ -32,6 +34,8 @@ public:
     pwft_cPowerLawFittingFunction(const pwft_cPowerLawFittingFunction& other) = default;
     ~pwft_cPowerLawFittingFunction() override;
 
+    /// As the base does, 0 at the element that lies at 0.
+    void Load(arr_cC_Array<double>& values, const cal_c1DArrayCal& cal) const override;
     /// Always 0.
     double ChiSquared() const override { return 0.0; }
     /// Keeps the positions where the curve exists, and sets `y` to its values there; both arrays
@@ -40,6 +44,9 @@ public:
     void LoadValues(arr_cC_Array<double>& x, arr_cC_Array<double>& y) const override;
 
 protected:
+    /// As the base does, an element that lies at 0 being exactly there.
+    void Gather(const darr_c1DArray& data, arr_cC_Array<double>& x,
+                arr_cC_Array<double>& y) const override;
     /// Fits the polynomial to the logarithms. Throws what the polynomial's fit throws: ("poly_fit",
     /// 72) when the sizes differ, ("poly_fit", 105) when every x that takes part is 1.
     void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y) override;
@@ -101,8 +108,9 @@ public:
                          double windowWidth);
     /// Removes every peak.
     virtual void ClearPeaks();
-    /// The sum over the integration window of what Load gives there, times delta, for the first
-    /// peak whose position is within type_MinValue of `position`; 0 when there is none. Throws the
+    /// The sum over the integration window of what Load gives there, times delta (so that it is
+    /// negative on an axis that runs downward), for the first peak whose position is within
+    /// type_MinValue of `position`; 0 when there is none. Throws the
     /// index error when an end of the window is not a number, the size error when it has more
     /// elements than an array can have, and what Load throws.
     virtual double PeakIntensity(double position) const;

@@ -1,12 +1,38 @@
 #include <algorithm>
+#include <exception>
 #include <utility>
+#include <vector>
 
 #include "dataprocessing/fitting/dasl.h"
+#include "dataprocessing/valuemodel/cal_steps.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/view.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
 using namespace dataprocessing::detail;
+
+namespace {
+
+/// Puts the positions and the values of the `count` elements of all pieces one after the other.
+void gather(const darr_c1DArray& data, const std::vector<view_cAxis>& pieces, int count,
+            arr_cC_Array<double>& x, arr_cC_Array<double>& y) {
+    arr_cC_Array<double> positions(count);
+    arr_cC_Array<double> values(count);
+    double* position = positions.begin();
+    double* value = values.begin();
+    for (const view_cAxis& piece : pieces) {
+        const view_cView elements(data.Data(), data.DataType(), dtyp_Double, piece, view_Y(data));
+        elements.Fetch(0, elements.Count(), value);
+        value += elements.Count();
+        cal_cSteps steps(piece.Cal());
+        for (int i = 0; i < piece.Count(); ++i)
+            *position++ = steps.Next();
+    }
+    x = std::move(positions);
+    y = std::move(values);
+}
+
+} // namespace
 
 dasl_c1DDataArraySelection::dasl_c1DDataArraySelection(rnge_eIndexSelect select)
     : select_(select) {}
@@ -86,32 +112,29 @@ void dasl_c1DDataArraySelection::FillXY(const darr_c1DArray& data, arr_cC_Array<
                                         arr_cC_Array<double>& y) const {
     x.SetSize(0);
     y.SetSize(0);
-    for (const hndl_cHandle<rnge_c1DRange>& range : rangeList_) {
-        // Elements outside of the array would be zeros that nobody measured.
-        const rnge_c1DIndexRange all(*range, data.Cal(), select_);
-        view_cAxis inside = view_X(data);
-        inside.Select(std::clamp(all.First(), 0, data.Size()),
-                      std::clamp(all.Last(), 0, data.Size()));
-        if (inside.Count() == 0)
-            continue;
-        conv_Check(data.DataType(), dtyp_Double, conv_RealPart);
-        const view_cView piece(data.Data(), data.DataType(), dtyp_Double, inside, view_Y(data));
-
-        const int gathered = x.Size();
-        arr_cC_Array<double> longerX(
-            arr_CheckedSize(static_cast<long long>(gathered) + inside.Count()));
-        arr_cC_Array<double> longerY(longerX.Size());
-        longerX.CopyIn(x.Data(), gathered, 0, 0);
-        longerY.CopyIn(y.Data(), gathered, 0, 0);
-        piece.Fetch(0, piece.Count(), longerY.Data() + gathered);
-        double position = inside.Start();
-        for (double* element = longerX.begin() + gathered; element != longerX.end(); ++element) {
-            *element = position;
-            position += data.Cal().Delta();
+    std::vector<view_cAxis> pieces;
+    int count = 0;
+    std::exception_ptr refusal;
+    try {
+        for (const hndl_cHandle<rnge_c1DRange>& range : rangeList_) {
+            // Elements outside of the array would be zeros that nobody measured.
+            const rnge_c1DIndexRange all(*range, data.Cal(), select_);
+            view_cAxis piece = view_X(data);
+            piece.Select(std::clamp(all.First(), 0, data.Size()),
+                         std::clamp(all.Last(), 0, data.Size()));
+            if (piece.Count() == 0)
+                continue;
+            conv_Check(data.DataType(), dtyp_Double, conv_RealPart);
+            const int longer = arr_CheckedSize(static_cast<long long>(count) + piece.Count());
+            pieces.push_back(piece);
+            count = longer;
         }
-        x = std::move(longerX);
-        y = std::move(longerY);
+    } catch (const expt_cProgramException&) {
+        refusal = std::current_exception(); // once the ranges before are there
     }
+    gather(data, pieces, count, x, y);
+    if (refusal)
+        std::rethrow_exception(refusal);
 }
 
 void dasl_c1DDataArraySelection::ReceiveMessage(unsigned long id, mesg_cSender& sender,

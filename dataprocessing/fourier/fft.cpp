@@ -31,14 +31,9 @@ pnum_cNumber paddingOf(const Array& array) {
 
 double spectrumDelta(int size, const cal_cArrayCal& cal) { return 1.0 / (size * cal.Delta()); }
 
-/// The smaller delta; the second's unless the first's is less.
-double finer(const cal_cArrayCal& a, const cal_cArrayCal& b) {
-    return a.Delta() < b.Delta() ? a.Delta() : b.Delta();
-}
-
 /// An axis of `a` and the same axis of `b`, brought to one delta and one power-of-two size.
 void match(view_cAxis& a, view_cAxis& b) {
-    const double delta = finer(a.Cal(), b.Cal());
+    const double delta = view_FinerDelta(a, b);
     a.Rescale(delta);
     b.Rescale(delta);
     const int size = std::max(four_FitToPowerOfTwo(a.Count()), four_FitToPowerOfTwo(b.Count()));

@@ -1,7 +1,6 @@
 #include <cmath>
 #include <limits>
 
-#include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/base/linalg.h"
 #include "dataprocessing/base/type.h"
@@ -52,21 +51,6 @@ rnge_c2DRange mappedBox(const rnge_c2DRange& range, const Matrix& matrix, double
     return {left, bottom, right, top};
 }
 
-struct sSize {
-    int x;
-    int y;
-};
-
-/// The number of elements that a box takes along each axis. Throws the size error when it is none.
-sSize sizeOf(const rnge_c2DRange& box, double deltaX, double deltaY) {
-    constexpr double most = std::numeric_limits<int>::max();
-    const double x = std::floor((box.Right() - box.Left()) / deltaX + 0.5);
-    const double y = std::floor((box.Top() - box.Bottom()) / deltaY + 0.5);
-    if (!(x >= 0 && x <= most && y >= 0 && y <= most))
-        arr_SizeError();
-    return {static_cast<int>(x), static_cast<int>(y)};
-}
-
 darr_c2DArray mapImage(const darr_c2DArray& image, const Matrix& matrix,
                        const rnge_c2DRange& range) {
     const bool isWhole = &range == &rnge_c2DRange::Null;
@@ -86,7 +70,8 @@ darr_c2DArray mapImage(const darr_c2DArray& image, const Matrix& matrix,
     const double shiftX = originX - matrix.First(originX, originY);
     const double shiftY = originY - matrix.Second(originX, originY);
     const rnge_c2DRange box = mappedBox(isWhole ? image.Range() : range, matrix, shiftX, shiftY);
-    const sSize size = sizeOf(box, calX.Delta(), calY.Delta());
+    const int sizeX = calX.Count(box.Right() - box.Left());
+    const int sizeY = calY.Count(box.Top() - box.Bottom());
 
     cal_c2DArrayCal cal(box.Left(), calX.Delta(), box.Bottom(), calY.Delta(), 0, 0);
     if (box.Contains(originX, originY)) {
@@ -102,8 +87,8 @@ darr_c2DArray mapImage(const darr_c2DArray& image, const Matrix& matrix,
     const double y = box.Bottom() - shiftY;
     const warp_sMap map{inverse, (inverse.First(x, y) - originX) / calX.Delta() + calX.CalIndex(),
                         (inverse.Second(x, y) - originY) / calY.Delta() + calY.CalIndex()};
-    darr_c2DArray result(size.x, size.y, type, cal);
-    warp_Sample({image.Data(), image.DataType(), image.SizeX(), image.SizeY()}, map, size.x, size.y,
+    darr_c2DArray result(sizeX, sizeY, type, cal);
+    warp_Sample({image.Data(), image.DataType(), image.SizeX(), image.SizeY()}, map, sizeX, sizeY,
                 result.Data());
     return result;
 }

@@ -1,44 +1,32 @@
 #include "dataprocessing/geometry/ramp.h"
 
 #include <cmath>
-#include <limits>
 
-#include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
+#include "dataprocessing/valuemodel/cal_steps.h"
+
+using dataprocessing::detail::cal_cSteps;
 
 namespace {
 
-int countOver(double length, double delta) {
-    const double count = std::floor(length / delta + 0.5);
-    if (!(count >= 0 && count <= std::numeric_limits<int>::max()))
-        arr_SizeError();
-    return static_cast<int>(count);
-}
-
 darr_c1DArray generate(int count, const cal_c1DArrayCal& cal) {
     darr_c1DArray ramp(count, parr_c1DNumberArray::t1DValueArray, cal);
-    double x = cal.Position(0);
-    for (float& element : ramp.Elements<float>()) {
-        element = static_cast<float>(x);
-        x += cal.Delta();
-    }
+    cal_cSteps x(cal);
+    for (float& element : ramp.Elements<float>())
+        element = static_cast<float>(x.Next());
     return ramp;
 }
 
 /// Every element of a 2D ramp is `value(x, y)`.
 template<class Value>
 void fill(darr_c2DArray& ramp, Value value) {
-    const cal_cArrayCal& calX = ramp.Cal().X();
-    const cal_cArrayCal& calY = ramp.Cal().Y();
     float* element = ramp.Elements<float>().data();
-    double y = calY.Position(0);
+    cal_cSteps rows(ramp.Cal().Y());
     for (int row = 0; row < ramp.SizeY(); ++row) {
-        double x = calX.Position(0);
-        for (int column = 0; column < ramp.SizeX(); ++column) {
-            *element++ = static_cast<float>(value(x, y));
-            x += calX.Delta();
-        }
-        y += calY.Delta();
+        const double y = rows.Next();
+        cal_cSteps columns(ramp.Cal().X());
+        for (int column = 0; column < ramp.SizeX(); ++column)
+            *element++ = static_cast<float>(value(columns.Next(), y));
     }
 }
 
@@ -69,7 +57,7 @@ ramp_c1DRamp::ramp_c1DRamp(int count, const cal_c1DArrayCal& cal)
 void ramp_c1DRamp::SetCal(const cal_c1DArrayCal& cal) { *this = ramp_c1DRamp(count_, cal); }
 
 void ramp_c1DRamp::SetRange(const rnge_c1DRange& range) {
-    *this = ramp_c1DRamp(countOver(range.Length(), cal_.Delta()), cal_);
+    *this = ramp_c1DRamp(cal_.Count(range.Length()), cal_);
 }
 
 ramp_c2DRamp::ramp_c2DRamp(ramp_eRampType type, int countX, int countY, const cal_c2DArrayCal& cal)
@@ -81,6 +69,6 @@ void ramp_c2DRamp::SetCal(const cal_c2DArrayCal& cal) {
 }
 
 void ramp_c2DRamp::SetRange(const rnge_c2DRange& range) {
-    *this = ramp_c2DRamp(type_, countOver(range.Length(), cal_.X().Delta()),
-                         countOver(range.Width(), cal_.Y().Delta()), cal_);
+    *this =
+        ramp_c2DRamp(type_, cal_.X().Count(range.Length()), cal_.Y().Count(range.Width()), cal_);
 }

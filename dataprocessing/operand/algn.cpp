@@ -1,23 +1,24 @@
 #include "dataprocessing/operand/algn.h"
 
+#include <algorithm>
+#include <cmath>
+#include <sstream>
+#include <string>
+
 #include "dataprocessing/base/arr.h"
-#include "dataprocessing/valuemodel/rnge.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
 namespace dataprocessing::detail {
 
 namespace {
 
-rnge_sBounds boundsOf(const view_cAxis& axis) { return {axis.Start(), axis.End()}; }
-
-bool isSame(const view_cAxis& a, const view_cAxis& b) {
-    return a.Count() == b.Count() && a.Cal().Delta() == b.Cal().Delta() &&
-           boundsOf(a) == boundsOf(b);
+/// Elements of equal index lie at one position, if the deltas are equal.
+bool isSameRange(const view_cAxis& a, const view_cAxis& b) {
+    return a.Count() == b.Count() && a.Start() == b.Start() && a.End() == b.End();
 }
 
-/// The smaller delta; the second's unless the first's is less.
-double finer(const view_cAxis& a, const view_cAxis& b) {
-    return a.Cal().Delta() < b.Cal().Delta() ? a.Cal().Delta() : b.Cal().Delta();
+bool isSame(const view_cAxis& a, const view_cAxis& b) {
+    return a.Cal().Delta() == b.Cal().Delta() && isSameRange(a, b);
 }
 
 bool rescaleUnlessAt(algn_sAxes& axes, double deltaX, double deltaY) {
@@ -28,11 +29,56 @@ bool rescaleUnlessAt(algn_sAxes& axes, double deltaX, double deltaY) {
     return true;
 }
 
-void select(algn_sAxes& axes, const rnge_sBounds& x, const rnge_sBounds& y) {
-    const rnge_c1DIndexRange columns = rnge_Select(x, axes.x.Cal(), rnge_IndexNearest);
-    const rnge_c1DIndexRange rows = rnge_Select(y, axes.y.Cal(), rnge_IndexNearest);
-    axes.x.Select(columns.First(), columns.Last());
-    axes.y.Select(rows.First(), rows.Last());
+/// The element nearest to a position.
+long long nearest(const view_cAxis& axis, double position) {
+    if (axis.Cal().Delta() == 0)
+        arr_IndexError();
+    if (axis.Start() == position)
+        return 0;
+    const double index = axis.Cal().NearestIndex(position);
+    if (std::isnan(index))
+        arr_IndexError();
+    constexpr double far = 0x1p40; // more elements than any array can have
+    return static_cast<long long>(std::clamp(index, -far, far));
+}
+
+/// The number of elements from `start` to `end`, halves down.
+long long countBetween(const view_cAxis& axis, double start, double end) {
+    const cal_cArrayCal backward(start, -axis.Cal().Delta(), 0);
+    return -nearest({0, backward}, end);
+}
+
+/// Selects both axes over the hull of their ranges, that of an empty operand being the other's.
+/// Halves of a start go upward: the later elements then reach as far as halves of the length, which
+/// go downward, and none of them is left out.
+void matchRange(view_cAxis& a, bool isEmptyA, view_cAxis& b, bool isEmptyB) {
+    const bool isDownward = a.Cal().Delta() < 0;
+    const auto isBefore = [&](double x, double y) { return isDownward ? x > y : x < y; };
+    double start = b.Start();
+    double end = b.End();
+    if (isEmptyB || (!isEmptyA && isBefore(a.Start(), start)))
+        start = a.Start();
+    if (isEmptyB || (!isEmptyA && isBefore(end, a.End())))
+        end = a.End();
+
+    const long long firstA = isEmptyA ? nearest(a, start) : std::min(nearest(a, start), 0LL);
+    const long long firstB = isEmptyB ? nearest(b, start) : std::min(nearest(b, start), 0LL);
+    const long long lastA = isEmptyA ? 0 : a.Count() - firstA;
+    const long long lastB = isEmptyB ? 0 : b.Count() - firstB;
+    long long countA = std::max(lastA, lastB);
+    long long countB = countA;
+    if (a.Cal().Delta() != b.Cal().Delta()) { // images, each finer along one axis
+        countA = countBetween(a, start, end);
+        countB = countBetween(b, start, end);
+    }
+    a.Select(firstA, firstA + countA);
+    b.Select(firstB, firstB + countB);
+}
+
+std::string stepText(const algn_sAxes& axes) {
+    std::ostringstream text;
+    text << axes.x.Cal().Delta() << " by " << axes.y.Cal().Delta();
+    return text.str();
 }
 
 template<class Array>
@@ -98,8 +144,8 @@ bool algn_IsAligned(const algn_sAxes& a, const algn_sAxes& b) noexcept {
 }
 
 int algn_MatchDelta(algn_sAxes& a, algn_sAxes& b) {
-    const double x = finer(a.x, b.x);
-    const double y = finer(a.y, b.y);
+    const double x = view_FinerDelta(a.x, b.x);
+    const double y = view_FinerDelta(a.y, b.y);
     if (rescaleUnlessAt(a, x, y))
         return 1;
     return rescaleUnlessAt(b, x, y) ? 2 : 0;
@@ -108,23 +154,29 @@ int algn_MatchDelta(darr_c1DArray& a, darr_c1DArray& b) { return matchDelta(a, b
 int algn_MatchDelta(darr_c2DArray& a, darr_c2DArray& b) { return matchDelta(a, b); }
 
 bool algn_MatchRange(algn_sAxes& a, algn_sAxes& b) {
-    const rnge_sBounds x = boundsOf(b.x);
-    const rnge_sBounds y = boundsOf(b.y);
-    if (boundsOf(a.x) == x && boundsOf(a.y) == y)
+    if (isSameRange(a.x, b.x) && isSameRange(a.y, b.y))
         return false;
-    select(a, rnge_Hull(boundsOf(a.x), x), rnge_Hull(boundsOf(a.y), y));
-    select(b, rnge_Hull(boundsOf(a.x), x), rnge_Hull(boundsOf(a.y), y));
+    const bool isEmptyA = algn_Count(a) == 0;
+    const bool isEmptyB = algn_Count(b) == 0;
+    matchRange(a.x, isEmptyA, b.x, isEmptyB);
+    matchRange(a.y, isEmptyA, b.y, isEmptyB);
     return true;
 }
 bool algn_MatchRange(darr_c1DArray& a, darr_c1DArray& b) { return matchRange(a, b); }
 bool algn_MatchRange(darr_c2DArray& a, darr_c2DArray& b) { return matchRange(a, b); }
 
-void algn_Match(algn_sAxes& a, algn_sAxes& b) {
+void algn_Align(algn_sAxes& a, algn_sAxes& b) {
+    const algn_sAxes givenA = a;
+    const algn_sAxes givenB = b;
     algn_MatchDelta(a, b);
     algn_MatchRange(a, b);
-    if (algn_Count(a) == 0)
-        arr_IndexError(0, 0);
-    algn_RequireSameSize(a, b);
+    if (a.x.Count() == b.x.Count() && a.y.Count() == b.y.Count())
+        return;
+    const bool isAlongX = a.x.Count() != b.x.Count();
+    throw arr_cSizeException(
+        isAlongX ? b.x.Count() : b.y.Count(), isAlongX ? a.x.Count() : a.y.Count(),
+        "Images in steps of " + stepText(givenA) + " and of " + stepText(givenB) +
+            " do not align: each is the finer along one axis.");
 }
 
 bool algn_MatchDeltaToMask(const algn_sAxes& mask, algn_sAxes& data) {
@@ -138,11 +190,12 @@ bool algn_MatchDeltaToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data) {
 }
 
 bool algn_MatchRangeToMask(const algn_sAxes& mask, algn_sAxes& data) {
-    const rnge_sBounds x = boundsOf(mask.x);
-    const rnge_sBounds y = boundsOf(mask.y);
-    if (boundsOf(data.x) == x && boundsOf(data.y) == y)
+    if (isSameRange(mask.x, data.x) && isSameRange(mask.y, data.y))
         return false;
-    select(data, x, y);
+    const long long column = nearest(data.x, mask.x.Start());
+    const long long row = nearest(data.y, mask.y.Start());
+    data.x.Select(column, column + mask.x.Count());
+    data.y.Select(row, row + mask.y.Count());
     return true;
 }
 darr_c1DArray& algn_MatchRangeToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data) {

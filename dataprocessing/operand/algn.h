@@ -68,8 +68,9 @@ int algn_CommonType(First& a, Second& b, dtyp_cDataType wanted) {
     return converted;
 }
 
-/// Rescales at most one operand to the finer of the deltas, those of X and of Y each for itself:
-/// the first when a delta of it is not the finer one, else the second. Deltas are compared exactly.
+/// Rescales at most one operand to the finer of the deltas (the one of smaller magnitude), those of
+/// X and of Y each for itself: the first when a delta of it is not the finer one, else the second.
+/// Deltas are compared exactly.
 /// When each operand is finer along one axis, only the first is rescaled, and the deltas still
 /// differ afterwards. Returns 0, or 1 or 2 for the one that was rescaled. Throws the errors of
 /// resc_Rescale.
@@ -77,18 +78,21 @@ int algn_MatchDelta(algn_sAxes& a, algn_sAxes& b);
 int algn_MatchDelta(darr_c1DArray& a, darr_c1DArray& b);
 int algn_MatchDelta(darr_c2DArray& a, darr_c2DArray& b);
 
-/// Selects both operands over their combined range, unless their ranges are equal: the first over
-/// the union of both, then the second over the union of its own with what the first has become.
-/// The ranges need not intersect. Returns whether anything was done. Throws the errors of
-/// darr_c1DArray::Selection.
+/// Selects both operands over the hull of their ranges, unless they have one already; the hull with
+/// an operand without elements is the other's range. Each is taken from its element nearest to the
+/// start of the hull on, and of equal deltas both take the same number of elements: as many as the
+/// hull is long, halves down, so that none of their own is left out and each lies within half a
+/// step of its place. The ranges need not intersect. Returns whether anything was done. Throws the
+/// errors of darr_c1DArray::Selection, and the index error for a start that is NaN and for a delta
+/// of zero.
 bool algn_MatchRange(algn_sAxes& a, algn_sAxes& b);
 bool algn_MatchRange(darr_c1DArray& a, darr_c1DArray& b);
 bool algn_MatchRange(darr_c2DArray& a, darr_c2DArray& b);
 
 /// Brings two operands to where elements of equal index belong together: algn_MatchDelta, then
-/// algn_MatchRange. Throws the errors of both, the index error when the first has no element then,
-/// and the size error when the two differ in size.
-void algn_Match(algn_sAxes& a, algn_sAxes& b);
+/// algn_MatchRange. Throws the errors of both, and the size error when the two differ in size then,
+/// which only images do of which each is the finer along one axis.
+void algn_Align(algn_sAxes& a, algn_sAxes& b);
 
 /// Rescales the data to the deltas of the mask when they differ; returns whether they did. Throws
 /// the errors of resc_Rescale.
@@ -96,8 +100,9 @@ bool algn_MatchDeltaToMask(const algn_sAxes& mask, algn_sAxes& data);
 bool algn_MatchDeltaToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data);
 bool algn_MatchDeltaToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data);
 
-/// Selects the data over the range of the mask when the ranges differ. Returns the data; of axes,
-/// whether the ranges did. Throws the errors of darr_c1DArray::Selection.
+/// Selects as many elements of the data as the mask has, from the one nearest to its start on, when
+/// the ranges differ. Returns the data; of axes, whether the ranges did. Throws the errors of
+/// darr_c1DArray::Selection, and the index error for a start that is NaN and for a delta of zero.
 bool algn_MatchRangeToMask(const algn_sAxes& mask, algn_sAxes& data);
 darr_c1DArray& algn_MatchRangeToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data);
 darr_c2DArray& algn_MatchRangeToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data);

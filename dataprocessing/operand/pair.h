@@ -102,17 +102,14 @@ public:
 
     /// Whether elements of equal index belong together already.
     bool IsAligned() const noexcept { return isAligned_; }
-    /// Brings two arrays to where they do. Throws the errors of algn_MatchDelta and
-    /// algn_MatchRange, the index error when nothing is left and that is refused, and the size
-    /// error when the two still differ in size.
+    /// Brings two arrays to where they do. Throws the errors of algn_Align, and the index error when
+    /// nothing is left and that is refused.
     void Align(pair_eNothing nothing) {
         if (isAligned_)
             return;
-        algn_MatchDelta(axesA_, axesB_);
-        algn_MatchRange(axesA_, axesB_);
+        algn_Align(axesA_, axesB_);
         if (nothing == pair_NothingIsRefused && algn_Count(axesA_) == 0)
             arr_IndexError(0, 0);
-        algn_RequireSameSize(axesA_, axesB_);
         first_ = pair_cSide<A>(a_, type_, axesA_);
         second_ = pair_cSide<B>(b_, type_, axesB_);
     }

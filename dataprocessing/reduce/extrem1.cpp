@@ -6,7 +6,7 @@
 #include "dataprocessing/reduce/extrem1_kernels.h"
 #include "dataprocessing/unary/ternary.h"
 #include "dataprocessing/valuemodel/conv_check.h"
-#include "dataprocessing/valuemodel/view.h"
+#include "dataprocessing/valuemodel/darr_value.h"
 
 namespace dataprocessing::detail {
 
@@ -117,18 +117,17 @@ void extrema(const parr_cNumberArray& array, pnum_cNumber& min, pnum_cNumber& ma
 pnum_cNumber extremum(extr_eKind kind, const darr_c1DArray& array, const rnge_c1DRange& range,
                       darr_eInterpolation interpolation, conv_eComplexConversion conversion) {
     refuseEmpty(array);
-    if (array.DataType().IsComplex())
-        return extremum(kind, conv_Convert(array, dtyp_Double, conversion), range, interpolation,
-                        conversion);
+    if (!array.DataType().IsKnown())
+        return 0.0f;
     const auto better = [&](const pnum_cNumber& a, const pnum_cNumber& b) {
         return kind == extr_Minimum ? trny_min(a, b) : trny_max(a, b);
     };
-    const pnum_cNumber start = array.Value(range.Start(), interpolation);
-    const pnum_cNumber end = array.Value(range.End(), interpolation);
-    const rnge_c1DIndexRange inside(array.Range() & range, array.Cal(),
+    const view_cView all = searched(array, conversion);
+    const pnum_cNumber start = darr_ValueAt(all, array.Cal(), range.Start(), interpolation);
+    const pnum_cNumber end = darr_ValueAt(all, array.Cal(), range.End(), interpolation);
+    const rnge_c1DIndexRange inside(range, array.Cal(),
                                     interpolation == darr_NoInterpolation ? rnge_IndexFloor
                                                                           : rnge_IndexCeiling);
-    // Beside a huge offset positions are coarse, and their indices may lie outside.
     const int first = std::max(inside.First(), 0);
     const int last = std::min(inside.Last(), array.Size());
     if (first >= last)

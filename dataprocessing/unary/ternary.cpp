@@ -43,7 +43,6 @@ struct sMatched {
     template<class Mask>
     void RequireSizeOf(const Mask& condition) const {
         if constexpr (!pair_isNumber<Value>)
-            algn_RequireSameSize(algn_Axes(condition), axes);
     }
 };
 

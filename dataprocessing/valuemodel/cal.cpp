@@ -1,21 +1,53 @@
 #include "dataprocessing/valuemodel/cal.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <ostream>
 
+#include "dataprocessing/base/arr.h"
+
 const cal_c1DArrayCal cal_c1DArrayCal::Default;
 const cal_c2DArrayCal cal_c2DArrayCal::Default;
 
+double cal_cArrayCal::RealIndex(double x) const noexcept {
+    constexpr double whole = 0x1p52; // from there on an index has no fraction
+    const double index = (x - offset_) / delta_ + calIndex_;
+    if (!(std::fabs(index) < whole))
+        return index;
+    const double nearest = std::floor(index + 0.5);
+    // Beside calibration indices of 2^30 and more the index is coarser than the tolerance.
+    const bool isThere = Position(static_cast<long long>(nearest)) == x;
+    return isThere || std::fabs(index - nearest) <= Tolerance(x) ? nearest : index;
+}
+
+double cal_cArrayCal::Tolerance(double x) const noexcept {
+    const double larger = std::max(std::fabs(x), std::fabs(offset_));
+    const double lastPlace =
+        std::nextafter(larger, std::numeric_limits<double>::infinity()) - larger;
+    return std::max(1e-6, 4 * lastPlace / std::fabs(delta_));
+}
+
+double cal_cArrayCal::NearestIndex(double x) const noexcept {
+    const double index = RealIndex(x);
+    const double below = std::floor(index);
+    if (index == below)
+        return index;
+    return index - below >= 0.5 - Tolerance(x) ? below + 1 : below;
+}
+
 int cal_cArrayCal::Index(double x) const noexcept {
-    const double nearest = std::floor(RealIndex(x) + 0.5);
-    if (std::isnan(nearest))
-        return 0;
-    if (nearest <= std::numeric_limits<int>::min())
-        return std::numeric_limits<int>::min();
-    if (nearest >= std::numeric_limits<int>::max())
-        return std::numeric_limits<int>::max();
-    return static_cast<int>(nearest);
+    constexpr double lowest = std::numeric_limits<int>::min();
+    constexpr double highest = std::numeric_limits<int>::max();
+    const double nearest = NearestIndex(x);
+    return std::isnan(nearest) ? 0 : static_cast<int>(std::clamp(nearest, lowest, highest));
+}
+
+int cal_cArrayCal::Count(double length) const {
+    const double count = std::floor(length / delta_ + 0.5);
+    if (std::isnan(count))
+        arr_SizeError();
+    return arr_CheckedSize(static_cast<long long>(std::clamp(count, -0x1p62, 0x1p62)));
 }
 
 std::ostream& operator<<(std::ostream& stream, const cal_cArrayCal& cal) {

@@ -9,6 +9,11 @@
 
 /// The calibration of one axis. Element `i` lies at
 /// `Position(i) = Offset() + (i - CalIndex()) * Delta()`.
+///
+/// **One rule for positions.** Deltas such as 0.1 are not exact, so the position of an element is
+/// found again only within rounding. Therefore a real-valued index counts as a whole one when it is
+/// within Tolerance() of it, and everything that asks which element a position means goes through
+/// RealIndex(): `Index(Position(i))` is `i`.
 class DATAPROCESSING_EXPORT cal_cArrayCal {
 public:
     /// Offset 0, delta 1, index 0: positions are element indices.
@@ -35,13 +40,22 @@ public:
     constexpr double Position(long long index) const noexcept {
         return offset_ + static_cast<double>(index - calIndex_) * delta_;
     }
-    /// The real-valued index of position `x`, the inverse of Position().
-    constexpr double RealIndex(double x) const noexcept {
-        return (x - offset_) / delta_ + calIndex_;
-    }
-    /// The element nearest to position `x`: floor(RealIndex(x) + 0.5), clamped to the range of int;
-    /// 0 when that is NaN.
+    /// The real-valued index of position `x`, the inverse of Position(): (x - offset) / delta +
+    /// calIndex, or the whole index nearest to it when that is within Tolerance(x), or lies at `x`.
+    double RealIndex(double x) const noexcept;
+    /// How far, in elements, a real-valued index may be from a whole one, or from a half, and still
+    /// count as that: 1e-6, or 4 units in the last place of the larger of |x| and |offset| where
+    /// that is more.
+    double Tolerance(double x) const noexcept;
+    /// The whole index nearest to RealIndex(x): floor of it plus 0.5, a half within the tolerance
+    /// counting as the half. It is NaN or infinite where RealIndex(x) is.
+    double NearestIndex(double x) const noexcept;
+    /// The element nearest to position `x`: NearestIndex(x), clamped to the range of int; 0 when
+    /// that is NaN.
     int Index(double x) const noexcept;
+    /// The number of elements that `length` takes, floor(length / delta + 0.5). Throws the size
+    /// error when that is NaN, negative or more than 2^31-1.
+    int Count(double length) const;
 
     /// True when offset, delta and index are all equal.
     friend constexpr bool operator==(const cal_cArrayCal&, const cal_cArrayCal&) = default;

@@ -4,7 +4,45 @@
 #include <cmath>
 
 #include "dataprocessing/base/expt.h"
+#include "dataprocessing/valuemodel/darr_value.h"
 #include "dataprocessing/valuemodel/view_make.h"
+
+namespace dataprocessing::detail {
+
+pnum_cNumber darr_ValueAt(const view_cView& row, const cal_cArrayCal& cal, double x,
+                          darr_eInterpolation interpolation) {
+    if (row.Count() == 0)
+        arr_IndexError(0, 0);
+    const double index = cal.RealIndex(x);
+    if (std::isnan(index) || cal.Delta() == 0)
+        arr_IndexError();
+    const double held = std::clamp(index, 0.0, static_cast<double>(row.Count()) - 1);
+    const auto left = static_cast<std::size_t>(held);
+    const auto element = [&](std::size_t i) {
+        pnum_cNumber number(row.Type());
+        row.Fetch(i, 1, number.Data());
+        return number;
+    };
+    switch (interpolation) {
+    case darr_NoInterpolation:
+        return element(left);
+    case darr_LinearInterpolation: {
+        const double part = held - static_cast<double>(left);
+        const bool isInteger = row.Type().Code() < dtyp_Float;
+        const dtyp_cDataType type = isInteger ? dtyp_cDataType(dtyp_Double) : row.Type();
+        if (part == 0)
+            return conv_Convert(element(left), type);
+        const auto a = element(left).As<comp_cComplex<double>>();
+        const auto b = element(left + 1).As<comp_cComplex<double>>();
+        const comp_cComplex<double> value(view_Between(a.re, b.re, part),
+                                          view_Between(a.im, b.im, part));
+        return conv_Convert(value, type);
+    }
+    }
+    throw expt_cProgramException("darr", 1, "Unknown interpolation.");
+}
+
+} // namespace dataprocessing::detail
 
 using namespace dataprocessing::detail;
 
@@ -20,30 +58,8 @@ darr_c1DArray darr_c1DArray::Selection(int first, int last) const {
 }
 
 pnum_cNumber darr_c1DArray::Value(double x, darr_eInterpolation interpolation) const {
-    const double p = cal_.RealIndex(x);
-    if (Size() == 0)
-        arr_IndexError(0, 0);
-    if (std::isnan(p) || cal_.Delta() == 0)
-        arr_IndexError();
-    switch (interpolation) {
-    case darr_NoInterpolation:
-        return Number(static_cast<int>(std::clamp(std::floor(p), 0.0, Size() - 1.0)));
-    case darr_LinearInterpolation: {
-        const double held = std::clamp(p, 0.0, Size() - 1.0);
-        const int left = static_cast<int>(held);
-        const double part = held - left;
-        const bool isInteger = DataType().Code() < dtyp_Float;
-        const dtyp_cDataType type = isInteger ? dtyp_cDataType(dtyp_Double) : DataType();
-        if (part == 0)
-            return conv_Convert(Number(left), type);
-        const auto a = Number(left).As<comp_cComplex<double>>();
-        const auto b = Number(left + 1).As<comp_cComplex<double>>();
-        const comp_cComplex<double> value(view_Between(a.re, b.re, part),
-                                          view_Between(a.im, b.im, part));
-        return conv_Convert(value, type);
-    }
-    }
-    throw expt_cProgramException("darr", 1, "Unknown interpolation.");
+    const view_cView elements(Data(), DataType(), DataType(), view_X(*this), view_Y(*this));
+    return darr_ValueAt(elements, cal_, x, interpolation);
 }
 
 rnge_c2DRange darr_c2DArray::Range() const {

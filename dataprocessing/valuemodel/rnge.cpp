@@ -8,21 +8,23 @@
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
 
-namespace dataprocessing::detail {
-
-rnge_sBounds rnge_Hull(const rnge_sBounds& a, const rnge_sBounds& b) noexcept {
-    if (a.start > a.end && b.start > b.end)
-        return {std::max(a.start, b.start), std::min(a.end, b.end)};
-    return {std::min(a.start, b.start), std::max(a.end, b.end)};
-}
-
-} // namespace dataprocessing::detail
-
-using dataprocessing::detail::rnge_Hull;
 using dataprocessing::detail::rnge_sBounds;
 using dataprocessing::detail::rnge_Select;
 
 namespace {
+
+/// The smallest bounds that hold both; see operator|.
+rnge_sBounds hull(const rnge_sBounds& a, const rnge_sBounds& b) {
+    const bool isBackwardA = a.start > a.end;
+    const bool isBackwardB = b.start > b.end;
+    if (a.start == a.end || (isBackwardA && b.start < b.end))
+        return b;
+    if (b.start == b.end || (isBackwardB && a.start < a.end))
+        return a;
+    if (isBackwardA && isBackwardB)
+        return {std::max(a.start, b.start), std::min(a.end, b.end)};
+    return {std::min(a.start, b.start), std::max(a.end, b.end)};
+}
 
 bool isSame(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
@@ -59,16 +61,6 @@ int toIndex(double p) {
     return static_cast<int>(std::clamp(p, lowest, highest));
 }
 
-enum class eRound { Floor, Nearest, Ceiling };
-
-int roundIndex(double p, eRound how) {
-    const double nearest = std::floor(p + 0.5);
-    constexpr double tolerance = 1e-6;
-    if (how == eRound::Nearest || std::fabs(p - nearest) <= tolerance)
-        return toIndex(nearest);
-    return toIndex(how == eRound::Floor ? std::floor(p) : std::ceil(p));
-}
-
 /// The bounds of a rectangle along each axis. An upright one keeps the direction it has.
 rnge_sBounds boundsX(const rnge_c2DRange& r) {
     if (r.Angle() == 0)
@@ -83,6 +75,8 @@ rnge_sBounds boundsY(const rnge_c2DRange& r) {
     return {low, high};
 }
 
+bool isEmpty(const rnge_c2DRange& r) { return r.Length() == 0 || r.Width() == 0; }
+
 } // namespace
 
 rnge_c1DIndexRange dataprocessing::detail::rnge_Select(const rnge_sBounds& bounds,
@@ -90,17 +84,21 @@ rnge_c1DIndexRange dataprocessing::detail::rnge_Select(const rnge_sBounds& bound
                                                        rnge_eIndexSelect select) {
     if (cal.Delta() == 0)
         arr_IndexError();
-    const double p = cal.RealIndex(bounds.start);
-    const double q = cal.RealIndex(bounds.end);
+    // An axis that runs downward meets the upper end first.
+    const bool isTurned = cal.Delta() < 0 && bounds.start < bounds.end;
+    const double start = isTurned ? bounds.end : bounds.start;
+    const double end = isTurned ? bounds.start : bounds.end;
+    const double p = cal.RealIndex(start);
+    const double q = cal.RealIndex(end);
     switch (select) {
     case rnge_IndexFloor:
-        return {roundIndex(p, eRound::Floor), roundIndex(q, eRound::Floor)};
+        return {toIndex(std::floor(p)), toIndex(std::floor(q))};
     case rnge_IndexNearest:
-        return {roundIndex(p, eRound::Nearest), roundIndex(q, eRound::Nearest)};
+        return {toIndex(cal.NearestIndex(start)), toIndex(cal.NearestIndex(end))};
     case rnge_IndexOuter:
-        return {roundIndex(p, eRound::Floor), roundIndex(q, eRound::Ceiling)};
+        return {toIndex(std::floor(p)), toIndex(std::ceil(q))};
     case rnge_IndexCeiling:
-        return {roundIndex(p, eRound::Ceiling), roundIndex(q, eRound::Ceiling)};
+        return {toIndex(std::ceil(p)), toIndex(std::ceil(q))};
     }
     throw expt_cProgramException("rnge", 1, "Unknown index selection.");
 }
@@ -130,8 +128,8 @@ rnge_c1DRange rnge_c1DRange::operator&(const rnge_c1DRange& other) const {
 }
 
 rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b) {
-    const rnge_sBounds hull = rnge_Hull({a.Start(), a.End()}, {b.Start(), b.End()});
-    return {hull.start, hull.end};
+    const auto [start, end] = hull({a.Start(), a.End()}, {b.Start(), b.End()});
+    return {start, end};
 }
 
 const rnge_c2DRange rnge_c2DRange::Null;
@@ -170,8 +168,15 @@ type_cBoolean rnge_c2DRange::Contains(double x, double y) const noexcept {
 }
 
 rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) {
-    const rnge_sBounds x = rnge_Hull(boundsX(a), boundsX(b));
-    const rnge_sBounds y = rnge_Hull(boundsY(a), boundsY(b));
+    rnge_sBounds x = boundsX(b);
+    rnge_sBounds y = boundsY(b);
+    if (isEmpty(b) && !isEmpty(a)) {
+        x = boundsX(a);
+        y = boundsY(a);
+    } else if (!isEmpty(a)) {
+        x = hull(boundsX(a), x);
+        y = hull(boundsY(a), y);
+    }
     return {x.start, y.start, x.end, y.end};
 }
 

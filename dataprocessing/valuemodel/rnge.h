@@ -215,9 +215,6 @@ struct rnge_sBounds {
     friend bool operator==(const rnge_sBounds&, const rnge_sBounds&) = default;
 };
 
-/// The hull of two bounds, by the rule of the ranges' operator|.
-rnge_sBounds rnge_Hull(const rnge_sBounds& a, const rnge_sBounds& b) noexcept;
-
 /// The elements of bounds on an axis; see rnge_c1DIndexRange.
 rnge_c1DIndexRange rnge_Select(const rnge_sBounds& bounds, const cal_cArrayCal& cal,
                                rnge_eIndexSelect select);

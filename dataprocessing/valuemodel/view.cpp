@@ -30,23 +30,6 @@ struct sClip {
     }
 };
 
-/// A position between two neighbouring stored elements. Past the last one that one holds.
-struct sBetween {
-    long long index;
-    double part;
-
-    sBetween(long long rescaledIndex, double ratio, int stored) noexcept {
-        const double p = static_cast<double>(rescaledIndex) * ratio;
-        if (p < stored - 1) {
-            index = static_cast<long long>(p);
-            part = p - static_cast<double>(index);
-        } else {
-            index = stored - 1;
-            part = 0;
-        }
-    }
-};
-
 unsigned char* at(void* data, std::size_t bytes) {
     return static_cast<unsigned char*>(data) + bytes;
 }
@@ -56,21 +39,64 @@ const unsigned char* at(const void* data, std::size_t bytes) {
 
 } // namespace
 
+view_cPlaces::view_cPlaces(double delta, double storedDelta, double tolerance) noexcept
+    : tolerance_(tolerance) {
+    // 21 and 22 bits times an index of 31 bits fit a double; what is left carries the rest of the
+    // quotient and its remainder.
+    constexpr int highBits = 21;
+    constexpr int middleBits = 22;
+    int exponent = 0;
+    int storedExponent = 0;
+    const double numerator = std::frexp(delta, &exponent);
+    const double denominator = std::frexp(storedDelta, &storedExponent);
+    const double ratio = numerator / denominator; // in (0.5, 2)
+    const double remainder = std::fma(-ratio, denominator, numerator) / denominator;
+    const double high = std::ldexp(std::floor(std::ldexp(ratio, highBits - 1)), 1 - highBits);
+    const double middle = std::ldexp(
+        std::floor(std::ldexp(ratio - high, highBits + middleBits - 1)), 1 - highBits - middleBits);
+    high_ = std::ldexp(high, exponent - storedExponent);
+    middle_ = std::ldexp(middle, exponent - storedExponent);
+    low_ = std::ldexp(ratio - high - middle + remainder, exponent - storedExponent);
+}
+
+view_cPlaces::sPlace view_cPlaces::At(long long i, int stored) const noexcept {
+    const double steps = static_cast<double>(i);
+    const double high = steps * high_;
+    const double middle = steps * middle_;
+    const long long wholeHigh = static_cast<long long>(high);
+    const long long wholeMiddle = static_cast<long long>(middle);
+    const double a = high - static_cast<double>(wholeHigh);
+    const double b = middle - static_cast<double>(wholeMiddle);
+    const double sum = a + b;
+    const double ofB = sum - a;
+    const double lost = (a - (sum - ofB)) + (b - ofB);
+    const bool isCarried = sum >= 1;
+    const long long index = wholeHigh + wholeMiddle + (isCarried ? 1 : 0);
+    const double part = (isCarried ? sum - 1 : sum) + (lost + steps * low_);
+
+    const bool isNearNext = part >= 0.5;
+    const bool isWhole = (isNearNext ? 1 - part : part) <= tolerance_;
+    const sPlace place = isWhole ? sPlace{index + (isNearNext ? 1 : 0), 0} : sPlace{index, part};
+    return place.index < stored - 1 ? place : sPlace{stored - 1, 0};
+}
+
 void view_cAxis::Rescale(double delta) {
-    if (!(delta > 0) || !std::isfinite(delta))
-        throw expt_cProgramException("resc", 1, "The delta is not positive and finite.");
-    const double count = std::floor(storedCount_ * cal_.Delta() / delta + 0.5);
-    if (!(count >= 0 && count <= static_cast<double>(intMax)))
-        arr_SizeError(
-            std::isnan(count) ? -1 : static_cast<long long>(std::clamp(count, -0x1p62, 0x1p62)));
-    const double ratio = delta / cal_.Delta();
-    cal_ = cal_cArrayCal(Start(), delta, 0);
-    if (ratio == 1 && static_cast<int>(count) == storedCount_) // nothing to interpolate
-        return;
-    ratio_ = ratio;
-    rescaledCount_ = static_cast<int>(count);
-    count_ = rescaledCount_;
-    rescaled_ = true;
+    const double storedDelta = cal_.Delta();
+    if (!std::isfinite(delta) || delta == 0)
+        throw expt_cProgramException("resc", 1, "The delta is zero or not finite.");
+    if (delta < 0 ? storedDelta > 0 : storedDelta < 0)
+        throw expt_cProgramException(
+            "resc", 1, "Axes that run in opposite directions cannot be brought to one delta.");
+    const cal_cArrayCal rescaled(Start(), delta, 0);
+    const int count = rescaled.Count(storedCount_ * storedDelta);
+    if (delta != storedDelta) {
+        rescaledCount_ = count;
+        count_ = count;
+        rescaled_ = true;
+        const double tolerance = std::max(cal_.Tolerance(Start()), cal_.Tolerance(End()));
+        places_ = view_cPlaces(delta, storedDelta, tolerance);
+    }
+    cal_ = rescaled;
 }
 
 void view_cAxis::Select(long long first, long long last) {
@@ -130,34 +156,34 @@ void view_cView::RescaledRow(long long row, long long column, int count, void* t
     alignas(16) unsigned char elements[capacity * 16];
     double wide[capacity * widest];
     double rows[2][capacity * widest];
+    view_cPlaces::sPlace places[capacity];
 
     const int parts = seen_.IsComplex() ? 2 : 1;
     const dtyp_cDataType wideType = parts == 2 ? dtyp_ComplexDouble : dtyp_Double;
-    const sBetween y(row, y_.ratio_, y_.storedCount_);
+    const view_cPlaces::sPlace y = y_.places_.At(row, y_.storedCount_);
     const int rowCount = y.part == 0 ? 1 : 2;
     const int stretch =
-        static_cast<int>(std::clamp((capacity - 2) / x_.ratio_, 1.0, double{capacity - 2}));
+        static_cast<int>(std::clamp((capacity - 2) / x_.places_.Ratio(), 1.0, capacity - 2.0));
 
     for (int done = 0; done < count; done += stretch) {
         const int n = std::min(stretch, count - done);
-        const long long begin = column + done;
-        const sBetween first(begin, x_.ratio_, x_.storedCount_);
-        const sBetween last(begin + n - 1, x_.ratio_, x_.storedCount_);
-        const long long end = last.index + (last.part == 0 ? 1 : 2);
-        const std::size_t stored = static_cast<std::size_t>(end - first.index);
+        for (int i = 0; i < n; ++i)
+            places[i] = x_.places_.At(column + done + i, x_.storedCount_);
+        const long long first = places[0].index;
+        const long long end = places[n - 1].index + (places[n - 1].part == 0 ? 1 : 2);
+        const std::size_t stored = static_cast<std::size_t>(end - first);
         for (int r = 0; r < rowCount; ++r) {
             const std::size_t index =
                 static_cast<std::size_t>(y.index + r) * static_cast<std::size_t>(x_.storedCount_) +
-                static_cast<std::size_t>(first.index);
+                static_cast<std::size_t>(first);
             conv_Elements(at(data_, index * stored_.SizeOf()), stored_, elements, seen_, stored,
                           mode_);
             conv_Elements(elements, seen_, wide, wideType, stored, conv_RealPart);
             for (int i = 0; i < n; ++i) {
-                const sBetween x(begin + i, x_.ratio_, x_.storedCount_);
-                const double* left = wide + (x.index - first.index) * parts;
-                const double* right = x.part == 0 ? left : left + parts;
+                const double* left = wide + (places[i].index - first) * parts;
+                const double* right = places[i].part == 0 ? left : left + parts;
                 for (int k = 0; k < parts; ++k)
-                    rows[r][i * parts + k] = view_Between(left[k], right[k], x.part);
+                    rows[r][i * parts + k] = view_Between(left[k], right[k], places[i].part);
             }
         }
         for (int i = 0; rowCount == 2 && i < n * parts; ++i)

@@ -24,6 +24,35 @@ inline double view_Between(double a, double b, double part) noexcept {
     return a * (1 - part) + b * part; // far apart or infinite: the step is out of range
 }
 
+/// Where the elements of a resampled axis lie among the stored ones. Element i of it lies at the
+/// real-valued index i x ratio, which is kept in pieces whose products with i are exact, so that
+/// the part between two stored elements is as good at the last element as at the first.
+class view_cPlaces {
+public:
+    /// A place: a stored element, and the part of the way to the next one.
+    struct sPlace {
+        long long index;
+        double part;
+    };
+
+    /// The stored elements themselves.
+    view_cPlaces() noexcept = default;
+    /// Elements of `delta` among stored ones of `storedDelta`. A place within `tolerance` of a
+    /// stored element is that element.
+    view_cPlaces(double delta, double storedDelta, double tolerance) noexcept;
+
+    /// Stored elements per resampled one.
+    double Ratio() const noexcept { return high_ + middle_ + low_; }
+    /// The place of element `i` among `stored` ones. Past the last one that one holds.
+    sPlace At(long long i, int stored) const noexcept;
+
+private:
+    double high_ = 1;
+    double middle_ = 0;
+    double low_ = 0;
+    double tolerance_ = 0;
+};
+
 /// One axis of a view: the stored elements, resampled to another delta, of which a part is
 /// selected that may reach outside. Rescale comes before Select, and each at most once.
 class view_cAxis {
@@ -34,8 +63,8 @@ public:
 
     /// Resamples to `delta` over the same extent: floor(length / delta + 0.5) elements from the
     /// same start; with the delta they have, the elements stay as they are. Throws
-    /// expt_cProgramException ("resc", 1) for a delta that is not positive and finite, the size
-    /// error for more than 2^31-1 elements.
+    /// expt_cProgramException ("resc", 1) for a delta that is zero, not finite or of the other
+    /// sign, the size error for more than 2^31-1 elements.
     void Rescale(double delta);
     /// Selects the elements from `first` up to but without `last`, which may lie outside; nothing
     /// when last is not after first. Positions stay where they are: the calibration index moves.
@@ -62,9 +91,16 @@ private:
     int count_;
     bool rescaled_ = false;
     long long first_ = 0; // index in the rescaled elements of the first one seen
-    double ratio_ = 1;    // stored elements per rescaled one
+    view_cPlaces places_; // of the rescaled elements
     cal_cArrayCal cal_;
 };
+
+/// The delta of smaller magnitude; the second's unless the first's is less.
+inline double view_FinerDelta(const view_cAxis& a, const view_cAxis& b) noexcept {
+    const double deltaA = a.Cal().Delta();
+    const double deltaB = b.Cal().Delta();
+    return std::fabs(deltaA) < std::fabs(deltaB) ? deltaA : deltaB;
+}
 
 /// Stored elements seen as elements of `Type()` along two axes (a 1D array is one row).
 class view_cView {

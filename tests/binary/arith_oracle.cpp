@@ -127,15 +127,36 @@ Element numberInChunks(int type, Element number) {
     return {std::min(2147483647.0, convertedPart(number.re, 7)), 0};
 }
 
+/// How far from a whole index, or from a half, one still counts as that.
+double toleranceAt(const Axis& axis, double x) {
+    const double larger = std::max(std::fabs(x), std::fabs(axis.offset));
+    const double ulp = std::nextafter(larger, HUGE_VAL) - larger;
+    return std::max(1e-6, 4 * ulp / std::fabs(axis.delta));
+}
+
+/// The element of `axis` nearest to position `x`, halves upward.
 long long nearestIndex(const Axis& axis, double x) {
-    const double index = std::floor((x - axis.offset) / axis.delta + axis.index + 0.5);
-    if (std::isnan(index) || axis.delta == 0)
+    if (axis.delta == 0)
         throw Refused("index arr:1");
-    return static_cast<long long>(std::clamp(index, -2147483648.0, 2147483647.0));
+    if (axis.start() == x)
+        return 0;
+    const double tolerance = toleranceAt(axis, x);
+    const double p = (x - axis.offset) / axis.delta + axis.index;
+    double index = std::floor(p + 0.5);
+    if (std::isnan(index))
+        throw Refused("index arr:1");
+    if (std::fabs(p) < 4e15) {
+        const bool isWhole =
+            std::fabs(p - index) <= tolerance || axis.position(static_cast<long long>(index)) == x;
+        if (!isWhole && std::fabs(p - std::floor(p) - 0.5) <= tolerance)
+            index = std::floor(p) + 1;
+    }
+    return static_cast<long long>(std::clamp(index, -1e12, 1e12));
 }
 
 Axis rescaledAxis(const Axis& axis, double delta) {
-    if (!(delta > 0) || std::isinf(delta))
+    const bool isTurned = delta < 0 ? axis.delta > 0 : axis.delta < 0;
+    if (delta == 0 || !std::isfinite(delta) || isTurned)
         throw Refused("program resc:1");
     const double count = std::floor(axis.count * axis.delta / delta + 0.5);
     if (!(count >= 0 && count <= 2147483647.0))
@@ -143,16 +164,34 @@ Axis rescaledAxis(const Axis& axis, double delta) {
     return {axis.start(), delta, 0, static_cast<int>(count)};
 }
 
+#ifdef __SIZEOF_FLOAT128__
+__extension__ typedef __float128 Wide;
+#else
+typedef long double Wide;
+#endif
+
+/// Where element `i` of a resampled axis lies among the stored ones.
 struct Between {
     int left = 0;
     double part = 0;
 
-    Between(int i, double ratio, int count) {
-        const double p = i * ratio;
-        left = count - 1;
-        if (p < left) {
-            left = static_cast<int>(std::floor(p));
-            part = p - left;
+    Between(int i, double delta, const Axis& axis) {
+        left = axis.count - 1;
+        if (delta == axis.delta) {
+            left = i;
+            return;
+        }
+        const double tolerance =
+            std::max(toleranceAt(axis, axis.start()), toleranceAt(axis, axis.end()));
+        const Wide p =
+            static_cast<Wide>(i) * static_cast<Wide>(delta) / static_cast<Wide>(axis.delta);
+        const auto nearest = static_cast<long long>(p + static_cast<Wide>(0.5));
+        const Wide away = p - static_cast<Wide>(nearest);
+        if ((away < 0 ? -away : away) <= static_cast<Wide>(tolerance)) {
+            left = static_cast<int>(std::min<long long>(nearest, left));
+        } else if (p < static_cast<Wide>(left)) {
+            left = static_cast<int>(p);
+            part = static_cast<double>(p - static_cast<Wide>(left));
         }
     }
 
@@ -183,26 +222,40 @@ void requireCountable(const Axis& x, const Axis& y) {
         throw Refused("size arr:2");
 }
 
-struct Bounds {
-    double start;
-    double end;
+bool isSameRange(const Axis& a, const Axis& b) {
+    return a.count == b.count && a.start() == b.start() && a.end() == b.end();
+}
+
+struct Run {
+    long long first;
+    long long last;
 };
 
-Bounds unionOf(const Axis& a, const Axis& b) {
-    if (a.start() > a.end() && b.start() > b.end())
-        return {std::max(a.start(), b.start()), std::min(a.end(), b.end())};
-    return {std::min(a.start(), b.start()), std::max(a.end(), b.end())};
-}
-
-bool isSameRange(const Axis& a, const Axis& b) {
-    return a.start() == b.start() && a.end() == b.end();
-}
-
-Value selectedOver(const Value& value, Bounds x, Bounds y) {
-    if (value.dimensions == 1)
-        return selected(value, nearestIndex(value.x, x.start), nearestIndex(value.x, x.end), 0, 1);
-    return selected(value, nearestIndex(value.x, x.start), nearestIndex(value.x, x.end),
-                    nearestIndex(value.y, y.start), nearestIndex(value.y, y.end));
+/// What each of two axes becomes: the elements from the one nearest to where the earlier of them
+/// starts, as many as the farther reaches. An empty operand takes no part in that.
+std::pair<Run, Run> runsOverBoth(const Axis& a, bool isEmptyA, const Axis& b, bool isEmptyB) {
+    const double sign = a.delta < 0 ? -1 : 1;
+    const auto earlier = [&](double x, double y) { return sign * x < sign * y ? x : y; };
+    const auto later = [&](double x, double y) { return sign * x < sign * y ? y : x; };
+    const double start = isEmptyB   ? a.start()
+                         : isEmptyA ? b.start()
+                                    : earlier(a.start(), b.start());
+    long long firstA = nearestIndex(a, start);
+    long long firstB = nearestIndex(b, start);
+    if (!isEmptyA)
+        firstA = std::min(firstA, 0LL);
+    if (!isEmptyB)
+        firstB = std::min(firstB, 0LL);
+    if (a.delta == b.delta) {
+        const long long count =
+            std::max(isEmptyA ? 0 : a.count - firstA, isEmptyB ? 0 : b.count - firstB);
+        return {{firstA, firstA + count}, {firstB, firstB + count}};
+    }
+    const double end = isEmptyB ? a.end() : isEmptyA ? b.end() : later(a.end(), b.end());
+    const auto count = [&](const Axis& axis) {
+        return -nearestIndex({start, -axis.delta, 0, 0}, end);
+    };
+    return {{firstA, firstA + count(a)}, {firstB, firstB + count(b)}};
 }
 
 std::string divideByZero(const Value& a, const Value& b) {
@@ -322,8 +375,6 @@ Value rescaled(const Value& value, double deltaX, double deltaY) {
     if (value.dimensions == 2)
         result.y = rescaledAxis(value.y, deltaY);
     requireCountable(result.x, result.y);
-    const double ratioX = deltaX / value.x.delta;
-    const double ratioY = value.dimensions == 2 ? deltaY / value.y.delta : 1;
     const auto at = [&](int x, int y) {
         return value
             .elements[static_cast<std::size_t>(y) * static_cast<std::size_t>(value.x.count) +
@@ -334,8 +385,8 @@ Value rescaled(const Value& value, double deltaX, double deltaY) {
         return result;
     for (int j = 0; j < result.y.count; ++j)
         for (int i = 0; i < result.x.count; ++i) {
-            const Between x(i, ratioX, value.x.count);
-            const Between y(j, ratioY, value.y.count);
+            const Between x(i, deltaX, value.x);
+            const Between y(j, value.dimensions == 2 ? deltaY : value.y.delta, value.y);
             const auto inRow = [&](int row) {
                 const Element left = at(x.left, row);
                 return x.part == 0 ? left : x.of(left, at(x.left + 1, row));
@@ -368,8 +419,9 @@ Value selected(const Value& value, long long firstX, long long lastX, long long 
 }
 
 int matchDelta(Value& a, Value& b) {
-    const double x = a.x.delta < b.x.delta ? a.x.delta : b.x.delta;
-    const double y = a.y.delta < b.y.delta ? a.y.delta : b.y.delta;
+    const auto finer = [](double p, double q) { return std::fabs(p) < std::fabs(q) ? p : q; };
+    const double x = finer(a.x.delta, b.x.delta);
+    const double y = finer(a.y.delta, b.y.delta);
     if (a.x.delta != x || a.y.delta != y) {
         a = rescaled(a, x, y);
         return 1;
@@ -384,8 +436,14 @@ int matchDelta(Value& a, Value& b) {
 bool matchRange(Value& a, Value& b) {
     if (isSameRange(a.x, b.x) && isSameRange(a.y, b.y))
         return false;
-    a = selectedOver(a, unionOf(a.x, b.x), unionOf(a.y, b.y));
-    b = selectedOver(b, unionOf(a.x, b.x), unionOf(a.y, b.y));
+    const bool isEmptyA = a.count() == 0;
+    const bool isEmptyB = b.count() == 0;
+    const auto [xA, xB] = runsOverBoth(a.x, isEmptyA, b.x, isEmptyB);
+    const auto [yA, yB] = a.dimensions == 2 ? runsOverBoth(a.y, isEmptyA, b.y, isEmptyB)
+                                            : std::pair<Run, Run>{{0, 1}, {0, 1}};
+    Value first = selected(a, xA.first, xA.last, yA.first, yA.last);
+    b = selected(b, xB.first, xB.last, yB.first, yB.last);
+    a = first;
     return true;
 }
 

@@ -229,7 +229,8 @@ TEST(MatchRange, OfLinesExtendsBothWithZerosToTheUnion) {
         {"same end", 3, {1, 2}, 4, {6}, 3, {1, 2}, {0, 6}},
         {"touching", 0, {1, 2}, 2, {3}, 0, {1, 2, 0}, {0, 0, 3}},
         {"disjoint", -3, {1}, 1, {2}, -3, {1, 0, 0, 0, 0}, {0, 0, 0, 0, 2}},
-        {"one of them empty", 2, {}, 4, {1, 2}, 2, {0, 0, 0, 0}, {0, 0, 1, 2}},
+        {"the first empty", 2, {}, 4, {1, 2}, 4, {0, 0}, {1, 2}},
+        {"the second empty", 4, {1, 2}, 2, {}, 4, {1, 2}, {0, 0}},
     };
     for (const RangeCase& c : cases) {
         darr_c1DArray a = line(c.a, {c.startA, 1, 0});
@@ -255,11 +256,18 @@ TEST(MatchRange, TakesTheNearestElements) {
     EXPECT_EQ(a.Cal(), cal_c1DArrayCal(0, 1, 0));
     EXPECT_EQ(b.Cal(), cal_c1DArrayCal(0.25, 1, 0));
 
-    // From half a step on it does.
+    // Half a step too, in either order; more than that is the next element.
     b.SetOffsetX(0.5);
     EXPECT_TRUE(algn_MatchRange(a, b));
+    EXPECT_EQ(elementsOf(a), (std::vector<double>{1, 2, 3}));
+    EXPECT_EQ(elementsOf(b), (std::vector<double>{4, 5, 6}));
+    EXPECT_TRUE(algn_MatchRange(b, a));
+    EXPECT_EQ(elementsOf(a), (std::vector<double>{1, 2, 3}));
+    EXPECT_EQ(elementsOf(b), (std::vector<double>{4, 5, 6}));
+    b.SetOffsetX(0.5001);
+    EXPECT_TRUE(algn_MatchRange(a, b));
     EXPECT_EQ(elementsOf(a), (std::vector<double>{1, 2, 3, 0}));
-    EXPECT_EQ(elementsOf(b), (std::vector<double>{4, 5, 6, 0}));
+    EXPECT_EQ(elementsOf(b), (std::vector<double>{0, 4, 5, 6}));
 }
 
 TEST(MatchRange, OfLinesThatBothRunBackwardsKeepsTheirDirection) {

@@ -28,9 +28,11 @@ struct sPlace {
         const long double p = index *
                               (static_cast<long long>(1) * static_cast<long double>(delta)) /
                               static_cast<long double>(storedDelta);
-        left = std::min(static_cast<int>(std::floor(p)), stored - 1);
+        const long double nearest = std::floor(p + 0.5L);
+        const bool isThere = std::fabs(p - nearest) <= 1e-6L; // it is taken exactly
+        left = std::min(static_cast<int>(isThere ? nearest : std::floor(p)), stored - 1);
         right = std::min(left + 1, stored - 1);
-        part = p - static_cast<long double>(left);
+        part = isThere ? 0 : p - static_cast<long double>(left);
     }
     long double Of(long double a, long double b) const { return a + (b - a) * part; }
 };
@@ -338,10 +340,10 @@ TEST(Rescale, SourcesWithoutALengthAreRefusedOrEmpty) {
             EXPECT_EQ(resc_Rescale(line, 1).Size(), 0) << storedDelta;
         });
     };
-    EXPECT_EQ(of(-1), sizeRefusal);
-    EXPECT_EQ(of(-1e300), sizeRefusal);
+    EXPECT_EQ(of(-1), "resc:1"); // the other direction
+    EXPECT_EQ(of(-1e300), "resc:1");
+    EXPECT_EQ(of(-inf), "resc:1");
     EXPECT_EQ(of(notANumber), sizeRefusal);
     EXPECT_EQ(of(inf), sizeRefusal);
-    EXPECT_EQ(of(-inf), sizeRefusal);
     EXPECT_EQ(of(0), "none");
 }

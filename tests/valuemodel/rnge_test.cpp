@@ -187,7 +187,9 @@ TEST(Range, IntersectionUnionAndIntersects) {
         {{-inf, 2}, {1, inf}, {1, 2}, {-inf, inf}, true},
         {{5, 1}, {2, 3}, {5, 5}, {2, 3}, false},
         {{5, 1}, {7, 3}, {7, 7}, {7, 1}, false}, // both run backwards
-        {{0, 0}, {4, 6}, {4, 4}, {0, 6}, false},
+        {{0, 0}, {4, 6}, {4, 4}, {4, 6}, false}, // the hull with an empty range is the other
+        {{9, 9}, {7, 3}, {9, 9}, {7, 3}, false},
+        {{0, 1}, {5, 3}, {5, 5}, {0, 1}, false}, // one that runs backwards is empty beside one
     };
     for (const auto& row : table) {
         SCOPED_TRACE(printed(row.a) + " and " + printed(row.b));
@@ -391,6 +393,12 @@ TEST(Rectangle, UnionIsTheUprightHull) {
     EXPECT_NEAR(hull.Bottom(), -reach, 1e-15);
     EXPECT_NEAR(hull.Right(), reach, 1e-15);
     EXPECT_NEAR(hull.Top(), reach, 1e-15);
+    const rnge_c2DRange plate(1, 2, 3, 4);
+    for (const rnge_c2DRange& empty :
+         {rnge_c2DRange(), rnge_c2DRange(-5, -5, -5, 9), rnge_c2DRange(-5, 9, 5, 9)}) {
+        EXPECT_EQ(plate | empty, plate);
+        EXPECT_EQ(empty | plate, plate);
+    }
     // Axes that both run backwards stay so.
     EXPECT_EQ(rnge_c2DRange(5, 0, 1, 2) | rnge_c2DRange(9, 1, 3, 4), rnge_c2DRange(9, 0, 1, 4));
 }

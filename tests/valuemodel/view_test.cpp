@@ -82,9 +82,8 @@ TEST(ViewAxis, CountsThatNoArrayCanHaveAreRefused) {
     EXPECT_EQ(select(0, INT_MAX), "none");
     EXPECT_EQ(select(0, INT_MAX + 1LL), sizeRefusal);
     EXPECT_EQ(select(-1, INT_MAX), sizeRefusal);
-    for (const double storedDelta : {-1.0, -1e300}) {
-        EXPECT_EQ(refusalOf([=] { view_cAxis(5, {0, storedDelta, 0}).Rescale(1); }), sizeRefusal);
-    }
+    for (const double storedDelta : {-1.0, -1e300})
+        EXPECT_EQ(refusalOf([=] { view_cAxis(5, {0, storedDelta, 0}).Rescale(1); }), "resc:1");
     EXPECT_EQ(refusalOf([] { view_cAxis(INT_MAX, cal_cArrayCal()).Rescale(1); }), "none");
     EXPECT_EQ(refusalOf([] { view_cAxis(INT_MAX, cal_cArrayCal()).Rescale(0.999999999); }),
               sizeRefusal);
