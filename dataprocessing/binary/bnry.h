@@ -34,11 +34,12 @@
 ///
 /// **Calibration.** The result lies where the array operand does. Two arrays are aligned first: the
 /// one with the coarser delta is resampled (resc_Rescale) to the finer one's, and both are extended
-/// with zeros to the union of their ranges. Deltas are compared exactly. Two images of which each
-/// is finer along one axis keep different deltas: only the first is resampled. The result lies
-/// where the aligned first operand does. Where equal deltas meet exactly half a step apart,
-/// rounding to whole elements may leave one array an element longer, in one order of the operands
-/// and not in the other: that order raises the size error.
+/// with zeros to the union of their ranges, that with an array without elements being the other
+/// range. Deltas are compared exactly. Each array is taken from its element nearest to the start of
+/// the union, and both have as many elements as that is long, halves down: the same number in both
+/// orders of the operands. No element is lost, and each lies within half a step of its place. Two
+/// images of which each is finer along one axis keep different deltas: only the first is resampled.
+/// The result lies where the aligned first operand does.
 ///
 /// **Empty operands.** A number with an array without elements, and two arrays without elements,
 /// give a copy of the (first) array with its own type, whatever the operation.
@@ -49,8 +50,8 @@
 /// by array, 514 for array by number, 553 for array by array. An operation that is none of the
 /// five: expt_cProgramException ("binary1", 1). An unknown element type: that of conv_Convert or of
 /// the scan; two operands of one unknown type give a result of that type without storage, except in
-/// a division. Arrays that differ in size even when aligned: the size error. What resc_Rescale and
-/// Selection refuse passes through.
+/// a division. Images of which each is finer along one axis, where that makes their sizes differ:
+/// the size error. What resc_Rescale and Selection refuse passes through.
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/darr.h"

@@ -19,10 +19,9 @@
 /// `abs` in the precision of the common type: of 3+4i and 5 neither is greater, both `>=` and `<=`
 /// hold, and `==` does not.
 ///
-/// **Calibration.** Two arrays are aligned first, as for arithmetic: the one with the coarser delta
-/// is resampled (resc_Rescale) to the finer one's, and both are extended with zeros to the union of
-/// their ranges. **The mask lies on the default calibration, wherever the operands do.** A mask
-/// meant for calibrated data is given the data's:
+/// **Calibration.** Two arrays are aligned first, as for arithmetic (see bnry.h). **The mask lies
+/// on the default calibration, wherever the operands do.** A mask meant for calibrated data is
+/// given the data's:
 ///
 ///     barr_c1DBoolArray bright = spectrum > 100;
 ///     bright.SetCal(spectrum.Cal());
@@ -34,8 +33,8 @@
 /// **Errors.** A comparison that is none of the six: expt_cProgramException ("binary2", 1). An
 /// element type outside the ten: that of conv_Convert, or expt_cProgramException ("binary2", 138)
 /// when both operands have the same one above the ten. Arrays whose alignment leaves no element:
-/// the index error. Arrays that differ in size even when aligned: the size error. What
-/// resc_Rescale and Selection refuse passes through.
+/// the index error. Images of which each is finer along one axis, where that makes their sizes
+/// differ: the size error. What resc_Rescale and Selection refuse passes through.
 
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"

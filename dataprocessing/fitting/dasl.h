@@ -68,8 +68,8 @@ public:
     ///
     /// Throws the index error for a range with a NaN bound, for data of delta 0, and where the
     /// calibration index of a range's elements would leave int; the size error for more than 2^31-1
-    /// points; expt_cProgramException for an unknown element type or index rule; std::bad_alloc.
-    /// `x` and `y` then hold what was gathered of the ranges before.
+    /// points; expt_cProgramException for an unknown element type or index rule. `x` and `y` then
+    /// hold what was gathered of the ranges before. Throws std::bad_alloc, and they are empty.
     void FillXY(const darr_c1DArray& data, arr_cC_Array<double>& x, arr_cC_Array<double>& y) const;
 
     /// The ranges, in the order in which they were added, as removals have changed it.

@@ -75,9 +75,9 @@ void matchRange(view_cAxis& a, bool isEmptyA, view_cAxis& b, bool isEmptyB) {
     b.Select(firstB, firstB + countB);
 }
 
-std::string stepText(const algn_sAxes& axes) {
+std::string shortest(double x) {
     std::ostringstream text;
-    text << axes.x.Cal().Delta() << " by " << axes.y.Cal().Delta();
+    text << x;
     return text.str();
 }
 
@@ -166,8 +166,10 @@ bool algn_MatchRange(darr_c1DArray& a, darr_c1DArray& b) { return matchRange(a, 
 bool algn_MatchRange(darr_c2DArray& a, darr_c2DArray& b) { return matchRange(a, b); }
 
 void algn_Align(algn_sAxes& a, algn_sAxes& b) {
-    const algn_sAxes givenA = a;
-    const algn_sAxes givenB = b;
+    const double xA = a.x.Cal().Delta();
+    const double yA = a.y.Cal().Delta();
+    const double xB = b.x.Cal().Delta();
+    const double yB = b.y.Cal().Delta();
     algn_MatchDelta(a, b);
     algn_MatchRange(a, b);
     if (a.x.Count() == b.x.Count() && a.y.Count() == b.y.Count())
@@ -175,8 +177,8 @@ void algn_Align(algn_sAxes& a, algn_sAxes& b) {
     const bool isAlongX = a.x.Count() != b.x.Count();
     throw arr_cSizeException(
         isAlongX ? b.x.Count() : b.y.Count(), isAlongX ? a.x.Count() : a.y.Count(),
-        "Images in steps of " + stepText(givenA) + " and of " + stepText(givenB) +
-            " do not align: each is the finer along one axis.");
+        "Images in steps of " + shortest(xA) + " by " + shortest(yA) + " and of " + shortest(xB) +
+            " by " + shortest(yB) + " do not align: each is the finer along one axis.");
 }
 
 bool algn_MatchDeltaToMask(const algn_sAxes& mask, algn_sAxes& data) {

@@ -66,13 +66,12 @@ DATAPROCESSING_EXPORT void extr_MinMax(const parr_c2DNumberArray& array, pnum_cN
 
 /// @name Extremum over a calibrated range
 /// The smallest or the largest of the elements inside `range` and of the values at its two ends,
-/// found by `interpolation` (darr_c1DArray::Value). The elements inside are those of the
-/// intersection with the array's own range, by rnge_IndexFloor without interpolation and by
-/// rnge_IndexCeiling with it. A range that holds no element gives the smaller, or larger, of the
-/// two end values; **with a negative delta none does**, as the array's own range then runs
-/// backwards. They are combined by trny_min and trny_max, the elements with the start, then with
-/// the end, so the result's type is the common one. Throws what Value and rnge_c1DIndexRange throw,
-/// too.
+/// found by `interpolation` (darr_c1DArray::Value). The elements inside are those of the array that
+/// rnge_IndexFloor finds without interpolation, rnge_IndexCeiling with it. A range that holds no
+/// element gives the smaller, or larger, of the two end values. They are combined by trny_min and
+/// trny_max, the elements with the start, then with the end, so the result's type is the common one.
+/// Nothing is allocated, whatever the type of the array. Throws what Value and rnge_c1DIndexRange
+/// throw, too.
 /// @{
 DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion);
 DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion);

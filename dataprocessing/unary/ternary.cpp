@@ -40,10 +40,6 @@ struct sMatched {
         if constexpr (!pair_isNumber<Value>)
             isChanged = algn_MatchToMask(algn_Axes(condition), axes) || value.DataType() != type;
     }
-    template<class Mask>
-    void RequireSizeOf(const Mask& condition) const {
-        if constexpr (!pair_isNumber<Value>)
-    }
 };
 
 choose_Loop choosingLoop(dtyp_cDataType type, const blocks_cSource& a, const blocks_cSource& b) {
@@ -59,8 +55,6 @@ auto select(const Mask& condition, const A& a, const B& b) {
     const sMatched<A> matchedA(condition, a, type);
     const sMatched<B> matchedB(condition, b, type);
     const blocks_cSource isFirst(barr_Elements(condition), dtyp_UInt8);
-    matchedA.RequireSizeOf(condition);
-    matchedB.RequireSizeOf(condition);
     const pair_cSide<A> first(a, type, matchedA.axes);
     const pair_cSide<B> second(b, type, matchedB.axes);
 

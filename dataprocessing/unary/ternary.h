@@ -20,8 +20,9 @@
 /// zero), else that of `second`. A number stands for an array of it.
 ///
 /// An array is matched to the condition before: resampled to its delta when that differs
-/// (resc_Rescale), then selected over its range, with zeros outside the array's own. The condition
-/// never changes. **So a condition from a comparison, which lies on the default calibration, is
+/// (resc_Rescale), then as many elements as the condition has are taken from the one nearest to its
+/// start on, with zeros outside the array's own: each lies within half a step of its place. The
+/// condition never changes. **So a condition from a comparison, which lies on the default calibration, is
 /// given that of the data first** (`condition.SetCal(data.Cal())`); otherwise calibrated data are
 /// resampled onto elements of width 1.
 ///
@@ -34,9 +35,8 @@
 ///     darr_c1DArray clipped = tnry_Ternary(bright, 100, spectrum);
 ///
 /// Throws the index error for a condition without elements, expt_cProgramException ("ternary", 114)
-/// when both values have the same type outside the ten, the size error when an array differs in
-/// size from the condition even when matched (which takes a delta of zero, or one lost beside a
-/// huge offset), and what conv_Convert, resc_Rescale and Selection refuse.
+/// when both values have the same type outside the ten, and what conv_Convert, resc_Rescale and
+/// Selection refuse.
 /// @{
 DATAPROCESSING_EXPORT pnum_cNumber  tnry_Ternary(const type_cBoolean&     condition, const pnum_cNumber&  first, const pnum_cNumber&  second);
 DATAPROCESSING_EXPORT darr_c1DArray tnry_Ternary(const barr_c1DBoolArray& condition, const pnum_cNumber&  first, const darr_c1DArray& second);

@@ -15,13 +15,17 @@
 
 /// How a value between elements is found.
 enum darr_eInterpolation : int {
-    darr_NoInterpolation = 0,    ///< the element that covers the position
-    darr_LinearInterpolation = 1 ///< linear between the positions of neighbouring elements
+    /// The element that covers the position, that of rnge_IndexFloor.
+    darr_NoInterpolation = 0,
+    /// Linear between the positions of neighbouring elements; at the position of an element exactly
+    /// that element, whatever its neighbours are.
+    darr_LinearInterpolation = 1
 };
 
 /// A calibrated 1D array (a spectrum, a line profile).
 ///
-/// Element `i` covers the positions from Cal().Position(i) up to Cal().Position(i + 1).
+/// Element `i` covers the positions from Cal().Position(i) up to Cal().Position(i + 1). Which
+/// element a position means is decided by cal_cArrayCal::RealIndex.
 class DATAPROCESSING_EXPORT darr_c1DArray : public parr_c1DNumberArray {
 public:
     /// No element, of type double, on the default calibration.

@@ -12,12 +12,14 @@
 /// The result has floor(length / delta + 0.5) elements from the same start, of the same type, on
 /// the calibration (start, delta, 0). Element `i` is interpolated linearly, in double precision, at
 /// its own position between the positions of the two elements around it; past the last one that one
-/// holds. Integer elements are rounded to nearest, ties to even. Complex elements are interpolated
-/// part by part. An element whose position is that of a stored one takes it exactly, whatever its
-/// neighbours are.
+/// holds. The part of the way between the two has an error of less than an epsilon at any index.
+/// Integer elements are rounded to nearest, ties to even. Complex elements are interpolated part by
+/// part. An element whose position is that of a stored one (within cal_cArrayCal::Tolerance at the
+/// farther end of the array) takes it exactly, whatever its neighbours are.
 ///
-/// Throws expt_cProgramException ("resc", 1) for a delta that is not positive and finite, and the
-/// size error when the count is negative or more than 2^31-1.
+/// Throws expt_cProgramException ("resc", 1) for a delta that is zero or not finite, or whose sign
+/// is not that of the array's, and the size error when the count is not a number or more than
+/// 2^31-1.
 DATAPROCESSING_EXPORT darr_c1DArray resc_Rescale(const darr_c1DArray& array, double delta);
 
 /// The same along both axes, interpolated bilinearly: along X first, then along Y, rounded once.

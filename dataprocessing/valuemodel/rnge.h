@@ -10,15 +10,20 @@
 #include "dataprocessing/exchange/mesg.h"
 #include "dataprocessing/valuemodel/cal.h"
 
-/// How the ends of a calibrated range become element indices, from the real-valued index p of each.
-/// The result is half open: from the index of the start up to but without that of the end. Except
-/// for rnge_IndexNearest, an end within 1e-6 of an element is taken as that element, so that
-/// deltas such as 0.1 do not lose one to rounding.
+/// How the ends of a calibrated range become element indices, from the index p of each, which is
+/// cal_cArrayCal::RealIndex: whole where the end lies at an element, within the tolerance. The
+/// result is half open: from the index of the start up to but without that of the end. Each end is
+/// rounded by itself, so that adjacent ranges neither share nor lose an element, and the range of
+/// an array is the whole array by every rule. An axis of negative delta is walked from the upper
+/// end of the range, which belongs to it, down to the lower one, which does not, in whichever order
+/// the range has them.
 enum rnge_eIndexSelect : int {
-    rnge_IndexFloor = 0,   ///< floor(p) at both ends
-    rnge_IndexNearest = 1, ///< floor(p + 0.5) at both ends
-    rnge_IndexOuter = 2,   ///< floor(p) at the start, ceil(p) at the end
-    rnge_IndexCeiling = 3  ///< ceil(p) at both: the elements whose own position is in [start, end)
+    rnge_IndexFloor = 0, ///< floor(p) at both ends
+    /// floor(p + 0.5) at both ends, a half within the tolerance being the half:
+    /// cal_cArrayCal::NearestIndex
+    rnge_IndexNearest = 1,
+    rnge_IndexOuter = 2,  ///< floor(p) at the start, ceil(p) at the end
+    rnge_IndexCeiling = 3 ///< ceil(p) at both: the elements whose own position is in [start, end)
 };
 
 /// A range [start, end) of calibrated positions, which tells its receivers when it changes.
@@ -69,8 +74,9 @@ private:
     double end_ = 0;
 };
 
-/// The hull: the smallest range that holds both. Of two ranges that both run backwards it is the
-/// smallest such one.
+/// The hull: the smallest range that holds both; with an empty range, the other one. Of two ranges
+/// that both run backwards it is the smallest such one, and one that runs backwards is empty beside
+/// one that does not.
 DATAPROCESSING_EXPORT rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b);
 
 /// A rectangle in calibrated space, upright or rotated about its centre.
@@ -150,7 +156,8 @@ private:
     double angle_;
 };
 
-/// The hull of both: an upright rectangle around all corners.
+/// The hull of both: an upright rectangle around all corners; with a rectangle of no length or no
+/// width, that around the other one.
 DATAPROCESSING_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b);
 
 /// A half-open range [first, last) of element indices. Indices may lie outside any array; a last

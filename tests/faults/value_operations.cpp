@@ -115,7 +115,12 @@ void addMasks(Table& table) {
 }
 
 void addRanges(Table& table) {
-    table.Add("index", [](Operands& of) { return of.line.Cal().Index(4.4); });
+    table.Add("index", [](Operands& of) {
+        const cal_c1DArrayCal& cal = of.line.Cal();
+        return bytesOf(cal.Index(4.4), cal.NearestIndex(4.4), cal.RealIndex(4.4),
+                       cal.Tolerance(4.4), cal.Count(4.4));
+    });
+    table.AddRefused("count of no length", [](Operands& of) { return of.line.Cal().Count(-9); });
     table.Add("defaults", [](Operands&) {
         return bytesOf(cal_c1DArrayCal::Default, cal_c2DArrayCal::Default, str_cString::Null,
                        rnge_c2DRange::Null);
@@ -170,6 +175,8 @@ void addContainers(Table& table) {
     table.AddRefused("size exception of two",
                      [](Operands&) -> int { throw arr_cSizeException(2, 1); });
     table.AddRefused("index error", [](Operands&) -> int { arr_IndexError(); });
+    table.AddRefused("size exception that says why",
+                     [](Operands&) -> int { throw arr_cSizeException(2, 1, "why"); });
     table.AddRefused("size error", [](Operands&) -> int { arr_SizeError(); });
     table.AddRefused("size error of two", [](Operands&) -> int { arr_SizeError(2, 3); });
     table.Add("bag", [](Operands&) {

@@ -183,6 +183,36 @@ TEST(PowerLaw, CurveIsZeroUpToPositionZero) {
     EXPECT_NEAR(y[1], 3.0 / 16, 1e-12);
 }
 
+TEST(PowerLaw, ElementsAtZeroLieThereExactly) {
+    // 0.01 added thirty times to -0.3 is 5.8e-16: the curve was 1e32 there.
+    for (const cal_c1DArrayCal& cal :
+         {cal_c1DArrayCal(-0.3, 0.01, 0), cal_c1DArrayCal(0.3, -0.01, 0),
+          cal_c1DArrayCal(-0.1, 0.1, 0), cal_c1DArrayCal(-0.3 + 0.9e-8, 0.01, 0)}) {
+        const int zero = cal.Index(0);
+        std::vector<double> y;
+        for (int i = 0; i < 100; ++i)
+            y.push_back(i == zero ? 1e9 : 3 / (cal.Position(i) * cal.Position(i)));
+        Single fit(1);
+        const rnge_c1DRange all(-100, 100);
+        fit.selection.AddLocalRange(all);
+        fit.function.Refit(darr_c1DArray(std::span<const double>(y), cal));
+        EXPECT_NEAR(fit.function.Coefficients()[0], std::log(3), 1e-6);
+        EXPECT_NEAR(fit.function.Coefficients()[1], -2, 1e-6);
+        const std::vector<double> curve = fit.curve(100, cal);
+        for (int i = 0; i < 100; ++i) {
+            const double x = cal.Position(i);
+            const double expected = i == zero || x <= 0 ? 0 : 3 / (x * x);
+            ASSERT_NEAR(curve[static_cast<std::size_t>(i)], expected, 1e-5 * expected) << i;
+        }
+    }
+    // Steps away from zero, an element is where it is.
+    Single fit(1);
+    fit.function.RefitValues({2, 4, 8}, {3.0 / 4, 3.0 / 16, 3.0 / 64});
+    EXPECT_NEAR(fit.curve(1, cal_c1DArrayCal(1e-7, 0.01, 0))[0], 3e14, 1e4);
+    EXPECT_EQ(fit.curve(1, cal_c1DArrayCal(0.9e-8, 0.01, 0))[0], 0);
+    EXPECT_NEAR(fit.curve(1, cal_c1DArrayCal(0.9e-8, -0.001, 0))[0], 3 / (0.9e-8 * 0.9e-8), 1e6);
+}
+
 TEST(PowerLaw, ConstantsAreCurvesToo) {
     Single fit(0);
     fit.function.RefitValues({2, 4, 8}, {2, 4, 8});
@@ -399,6 +429,24 @@ TEST(MultiPowerLaw, BackgroundGoesInsideTheWindowsOnly) {
         EXPECT_NEAR(signal[static_cast<std::size_t>(i)], x >= 200 && x < 220 ? 50 : decay(x), 1e-8)
             << x;
     }
+}
+
+TEST(MultiPowerLaw, WindowsOfAxesThatRunDownwardAreSeenToo) {
+    const cal_c1DArrayCal cal(399, -1, 0);
+    Multi multi;
+    multi.function.AddPeak(199.5, 5, 50, 0, 20); // ends between elements
+    multi.function.Refit(spectrum(300, cal, 50));
+    EXPECT_NEAR(multi.function.Coefficients(0)[1], -2, 1e-10);
+    const std::vector<double> signal = loaded(multi.function, 300, cal);
+    for (int i = 0; i < 300; ++i) {
+        const double x = cal.Position(i);
+        EXPECT_NEAR(signal[static_cast<std::size_t>(i)], x >= 200 && x < 220 ? 50 : decay(x), 1e-8)
+            << x;
+    }
+    EXPECT_NEAR(multi.function.PeakIntensity(199.5), -50 * 20, 1e-6); // times delta
+    arr_cC_Array<double> upward(10, 3.0);
+    EXPECT_THROW(multi.function.Load(upward, cal_c1DArrayCal(200, 1, 0)), expt_cProgramException);
+    EXPECT_EQ(upward[9], 3.0);
 }
 
 TEST(MultiPowerLaw, IntensityIsTheAreaAboveTheBackground) {

@@ -524,10 +524,10 @@ TEST(SelectedPoints, PositionsStartAtTheirCalibratedOneAndGoOnByAddition) {
     EXPECT_EQ(points.y.front(), 101);
 }
 
-TEST(SelectedPoints, FallingCalibrationIsTakenByFallingRanges) {
+TEST(SelectedPoints, FallingCalibrationIsTakenByRangesOfEitherDirection) {
     const darr_c1DArray data = rising(10, {10, -1, 0});
     EXPECT_EQ(taken({5, 2}, data), (Points{{5, 4, 3}, {105, 106, 107}}));
-    EXPECT_EQ(taken({2, 5}, data), Points{});
+    EXPECT_EQ(taken({2, 5}, data), taken({5, 2}, data));
     EXPECT_EQ(taken({50, 8}, data), (Points{{10, 9}, {100, 101}}));
 }
 
@@ -591,6 +591,32 @@ TEST(SelectedPoints, MissingMemoryLeavesWholeRanges) {
         for (int i = 0; i < x.Size(); ++i)
             EXPECT_EQ(y[i], 100 + x[i]);
     }
+}
+
+TEST(SelectedPoints, AreInsideOnAnAxisThatRunsDownward) {
+    const darr_c1DArray data = rising(6, cal_c1DArrayCal(10, -0.5, 0)); // 10, 9.5 ... 7.5
+    const Points inside{{9.5, 9, 8.5}, {101, 102, 103}};
+    EXPECT_EQ(taken(rnge_c1DRange(8.25, 9.75), data), inside);
+    EXPECT_EQ(taken(rnge_c1DRange(9.75, 8.25), data), inside);
+    EXPECT_EQ(taken(rnge_c1DRange(8.3, 9.6), data, rnge_IndexCeiling), inside);
+    EXPECT_EQ(taken(rnge_c1DRange(-infinity, infinity), data).x.size(), 6u);
+    EXPECT_EQ(taken(data.Range(), data).x.size(), 6u);
+    EXPECT_EQ(taken(rnge_c1DRange(20, 30), data).x.size(), 0u);
+}
+
+TEST(SelectedPoints, OfManyRangesAreGatheredAtOnce) {
+    const darr_c1DArray data = rising(1000);
+    arr_cC_Array<double> x, y;
+    const auto allocations = [&](int ranges) {
+        dasl_c1DDataArraySelection selection(rnge_IndexNearest);
+        for (int k = 0; k < ranges; ++k)
+            selection.AddLocalRange(rnge_c1DRange(3 * k, 3 * k + 2));
+        const long before = allocationCount();
+        selection.FillXY(data, x, y);
+        EXPECT_EQ(x.Size(), 2 * ranges);
+        return allocationCount() - before;
+    };
+    EXPECT_LE(allocations(300), allocations(3) + 10); // not two for every range
 }
 
 TEST(Selection, MissingMemoryLeavesTheSelectionAsItWas) {
