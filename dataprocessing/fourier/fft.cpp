@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/fourier/ccs.h"
 #include "dataprocessing/fourier/fft_kernels.h"
 #include "dataprocessing/fourier/four.h"
@@ -34,6 +35,9 @@ double spectrumDelta(int size, const cal_cArrayCal& cal) { return 1.0 / (size * 
 /// An axis of `a` and the same axis of `b`, brought to one delta and one power-of-two size.
 void match(view_cAxis& a, view_cAxis& b) {
     const double delta = view_FinerDelta(a, b);
+    if (delta < 0)
+        throw expt_cProgramException("resc", 1,
+                                     "Arrays that run downward are not matched in size.");
     a.Rescale(delta);
     b.Rescale(delta);
     const int size = std::max(four_FitToPowerOfTwo(a.Count()), four_FitToPowerOfTwo(b.Count()));

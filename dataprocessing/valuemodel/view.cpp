@@ -70,9 +70,10 @@ view_cPlaces::sPlace view_cPlaces::At(long long i, int stored) const noexcept {
     const double sum = a + b;
     const double ofB = sum - a;
     const double lost = (a - (sum - ofB)) + (b - ofB);
-    const bool isCarried = sum >= 1;
-    const long long index = wholeHigh + wholeMiddle + (isCarried ? 1 : 0);
-    const double part = (isCarried ? sum - 1 : sum) + (lost + steps * low_);
+    const double rest = lost + steps * low_;
+    const long long carried = static_cast<long long>(sum + rest);
+    const long long index = wholeHigh + wholeMiddle + carried;
+    const double part = (sum - static_cast<double>(carried)) + rest;
 
     const bool isNearNext = part >= 0.5;
     const bool isWhole = (isNearNext ? 1 - part : part) <= tolerance_;

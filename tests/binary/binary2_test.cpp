@@ -354,23 +354,23 @@ TEST(Comparison, RefusesImagesEachFinerAlongOneAxis) {
     EXPECT_EQ(refusalOf([&] { return a == b; }), sizeRefusal);
 }
 
-TEST(Comparison, RefusesLinesThatDifferInSizeEvenWhenAligned) {
+TEST(Comparison, RefusesLinesWithoutADeltaThatDifferInSize) {
     const darr_c1DArray one = lineOf(7, {1}, {0, 0, 0}), two = lineOf(7, {1, 2}, {0, 0, 0});
-    EXPECT_EQ(refusalOf([&] { return one == two; }), sizeRefusal);
-    EXPECT_EQ(refusalOf([&] { return two == one; }), sizeRefusal);
+    EXPECT_EQ(refusalOf([&] { return one == two; }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { return two == one; }), indexRefusal);
     const darr_c1DArray none(0, dtyp_Float, {0, 0, 0});
-    EXPECT_EQ(refusalOf([&] { return one == none; }), sizeRefusal);
+    EXPECT_EQ(refusalOf([&] { return one == none; }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { return none == one; }), indexRefusal);
 }
 
-TEST(Comparison, RefusesLinesOfWhichAlignmentLeavesNothing) {
+TEST(Comparison, OfNothingOnAnAxisThatRunsDownwardTakesZeros) {
     const darr_c1DArray none(0, dtyp_Float, {0, -1, 0});
-    const darr_c1DArray backwards = lineOf(7, {1, 2}, {0, -1, 0});
-    EXPECT_EQ(refusalOf([&] { return none == backwards; }), indexRefusal);
-    const darr_c1DArray atOnePoint(0, dtyp_Float, {0, 0, 0});
-    EXPECT_EQ(refusalOf([&] { return atOnePoint == lineOf(7, {1}, {0, 0, 0}); }), indexRefusal);
+    const darr_c1DArray backwards = lineOf(7, {1, 0}, {0, -1, 0});
+    EXPECT_EQ((none == backwards).Size(), 2);
+    EXPECT_TRUE((none == backwards).Element(1));
     const darr_c2DArray nothing(0, 2, dtyp_Float, {0, -1, 0, 1, 0, 0});
     const darr_c2DArray image = imageOf(7, 2, 2, {1, 2, 3, 4}, {0, -1, 0, 1, 0, 0});
-    EXPECT_EQ(refusalOf([&] { return nothing == image; }), indexRefusal);
+    EXPECT_EQ((nothing == image).Count(), 4);
 }
 
 TEST(Comparison, PassesOnWhatResamplingRefuses) {
