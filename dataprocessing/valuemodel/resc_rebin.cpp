@@ -21,16 +21,6 @@ void require(const cal_cArrayCal& cal) {
         throw expt_cProgramException("resc", 2, "The offset is not finite.");
 }
 
-/// The real index of a position, a whole one where it is meant to be.
-double realIndex(const cal_cArrayCal& cal, double x) {
-    const double index = cal.RealIndex(x);
-    const double whole = std::nearbyint(index);
-    const double largest = std::max(std::fabs(x), std::fabs(cal.Offset()));
-    const double tolerance =
-        std::max(1e-6, 4 * std::numeric_limits<double>::epsilon() * largest / cal.Delta());
-    return std::fabs(index - whole) <= tolerance ? whole : index;
-}
-
 /// The elements of one axis and the bins that they are shared out to.
 class cBins {
 public:
@@ -42,7 +32,7 @@ public:
 
     /// The edge before bin `bin`, as a real index of the elements, at an end at most.
     double Edge(int bin) const {
-        const double edge = realIndex(from_, to_.Position(bin));
+        const double edge = from_.RealIndex(to_.Position(bin));
         return edge > 0 ? std::min(edge, static_cast<double>(elements_)) : 0; // not NaN either
     }
 
@@ -57,7 +47,7 @@ cBins binsOf(int elements, const cal_cArrayCal& from, double delta) {
     require(from);
     const cal_cArrayCal to(from.Position(0), delta, 0);
     require(to);
-    const double bins = std::ceil(realIndex(to, from.Position(elements)));
+    const double bins = std::ceil(to.RealIndex(from.Position(elements)));
     if (!(bins >= 0 && bins <= std::numeric_limits<int>::max()))
         arr_SizeError();
     return {elements, from, static_cast<int>(bins), to};
