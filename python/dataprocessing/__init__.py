@@ -1,0 +1,89 @@
+"""Calibrated one- and two-dimensional data: spectra, line profiles, images.
+
+Arrays know where their elements lie, and arithmetic respects it:
+
+    >>> import dataprocessing as dp
+    >>> spectrum = dp.Array1D([12, 15, 90, 15, 11], dp.Axis(6.2, 0.1, unit="keV"))
+    >>> (spectrum - 10).max(over=(6.3, 6.5))
+    80
+"""
+
+from dataprocessing import _arrays as _arrays
+from dataprocessing._core import (
+    AlignmentWarning,
+    Array1D,
+    Array2D,
+    Axis,
+    DataError,
+    DataProcessingError,
+    DivisionByZeroError,
+    FitError,
+    IndexOutOfRangeError,
+    Mask1D,
+    Mask2D,
+    ProgramError,
+    SingularFitError,
+    SizeError,
+    UnitError,
+)
+from dataprocessing._alignment import alignment
+from dataprocessing._creation import array, empty, full, zeros
+from dataprocessing._ranges import Range, Rect, Subscription
+from dataprocessing.fourier import (
+    autocorrelate,
+    band_pass,
+    center,
+    convolve,
+    correlate,
+    fft,
+    ifft,
+)
+from dataprocessing.functions import (
+    absolute,
+    acos,
+    arg,
+    asin,
+    atan,
+    conj,
+    convert,
+    cos,
+    cosh,
+    exp,
+    imag,
+    log,
+    log10,
+    maximum,
+    minimum,
+    norm,
+    real,
+    sin,
+    sinh,
+    sqr,
+    sqrt,
+    tan,
+    tanh,
+    where,
+)
+from dataprocessing.geometry import (
+    Transform,
+    flip,
+    line_scan,
+    project,
+    ramp,
+    rescale,
+    resize,
+    rotate,
+    shear,
+)
+
+__version__ = "0.1.0"
+
+__all__ = [
+    "AlignmentWarning", "Array1D", "Array2D", "Axis", "DataError", "DataProcessingError", "DivisionByZeroError",
+    "FitError", "IndexOutOfRangeError", "Mask1D", "Mask2D", "ProgramError", "Range", "Rect", "SingularFitError",
+    "SizeError", "Subscription", "Transform", "UnitError", "absolute", "acos", "alignment", "arg", "array", "asin",
+    "atan", "autocorrelate", "band_pass", "center", "conj", "convert", "convolve", "correlate", "cos", "cosh", "empty",
+    "exp", "fft", "flip", "full", "ifft", "imag", "line_scan", "log", "log10", "maximum", "minimum", "norm", "project",
+    "ramp", "real", "rescale", "resize", "rotate", "shear", "sin", "sinh", "sqr", "sqrt", "tan", "tanh", "where",
+    "zeros",
+]

@@ -1,0 +1,87 @@
+"""New arrays."""
+
+from __future__ import annotations
+
+from typing import Any
+
+import numpy as np
+
+from dataprocessing._core import Array1D, Array2D
+
+__all__ = ["array", "empty", "full", "zeros"]
+
+
+def array(
+    values: Any,
+    axes: Any = None,
+    *,
+    dtype: Any = None,
+    name: str | None = None,
+    unit: str | None = None,
+) -> Array1D | Array2D:
+    """``Array1D`` or ``Array2D``, by the dimensions of ``values``; ValueError for other dimensions.
+
+    ``axes`` is an ``Axis``, or a pair (y, x) for an image.
+
+        >>> import dataprocessing as dp
+        >>> dp.array([[1, 2], [3, 4]]).ndim
+        2
+    """
+    dimensions = np.ndim(values)
+    if dimensions == 1:
+        return Array1D(values, axes, dtype=dtype, name=name, unit=unit)
+    if dimensions == 2:
+        return Array2D(values, axes, dtype=dtype, name=name, unit=unit)
+    raise ValueError(f"arrays have one or two dimensions, not {dimensions}")
+
+
+def empty(
+    shape: int | tuple[int, ...], axes: Any = None, *, dtype: Any = "f8", name: str = "", unit: str = ""
+) -> Array1D | Array2D:
+    """An array whose elements are whatever is in memory, to be written through ``.values``.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> e = dp.empty(3, dtype="f4")
+        >>> _ = np.multiply([1, 2, 3], 2.0, out=e.values)
+        >>> e.values
+        array([2., 4., 6.], dtype=float32)
+    """
+    sizes = (shape,) if isinstance(shape, (int, np.integer)) else tuple(shape)
+    kinds = {1: Array1D, 2: Array2D}
+    if len(sizes) not in kinds:
+        raise ValueError(f"arrays have one or two dimensions, not {len(sizes)}")
+    return kinds[len(sizes)]._empty([int(n) for n in sizes], axes, dtype, name, unit)
+
+
+def zeros(
+    shape: int | tuple[int, ...], axes: Any = None, *, dtype: Any = "f8", name: str = "", unit: str = ""
+) -> Array1D | Array2D:
+    """An array of zeros.
+
+        >>> import dataprocessing as dp
+        >>> dp.zeros((2, 3)).sum()
+        0.0
+    """
+    return full(shape, 0, axes, dtype=dtype, name=name, unit=unit)
+
+
+def full(
+    shape: int | tuple[int, ...],
+    value: Any,
+    axes: Any = None,
+    *,
+    dtype: Any = None,
+    name: str = "",
+    unit: str = "",
+) -> Array1D | Array2D:
+    """An array of one value, of the type numpy gives it unless ``dtype`` says otherwise.
+
+        >>> import dataprocessing as dp
+        >>> dp.full(2, 1.5, dp.Axis(0, 0.1)).values
+        array([1.5, 1.5])
+    """
+    if dtype is None:
+        dtype = Array1D(np.array([value])).dtype
+    made = empty(shape, axes, dtype=dtype, name=name, unit=unit)
+    made.values[...] = value
+    return made

@@ -1,0 +1,195 @@
+"""Stretches of an axis and rectangles of a plane, which tell when they change."""
+
+from __future__ import annotations
+
+import math
+from collections.abc import Callable
+
+from dataprocessing._core import rnge_c1DRange, rnge_c2DRange
+
+__all__ = ["Range", "Rect", "Subscription"]
+
+
+class Subscription:
+    """What ``on_change`` gives: :meth:`cancel` ends it, and so does leaving a ``with`` block."""
+
+    def __init__(self, functions: list[Callable[..., object]], function: Callable[..., object]) -> None:
+        self._functions = functions
+        self._function = function
+        functions.append(function)
+
+    def cancel(self) -> None:
+        """Ends it. The function is not called again; a second time does nothing."""
+        for i, known in enumerate(self._functions):
+            if known is self._function:
+                del self._functions[i]
+                return
+
+    def __enter__(self) -> Subscription:
+        return self
+
+    def __exit__(self, *error: object) -> None:
+        self.cancel()
+
+
+class Range:
+    """The positions from ``start`` up to but without ``end``.
+
+    Whoever asked by :meth:`on_change` hears of every change, once, on the thread that makes it.
+
+        >>> import dataprocessing as dp
+        >>> window = dp.Range(6.3, 6.5)
+        >>> heard = window.on_change(lambda range: print("now", range))
+        >>> window.end = 6.6
+        now Range(6.3, 6.6)
+        >>> 6.3 in window, 6.6 in window
+        (True, False)
+    """
+
+    __slots__ = ("_functions", "_range", "__weakref__")
+
+    def __init__(self, start: float = 0.0, end: float = 0.0) -> None:
+        self._range = rnge_c1DRange(start, end)
+        self._functions: list[Callable[[Range], object]] = []
+
+    @property
+    def start(self) -> float:
+        """The first position."""
+        return self._range.start
+
+    @start.setter
+    def start(self, start: float) -> None:
+        self.set(start, self.end)
+
+    @property
+    def end(self) -> float:
+        """Where it ends; that position is outside."""
+        return self._range.end
+
+    @end.setter
+    def end(self, end: float) -> None:
+        self.set(self.start, end)
+
+    def set(self, start: float, end: float) -> None:
+        """Sets both; whoever listens hears of it once, and not at all when nothing changes."""
+        before = (self.start, self.end)
+        after = rnge_c1DRange(start, end)
+        self._range = after
+        if any(
+            not (a == b or (math.isnan(a) and math.isnan(b))) for a, b in zip(before, (after.start, after.end))
+        ):
+            for function in list(self._functions):
+                function(self)
+
+    @property
+    def length(self) -> float:
+        """``end - start``."""
+        return self._range.length()
+
+    def __contains__(self, x: float) -> bool:
+        return self._range.contains(x)
+
+    def intersects(self, other: Range) -> bool:
+        """Whether both have positions in common."""
+        return self._range.intersects(other._range)
+
+    def __and__(self, other: Range) -> Range:
+        return Range._of(self._range.intersection(other._range))
+
+    def __or__(self, other: Range) -> Range:
+        return Range._of(self._range.union(other._range))
+
+    @classmethod
+    def _of(cls, core: rnge_c1DRange) -> Range:
+        return cls(core.start, core.end)
+
+    def on_change(self, function: Callable[[Range], object]) -> Subscription:
+        """Calls ``function(range)`` after every change, until the subscription is cancelled."""
+        return Subscription(self._functions, function)
+
+    def __eq__(self, other: object) -> bool:
+        if not isinstance(other, Range):
+            return NotImplemented
+        return self.start == other.start and self.end == other.end
+
+    __hash__ = None  # type: ignore[assignment]  # it changes
+
+    def __iter__(self):  # type: ignore[no-untyped-def]
+        """Start and end, so that a range unpacks like a pair."""
+        return iter((self.start, self.end))
+
+    def __repr__(self) -> str:
+        return f"Range({self.start!r}, {self.end!r})"
+
+    def __reduce__(self) -> tuple[type[Range], tuple[float, float]]:
+        return Range, (self.start, self.end)
+
+
+class Rect:
+    """A rectangle, upright by its sides or turned round its centre.
+
+    ``Rect(left, bottom, right, top)``, or ``Rect.turned(x, y, length, width, angle)``; the angle is in
+    radians, counter-clockwise.
+
+        >>> import dataprocessing as dp
+        >>> (1.0, 0.5) in dp.Rect(0, 0, 2, 1)
+        True
+    """
+
+    __slots__ = ("_rect", "_made_of")
+
+    def __init__(self, left: float = 0.0, bottom: float = 0.0, right: float = 0.0, top: float = 0.0) -> None:
+        self._rect = rnge_c2DRange(left, bottom, right, top)
+        self._made_of: tuple[float, ...] = (left, bottom, right, top)
+
+    @classmethod
+    def turned(cls, x: float, y: float, length: float, width: float, angle: float) -> Rect:
+        """A rectangle round (x, y), ``length`` along its own first axis, turned by ``angle``."""
+        rect = cls()
+        rect._rect = rnge_c2DRange(x, y, length, width, angle)
+        rect._made_of = (x, y, length, width, angle)
+        return rect
+
+    @property
+    def corners(self) -> tuple[tuple[float, float], ...]:
+        """The left, bottom, right and top corner, each (x, y)."""
+        return self._rect.corners
+
+    @property
+    def center(self) -> tuple[float, float]:
+        """The centre, (x, y)."""
+        return self._rect.center
+
+    @property
+    def length(self) -> float:
+        """The side along the rectangle's own first axis."""
+        return self._rect.length
+
+    @property
+    def width(self) -> float:
+        """The other side."""
+        return self._rect.width
+
+    @property
+    def angle(self) -> float:
+        """By how much it is turned, in radians, counter-clockwise."""
+        return self._rect.angle
+
+    def __contains__(self, point: tuple[float, float]) -> bool:
+        x, y = point
+        return self._rect.contains(x, y)
+
+    def __eq__(self, other: object) -> bool:
+        if not isinstance(other, Rect):
+            return NotImplemented
+        return self.corners == other.corners and self.angle == other.angle
+
+    def __hash__(self) -> int:
+        return hash((self.corners, self.angle))
+
+    def __repr__(self) -> str:
+        name = "Rect" if len(self._made_of) == 4 else "Rect.turned"
+        return f"{name}({', '.join(map(repr, self._made_of))})"
+
+    def __reduce__(self) -> tuple[Callable[..., Rect], tuple[float, ...]]:
+        return (Rect if len(self._made_of) == 4 else Rect.turned), self._made_of

@@ -1,0 +1,136 @@
+"""Images turned, sheared, mirrored and resized; profiles out of images; axes mapped to other units.
+
+Points are (x, y), angles are radians and counter-clockwise. Warps take the nearest element, as the C++
+library does.
+"""
+
+from __future__ import annotations
+
+from typing import Any
+
+from dataprocessing import _core
+from dataprocessing._core import Array1D, Array2D, Axis, Ramp
+from dataprocessing._ranges import Range, Rect
+
+__all__ = [
+    "Transform", "flip", "line_scan", "project", "ramp", "rescale", "resize", "rotate", "shear",
+]  # fmt: skip
+
+
+def rotate(image: Array2D, angle: float, rect: Rect | None = None) -> Array2D:
+    """The image, or the part inside ``rect``, turned about the position (offset x, offset y) of its axes.
+
+    The grid is refined so that few elements are lost. An image with different deltas is turned as its
+    elements are laid out: ``image.rescale(d, d)`` first, to turn it as it would look on paper.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.rotate(dp.Array2D(np.ones((2, 3))), np.pi / 2).shape
+        (3, 2)
+    """
+    return _core.warp_rotate(image, angle, None if rect is None else rect._rect)
+
+
+def shear(image: Array2D, angle: float, axis_angle: float = 0.0) -> Array2D:
+    """Elements moved along x, turned clockwise by ``axis_angle``, by tan(angle) times their distance."""
+    return _core.warp_shear(image, angle, axis_angle)
+
+
+def flip(image: Array2D, angle: float | None = None) -> Array2D:
+    """The image mirrored at its calibration origin, or at the line Y turned clockwise by ``angle``."""
+    if angle is None:
+        return _core.warp_flip_point(image)
+    return _core.warp_flip_axis(image, angle)
+
+
+def resize(image: Array2D, factor_x: float, factor_y: float) -> Array2D:
+    """The image stretched by these factors about its calibration origin, at the same deltas."""
+    return _core.warp_resize(image, factor_x, factor_y)
+
+
+def rescale(a: Any, *deltas: float) -> Any:
+    """``a`` interpolated linearly at other deltas: one, or (x, y) of an image; the range stays."""
+    return a.rescale(*deltas)
+
+
+def project(image: Array2D, rect: Rect) -> Array1D:
+    """The mean across a rectangle, as a profile along its length."""
+    return _core.proj_project(image, rect._rect)
+
+
+def line_scan(
+    image: Array2D, start: tuple[float, float], end: tuple[float, float], width: float = 1.0
+) -> Array1D:
+    """The profile from one point to another, averaged over ``width`` across.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> image = dp.Array2D(np.tile(np.arange(8.0), (6, 1)))
+        >>> dp.line_scan(image, (1, 3), (5, 3), 2).values
+        array([1., 2., 3., 4.])
+    """
+    return _core.proj_line_scan(image, *start, *end, width)
+
+
+def ramp(shape: int | tuple[int, int], axes: Any = None, kind: str = "x") -> Any:
+    """Positions as values: of a line, or of an image "x", "y", "radius" or "angle". float32.
+
+        >>> import dataprocessing as dp
+        >>> dp.ramp(3, dp.Axis(1.0, 0.5)).values
+        array([1. , 1.5, 2. ], dtype=float32)
+    """
+    if isinstance(shape, int):
+        return _core.ramp_c1d_ramp(shape, Axis() if axes is None else axes)
+    kinds = {"x": Ramp.X, "y": Ramp.Y, "radius": Ramp.RADIUS, "angle": Ramp.ANGLE}
+    if kind not in kinds:
+        raise ValueError(f"kind is one of {', '.join(map(repr, kinds))}, not {kind!r}")
+    rows, columns = shape
+    y, x = (Axis(), Axis()) if axes is None else axes
+    return _core.ramp_c2d_ramp(kinds[kind], columns, rows, y, x)
+
+
+class Transform:
+    """A linear map from base to derived coordinates: ``derived = base * scale + offset``.
+
+        >>> import dataprocessing as dp
+        >>> to_ev = dp.Transform(scale=1000.0)
+        >>> to_ev(6.4), to_ev.inverse(6400.0)
+        (6400.0, 6.4)
+    """
+
+    def __init__(self, offset: float = 0.0, scale: float = 1.0) -> None:
+        self._core = _core.trns_cCoordTransformation(offset, scale)
+
+    @classmethod
+    def between(cls, base: Range, derived: Range) -> Transform:
+        """The map that takes one range to another. DataError for a base range that is empty or backward."""
+        made = cls()
+        made._core = _core.trns_cCoordTransformation(base._range, derived._range)
+        return made
+
+    @property
+    def offset(self) -> float:
+        """What base 0 becomes."""
+        return self._core.offset
+
+    @property
+    def scale(self) -> float:
+        """Derived units per base unit."""
+        return self._core.scale
+
+    def __call__(self, x: Any) -> Any:
+        """From base to derived: a number, a Range, an Axis, or an array, which gets another axis."""
+        if isinstance(x, Range):
+            return Range._of(_core.trns_transform_from_base(x._range, self._core))
+        if isinstance(x, Axis):
+            return Axis(self(x.offset), x.delta * self.scale, x.index, x.name)
+        if isinstance(x, Array1D):
+            return x.with_axes(self(x.axis))
+        return self._core.transform_from_base(x)
+
+    def inverse(self, y: Any) -> Any:
+        """From derived to base: a number or a Range."""
+        if isinstance(y, Range):
+            return Range._of(_core.trns_transform_to_base(y._range, self._core))
+        return self._core.transform_to_base(y)
+
+    def __repr__(self) -> str:
+        return f"Transform(offset={self.offset!r}, scale={self.scale!r})"

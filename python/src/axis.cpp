@@ -1,0 +1,183 @@
+#include "axis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include <pybind11/numpy.h>
+#include <pybind11/operators.h>
+
+#include "errors.h"
+#include "instances.h"
+
+namespace dataprocessing::python {
+
+namespace py = pybind11;
+
+namespace {
+
+using tDoubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
+
+py::array_t<double> positions(const sAxis& axis, long long count, const char* what) {
+    if (count < 0)
+        throw py::value_error(std::string(what) + " takes a count of at least 0");
+    py::array_t<double> made(static_cast<py::ssize_t>(count));
+    double* out = made.mutable_data();
+    for (long long i = 0; i < count; ++i)
+        out[i] = axis.cal.Position(i);
+    return made;
+}
+
+/// The decimal of fewest digits within `slack` of `value`.
+double shortest(double value, double slack) {
+    char text[40];
+    for (int digits = 1; digits <= std::numeric_limits<double>::max_digits10; ++digits) {
+        std::snprintf(text, sizeof text, "%.*g", digits, value);
+        const double rounded = std::strtod(text, nullptr);
+        if (std::fabs(rounded - value) <= slack)
+            return rounded;
+    }
+    return value;
+}
+
+sAxis fromPositions(const tDoubles& x, double tolerance, const std::string& name, const std::string& unit) {
+    if (x.ndim() != 1)
+        throw py::value_error("positions are one-dimensional");
+    const py::ssize_t n = x.size();
+    if (n == 0)
+        throw py::value_error("an axis cannot be found from no positions");
+    const double* at = x.data();
+    for (py::ssize_t i = 0; i < n; ++i)
+        if (!std::isfinite(at[i]))
+            throw py::value_error("position " + std::to_string(i) + " is not finite");
+    if (n == 1)
+        return {cal_cArrayCal(at[0], 1, 0), cLabels(name, unit)};
+    const double measured = (at[n - 1] - at[0]) / static_cast<double>(n - 1);
+    if (measured == 0)
+        throw py::value_error("positions that do not change have no delta");
+    const double slack = tolerance * std::fabs(measured);
+    // Half of what is allowed goes to the delta, which counts once per element, half to the offset.
+    const double delta = shortest(measured, slack / 2 / static_cast<double>(n - 1));
+    const double offset = shortest(at[0], slack / 2);
+    const cal_cArrayCal cal(offset, delta, 0);
+    for (py::ssize_t i = 0; i < n; ++i)
+        if (std::fabs(cal.Position(i) - at[i]) > slack)
+            throw py::value_error("position " + std::to_string(i) + " is off the straight line by more than " +
+                                  std::to_string(tolerance) + " elements");
+    return {cal, cLabels(name, unit)};
+}
+
+std::string repr(const sAxis& axis) {
+    std::string text = "Axis(" + std::string(py::repr(py::float_(axis.cal.Offset()))) + ", " +
+                       std::string(py::repr(py::float_(axis.cal.Delta())));
+    if (axis.cal.CalIndex() != 0)
+        text += ", index=" + std::to_string(axis.cal.CalIndex());
+    if (!axis.labels.Name().empty())
+        text += ", name=" + std::string(py::repr(py::str(axis.labels.Name())));
+    if (!axis.labels.Unit().empty())
+        text += ", unit=" + std::string(py::repr(py::str(axis.labels.Unit())));
+    return text + ")";
+}
+
+/// The word that both agree on, or that only one has.
+const std::string& either(const std::string& a, const std::string& b) {
+    static const std::string none;
+    if (a.empty() || a == b)
+        return b;
+    return b.empty() ? a : none;
+}
+
+void requireSameUnit(const std::string& a, const std::string& b) {
+    if (!a.empty() && !b.empty() && a != b)
+        throwUnitError("the units " + a + " and " + b + " meet in one operation");
+}
+
+} // namespace
+
+cLabels mergedAxis(const cLabels& a, const cLabels& b) {
+    if (a == b)
+        return a;
+    requireSameUnit(a.Unit(), b.Unit());
+    return {either(a.Name(), b.Name()), either(a.Unit(), b.Unit())};
+}
+
+cLabels mergedValues(const cLabels& a, const cLabels& b) {
+    if (a == b)
+        return a;
+    requireSameUnit(a.Unit(), b.Unit());
+    return {a.Name() == b.Name() ? a.Name() : std::string(), either(a.Unit(), b.Unit())};
+}
+
+std::string word(const py::handle& text) {
+    if (text.is_none())
+        return {};
+    if (!py::isinstance<py::str>(text))
+        throw py::type_error("names and units are texts");
+    return py::cast<std::string>(text);
+}
+
+void registerAxis(py::module_& module) {
+    py::class_<sAxis> axis(module, "Axis", py::module_local(), R"(Where the elements of an array lie.
+
+Element `i` lies at ``offset + (i - index) * delta``. An axis never changes; names and units are labels.
+
+    >>> import dataprocessing as dp
+    >>> energy = dp.Axis(6.2, 0.1, name="energy", unit="keV")
+    >>> energy.position(1), energy.nearest(6.31)
+    (6.3, 1)
+)");
+    typeOf<sAxis> = reinterpret_cast<PyTypeObject*>(axis.ptr());
+    axis.def(py::init([](double offset, double delta, int index, const py::object& name, const py::object& unit) {
+                 return sAxis{cal_cArrayCal(offset, delta, index), cLabels(word(name), word(unit))};
+             }),
+             py::arg("offset") = 0.0, py::arg("delta") = 1.0, py::arg("index") = 0, py::arg("name") = "",
+             py::arg("unit") = "")
+        .def_static("from_positions", &fromPositions, py::arg("positions"), py::arg("tolerance") = 1e-3,
+                    py::arg("name") = "", py::arg("unit") = "",
+                    R"(The axis of elements at these positions.
+
+The delta and the offset are the shortest decimals that leave every position within `tolerance` elements
+of where it was. ValueError for positions that are not finite or not evenly spaced, or for none.
+
+    >>> import numpy as np, dataprocessing as dp
+    >>> dp.Axis.from_positions(np.arange(1024) * np.float32(0.01))
+    Axis(0.0, 0.01)
+)")
+        .def_property_readonly("offset", [](const sAxis& a) { return a.cal.Offset(); }, "The position of element `index`.")
+        .def_property_readonly("delta", [](const sAxis& a) { return a.cal.Delta(); }, "The step from one element to the next.")
+        .def_property_readonly("index", [](const sAxis& a) { return a.cal.CalIndex(); }, "The element that lies at `offset`.")
+        .def_property_readonly("name", [](const sAxis& a) { return a.labels.Name(); }, "What the axis is called.")
+        .def_property_readonly("unit", [](const sAxis& a) { return a.labels.Unit(); }, "The unit of its positions.")
+        .def("position", [](const sAxis& a, long long index) { return a.cal.Position(index); }, py::arg("index"),
+             "The position of element `index`, which may lie outside any array.")
+        .def("real_index", [](const sAxis& a, double x) { return a.cal.RealIndex(x); }, py::arg("x"),
+             "The real-valued index of position `x`.")
+        .def("nearest", [](const sAxis& a, double x) { return a.cal.Index(x); }, py::arg("x"),
+             "The element nearest to position `x`; a half goes up.")
+        .def("positions", [](const sAxis& a, long long n) { return positions(a, n, "positions"); }, py::arg("count"),
+             "The positions of the first `count` elements, as float64.")
+        .def("edges",
+             [](const sAxis& a, long long n) {
+                 if (n < 0)
+                     throw py::value_error("edges takes a count of at least 0");
+                 return positions(a, n + 1, "edges");
+             },
+             py::arg("count"), "Where the first `count` elements begin, and where the last one ends: count + 1 positions.")
+        .def("__repr__", &repr)
+        .def("__eq__", [](const sAxis& a, const py::object& other) -> py::object {
+            const sAxis* b = tryHeld<sAxis>(other.ptr());
+            return b == nullptr ? py::reinterpret_borrow<py::object>(Py_NotImplemented) : py::bool_(a == *b);
+        })
+        .def("__hash__", [](const sAxis& a) {
+            return py::hash(py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(), a.labels.Name(), a.labels.Unit()));
+        })
+        .def("__reduce__", [](const py::object& self) {
+            const sAxis& a = held<sAxis>(self.ptr());
+            return py::make_tuple(self.attr("__class__"), py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(),
+                                                                         a.labels.Name(), a.labels.Unit()));
+        });
+}
+
+} // namespace dataprocessing::python

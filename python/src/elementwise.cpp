@@ -1,0 +1,166 @@
+#include "arithmetic.h"
+#include "functions.h"
+#include "gil.h"
+#include "instances.h"
+#include "number_argument.h"
+
+namespace dataprocessing::python {
+
+namespace py = pybind11;
+
+namespace {
+
+constexpr double transcendental = 20; // ns an element
+
+template<class A, class Mask>
+void defineBinary(py::module_& module) {
+    module.def("bnry_operate", [](bnry_eAritBinaryOperation o, const A& a, const A& b) {
+        const cWithoutGil released(static_cast<long long>(a.Count()) + b.Count());
+        return like<A>(a, bnry_Operate(o, a.values, b.values), cLabels());
+    });
+    module.def("bnry_operate", [](bnry_eAritBinaryOperation o, const A& a, const sNumber& b) {
+        const cWithoutGil released(a.Count());
+        return like<A>(a, bnry_Operate(o, a.values, b.value), cLabels());
+    });
+    module.def("bnry_operate", [](bnry_eAritBinaryOperation o, const sNumber& a, const A& b) {
+        const cWithoutGil released(b.Count());
+        return like<A>(b, bnry_Operate(o, a.value, b.values), cLabels());
+    });
+    module.def("bnry_operate", [](bnry_eCompBinaryOperation o, const A& a, const A& b) {
+        const cWithoutGil released(static_cast<long long>(a.Count()) + b.Count());
+        return Mask{bnry_Operate(o, a.values, b.values), {}, {}};
+    });
+    module.def("bnry_operate", [](bnry_eCompBinaryOperation o, const A& a, const sNumber& b) {
+        const cWithoutGil released(a.Count());
+        return Mask{bnry_Operate(o, a.values, b.value), {}, {}};
+    });
+    module.def("bnry_operate", [](bnry_eCompBinaryOperation o, const sNumber& a, const A& b) {
+        const cWithoutGil released(b.Count());
+        return Mask{bnry_Operate(o, a.value, b.values), {}, {}};
+    });
+    module.def("bnry_and", [](const Mask& a, const Mask& b) { return like<Mask>(a, a.values & b.values, cLabels()); });
+    module.def("bnry_or", [](const Mask& a, const Mask& b) { return like<Mask>(a, a.values || b.values, cLabels()); });
+    module.def("bnry_not", [](const Mask& a) { return like<Mask>(a, !a.values, cLabels()); });
+}
+
+template<class A, class Mask>
+void defineTernary(py::module_& module) {
+    module.def("tnry_ternary", [](const Mask& m, const A& a, const A& b) {
+        return like<A>(m, tnry_Ternary(m.values, a.values, b.values), cLabels());
+    });
+    module.def("tnry_ternary", [](const Mask& m, const A& a, const sNumber& b) {
+        return like<A>(m, tnry_Ternary(m.values, a.values, b.value), cLabels());
+    });
+    module.def("tnry_ternary", [](const Mask& m, const sNumber& a, const A& b) {
+        return like<A>(m, tnry_Ternary(m.values, a.value, b.values), cLabels());
+    });
+    module.def("tnry_ternary", [](const Mask& m, const sNumber& a, const sNumber& b) {
+        return like<A>(m, tnry_Ternary(m.values, a.value, b.value), cLabels());
+    });
+    const auto extreme = [&](const char* name, auto function) {
+        module.def(name, [=](const A& a, const A& b) { return like<A>(a, function(a.values, b.values), cLabels()); });
+        module.def(name, [=](const A& a, const sNumber& b) { return like<A>(a, function(a.values, b.value), cLabels()); });
+        module.def(name, [=](const sNumber& a, const A& b) { return like<A>(b, function(a.value, b.values), cLabels()); });
+    };
+    extreme("trny_min", [](const auto& a, const auto& b) { return trny_min(a, b); });
+    extreme("trny_max", [](const auto& a, const auto& b) { return trny_max(a, b); });
+}
+
+template<class A>
+void defineUnary(py::module_& module) {
+    module.def("unry_operate", [](unry_eMathUnaryOperation o, const A& a) {
+        const cWithoutGil released(a.Count(), transcendental);
+        return like<A>(a, unry_Operate(o, a.values), cLabels());
+    });
+    const auto scan = [&](const char* name, auto function) {
+        module.def(name, [=](const A& a) { return static_cast<bool>(function(a.values)); });
+    };
+    scan("scan_is_zero", [](const auto& a) { return scan_IsZero(a); });
+    scan("scan_is_zero_or_negative", [](const auto& a) { return scan_IsZeroOrNegative(a); });
+    scan("scan_is_negative", [](const auto& a) { return scan_IsNegative(a); });
+    scan("scan_is_abs_larger_than_unity", [](const auto& a) { return scan_IsAbsLargerThanUnity(a); });
+    module.def("exactly_floating", &exactlyFloating<A>,
+               "The array in a floating type that holds its elements: 32-bit integers as float64.");
+}
+
+void defineNumbers(py::module_& module) {
+    module.def("bnry_operate", [](bnry_eAritBinaryOperation o, const sNumber& a, const sNumber& b) {
+        return sNumber{bnry_Operate(o, a.value, b.value)};
+    });
+    module.def("bnry_operate", [](bnry_eCompBinaryOperation o, const sNumber& a, const sNumber& b) {
+        return static_cast<bool>(bnry_Operate(o, a.value, b.value));
+    });
+    module.def("unry_operate", [](unry_eMathUnaryOperation o, const sNumber& a) { return sNumber{unry_Operate(o, a.value)}; });
+    module.def("tnry_ternary", [](bool condition, const sNumber& a, const sNumber& b) {
+        return sNumber{tnry_Ternary(type_cBoolean(condition), a.value, b.value)};
+    });
+    module.def("trny_min", [](const sNumber& a, const sNumber& b) { return sNumber{trny_min(a.value, b.value)}; });
+    module.def("trny_max", [](const sNumber& a, const sNumber& b) { return sNumber{trny_max(a.value, b.value)}; });
+    module.def("scan_is_zero", [](const sNumber& a) { return static_cast<bool>(scan_IsZero(a.value)); });
+    module.def("scan_is_zero_or_negative", [](const sNumber& a) { return static_cast<bool>(scan_IsZeroOrNegative(a.value)); });
+    module.def("scan_is_negative", [](const sNumber& a) { return static_cast<bool>(scan_IsNegative(a.value)); });
+    module.def("scan_is_abs_larger_than_unity",
+               [](const sNumber& a) { return static_cast<bool>(scan_IsAbsLargerThanUnity(a.value)); });
+    module.def("number_dtype", [](const py::object& number, const py::object& beside) -> py::object {
+        pnum_cNumber value;
+        if (weakNumber(number.ptr(), requestedType(beside), value) || strongNumber(number.ptr(), value))
+            return dtypeOf(value.DataType());
+        return py::none();
+    }, "The element type of a number beside an array of a type; None for what is no number.");
+    module.def("common_dtype", [](const py::object& a, const py::object& b) {
+        return dtypeOf(commonType(requestedType(a), requestedType(b)));
+    }, "The element type in which values of both types can be compared without a loss.");
+    module.def("bnry_result_type", [](const py::object& a, const py::object& b, bnry_eAritBinaryOperation o) {
+        return dtypeOf(bnry_ResultType(requestedType(a), requestedType(b), o));
+    });
+}
+
+} // namespace
+
+void registerElementwise(py::module_& module) {
+    py::enum_<bnry_eAritBinaryOperation>(module, "Arithmetic", py::module_local())
+        .value("ADD", bnry_Add)
+        .value("SUBTRACT", bnry_Subtract)
+        .value("MULTIPLY", bnry_Multiply)
+        .value("DIVIDE", bnry_Divide)
+        .value("POWER", bnry_Power);
+    py::enum_<bnry_eCompBinaryOperation>(module, "Comparison", py::module_local())
+        .value("EQUAL", bnry_Equal)
+        .value("NOT_EQUAL", bnry_NotEqual)
+        .value("GREATER", bnry_Greater)
+        .value("GREATER_EQUAL", bnry_GreaterEqual)
+        .value("LESS", bnry_Less)
+        .value("LESS_EQUAL", bnry_LessEqual);
+    py::enum_<unry_eMathUnaryOperation>(module, "Function", py::module_local())
+        .value("PLUS", unry_Plus)
+        .value("NEGATE", unry_Negate)
+        .value("ABS", unry_Abs)
+        .value("ACOS", unry_Acos)
+        .value("ASIN", unry_Asin)
+        .value("ATAN", unry_Atan)
+        .value("COS", unry_Cos)
+        .value("COSH", unry_Cosh)
+        .value("EXP", unry_Exp)
+        .value("LOG", unry_Log)
+        .value("LOG10", unry_Log10)
+        .value("SIN", unry_Sin)
+        .value("SINH", unry_Sinh)
+        .value("SQR", unry_Sqr)
+        .value("SQRT", unry_Sqrt)
+        .value("TAN", unry_Tan)
+        .value("TANH", unry_Tanh)
+        .value("REAL", unry_Real)
+        .value("IMAG", unry_Imag)
+        .value("NORM", unry_Norm)
+        .value("ARG", unry_Arg)
+        .value("CONJ", unry_Conj);
+    defineBinary<sArray1D, sMask1D>(module);
+    defineBinary<sArray2D, sMask2D>(module);
+    defineTernary<sArray1D, sMask1D>(module);
+    defineTernary<sArray2D, sMask2D>(module);
+    defineUnary<sArray1D>(module);
+    defineUnary<sArray2D>(module);
+    defineNumbers(module);
+}
+
+} // namespace dataprocessing::python

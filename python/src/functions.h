@@ -1,0 +1,15 @@
+#pragma once
+
+// The library's functions under their own names, with the library's own results.
+
+#include <pybind11/pybind11.h>
+
+namespace dataprocessing::python {
+
+void registerValueFunctions(pybind11::module_& module);
+void registerElementwise(pybind11::module_& module);
+void registerReductions(pybind11::module_& module);
+void registerFourier(pybind11::module_& module);
+void registerGeometry(pybind11::module_& module);
+
+} // namespace dataprocessing::python

@@ -1,0 +1,68 @@
+#include "operand.h"
+
+#include <pybind11/numpy.h>
+
+#include "array.h"
+#include "dtype.h"
+#include "instances.h"
+
+namespace dataprocessing::python {
+
+namespace py = pybind11;
+
+namespace {
+
+/// numpy's own arrays: subclasses (masked arrays, quantities) know better than we what they mean.
+bool isPlainArray(PyObject* object) {
+    if (!py::isinstance<py::array>(object))
+        return false;
+    static const PyObject* const memmap = py::object(py::module_::import("numpy").attr("memmap")).release().ptr();
+    const PyTypeObject* type = Py_TYPE(object);
+    return type == py::detail::npy_api::get().PyArray_Type_ || reinterpret_cast<const PyObject*>(type) == memmap;
+}
+
+} // namespace
+
+template<class A>
+cOperand<A>::cOperand(PyObject* object, const A& array) {
+    array_ = tryHeld<A>(object);
+    if (array_ != nullptr)
+        return;
+    isNumber_ = weakNumber(object, array.values.DataType(), number_);
+    if (isNumber_)
+        return;
+    if (isInstance<sArray1D>(object) || isInstance<sArray2D>(object))
+        throw py::type_error("a 1D array and a 2D array do not combine");
+    if (isPlainArray(object) || PyList_Check(object) || PyTuple_Check(object)) {
+        Broadcast(object, array);
+        return;
+    }
+    isNumber_ = strongNumber(object, number_);
+}
+
+template<class A>
+void cOperand<A>::Broadcast(const py::handle& values, const A& array) {
+    const py::array in = asNumpy(values);
+    if (in.ndim() == 0) {
+        isNumber_ = strongNumber(in[py::tuple()].ptr(), number_);
+        return;
+    }
+    py::tuple shape(A::dimensions);
+    bool same = in.ndim() == A::dimensions;
+    for (int axis = 0; axis < A::dimensions; ++axis) {
+        shape[static_cast<std::size_t>(axis)] = array.Size(axis);
+        same = same && in.shape(axis) == array.Size(axis);
+    }
+    // numpy's ValueError says which shapes do not fit.
+    const py::array spread = same ? in : py::array(py::module_::import("numpy").attr("broadcast_to")(in, shape));
+    made_ = fromNumpy<A>(spread, storedType(in));
+    for (int axis = 0; axis < A::dimensions; ++axis)
+        made_.SetAxis(axis, array.Axis(axis));
+    made_.labels = cLabels();
+    array_ = &made_;
+}
+
+template class cOperand<sArray1D>;
+template class cOperand<sArray2D>;
+
+} // namespace dataprocessing::python

@@ -1,0 +1,24 @@
+"""What several tests share."""
+
+import numpy as np
+import pytest
+
+DTYPES = ["u1", "u2", "u4", "i1", "i2", "i4", "f4", "f8", "c8", "c16"]
+REALS = DTYPES[:8]
+INTEGERS = DTYPES[:6]
+
+SAMPLES = {
+    "u1": [0, 1, 7, 200, 255], "u2": [0, 1, 300, 40000, 65535], "u4": [0, 1, 70000, 3000000000, 4294967295],
+    "i1": [0, -1, 7, -128, 127], "i2": [0, -1, 300, -32768, 32767], "i4": [0, -1, 70000, -2147483648, 2147483647],
+    "f4": [0.0, -1.5, 3.25, 1e30, -1e-30], "f8": [0.0, -1.5, 3.25, 1e300, -1e-300],
+    "c8": [0j, 1 + 2j, -3.5j, 1e10, -1 - 1j], "c16": [0j, 1 + 2j, -3.5j, 1e100, -1 - 1j],
+}  # fmt: skip
+
+
+def sample(dtype):
+    return np.array(SAMPLES[dtype], dtype=dtype)
+
+
+@pytest.fixture(params=DTYPES)
+def dtype(request):
+    return request.param
