@@ -8,7 +8,7 @@ Arrays know where their elements lie, and arithmetic respects it:
     80
 """
 
-from dataprocessing import _arrays as _arrays
+from dataprocessing import _arrays, _repr, interop, plotting  # noqa: F401, they add methods
 from dataprocessing._core import (
     AlignmentWarning,
     Array1D,
@@ -64,6 +64,7 @@ from dataprocessing.functions import (
     tanh,
     where,
 )
+from dataprocessing.interop import from_hyperspy, from_xarray
 from dataprocessing.geometry import (
     Transform,
     flip,
@@ -83,7 +84,7 @@ __all__ = [
     "FitError", "IndexOutOfRangeError", "Mask1D", "Mask2D", "ProgramError", "Range", "Rect", "SingularFitError",
     "SizeError", "Subscription", "Transform", "UnitError", "absolute", "acos", "alignment", "arg", "array", "asin",
     "atan", "autocorrelate", "band_pass", "center", "conj", "convert", "convolve", "correlate", "cos", "cosh", "empty",
-    "exp", "fft", "flip", "full", "ifft", "imag", "line_scan", "log", "log10", "maximum", "minimum", "norm", "project",
+    "exp", "fft", "flip", "from_hyperspy", "from_xarray", "full", "ifft", "imag", "line_scan", "log", "log10", "maximum", "minimum", "norm", "project",
     "ramp", "real", "rescale", "resize", "rotate", "shear", "sin", "sinh", "sqr", "sqrt", "tan", "tanh", "where",
     "zeros",
 ]

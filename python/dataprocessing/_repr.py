@@ -1,0 +1,158 @@
+"""How arrays, masks and axes look at a prompt and in a notebook. The text does not grow with the array."""
+
+from __future__ import annotations
+
+import base64
+import html
+import struct
+import zlib
+from typing import Any
+
+import numpy as np
+
+from dataprocessing._core import Array1D, Array2D, Axis, Mask1D, Mask2D
+
+_SHOWN = 3  # elements at each end of a line
+_WIDTH, _HEIGHT = 360, 90  # of the drawing of a line
+_PICTURE = 160  # the longer side of the picture of an image
+
+
+def _number(x: float) -> str:
+    return f"{x:.12g}"
+
+
+def _axis_text(axis: Axis, count: int) -> str:
+    name = f"{axis.name} " if axis.name else ""
+    unit = f" {axis.unit}" if axis.unit else ""
+    return (
+        f"{name}{_number(axis.position(0))}..{_number(axis.position(count))}{unit}, delta {_number(axis.delta)}"
+    )
+
+
+def _values_text(values: np.ndarray) -> str:
+    flat = values.reshape(-1)
+    if flat.size <= 2 * _SHOWN + 1:
+        return "[" + " ".join(map(_element, flat)) + "]"
+    return "[" + " ".join(map(_element, flat[:_SHOWN])) + " ... " + " ".join(map(_element, flat[-_SHOWN:])) + "]"
+
+
+def _element(value: Any) -> str:
+    if isinstance(value, (np.floating, np.complexfloating)):
+        return f"{value:.6g}"
+    return str(value)
+
+
+def _kind(self: Any) -> str:
+    return "bool" if isinstance(self, (Mask1D, Mask2D)) else str(self.dtype)
+
+
+def _labels(self: Any) -> str:
+    name, unit = getattr(self, "name", ""), getattr(self, "unit", "")
+    return (f" {name}" if name else "") + (f" [{unit}]" if unit else "")
+
+
+def text(self: Any) -> str:
+    """One line on what it is, one with its first and last elements."""
+    axes = "; ".join(_axis_text(axis, count) for axis, count in zip(self.axes, self.shape))
+    shape = " x ".join(map(str, self.shape))
+    return (
+        f"<{type(self).__name__} {_kind(self)} ({shape}){_labels(self)} {axes}\n {_values_text(self.values)}>"
+    )
+
+
+def _finite_limits(values: np.ndarray) -> tuple[float, float]:
+    finite = values[np.isfinite(values)]
+    if finite.size == 0:
+        return 0.0, 1.0
+    low, high = float(finite.min()), float(finite.max())
+    return (low, high) if high > low else (low - 0.5, low + 0.5)
+
+
+def _real(values: np.ndarray) -> np.ndarray:
+    return np.abs(values).astype("f8") if values.dtype.kind == "c" else values.astype("f8")
+
+
+def _envelope(values: np.ndarray) -> tuple[np.ndarray, np.ndarray]:
+    """The least and the largest of the elements behind each column of the drawing."""
+    columns = min(_WIDTH, values.size)
+    starts = np.linspace(0, values.size, columns, endpoint=False).astype(int)
+    clean = np.where(np.isfinite(values), values, np.nan)
+    with np.errstate(all="ignore"):
+        return np.fmin.reduceat(clean, starts), np.fmax.reduceat(clean, starts)
+
+
+def _line_svg(values: np.ndarray) -> str:
+    values = _real(values)
+    low, high = _finite_limits(values)
+    least, largest = _envelope(values)
+
+    def y(v: np.ndarray) -> np.ndarray:
+        return _HEIGHT - 4 - (v - low) / (high - low) * (_HEIGHT - 8)
+
+    step = _WIDTH / least.size
+    bars = "".join(
+        f"M{x * step:.1f} {bottom:.1f}V{top:.1f}h{step:.1f}V{bottom:.1f}z"
+        for x, (bottom, top) in enumerate(zip(y(least) + 0.5, y(largest) - 0.5))
+        if np.isfinite(bottom) and np.isfinite(top)
+    )
+    return (
+        f'<svg xmlns="http://www.w3.org/2000/svg" width="{_WIDTH}" height="{_HEIGHT}" role="img" '
+        f'aria-label="from {_number(low)} to {_number(high)}"><path d="{bars}" fill="currentColor"/></svg>'
+    )
+
+
+def _png(grey: np.ndarray) -> bytes:
+    """A grey picture of 8 bits; matplotlib is too heavy for looking at a value."""
+
+    def chunk(kind: bytes, data: bytes) -> bytes:
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    rows, columns = grey.shape
+    lines = b"".join(b"\0" + row.tobytes() for row in grey)
+    head = struct.pack(">IIBBBBB", columns, rows, 8, 0, 0, 0, 0)
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", head) + chunk(b"IDAT", zlib.compress(lines)) + chunk(b"IEND", b"")
+
+
+def _picture(values: np.ndarray) -> str:
+    """The image with row 0 at the bottom, thinned to what is shown."""
+    step = max(1, -(-max(values.shape) // _PICTURE))
+    thin = _real(values[::step, ::step])
+    low, high = _finite_limits(thin)
+    grey = np.nan_to_num(np.clip((thin - low) / (high - low) * 255, 0, 255)).astype("u1")[::-1]
+    data = base64.b64encode(_png(np.ascontiguousarray(grey))).decode()
+    scale = max(1, _PICTURE // max(grey.shape))
+    return (
+        f'<img width="{grey.shape[1] * scale}" height="{grey.shape[0] * scale}" style="image-rendering:pixelated" '
+        f'alt="from {_number(low)} to {_number(high)}" src="data:image/png;base64,{data}"/>'
+    )
+
+
+def markup(self: Any) -> str:
+    """A table of what it is and a drawing of its elements."""
+    rows = [("type", f"{type(self).__name__} of {_kind(self)}"), ("shape", " x ".join(map(str, self.shape)))]
+    for name in ("name", "unit"):
+        if getattr(self, name, ""):
+            rows.append((name, getattr(self, name)))
+    names = ("axis",) if self.ndim == 1 else ("y", "x")
+    rows += [(n, _axis_text(axis, count)) for n, axis, count in zip(names, self.axes, self.shape)]
+    rows.append(("values", _values_text(self.values)))
+    cells = "".join(
+        f'<tr><th style="text-align:left">{html.escape(head)}</th>'
+        f'<td style="text-align:left">{html.escape(body)}</td></tr>'
+        for head, body in rows
+    )
+    drawing = ""
+    if self.size:
+        drawing = _line_svg(self.values) if self.ndim == 1 else _picture(self.values)
+    return f"<div><table>{cells}</table>{drawing}</div>"
+
+
+def axis_markup(self: Axis) -> str:
+    """The axis as its own text, escaped."""
+    return f"<code>{html.escape(repr(self))}</code>"
+
+
+for _cls in (Array1D, Array2D, Mask1D, Mask2D):
+    _cls.__repr__ = text
+    _cls._repr_html_ = markup
+Axis._repr_html_ = axis_markup

@@ -1,0 +1,61 @@
+"""Arrays as figures, by matplotlib, which is imported when one is asked for."""
+
+from __future__ import annotations
+
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+
+from dataprocessing._core import Array1D, Array2D, Axis, Mask1D, Mask2D
+
+if TYPE_CHECKING:
+    from matplotlib.axes import Axes
+
+__all__ = ["plot"]
+
+
+def _label(name: str, unit: str) -> str:
+    return f"{name} / {unit}" if name and unit else name or unit
+
+
+def _axes(ax: Axes | None) -> Axes:
+    if ax is not None:
+        return ax
+    import matplotlib.pyplot as plt
+
+    return plt.subplots()[1]
+
+
+def _edges(axis: Axis, count: int) -> tuple[float, float]:
+    return axis.position(0), axis.position(count)
+
+
+def plot(self: Any, ax: Axes | None = None, **options: Any) -> Axes:
+    """Draws the array and returns matplotlib's Axes.
+
+    A line becomes stairs over the edges of its elements (options are those of ``Axes.stairs``); an image
+    is shown with row 0 at the bottom and its positions along the sides (those of ``Axes.imshow``). Of
+    complex elements the magnitude is drawn. Names and units become labels.
+    """
+    ax = _axes(ax)
+    values = self.values
+    if values.dtype.kind == "c":
+        values = np.abs(values)
+    if values.dtype == bool:
+        values = values.astype("u1")
+    if self.ndim == 1:
+        ax.stairs(values, self.axis.edges(self.size), **options)
+        ax.set_xlabel(_label(self.axis.name, self.axis.unit))
+        ax.set_ylabel(_label(getattr(self, "name", ""), getattr(self, "unit", "")))
+        return ax
+    y, x = self.axes
+    rows, columns = self.shape
+    ax.imshow(values, **{"origin": "lower", "extent": (*_edges(x, columns), *_edges(y, rows)), **options})
+    ax.set_xlabel(_label(x.name, x.unit))
+    ax.set_ylabel(_label(y.name, y.unit))
+    ax.set_title(_label(getattr(self, "name", ""), getattr(self, "unit", "")))
+    return ax
+
+
+for _cls in (Array1D, Array2D, Mask1D, Mask2D):
+    _cls.plot = plot
