@@ -41,16 +41,18 @@ void checkAxis(const cal_cArrayCal& a, int sizeA, const cal_cArrayCal& b, int si
                               " differ, and alignment(\"exact\") asks for equal ones");
     constexpr double closely = 1e-6;
     if (a.Delta() != b.Delta() && std::fabs(a.Delta() - b.Delta()) < closely * std::fabs(a.Delta()))
-        warnOfAlignment("the deltas " + std::string(py::repr(py::float_(a.Delta()))) + " and " +
-                        std::string(py::repr(py::float_(b.Delta()))) +
-                        " differ by less than a millionth: one array is resampled, which may not be meant");
+        warnOfAlignment(
+            "the deltas " + std::string(py::repr(py::float_(a.Delta()))) + " and " +
+            std::string(py::repr(py::float_(b.Delta()))) +
+            " differ by less than a millionth: one array is resampled, which may not be meant");
     if (sizeA == 0 || sizeB == 0)
         return;
     const auto [lowA, highA] = std::minmax({a.Position(0), a.Position(sizeA)});
     const auto [lowB, highB] = std::minmax({b.Position(0), b.Position(sizeB)});
     if (highA <= lowB || highB <= lowA)
-        warnOfAlignment("the ranges " + told(a, sizeA) + " and " + told(b, sizeB) +
-                        " do not meet: each array is filled up with zeros where the other one lies");
+        warnOfAlignment(
+            "the ranges " + told(a, sizeA) + " and " + told(b, sizeB) +
+            " do not meet: each array is filled up with zeros where the other one lies");
 }
 
 void registerAlignment(py::module_& module) {

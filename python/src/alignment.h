@@ -10,8 +10,8 @@ namespace dataprocessing::python {
 
 void registerAlignment(pybind11::module_& module);
 
-/// ValueError where the axes differ and `alignment("exact")` asks for equal ones; an AlignmentWarning
-/// where deltas differ by less than a millionth, or the ranges do not meet.
+/// ValueError where the axes differ and `alignment("exact")` asks for equal ones; an
+/// AlignmentWarning where deltas differ by less than a millionth, or the ranges do not meet.
 void checkAxis(const cal_cArrayCal& a, int sizeA, const cal_cArrayCal& b, int sizeB);
 
 /// Whether elements of equal index lie at equal positions, and there are equally many.

@@ -14,11 +14,16 @@ namespace {
 
 constexpr double exactInSingle = 0x1p24;
 
-double nanosecondsOf(bnry_eAritBinaryOperation operation) noexcept { return operation == bnry_Power ? 20 : 1; }
+double nanosecondsOf(bnry_eAritBinaryOperation operation) noexcept {
+    return operation == bnry_Power ? 20 : 1;
+}
 
 /// 32-bit unsigned integers are doubles wherever the library's result would be a signed integer.
-dtyp_cDataType widened(dtyp_cDataType type, dtyp_cDataType other, bnry_eAritBinaryOperation operation) {
-    return type == dtyp_UInt32 && bnry_ResultType(type, other, operation) == dtyp_Int32 ? dtyp_Double : type;
+dtyp_cDataType widened(dtyp_cDataType type, dtyp_cDataType other,
+                       bnry_eAritBinaryOperation operation) {
+    return type == dtyp_UInt32 && bnry_ResultType(type, other, operation) == dtyp_Int32
+               ? dtyp_Double
+               : type;
 }
 
 template<class Values>
@@ -31,7 +36,8 @@ A uninitialisedLike(const A& other, dtyp_cDataType type) {
     if constexpr (A::dimensions == 1)
         return like<A>(other, darr_c1DArray(other.Size(0), type, other.values.Cal()), cLabels());
     else
-        return like<A>(other, darr_c2DArray(other.Size(1), other.Size(0), type, other.values.Cal()), cLabels());
+        return like<A>(other, darr_c2DArray(other.Size(1), other.Size(0), type, other.values.Cal()),
+                       cLabels());
 }
 
 template<class A>
@@ -43,10 +49,13 @@ A emptyOf(const A& like, dtyp_cDataType type) {
 
 // ---- Where the library passes a number through single precision, or swaps a difference ----------
 
-bool isSurprising(bnry_eAritBinaryOperation operation, dtyp_cDataType type, const pnum_cNumber& number, bool isFirst) {
-    if (operation == bnry_Subtract && isFirst && (type == dtyp_Int16 || type == dtyp_Int32 || type == dtyp_Float))
+bool isSurprising(bnry_eAritBinaryOperation operation, dtyp_cDataType type,
+                  const pnum_cNumber& number, bool isFirst) {
+    if (operation == bnry_Subtract && isFirst &&
+        (type == dtyp_Int16 || type == dtyp_Int32 || type == dtyp_Float))
         return true;
-    return type == dtyp_Int32 && operation <= bnry_Multiply && std::fabs(number.As<double>()) > exactInSingle;
+    return type == dtyp_Int32 && operation <= bnry_Multiply &&
+           std::fabs(number.As<double>()) > exactInSingle;
 }
 
 /// Integers wrap modulo 2 to their width.
@@ -62,9 +71,12 @@ void loop(T number, const T* elements, T* results, int count, Operation operatio
 }
 
 template<class T, class A>
-A plain(bnry_eAritBinaryOperation operation, const pnum_cNumber& number, const A& array, bool isFirst) {
+A plain(bnry_eAritBinaryOperation operation, const pnum_cNumber& number, const A& array,
+        bool isFirst) {
     if (!(array.values.DataType() == dtyp_Of<T>()))
-        return plain<T>(operation, number, like<A>(array, conv_Convert(array.values, dtyp_Of<T>()), array.labels), isFirst);
+        return plain<T>(operation, number,
+                        like<A>(array, conv_Convert(array.values, dtyp_Of<T>()), array.labels),
+                        isFirst);
     A result = uninitialisedLike(array, dtyp_Of<T>());
     const T n = number.As<T>();
     const T* from = array.values.template Elements<T>().data();
@@ -82,8 +94,8 @@ A plain(bnry_eAritBinaryOperation operation, const pnum_cNumber& number, const A
 }
 
 template<class A>
-A plainOfType(bnry_eAritBinaryOperation operation, dtyp_cDataType type, const pnum_cNumber& number, const A& array,
-              bool isFirst) {
+A plainOfType(bnry_eAritBinaryOperation operation, dtyp_cDataType type, const pnum_cNumber& number,
+              const A& array, bool isFirst) {
     if (type == dtyp_Int16)
         return plain<short>(operation, number, array, isFirst);
     if (type == dtyp_Int32)
@@ -98,11 +110,12 @@ cLabels withNumber(const cLabels& labels, bnry_eAritBinaryOperation operation, b
 }
 
 template<class A>
-A withNumber(bnry_eAritBinaryOperation operation, const A& array, const pnum_cNumber& number, bool numberIsFirst) {
+A withNumber(bnry_eAritBinaryOperation operation, const A& array, const pnum_cNumber& number,
+             bool numberIsFirst) {
     const dtyp_cDataType ofArray = widened(array.values.DataType(), number.DataType(), operation);
     const dtyp_cDataType ofNumber = widened(number.DataType(), array.values.DataType(), operation);
-    const dtyp_cDataType type =
-        numberIsFirst ? bnry_ResultType(ofNumber, ofArray, operation) : bnry_ResultType(ofArray, ofNumber, operation);
+    const dtyp_cDataType type = numberIsFirst ? bnry_ResultType(ofNumber, ofArray, operation)
+                                              : bnry_ResultType(ofArray, ofNumber, operation);
     const cWithoutGil released(array.Count(), nanosecondsOf(operation));
     A result = [&] {
         if (array.Count() == 0)
@@ -111,10 +124,12 @@ A withNumber(bnry_eAritBinaryOperation operation, const A& array, const pnum_cNu
         if (isSurprising(operation, type, n, numberIsFirst))
             return plainOfType(operation, type, n, array, numberIsFirst);
         const auto operate = [&](const auto& values) {
-            return numberIsFirst ? bnry_Operate(operation, n, values) : bnry_Operate(operation, values, n);
+            return numberIsFirst ? bnry_Operate(operation, n, values)
+                                 : bnry_Operate(operation, values, n);
         };
         return like<A>(array,
-                       ofArray == array.values.DataType() ? operate(array.values) : operate(as(array.values, ofArray)),
+                       ofArray == array.values.DataType() ? operate(array.values)
+                                                          : operate(as(array.values, ofArray)),
                        cLabels());
     }();
     result.labels = withNumber(array.labels, operation, numberIsFirst);
@@ -143,7 +158,9 @@ template<class A>
 auto commonCal(const A& a, const A& b) {
     if (haveSameGrid(a, b))
         return a.values.Cal();
-    return bnry_Operate(bnry_Add, conv_Convert(a.values, dtyp_UInt8), conv_Convert(b.values, dtyp_UInt8)).Cal();
+    return bnry_Operate(bnry_Add, conv_Convert(a.values, dtyp_UInt8),
+                        conv_Convert(b.values, dtyp_UInt8))
+        .Cal();
 }
 
 template<class A, class Mask>
@@ -173,8 +190,9 @@ dtyp_cDataType commonType(dtyp_cDataType a, dtyp_cDataType b) {
             return with;
         return without == dtyp_UInt8 ? dtyp_Int16 : dtyp_Int32;
     }
-    const bool wide = (isInteger(a) && a.SizeOf() == 4) || (isInteger(b) && b.SizeOf() == 4) || a == dtyp_Double ||
-                      b == dtyp_Double || a == dtyp_ComplexDouble || b == dtyp_ComplexDouble;
+    const bool wide = (isInteger(a) && a.SizeOf() == 4) || (isInteger(b) && b.SizeOf() == 4) ||
+                      a == dtyp_Double || b == dtyp_Double || a == dtyp_ComplexDouble ||
+                      b == dtyp_ComplexDouble;
     const bool isComplex = a.IsComplex() || b.IsComplex();
     if (!wide && (isSingle(a) || isSingle(b)))
         return isComplex ? dtyp_ComplexFloat : dtyp_Float;
@@ -209,7 +227,8 @@ A arithmetic(bnry_eAritBinaryOperation operation, const A& a, const A& b) {
     const dtyp_cDataType typeB = b.values.DataType();
     const dtyp_cDataType wideA = widened(typeA, typeB, operation);
     const dtyp_cDataType wideB = widened(typeB, typeA, operation);
-    const cWithoutGil released(static_cast<long long>(a.Count()) + b.Count(), nanosecondsOf(operation));
+    const cWithoutGil released(static_cast<long long>(a.Count()) + b.Count(),
+                               nanosecondsOf(operation));
     if (a.Count() == 0 && b.Count() == 0)
         result.values = conv_Convert(a.values, bnry_ResultType(wideA, wideB, operation));
     else if (wideA == typeA && wideB == typeB)
@@ -262,9 +281,13 @@ template sArray1D arithmetic(bnry_eAritBinaryOperation, const sArray1D&, const p
 template sArray2D arithmetic(bnry_eAritBinaryOperation, const sArray2D&, const pnum_cNumber&);
 template sArray1D arithmetic(bnry_eAritBinaryOperation, const sArray1D&, const sArray1D&);
 template sArray2D arithmetic(bnry_eAritBinaryOperation, const sArray2D&, const sArray2D&);
-template sMask1D comparison<sArray1D, sMask1D>(bnry_eCompBinaryOperation, const sArray1D&, const pnum_cNumber&);
-template sMask2D comparison<sArray2D, sMask2D>(bnry_eCompBinaryOperation, const sArray2D&, const pnum_cNumber&);
-template sMask1D comparison<sArray1D, sMask1D>(bnry_eCompBinaryOperation, const sArray1D&, const sArray1D&);
-template sMask2D comparison<sArray2D, sMask2D>(bnry_eCompBinaryOperation, const sArray2D&, const sArray2D&);
+template sMask1D comparison<sArray1D, sMask1D>(bnry_eCompBinaryOperation, const sArray1D&,
+                                               const pnum_cNumber&);
+template sMask2D comparison<sArray2D, sMask2D>(bnry_eCompBinaryOperation, const sArray2D&,
+                                               const pnum_cNumber&);
+template sMask1D comparison<sArray1D, sMask1D>(bnry_eCompBinaryOperation, const sArray1D&,
+                                               const sArray1D&);
+template sMask2D comparison<sArray2D, sMask2D>(bnry_eCompBinaryOperation, const sArray2D&,
+                                               const sArray2D&);
 
 } // namespace dataprocessing::python

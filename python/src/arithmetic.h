@@ -1,7 +1,8 @@
 #pragma once
 
-// Arithmetic and comparisons as users of Python expect them: the library's, with its element types and
-// its alignment, and with the value that the operands say where the library keeps an old surprise.
+// Arithmetic and comparisons as users of Python expect them: the library's, with its element types
+// and its alignment, and with the value that the operands say where the library keeps an old
+// surprise.
 
 #include "objects.h"
 
@@ -15,8 +16,8 @@ A arithmetic(bnry_eAritBinaryOperation operation, const A& a, const pnum_cNumber
 template<class A>
 A arithmetic(bnry_eAritBinaryOperation operation, const A& a, const A& b);
 
-/// The mask of the comparison, on the axes of the data. Operands of different types are compared in a
-/// type that holds both.
+/// The mask of the comparison, on the axes of the data. Operands of different types are compared in
+/// a type that holds both.
 template<class A, class Mask>
 Mask comparison(bnry_eCompBinaryOperation operation, const A& a, const pnum_cNumber& b);
 template<class A, class Mask>

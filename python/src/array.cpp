@@ -39,13 +39,19 @@ dtyp_cDataType typeOfElements(const Object& object) {
     return object.values.DataType();
 }
 
+bool isNative(const py::dtype& dtype) {
+    const char order = py::detail::array_descriptor_proxy(dtype.ptr())->byteorder;
+    return order == '=' || order == '|';
+}
+
 py::module_ numpy() { return py::module_::import("numpy"); }
 
 bool fitsDouble(const py::array& integers) {
     const py::object wide = integers.attr("astype")("f8");
     const double limit = integers.dtype().kind() == 'u' ? 0x1p64 : 0x1p63;
     return py::cast<bool>(wide.attr("__lt__")(limit).attr("all")()) &&
-           py::cast<bool>(wide.attr("astype")(integers.dtype()).attr("__eq__")(integers).attr("all")());
+           py::cast<bool>(
+               wide.attr("astype")(integers.dtype()).attr("__eq__")(integers).attr("all")());
 }
 
 dtyp_cDataType typeOfWideIntegers(const py::array& integers) {
@@ -53,11 +59,14 @@ dtyp_cDataType typeOfWideIntegers(const py::array& integers) {
         return dtyp_Int32;
     const py::object low = integers.attr("min")();
     const py::object high = integers.attr("max")();
-    const bool fits = py::cast<bool>(low.attr("__ge__")(-2147483648LL)) && py::cast<bool>(high.attr("__le__")(2147483647));
+    const bool fits = py::cast<bool>(low.attr("__ge__")(-2147483648LL)) &&
+                      py::cast<bool>(high.attr("__le__")(2147483647));
     if (fits)
         return dtyp_Int32;
     if (!fitsDouble(integers)) {
-        PyErr_SetString(PyExc_OverflowError, "64-bit integers that neither int32 nor float64 holds exactly; say which with dtype=");
+        PyErr_SetString(
+            PyExc_OverflowError,
+            "64-bit integers that neither int32 nor float64 holds exactly; say which with dtype=");
         throw py::error_already_set();
     }
     return dtyp_Double;
@@ -81,15 +90,16 @@ sPart partOf(const py::handle& index, int size, int axis) {
             throw py::error_already_set();
         const py::ssize_t count = PySlice_AdjustIndices(size, &first, &last, step);
         if (step != 1)
-            throw py::value_error("slices of arrays have step 1; take .values[...] for other steps");
+            throw py::value_error(
+                "slices of arrays have step 1; take .values[...] for other steps");
         return {first, count, false};
     }
     py::ssize_t i = PyNumber_AsSsize_t(index.ptr(), PyExc_IndexError);
     if (i == -1 && PyErr_Occurred())
         throw py::error_already_set();
     if (i < -size || i >= size)
-        throw py::index_error("index " + std::to_string(i) + " is outside axis " + std::to_string(axis) + " of size " +
-                              std::to_string(size));
+        throw py::index_error("index " + std::to_string(i) + " is outside axis " +
+                              std::to_string(axis) + " of size " + std::to_string(size));
     return {i < 0 ? i + size : i, 1, true};
 }
 
@@ -177,16 +187,19 @@ py::object get2D(const py::object& self, const py::object& index) {
     const std::array<py::object, 2> entries = entriesOf2D(index);
     if (!isPositional(entries[0]) || !isPositional(entries[1]))
         return byNumpy(self, index);
-    const sPart parts[2] = {partOf(entries[0], image.Size(0), 0), partOf(entries[1], image.Size(1), 1)};
+    const sPart parts[2] = {partOf(entries[0], image.Size(0), 0),
+                            partOf(entries[1], image.Size(1), 1)};
     if (parts[0].isElement && parts[1].isElement)
-        return scalar(image.values.Number(static_cast<int>(parts[1].first), static_cast<int>(parts[0].first)));
+        return scalar(image.values.Number(static_cast<int>(parts[1].first),
+                                          static_cast<int>(parts[0].first)));
     sArray2D chosen = selection(image, parts);
     if (!parts[0].isElement && !parts[1].isElement)
         return py::cast(std::move(chosen));
     // One row, or one column: the other axis stays, and its elements lie in order.
     const int kept = parts[0].isElement ? 1 : 0;
     const sAxis axis = chosen.Axis(kept);
-    sArray1D line{darr_c1DArray(parr_c1DNumberArray(chosen.Count(), chosen.values.DataType(), chosen.values.Data()),
+    sArray1D line{darr_c1DArray(parr_c1DNumberArray(chosen.Count(), chosen.values.DataType(),
+                                                    chosen.values.Data()),
                                 cal_c1DArrayCal(axis.cal)),
                   chosen.labels,
                   {axis.labels}};
@@ -205,7 +218,8 @@ void set(const py::object& self, const py::object& index, const py::object& valu
 // ---- The buffer protocol, by hand: the general one allocates four times -------------------------
 
 const char* formatOf(dtyp_cDataType type) {
-    static constexpr const char* formats[] = {"", "B", "H", "I", "b", "h", "i", "f", "d", "Zf", "Zd"};
+    static constexpr const char* formats[] = {"",  "B", "H", "I",  "b", "h",
+                                              "i", "f", "d", "Zf", "Zd"};
     return formats[type.Code()];
 }
 
@@ -241,7 +255,9 @@ int getBuffer(PyObject* self, Py_buffer* buffer, int flags) {
     return 0;
 }
 
-void releaseBuffer(PyObject*, Py_buffer* buffer) { delete[] static_cast<Py_ssize_t*>(buffer->internal); }
+void releaseBuffer(PyObject*, Py_buffer* buffer) {
+    delete[] static_cast<Py_ssize_t*>(buffer->internal);
+}
 
 // ---- Classes -----------------------------------------------------------------------------------
 
@@ -268,8 +284,8 @@ void setAxes(Object& object, const py::object& axes) {
 }
 
 template<class Object>
-Object make(const py::object& values, const py::object& axes, const py::object& dtype, const py::object& name,
-            const py::object& unit) {
+Object make(const py::object& values, const py::object& axes, const py::object& dtype,
+            const py::object& name, const py::object& unit) {
     const py::array in = asNumpy(values);
     const dtyp_cDataType type = dtype.is_none() ? storedType(in) : requestedType(dtype);
     Object object = fromNumpy<Object>(in, type);
@@ -303,8 +319,8 @@ Object converted(const Object& from, const py::object& dtype, conv_eComplexConve
 template<class Object>
 bool identical(const Object& a, const py::object& other) {
     const Object* b = tryHeld<Object>(other.ptr());
-    if (b == nullptr || !(a.values.DataType() == b->values.DataType()) || !(a.values.Cal() == b->values.Cal()) ||
-        !(a.labels == b->labels))
+    if (b == nullptr || !(a.values.DataType() == b->values.DataType()) ||
+        !(a.values.Cal() == b->values.Cal()) || !(a.labels == b->labels))
         return false;
     for (int axis = 0; axis < Object::dimensions; ++axis)
         if (a.Size(axis) != b->Size(axis) || !(a.axes[axis] == b->axes[axis]))
@@ -317,51 +333,69 @@ template<class Object>
 py::class_<Object> defineShared(py::module_& module, const char* name, const char* docstring) {
     py::class_<Object> type(module, name, py::module_local(), docstring);
     typeOf<Object> = reinterpret_cast<PyTypeObject*>(type.ptr());
-    type.def_property_readonly("shape", [](const Object& a) { return py::tuple(py::cast(shapeOf(a))); },
-                               "The counts along the axes, as in numpy: (rows, columns) of an image.")
-        .def_property_readonly("ndim", [](const Object&) { return Object::dimensions; }, "1 or 2.")
-        .def_property_readonly("size", [](const Object& a) { return a.Count(); }, "The number of elements.")
-        .def_property_readonly("values", [](const py::object& self) { return viewOf(self); },
-                               "The elements as a numpy array, without a copy and writable; it keeps its owner alive.")
+    type.def_property_readonly(
+            "shape", [](const Object& a) { return py::tuple(py::cast(shapeOf(a))); },
+            "The counts along the axes, as in numpy: (rows, columns) of an image.")
+        .def_property_readonly(
+            "ndim", [](const Object&) { return Object::dimensions; }, "1 or 2.")
+        .def_property_readonly(
+            "size", [](const Object& a) { return a.Count(); }, "The number of elements.")
+        .def_property_readonly(
+            "values", [](const py::object& self) { return viewOf(self); },
+            "The elements as a numpy array, without a copy and writable; it keeps its owner alive.")
         .def_property_readonly("axes", &axesOf<Object>, "All axes, in the order of `shape`.")
         .def("__len__", [](const Object& a) { return a.Size(0); });
     if constexpr (Object::dimensions == 1)
-        type.def_property_readonly("axis", [](const Object& a) { return a.Axis(0); }, "The axis.");
+        type.def_property_readonly(
+            "axis", [](const Object& a) { return a.Axis(0); }, "The axis.");
     return type;
 }
 
 template<class Object>
-void defineArray(py::module_& module, const char* name, const char* docstring, const char* axesName) {
+void defineArray(py::module_& module, const char* name, const char* docstring,
+                 const char* axesName) {
     py::class_<Object> type = defineShared<Object>(module, name, docstring);
     auto* slots = reinterpret_cast<PyHeapTypeObject*>(type.ptr());
     slots->as_buffer.bf_getbuffer = &getBuffer<Object>;
     slots->as_buffer.bf_releasebuffer = &releaseBuffer;
     slots->ht_type.tp_as_buffer = &slots->as_buffer;
-    type.def(py::init(&make<Object>), py::arg("values"), py::arg(axesName) = py::none(), py::arg("dtype") = py::none(),
-             py::arg("name") = py::none(), py::arg("unit") = py::none())
-        .def_property_readonly("dtype", [](const Object& a) { return dtypeOf(a.values.DataType()); }, "The element type.")
-        .def_property_readonly("name", [](const Object& a) { return a.labels.Name(); }, "What the values are called.")
-        .def_property_readonly("unit", [](const Object& a) { return a.labels.Unit(); }, "The unit of the values.")
+    type.def(py::init(&make<Object>), py::arg("values"), py::arg(axesName) = py::none(),
+             py::arg("dtype") = py::none(), py::arg("name") = py::none(),
+             py::arg("unit") = py::none())
+        .def_property_readonly(
+            "dtype", [](const Object& a) { return dtypeOf(a.values.DataType()); },
+            "The element type.")
+        .def_property_readonly(
+            "name", [](const Object& a) { return a.labels.Name(); }, "What the values are called.")
+        .def_property_readonly(
+            "unit", [](const Object& a) { return a.labels.Unit(); }, "The unit of the values.")
         .def("_convert", &converted<Object>, py::arg("dtype"), py::arg("part"))
-        .def("copy", [](const Object& a) { return Object(a); }, "An independent copy.")
+        .def(
+            "copy", [](const Object& a) { return Object(a); }, "An independent copy.")
         .def("__copy__", [](const Object& a) { return Object(a); })
         .def("__deepcopy__", [](const Object& a, const py::dict&) { return Object(a); })
         .def("identical", &identical<Object>, py::arg("other"),
-             "Whether `other` is an array of the same type, axes and labels whose elements have the same bits.")
+             "Whether `other` is an array of the same type, axes and labels whose elements have "
+             "the same bits.")
         .def("__setitem__", &set)
-        .def("__array__", [](const py::object& self, const py::object& dtype, const py::object& copy) -> py::object {
-                 py::object view = viewOf(self);
-                 if (!dtype.is_none() && !py::dtype::from_args(dtype).equal(py::object(view.attr("dtype"))))
-                     return view.attr("astype")(dtype);
-                 return !copy.is_none() && py::cast<bool>(copy) ? view.attr("copy")() : view;
-             },
-             py::arg("dtype") = py::none(), py::arg("copy") = py::none());
+        .def(
+            "__array__",
+            [](const py::object& self, const py::object& dtype,
+               const py::object& copy) -> py::object {
+                py::object view = viewOf(self);
+                if (!dtype.is_none() &&
+                    !py::dtype::from_args(dtype).equal(py::object(view.attr("dtype"))))
+                    return view.attr("astype")(dtype);
+                return !copy.is_none() && py::cast<bool>(copy) ? view.attr("copy")() : view;
+            },
+            py::arg("dtype") = py::none(), py::arg("copy") = py::none());
     if constexpr (Object::dimensions == 1)
         type.def("__getitem__", &get1D);
     else
         type.def("__getitem__", &get2D);
-    type.def_static("_empty", [](const std::vector<py::ssize_t>& shape, const py::object& axes, const py::object& dtype,
-                                 const py::object& unitName, const py::object& unit) {
+    type.def_static("_empty", [](const std::vector<py::ssize_t>& shape, const py::object& axes,
+                                 const py::object& dtype, const py::object& unitName,
+                                 const py::object& unit) {
         if (shape.size() != Object::dimensions)
             throw py::value_error("a shape of another dimension");
         Object object = uninitialised<Object>(shape.data(), requestedType(dtype));
@@ -375,8 +409,8 @@ template<class Object>
 Object makeMask(const py::object& values, const py::object& axes) {
     const py::array_t<bool, py::array::c_style | py::array::forcecast> in(asNumpy(values));
     if (in.ndim() != Object::dimensions)
-        throw py::value_error("a mask of " + std::to_string(Object::dimensions) + " dimensions from values of " +
-                              std::to_string(in.ndim()));
+        throw py::value_error("a mask of " + std::to_string(Object::dimensions) +
+                              " dimensions from values of " + std::to_string(in.ndim()));
     Object mask;
     if constexpr (Object::dimensions == 1)
         mask.values = barr_c1DBoolArray(sizeOf(in.shape(0)));
@@ -398,19 +432,25 @@ Object makeMask(const py::object& values, const py::object& axes) {
 }
 
 template<class Object>
-void defineMask(py::module_& module, const char* name, const char* docstring, const char* axesName) {
+void defineMask(py::module_& module, const char* name, const char* docstring,
+                const char* axesName) {
     py::class_<Object> type = defineShared<Object>(module, name, docstring);
     type.def(py::init(&makeMask<Object>), py::arg("values"), py::arg(axesName) = py::none())
-        .def("copy", [](const Object& a) { return Object(a); }, "An independent copy.")
-        .def("__getitem__", [](const py::object& self, const py::object& index) { return byNumpy(self, index); })
+        .def(
+            "copy", [](const Object& a) { return Object(a); }, "An independent copy.")
+        .def("__getitem__",
+             [](const py::object& self, const py::object& index) { return byNumpy(self, index); })
         .def("__setitem__", &set)
-        .def("__array__", [](const py::object& self, const py::object& dtype, const py::object& copy) -> py::object {
-                 py::object view = viewOf(self);
-                 if (!dtype.is_none())
-                     return view.attr("astype")(dtype);
-                 return !copy.is_none() && py::cast<bool>(copy) ? view.attr("copy")() : view;
-             },
-             py::arg("dtype") = py::none(), py::arg("copy") = py::none())
+        .def(
+            "__array__",
+            [](const py::object& self, const py::object& dtype,
+               const py::object& copy) -> py::object {
+                py::object view = viewOf(self);
+                if (!dtype.is_none())
+                    return view.attr("astype")(dtype);
+                return !copy.is_none() && py::cast<bool>(copy) ? view.attr("copy")() : view;
+            },
+            py::arg("dtype") = py::none(), py::arg("copy") = py::none())
         .def("__bool__", [](const Object&) -> bool {
             throw py::value_error("a mask is no truth value; ask for .any() or .all()");
         });
@@ -419,7 +459,8 @@ void defineMask(py::module_& module, const char* name, const char* docstring, co
 template<class Object>
 py::array view(const py::handle& self) {
     Object& object = held<Object>(self.ptr());
-    return py::array(dtypeOf(object.values.DataType()), shapeOf(object), {}, object.values.Data(), self);
+    return py::array(dtypeOf(object.values.DataType()), shapeOf(object), {}, object.values.Data(),
+                     self);
 }
 
 template<class Object>
@@ -438,9 +479,11 @@ py::array viewOfMask(const py::handle& self) {
 } // namespace
 
 py::array asNumpy(const py::handle& values) {
-    if (isInstance<sArray1D>(values.ptr()) || isInstance<sArray2D>(values.ptr()) || isInstance<sMask1D>(values.ptr()) ||
-        isInstance<sMask2D>(values.ptr()))
+    if (isInstance<sArray1D>(values.ptr()) || isInstance<sArray2D>(values.ptr()) ||
+        isInstance<sMask1D>(values.ptr()) || isInstance<sMask2D>(values.ptr()))
         return viewOf(values);
+    if (py::isinstance<py::array>(values))
+        return py::reinterpret_borrow<py::array>(values);
     return py::array(numpy().attr("asarray")(values));
 }
 
@@ -451,16 +494,20 @@ dtyp_cDataType storedType(const py::array& values) {
         return own;
     const py::ssize_t width = dtype.itemsize();
     switch (dtype.kind()) {
-    case 'b': return dtyp_UInt8;
+    case 'b':
+        return dtyp_UInt8;
     case 'f':
         if (width == 2)
             return dtyp_Float;
         break;
     case 'u':
-    case 'i': return typeOfWideIntegers(values);
-    default: break;
+    case 'i':
+        return typeOfWideIntegers(values);
+    default:
+        break;
     }
-    throw py::type_error("arrays hold no elements of type " + std::string(py::str(py::handle(dtype))));
+    throw py::type_error("arrays hold no elements of type " +
+                         std::string(py::str(py::handle(dtype))));
 }
 
 template<class Object>
@@ -479,12 +526,13 @@ Object fromNumpy(const py::array& values, dtyp_cDataType type) {
     Object object = uninitialised<Object>(values.shape(), type);
     if (object.Count() == 0)
         return object;
-    const bool asItIs = codeOf(values.dtype()) == type && (values.flags() & py::array::c_style) != 0 &&
-                        values.dtype().attr("isnative").cast<bool>();
+    const bool asItIs = codeOf(values.dtype()) == type &&
+                        (values.flags() & py::array::c_style) != 0 && isNative(values.dtype());
     if (asItIs) {
         std::memcpy(object.values.Data(), values.data(), static_cast<std::size_t>(values.nbytes()));
     } else {
-        const py::array target(dtypeOf(type), shapeOf(object), {}, object.values.Data(), py::none());
+        const py::array target(dtypeOf(type), shapeOf(object), {}, object.values.Data(),
+                               py::none());
         numpy().attr("copyto")(target, values, py::arg("casting") = "unsafe");
     }
     return object;
@@ -511,7 +559,8 @@ void registerArrays(py::module_& module) {
         .value("IMAGINARY_PART", conv_ImaginaryPart)
         .value("MODULUS", conv_Modulus)
         .value("PHASE", conv_Phase);
-    defineArray<sArray1D>(module, "Array1D", R"(Values along one calibrated axis: a spectrum, a line profile.
+    defineArray<sArray1D>(module, "Array1D",
+                          R"(Values along one calibrated axis: a spectrum, a line profile.
 
 `values` is anything that numpy takes for a one-dimensional array; it is copied. The elements keep their
 type where it is one of the ten, bool becomes uint8, float16 float32, 64-bit integers int32 if they fit,
@@ -536,7 +585,8 @@ The order is numpy's: ``shape == (rows, columns)`` and ``axes == (y, x)``; point
 }
 
 void registerMasks(py::module_& module) {
-    defineMask<sMask1D>(module, "Mask1D", R"(True and false along one calibrated axis, as comparisons give them.
+    defineMask<sMask1D>(module, "Mask1D",
+                        R"(True and false along one calibrated axis, as comparisons give them.
 
     >>> import dataprocessing as dp
     >>> strong = dp.Array1D([1, 5, 2]) > 1
@@ -544,13 +594,15 @@ void registerMasks(py::module_& module) {
     (2, True, False)
 )",
                         "axis");
-    defineMask<sMask2D>(module, "Mask2D", R"(True and false over two calibrated axes, as comparisons of images give them.
+    defineMask<sMask2D>(
+        module, "Mask2D",
+        R"(True and false over two calibrated axes, as comparisons of images give them.
 
     >>> import numpy as np, dataprocessing as dp
     >>> (dp.Array2D(np.eye(2)) > 0).count()
     2
 )",
-                        "axes");
+        "axes");
 }
 
 } // namespace dataprocessing::python

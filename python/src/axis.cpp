@@ -42,7 +42,8 @@ double shortest(double value, double slack) {
     return value;
 }
 
-sAxis fromPositions(const tDoubles& x, double tolerance, const std::string& name, const std::string& unit) {
+sAxis fromPositions(const tDoubles& x, double tolerance, const std::string& name,
+                    const std::string& unit) {
     if (x.ndim() != 1)
         throw py::value_error("positions are one-dimensional");
     const py::ssize_t n = x.size();
@@ -64,7 +65,8 @@ sAxis fromPositions(const tDoubles& x, double tolerance, const std::string& name
     const cal_cArrayCal cal(offset, delta, 0);
     for (py::ssize_t i = 0; i < n; ++i)
         if (std::fabs(cal.Position(i) - at[i]) > slack)
-            throw py::value_error("position " + std::to_string(i) + " is off the straight line by more than " +
+            throw py::value_error("position " + std::to_string(i) +
+                                  " is off the straight line by more than " +
                                   std::to_string(tolerance) + " elements");
     return {cal, cLabels(name, unit)};
 }
@@ -119,7 +121,8 @@ std::string word(const py::handle& text) {
 }
 
 void registerAxis(py::module_& module) {
-    py::class_<sAxis> axis(module, "Axis", py::module_local(), R"(Where the elements of an array lie.
+    py::class_<sAxis> axis(module, "Axis", py::module_local(),
+                           R"(Where the elements of an array lie.
 
 Element `i` lies at ``offset + (i - index) * delta``. An axis never changes; names and units are labels.
 
@@ -129,13 +132,14 @@ Element `i` lies at ``offset + (i - index) * delta``. An axis never changes; nam
     (6.3, 1)
 )");
     typeOf<sAxis> = reinterpret_cast<PyTypeObject*>(axis.ptr());
-    axis.def(py::init([](double offset, double delta, int index, const py::object& name, const py::object& unit) {
+    axis.def(py::init([](double offset, double delta, int index, const py::object& name,
+                         const py::object& unit) {
                  return sAxis{cal_cArrayCal(offset, delta, index), cLabels(word(name), word(unit))};
              }),
-             py::arg("offset") = 0.0, py::arg("delta") = 1.0, py::arg("index") = 0, py::arg("name") = "",
-             py::arg("unit") = "")
-        .def_static("from_positions", &fromPositions, py::arg("positions"), py::arg("tolerance") = 1e-3,
-                    py::arg("name") = "", py::arg("unit") = "",
+             py::arg("offset") = 0.0, py::arg("delta") = 1.0, py::arg("index") = 0,
+             py::arg("name") = "", py::arg("unit") = "")
+        .def_static("from_positions", &fromPositions, py::arg("positions"),
+                    py::arg("tolerance") = 1e-3, py::arg("name") = "", py::arg("unit") = "",
                     R"(The axis of elements at these positions.
 
 The delta and the offset are the shortest decimals that leave every position within `tolerance` elements
@@ -145,38 +149,58 @@ of where it was. ValueError for positions that are not finite or not evenly spac
     >>> dp.Axis.from_positions(np.arange(1024) * np.float32(0.01))
     Axis(0.0, 0.01)
 )")
-        .def_property_readonly("offset", [](const sAxis& a) { return a.cal.Offset(); }, "The position of element `index`.")
-        .def_property_readonly("delta", [](const sAxis& a) { return a.cal.Delta(); }, "The step from one element to the next.")
-        .def_property_readonly("index", [](const sAxis& a) { return a.cal.CalIndex(); }, "The element that lies at `offset`.")
-        .def_property_readonly("name", [](const sAxis& a) { return a.labels.Name(); }, "What the axis is called.")
-        .def_property_readonly("unit", [](const sAxis& a) { return a.labels.Unit(); }, "The unit of its positions.")
-        .def("position", [](const sAxis& a, long long index) { return a.cal.Position(index); }, py::arg("index"),
-             "The position of element `index`, which may lie outside any array.")
-        .def("real_index", [](const sAxis& a, double x) { return a.cal.RealIndex(x); }, py::arg("x"),
-             "The real-valued index of position `x`.")
-        .def("nearest", [](const sAxis& a, double x) { return a.cal.Index(x); }, py::arg("x"),
-             "The element nearest to position `x`; a half goes up.")
-        .def("positions", [](const sAxis& a, long long n) { return positions(a, n, "positions"); }, py::arg("count"),
-             "The positions of the first `count` elements, as float64.")
-        .def("edges",
-             [](const sAxis& a, long long n) {
-                 if (n < 0)
-                     throw py::value_error("edges takes a count of at least 0");
-                 return positions(a, n + 1, "edges");
-             },
-             py::arg("count"), "Where the first `count` elements begin, and where the last one ends: count + 1 positions.")
+        .def_property_readonly(
+            "offset", [](const sAxis& a) { return a.cal.Offset(); },
+            "The position of element `index`.")
+        .def_property_readonly(
+            "delta", [](const sAxis& a) { return a.cal.Delta(); },
+            "The step from one element to the next.")
+        .def_property_readonly(
+            "index", [](const sAxis& a) { return a.cal.CalIndex(); },
+            "The element that lies at `offset`.")
+        .def_property_readonly(
+            "name", [](const sAxis& a) { return a.labels.Name(); }, "What the axis is called.")
+        .def_property_readonly(
+            "unit", [](const sAxis& a) { return a.labels.Unit(); }, "The unit of its positions.")
+        .def(
+            "position", [](const sAxis& a, long long index) { return a.cal.Position(index); },
+            py::arg("index"), "The position of element `index`, which may lie outside any array.")
+        .def(
+            "real_index", [](const sAxis& a, double x) { return a.cal.RealIndex(x); }, py::arg("x"),
+            "The real-valued index of position `x`.")
+        .def(
+            "nearest", [](const sAxis& a, double x) { return a.cal.Index(x); }, py::arg("x"),
+            "The element nearest to position `x`; a half goes up.")
+        .def(
+            "positions", [](const sAxis& a, long long n) { return positions(a, n, "positions"); },
+            py::arg("count"), "The positions of the first `count` elements, as float64.")
+        .def(
+            "edges",
+            [](const sAxis& a, long long n) {
+                if (n < 0)
+                    throw py::value_error("edges takes a count of at least 0");
+                return positions(a, n + 1, "edges");
+            },
+            py::arg("count"),
+            "Where the first `count` elements begin, and where the last one ends: count + 1 "
+            "positions.")
         .def("__repr__", &repr)
-        .def("__eq__", [](const sAxis& a, const py::object& other) -> py::object {
-            const sAxis* b = tryHeld<sAxis>(other.ptr());
-            return b == nullptr ? py::reinterpret_borrow<py::object>(Py_NotImplemented) : py::bool_(a == *b);
-        })
-        .def("__hash__", [](const sAxis& a) {
-            return py::hash(py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(), a.labels.Name(), a.labels.Unit()));
-        })
+        .def("__eq__",
+             [](const sAxis& a, const py::object& other) -> py::object {
+                 const sAxis* b = tryHeld<sAxis>(other.ptr());
+                 return b == nullptr ? py::reinterpret_borrow<py::object>(Py_NotImplemented)
+                                     : py::bool_(a == *b);
+             })
+        .def("__hash__",
+             [](const sAxis& a) {
+                 return py::hash(py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(),
+                                                a.labels.Name(), a.labels.Unit()));
+             })
         .def("__reduce__", [](const py::object& self) {
             const sAxis& a = held<sAxis>(self.ptr());
-            return py::make_tuple(self.attr("__class__"), py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(),
-                                                                         a.labels.Name(), a.labels.Unit()));
+            return py::make_tuple(self.attr("__class__"),
+                                  py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(),
+                                                 a.labels.Name(), a.labels.Unit()));
         });
 }
 

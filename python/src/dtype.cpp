@@ -22,12 +22,18 @@ struct sLimits {
 
 sLimits limitsOf(dtyp_cDataType type) {
     switch (type.Code()) {
-    case dtyp_UInt8: return {0, 0xFF};
-    case dtyp_UInt16: return {0, 0xFFFF};
-    case dtyp_UInt32: return {0, 0xFFFFFFFF};
-    case dtyp_Int8: return {-0x80, 0x7F};
-    case dtyp_Int16: return {-0x8000, 0x7FFF};
-    default: return {-2147483648.0, 2147483647.0};
+    case dtyp_UInt8:
+        return {0, 0xFF};
+    case dtyp_UInt16:
+        return {0, 0xFFFF};
+    case dtyp_UInt32:
+        return {0, 0xFFFFFFFF};
+    case dtyp_Int8:
+        return {-0x80, 0x7F};
+    case dtyp_Int16:
+        return {-0x8000, 0x7FFF};
+    default:
+        return {-2147483648.0, 2147483647.0};
     }
 }
 
@@ -38,9 +44,12 @@ bool holds(dtyp_cDataType type, double value) {
 
 dtyp_cDataType signedOfWidth(dtyp_cDataType type) {
     switch (type.SizeOf()) {
-    case 1: return dtyp_Int8;
-    case 2: return dtyp_Int16;
-    default: return dtyp_Int32;
+    case 1:
+        return dtyp_Int8;
+    case 2:
+        return dtyp_Int16;
+    default:
+        return dtyp_Int32;
     }
 }
 
@@ -51,8 +60,8 @@ double exactDouble(PyObject* integer) {
         throw py::error_already_set();
     const py::object back = py::reinterpret_steal<py::object>(PyLong_FromDouble(value));
     if (!back || PyObject_RichCompareBool(back.ptr(), integer, Py_EQ) != 1) {
-        PyErr_Format(PyExc_OverflowError, "the integer %S is held exactly by none of the element types",
-                     integer);
+        PyErr_Format(PyExc_OverflowError,
+                     "the integer %S is held exactly by none of the element types", integer);
         throw py::error_already_set();
     }
     return value;
@@ -68,7 +77,8 @@ pnum_cNumber integerBeside(PyObject* integer, dtyp_cDataType beside) {
     constexpr long long wide = 1LL << 40;
     if (overflow == 0 && value > -wide && value < wide) {
         const double exact = static_cast<double>(value);
-        for (const dtyp_cDataType type : {beside, signedOfWidth(beside), dtyp_cDataType(dtyp_Int32)})
+        for (const dtyp_cDataType type :
+             {beside, signedOfWidth(beside), dtyp_cDataType(dtyp_Int32)})
             if (holds(type, exact))
                 return numberOf(exact, type);
         return exact;
@@ -92,11 +102,16 @@ py::dtype dtypeOf(dtyp_cDataType type) {
 dtyp_cDataType codeOf(const py::dtype& dtype) {
     const py::ssize_t width = dtype.itemsize();
     switch (dtype.kind()) {
-    case 'u': return dtyp_cDataType(width == 1 ? 1 : width == 2 ? 2 : width == 4 ? 3 : 0);
-    case 'i': return dtyp_cDataType(width == 1 ? 4 : width == 2 ? 5 : width == 4 ? 6 : 0);
-    case 'f': return dtyp_cDataType(width == 4 ? 7 : width == 8 ? 8 : 0);
-    case 'c': return dtyp_cDataType(width == 8 ? 9 : width == 16 ? 10 : 0);
-    default: return dtyp_cDataType(0);
+    case 'u':
+        return dtyp_cDataType(width == 1 ? 1 : width == 2 ? 2 : width == 4 ? 3 : 0);
+    case 'i':
+        return dtyp_cDataType(width == 1 ? 4 : width == 2 ? 5 : width == 4 ? 6 : 0);
+    case 'f':
+        return dtyp_cDataType(width == 4 ? 7 : width == 8 ? 8 : 0);
+    case 'c':
+        return dtyp_cDataType(width == 8 ? 9 : width == 16 ? 10 : 0);
+    default:
+        return dtyp_cDataType(0);
     }
 }
 
@@ -104,9 +119,10 @@ dtyp_cDataType requestedType(const py::handle& dtype) {
     const py::dtype asked = py::dtype::from_args(py::reinterpret_borrow<py::object>(dtype));
     const dtyp_cDataType type = codeOf(asked);
     if (!type.IsKnown())
-        throw py::type_error("elements are uint8, uint16, uint32, int8, int16, int32, float32, float64, "
-                             "complex64 or complex128, not " +
-                             std::string(py::str(py::handle(asked))));
+        throw py::type_error(
+            "elements are uint8, uint16, uint32, int8, int16, int32, float32, float64, "
+            "complex64 or complex128, not " +
+            std::string(py::str(py::handle(asked))));
     return type;
 }
 
@@ -151,7 +167,9 @@ bool strongNumber(PyObject* object, pnum_cNumber& number) {
         return true;
     }
     switch (value.dtype().kind()) {
-    case 'b': number = static_cast<unsigned char>(py::cast<bool>(value.attr("item")())); return true;
+    case 'b':
+        number = static_cast<unsigned char>(py::cast<bool>(value.attr("item")()));
+        return true;
     case 'u':
     case 'i': {
         const py::object integer = value.attr("item")();
@@ -163,7 +181,8 @@ bool strongNumber(PyObject* object, pnum_cNumber& number) {
             return false;
         number = static_cast<float>(py::cast<double>(value.attr("item")()));
         return true;
-    default: return false;
+    default:
+        return false;
     }
 }
 

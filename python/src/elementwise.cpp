@@ -38,8 +38,12 @@ void defineBinary(py::module_& module) {
         const cWithoutGil released(b.Count());
         return Mask{bnry_Operate(o, a.value, b.values), {}, {}};
     });
-    module.def("bnry_and", [](const Mask& a, const Mask& b) { return like<Mask>(a, a.values & b.values, cLabels()); });
-    module.def("bnry_or", [](const Mask& a, const Mask& b) { return like<Mask>(a, a.values || b.values, cLabels()); });
+    module.def("bnry_and", [](const Mask& a, const Mask& b) {
+        return like<Mask>(a, a.values & b.values, cLabels());
+    });
+    module.def("bnry_or", [](const Mask& a, const Mask& b) {
+        return like<Mask>(a, a.values || b.values, cLabels());
+    });
     module.def("bnry_not", [](const Mask& a) { return like<Mask>(a, !a.values, cLabels()); });
 }
 
@@ -58,9 +62,15 @@ void defineTernary(py::module_& module) {
         return like<A>(m, tnry_Ternary(m.values, a.value, b.value), cLabels());
     });
     const auto extreme = [&](const char* name, auto function) {
-        module.def(name, [=](const A& a, const A& b) { return like<A>(a, function(a.values, b.values), cLabels()); });
-        module.def(name, [=](const A& a, const sNumber& b) { return like<A>(a, function(a.values, b.value), cLabels()); });
-        module.def(name, [=](const sNumber& a, const A& b) { return like<A>(b, function(a.value, b.values), cLabels()); });
+        module.def(name, [=](const A& a, const A& b) {
+            return like<A>(a, function(a.values, b.values), cLabels());
+        });
+        module.def(name, [=](const A& a, const sNumber& b) {
+            return like<A>(a, function(a.values, b.value), cLabels());
+        });
+        module.def(name, [=](const sNumber& a, const A& b) {
+            return like<A>(b, function(a.value, b.values), cLabels());
+        });
     };
     extreme("trny_min", [](const auto& a, const auto& b) { return trny_min(a, b); });
     extreme("trny_max", [](const auto& a, const auto& b) { return trny_max(a, b); });
@@ -78,7 +88,8 @@ void defineUnary(py::module_& module) {
     scan("scan_is_zero", [](const auto& a) { return scan_IsZero(a); });
     scan("scan_is_zero_or_negative", [](const auto& a) { return scan_IsZeroOrNegative(a); });
     scan("scan_is_negative", [](const auto& a) { return scan_IsNegative(a); });
-    scan("scan_is_abs_larger_than_unity", [](const auto& a) { return scan_IsAbsLargerThanUnity(a); });
+    scan("scan_is_abs_larger_than_unity",
+         [](const auto& a) { return scan_IsAbsLargerThanUnity(a); });
     module.def("exactly_floating", &exactlyFloating<A>,
                "The array in a floating type that holds its elements: 32-bit integers as float64.");
 }
@@ -90,29 +101,47 @@ void defineNumbers(py::module_& module) {
     module.def("bnry_operate", [](bnry_eCompBinaryOperation o, const sNumber& a, const sNumber& b) {
         return static_cast<bool>(bnry_Operate(o, a.value, b.value));
     });
-    module.def("unry_operate", [](unry_eMathUnaryOperation o, const sNumber& a) { return sNumber{unry_Operate(o, a.value)}; });
+    module.def("unry_operate", [](unry_eMathUnaryOperation o, const sNumber& a) {
+        return sNumber{unry_Operate(o, a.value)};
+    });
     module.def("tnry_ternary", [](bool condition, const sNumber& a, const sNumber& b) {
         return sNumber{tnry_Ternary(type_cBoolean(condition), a.value, b.value)};
     });
-    module.def("trny_min", [](const sNumber& a, const sNumber& b) { return sNumber{trny_min(a.value, b.value)}; });
-    module.def("trny_max", [](const sNumber& a, const sNumber& b) { return sNumber{trny_max(a.value, b.value)}; });
-    module.def("scan_is_zero", [](const sNumber& a) { return static_cast<bool>(scan_IsZero(a.value)); });
-    module.def("scan_is_zero_or_negative", [](const sNumber& a) { return static_cast<bool>(scan_IsZeroOrNegative(a.value)); });
-    module.def("scan_is_negative", [](const sNumber& a) { return static_cast<bool>(scan_IsNegative(a.value)); });
-    module.def("scan_is_abs_larger_than_unity",
-               [](const sNumber& a) { return static_cast<bool>(scan_IsAbsLargerThanUnity(a.value)); });
-    module.def("number_dtype", [](const py::object& number, const py::object& beside) -> py::object {
-        pnum_cNumber value;
-        if (weakNumber(number.ptr(), requestedType(beside), value) || strongNumber(number.ptr(), value))
-            return dtypeOf(value.DataType());
-        return py::none();
-    }, "The element type of a number beside an array of a type; None for what is no number.");
-    module.def("common_dtype", [](const py::object& a, const py::object& b) {
-        return dtypeOf(commonType(requestedType(a), requestedType(b)));
-    }, "The element type in which values of both types can be compared without a loss.");
-    module.def("bnry_result_type", [](const py::object& a, const py::object& b, bnry_eAritBinaryOperation o) {
-        return dtypeOf(bnry_ResultType(requestedType(a), requestedType(b), o));
+    module.def("trny_min", [](const sNumber& a, const sNumber& b) {
+        return sNumber{trny_min(a.value, b.value)};
     });
+    module.def("trny_max", [](const sNumber& a, const sNumber& b) {
+        return sNumber{trny_max(a.value, b.value)};
+    });
+    module.def("scan_is_zero",
+               [](const sNumber& a) { return static_cast<bool>(scan_IsZero(a.value)); });
+    module.def("scan_is_zero_or_negative",
+               [](const sNumber& a) { return static_cast<bool>(scan_IsZeroOrNegative(a.value)); });
+    module.def("scan_is_negative",
+               [](const sNumber& a) { return static_cast<bool>(scan_IsNegative(a.value)); });
+    module.def("scan_is_abs_larger_than_unity", [](const sNumber& a) {
+        return static_cast<bool>(scan_IsAbsLargerThanUnity(a.value));
+    });
+    module.def(
+        "number_dtype",
+        [](const py::object& number, const py::object& beside) -> py::object {
+            pnum_cNumber value;
+            if (weakNumber(number.ptr(), requestedType(beside), value) ||
+                strongNumber(number.ptr(), value))
+                return dtypeOf(value.DataType());
+            return py::none();
+        },
+        "The element type of a number beside an array of a type; None for what is no number.");
+    module.def(
+        "common_dtype",
+        [](const py::object& a, const py::object& b) {
+            return dtypeOf(commonType(requestedType(a), requestedType(b)));
+        },
+        "The element type in which values of both types can be compared without a loss.");
+    module.def("bnry_result_type",
+               [](const py::object& a, const py::object& b, bnry_eAritBinaryOperation o) {
+                   return dtypeOf(bnry_ResultType(requestedType(a), requestedType(b), o));
+               });
 }
 
 } // namespace

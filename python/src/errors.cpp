@@ -27,7 +27,8 @@ struct sClasses {
 
 sClasses classes;
 
-PyObject* define(py::module_& module, const char* name, const char* docstring, const py::tuple& bases) {
+PyObject* define(py::module_& module, const char* name, const char* docstring,
+                 const py::tuple& bases) {
     const std::string qualified = std::string("dataprocessing.") + name;
     PyObject* made = PyErr_NewExceptionWithDoc(qualified.c_str(), docstring, bases.ptr(), nullptr);
     if (made == nullptr)
@@ -37,8 +38,7 @@ PyObject* define(py::module_& module, const char* name, const char* docstring, c
 }
 
 void raise(PyObject* type, const expt_cProgramException& error, const char* message) {
-    const py::object exception =
-        py::handle(type)(py::str(error.what()));
+    const py::object exception = py::handle(type)(py::str(error.what()));
     exception.attr("unit") = error.SourceFile().Text();
     exception.attr("line") = error.Line();
     exception.attr("message") = message;
@@ -51,8 +51,9 @@ const char* messageOf(const expt_cProgramException& error) {
     return behind == nullptr ? "" : behind + 2;
 }
 
-void translate(std::exception_ptr pointer) // NOLINT(performance-unnecessary-value-param): asked for so
- {
+void translate(
+    std::exception_ptr pointer) // NOLINT(performance-unnecessary-value-param): asked for so
+{
     try {
         if (pointer)
             std::rethrow_exception(pointer);
@@ -77,23 +78,31 @@ void translate(std::exception_ptr pointer) // NOLINT(performance-unnecessary-val
 void registerErrors(py::module_& module) {
     const auto bases = [](auto... types) { return py::make_tuple(py::handle(types)...); };
     classes.base = define(module, "DataProcessingError",
-                          "An error of the library: `unit` and `line` name the place that refused, `message` says why.",
+                          "An error of the library: `unit` and `line` name the place that refused, "
+                          "`message` says why.",
                           bases(PyExc_Exception));
     classes.program = define(module, "ProgramError", "A misuse that the caller could have avoided.",
                              bases(classes.base, PyExc_ValueError));
     classes.data = define(module, "DataError", "An operation that the data do not allow.",
                           bases(classes.base, PyExc_ValueError));
-    classes.divisionByZero = define(module, "DivisionByZeroError", "A divisor that is zero, or has an element that is.",
-                                    bases(classes.data, PyExc_ZeroDivisionError));
-    classes.fit = define(module, "FitError", "A fit that failed for the data given.", bases(classes.base));
-    classes.singularFit = define(module, "SingularFitError", "Data that cannot tell the parameters of a fit apart.",
-                                 bases(classes.fit));
-    classes.index = define(module, "IndexOutOfRangeError", "An index or a position outside its array.",
-                           bases(classes.base, PyExc_IndexError));
-    classes.size = define(module, "SizeError", "A size that no array can have, or sizes that do not fit.",
-                          bases(classes.base, PyExc_ValueError));
-    classes.unit = define(module, "UnitError", "Two different units in one operation.", bases(PyExc_ValueError));
-    classes.alignment = define(module, "AlignmentWarning", "Axes that are brought together, though this may not be meant.",
+    classes.divisionByZero =
+        define(module, "DivisionByZeroError", "A divisor that is zero, or has an element that is.",
+               bases(classes.data, PyExc_ZeroDivisionError));
+    classes.fit =
+        define(module, "FitError", "A fit that failed for the data given.", bases(classes.base));
+    classes.singularFit =
+        define(module, "SingularFitError", "Data that cannot tell the parameters of a fit apart.",
+               bases(classes.fit));
+    classes.index =
+        define(module, "IndexOutOfRangeError", "An index or a position outside its array.",
+               bases(classes.base, PyExc_IndexError));
+    classes.size =
+        define(module, "SizeError", "A size that no array can have, or sizes that do not fit.",
+               bases(classes.base, PyExc_ValueError));
+    classes.unit = define(module, "UnitError", "Two different units in one operation.",
+                          bases(PyExc_ValueError));
+    classes.alignment = define(module, "AlignmentWarning",
+                               "Axes that are brought together, though this may not be meant.",
                                bases(PyExc_UserWarning));
     py::register_local_exception_translator(translate);
 }

@@ -29,7 +29,8 @@ void define(py::module_& module) {
             return A{function(a.values, b.values), {}, {}};
         });
     };
-    two("four_cross_correlate", [](const auto& a, const auto& b) { return four_CrossCorrelate(a, b); });
+    two("four_cross_correlate",
+        [](const auto& a, const auto& b) { return four_CrossCorrelate(a, b); });
     two("four_convolute", [](const auto& a, const auto& b) { return four_Convolute(a, b); });
     module.def("four_match_and_fit_to_power_of_two", [](A a, A b) {
         four_MatchAndFitToPowerOfTwo(a.values, b.values);
@@ -47,10 +48,12 @@ void registerFourier(py::module_& module) {
     define<sArray1D>(module);
     define<sArray2D>(module);
     module.def("four_fit_to_power_of_two", &four_FitToPowerOfTwo, py::arg("n"));
-    module.def("prut_band_pass_filter",
-               [](int n, double low, double high) { return sArray1D{prut_BandPassFilter(n, low, high), {}, {}}; });
-    module.def("prut_band_pass_filter",
-               [](int nx, int ny, double low, double high) { return sArray2D{prut_BandPassFilter(nx, ny, low, high), {}, {}}; });
+    module.def("prut_band_pass_filter", [](int n, double low, double high) {
+        return sArray1D{prut_BandPassFilter(n, low, high), {}, {}};
+    });
+    module.def("prut_band_pass_filter", [](int nx, int ny, double low, double high) {
+        return sArray2D{prut_BandPassFilter(nx, ny, low, high), {}, {}};
+    });
 }
 
 } // namespace dataprocessing::python

@@ -11,9 +11,7 @@ namespace {
 constexpr double perElement = 3; // ns
 
 void defineWarps(py::module_& module) {
-    const auto warp = [&](const char* name, auto function) {
-        module.def(name, function);
-    };
+    const auto warp = [&](const char* name, auto function) { module.def(name, function); };
     const auto warped = [](const sArray2D& image, auto function) {
         const cWithoutGil released(image.Count(), perElement);
         return like<sArray2D>(image, function(image.values), image.labels);
@@ -34,7 +32,9 @@ void defineWarps(py::module_& module) {
         return warped(image, [&](const auto& a) { return warp_FlipPoint(a); });
     });
     warp("warp_rotate", [=](const sArray2D& image, double angle, const rnge_c2DRange* range) {
-        return warped(image, [&](const auto& a) { return warp_Rotate(a, angle, range ? *range : rnge_c2DRange::Null); });
+        return warped(image, [&](const auto& a) {
+            return warp_Rotate(a, angle, range ? *range : rnge_c2DRange::Null);
+        });
     });
 }
 
@@ -46,20 +46,23 @@ void defineTransformations(py::module_& module) {
     using tTransformation = trns_cCoordTransformation;
     py::class_<tTransformation>(module, "trns_cCoordTransformation", py::module_local())
         .def(py::init<double, double>(), py::arg("offset") = 0.0, py::arg("scale") = 1.0)
-        .def(py::init<const rnge_c1DRange&, const rnge_c1DRange&>(), py::arg("base"), py::arg("derived"))
+        .def(py::init<const rnge_c1DRange&, const rnge_c1DRange&>(), py::arg("base"),
+             py::arg("derived"))
         .def_property_readonly("offset", &tTransformation::Offset)
         .def_property_readonly("scale", &tTransformation::Scale)
         .def("transform_from_base", &tTransformation::TransformFromBase)
         .def("transform_to_base", &tTransformation::TransformToBase);
-    module.def("trns_transform", [](double x, const tTransformation& from, const tTransformation& to) {
-        return trns_Transform(x, from, to);
-    });
-    module.def("trns_transform", [](const rnge_c1DRange& range, const tTransformation& from, const tTransformation& to) {
-        return trns_Transform(range, from, to);
-    });
-    module.def("trns_transform_from_base", [](const rnge_c1DRange& range, const tTransformation& by) {
-        return trns_TransformFromBase(range, by);
-    });
+    module.def("trns_transform",
+               [](double x, const tTransformation& from, const tTransformation& to) {
+                   return trns_Transform(x, from, to);
+               });
+    module.def("trns_transform",
+               [](const rnge_c1DRange& range, const tTransformation& from,
+                  const tTransformation& to) { return trns_Transform(range, from, to); });
+    module.def("trns_transform_from_base",
+               [](const rnge_c1DRange& range, const tTransformation& by) {
+                   return trns_TransformFromBase(range, by);
+               });
     module.def("trns_transform_to_base", [](const rnge_c1DRange& range, const tTransformation& by) {
         return trns_TransformToBase(range, by);
     });
@@ -78,16 +81,21 @@ void registerGeometry(py::module_& module) {
     module.def("proj_project", [](const sArray2D& image, const rnge_c2DRange& range) {
         return line(image, proj_Project(image.values, range));
     });
-    module.def("proj_line_scan", [](const sArray2D& image, double x1, double y1, double x2, double y2, double width) {
-        return line(image, proj_LineScan(image.values, x1, y1, x2, y2, width));
-    });
+    module.def("proj_line_scan",
+               [](const sArray2D& image, double x1, double y1, double x2, double y2, double width) {
+                   return line(image, proj_LineScan(image.values, x1, y1, x2, y2, width));
+               });
     module.def("ramp_c1d_ramp", [](int count, const sAxis& axis) {
         return sArray1D{ramp_c1DRamp(count, cal_c1DArrayCal(axis.cal)), {}, {axis.labels}};
     });
-    module.def("ramp_c2d_ramp", [](ramp_eRampType type, int countX, int countY, const sAxis& y, const sAxis& x) {
-        return sArray2D{ramp_c2DRamp(type, countX, countY, cal_c2DArrayCal(x.cal, y.cal)), {}, {y.labels, x.labels}};
+    module.def("ramp_c2d_ramp", [](ramp_eRampType type, int countX, int countY, const sAxis& y,
+                                   const sAxis& x) {
+        return sArray2D{ramp_c2DRamp(type, countX, countY, cal_c2DArrayCal(x.cal, y.cal)),
+                        {},
+                        {y.labels, x.labels}};
     });
-    module.def("line_at_y", [](const sArray2D& image, int y) { return line(image, image.values.LineAtY(y)); });
+    module.def("line_at_y",
+               [](const sArray2D& image, int y) { return line(image, image.values.LineAtY(y)); });
 }
 
 } // namespace dataprocessing::python

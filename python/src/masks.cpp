@@ -35,7 +35,8 @@ void requireSameGrid(const Mask& a, const Mask& b) {
     for (int axis = 0; axis < Mask::dimensions; ++axis)
         same = same && a.Size(axis) == b.Size(axis);
     if (!same)
-        throw py::value_error("masks combine on one grid only; these differ in size, range or delta");
+        throw py::value_error(
+            "masks combine on one grid only; these differ in size, range or delta");
 }
 
 template<class Mask, class Operation>
@@ -45,9 +46,10 @@ Mask combined(const Mask& a, const Mask& b, Operation operation) {
     for (int axis = 0; axis < Mask::dimensions; ++axis)
         result.axes[axis] = mergedAxis(a.axes[axis], b.axes[axis]);
     const auto to = elementsOf(result);
-    std::ranges::transform(elementsOf(a), elementsOf(b), to.begin(), [&](unsigned char x, unsigned char y) {
-        return static_cast<unsigned char>(operation(x != 0, y != 0));
-    });
+    std::ranges::transform(elementsOf(a), elementsOf(b), to.begin(),
+                           [&](unsigned char x, unsigned char y) {
+                               return static_cast<unsigned char>(operation(x != 0, y != 0));
+                           });
     return result;
 }
 
@@ -55,10 +57,15 @@ template<class Mask>
 void define() {
     const py::handle type(reinterpret_cast<PyObject*>(typeOf<Mask>));
     auto bound = py::reinterpret_borrow<py::class_<Mask>>(type);
-    bound.def("count", [](const Mask& mask) { return countOf(mask); }, "The number of true elements.")
-        .def("any", [](const Mask& mask) { return countOf(mask) > 0; }, "Whether at least one element is true.")
-        .def("all", [](const Mask& mask) { return countOf(mask) == mask.Count(); },
-             "Whether all elements are true; so it is without elements.");
+    bound
+        .def(
+            "count", [](const Mask& mask) { return countOf(mask); }, "The number of true elements.")
+        .def(
+            "any", [](const Mask& mask) { return countOf(mask) > 0; },
+            "Whether at least one element is true.")
+        .def(
+            "all", [](const Mask& mask) { return countOf(mask) == mask.Count(); },
+            "Whether all elements are true; so it is without elements.");
 }
 
 } // namespace
@@ -85,7 +92,8 @@ Mask inverted(const Mask& mask) {
 template<class Mask>
 int countOf(const Mask& mask) {
     const auto elements = elementsOf(mask);
-    return static_cast<int>(elements.size() - static_cast<std::size_t>(std::ranges::count(elements, 0)));
+    return static_cast<int>(elements.size() -
+                            static_cast<std::size_t>(std::ranges::count(elements, 0)));
 }
 
 template sMask1D both(const sMask1D&, const sMask1D&);

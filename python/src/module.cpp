@@ -12,7 +12,8 @@
 
 PYBIND11_MODULE(_core, module) {
     using namespace dataprocessing::python;
-    module.doc() = "The C++ library under its own names, with its own results; `dataprocessing` is the module for users.";
+    module.doc() = "The C++ library under its own names, with its own results; `dataprocessing` is "
+                   "the module for users.";
     registerErrors(module);
     registerAxis(module);
     registerArrays(module);

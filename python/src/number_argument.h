@@ -1,6 +1,7 @@
 #pragma once
 
-// A number as an argument of the library's functions: a Python or a numpy number, converted at the door.
+// A number as an argument of the library's functions: a Python or a numpy number, converted at the
+// door.
 
 #include <pybind11/pybind11.h>
 

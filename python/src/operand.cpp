@@ -16,9 +16,21 @@ namespace {
 bool isPlainArray(PyObject* object) {
     if (!py::isinstance<py::array>(object))
         return false;
-    static const PyObject* const memmap = py::object(py::module_::import("numpy").attr("memmap")).release().ptr();
+    static const PyObject* const memmap =
+        py::object(py::module_::import("numpy").attr("memmap")).release().ptr();
     const PyTypeObject* type = Py_TYPE(object);
-    return type == py::detail::npy_api::get().PyArray_Type_ || reinterpret_cast<const PyObject*>(type) == memmap;
+    return type == py::detail::npy_api::get().PyArray_Type_ ||
+           reinterpret_cast<const PyObject*>(type) == memmap;
+}
+
+/// The elements of `values` repeated along the axes that they lack. numpy's ValueError says which
+/// shapes do not fit.
+template<class A>
+py::array broadcast(const py::array& values, const A& array) {
+    py::tuple shape(A::dimensions);
+    for (int axis = 0; axis < A::dimensions; ++axis)
+        shape[static_cast<std::size_t>(axis)] = array.Size(axis);
+    return py::array(py::module_::import("numpy").attr("broadcast_to")(values, shape));
 }
 
 } // namespace
@@ -47,18 +59,12 @@ void cOperand<A>::Broadcast(const py::handle& values, const A& array) {
         isNumber_ = strongNumber(in[py::tuple()].ptr(), number_);
         return;
     }
-    py::tuple shape(A::dimensions);
     bool same = in.ndim() == A::dimensions;
-    for (int axis = 0; axis < A::dimensions; ++axis) {
-        shape[static_cast<std::size_t>(axis)] = array.Size(axis);
-        same = same && in.shape(axis) == array.Size(axis);
-    }
-    // numpy's ValueError says which shapes do not fit.
-    const py::array spread = same ? in : py::array(py::module_::import("numpy").attr("broadcast_to")(in, shape));
-    made_ = fromNumpy<A>(spread, storedType(in));
+    for (int axis = 0; same && axis < A::dimensions; ++axis)
+        same = in.shape(axis) == array.Size(axis);
+    made_ = fromNumpy<A>(same ? in : broadcast(in, array), storedType(in));
     for (int axis = 0; axis < A::dimensions; ++axis)
         made_.SetAxis(axis, array.Axis(axis));
-    made_.labels = cLabels();
     array_ = &made_;
 }
 

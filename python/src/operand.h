@@ -8,7 +8,8 @@
 
 namespace dataprocessing::python {
 
-/// The other operand of an array of type A: an array, a number, or something whose own methods decide.
+/// The other operand of an array of type A: an array, a number, or something whose own methods
+/// decide.
 template<class A>
 class cOperand {
 public:

@@ -25,8 +25,9 @@ PyObject* slot(Body body) noexcept {
     } catch (...) {
         // The translators of this module and of all others are pybind11's to walk through.
         const auto pointer = std::current_exception();
-        for (auto* translators : {&py::detail::get_local_internals().registered_exception_translators,
-                                  &py::detail::get_internals().registered_exception_translators})
+        for (auto* translators :
+             {&py::detail::get_local_internals().registered_exception_translators,
+              &py::detail::get_internals().registered_exception_translators})
             for (auto& translator : *translators) {
                 try {
                     translator(pointer);
@@ -68,12 +69,18 @@ PyObject* powerSlot(PyObject* left, PyObject* right, PyObject* modulo) {
 
 bnry_eCompBinaryOperation comparisonOf(int python) noexcept {
     switch (python) {
-    case Py_EQ: return bnry_Equal;
-    case Py_NE: return bnry_NotEqual;
-    case Py_GT: return bnry_Greater;
-    case Py_GE: return bnry_GreaterEqual;
-    case Py_LT: return bnry_Less;
-    default: return bnry_LessEqual;
+    case Py_EQ:
+        return bnry_Equal;
+    case Py_NE:
+        return bnry_NotEqual;
+    case Py_GT:
+        return bnry_Greater;
+    case Py_GE:
+        return bnry_GreaterEqual;
+    case Py_LT:
+        return bnry_Less;
+    default:
+        return bnry_LessEqual;
     }
 }
 
@@ -85,7 +92,8 @@ PyObject* comparisonSlot(PyObject* left, PyObject* right, int python) {
         const bnry_eCompBinaryOperation operation = comparisonOf(python);
         if (b.IsArray())
             return release(comparison<A, Mask>(operation, a, b.Array()));
-        return b.IsNumber() ? release(comparison<A, Mask>(operation, a, b.Number())) : notImplemented();
+        return b.IsNumber() ? release(comparison<A, Mask>(operation, a, b.Number()))
+                            : notImplemented();
     });
 }
 
@@ -102,8 +110,9 @@ PyObject* positiveSlot(PyObject* self) {
     return slot([&] { return release(A(held<A>(self))); });
 }
 
-// Slots alone would be lost to Python subclasses, which look methods up by name; methods alone would be
-// slow. They go into the dictionary past the type's own setattr, which would take the slots away.
+// Slots alone would be lost to Python subclasses, which look methods up by name; methods alone
+// would be slow. They go into the dictionary past the type's own setattr, which would take the
+// slots away.
 template<class Function>
 void addMethod(PyTypeObject* type, const char* name, Function function) {
     const py::handle owner(reinterpret_cast<PyObject*>(type));
@@ -112,16 +121,20 @@ void addMethod(PyTypeObject* type, const char* name, Function function) {
         throw py::error_already_set();
 }
 
-void addBinaryMethods(PyTypeObject* type, const char* name, const char* reflected, binaryfunc slotFunction) {
+void addBinaryMethods(PyTypeObject* type, const char* name, const char* reflected,
+                      binaryfunc slotFunction) {
     const auto checked = [](PyObject* result) {
         if (result == nullptr)
             throw py::error_already_set();
         return py::reinterpret_steal<py::object>(result);
     };
-    addMethod(type, name, [=](const py::object& a, const py::object& b) { return checked(slotFunction(a.ptr(), b.ptr())); });
+    addMethod(type, name, [=](const py::object& a, const py::object& b) {
+        return checked(slotFunction(a.ptr(), b.ptr()));
+    });
     if (reflected != nullptr)
-        addMethod(type, reflected,
-                  [=](const py::object& a, const py::object& b) { return checked(slotFunction(b.ptr(), a.ptr())); });
+        addMethod(type, reflected, [=](const py::object& a, const py::object& b) {
+            return checked(slotFunction(b.ptr(), a.ptr()));
+        });
 }
 
 void addUnaryMethod(PyTypeObject* type, const char* name, unaryfunc slotFunction) {
@@ -223,7 +236,8 @@ void registerOperators(py::module_&) {
     fillSlots<sArray2D, sMask2D>();
     fillMaskSlots<sMask1D>();
     fillMaskSlots<sMask2D>();
-    for (PyTypeObject* type : {typeOf<sArray1D>, typeOf<sArray2D>, typeOf<sMask1D>, typeOf<sMask2D>})
+    for (PyTypeObject* type :
+         {typeOf<sArray1D>, typeOf<sArray2D>, typeOf<sMask1D>, typeOf<sMask2D>})
         PyType_Modified(type);
 }
 

@@ -37,12 +37,18 @@ void defineExtrema1D(py::module_& module) {
             return py::make_tuple(scalar(value), index);
         });
     };
-    at("extr_min_at", [](const auto& a, int& i, auto part) { return extr_Min(static_cast<const parr_c1DNumberArray&>(a), i, part); });
-    at("extr_max_at", [](const auto& a, int& i, auto part) { return extr_Max(static_cast<const parr_c1DNumberArray&>(a), i, part); });
+    at("extr_min_at", [](const auto& a, int& i, auto part) {
+        return extr_Min(static_cast<const parr_c1DNumberArray&>(a), i, part);
+    });
+    at("extr_max_at", [](const auto& a, int& i, auto part) {
+        return extr_Max(static_cast<const parr_c1DNumberArray&>(a), i, part);
+    });
     const auto over = [&](const char* name, auto function) {
-        module.def(name, [=](const sArray1D& a, double start, double end, bool interpolate, conv_eComplexConversion part) {
+        module.def(name, [=](const sArray1D& a, double start, double end, bool interpolate,
+                             conv_eComplexConversion part) {
             return sNumber{function(a.values, rnge_c1DRange(start, end),
-                                    interpolate ? darr_LinearInterpolation : darr_NoInterpolation, part)};
+                                    interpolate ? darr_LinearInterpolation : darr_NoInterpolation,
+                                    part)};
         });
     };
     over("extr_min_over", [](const auto&... x) { return extr_Min(x...); });
@@ -58,8 +64,12 @@ void defineExtrema2D(py::module_& module) {
             return py::make_tuple(scalar(value), x, y);
         });
     };
-    at("extr_min_at", [](const auto& a, int& x, int& y, auto part) { return extr_Min(static_cast<const parr_c2DNumberArray&>(a), x, y, part); });
-    at("extr_max_at", [](const auto& a, int& x, int& y, auto part) { return extr_Max(static_cast<const parr_c2DNumberArray&>(a), x, y, part); });
+    at("extr_min_at", [](const auto& a, int& x, int& y, auto part) {
+        return extr_Min(static_cast<const parr_c2DNumberArray&>(a), x, y, part);
+    });
+    at("extr_max_at", [](const auto& a, int& x, int& y, auto part) {
+        return extr_Max(static_cast<const parr_c2DNumberArray&>(a), x, y, part);
+    });
 }
 
 template<class A>

@@ -17,37 +17,46 @@ void defineRanges(py::module_& module) {
         .def_property_readonly("start", &rnge_c1DRange::Start)
         .def_property_readonly("end", &rnge_c1DRange::End)
         .def("length", &rnge_c1DRange::Length)
-        .def("contains", [](const rnge_c1DRange& r, double x) { return static_cast<bool>(r.Contains(x)); })
-        .def("intersects", [](const rnge_c1DRange& r, const rnge_c1DRange& o) { return static_cast<bool>(r.Intersects(o)); })
+        .def("contains",
+             [](const rnge_c1DRange& r, double x) { return static_cast<bool>(r.Contains(x)); })
+        .def("intersects",
+             [](const rnge_c1DRange& r, const rnge_c1DRange& o) {
+                 return static_cast<bool>(r.Intersects(o));
+             })
         .def("intersection", [](const rnge_c1DRange& r, const rnge_c1DRange& o) { return r & o; })
         .def("union", [](const rnge_c1DRange& r, const rnge_c1DRange& o) { return r | o; });
     py::class_<rnge_c2DRange>(module, "rnge_c2DRange", py::module_local())
         .def(py::init<>())
-        .def(py::init<double, double, double, double>(), py::arg("left"), py::arg("bottom"), py::arg("right"), py::arg("top"))
-        .def(py::init<double, double, double, double, double>(), py::arg("center_x"), py::arg("center_y"), py::arg("length"),
-             py::arg("width"), py::arg("angle"))
+        .def(py::init<double, double, double, double>(), py::arg("left"), py::arg("bottom"),
+             py::arg("right"), py::arg("top"))
+        .def(py::init<double, double, double, double, double>(), py::arg("center_x"),
+             py::arg("center_y"), py::arg("length"), py::arg("width"), py::arg("angle"))
         .def_property_readonly("corners",
                                [](const rnge_c2DRange& r) {
-                                   return py::make_tuple(point(r.Left(), r.LeftY()), point(r.BottomX(), r.Bottom()),
-                                                         point(r.Right(), r.RightY()), point(r.TopX(), r.Top()));
+                                   return py::make_tuple(
+                                       point(r.Left(), r.LeftY()), point(r.BottomX(), r.Bottom()),
+                                       point(r.Right(), r.RightY()), point(r.TopX(), r.Top()));
                                })
-        .def_property_readonly("center", [](const rnge_c2DRange& r) { return point(r.CenterX(), r.CenterY()); })
+        .def_property_readonly(
+            "center", [](const rnge_c2DRange& r) { return point(r.CenterX(), r.CenterY()); })
         .def_property_readonly("length", &rnge_c2DRange::Length)
         .def_property_readonly("width", &rnge_c2DRange::Width)
         .def_property_readonly("angle", &rnge_c2DRange::Angle)
-        .def("contains", [](const rnge_c2DRange& r, double x, double y) { return static_cast<bool>(r.Contains(x, y)); })
+        .def("contains", [](const rnge_c2DRange& r, double x,
+                            double y) { return static_cast<bool>(r.Contains(x, y)); })
         .def("union", [](const rnge_c2DRange& r, const rnge_c2DRange& o) { return r | o; });
 }
 
 template<class A>
 void defineConversion(py::module_& module) {
-    module.def("conv_convert",
-               [](const A& a, const py::object& dtype, conv_eComplexConversion part) {
-                   const dtyp_cDataType type = requestedType(dtype);
-                   const cWithoutGil released(a.Count());
-                   return like<A>(a, conv_Convert(a.values, type, part), a.labels);
-               },
-               py::arg("array"), py::arg("dtype"), py::arg("part") = conv_RealPart);
+    module.def(
+        "conv_convert",
+        [](const A& a, const py::object& dtype, conv_eComplexConversion part) {
+            const dtyp_cDataType type = requestedType(dtype);
+            const cWithoutGil released(a.Count());
+            return like<A>(a, conv_Convert(a.values, type, part), a.labels);
+        },
+        py::arg("array"), py::arg("dtype"), py::arg("part") = conv_RealPart);
 }
 
 } // namespace
@@ -61,11 +70,12 @@ void registerValueFunctions(py::module_& module) {
     defineRanges(module);
     defineConversion<sArray1D>(module);
     defineConversion<sArray2D>(module);
-    module.def("conv_convert",
-               [](const sNumber& a, const py::object& dtype, conv_eComplexConversion part) {
-                   return sNumber{conv_Convert(a.value, requestedType(dtype), part)};
-               },
-               py::arg("number"), py::arg("dtype"), py::arg("part") = conv_RealPart);
+    module.def(
+        "conv_convert",
+        [](const sNumber& a, const py::object& dtype, conv_eComplexConversion part) {
+            return sNumber{conv_Convert(a.value, requestedType(dtype), part)};
+        },
+        py::arg("number"), py::arg("dtype"), py::arg("part") = conv_RealPart);
     module.def("resc_rescale", [](const sArray1D& a, double delta) {
         const cWithoutGil released(a.Count(), 4);
         return like<sArray1D>(a, resc_Rescale(a.values, delta), a.labels);
@@ -74,14 +84,17 @@ void registerValueFunctions(py::module_& module) {
         const cWithoutGil released(a.Count(), 4);
         return like<sArray2D>(a, resc_Rescale(a.values, deltaX, deltaY), a.labels);
     });
-    module.def("selection", [](const sArray1D& a, double start, double end, rnge_eIndexSelect rule) {
-        const rnge_c1DIndexRange range(rnge_c1DRange(start, end), a.values.Cal(), rule);
-        return py::make_tuple(range.First(), range.Last());
-    });
-    module.def("selection", [](const sArray2D& a, const rnge_c2DRange& over, rnge_eIndexSelect rule) {
-        const rnge_c2DIndexRange range(over, a.values.Cal(), rule);
-        return py::make_tuple(range.X().First(), range.Y().First(), range.X().Last(), range.Y().Last());
-    });
+    module.def("selection",
+               [](const sArray1D& a, double start, double end, rnge_eIndexSelect rule) {
+                   const rnge_c1DIndexRange range(rnge_c1DRange(start, end), a.values.Cal(), rule);
+                   return py::make_tuple(range.First(), range.Last());
+               });
+    module.def("selection",
+               [](const sArray2D& a, const rnge_c2DRange& over, rnge_eIndexSelect rule) {
+                   const rnge_c2DIndexRange range(over, a.values.Cal(), rule);
+                   return py::make_tuple(range.X().First(), range.Y().First(), range.X().Last(),
+                                         range.Y().Last());
+               });
     module.def("select", [](const sArray1D& a, int first, int last) {
         return like<sArray1D>(a, a.values.Selection(first, last), a.labels);
     });
@@ -89,7 +102,8 @@ void registerValueFunctions(py::module_& module) {
         return like<sArray2D>(a, a.values.Selection(firstX, firstY, lastX, lastY), a.labels);
     });
     module.def("value", [](const sArray1D& a, double x, bool interpolate) {
-        return sNumber{a.values.Value(x, interpolate ? darr_LinearInterpolation : darr_NoInterpolation)};
+        return sNumber{
+            a.values.Value(x, interpolate ? darr_LinearInterpolation : darr_NoInterpolation)};
     });
     module.def("pos_angle", [](double x1, double y1, double x2, double y2) {
         return pos_Angle(pos_c2DPosition(x1, y1), pos_c2DPosition(x2, y2));
