@@ -2,7 +2,9 @@
 
 import doctest
 import importlib
+import pathlib
 import pkgutil
+import re
 
 import dataprocessing
 import pytest
@@ -23,3 +25,12 @@ def test_examples_of_class(name):
     results = [doctest.DocTestRunner().run(test) for test in tests]
     assert sum(r.attempted for r in results) > 0
     assert sum(r.failed for r in results) == 0
+
+
+@pytest.mark.parametrize(("page", "least"), [("docs/python.md", 10), ("README.md", 4)])
+def test_samples_of_the_guide(page, least):
+    path = pathlib.Path(__file__).parents[2] / page
+    blocks = re.findall(r"^```python\n(.*?)^```", path.read_text(), re.M | re.S)
+    test = doctest.DocTestParser().get_doctest("\n".join(blocks), {}, page, str(path), 0)
+    result = doctest.DocTestRunner().run(test)
+    assert result.attempted >= least and result.failed == 0
