@@ -124,6 +124,8 @@ std::vector<NamedMatrix> matrices() {
         {"ones of 1e-300", dense(12, 12, [](int, int) { return 1e-300; })},
         {"ones of 1e296", dense(30, 12, [](int, int) { return 1e296; })},
         {"ones of 3e306", dense(8, 6, [](int, int) { return 3e306; })},
+        {"noise whose sums overflow",
+         dense(60, 25, [&](int i, int j) { return 1e307 * noise(i, j); })},
         {"the largest", dense(1, 1, [](int, int) { return 1.7976931348623157e308; })},
         {"products by five, below normal",
          dense(9, 6, [](int i, int j) { return 1e-320 * (i * j % 5); })},
