@@ -7,8 +7,8 @@
 
 #include "dataprocessing/kernels/radix_roots.h"
 #include "dataprocessing/kernels/radix_twiddles.h"
+#include "dataprocessing/platform/keep.h"
 #include "dataprocessing/platform/level.h"
-#include "dataprocessing/platform/memory.h"
 
 #if DATAPROCESSING_LEVELS
     #include <immintrin.h>
@@ -57,27 +57,20 @@ constexpr std::size_t longLine = radix_lanes * radix_lanes;
 /// places of a cache.
 constexpr std::size_t walkedLine = std::size_t{1} << 17;
 
-/// As much of the room to work in as a thread keeps: that of a line of 2^20 values.
-constexpr std::size_t keptRoom = std::size_t{8} << 20;
-thread_local mem_cBlock room;
-
-/// Room for the lanes of one call. One at a time in a thread.
+/// Room for the lanes of one call.
 class cWork {
 public:
     explicit cWork(std::size_t lanes) {
         const std::size_t bytes = lanes * sizeof(radix_sLanes);
-        if (room.Size() >= bytes)
+        if (room_.block.Size() >= bytes)
             return;
-        room = mem_cBlock();
-        room = mem_cBlock(bytes);
+        room_.block = mem_cBlock();
+        room_.block = mem_cBlock(bytes);
     }
-    cWork(const cWork&) = delete;
-    cWork& operator=(const cWork&) = delete;
-    ~cWork() {
-        if (room.Size() > keptRoom)
-            room = mem_cBlock();
-    }
-    radix_sLanes* Lanes() noexcept { return static_cast<radix_sLanes*>(room.Data()); }
+    radix_sLanes* Lanes() noexcept { return static_cast<radix_sLanes*>(room_.block.Data()); }
+
+private:
+    keep_cLoan room_{keep_Room};
 };
 
 /// Lines too short for the kernels.

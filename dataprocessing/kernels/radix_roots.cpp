@@ -5,15 +5,10 @@
 
 #include "dataprocessing/base/comp.h"
 #include "dataprocessing/base/type.h"
-#include "dataprocessing/platform/memory.h"
 
 namespace dataprocessing::detail {
 
 namespace {
-
-/// The tables of all passes of a transform of so many values, as far as a thread keeps them.
-constexpr std::size_t keptRoots = std::size_t{1} << 20;
-thread_local mem_cBlock tables;
 
 constexpr std::size_t bytesOf(std::size_t n) noexcept { return 2 * n * sizeof(float); }
 
@@ -66,22 +61,17 @@ void fill(mem_cBlock& all, std::size_t n) {
 } // namespace
 
 radix_cRoots::radix_cRoots(std::size_t n) {
+    mem_cBlock& tables = tables_.block;
     if (tables.Size() < bytesOf(n)) {
         tables = mem_cBlock();
-        mem_cBlock made(bytesOf(n));
-        fill(made, n);
-        tables = std::move(made);
+        tables = mem_cBlock(bytesOf(n));
+        fill(tables, n);
     }
     std::size_t half = 1;
     for (radix_sPass<float>* pass = passes_.pass; half < n; half *= 2, ++pass) {
         const sTable table(tables, half);
         *pass = {table.re, table.im};
     }
-}
-
-radix_cRoots::~radix_cRoots() {
-    if (tables.Size() > bytesOf(keptRoots))
-        tables = mem_cBlock();
 }
 
 } // namespace dataprocessing::detail

@@ -3,19 +3,15 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-
-#include "dataprocessing/platform/memory.h"
+#include <utility>
 
 namespace dataprocessing::detail {
 
 namespace {
 
 constexpr std::size_t mostPasses = 31;
-constexpr std::size_t keptPasses = 20;
 
-/// Real parts, then imaginary parts. Tables of shorter passes are always there too.
-thread_local mem_cBlock tables[mostPasses];
-
+/// A table: real parts, then imaginary parts.
 double* begin(const mem_cBlock& table) noexcept {
     return static_cast<double*>(const_cast<void*>(table.Data()));
 }
@@ -74,7 +70,8 @@ void walk(const Begin& begin, std::size_t first, std::size_t last) {
         longest.Step();
 }
 
-/// The factors at every eighth of a table.
+/// The factors at every eighth of a table. Without storage of their own they are there as long as
+/// the thread runs anything.
 struct sEighths {
     double re[8];
     double im[8];
@@ -111,23 +108,21 @@ private:
 
 radix_cTwiddles::radix_cTwiddles(std::size_t n) {
     const std::size_t count = static_cast<std::size_t>(std::countr_zero(n));
-    std::size_t first = 0;
-    while (first < count && tables[first].Size() != 0)
+    for (std::size_t p = 0; p < count; ++p)
+        tables_[p].Take(keep_Twiddles + p);
+    std::size_t first = 0; // tables of shorter passes are there when a longer one is
+    while (first < count && tables_[first].block.Size() != 0)
         ++first;
     if (first < count) {
         mem_cBlock made[mostPasses];
         for (std::size_t p = first; p < count; ++p)
             made[p] = mem_cBlock(2 * halfOf(p) * sizeof(double));
         walk([&](std::size_t p) { return cTableWalk(made[p], halfOf(p)); }, first, count - 1);
-        std::move(made + first, made + count, tables + first);
+        for (std::size_t p = first; p < count; ++p)
+            tables_[p].block = std::move(made[p]);
     }
     for (std::size_t p = 0; p < count; ++p)
-        passes_.pass[p] = {begin(tables[p]), begin(tables[p]) + halfOf(p)};
-}
-
-radix_cTwiddles::~radix_cTwiddles() {
-    for (std::size_t p = keptPasses; p < mostPasses && tables[p].Size() != 0; ++p)
-        tables[p] = mem_cBlock();
+        passes_.pass[p] = {begin(tables_[p].block), begin(tables_[p].block) + halfOf(p)};
 }
 
 radix_sWalk radix_FindWalk(std::size_t n) noexcept {

@@ -6,24 +6,23 @@
 #include <cstddef>
 
 #include "dataprocessing/kernels/radix_pass.h"
+#include "dataprocessing/platform/keep.h"
 
 namespace dataprocessing::detail {
 
 /// Finds or makes the tables of a transform of `n` values. They are kept, by each thread, as far as
-/// they belong to transforms of at most 2^20 values, which takes 16 MB; a `radix_cTwiddles` of a
-/// longer transform frees the rest when it dies. One at a time in a thread.
+/// they belong to transforms of at most 2^20 values, which takes 16 MiB; a `radix_cTwiddles` of a
+/// longer transform frees the rest when it dies.
 class radix_cTwiddles {
 public:
     /// Throws std::bad_alloc, and then has kept nothing.
     explicit radix_cTwiddles(std::size_t n);
-    radix_cTwiddles(const radix_cTwiddles&) = delete;
-    radix_cTwiddles& operator=(const radix_cTwiddles&) = delete;
-    ~radix_cTwiddles();
 
     /// The tables, while this object lives.
     const radix_sPasses<double>& Passes() const noexcept { return passes_; }
 
 private:
+    keep_cLoan tables_[31];
     radix_sPasses<double> passes_;
 };
 

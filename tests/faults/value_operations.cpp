@@ -54,6 +54,11 @@ void addArrays(Table& table) {
     });
     table.AddRefused("line of a negative size",
                      [](Operands& of) { return darr_c1DArray(-1, dtyp_Float, of.line.Cal()); });
+    table.Add("release what is kept", [](Operands& of) {
+        const darr_c1DArray copy(of.line);
+        mem_ReleaseKept();
+        return copy;
+    });
     table.Add("copy line", [](Operands& of) { return darr_c1DArray(of.line); });
     table.Add("copy image", [](Operands& of) { return darr_c2DArray(of.image); });
     table.Add("assign line", [](Operands& of) { of.line = of.coarseLine; });

@@ -1,6 +1,8 @@
 #include <climits>
 #include <cstring>
+#include <functional>
 #include <map>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -1097,4 +1099,34 @@ TEST(RadixRoom, IsKeptUpToThatOfALineOfTwoToTheTwentieth) {
     };
     EXPECT_TRUE(isRunWithoutMemory(kept));
     EXPECT_FALSE(isRunWithoutMemory(2 * kept));
+}
+
+TEST(FftThread, EndsWithTransformsThatAreRightAfterWhatItKeptHasGone) {
+    struct sLast {
+        std::function<void()> call;
+        ~sLast() {
+            if (call)
+                call();
+        }
+    };
+    const darr_c1DArray line = lineOf(oracle::someValues(1 << 18, 31));
+    const darr_c2DArray real = imageOf(64, 128, counted(64 * 128));
+    const darr_c2DArray general = imageOf(64, 64, someGeneral(64, 64, 32));
+    const auto transforms = [&] {
+        return std::vector{exactOf(four_FFT(line)), exactOf(four_IFFT(line.Selection(0, 100))),
+                           exactOf(four_FFT(real)), exactOf(four_FFT(general))};
+    };
+    const std::vector<std::vector<Exact>> expected = transforms();
+    std::vector<std::vector<Exact>> atTheEnd;
+    const long live = liveAllocations();
+    std::thread([&] {
+        thread_local sLast last; // made first, so it goes last
+        last.call = [&] { atTheEnd = transforms(); };
+        transforms();
+    }).join();
+    ASSERT_EQ(atTheEnd.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i)
+        EXPECT_EQ(distance(atTheEnd[i], expected[i]), 0) << i;
+    atTheEnd = std::vector<std::vector<Exact>>();
+    EXPECT_EQ(liveAllocations(), live);
 }
