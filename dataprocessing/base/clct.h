@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "dataprocessing/base/arr.h"
+#include "dataprocessing/platform/memory.h"
 
 /// A collection of small values (handles, pointers, numbers) in a block of slots.
 ///
@@ -17,7 +18,9 @@
 /// addition that brings the count to a multiple of `Step` adds `Step` slots, and a removal from a
 /// count that is a multiple of `Step` gives them back. Removal fills the gap with the last element,
 /// so the order is that of insertion until something is removed. Copying copies the values, not
-/// what they refer to. A change of the bag ends every iteration over it.
+/// what they refer to, into a block of the same size. Moving takes the block: the bag that was
+/// moved from is empty, and has no slots until something is added. A change of the bag ends every
+/// iteration over it.
 template<class T>
 class clct_cBag {
     static_assert(std::is_nothrow_move_assignable_v<T> &&
@@ -36,18 +39,28 @@ public:
 
     /// A copy of the values, in the same order.
     clct_cBag(const clct_cBag&) = default;
+    /// Takes the block; see above.
+    clct_cBag(clct_cBag&&) noexcept = default;
     /// Becomes a copy of the values, in the same order.
     clct_cBag& operator=(const clct_cBag&) = default;
+    /// Takes the block; see above.
+    clct_cBag& operator=(clct_cBag&& other) noexcept {
+        clct_cBag taken(std::move(other));
+        slots_.swap(taken.slots_);
+        std::swap(count_, taken.count_);
+        return *this;
+    }
     ~clct_cBag() = default;
 
     /// Adds `element` at the end. On `std::bad_alloc` the bag is unchanged.
     void Add(T element) {
-        if ((count_ + 1) % Step == 0) {
-            slots_.reserve(slots_.size() + Step);
-            slots_.resize(slots_.size() + Step);
+        const std::size_t wanted = SlotsFor(count_ + 1);
+        if (slots_.size() < wanted) {
+            slots_.reserve(wanted);
+            slots_.resize(wanted);
         }
         slots_[static_cast<std::size_t>(count_)] = std::move(element);
-        ++count_;
+        count_ = count_ + 1;
     }
 
     /// Removes the element at `position`, where the last element takes its place. Raises the index
@@ -58,7 +71,7 @@ public:
             slots_.resize(slots_.size() - Step);
             slots_.shrink_to_fit();
         }
-        --count_;
+        count_ = count_ - 1;
         T& last = slots_[static_cast<std::size_t>(count_)];
         if (position != count_)
             slots_[static_cast<std::size_t>(position)] = std::move(last);
@@ -77,9 +90,11 @@ public:
 
     /// Removes every element; a block of more than `Step` slots is replaced by one of `Step`.
     void Clear() noexcept {
-        slots_.clear();
-        slots_.resize(Step);
-        slots_.shrink_to_fit();
+        if (!slots_.empty()) {
+            slots_.clear();
+            slots_.resize(Step);
+            slots_.shrink_to_fit();
+        }
         count_ = 0;
     }
 
@@ -95,7 +110,7 @@ public:
     int Count() const noexcept { return count_; }
     /// Whether there are no elements.
     bool IsEmpty() const noexcept { return count_ == 0; }
-    /// The number of slots in the block: (count / `Step` + 1) x `Step`.
+    /// The number of slots in the block: (count / `Step` + 1) x `Step`, or 0 after a move.
     int Slots() const noexcept { return static_cast<int>(slots_.size()); }
 
     /// The element at `position`; raises the index error unless 0 <= `position` < `Count()`.
@@ -109,8 +124,12 @@ public:
     const T* end() const noexcept { return slots_.data() + count_; }
 
 private:
+    static std::size_t SlotsFor(int count) noexcept {
+        return static_cast<std::size_t>(count / Step + 1) * Step;
+    }
+
     std::vector<T> slots_;
-    int count_ = 0;
+    dataprocessing::detail::mem_cCount count_;
 };
 
 /// A bag without duplicates: of elements that compare equal it holds one, the first added. Handles

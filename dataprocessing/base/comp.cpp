@@ -16,18 +16,55 @@ double smithPart(double p, double q, double r, double s, double t, double d) {
     return (p + s * (q / t)) / d;
 }
 
+template<class T>
+bool isFinite(const comp_cComplex<T>& z) {
+    return std::isfinite(z.re) && std::isfinite(z.im);
+}
+template<class T>
+bool isNaN(const comp_cComplex<T>& z) {
+    return std::isnan(z.re) || std::isnan(z.im);
+}
+
+/// The point of the unit square in whose direction an infinite value lies.
+template<class T>
+comp_cComplex<T> direction(const comp_cComplex<T>& z) {
+    const auto part = [](T x) { return std::copysign(std::isinf(x) ? T(1) : T(0), x); };
+    return {part(z.re), part(z.im)};
+}
+
+/// The quotient where an operand is not finite or the divisor is zero.
+template<class T>
+comp_cComplex<T> divideSpecial(const comp_cComplex<T>& a, const comp_cComplex<T>& b) {
+    using limits = std::numeric_limits<T>;
+    if (isNaN(a) || isNaN(b) || !(isFinite(a) || isFinite(b)))
+        return {limits::quiet_NaN(), limits::quiet_NaN()};
+    if (b == comp_cComplex<T>()) {
+        const T infinity = std::copysign(limits::infinity(), b.re);
+        return {a.re * infinity, a.im * infinity};
+    }
+    // One of them is infinite. Halves, so that no sum of finite parts overflows.
+    const comp_cComplex<T> x = isFinite(a) ? comp_cComplex<T>(a.re / 2, a.im / 2) : direction(a);
+    const comp_cComplex<T> y = isFinite(b) ? comp_cComplex<T>(b.re / 2, b.im / 2) : direction(b);
+    const T size = isFinite(b) ? limits::infinity() : T(0);
+    return {size * (x.re * y.re + x.im * y.im), size * (x.im * y.re - x.re * y.im)};
+}
+
 } // namespace
 
 comp_cComplex<float> comp_Divide(const comp_cComplex<float>& a,
                                  const comp_cComplex<float>& b) noexcept {
     const double ar = a.re, ai = a.im, br = b.re, bi = b.im;
     const double d = br * br + bi * bi;
+    if (!isFinite(a) || !std::isfinite(d) || d == 0)
+        return divideSpecial(a, b);
     return {static_cast<float>((ar * br + ai * bi) / d),
             static_cast<float>((ai * br - ar * bi) / d)};
 }
 
 comp_cComplex<double> comp_Divide(const comp_cComplex<double>& a,
                                   const comp_cComplex<double>& b) noexcept {
+    if (!isFinite(a) || !isFinite(b) || b == comp_cComplex<double>())
+        return divideSpecial(a, b);
     using limits = std::numeric_limits<double>;
     constexpr double large = limits::max() / 2;
     constexpr double small = 2 * limits::min() / limits::epsilon();

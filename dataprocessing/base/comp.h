@@ -60,7 +60,10 @@ struct comp_cComplex {
         return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
     }
     /// Quotient. It is within a few epsilon of the magnitude of the exact one wherever that is
-    /// representable; a zero divisor gives infinities and NaN.
+    /// representable. A NaN part of either gives NaN. Otherwise, where a value counts as infinite
+    /// when one of its parts is: finite over infinite gives zero, infinite over finite or zero
+    /// gives infinite (the other part may be NaN), infinite over infinite gives NaN; so does zero
+    /// over zero, and other finite values over zero are infinite.
     friend comp_cComplex operator/(const comp_cComplex& a, const comp_cComplex& b) noexcept {
         return comp_Divide(a, b);
     }
@@ -83,10 +86,11 @@ template<class T>
 T abs(const comp_cComplex<T>& z) {
     return std::abs(std::complex<T>(z));
 }
-/// Phase angle atan2(im, re) in (-pi, pi].
+/// Phase angle atan2(im, re) in [-pi, pi], -pi being that of a negative real part and an imaginary
+/// part of -0. It is the C runtime's in double precision, rounded once to `T`.
 template<class T>
 T arg(const comp_cComplex<T>& z) {
-    return std::arg(std::complex<T>(z));
+    return static_cast<T>(std::atan2(static_cast<double>(z.im), static_cast<double>(z.re)));
 }
 /// Squared modulus re^2 + im^2.
 template<class T>

@@ -36,32 +36,42 @@ struct mesg_cSender::sState {
 
 // One running SendMessage: the receivers from `next` to `end` are still to hear the message.
 struct mesg_cSender::sDelivery {
-    sState& state;
     std::size_t next;
     std::size_t end;
     sDelivery* outer;
     // A sender that dies while it delivers leaves its state to its outermost delivery.
     std::unique_ptr<sState, sDeleteState> orphan;
+};
 
-    explicit sDelivery(sState& s) : state(s), next(0), end(s.receivers.size()), outer(s.innermost) {
-        s.innermost = this;
+// A delivery is the innermost one of its sender as long as this lives.
+class mesg_cSender::cRunning {
+public:
+    cRunning(sState& state, sDelivery& delivery) : state_(state), outer_(delivery.outer) {
+        state.innermost = &delivery;
     }
-    ~sDelivery() {
-        state.innermost = outer;
-        if (!outer)
-            state.queue.clear();
+    ~cRunning() {
+        state_.innermost = outer_;
+        if (!outer_)
+            state_.queue.clear();
     }
-    sDelivery(const sDelivery&) = delete;
-    sDelivery& operator=(const sDelivery&) = delete;
+    cRunning(const cRunning&) = delete;
+    cRunning& operator=(const cRunning&) = delete;
+
+private:
+    sState& state_;
+    sDelivery* outer_;
 };
 
 void mesg_cSender::sDeleteState::operator()(sState* state) const noexcept { delete state; }
 
 mesg_sMessageData::~mesg_sMessageData() = default;
 
-mesg_cReceiver::~mesg_cReceiver() {
+mesg_cReceiver::~mesg_cReceiver() { LeaveAll(); }
+
+void mesg_cReceiver::LeaveAll() noexcept {
     for (mesg_cSender* sender : senders_)
         sender->Forget(*this);
+    senders_.clear();
 }
 
 // Not pure: a receiver that is also a sender may reach itself when it is half destroyed.
@@ -101,7 +111,8 @@ void mesg_cSender::SendMessage(unsigned long id, mesg_sMessageData* data) {
     if (!state_ || state_->leaving)
         return;
     sState& state = *state_;
-    sDelivery delivery(state);
+    sDelivery delivery{0, state.receivers.size(), state.innermost, nullptr};
+    const cRunning running(state, delivery);
 
     while (delivery.next < delivery.end) {
         const sRegistration registration = state.receivers[delivery.next++];

@@ -47,12 +47,30 @@ struct DATAPROCESSING_EXPORT mesg_sMessageData {
 ///
 /// Registration belongs to the object, not to its value: a copy listens to nothing, assignment
 /// changes no registration, and destruction leaves all senders.
+///
+/// **The destructor of a class that overrides `ReceiveMessage` calls `LeaveAll` first.** The base
+/// leaves the senders only after the members of the class have gone. A message that is sent in
+/// between would reach an object of which parts are missing; a sender among the members, to which
+/// the object listens, always sends one, `mesg_SenderDestroyed`.
+///
+///     class cWindow : public mesg_cReceiver {
+///     public:
+///         cWindow() { range_.AddReceiver(*this, mesg_AllClasses); }
+///         ~cWindow() override { LeaveAll(); }
+///         void ReceiveMessage(unsigned long id, mesg_cSender&, mesg_sMessageData*) override;
+///     private:
+///         rnge_c1DRange range_;
+///     };
 class DATAPROCESSING_EXPORT mesg_cReceiver {
 protected:
     /// Leaves every sender that this receiver is registered with. A delivery under way skips it.
     virtual ~mesg_cReceiver();
 
 public:
+    /// Leaves every sender that this receiver is registered with: from then on it hears nothing
+    /// more, not even of a delivery under way, unless it registers anew.
+    void LeaveAll() noexcept;
+
     /// Handles message `id` of `sender`, with the data of the message or null. The base does
     /// nothing.
     ///
@@ -129,6 +147,7 @@ private:
     friend class mesg_cReceiver;
     struct sState;
     struct sDelivery;
+    class cRunning;
     struct sDeleteState {
         DATAPROCESSING_EXPORT void operator()(sState* state) const noexcept;
     };

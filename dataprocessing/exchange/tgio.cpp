@@ -2,6 +2,7 @@
 
 #include "dataprocessing/exchange/obty.h"
 #include "dataprocessing/exchange/tgio_attempt.h"
+#include "dataprocessing/exchange/tgio_lasting.h"
 
 namespace {
 
@@ -41,8 +42,9 @@ type_cBoolean tgio_cTaggedStreamObject::Read(tgio_cBinary_istream& stream) {
 }
 
 const tgio_cObjectType& tgio_cNamedTaggedStreamObject::ObjectType() const {
-    static const tgio_cObjectType type(obty_NamedObjectString, obty_NamedObjectType);
-    return type;
+    static const dataprocessing::detail::tgio_cLasting type(obty_NamedObjectString,
+                                                            obty_NamedObjectType);
+    return type.value;
 }
 
 type_cBoolean tgio_cNamedTaggedStreamObject::ReadData(tgio_cASCII_istream& stream,

@@ -10,8 +10,8 @@ ftfn_c1DFittingFunction::ftfn_c1DFittingFunction(dasl_c1DDataArraySelection& sel
     selection_.AddReceiver(*this, mesg_AllClasses);
 }
 
-// Leaves the selection as every receiver does, which needs no selection that is still there.
-ftfn_c1DFittingFunction::~ftfn_c1DFittingFunction() = default;
+// Which needs no selection that is still there.
+ftfn_c1DFittingFunction::~ftfn_c1DFittingFunction() { LeaveAll(); }
 
 void ftfn_c1DFittingFunction::Load(arr_cC_Array<double>& values, const cal_c1DArrayCal& cal) const {
     const int count = values.Size();

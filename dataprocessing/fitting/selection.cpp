@@ -48,7 +48,7 @@ dasl_c1DDataArraySelection::operator=(const dasl_c1DDataArraySelection& other) {
     return *this;
 }
 
-dasl_c1DDataArraySelection::~dasl_c1DDataArraySelection() { Clear(); }
+dasl_c1DDataArraySelection::~dasl_c1DDataArraySelection() { LeaveAll(); }
 
 void dasl_c1DDataArraySelection::AddRange(rnge_c1DRange& range) {
     if (Join(range))

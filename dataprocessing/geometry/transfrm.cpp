@@ -2,12 +2,15 @@
 
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/exchange/obty.h"
+#include "dataprocessing/exchange/tgio_lasting.h"
 #include "dataprocessing/geometry/trns.h"
+
+using dataprocessing::detail::tgio_cLasting;
 
 namespace {
 
-const str_cString offsetName = "Offset";
-const str_cString scaleName = "Scale";
+constexpr char offsetName[] = "Offset";
+constexpr char scaleName[] = "Scale";
 constexpr unsigned short offsetTag = 256;
 constexpr unsigned short scaleTag = 258;
 
@@ -41,9 +44,6 @@ auto between(const trns_cCoordTransformation& from, const trns_cCoordTransformat
 
 } // namespace
 
-const tgio_cObjectType trns_cCoordTransformation::_ObjectType(obty_CoordTransformString,
-                                                              obty_CoordTransformType);
-
 trns_cCoordTransformation::trns_cCoordTransformation(double offset, double scale)
     : offset_(offset), scale_(scale) {
     if (std::fabs(scale) < type_MinValue)
@@ -61,7 +61,10 @@ trns_cCoordTransformation::trns_cCoordTransformation(const rnge_c1DRange& base,
 
 trns_cCoordTransformation::~trns_cCoordTransformation() = default;
 
-const tgio_cObjectType& trns_cCoordTransformation::ObjectType() const { return _ObjectType; }
+const tgio_cObjectType& trns_cCoordTransformation::ObjectType() const {
+    static const tgio_cLasting type(obty_CoordTransformString, obty_CoordTransformType);
+    return type.value;
+}
 
 type_cBoolean trns_cCoordTransformation::Read(tgio_cASCII_istream& stream) {
     bool ok = true;

@@ -51,8 +51,6 @@ private:
     type_cBoolean Write(tgio_cASCII_ostream& stream) const override;
     type_cBoolean Write(tgio_cBinary_ostream& stream) const override;
 
-    static const tgio_cObjectType _ObjectType; // NOLINT(bugprone-reserved-identifier)
-
     double offset_ = 0;
     double scale_ = 1;
 };

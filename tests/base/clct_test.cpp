@@ -1,6 +1,7 @@
 #include "dataprocessing/base/clct.h"
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -158,13 +159,27 @@ TYPED_TEST(CollectionOf, CopiesAreIndependentAndHaveTheNextMultipleOfSlots) {
     }
 }
 
-TYPED_TEST(CollectionOf, AMovedFromCollectionIsStillWhole) {
-    TypeParam c;
-    addUpTo(c, 5);
-    const TypeParam other(std::move(c));
-    EXPECT_THAT(other, ElementsAre(1, 2, 3, 4, 5));
-    EXPECT_THAT(c, ElementsAre(1, 2, 3, 4, 5));
-    EXPECT_EQ(c.Slots(), 10);
+TYPED_TEST(CollectionOf, MovingTakesTheBlockWithoutMemory) {
+    TypeParam first;
+    TypeParam second;
+    addUpTo(first, 7);
+    const int* const block = first.begin();
+    {
+        const FailingNew none(0);
+        TypeParam third = std::move(first);
+        second = std::move(third);
+        EXPECT_TRUE(third.IsEmpty()); // NOLINT(bugprone-use-after-move): the contract says so
+    }
+    EXPECT_EQ(second.begin(), block);
+    EXPECT_THAT(second, ElementsAre(1, 2, 3, 4, 5, 6, 7));
+    EXPECT_EQ(second.Slots(), 10);
+    EXPECT_TRUE(first.IsEmpty()); // NOLINT(bugprone-use-after-move): the contract says so
+    EXPECT_EQ(first.Slots(), 0);
+    first.Clear();
+    EXPECT_EQ(TypeParam(first).Count(), 0);
+    addUpTo(first, 5);
+    EXPECT_THAT(first, ElementsAre(1, 2, 3, 4, 5));
+    EXPECT_EQ(first.Slots(), 10);
 }
 
 TYPED_TEST(CollectionOf, AssignmentToItselfChangesNothing) {
@@ -172,6 +187,8 @@ TYPED_TEST(CollectionOf, AssignmentToItselfChangesNothing) {
     addUpTo(c, 6);
     TypeParam& same = c;
     c = same;
+    EXPECT_THAT(c, ElementsAre(1, 2, 3, 4, 5, 6));
+    c = std::move(same);
     EXPECT_THAT(c, ElementsAre(1, 2, 3, 4, 5, 6));
 }
 

@@ -798,6 +798,55 @@ TYPED_TEST(ListeningToItself, IsSafeWhicheverPartDiesFirst) {
     echo.reset();
 }
 
+TEST_F(Messages, AReceiverThatLeavesAllHearsNoOneAnyMore) {
+    mesg_cSender other;
+    other.AddReceiver(*b, mesg_AllClasses);
+    onPing(a, [&] { b->LeaveAll(); });
+    sender->SendMessage(ping, nullptr);
+    other.SendMessage(ping, nullptr);
+    EXPECT_THAT(log, ElementsAre("a ping", "c ping"));
+    b->LeaveAll();
+    other.AddReceiver(*b, mesg_AllClasses);
+    other.SendMessage(pong, nullptr);
+    EXPECT_THAT(log, ElementsAre("a ping", "c ping", "b pong"));
+}
+
+TEST_F(Messages, AReceiverMayLeaveAllWhenTheSenderDies) {
+    a->act = [&](unsigned long, mesg_cSender&) { b->LeaveAll(); };
+    sender.reset();
+    EXPECT_THAT(log, ElementsAre("a gone", "c gone"));
+}
+
+TEST(Receiver, ThatLeavesAllIsNotCalledWhileItsOwnMembersGo) {
+    /// A member that says when it goes, as ranges do, and one that must not be used then.
+    class cOwner : public mesg_cReceiver {
+    public:
+        explicit cOwner(Log& log) : log_(log) {
+            first_.AddReceiver(*this, mesg_AllClasses);
+            second_->AddReceiver(*this, mesg_AllClasses);
+        }
+        cOwner(const cOwner&) = delete;
+        cOwner& operator=(const cOwner&) = delete;
+        ~cOwner() override { LeaveAll(); }
+        void ReceiveMessage(unsigned long id, mesg_cSender&, mesg_sMessageData*) override {
+            log_.push_back(*name_ + " " + nameOf(id));
+        }
+        mesg_cSender& First() { return first_; }
+
+    private:
+        Log& log_;
+        mesg_cSender first_;
+        std::unique_ptr<mesg_cSender> second_ = std::make_unique<mesg_cSender>();
+        std::unique_ptr<std::string> name_ = std::make_unique<std::string>("owner");
+    };
+    Log log;
+    {
+        cOwner owner(log);
+        owner.First().SendMessage(ping, nullptr);
+    }
+    EXPECT_THAT(log, ElementsAre("owner ping"));
+}
+
 TEST(Receiver, IgnoresEverythingUnlessItIsOverridden) {
     struct Deaf : mesg_cReceiver {
     } deaf;

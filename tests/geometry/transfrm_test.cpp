@@ -2,6 +2,7 @@
 #include <clocale>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <locale>
 #include <random>
@@ -100,6 +101,21 @@ std::string outcome(const std::string& record) {
     text << t.Offset() << ' ' << t.Scale();
     return text.str();
 }
+
+/// Written before main, perhaps before the sources of the library are initialised, and read after
+/// it, when they may be gone.
+struct sGlobal {
+    std::string ascii = written<sAscii>(Transformation(100, 0.1));
+    std::string binary = written<sBinary>(Transformation(100, 0.1));
+    bool isRead = outcome<sAscii>(ascii) == "100 0.1" && outcome<sBinary>(binary) == "100 0.1";
+
+    ~sGlobal() {
+        if (outcome<sAscii>(ascii) != "100 0.1" ||
+            written<sAscii>(Transformation(100, 0.1)) != ascii)
+            std::_Exit(77);
+    }
+};
+const sGlobal global;
 
 class cDecimalComma : public std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
@@ -431,4 +447,10 @@ TYPED_TEST(CoordTransformationRoundTrip, AFailedStreamIsAnsweredWithFalse) {
     bytes.setstate(std::ios::badbit);
     typename TypeParam::Out out(bytes);
     EXPECT_FALSE(TypeParam::Write(out, Transformation()));
+}
+
+TEST(Transformation, IsWrittenAndReadByGlobalObjects) {
+    EXPECT_EQ(global.ascii, asciiRecord("    Offset 100\n    Scale 0.1\n"));
+    EXPECT_EQ(global.binary, binaryRecord(field(256, 100.0) + field(258, 0.1)));
+    EXPECT_TRUE(global.isRead);
 }
