@@ -104,6 +104,12 @@ inline int arr_CheckedIndex(int x, int y, int columns, int rows) {
     return arr_CheckedIndex(y, rows) * columns + arr_CheckedIndex(x, columns);
 }
 
+/// What the new elements of an array hold.
+enum arr_eFill : int {
+    arr_ValueInitialised, ///< zero, or what the default constructor makes
+    arr_Unset             ///< nothing: they are written before they are read
+};
+
 /// A heap block of exactly `Size()` elements, owned: copies are independent, a moved-from array is
 /// empty. Elements are copied one by one; `T` needs a default constructor and a copy assignment.
 ///
@@ -120,14 +126,7 @@ public:
     /// Makes the array exactly `size` elements long, without spare capacity (no block at all for
     /// 0). The first min(old size, `size`) elements are kept, further ones value-initialised.
     /// A negative size raises the size error. On any exception the array is unchanged.
-    virtual void SetSize(int size) {
-        arr_CheckedSize(size);
-        if (size == size_)
-            return;
-        std::unique_ptr<T[]> block = NewBlock(size);
-        std::copy_n(block_.get(), std::min(size_, size), block.get());
-        Adopt(std::move(block), size);
-    }
+    virtual void SetSize(int size) { Resize(size, arr_ValueInitialised); }
 
     /// Copies `count` elements from `source[sourceStart]` on to this array from `start` on; the
     /// source may lie within this array. Raises the index error, before anything is copied, unless
@@ -136,14 +135,8 @@ public:
     virtual void CopyIn(const T* source, int count, int sourceStart, int start) {
         CheckRun(count, start);
         CheckOutside(sourceStart);
-        if (count <= 0)
-            return;
-        const T* const from = source + sourceStart;
-        T* const to = Data() + start;
-        if (std::less<>()(from, to))
-            std::copy_backward(from, from + count, to + count);
-        else
-            std::copy_n(from, count, to);
+        if (count > 0)
+            CopyRun(source + sourceStart, count, Data() + start);
     }
 
     /// Copies `count` elements of this array from `start` on to `target[targetStart]` on. Raises
@@ -152,14 +145,8 @@ public:
     virtual void CopyOut(T* target, int count, int start, int targetStart) const {
         CheckRun(count, start);
         CheckOutside(targetStart);
-        if (count <= 0)
-            return;
-        const T* const from = Data() + start;
-        T* const to = target + targetStart;
-        if (std::less<>()(from, static_cast<const T*>(to)))
-            std::copy_backward(from, from + count, to + count);
-        else
-            std::copy_n(from, count, to);
+        if (count > 0)
+            CopyRun(Data() + start, count, target + targetStart);
     }
 
     /// Sets `count` elements from `start` on to `value`. Raises the index error, before anything
@@ -178,16 +165,16 @@ public:
     arr_cArray() noexcept = default;
 
     /// `size` value-initialised elements; a negative size raises the size error.
-    explicit arr_cArray(int size) : arr_cArray(NewBlock(arr_CheckedSize(size)), size) {}
+    explicit arr_cArray(int size) : arr_cArray(size, arr_ValueInitialised) {}
 
     /// `size` copies of `value`; a negative size raises the size error.
-    arr_cArray(int size, const T& value) : arr_cArray(size) {
+    arr_cArray(int size, const T& value) : arr_cArray(size, arr_Unset) {
         std::fill_n(block_.get(), size_, value);
     }
 
     /// Copies of the elements of `elements`; more than 2147483647 raise the size error.
     explicit arr_cArray(std::span<const T> elements)
-        : arr_cArray(arr_CheckedSize(static_cast<long long>(elements.size()))) {
+        : arr_cArray(arr_CheckedSize(static_cast<long long>(elements.size())), arr_Unset) {
         std::copy(elements.begin(), elements.end(), block_.get());
     }
 
@@ -211,8 +198,10 @@ public:
 
     /// Takes over the block of `other`, which becomes empty.
     arr_cArray& operator=(arr_cArray&& other) noexcept {
-        if (this != &other)
-            Adopt(std::move(other.block_), std::exchange(other.size_, 0));
+        if (this != &other) {
+            block_ = std::move(other.block_);
+            size_ = std::exchange(other.size_, 0);
+        }
         return *this;
     }
 
@@ -240,16 +229,22 @@ public:
     const T* end() const noexcept { return Data() + size_; }
 
 protected:
-    /// The array that owns `block`, which has `size` elements.
-    arr_cArray(std::unique_ptr<T[]> block, int size) noexcept
-        : block_(std::move(block)), size_(size) {}
+    /// `size` new elements; a negative size raises the size error.
+    arr_cArray(int size, arr_eFill fill)
+        : block_(NewBlock(arr_CheckedSize(size), fill)), size_(size) {}
 
-    /// Replaces the block, freeing the old one.
-    void Adopt(std::unique_ptr<T[]> block, int size) noexcept {
+    /// SetSize, with this in the elements past the old size.
+    void Resize(int size, arr_eFill fill) {
+        arr_CheckedSize(size);
+        if (size == size_)
+            return;
+        std::unique_ptr<T[]> block = NewBlock(size, fill);
+        std::copy_n(block_.get(), std::min(size_, size), block.get());
         block_ = std::move(block);
         size_ = size;
     }
 
+private:
     /// Raises the index error unless `start` >= 0 and `start` + `count` <= `Size()`.
     void CheckRun(int count, int start) const {
         const long long end = static_cast<long long>(start) + count;
@@ -265,9 +260,19 @@ protected:
             arr_IndexError(start, -1);
     }
 
-private:
-    static std::unique_ptr<T[]> NewBlock(int size) {
-        return size == 0 ? nullptr : std::make_unique<T[]>(static_cast<std::size_t>(size));
+    /// The two runs may overlap.
+    static void CopyRun(const T* from, int count, T* to) {
+        if (std::less<>()(from, static_cast<const T*>(to)))
+            std::copy_backward(from, from + count, to + count);
+        else
+            std::copy_n(from, count, to);
+    }
+
+    static std::unique_ptr<T[]> NewBlock(int size, arr_eFill fill) {
+        const std::size_t count = static_cast<std::size_t>(size);
+        return size == 0                      ? nullptr
+               : fill == arr_ValueInitialised ? std::make_unique<T[]>(count)
+                                              : std::make_unique_for_overwrite<T[]>(count);
     }
     std::size_t Offset(int index) const {
         return static_cast<std::size_t>(arr_CheckedIndex(index, size_));
@@ -288,58 +293,15 @@ class DATAPROCESSING_EXPORT arr_cC_Array : public arr_cArray<T> {
     static_assert(std::is_trivially_copyable_v<T>, "elements are copied as memory");
 
 public:
-    /// As the base, but elements past the old size are not initialised.
-    void SetSize(int size) override {
-        arr_CheckedSize(size);
-        if (size == this->Size())
-            return;
-        std::unique_ptr<T[]> block = NewBlock(size);
-        std::copy_n(this->Data(), std::min(this->Size(), size), block.get());
-        this->Adopt(std::move(block), size);
-    }
+    using arr_cArray<T>::arr_cArray;
 
     /// No elements, no block.
     arr_cC_Array() noexcept = default;
-
     /// `size` elements, not initialised; a negative size raises the size error.
-    explicit arr_cC_Array(int size) : arr_cArray<T>(NewBlock(arr_CheckedSize(size)), size) {}
+    explicit arr_cC_Array(int size) : arr_cArray<T>(size, arr_Unset) {}
 
-    /// `size` copies of `value`; a negative size raises the size error.
-    arr_cC_Array(int size, const T& value) : arr_cC_Array(size) {
-        std::fill_n(this->Data(), size, value);
-    }
-
-    /// Copies of the elements of `elements`; more than 2147483647 raise the size error.
-    explicit arr_cC_Array(std::span<const T> elements)
-        : arr_cC_Array(arr_CheckedSize(static_cast<long long>(elements.size()))) {
-        std::copy(elements.begin(), elements.end(), this->Data());
-    }
-
-    /// The listed elements.
-    arr_cC_Array(std::initializer_list<T> elements)
-        : arr_cC_Array(std::span<const T>(elements.begin(), elements.size())) {}
-
-    /// An independent copy of size and elements.
-    arr_cC_Array(const arr_cC_Array& other) : arr_cC_Array(std::span<const T>(other)) {}
-    /// Takes over the block of `other`, which becomes empty.
-    arr_cC_Array(arr_cC_Array&& other) noexcept = default;
-
-    /// Becomes an independent copy of `other`. On any exception the array is unchanged.
-    arr_cC_Array& operator=(const arr_cC_Array& other) {
-        if (this != &other)
-            *this = arr_cC_Array(other);
-        return *this;
-    }
-    /// Takes over the block of `other`, which becomes empty.
-    arr_cC_Array& operator=(arr_cC_Array&& other) noexcept = default;
-
-    ~arr_cC_Array() override = default;
-
-private:
-    static std::unique_ptr<T[]> NewBlock(int size) {
-        return size == 0 ? nullptr
-                         : std::make_unique_for_overwrite<T[]>(static_cast<std::size_t>(size));
-    }
+    /// As the base, but elements past the old size are not initialised.
+    void SetSize(int size) override { this->Resize(size, arr_Unset); }
 };
 
 /// A one-dimensional `arr_cArray`.

@@ -37,10 +37,10 @@ type_cBoolean barr_c1DBoolArray::IsRangeAndDelta(const barr_c1DBoolArray& other)
     return isSameAxis(cal_, Size(), other.cal_, other.Size());
 }
 
-unsigned char& barr_c1DBoolArray::Element(int index) {
+unsigned char& barr_c1DBoolArray::Element(int index) & {
     return elementAt<unsigned char>(block_, arr_CheckedIndex(index, Size()));
 }
-const unsigned char& barr_c1DBoolArray::Element(int index) const {
+const unsigned char& barr_c1DBoolArray::Element(int index) const& {
     return elementAt<const unsigned char>(block_, arr_CheckedIndex(index, Size()));
 }
 
@@ -57,10 +57,10 @@ type_cBoolean barr_c2DBoolArray::IsRangeAndDelta(const barr_c2DBoolArray& other)
            isSameAxis(cal_.Y(), SizeY(), other.cal_.Y(), other.SizeY());
 }
 
-unsigned char& barr_c2DBoolArray::Element(int x, int y) {
+unsigned char& barr_c2DBoolArray::Element(int x, int y) & {
     return elementAt<unsigned char>(block_, arr_CheckedIndex(x, y, SizeX(), SizeY()));
 }
-const unsigned char& barr_c2DBoolArray::Element(int x, int y) const {
+const unsigned char& barr_c2DBoolArray::Element(int x, int y) const& {
     return elementAt<const unsigned char>(block_, arr_CheckedIndex(x, y, SizeX(), SizeY()));
 }
 

@@ -30,7 +30,9 @@ public:
     /// The number of elements.
     int Size() const noexcept { return static_cast<int>(block_.Size()); }
     /// The calibration.
-    const cal_c1DArrayCal& Cal() const noexcept { return cal_; }
+    const cal_c1DArrayCal& Cal() const& noexcept { return cal_; }
+    /// The calibration of a temporary, by value.
+    cal_c1DArrayCal Cal() const&& noexcept { return cal_; }
     /// Sets the calibration.
     void SetCal(const cal_c1DArrayCal& cal) noexcept { cal_ = cal; }
     /// The calibrated extent: from the position of element 0 to that of element Size().
@@ -39,9 +41,11 @@ public:
     type_cBoolean IsRangeAndDelta(const barr_c1DBoolArray& other) const noexcept;
 
     /// Element `index`. Throws the index error outside [0, Size()).
-    unsigned char& Element(int index);
+    unsigned char& Element(int index) &;
     /// Element `index`, for reading.
-    const unsigned char& Element(int index) const;
+    const unsigned char& Element(int index) const&;
+    /// Element `index` of a temporary, by value.
+    unsigned char Element(int index) const&& { return Element(index); }
 
 private:
     template<class Mask>
@@ -67,7 +71,9 @@ public:
     /// The number of elements.
     int Count() const noexcept { return static_cast<int>(block_.Size()); }
     /// The calibration.
-    const cal_c2DArrayCal& Cal() const noexcept { return cal_; }
+    const cal_c2DArrayCal& Cal() const& noexcept { return cal_; }
+    /// The calibration of a temporary, by value.
+    cal_c2DArrayCal Cal() const&& noexcept { return cal_; }
     /// Sets the calibration.
     void SetCal(const cal_c2DArrayCal& cal) noexcept { cal_ = cal; }
     /// The calibrated extent, upright.
@@ -76,9 +82,11 @@ public:
     type_cBoolean IsRangeAndDelta(const barr_c2DBoolArray& other) const noexcept;
 
     /// Element (x, y). Throws the index error outside the array.
-    unsigned char& Element(int x, int y);
+    unsigned char& Element(int x, int y) &;
     /// Element (x, y), for reading.
-    const unsigned char& Element(int x, int y) const;
+    const unsigned char& Element(int x, int y) const&;
+    /// Element (x, y) of a temporary, by value.
+    unsigned char Element(int x, int y) const&& { return Element(x, y); }
 
 private:
     template<class Mask>

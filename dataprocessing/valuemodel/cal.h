@@ -97,13 +97,17 @@ public:
         : x_(x), y_(y) {}
 
     /// The X axis.
-    constexpr const cal_cArrayCal& X() const noexcept { return x_; }
+    constexpr const cal_cArrayCal& X() const& noexcept { return x_; }
     /// The X axis, to be changed.
-    constexpr cal_cArrayCal& X() noexcept { return x_; }
+    constexpr cal_cArrayCal& X() & noexcept { return x_; }
+    /// The X axis of a temporary, by value.
+    constexpr cal_cArrayCal X() const&& noexcept { return x_; }
     /// The Y axis.
-    constexpr const cal_cArrayCal& Y() const noexcept { return y_; }
+    constexpr const cal_cArrayCal& Y() const& noexcept { return y_; }
     /// The Y axis, to be changed.
-    constexpr cal_cArrayCal& Y() noexcept { return y_; }
+    constexpr cal_cArrayCal& Y() & noexcept { return y_; }
+    /// The Y axis of a temporary, by value.
+    constexpr cal_cArrayCal Y() const&& noexcept { return y_; }
 
     friend constexpr bool operator==(const cal_c2DArrayCal&, const cal_c2DArrayCal&) = default;
 

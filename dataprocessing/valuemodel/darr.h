@@ -49,7 +49,9 @@ public:
         : parr_c1DNumberArray(elements), cal_(cal) {}
 
     /// The calibration.
-    const cal_c1DArrayCal& Cal() const noexcept { return cal_; }
+    const cal_c1DArrayCal& Cal() const& noexcept { return cal_; }
+    /// The calibration of a temporary, by value.
+    cal_c1DArrayCal Cal() const&& noexcept { return cal_; }
     /// Sets the calibration.
     void SetCal(const cal_c1DArrayCal& cal) noexcept { cal_ = cal; }
     /// Sets the calibration's offset.
@@ -112,7 +114,9 @@ public:
         : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}
 
     /// The calibration.
-    const cal_c2DArrayCal& Cal() const noexcept { return cal_; }
+    const cal_c2DArrayCal& Cal() const& noexcept { return cal_; }
+    /// The calibration of a temporary, by value.
+    cal_c2DArrayCal Cal() const&& noexcept { return cal_; }
     /// Sets the calibration.
     void SetCal(const cal_c2DArrayCal& cal) noexcept { cal_ = cal; }
     /// Sets the offset of X.

@@ -24,24 +24,29 @@ public:
     /// The number of elements.
     int Count() const noexcept { return count_; }
     /// The elements in storage order; null where there is no storage.
-    void* Data() noexcept { return block_.Data(); }
+    void* Data() & noexcept { return block_.Data(); }
     /// The elements in storage order, for reading.
-    const void* Data() const noexcept { return block_.Data(); }
+    const void* Data() const& noexcept { return block_.Data(); }
+    /// A temporary array takes its elements with it.
+    void Data() const&& = delete;
 
     /// The elements as `T`, which must be the type they are stored in: throws
     /// expt_cProgramException ("parr", 1) otherwise. Valid until the array is assigned to,
     /// converted or destroyed.
     template<dtyp_Element T>
-    std::span<T> Elements() {
+    std::span<T> Elements() & {
         RequireType(dtyp_Of<T>());
         return {static_cast<T*>(Data()), static_cast<std::size_t>(Count())};
     }
     /// The elements as `T`, for reading.
     template<dtyp_Element T>
-    std::span<const T> Elements() const {
+    std::span<const T> Elements() const& {
         RequireType(dtyp_Of<T>());
         return {static_cast<const T*>(Data()), static_cast<std::size_t>(Count())};
     }
+    /// A temporary array takes its elements with it: give `a + b` a name first.
+    template<dtyp_Element T>
+    void Elements() const&& = delete;
 
     /// Converts the elements in place by the rules of conv_Convert; the sizes are kept. When it
     /// throws, nothing has changed.

@@ -37,9 +37,11 @@ public:
     /// The element type.
     dtyp_cDataType DataType() const noexcept { return type_; }
     /// The element: SizeOf() bytes, aligned for its type; real part first when complex.
-    void* Data() noexcept { return element_; }
+    void* Data() & noexcept { return element_; }
     /// The element, for reading.
-    const void* Data() const noexcept { return element_; }
+    const void* Data() const& noexcept { return element_; }
+    /// A temporary number takes its element with it.
+    void Data() const&& = delete;
 
     /// The value as a `T`, by the rules of conv_Convert. Throws expt_cProgramException ("conv", 1)
     /// when the number's type is not one of the ten.

@@ -4,11 +4,14 @@
 #include <cstdint>
 #include <new>
 #include <sstream>
+#include <type_traits>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include "dataprocessing/base/arr.h"
+#include "dataprocessing/valuemodel/barr.h"
+#include "dataprocessing/valuemodel/darr.h"
 #include "tests/failing_new.h"
 #include "tests/support/elements.h"
 
@@ -89,7 +92,8 @@ TEST(NumberArray, IsMadeOfSpansThatCouldBeWrittenToAsWell) {
 }
 
 TEST(NumberArray, EmptyOnesOfAnySource) {
-    EXPECT_EQ(parr_c1DNumberArray(0, dtyp_Int16).Data(), nullptr);
+    const parr_c1DNumberArray none(0, dtyp_Int16);
+    EXPECT_EQ(none.Data(), nullptr);
     EXPECT_EQ(parr_c1DNumberArray(0, dtyp_Int16, nullptr).Size(), 0);
     EXPECT_EQ(parr_c1DNumberArray(0, pnum_cNumber(1.0f)).DataType(), dtyp_Float);
     EXPECT_EQ(parr_c1DNumberArray(std::span<const short>()).DataType(), dtyp_Int16);
@@ -372,7 +376,8 @@ TEST(NumberArray, UnknownTypesHaveACountAndNoStorage) {
         parr_c1DNumberArray line(3, unknown);
         EXPECT_EQ(line.Size(), 3);
         EXPECT_EQ(line.Data(), nullptr);
-        EXPECT_EQ(parr_c1DNumberArray(3, pnum_cNumber(unknown)).Data(), nullptr);
+        line = parr_c1DNumberArray(3, pnum_cNumber(unknown));
+        EXPECT_EQ(line.Data(), nullptr);
         EXPECT_EQ(parr_c1DNumberArray(3, unknown, nullptr).Size(), 3);
         EXPECT_EQ(line.Number(2).DataType(), unknown);
         EXPECT_EQ(refusalOf([&] { line.Number(3); }), indexRefusal);
@@ -473,3 +478,36 @@ TEST(NumberArray, PrintsTheEndsOfLongOnes) {
     EXPECT_EQ(printed(planeOf(1, 8, countedElements<int>(8))),
               "[1]\n[2]\n[3]\n[4]\n[5]\n[6]\n[7]\n[8]");
 }
+
+// What refers into a temporary cannot be had: it would be gone before it is looked at.
+template<class Array>
+concept HasData = requires(Array&& array) {
+    std::forward<Array>(array).Data();
+};
+template<class Array>
+concept HasElements = requires(Array&& array) {
+    std::forward<Array>(array).template Elements<float>();
+};
+
+template<class Array>
+constexpr bool refersIntoNamedObjectsOnly =
+    HasData<Array&>&& HasData<const Array&> && !HasData<Array> && !HasData<const Array>;
+static_assert(refersIntoNamedObjectsOnly<darr_c1DArray>);
+static_assert(refersIntoNamedObjectsOnly<darr_c2DArray>);
+static_assert(refersIntoNamedObjectsOnly<pnum_cNumber>);
+static_assert(HasElements<darr_c1DArray&> && HasElements<const darr_c2DArray&>);
+static_assert(!HasElements<darr_c1DArray> && !HasElements<const darr_c2DArray>);
+
+template<class Array>
+constexpr bool givesCalibrationsOfTemporariesByValue =
+    std::is_reference_v<decltype(std::declval<const Array&>().Cal())> &&
+    !std::is_reference_v<decltype(std::declval<Array>().Cal())> &&
+    !std::is_reference_v<decltype(std::declval<const Array>().Cal())>;
+static_assert(givesCalibrationsOfTemporariesByValue<darr_c1DArray>);
+static_assert(givesCalibrationsOfTemporariesByValue<darr_c2DArray>);
+static_assert(givesCalibrationsOfTemporariesByValue<barr_c1DBoolArray>);
+static_assert(givesCalibrationsOfTemporariesByValue<barr_c2DBoolArray>);
+static_assert(!std::is_reference_v<decltype(std::declval<cal_c2DArrayCal>().X())>);
+static_assert(!std::is_reference_v<decltype(std::declval<cal_c2DArrayCal>().Y())>);
+static_assert(!std::is_reference_v<decltype(std::declval<barr_c1DBoolArray>().Element(0))>);
+static_assert(!std::is_reference_v<decltype(std::declval<barr_c2DBoolArray>().Element(0, 0))>);
