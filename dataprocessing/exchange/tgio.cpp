@@ -1,7 +1,6 @@
 #include "dataprocessing/exchange/tgio.h"
 
 #include "dataprocessing/exchange/obty.h"
-#include "dataprocessing/exchange/tgio_attempt.h"
 #include "dataprocessing/exchange/tgio_lasting.h"
 
 namespace {
@@ -72,8 +71,3 @@ type_cBoolean tgio_cNamedTaggedStreamObject::Write(tgio_cBinary_ostream& stream)
 
 const str_cString& tgio_cNamedTaggedStreamObject::Name() const { return name_; }
 void tgio_cNamedTaggedStreamObject::SetName(const str_cString& name) { name_ = name; }
-
-void tgio_cStream::EnterObject() {
-    dataprocessing::detail::Require(depth_ < tgio_MaxDepth);
-    ++depth_;
-}

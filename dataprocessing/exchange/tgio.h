@@ -45,16 +45,17 @@
 /// nothing behind. Open files with `std::ios::binary`.
 
 #include <concepts>
-#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
-#include <span>
 #include <string>
-#include <string_view>
 
 #include "dataprocessing/base/str.h"
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"
+
+namespace dataprocessing::detail {
+class tgio_cSteps;
+}
 
 /// The deepest nesting of objects in a tagged stream: an outermost object has depth 1.
 inline constexpr int tgio_MaxDepth = 64;
@@ -196,14 +197,9 @@ protected:
     tgio_cStream() = default;
     ~tgio_cStream() = default;
 
-    /// Runs `step` unless a call has failed before; a throw of it is this stream's failure.
-    template<std::invocable Step>
-    bool Attempt(Step step) noexcept;
-    void EnterObject();
-    void LeaveObject() noexcept { --depth_; }
-    int Depth() const noexcept { return depth_; }
-
 private:
+    friend dataprocessing::detail::tgio_cSteps;
+
     bool good_ = true;
     int depth_ = 0;
 };
@@ -242,24 +238,7 @@ public:
     type_cBoolean SkipObject() noexcept;
 
 private:
-    struct sToken {
-        std::string text;
-        bool quoted = false;
-    };
-
-    int Peek() const;
-    int Take();
-    void SkipBlanks();
-    void EndLine();
-    sToken Token();
-    std::string Quoted();
-    bool FindField();
-    void TakeField();
-    sToken Atom();
-    bool OpensObject();
-    void OpenObject();
-    void CloseObject();
-    void SkipValue();
+    class DATAPROCESSING_NO_EXPORT cParser;
 
     std::istream& stream_;
     str_cString name_;
@@ -291,10 +270,7 @@ public:
     type_cBoolean Write(const tgio_cTaggedStreamObject& object, const str_cString& name) noexcept;
 
 private:
-    void PutIndent();
-    void PutName(const str_cString& name);
-    void PutField(std::string_view value, const str_cString& name);
-    void Deliver();
+    class DATAPROCESSING_NO_EXPORT cPrinter;
 
     std::ostream& stream_;
     std::string buffer_;
@@ -333,14 +309,7 @@ public:
     type_cBoolean SkipObject() noexcept;
 
 private:
-    bool FindField();
-    void TakeField();
-    void Take(std::span<char> bytes);
-    template<std::unsigned_integral Word>
-    DATAPROCESSING_NO_EXPORT Word TakeWord();
-    template<std::unsigned_integral Word>
-    DATAPROCESSING_NO_EXPORT Word TakeValue();
-    void Discard(std::uint64_t count);
+    class DATAPROCESSING_NO_EXPORT cParser;
 
     std::istream& stream_;
     std::uint64_t left_ = UINT64_MAX;
@@ -372,11 +341,7 @@ public:
     type_cBoolean Write(const tgio_cTaggedStreamObject& object, unsigned short tag) noexcept;
 
 private:
-    template<std::unsigned_integral Word>
-    DATAPROCESSING_NO_EXPORT void PutWord(Word word);
-    template<std::unsigned_integral Word>
-    DATAPROCESSING_NO_EXPORT void PutField(Word value, unsigned short tag);
-    void Deliver();
+    class DATAPROCESSING_NO_EXPORT cPrinter;
 
     std::ostream& stream_;
     std::string buffer_;

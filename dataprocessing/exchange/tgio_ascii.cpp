@@ -12,6 +12,7 @@ using dataprocessing::detail::Bytes;
 using dataprocessing::detail::DeliverTo;
 using dataprocessing::detail::maxTextLength;
 using dataprocessing::detail::Require;
+using dataprocessing::detail::tgio_cSteps;
 
 namespace {
 
@@ -98,137 +99,158 @@ std::string PrintName(const str_cString& name) {
     return bare ? std::string(text) : PrintText(text);
 }
 
+struct sToken {
+    std::string text;
+    bool quoted = false;
+};
+
 } // namespace
 
-int tgio_cASCII_istream::Peek() const { return stream_.rdbuf()->sgetc(); }
+/// The grammar, over the bytes and the state of a reader.
+class tgio_cASCII_istream::cParser : public tgio_cSteps {
+public:
+    explicit cParser(tgio_cASCII_istream& reader)
+        : tgio_cSteps(reader), reader_(reader), bytes_(reader.stream_.rdbuf()) {}
 
-int tgio_cASCII_istream::Take() { return stream_.rdbuf()->sbumpc(); }
-
-void tgio_cASCII_istream::SkipBlanks() {
-    while (IsBlank(Peek()))
-        Take();
-}
-
-// Every field ends with its newline: without it "12" could be the beginning of "123".
-void tgio_cASCII_istream::EndLine() {
-    SkipBlanks();
-    Require(Take() == '\n');
-}
-
-tgio_cASCII_istream::sToken tgio_cASCII_istream::Token() {
-    SkipBlanks();
-    if (Peek() == '"')
-        return {Quoted(), true};
-    std::string word;
-    while (IsWordCharacter(Peek()))
-        word += Traits::to_char_type(Take());
-    Require(!word.empty() && word.size() <= maxTextLength);
-    return {std::move(word), false};
-}
-
-std::string tgio_cASCII_istream::Quoted() {
-    std::string text;
-    Take();
-    for (int c = Take(); c != '"'; c = Take()) {
-        Require(!IsControl(c) && text.size() < maxTextLength);
-        if (c == '\\') {
-            c = Take();
-            if (c == 'n') {
-                c = '\n';
-            } else if (c == 'x') {
-                const unsigned high = HexDigit(Take());
-                c = static_cast<int>(high << 4 | HexDigit(Take()));
-            } else {
-                Require(c == '"' || c == '\\');
-            }
-        }
-        text += Traits::to_char_type(c);
+    bool FindField() {
+        if (reader_.pending_)
+            SkipValue();
+        Require(!reader_.stream_.fail());
+        while (IsBlank(Peek()) || Peek() == '\n')
+            Take();
+        if (Peek() == (Depth() == 0 ? Traits::eof() : '}'))
+            return false;
+        reader_.name_ = Token().text;
+        reader_.pending_ = true;
+        return true;
     }
-    return text;
-}
 
-bool tgio_cASCII_istream::FindField() {
-    if (pending_)
-        SkipValue();
-    Require(!stream_.fail());
-    while (IsBlank(Peek()) || Peek() == '\n')
-        Take();
-    if (Peek() == (Depth() == 0 ? Traits::eof() : '}'))
-        return false;
-    name_ = Token().text;
-    pending_ = true;
-    return true;
-}
-
-void tgio_cASCII_istream::TakeField() {
-    Require(pending_ || FindField());
-    pending_ = false;
-}
-
-tgio_cASCII_istream::sToken tgio_cASCII_istream::Atom() {
-    TakeField();
-    sToken token = Token();
-    EndLine();
-    return token;
-}
-
-bool tgio_cASCII_istream::OpensObject() {
-    SkipBlanks();
-    return Peek() == '{';
-}
-
-void tgio_cASCII_istream::OpenObject() {
-    Take();
-    EndLine();
-    EnterObject();
-}
-
-void tgio_cASCII_istream::CloseObject() {
-    Take();
-    EndLine();
-    LeaveObject();
-}
-
-void tgio_cASCII_istream::SkipValue() {
-    const int level = Depth();
-    do {
+    /// The word or the text that is the value of the current field.
+    std::string Value(bool quoted) {
         TakeField();
-        Token();
-        if (OpensObject())
-            OpenObject();
-        else
-            EndLine();
-        while (Depth() > level && !FindField())
-            CloseObject();
-    } while (Depth() > level);
-}
+        sToken token = Token();
+        EndLine();
+        Require(token.quoted == quoted);
+        return std::move(token.text);
+    }
+
+    void ReadObject(tgio_cTaggedStreamObject& object) {
+        TakeField();
+        Require(Token().text == Bytes(object.ObjectType().Name()) && OpensObject());
+        OpenObject();
+        Require(object.Read(reader_) && reader_.IsGood());
+        while (FindField()) {
+        }
+        CloseObject();
+    }
+
+    void SkipValue() {
+        const int level = Depth();
+        do {
+            TakeField();
+            Token();
+            if (OpensObject())
+                OpenObject();
+            else
+                EndLine();
+            while (Depth() > level && !FindField())
+                CloseObject();
+        } while (Depth() > level);
+    }
+
+private:
+    int Peek() { return bytes_->sgetc(); }
+    int Take() { return bytes_->sbumpc(); }
+
+    void SkipBlanks() {
+        while (IsBlank(Peek()))
+            Take();
+    }
+
+    // Every field ends with its newline: without it "12" could be the beginning of "123".
+    void EndLine() {
+        SkipBlanks();
+        Require(Take() == '\n');
+    }
+
+    sToken Token() {
+        SkipBlanks();
+        if (Peek() == '"')
+            return {Quoted(), true};
+        std::string word;
+        while (IsWordCharacter(Peek()))
+            word += Traits::to_char_type(Take());
+        Require(!word.empty() && word.size() <= maxTextLength);
+        return {std::move(word), false};
+    }
+
+    std::string Quoted() {
+        std::string text;
+        Take();
+        for (int c = Take(); c != '"'; c = Take()) {
+            Require(!IsControl(c) && text.size() < maxTextLength);
+            if (c == '\\') {
+                c = Take();
+                if (c == 'n') {
+                    c = '\n';
+                } else if (c == 'x') {
+                    const unsigned high = HexDigit(Take());
+                    c = static_cast<int>(high << 4 | HexDigit(Take()));
+                } else {
+                    Require(c == '"' || c == '\\');
+                }
+            }
+            text += Traits::to_char_type(c);
+        }
+        return text;
+    }
+
+    void TakeField() {
+        Require(reader_.pending_ || FindField());
+        reader_.pending_ = false;
+    }
+
+    bool OpensObject() {
+        SkipBlanks();
+        return Peek() == '{';
+    }
+    void OpenObject() {
+        Take();
+        EndLine();
+        EnterObject();
+    }
+    void CloseObject() {
+        Take();
+        EndLine();
+        LeaveObject();
+    }
+
+    tgio_cASCII_istream& reader_;
+    std::streambuf* bytes_;
+};
 
 type_cBoolean tgio_cASCII_istream::NextField() noexcept {
+    cParser parser(*this);
     bool found = false;
-    return Attempt([&] { found = FindField(); }) && found;
+    return parser.Attempt([&] { found = parser.FindField(); }) && found;
 }
 
 type_cBoolean tgio_cASCII_istream::Read(double& value) noexcept {
-    return Attempt([&] {
-        const sToken token = Atom();
-        Require(!token.quoted);
-        value = ParseDouble(token.text);
-    });
+    cParser parser(*this);
+    return parser.Attempt([&] { value = ParseDouble(parser.Value(false)); });
 }
 
 type_cBoolean tgio_cASCII_istream::Read(int& value) noexcept {
-    return Attempt([&] {
-        const sToken token = Atom();
-        Require(!token.quoted);
-        value = Parse<int>(token.text);
-    });
+    cParser parser(*this);
+    return parser.Attempt([&] { value = Parse<int>(parser.Value(false)); });
 }
 
 type_cBoolean tgio_cASCII_istream::Read(bool& value) noexcept {
-    return Attempt([&] {
-        const sToken token = Atom();
-        Require(!token.quoted && (token.text == "true" || token.text == "false"));
-        value = token.text == "true";
+    cParser parser(*this);
+    return parser.Attempt([&] {
+        const std::string word = parser.Value(false);
+        Require(word == "true" || word == "false");
+        value = word == "true";
     });
 }
 
@@ -240,81 +262,86 @@ type_cBoolean tgio_cASCII_istream::Read(type_cBoolean& value) noexcept {
 }
 
 type_cBoolean tgio_cASCII_istream::Read(str_cString& value) noexcept {
-    return Attempt([&] {
-        sToken token = Atom();
-        Require(token.quoted);
-        value = str_cString(std::move(token.text));
-    });
+    cParser parser(*this);
+    return parser.Attempt([&] { value = str_cString(parser.Value(true)); });
 }
 
 type_cBoolean tgio_cASCII_istream::Read(tgio_cTaggedStreamObject& object) noexcept {
-    return Attempt([&] {
-        TakeField();
-        Require(Token().text == Bytes(object.ObjectType().Name()) && OpensObject());
-        OpenObject();
-        Require(object.Read(*this) && IsGood());
-        while (FindField()) {
-        }
-        CloseObject();
-    });
+    cParser parser(*this);
+    return parser.Attempt([&] { parser.ReadObject(object); });
 }
 
 type_cBoolean tgio_cASCII_istream::SkipObject() noexcept {
-    return Attempt([&] { SkipValue(); });
+    cParser parser(*this);
+    return parser.Attempt([&] { parser.SkipValue(); });
 }
 
-void tgio_cASCII_ostream::PutIndent() {
-    constexpr std::size_t width = 4;
-    buffer_.append(width * static_cast<std::size_t>(Depth()), ' ');
-}
+/// Fields as text, into the buffer of a writer.
+class tgio_cASCII_ostream::cPrinter : public tgio_cSteps {
+public:
+    explicit cPrinter(tgio_cASCII_ostream& writer) : tgio_cSteps(writer), writer_(writer) {}
 
-void tgio_cASCII_ostream::PutName(const str_cString& name) {
-    PutIndent();
-    buffer_ += PrintName(name);
-    buffer_ += ' ';
-}
+    void PutField(std::string_view value, const str_cString& name) {
+        PutName(name);
+        writer_.buffer_ += value;
+        writer_.buffer_ += '\n';
+        Deliver();
+    }
 
-void tgio_cASCII_ostream::PutField(std::string_view value, const str_cString& name) {
-    PutName(name);
-    buffer_ += value;
-    buffer_ += '\n';
-    Deliver();
-}
+    void PutObject(const tgio_cTaggedStreamObject& object, const str_cString& name) {
+        PutName(name);
+        writer_.buffer_ += PrintName(object.ObjectType().Name());
+        writer_.buffer_ += " {\n";
+        EnterObject();
+        Require(object.Write(writer_) && writer_.IsGood());
+        LeaveObject();
+        PutIndent();
+        writer_.buffer_ += "}\n";
+        Deliver();
+    }
 
-void tgio_cASCII_ostream::Deliver() {
-    if (Depth() == 0)
-        DeliverTo(stream_, buffer_);
-}
+private:
+    void PutIndent() {
+        constexpr std::size_t width = 4;
+        writer_.buffer_.append(width * static_cast<std::size_t>(Depth()), ' ');
+    }
+    void PutName(const str_cString& name) {
+        PutIndent();
+        writer_.buffer_ += PrintName(name);
+        writer_.buffer_ += ' ';
+    }
+    void Deliver() {
+        if (Depth() == 0)
+            DeliverTo(writer_.stream_, writer_.buffer_);
+    }
+
+    tgio_cASCII_ostream& writer_;
+};
 
 type_cBoolean tgio_cASCII_ostream::Write(double value, const str_cString& name,
                                          type_cBoolean hexadecimal) noexcept {
-    return Attempt([&] { PutField(PrintDouble(value, hexadecimal), name); });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutField(PrintDouble(value, hexadecimal), name); });
 }
 
 type_cBoolean tgio_cASCII_ostream::Write(int value, const str_cString& name) noexcept {
-    return Attempt([&] { PutField(Print(value), name); });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutField(Print(value), name); });
 }
 
 type_cBoolean tgio_cASCII_ostream::Write(type_cBoolean value, const str_cString& name) noexcept {
-    return Attempt([&] { PutField(value ? "true" : "false", name); });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutField(value ? "true" : "false", name); });
 }
 
 type_cBoolean tgio_cASCII_ostream::Write(const str_cString& value,
                                          const str_cString& name) noexcept {
-    return Attempt([&] { PutField(PrintText(Bytes(value)), name); });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutField(PrintText(Bytes(value)), name); });
 }
 
 type_cBoolean tgio_cASCII_ostream::Write(const tgio_cTaggedStreamObject& object,
                                          const str_cString& name) noexcept {
-    return Attempt([&] {
-        PutName(name);
-        buffer_ += PrintName(object.ObjectType().Name());
-        buffer_ += " {\n";
-        EnterObject();
-        Require(object.Write(*this) && IsGood());
-        LeaveObject();
-        PutIndent();
-        buffer_ += "}\n";
-        Deliver();
-    });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutObject(object, name); });
 }

@@ -28,6 +28,35 @@ inline std::string_view Bytes(const str_cString& text) {
     return {text.Text(), static_cast<std::size_t>(text.Length())};
 }
 
+// The steps that the parsers and printers of the four streams are made of.
+class tgio_cSteps {
+public:
+    // Runs `step` unless a call has failed before; a throw of it is the stream's failure.
+    template<std::invocable Step>
+    bool Attempt(Step step) noexcept {
+        try {
+            if (stream_.good_)
+                step();
+        } catch (...) {
+            stream_.good_ = false;
+        }
+        return stream_.good_;
+    }
+
+protected:
+    explicit tgio_cSteps(tgio_cStream& stream) noexcept : stream_(stream) {}
+
+    void EnterObject() {
+        Require(stream_.depth_ < tgio_MaxDepth);
+        ++stream_.depth_;
+    }
+    void LeaveObject() noexcept { --stream_.depth_; }
+    int Depth() const noexcept { return stream_.depth_; }
+
+private:
+    tgio_cStream& stream_;
+};
+
 inline void DeliverTo(std::ostream& stream, std::string& buffer) {
     stream.write(buffer.data(), static_cast<std::streamsize>(buffer.size()));
     Require(!stream.fail());
@@ -35,14 +64,3 @@ inline void DeliverTo(std::ostream& stream, std::string& buffer) {
 }
 
 } // namespace dataprocessing::detail
-
-template<std::invocable Step>
-bool tgio_cStream::Attempt(Step step) noexcept {
-    try {
-        if (good_)
-            step();
-    } catch (...) {
-        good_ = false;
-    }
-    return good_;
-}

@@ -2,6 +2,7 @@
 #include <array>
 #include <bit>
 #include <istream>
+#include <span>
 #include <utility>
 
 #include "dataprocessing/exchange/tgio_attempt.h"
@@ -10,6 +11,7 @@ using dataprocessing::detail::Bytes;
 using dataprocessing::detail::DeliverTo;
 using dataprocessing::detail::maxTextLength;
 using dataprocessing::detail::Require;
+using dataprocessing::detail::tgio_cSteps;
 
 namespace {
 
@@ -26,75 +28,116 @@ std::array<char, sizeof(Word)> LittleEndian(Word word) {
 
 } // namespace
 
-void tgio_cBinary_istream::Take(std::span<char> bytes) {
-    const auto count = static_cast<std::streamsize>(bytes.size());
-    Require(bytes.size() <= left_ && stream_.rdbuf()->sgetn(bytes.data(), count) == count);
-    left_ -= bytes.size();
-}
+/// The framing, over the bytes and the state of a reader.
+class tgio_cBinary_istream::cParser : public tgio_cSteps {
+public:
+    explicit cParser(tgio_cBinary_istream& reader) : tgio_cSteps(reader), reader_(reader) {}
 
-template<std::unsigned_integral Word>
-Word tgio_cBinary_istream::TakeWord() {
-    std::array<char, sizeof(Word)> bytes;
-    Take(bytes);
-    Word word = 0;
-    for (std::size_t i = 0; i < sizeof(Word); ++i)
-        word = static_cast<Word>(word | Word{static_cast<unsigned char>(bytes[i])} << 8 * i);
-    return word;
-}
-
-template<std::unsigned_integral Word>
-Word tgio_cBinary_istream::TakeValue() {
-    TakeField();
-    Require(length_ == sizeof(Word));
-    return TakeWord<Word>();
-}
-
-void tgio_cBinary_istream::Discard(std::uint64_t count) {
-    std::array<char, blockSize> block;
-    while (count > 0) {
-        const std::uint64_t part = std::min(count, blockSize);
-        Take(std::span(block).first(part));
-        count -= part;
+    bool FindField() {
+        if (reader_.pending_)
+            SkipValue();
+        Require(!reader_.stream_.fail());
+        using Traits = std::istream::traits_type;
+        if (reader_.left_ == 0 ||
+            (Depth() == 0 && reader_.stream_.rdbuf()->sgetc() == Traits::eof()))
+            return false;
+        reader_.tag_ = TakeWord<std::uint16_t>();
+        reader_.length_ = TakeWord<std::uint32_t>();
+        Require(reader_.length_ <= reader_.left_);
+        reader_.pending_ = true;
+        return true;
     }
-}
 
-bool tgio_cBinary_istream::FindField() {
-    if (pending_) {
+    /// The value of the current field, which is a number as long as the word.
+    template<std::unsigned_integral Word>
+    Word Value() {
         TakeField();
-        Discard(length_);
+        Require(reader_.length_ == sizeof(Word));
+        return TakeWord<Word>();
     }
-    Require(!stream_.fail());
-    using Traits = std::istream::traits_type;
-    if (left_ == 0 || (Depth() == 0 && stream_.rdbuf()->sgetc() == Traits::eof()))
-        return false;
-    tag_ = TakeWord<std::uint16_t>();
-    length_ = TakeWord<std::uint32_t>();
-    Require(length_ <= left_);
-    pending_ = true;
-    return true;
-}
 
-void tgio_cBinary_istream::TakeField() {
-    Require(pending_ || FindField());
-    pending_ = false;
-}
+    std::string Text() {
+        TakeField();
+        Require(reader_.length_ <= maxTextLength);
+        std::string text;
+        while (text.size() < reader_.length_) {
+            const std::size_t start = text.size();
+            text.resize(start + std::min<std::size_t>(reader_.length_ - start, blockSize));
+            Take(std::span(text).subspan(start));
+        }
+        return text;
+    }
+
+    void ReadObject(tgio_cTaggedStreamObject& object) {
+        TakeField();
+        const std::uint64_t beyond = reader_.left_ - reader_.length_;
+        reader_.left_ = reader_.length_;
+        EnterObject();
+        Require(TakeWord<std::uint16_t>() == object.ObjectType().Number());
+        Require(object.Read(reader_) && reader_.IsGood());
+        while (FindField()) {
+        }
+        LeaveObject();
+        reader_.left_ = beyond;
+    }
+
+    void SkipValue() {
+        TakeField();
+        std::array<char, blockSize> block;
+        for (std::uint64_t left = reader_.length_; left > 0;) {
+            const std::uint64_t part = std::min(left, blockSize);
+            Take(std::span(block).first(part));
+            left -= part;
+        }
+    }
+
+private:
+    void Take(std::span<char> bytes) {
+        const auto count = static_cast<std::streamsize>(bytes.size());
+        Require(bytes.size() <= reader_.left_ &&
+                reader_.stream_.rdbuf()->sgetn(bytes.data(), count) == count);
+        reader_.left_ -= bytes.size();
+    }
+
+    template<std::unsigned_integral Word>
+    Word TakeWord() {
+        std::array<char, sizeof(Word)> bytes;
+        Take(bytes);
+        Word word = 0;
+        for (std::size_t i = 0; i < sizeof(Word); ++i)
+            word = static_cast<Word>(word | Word{static_cast<unsigned char>(bytes[i])} << 8 * i);
+        return word;
+    }
+
+    void TakeField() {
+        Require(reader_.pending_ || FindField());
+        reader_.pending_ = false;
+    }
+
+    tgio_cBinary_istream& reader_;
+};
 
 type_cBoolean tgio_cBinary_istream::NextField() noexcept {
+    cParser parser(*this);
     bool found = false;
-    return Attempt([&] { found = FindField(); }) && found;
+    return parser.Attempt([&] { found = parser.FindField(); }) && found;
 }
 
 type_cBoolean tgio_cBinary_istream::Read(double& value) noexcept {
-    return Attempt([&] { value = std::bit_cast<double>(TakeValue<std::uint64_t>()); });
+    cParser parser(*this);
+    return parser.Attempt([&] { value = std::bit_cast<double>(parser.Value<std::uint64_t>()); });
 }
 
 type_cBoolean tgio_cBinary_istream::Read(int& value) noexcept {
-    return Attempt([&] { value = std::bit_cast<std::int32_t>(TakeValue<std::uint32_t>()); });
+    cParser parser(*this);
+    return parser.Attempt(
+        [&] { value = std::bit_cast<std::int32_t>(parser.Value<std::uint32_t>()); });
 }
 
 type_cBoolean tgio_cBinary_istream::Read(bool& value) noexcept {
-    return Attempt([&] {
-        const auto byte = TakeValue<std::uint8_t>();
+    cParser parser(*this);
+    return parser.Attempt([&] {
+        const auto byte = parser.Value<std::uint8_t>();
         Require(byte <= 1);
         value = byte == 1;
     });
@@ -108,97 +151,95 @@ type_cBoolean tgio_cBinary_istream::Read(type_cBoolean& value) noexcept {
 }
 
 type_cBoolean tgio_cBinary_istream::Read(str_cString& value) noexcept {
-    return Attempt([&] {
-        TakeField();
-        Require(length_ <= maxTextLength);
-        std::string text;
-        while (text.size() < length_) {
-            const std::size_t start = text.size();
-            text.resize(start + std::min<std::size_t>(length_ - start, blockSize));
-            Take(std::span(text).subspan(start));
-        }
-        value = str_cString(std::move(text));
-    });
+    cParser parser(*this);
+    return parser.Attempt([&] { value = str_cString(parser.Text()); });
 }
 
 type_cBoolean tgio_cBinary_istream::Read(tgio_cTaggedStreamObject& object) noexcept {
-    return Attempt([&] {
-        TakeField();
-        const std::uint64_t beyond = left_ - length_;
-        left_ = length_;
-        EnterObject();
-        Require(TakeWord<std::uint16_t>() == object.ObjectType().Number());
-        Require(object.Read(*this) && IsGood());
-        while (FindField()) {
-        }
-        LeaveObject();
-        left_ = beyond;
-    });
+    cParser parser(*this);
+    return parser.Attempt([&] { parser.ReadObject(object); });
 }
 
 type_cBoolean tgio_cBinary_istream::SkipObject() noexcept {
-    return Attempt([&] {
-        TakeField();
-        Discard(length_);
-    });
+    cParser parser(*this);
+    return parser.Attempt([&] { parser.SkipValue(); });
 }
 
-template<std::unsigned_integral Word>
-void tgio_cBinary_ostream::PutWord(Word word) {
-    const std::array<char, sizeof(Word)> bytes = LittleEndian(word);
-    buffer_.append(bytes.data(), bytes.size());
-}
+/// Fields as bytes, into the buffer of a writer.
+class tgio_cBinary_ostream::cPrinter : public tgio_cSteps {
+public:
+    explicit cPrinter(tgio_cBinary_ostream& writer) : tgio_cSteps(writer), writer_(writer) {}
 
-template<std::unsigned_integral Word>
-void tgio_cBinary_ostream::PutField(Word value, unsigned short tag) {
-    PutWord(tag);
-    PutWord(std::uint32_t{sizeof(Word)});
-    PutWord(value);
-    Deliver();
-}
+    template<std::unsigned_integral Word>
+    void PutField(Word value, unsigned short tag) {
+        PutWord(tag);
+        PutWord(std::uint32_t{sizeof(Word)});
+        PutWord(value);
+        Deliver();
+    }
 
-void tgio_cBinary_ostream::Deliver() {
-    if (Depth() == 0)
-        DeliverTo(stream_, buffer_);
-}
+    void PutText(std::string_view text, unsigned short tag) {
+        PutWord(tag);
+        PutWord(static_cast<std::uint32_t>(text.size()));
+        writer_.buffer_ += text;
+        Deliver();
+    }
+
+    void PutObject(const tgio_cTaggedStreamObject& object, unsigned short tag) {
+        std::string& buffer = writer_.buffer_;
+        PutWord(tag);
+        const std::size_t lengthPlace = buffer.size();
+        PutWord(std::uint32_t{0});
+        const std::size_t start = buffer.size();
+        PutWord(object.ObjectType().Number());
+        EnterObject();
+        Require(object.Write(writer_) && writer_.IsGood());
+        LeaveObject();
+        const std::size_t length = buffer.size() - start;
+        Require(length <= UINT32_MAX);
+        std::ranges::copy(LittleEndian(static_cast<std::uint32_t>(length)),
+                          buffer.begin() + static_cast<std::ptrdiff_t>(lengthPlace));
+        Deliver();
+    }
+
+private:
+    template<std::unsigned_integral Word>
+    void PutWord(Word word) {
+        const std::array<char, sizeof(Word)> bytes = LittleEndian(word);
+        writer_.buffer_.append(bytes.data(), bytes.size());
+    }
+
+    void Deliver() {
+        if (Depth() == 0)
+            DeliverTo(writer_.stream_, writer_.buffer_);
+    }
+
+    tgio_cBinary_ostream& writer_;
+};
 
 type_cBoolean tgio_cBinary_ostream::Write(double value, unsigned short tag) noexcept {
-    return Attempt([&] { PutField(std::bit_cast<std::uint64_t>(value), tag); });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutField(std::bit_cast<std::uint64_t>(value), tag); });
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(int value, unsigned short tag) noexcept {
-    return Attempt([&] { PutField(std::bit_cast<std::uint32_t>(value), tag); });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutField(std::bit_cast<std::uint32_t>(value), tag); });
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(type_cBoolean value, unsigned short tag) noexcept {
-    return Attempt([&] { PutField(static_cast<std::uint8_t>(value ? 1 : 0), tag); });
+    cPrinter printer(*this);
+    return printer.Attempt(
+        [&] { printer.PutField(static_cast<std::uint8_t>(value ? 1 : 0), tag); });
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(const str_cString& value, unsigned short tag) noexcept {
-    return Attempt([&] {
-        const std::string_view text = Bytes(value);
-        PutWord(tag);
-        PutWord(static_cast<std::uint32_t>(text.size()));
-        buffer_ += text;
-        Deliver();
-    });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutText(Bytes(value), tag); });
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(const tgio_cTaggedStreamObject& object,
                                           unsigned short tag) noexcept {
-    return Attempt([&] {
-        PutWord(tag);
-        const std::size_t lengthPlace = buffer_.size();
-        PutWord(std::uint32_t{0});
-        const std::size_t start = buffer_.size();
-        PutWord(object.ObjectType().Number());
-        EnterObject();
-        Require(object.Write(*this) && IsGood());
-        LeaveObject();
-        const std::size_t length = buffer_.size() - start;
-        Require(length <= UINT32_MAX);
-        std::ranges::copy(LittleEndian(static_cast<std::uint32_t>(length)),
-                          buffer_.begin() + static_cast<std::ptrdiff_t>(lengthPlace));
-        Deliver();
-    });
+    cPrinter printer(*this);
+    return printer.Attempt([&] { printer.PutObject(object, tag); });
 }

@@ -1,11 +1,15 @@
+#include <utility>
+
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/binary/bnry_bool.h"
 #include "dataprocessing/binary/bnry_comp.h"
 #include "dataprocessing/fourier/four.h"
 #include "dataprocessing/fourier/prut.h"
+#include "dataprocessing/fourier/spectrum.h"
 #include "dataprocessing/geometry/ramp.h"
 #include "dataprocessing/unary/ternary.h"
-#include "dataprocessing/unary/unry.h"
+
+using namespace dataprocessing::detail;
 
 namespace {
 
@@ -16,6 +20,36 @@ Array maskOf(const Array& ramp, double low, double high) {
     Array mask = tnry_Ternary(inside, pnum_cNumber(1.0F), pnum_cNumber(0.0F));
     mask.SetCal(ramp.Cal());
     return mask;
+}
+
+darr_c1DArray filterOf(const darr_c1DArray& spectrum, double low, double high) {
+    return prut_BandPassFilter(spectrum.Size(), low, high);
+}
+darr_c2DArray filterOf(const darr_c2DArray& spectrum, double low, double high) {
+    return prut_BandPassFilter(spectrum.SizeX(), spectrum.SizeY(), low, high);
+}
+
+template<class Array>
+Array filtered(Array spectrum, double low, double high) {
+    Array filter = filterOf(spectrum, low, high);
+    filter.SetCal(spectrum.Cal());
+    return four_Filtered(std::move(spectrum), filter);
+}
+
+/// The calibration indices; of an image both follow the size of X.
+void setIndices(darr_c1DArray& array) { array.SetCalIndexX(array.Size() / 2); }
+void setIndices(darr_c2DArray& array) {
+    array.SetCalIndexX(array.SizeX() / 2);
+    array.SetCalIndexY(array.SizeX() / 2);
+}
+
+template<class Array>
+Array correlate(const Array& a, const Array& b, double low, double high) {
+    const four_sMatched<Array> matched(a, b);
+    Array result = four_Center(four_TransformTaken(
+        filtered(four_Product(matched, four_Conjugated), low, high), four_Inverse));
+    setIndices(result);
+    return result;
 }
 
 } // namespace
@@ -31,27 +65,10 @@ darr_c2DArray prut_BandPassFilter(int nx, int ny, double low, double high) {
 
 darr_c1DArray prut_CrossCorrelate(const darr_c1DArray& a, const darr_c1DArray& b, double low,
                                   double high) {
-    darr_c1DArray first = a;
-    darr_c1DArray second = b;
-    four_MatchAndFitToPowerOfTwo(first, second);
-    const darr_c1DArray product = four_FFT(first) * conj(four_FFT(second));
-    darr_c1DArray filter = prut_BandPassFilter(product.Size(), low, high);
-    filter.SetCal(product.Cal());
-    darr_c1DArray result = four_Center(four_IFFT(product * filter));
-    result.SetCalIndexX(result.Size() / 2);
-    return result;
+    return correlate(a, b, low, high);
 }
 
 darr_c2DArray prut_CrossCorrelate(const darr_c2DArray& a, const darr_c2DArray& b, double low,
                                   double high) {
-    darr_c2DArray first = a;
-    darr_c2DArray second = b;
-    four_MatchAndFitToPowerOfTwo(first, second);
-    const darr_c2DArray product = four_FFT(first) * conj(four_FFT(second));
-    darr_c2DArray filter = prut_BandPassFilter(product.SizeX(), product.SizeY(), low, high);
-    filter.SetCal(product.Cal());
-    darr_c2DArray result = four_Center(four_IFFT(product * filter));
-    result.SetCalIndexX(result.SizeX() / 2);
-    result.SetCalIndexY(result.SizeX() / 2);
-    return result;
+    return correlate(a, b, low, high);
 }

@@ -1,8 +1,11 @@
 #include "dataprocessing/fourier/ccs.h"
 
+#include <algorithm>
+#include <array>
+#include <bit>
 #include <cstddef>
-
-#include "dataprocessing/kernels/nsp.h"
+#include <cstdint>
+#include <cstring>
 
 namespace dataprocessing::detail {
 
@@ -19,6 +22,19 @@ T* rowOf(T* elements, int row, int width) {
 const Complex* inside(const float* row) { return reinterpret_cast<const Complex*>(row + 1); }
 Complex* inside(float* row) { return reinterpret_cast<Complex*>(row + 1); }
 
+/// Writes the conjugates of `count` values in reverse order. Each value moves as one word, which
+/// compilers turn into vectors.
+void copyConjugatesBackwards(const Complex* __restrict source, int count,
+                             Complex* __restrict target) {
+    constexpr auto signOfImaginary = std::bit_cast<std::uint64_t>(std::array{0.0F, -0.0F});
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        std::uint64_t value;
+        std::memcpy(&value, source + i, sizeof value);
+        value ^= signOfImaginary;
+        std::memcpy(static_cast<void*>(target + (count - 1 - i)), &value, sizeof value);
+    }
+}
+
 } // namespace
 
 void four_UnpackCcs(const float* packed, int width, int height, Complex* centred) {
@@ -26,8 +42,8 @@ void four_UnpackCcs(const float* packed, int width, int height, Complex* centred
     const int h = height / 2;
     for (int r = 0; r < height; ++r) {
         const Complex* half = inside(rowOf(packed, r, width));
-        nspcbCopy(half, rowOf(centred, (r + h) % height, width) + w + 1, w - 1);
-        nspcbConjFlip2(half, rowOf(centred, (height + h - r) % height, width) + 1, w - 1);
+        std::copy_n(half, w - 1, rowOf(centred, (r + h) % height, width) + w + 1);
+        copyConjugatesBackwards(half, w - 1, rowOf(centred, (height + h - r) % height, width) + 1);
     }
     // The columns u = 0 and u = -w, down which the packed image holds v = 0, 1 .. h - 1 and h.
     const auto column = [&](int target, int source) {
@@ -48,8 +64,8 @@ void four_PackCcs(const Complex* centred, int width, int height, float* packed) 
     const int w = width / 2;
     const int h = height / 2;
     for (int r = 0; r < height; ++r)
-        nspcbCopy(rowOf(centred, (r + h) % height, width) + w + 1, inside(rowOf(packed, r, width)),
-                  w - 1);
+        std::copy_n(rowOf(centred, (r + h) % height, width) + w + 1, w - 1,
+                    inside(rowOf(packed, r, width)));
     const auto column = [&](int source, int target) {
         const auto at = [&](int row) { return rowOf(centred, row, width)[source]; };
         const auto put = [&](int row, float x) { rowOf(packed, row, width)[target] = x; };

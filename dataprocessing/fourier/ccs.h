@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The packed spectrum of a real image (see ipl_fft.h) and the full, centred one.
+/// The packed spectrum of a real image (see rfft.h) and the full, centred one.
 
 #include "dataprocessing/base/comp.h"
 

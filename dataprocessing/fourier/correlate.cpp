@@ -1,61 +1,73 @@
 #include <utility>
 
-#include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/fourier/four.h"
+#include "dataprocessing/fourier/spectrum.h"
 #include "dataprocessing/unary/unry.h"
+
+using namespace dataprocessing::detail;
 
 namespace {
 
-darr_c1DArray cut(const darr_c1DArray& array, int size) {
-    darr_c1DArray result = array.Selection(0, size);
-    result.SetCalIndexX(result.Size() / 2);
-    return result;
+darr_c1DArray cut(darr_c1DArray array, const darr_c1DArray& like) {
+    return array.Size() == like.Size() ? std::move(array) : array.Selection(0, like.Size());
+}
+darr_c2DArray cut(darr_c2DArray array, const darr_c2DArray& like) {
+    if (array.SizeX() == like.SizeX() && array.SizeY() == like.SizeY())
+        return array;
+    return array.Selection(0, 0, like.SizeX(), like.SizeY());
 }
 
-/// Both indices follow the size of X.
+/// The calibration indices; of an image both follow the size of X.
+darr_c1DArray withIndices(darr_c1DArray array) {
+    array.SetCalIndexX(array.Size() / 2);
+    return array;
+}
 darr_c2DArray withIndices(darr_c2DArray array) {
     array.SetCalIndexX(array.SizeX() / 2);
     array.SetCalIndexY(array.SizeX() / 2);
     return array;
 }
 
+/// The norm of the spectrum, which has gone when this is done.
+template<class Array>
+Array power(const Array& a) {
+    return norm(four_FFT(a));
+}
+
+template<class Array>
+Array autoCorrelate(const Array& a) {
+    return withIndices(cut(four_TransformTaken(power(a), four_Inverse), a));
+}
+
+/// Neither is cut: the transforms have the matched size.
+template<class Array>
+Array combine(const Array& a, const Array& b, four_eSecond second) {
+    const four_sMatched<Array> matched(a, b);
+    return withIndices(four_TransformTaken(four_Product(matched, second), four_Inverse));
+}
+
 } // namespace
 
-darr_c1DArray four_AutoCorrelate(const darr_c1DArray& a) {
-    return cut(four_IFFT(norm(four_FFT(a))), a.Size());
-}
-
-darr_c1DArray four_CrossCorrelate(const darr_c1DArray& a, const darr_c1DArray& b) {
-    darr_c1DArray first = a;
-    darr_c1DArray second = b;
-    four_MatchAndFitToPowerOfTwo(first, second);
-    return cut(four_IFFT(four_FFT(first) * conj(four_FFT(second))), first.Size());
-}
-
-darr_c1DArray four_Convolute(const darr_c1DArray& a, const darr_c1DArray& b) {
-    darr_c1DArray first = a;
-    darr_c1DArray second = b;
-    four_MatchAndFitToPowerOfTwo(first, second);
-    return cut(four_IFFT(four_FFT(first) * four_FFT(second)), first.Size());
-}
+darr_c1DArray four_AutoCorrelate(const darr_c1DArray& a) { return autoCorrelate(a); }
 
 darr_c2DArray four_AutoCorrelate(const darr_c2DArray& a) {
-    darr_c2DArray result = four_IFFT(norm(four_FFT(a))).Selection(0, 0, a.SizeX(), a.SizeY());
-    result.SetCalIndexX(result.SizeX() / 2);
+    darr_c2DArray result = autoCorrelate(a);
     result.SetCalIndexY(result.SizeY() / 2);
     return result;
 }
 
+darr_c1DArray four_CrossCorrelate(const darr_c1DArray& a, const darr_c1DArray& b) {
+    return combine(a, b, four_Conjugated);
+}
+
 darr_c2DArray four_CrossCorrelate(const darr_c2DArray& a, const darr_c2DArray& b) {
-    darr_c2DArray first = a;
-    darr_c2DArray second = b;
-    four_MatchAndFitToPowerOfTwo(first, second);
-    return withIndices(four_Center(four_IFFT(four_FFT(first) * conj(four_FFT(second)))));
+    return withIndices(four_Center(combine(a, b, four_Conjugated)));
+}
+
+darr_c1DArray four_Convolute(const darr_c1DArray& a, const darr_c1DArray& b) {
+    return combine(a, b, four_AsItIs);
 }
 
 darr_c2DArray four_Convolute(const darr_c2DArray& a, const darr_c2DArray& b) {
-    darr_c2DArray first = a;
-    darr_c2DArray second = b;
-    four_MatchAndFitToPowerOfTwo(first, second);
-    return withIndices(four_IFFT(four_FFT(first) * four_FFT(second)));
+    return combine(a, b, four_AsItIs);
 }

@@ -1,28 +1,17 @@
-#include <algorithm>
-#include <array>
 #include <bit>
-#include <cstddef>
-#include <type_traits>
-#include <utility>
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/fourier/ccs.h"
 #include "dataprocessing/fourier/fft_kernels.h"
 #include "dataprocessing/fourier/four.h"
-#include "dataprocessing/kernels/ipl_fft.h"
-#include "dataprocessing/kernels/radix.h"
+#include "dataprocessing/fourier/spectrum.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/valuemodel/conv.h"
-#include "dataprocessing/valuemodel/view_make.h"
 
 using namespace dataprocessing::detail;
 
 namespace {
-
-using Complex = comp_cComplex<float>;
-
-enum eDirection : int { Forward = 1, Inverse = -1 };
 
 /// What an array is filled up with.
 template<class Array>
@@ -136,30 +125,36 @@ darr_c2DArray transformFitting(const darr_c2DArray& array, eDirection direction)
     return transformReal(conv_Convert(array, dtyp_Float), direction);
 }
 
+bool isFitting(const darr_c1DArray& array) {
+    return four_FitToPowerOfTwo(array.Size()) == array.Size();
 bool isFitting(const darr_c2DArray& array) {
     return four_FitToPowerOfTwo(array.SizeX()) == array.SizeX() &&
            four_FitToPowerOfTwo(array.SizeY()) == array.SizeY();
 }
 
-darr_c2DArray four_Transform2D(const darr_c2DArray& input, eDirection direction) {
-    if (isFitting(input))
-        return transformFitting(input, direction);
-    return transformFitting(four_ExpandToPowerOfTwo(input), direction);
+double spectrumDelta(int size, const cal_cArrayCal& cal) { return 1.0 / (size * cal.Delta()); }
+
+/// The array expanded on the way into the type that it is transformed in. The mean of a line is
+/// that of the converted elements, the mean of an image that of its own.
+darr_c1DArray expanded(const darr_c1DArray& array) {
+    return four_ExpandToPowerOfTwo(conv_Convert(array, dtyp_ComplexFloat));
+}
+darr_c2DArray expanded(const darr_c2DArray& array) {
+    const int sizeX = four_FitToPowerOfTwo(array.SizeX());
+    const int sizeY = four_FitToPowerOfTwo(array.SizeY());
+    arr_CheckedSize(sizeX, sizeY); // before every element is looked at for the mean
+    const dtyp_cDataType type = array.DataType().IsComplex() ? dtyp_ComplexFloat : dtyp_Float;
+    darr_c2DArray result(sizeX, sizeY, conv_Convert(paddingOf(array), type),
+                         cal_c2DArrayCal::Default);
+    result.SetSelection(array, 0, 0);
+    return result;
 }
 
-darr_c1DArray transformLine(const darr_c1DArray& array, eDirection direction, radix_eOrder order) {
-    const int size = four_FitToPowerOfTwo(array.Size());
-    const bool isReady = array.DataType() == dtyp_ComplexFloat && array.Size() == size;
-    darr_c1DArray line = isReady ? darr_c1DArray(size, dtyp_ComplexFloat, array.Cal())
-                                 : conv_Convert(array, dtyp_ComplexFloat);
-    if (line.Size() != size)
-        line = four_ExpandToPowerOfTwo(line);
-    Complex* elements = line.Elements<Complex>().data();
-    radix_Line(isReady ? array.Elements<Complex>().data() : elements, elements,
-               static_cast<std::size_t>(size), direction, order);
-    line.SetCal(cal_c1DArrayCal(0, spectrumDelta(size, array.Cal()),
-                                order == radix_Centred ? size / 2 : 0));
-    return line;
+template<class Array>
+Array transformed(const Array& array, four_eDirection direction) {
+    if (isFitting(array))
+        return four_Transform(four_sOperand<Array>(array), direction);
+    return four_TransformTaken(expanded(array), direction);
 }
 
 } // namespace
@@ -191,9 +186,6 @@ darr_c2DArray four_ExpandToPowerOfTwo(const darr_c2DArray& array) {
     return expanded;
 }
 
-void four_MatchAndFitToPowerOfTwo(darr_c1DArray& a, darr_c1DArray& b) { matchAndFit(a, b); }
-void four_MatchAndFitToPowerOfTwo(darr_c2DArray& a, darr_c2DArray& b) { matchAndFit(a, b); }
-
 darr_c1DArray four_Center(const darr_c1DArray& array) {
     const int size = array.Size();
     const int half = size / 2;
@@ -217,15 +209,20 @@ darr_c2DArray four_Center(const darr_c2DArray& array) {
 }
 
 darr_c1DArray four_FFT(const darr_c1DArray& array) {
-    return transformLine(array, Forward, radix_Centred);
+    darr_c1DArray result = transformed(array, four_Forward);
+    const int size = result.Size();
+    result.SetCal(cal_c1DArrayCal(0, spectrumDelta(size, array.Cal()), size / 2));
+    return result;
 }
 
 darr_c1DArray four_IFFT(const darr_c1DArray& array) {
-    return transformLine(array, Inverse, radix_Natural);
+    darr_c1DArray result = transformed(array, four_Inverse);
+    result.SetCal(cal_c1DArrayCal(0, spectrumDelta(result.Size(), array.Cal()), 0));
+    return result;
 }
 
 darr_c2DArray four_FFT(const darr_c2DArray& array) {
-    darr_c2DArray result = four_Transform2D(array, Forward);
+    darr_c2DArray result = transformed(array, four_Forward);
     const cal_c2DArrayCal& cal = array.Cal();
     result.SetCal({{0, spectrumDelta(result.SizeX(), cal.X()), result.SizeX() / 2},
                    {0, spectrumDelta(result.SizeY(), cal.Y()), result.SizeY() / 2}});
@@ -233,7 +230,7 @@ darr_c2DArray four_FFT(const darr_c2DArray& array) {
 }
 
 darr_c2DArray four_IFFT(const darr_c2DArray& array) {
-    darr_c2DArray result = four_Transform2D(array, Inverse);
+    darr_c2DArray result = transformed(array, four_Inverse);
     const cal_c2DArrayCal& cal = array.Cal();
     result.SetCal({{0, spectrumDelta(array.SizeX(), cal.X()), 0},
                    {0, spectrumDelta(array.SizeY(), cal.Y()), 0}});

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "dataprocessing/base/type.h"
-#include "dataprocessing/kernels/ipl_fft.h"
+#include "dataprocessing/kernels/rfft.h"
 #include "tests/fourier/fft_oracle.h"
 
 using namespace dataprocessing::detail;
@@ -15,44 +15,46 @@ using oracle::Exact;
 
 namespace {
 
-constexpr int forward = 0x21;
-constexpr int inverse = 0x22;
-constexpr int freeTables = 0x80;
-
-/// A float image with storage, whose rows begin on multiples of `align` bytes.
+/// A float image with storage, whose rows are `gap` floats longer than the image is wide.
 struct Image {
     std::vector<float> storage;
-    ipl_sImage header;
+    rfft_sRows<float> rows;
 
-    Image(int w, int h, int align = 8, int depth = IPL_DEPTH_32F)
-        : header(ipl_Header(1, 0, depth, "GRAY", "GRAY", 0, 1, align, w, h, nullptr, nullptr,
-                            nullptr, nullptr)) {
-        storage.resize(header.rowBytes / 4 * static_cast<std::size_t>(h), -99);
-        header.data = storage.data();
+    Image(int w, int h, int gap = 0)
+        : storage(static_cast<std::size_t>((w + gap) * h), -99), rows{storage.data(),
+                                                                      static_cast<std::size_t>(w),
+                                                                      static_cast<std::size_t>(h),
+                                                                      static_cast<std::size_t>(
+                                                                          w + gap)} {}
+    Image(const Image& other) : storage(other.storage), rows(other.rows) {
+        rows.first = storage.data();
     }
-    Image(const Image&) = delete;
     Image& operator=(const Image&) = delete;
     ~Image() = default;
 
+    int Width() const { return static_cast<int>(rows.width); }
+    int Height() const { return static_cast<int>(rows.height); }
+    rfft_sRows<const float> Seen() const {
+        return {storage.data(), rows.width, rows.height, rows.step};
+    }
     float& at(int x, int y) {
-        return storage[static_cast<std::size_t>(y) * header.rowBytes / 4 +
-                       static_cast<std::size_t>(x)];
+        return rows.Row(static_cast<std::size_t>(y))[static_cast<std::size_t>(x)];
     }
 };
 
 void fillRandom(Image& image, unsigned seed) {
-    const auto values = oracle::someValues(
-        static_cast<std::size_t>(image.header.width * image.header.height), seed);
+    const auto values =
+        oracle::someValues(static_cast<std::size_t>(image.Width() * image.Height()), seed);
     std::size_t i = 0;
-    for (int y = 0; y < image.header.height; ++y)
-        for (int x = 0; x < image.header.width; ++x)
+    for (int y = 0; y < image.Height(); ++y)
+        for (int x = 0; x < image.Width(); ++x)
             image.at(x, y) = values[i++].re;
 }
 
 std::vector<Exact> pixels(Image& image) {
     std::vector<Exact> result;
-    for (int y = 0; y < image.header.height; ++y)
-        for (int x = 0; x < image.header.width; ++x)
+    for (int y = 0; y < image.Height(); ++y)
+        for (int x = 0; x < image.Width(); ++x)
             result.emplace_back(image.at(x, y));
     return result;
 }
@@ -82,12 +84,12 @@ std::vector<Exact> packed(const std::vector<Exact>& full, int w, int h) {
 
 /// An image whose rows are two floats apart.
 struct GappedImage : Image {
-    GappedImage(int w, int h) : Image(w, h, 4 * w + 8) {}
+    GappedImage(int w, int h) : Image(w, h, 2) {}
 
     std::vector<float> Gaps() {
         std::vector<float> gaps;
-        for (int y = 0; y < header.height; ++y)
-            gaps.insert(gaps.end(), {at(header.width, y), at(header.width + 1, y)});
+        for (int y = 0; y < Height(); ++y)
+            gaps.insert(gaps.end(), {at(Width(), y), at(Width() + 1, y)});
         return gaps;
     }
 };
@@ -154,54 +156,46 @@ constexpr int heights[] = {2, 4, 32};
 
 } // namespace
 
-TEST(IplFft, FlagsAreTheNumbersThatCallersPass) {
-    EXPECT_EQ(IPL_FFT_UseFloat | IPL_FFT_Forw, forward);
-    EXPECT_EQ(IPL_FFT_UseFloat | IPL_FFT_Inv, inverse);
-    EXPECT_EQ(IPL_FFT_Free, freeTables);
-}
-
-TEST(IplFft, OfARealImageIsItsPackedSpectrum) {
+TEST(RealTransform, OfARealImageIsItsPackedSpectrum) {
     for (int h = 2; h <= 64; h *= 2)
         for (int w = 2; w <= 64; w *= 2)
-            for (const int flags : {forward, inverse}) {
+            for (const int sign : {-1, 1}) {
                 Image source(w, h);
                 Image result(w, h);
                 fillRandom(source, static_cast<unsigned>(w + 100 * h));
                 const std::vector<Exact> x = pixels(source);
-                const double scale = flags == forward ? 1 : 1.0 / (w * h);
-                const std::vector<Exact> full =
-                    oracle::scaled(oracle::sum(x, w, h, flags == forward ? -1 : 1), scale);
-                iplRealFft2D(&source.header, &result.header, flags);
+                const double scale = 1.0 / (w * h);
+                const std::vector<Exact> full = oracle::scaled(oracle::sum(x, w, h, sign), scale);
+                rfft_Pack(source.Seen(), result.rows, sign, static_cast<float>(scale));
                 EXPECT_LE(distance(pixels(result), packed(full, w, h)),
                           oracle::tolerance(x.size(), scale * oracle::magnitude(x)))
-                    << w << " x " << h << " " << flags;
+                    << w << " x " << h << " " << sign;
                 EXPECT_EQ(distance(pixels(source), x), 0);
             }
 }
 
-TEST(IplFft, OfAPackedSpectrumIsTheRealImageOfItsSum) {
+TEST(RealTransform, OfAPackedSpectrumIsTheRealImageOfItsSum) {
     for (int h = 2; h <= 64; h *= 2)
         for (int w = 2; w <= 64; w *= 2)
-            for (const int flags : {forward, inverse}) {
+            for (const int sign : {-1, 1}) {
                 Image source(w, h);
                 Image result(w, h);
                 // The spectrum of an integer image, so that it is known without a transform.
                 fillRandom(result, static_cast<unsigned>(w + 100 * h));
                 const std::vector<Exact> x = pixels(result);
-                const std::vector<Exact> spectrum =
-                    packed(oracle::sum(x, w, h, flags == forward ? 1 : -1), w, h);
+                const std::vector<Exact> spectrum = packed(oracle::sum(x, w, h, -sign), w, h);
                 for (int i = 0; i < w * h; ++i)
                     source.at(i % w, i / w) =
                         static_cast<float>(spectrum[static_cast<std::size_t>(i)].real());
-                const double scale = flags == forward ? static_cast<double>(w * h) : 1;
-                iplCcsFft2D(&source.header, &result.header, flags);
+                const double scale = w * h;
+                rfft_Unpack(source.Seen(), result.rows, sign, 1);
                 EXPECT_LE(distance(pixels(result), oracle::scaled(x, scale)),
                           oracle::tolerance(x.size(), scale * oracle::magnitude(x)))
-                    << w << " x " << h << " " << flags;
+                    << w << " x " << h << " " << sign;
             }
 }
 
-TEST(IplFft, OfARealImageRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeepsToItsRows) {
+TEST(RealTransform, OfARealImageRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeepsToItsRows) {
     for (const int w : widths)
         for (const int h : heights) {
             GappedImage source(w, h);
@@ -216,7 +210,7 @@ TEST(IplFft, OfARealImageRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeepsToIts
                 separate(&z[static_cast<std::size_t>(y * m)], m, -1);
             transformColumns(z, static_cast<std::size_t>(m), -1);
 
-            iplRealFft2D(&source.header, &result.header, forward);
+            rfft_Pack(source.Seen(), result.rows, -1, 1);
             for (int y = 0; y < h; ++y)
                 for (int u = 1; u < m; ++u) {
                     const ComplexFloat& expected = z[static_cast<std::size_t>(y * m + u)];
@@ -227,7 +221,7 @@ TEST(IplFft, OfARealImageRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeepsToIts
         }
 }
 
-TEST(IplFft, OfAPackedSpectrumRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeepsToItsRows) {
+TEST(RealTransform, OfAPackedSpectrumRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeepsToItsRows) {
     for (const int w : widths)
         for (const int h : heights) {
             GappedImage source(w, h);
@@ -255,8 +249,8 @@ TEST(IplFft, OfAPackedSpectrumRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeeps
                 join(&at(0, y), m, 1);
             transformRows(z, static_cast<std::size_t>(m), 1);
 
-            iplCcsFft2D(&source.header, &result.header, inverse);
             const float scale = 1.0F / static_cast<float>(w * h);
+            rfft_Unpack(source.Seen(), result.rows, 1, scale);
             for (int y = 0; y < h; ++y)
                 for (int x = 0; x < w; ++x) {
                     const ComplexFloat& pair = at(x / 2, y);
@@ -267,42 +261,22 @@ TEST(IplFft, OfAPackedSpectrumRoundsWhereThePlainFormulaDoesAtEveryLevelAndKeeps
         }
 }
 
-TEST(IplFft, FreesTablesWithoutImages) {
-    iplRealFft2D(nullptr, nullptr, freeTables);
-    iplCcsFft2D(nullptr, nullptr, freeTables);
-}
-
-TEST(IplFft, LeavesTheResultAloneWhenItCannotTransform) {
-    const auto isUntouched = [](Image& source, Image& result, int flags) {
-        iplRealFft2D(&source.header, &result.header, flags);
-        iplCcsFft2D(&source.header, &result.header, flags);
-        for (const float x : result.storage)
-            if (x != -99)
-                return false;
-        return true;
-    };
-    Image good(4, 4);
-    Image result(4, 4);
-    Image wide(8, 4);
-    Image high(4, 8);
-    Image odd(6, 6);
-    Image oddResult(6, 6);
-    Image single(1, 4);
-    Image singleResult(1, 4);
-    Image integers(4, 4, 8, IPL_DEPTH_32S);
-    Image channels(4, 4);
-    channels.header.channels = 2;
-    Image oddRows(4, 4, 20);
-    EXPECT_TRUE(isUntouched(wide, result, forward));
-    EXPECT_TRUE(isUntouched(high, result, forward));
-    EXPECT_TRUE(isUntouched(odd, oddResult, forward));
-    EXPECT_TRUE(isUntouched(single, singleResult, forward));
-    EXPECT_TRUE(isUntouched(integers, result, forward));
-    EXPECT_TRUE(isUntouched(good, integers, forward));
-    EXPECT_TRUE(isUntouched(channels, result, forward));
-    EXPECT_TRUE(isUntouched(good, oddRows, forward));
-    EXPECT_TRUE(isUntouched(good, result, 0x20));
-    EXPECT_TRUE(isUntouched(good, result, 0x23));
-    EXPECT_TRUE(isUntouched(good, result, freeTables));
-    EXPECT_FALSE(isUntouched(good, result, forward));
+TEST(RealTransform, MayWriteOverItsSource) {
+    for (const int w : widths)
+        for (const int h : heights)
+            for (const int sign : {-1, 1}) {
+                GappedImage source(w, h);
+                fillRandom(source, static_cast<unsigned>(w + h));
+                GappedImage packed(w, h);
+                GappedImage image(w, h);
+                rfft_Pack(source.Seen(), packed.rows, sign, 0.5F);
+                rfft_Unpack(source.Seen(), image.rows, sign, 0.25F);
+                GappedImage inPlace = source;
+                rfft_Pack(inPlace.Seen(), inPlace.rows, sign, 0.5F);
+                EXPECT_EQ(inPlace.storage, packed.storage) << w << " x " << h;
+                inPlace.storage = source.storage;
+                inPlace.rows.first = inPlace.storage.data();
+                rfft_Unpack(inPlace.Seen(), inPlace.rows, sign, 0.25F);
+                EXPECT_EQ(inPlace.storage, image.storage) << w << " x " << h;
+            }
 }
