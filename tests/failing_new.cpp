@@ -15,6 +15,38 @@ std::atomic<long> live = 0;
 std::atomic<long> lastAllowed = unlimited;
 std::atomic<std::size_t> largestAllowed = std::numeric_limits<std::size_t>::max();
 
+/// Blocks that were allocated since a PeakOfNew was made, by the thread that made it. What an
+/// allocator adds to them does not count.
+struct sMeasured {
+    struct sBlock {
+        void* block;
+        std::size_t size;
+    };
+    sBlock blocks[1024];
+    bool isOn;
+    std::size_t live;
+    std::size_t peak;
+
+    void Add(void* block, std::size_t size) noexcept {
+        for (sBlock& place : blocks)
+            if (place.block == nullptr) {
+                place = {block, size};
+                live += size;
+                peak = live > peak ? live : peak;
+                return;
+            }
+    }
+    void Remove(void* block) noexcept {
+        for (sBlock& place : blocks)
+            if (place.block == block) {
+                live -= place.size;
+                place = {};
+                return;
+            }
+    }
+};
+thread_local sMeasured measured{};
+
 void* allocateOrNull(std::size_t size, std::size_t alignment) noexcept {
     if (++allocations > lastAllowed || size > largestAllowed)
         return nullptr;
@@ -23,8 +55,11 @@ void* allocateOrNull(std::size_t size, std::size_t alignment) noexcept {
         alignment <= alignof(std::max_align_t)
             ? std::malloc(some)
             : std::aligned_alloc(alignment, (some + alignment - 1) / alignment * alignment);
-    if (block)
+    if (block) {
         ++live;
+        if (measured.isOn)
+            measured.Add(block, size);
+    }
     return block;
 }
 
@@ -36,8 +71,11 @@ void* allocate(std::size_t size, std::size_t alignment) {
 }
 
 void release(void* block) noexcept {
-    if (block)
+    if (block) {
         --live;
+        if (measured.isOn)
+            measured.Remove(block);
+    }
     std::free(block);
 }
 
@@ -51,6 +89,13 @@ FailingNew::~FailingNew() { lastAllowed = unlimited; }
 
 LimitedNew::LimitedNew(std::size_t bytes) noexcept { largestAllowed = bytes; }
 LimitedNew::~LimitedNew() { largestAllowed = std::numeric_limits<std::size_t>::max(); }
+
+PeakOfNew::PeakOfNew() noexcept {
+    measured = {};
+    measured.isOn = true;
+}
+PeakOfNew::~PeakOfNew() { measured.isOn = false; }
+std::size_t PeakOfNew::Bytes() const noexcept { return measured.peak; }
 
 // Every form is replaced: the runtime of a sanitizer has its own of those that are not.
 void* operator new(std::size_t size) { return allocate(size, 1); }

@@ -26,3 +26,14 @@ public:
     LimitedNew(const LimitedNew&) = delete;
     LimitedNew& operator=(const LimitedNew&) = delete;
 };
+
+/// Measures the most bytes that blocks of the global `operator new` have at the same time, of those
+/// that this thread allocates while it lives. One at a time, and no more than a thousand blocks.
+class PeakOfNew {
+public:
+    PeakOfNew() noexcept;
+    ~PeakOfNew();
+    PeakOfNew(const PeakOfNew&) = delete;
+    PeakOfNew& operator=(const PeakOfNew&) = delete;
+    std::size_t Bytes() const noexcept;
+};

@@ -1,6 +1,8 @@
 #include "dataprocessing/base/str.h"
 
+#include <cstddef>
 #include <ostream>
+#include <string_view>
 #include <utility>
 
 const str_cString str_cString::Null;
@@ -10,5 +12,5 @@ str_cString::str_cString(std::string text) noexcept : text_(std::move(text)) {}
 str_cString::str_cString(std::string_view text) : text_(text) {}
 
 std::ostream& operator<<(std::ostream& stream, const str_cString& text) {
-    return stream << text.Text();
+    return stream << std::string_view(text.Text(), static_cast<std::size_t>(text.Length()));
 }

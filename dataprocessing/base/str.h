@@ -10,7 +10,9 @@
 
 #include "dataprocessing/dataprocessing_export.h"
 
-/// An immutable-by-convention text value. It compares with and prints as text.
+/// An immutable-by-convention text value. It compares with and prints as text. Made from a
+/// `std::string` or a view it may hold zeros: they count, compare and print like other characters,
+/// but who reads Text() as a zero-terminated text stops at the first.
 class DATAPROCESSING_EXPORT str_cString {
 public:
     /// The empty text.
@@ -24,7 +26,7 @@ public:
 
     /// The characters, zero-terminated; valid while this value lives and is not assigned to.
     const char* Text() const noexcept { return text_.c_str(); }
-    /// The number of characters before the terminating zero.
+    /// The number of characters, without the terminating zero.
     int Length() const noexcept { return static_cast<int>(text_.size()); }
 
     /// Texts compare character by character.

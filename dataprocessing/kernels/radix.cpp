@@ -5,6 +5,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "dataprocessing/kernels/radix_lanes.h"
 #include "dataprocessing/kernels/radix_roots.h"
 #include "dataprocessing/kernels/radix_twiddles.h"
 #include "dataprocessing/platform/keep.h"
@@ -13,33 +14,6 @@
 #if DATAPROCESSING_LEVELS
     #include <immintrin.h>
 #endif
-
-namespace dataprocessing::detail {
-
-namespace {
-
-constexpr std::size_t radix_lanes = 16;
-
-/// A value of each of sixteen lines.
-struct radix_sLanes {
-    alignas(64) float re[radix_lanes];
-    float im[radix_lanes];
-};
-
-/// A line to transform.
-template<class W>
-struct radix_sLine {
-    const comp_cComplex<float>* source;
-    comp_cComplex<float>* target;
-    std::size_t n;
-    const radix_sPasses<W>* passes;   ///< all of them, or with a `walk` all but the last four
-    const radix_sWalk* walk;          ///< or null; there is one only for products in double
-    const comp_cComplex<float>* next; ///< a line of that length which is to come soon, or null
-};
-
-} // namespace
-
-} // namespace dataprocessing::detail
 
 #define LEVEL_KERNELS "dataprocessing/kernels/radix_kernels.inc"
 #include "dataprocessing/platform/level_each.h"

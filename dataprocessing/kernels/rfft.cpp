@@ -9,20 +9,7 @@
 #include "dataprocessing/base/comp.h"
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/kernels/radix.h"
-
-namespace dataprocessing::detail {
-
-namespace {
-
-/// The real and the imaginary parts of twiddle factors.
-struct rfft_sFactors {
-    const float* re;
-    const float* im;
-};
-
-} // namespace
-
-} // namespace dataprocessing::detail
+#include "dataprocessing/kernels/rfft_factors.h"
 
 #define LEVEL_KERNELS "dataprocessing/kernels/rfft_kernels.inc"
 #include "dataprocessing/platform/level_each.h"

@@ -54,3 +54,14 @@ TEST(String, PrintsAsText) {
     stream << str_cString("energy") << ' ' << str_cString::Null << str_cString("keV");
     EXPECT_EQ(stream.str(), "energy keV");
 }
+
+TEST(String, HoldsZerosLikeOtherCharacters) {
+    using namespace std::string_view_literals;
+    const str_cString text("a\0b"sv);
+    EXPECT_EQ(text.Length(), 3);
+    EXPECT_NE(text, str_cString("a"));
+    EXPECT_EQ(text, str_cString(std::string("a\0b", 3)));
+    std::ostringstream printed;
+    printed << text;
+    EXPECT_EQ(printed.str(), "a\0b"sv);
+}

@@ -103,6 +103,7 @@ Table streamOperations() {
         of.selection.QueueMessage(dasl_SelectionChanged, nullptr);
         of.selection.RemoveReceiver(other);
         of.window.SetStart(5050);
+        heard.LeaveAll();
         return bytesOf(heard.count, other.count);
     });
     return table;

@@ -2,7 +2,10 @@
 
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/fourier/four.h"
+#include "dataprocessing/fourier/prut.h"
+#include "dataprocessing/platform/memory.h"
 #include "dataprocessing/unary/unry.h"
+#include "tests/failing_new.h"
 #include "tests/fourier/fft_oracle.h"
 #include "tests/support/elements.h"
 
@@ -307,4 +310,34 @@ TEST(CorrelateImages, WithoutElementsAreRefusedByTheMeanOrExtendedByTheMatch) {
     const darr_c2DArray zeros =
         four_CrossCorrelate(darr_c2DArray(), imageOf<float>(2, 2, {1, 2, 3, 4}));
     EXPECT_EQ(distance(exactOf(zeros), std::vector<Exact>(4)), 0);
+}
+
+TEST(CorrelationMemory, IsAtMostFiveTimesThatOfTheResult) {
+    const auto times = [](const auto& call) {
+        mem_ReleaseKept();
+        const PeakOfNew peak;
+        const auto result = call();
+        return static_cast<double>(peak.Bytes()) /
+               (static_cast<double>(result.Count()) *
+                static_cast<double>(result.DataType().SizeOf()));
+    };
+    // Tables take a part of the last tenths; of what is smaller than these results, the thread
+    // keeps up to 16 MiB beside.
+    constexpr double bound = 5.3;
+    for (const dtyp_cDataType type : {dtyp_Int16, dtyp_Float, dtyp_ComplexDouble}) {
+        const darr_c2DArray image(1024, 1024, pnum_cNumber(type), cal_c2DArrayCal());
+        const darr_c2DArray coarse(512, 1000, pnum_cNumber(type),
+                                   cal_c2DArrayCal(0, 2, 0, 1, 0, 0));
+        EXPECT_LE(times([&] { return four_CrossCorrelate(image, coarse); }), bound) << type.Code();
+        EXPECT_LE(times([&] { return four_Convolute(coarse, image); }), bound) << type.Code();
+        EXPECT_LE(times([&] { return prut_CrossCorrelate(image, coarse, 0, 1); }), bound)
+            << type.Code();
+        EXPECT_LE(times([&] { return four_AutoCorrelate(image); }), bound) << type.Code();
+        const darr_c1DArray line(1 << 19, pnum_cNumber(type), cal_c1DArrayCal());
+        const darr_c1DArray shorter(260000, pnum_cNumber(type), cal_c1DArrayCal(0, 2, 0));
+        EXPECT_LE(times([&] { return four_CrossCorrelate(line, shorter); }), bound) << type.Code();
+        EXPECT_LE(times([&] { return prut_CrossCorrelate(line, shorter, 0, 1); }), bound)
+            << type.Code();
+        EXPECT_LE(times([&] { return four_AutoCorrelate(shorter); }), bound) << type.Code();
+    }
 }

@@ -289,7 +289,8 @@ TEST(Conversion, ModesOfKnownComplexValues) {
     EXPECT_EQ(conv_Convert(parr_c1DNumberArray(1, dtyp_ComplexFloat,
                                                complexes<ComplexFloat>({{3e38f, 3e38f}}).data()),
                            dtyp_Double, conv_Modulus)
-                  .Elements<double>()[0],
+                  .Number(0)
+                  .As<double>(),
               std::hypot(double{3e38f}, double{3e38f}));
 }
 
