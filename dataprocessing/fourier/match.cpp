@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "dataprocessing/fourier/four.h"
-#include "dataprocessing/kernels/conv_kernels.h"
+#include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
 namespace dataprocessing::detail {

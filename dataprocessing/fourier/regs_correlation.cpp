@@ -2,11 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <span>
+#include <utility>
+#include <vector>
 
 #include "dataprocessing/base/comp.h"
 #include "dataprocessing/base/type.h"
-#include "dataprocessing/kernels/ipl_fft.h"
+#include "dataprocessing/kernels/rfft.h"
 
 namespace dataprocessing::detail {
 
@@ -14,12 +17,16 @@ namespace {
 
 using Complex = comp_cComplex<double>;
 
-ipl_sImage imageOf(const darr_c2DArray& image) {
-    ipl_sImage header = ipl_Header(1, 0, IPL_DEPTH_32F, "GRAY", "GRAY", IPL_DATA_ORDER_PIXEL,
-                                   IPL_ORIGIN_BL, IPL_ALIGN_QWORD, image.SizeX(), image.SizeY(),
-                                   nullptr, nullptr, nullptr, nullptr);
-    header.data = const_cast<void*>(image.Data());
-    return header;
+template<class Element>
+rfft_sRows<Element> rowsOf(Element* first, const darr_c2DArray& image) {
+    const auto width = static_cast<std::size_t>(image.SizeX());
+    return {first, width, static_cast<std::size_t>(image.SizeY()), width};
+}
+rfft_sRows<const float> rowsOf(const darr_c2DArray& image) {
+    return rowsOf(image.Elements<float>().data(), image);
+}
+rfft_sRows<float> rowsOf(darr_c2DArray& image) {
+    return rowsOf(image.Elements<float>().data(), image);
 }
 
 darr_c2DArray extended(const regs_sPlane& plane, int sizeX, int sizeY) {
@@ -32,9 +39,7 @@ darr_c2DArray extended(const regs_sPlane& plane, int sizeX, int sizeY) {
 
 darr_c2DArray spectrumOf(const darr_c2DArray& image) {
     darr_c2DArray spectrum(image.SizeX(), image.SizeY(), dtyp_Float, {});
-    const ipl_sImage source = imageOf(image);
-    ipl_sImage target = imageOf(spectrum);
-    ipl_RealFft2D(source, target, IPL_FFT_UseFloat | IPL_FFT_Forw, 1);
+    rfft_Pack(rowsOf(image), rowsOf(spectrum), -1, 1);
     return spectrum;
 }
 
@@ -152,9 +157,9 @@ regs_cCorrelation::regs_cCorrelation(const regs_sPlane& a, const regs_sPlane& b,
     multiply(spectrumOf(extended(a, sizeX, sizeY)), spectrum_, band);
     if (weights == regs_OverNoise)
         favourStrong(spectrum_);
-    const ipl_sImage source = imageOf(spectrum_);
-    ipl_sImage target = imageOf(values_);
-    ipl_CcsFft2D(source, target, IPL_FFT_UseFloat | IPL_FFT_Inv, 1);
+    const float scale =
+        1.0F / (static_cast<float>(values_.SizeX()) * static_cast<float>(values_.SizeY()));
+    rfft_Unpack(rowsOf(std::as_const(spectrum_)), rowsOf(values_), 1, scale);
 }
 
 void regs_cCorrelation::Climb(double& x, double& y) const {

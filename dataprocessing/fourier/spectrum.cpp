@@ -166,8 +166,8 @@ void multiply(Array& spectrum, const Prepare& prepare) {
     constexpr std::size_t block = 512;
     alignas(64) Complex factors[block];
     alignas(64) Complex products[block];
-    const arit_Loop loop =
-        arit_PlainLoop(dtyp_ComplexFloat, arit_Multiply, arit_Arrays, level_Current());
+    const arit_Loop loop = arit_LoopFor(dtyp_ComplexFloat, dtyp_ComplexFloat, dtyp_ComplexFloat,
+                                        arit_Multiply, form_Arrays);
     const auto elements = spectrum.template Elements<Complex>();
     for (std::size_t first = 0; first < elements.size(); first += block) {
         const std::size_t count = std::min(block, elements.size() - first);
