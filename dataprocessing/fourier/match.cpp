@@ -5,6 +5,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/fourier/four.h"
 #include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
@@ -13,14 +14,12 @@ namespace dataprocessing::detail {
 
 namespace {
 
-/// The smaller delta; the second's unless the first's is less.
-double finer(const cal_cArrayCal& a, const cal_cArrayCal& b) {
-    return a.Delta() < b.Delta() ? a.Delta() : b.Delta();
-}
-
 /// An axis of `a` and the same axis of `b`, brought to one delta and one power-of-two size.
 void match(view_cAxis& a, view_cAxis& b) {
-    const double delta = finer(a.Cal(), b.Cal());
+    const double delta = view_FinerDelta(a, b);
+    if (delta < 0)
+        throw expt_cProgramException("resc", 1,
+                                     "Arrays that run downward are not matched in size.");
     a.Rescale(delta);
     b.Rescale(delta);
     const int size = std::max(four_FitToPowerOfTwo(a.Count()), four_FitToPowerOfTwo(b.Count()));
