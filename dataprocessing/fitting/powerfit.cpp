@@ -255,8 +255,10 @@ double pwft_cMultiPowerLawFitFunc::PeakIntensityError(double position) const {
     for (int i = std::max(window.First(), 0); i < std::min(window.Last(), data_.Size()); ++i)
         variance += std::fabs(counts[static_cast<std::size_t>(i)]);
     for (const sPeak& other : peaks_) {
+        if (!other.window.Intersects(peak->window))
+            continue;
         const rnge_c1DIndexRange taken(other.window & peak->window, cal, rnge_IndexNearest);
-        if (taken.First() < taken.Last() && other.window.Intersects(peak->window))
+        if (taken.First() < taken.Last())
             variance += varianceOfSum(other.powerLaw, cal, taken.First(), taken.Last());
     }
     return std::sqrt(variance) * std::fabs(cal.Delta());

@@ -118,7 +118,9 @@ public:
     /// The standard error of PeakIntensity for counts: the root of what is counted in the window
     /// and of the variance of the background there, which is extrapolated with the covariance of
     /// its coefficients; of each background, where windows overlap, as if they were independent. 0
-    /// where there is no such peak, and before the first fit. Throws as PeakIntensity.
+    /// where there is no such peak, and before the first fit; NaN when the background has no
+    /// degrees of freedom. The window has to lie apart from the range that the background is fitted
+    /// over: where they share elements the error comes out too large. Throws as PeakIntensity.
     double PeakIntensityError(double position) const;
 
 private:

@@ -743,6 +743,27 @@ TEST_F(PolynomialFit, OffsetPolynomialTakesPointsAtOnePlace) {
                 Each(testing::IsNan()));
 }
 
+TEST_F(PolynomialFit, OffsetPolynomialOfEvenlySpreadPointsHasFullRank) {
+    const auto rankOf = [this](int order, int count) {
+        std::vector<double> x, y;
+        for (int i = 0; i < count; ++i) {
+            x.push_back(1e6 + i);
+            y.push_back(i % 7);
+        }
+        OffsetPolynomial polynomial(order, selection);
+        polynomial.fit(x, y);
+        return polynomial.Rank();
+    };
+    for (int order = 0; order <= 11; ++order)
+        for (int count = order + 1; count <= 40; ++count)
+            EXPECT_EQ(rankOf(order, count), order + 1) << count << " points";
+    for (const int order : {12, 13})
+        for (const int count : {18, 19, 25, 100, 10000})
+            EXPECT_EQ(rankOf(order, count), order + 1) << count << " points";
+    EXPECT_LT(rankOf(12, 13), 13);
+    EXPECT_LT(rankOf(13, 17), 14);
+}
+
 TEST(PolynomialFits, OffsetPolynomialLeavesTheCertifiedResiduals) {
     const auto regression = certified("Filip");
     if (!regression)

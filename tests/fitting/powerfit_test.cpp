@@ -377,8 +377,12 @@ TEST(MultiPowerLaw, IntensityErrorHasTheLimitsOfTheIntensity) {
     multi.function.AddPeak(220, 5, 50, 0, -inf);
     multi.function.AddPeak(230, 15, 50, 60, 20); // [290, 310), data up to 300
     multi.function.AddPeak(400, 5, 50, 0, 10);   // nothing is fitted there
+    multi.function.AddPeak(500, 5, 50, notANumber, 10);
+    multi.function.AddPeak(290, 5, 2, 200, 10); // two points for two coefficients
     multi.function.Refit(spectrum(200, cal_c1DArrayCal(100, 1, 0)));
     EXPECT_THROW(multi.function.PeakIntensityError(200), arr_cIndexException);
+    EXPECT_THROW(multi.function.PeakIntensityError(500), arr_cIndexException);
+    EXPECT_TRUE(std::isnan(multi.function.PeakIntensityError(290)));
     EXPECT_THROW(multi.function.PeakIntensityError(210), arr_cSizeException);
     EXPECT_EQ(multi.function.PeakIntensityError(220), 0);
     EXPECT_NEAR(multi.function.PeakIntensityError(400), 0, 1e-9);
