@@ -9,61 +9,12 @@
 
 #include "dataprocessing/base/comp.h"
 #include "dataprocessing/base/dtyp_visit.h"
+#include "dataprocessing/kernels/arit_types.h"
 #include "dataprocessing/kernels/elementary/elem.h"
 
 namespace dataprocessing::detail {
 
 namespace {
-
-template<class T>
-constexpr bool arit_complex = false;
-template<class T>
-constexpr bool arit_complex<comp_cComplex<T>> = true;
-
-template<class T>
-struct arit_sPart;
-template<class T>
-struct arit_sPart<comp_cComplex<T>> {
-    using type = T;
-};
-template<class T>
-using arit_Part = typename arit_sPart<T>::type;
-
-template<class T>
-struct arit_sMask {
-    using type = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
-};
-template<class T>
-struct arit_sMask<comp_cComplex<T>> : arit_sMask<T> {};
-template<class T>
-using arit_Mask = typename arit_sMask<T>::type;
-
-template<class T>
-constexpr bool arit_hasLoops = !std::is_same_v<T, unsigned char> && !std::is_same_v<T, signed char>;
-
-// Which widenings are worth a loop of their own: small integers, whose widening is one exact
-// instruction, into the types that arithmetic on them gives. Everything else is widened a block at
-// a time by whoever runs the loop.
-template<class T, class Stored>
-constexpr bool arit_widens = std::is_integral_v<Stored> &&
-                             (std::is_same_v<T, float> || std::is_same_v<T, int> ||
-                              std::is_same_v<T, short>)&&sizeof(Stored) <= 2 &&
-                             sizeof(Stored) < sizeof(T);
-
-template<class T, class A, class B, arit_eOperation operation>
-constexpr bool arit_exists = [] {
-    constexpr bool wideningA = arit_widens<T, A>, wideningB = arit_widens<T, B>;
-    if constexpr (std::is_same_v<T, A> && std::is_same_v<T, B>)
-        return arit_hasLoops<T>;
-    else if constexpr (!(wideningA && wideningB && std::is_same_v<A, B>)&&!(
-                           wideningA && std::is_same_v<T, B>)&&!(std::is_same_v<T, A> && wideningB))
-        return false;
-    else if constexpr (std::is_same_v<T, float>)
-        // Sums of small integers are integers.
-        return operation >= arit_Multiply || !(wideningA && wideningB);
-    else
-        return operation <= arit_Subtract || (operation == arit_Multiply && sizeof(T) == 4);
-}();
 
 // The power of integers and complex values, which is a library call per element and so the same on
 // every level.
