@@ -102,8 +102,8 @@ public:
 
     /// Whether elements of equal index belong together already.
     bool IsAligned() const noexcept { return isAligned_; }
-    /// Brings two arrays to where they do. Throws the errors of algn_Align, and the index error when
-    /// nothing is left and that is refused.
+    /// Brings two arrays to where they do. Throws the errors of algn_Align, and the index error
+    /// when nothing is left and that is refused.
     void Align(pair_eNothing nothing) {
         if (isAligned_)
             return;

@@ -40,8 +40,8 @@ constexpr std::size_t level_vectorBytes = 64;
 /// once, at the first call.
 level_eSet level_Current() noexcept;
 
-/// Makes `level`, which the processor has, the one in use, for all threads: for tests, which compare
-/// levels.
+/// Makes `level`, which the processor has, the one in use, for all threads: for tests, which
+/// compare levels.
 void level_Use(level_eSet level) noexcept;
 
 /// The name of a level as the environment variable spells it.
