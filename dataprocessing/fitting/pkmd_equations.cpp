@@ -170,7 +170,9 @@ double pkmd_cEquations::Try(std::span<const double> q) {
         return infinity;
     Multiply();
     Collect();
-    return areFinite(there_.gradient) && areFinite(there_.norms) ? chiSquared : infinity;
+    if (!areFinite(there_.gradient) || !areFinite(there_.norms))
+        return infinity;
+    return chiSquared;
 }
 
 double pkmd_cEquations::Rounding(double chiSquared) const noexcept {
@@ -391,11 +393,9 @@ nlsq_sCovariance pkmd_cEquations::Covariance(std::span<const char> isHeld) {
     const std::size_t count = places.size();
 
     // R'R = the curvature, of which nothing is left for a direction that others explain.
-    constexpr double leastPart = 1e-14;
     std::vector<double> triangle(count * count);
     for (std::size_t i = 0; i < count; ++i) {
-        const double whole = here_.curvature[places[i] * all + places[i]];
-        double pivot = whole;
+        double pivot = here_.curvature[places[i] * all + places[i]];
         for (std::size_t j = 0; j < i; ++j) {
             double& element = triangle[j * count + i];
             const double diagonal = triangle[j * count + j];
@@ -407,7 +407,7 @@ nlsq_sCovariance pkmd_cEquations::Covariance(std::span<const char> isHeld) {
             element = sum / diagonal;
             pivot -= element * element;
         }
-        triangle[i * count + i] = pivot > leastPart * whole ? std::sqrt(pivot) : 0;
+        triangle[i * count + i] = pivot > 0 ? std::sqrt(pivot) : 0;
     }
     constexpr double tolerance = 1e-7;
     return nlsq_Inverse(triangle, count, places, all, tolerance);
