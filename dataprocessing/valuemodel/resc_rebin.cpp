@@ -47,9 +47,13 @@ cBins binsOf(int elements, const cal_cArrayCal& from, double delta) {
     require(from);
     const cal_cArrayCal to(from.Position(0), delta, 0);
     require(to);
-    const double bins = std::ceil(to.RealIndex(from.Position(elements)));
-    if (!(bins >= 0 && bins <= std::numeric_limits<int>::max()))
+    double bins = std::ceil(to.RealIndex(from.Position(elements)));
+    constexpr double most = std::numeric_limits<int>::max();
+    if (!(bins >= 0 && bins <= most))
         arr_SizeError();
+    // What is next to nothing of a wide bin may be whole elements.
+    if (bins < most && from.RealIndex(to.Position(static_cast<int>(bins))) < elements)
+        ++bins;
     return {elements, from, static_cast<int>(bins), to};
 }
 

@@ -140,6 +140,27 @@ TEST(Rebin, KeepsTheSum) {
     }
 }
 
+TEST(Rebin, CoversTheLastElementsHoweverWideTheBins) {
+    const darr_c1DArray few(5, 1.0, cal_c1DArrayCal(-3, 1, 0));
+    for (const double delta : {5.0, 4e6, 6e6, 1e9, 1e300}) {
+        const darr_c1DArray sum = resc_Rebin(few, delta);
+        ASSERT_EQ(sum.Size(), 1) << delta;
+        EXPECT_EQ(sum.Number(0).As<double>(), 5) << delta;
+    }
+    const darr_c2DArray image =
+        resc_Rebin(darr_c2DArray(5, 4, 1.0, cal_c2DArrayCal(0, 1, 0, 0.5, 0, 0)), 1e9, 1e9);
+    ASSERT_EQ(image.Count(), 1);
+    EXPECT_EQ(image.Number(0, 0).As<double>(), 20);
+
+    constexpr int bin = 10000000;
+    const darr_c1DArray beyond = resc_Rebin(
+        darr_c1DArray(bin + 8, pnum_cNumber(static_cast<unsigned char>(1)), cal_c1DArrayCal()),
+        bin);
+    ASSERT_EQ(beyond.Size(), 2);
+    EXPECT_EQ(beyond.Number(0).As<double>(), bin);
+    EXPECT_EQ(beyond.Number(1).As<double>(), 8);
+}
+
 TEST(Rebin, KeepsIntegersExactWhereBinsFit) {
     const darr_c1DArray line = lineOf<int>({1, 2, 3, 4, 5, 6, 7}, cal_c1DArrayCal(6.2, 0.1, 0));
     EXPECT_EQ(elementsOf<double>(resc_Rebin(line, 0.2)), (std::vector<double>{3, 7, 11, 7}));
