@@ -32,6 +32,14 @@ comp_cComplex<T> direction(const comp_cComplex<T>& z) {
     return {part(z.re), part(z.im)};
 }
 
+/// A finite value in the same direction whose parts have finite sums. Only large parts are halved:
+/// the half of the smallest one is zero.
+template<class T>
+comp_cComplex<T> withoutOverflow(const comp_cComplex<T>& z) {
+    const T scale = std::max(std::fabs(z.re), std::fabs(z.im)) > 1 ? T(0.5) : T(1);
+    return {z.re * scale, z.im * scale};
+}
+
 /// The quotient where an operand is not finite or the divisor is zero.
 template<class T>
 comp_cComplex<T> divideSpecial(const comp_cComplex<T>& a, const comp_cComplex<T>& b) {
@@ -42,9 +50,9 @@ comp_cComplex<T> divideSpecial(const comp_cComplex<T>& a, const comp_cComplex<T>
         const T infinity = std::copysign(limits::infinity(), b.re);
         return {a.re * infinity, a.im * infinity};
     }
-    // One of them is infinite. Halves, so that no sum of finite parts overflows.
-    const comp_cComplex<T> x = isFinite(a) ? comp_cComplex<T>(a.re / 2, a.im / 2) : direction(a);
-    const comp_cComplex<T> y = isFinite(b) ? comp_cComplex<T>(b.re / 2, b.im / 2) : direction(b);
+    // One of them is infinite, the other one is not.
+    const comp_cComplex<T> x = isFinite(a) ? withoutOverflow(a) : direction(a);
+    const comp_cComplex<T> y = isFinite(b) ? withoutOverflow(b) : direction(b);
     const T size = isFinite(b) ? limits::infinity() : T(0);
     return {size * (x.re * y.re + x.im * y.im), size * (x.im * y.re - x.re * y.im)};
 }

@@ -157,6 +157,7 @@ TYPED_TEST(ComplexOf, QuotientOfInfinitiesFollowsOneRule) {
     const T inf = std::numeric_limits<T>::infinity();
     const T nan = std::numeric_limits<T>::quiet_NaN();
     const T max = std::numeric_limits<T>::max();
+    const T smallest = std::numeric_limits<T>::denorm_min();
     enum eResult { Zero, Infinite, NaN };
     const struct {
         C a, b;
@@ -173,6 +174,9 @@ TYPED_TEST(ComplexOf, QuotientOfInfinitiesFollowsOneRule) {
                  {{inf, inf}, {1, 1}, Infinite},
                  {{inf, -inf}, {max, max}, Infinite},
                  {{inf, 1}, {0, 0}, Infinite},
+                 {{inf, 1}, {smallest, 0}, Infinite},
+                 {{0, -inf}, {0, smallest}, Infinite},
+                 {{inf, inf}, {smallest, -smallest}, Infinite},
                  {{1, 2}, {0, 0}, Infinite},
                  {{-1, 0}, {0, 0}, Infinite},
                  {{0, 0}, {0, 0}, NaN},
