@@ -10,7 +10,7 @@
 #include "dataprocessing/dataprocessing_export.h"
 
 /// Gives back what this thread keeps of the storage that it has released: the last large block, of
-/// at most 256 MiB, or up to 16 MiB of smaller ones, and the tables and the room of transforms, at
+/// at most 256 MiB, up to 16 MiB of smaller ones, and the tables and the room of transforms, at
 /// most 32 MiB. The next calls allocate anew. For threads that live on after heavy work; a thread
 /// that ends gives all of it back by itself. Nothing is thrown.
 ///
