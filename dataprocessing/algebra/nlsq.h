@@ -250,9 +250,9 @@ struct DATAPROCESSING_EXPORT nlsq_sResult {
 /// orthogonal transformations of J, a block of points at a time, where D holds the largest norm
 /// that each column has had. mu starts at 1e-3 and follows the ratio of actual to promised
 /// decrease. With bounds, parameters that a bound holds leave the step, and what would pass a bound
-/// ends on it. With the likelihood, weights are 1 / f: the expected curvature, which channels
-/// without counts have, too. Where chi-squared is too coarse to tell a step's worth, the gradient
-/// does.
+/// ends on it; where the rest of the step then promises nothing, a shorter one is tried. With the
+/// likelihood, weights are 1 / f: the expected curvature, which channels without counts have, too.
+/// Where chi-squared is too coarse to tell a step's worth, the gradient does.
 ///
 /// A fit that ends early or nowhere returns all the same, and says so in `end`. Results are the
 /// same bits on every processor that computes the model alike. Time: points x parameters^2 per

@@ -68,11 +68,21 @@ private:
             return Reject(infinity);
         if (Length(step_) > longest_)
             return Reject(infinity);
+        const bool isCut = PassesBound();
+        const double whole = isCut ? Promise() : 0;
         Walk();
-        const double promised = 2 * dot(equations_.Gradient(), step_) - equations_.Curvature(step_);
+        const double promised = Promise();
         const double length = Length(step_) / std::max(Length(tried_), Length(q_));
         if (!(length > 0))
             return EndOfShortStep();
+        // What rounding hides of the decrease, the promises show: they have to become smaller.
+        // Those of a strongly damped step tell nothing.
+        const double lost = std::max(lostDecrease * result_.chiSquared,
+                                     32 * equations_.Rounding(result_.chiSquared));
+        // What a bound cuts off a step, others may have counted on: it then promises nothing,
+        // though there is much to gain. Shorter ones go where chi-squared falls.
+        if (isCut && promised <= lost && whole > lost)
+            return Reject(infinity);
         if (promised <= control_.decreaseTolerance * result_.chiSquared && !IsDamped()) {
             // Not worth an evaluation, but free.
             Take(promised, length);
@@ -82,10 +92,6 @@ private:
         const double chiSquared = equations_.Try(tried_);
         ++result_.evaluations;
         const double decrease = result_.chiSquared - chiSquared;
-        // What rounding hides of the decrease, the promises show: they have to become smaller.
-        // Those of a strongly damped step tell nothing.
-        const double lost = std::max(lostDecrease * result_.chiSquared,
-                                     32 * equations_.Rounding(result_.chiSquared));
         const bool isLost = std::fabs(promised) <= lost && !IsDamped();
         const bool isBetter =
             isLost ? std::fabs(decrease) <= 2 * lost && promised < promised_ : decrease > 0;
@@ -137,6 +143,20 @@ private:
             if (!isHeld_[j] && norms[j] > 0 && length > 0)
                 result_.gradient =
                     std::max(result_.gradient, std::fabs(gradient[j]) / norms[j] / length);
+    }
+
+    /// By how much the step lowers chi-squared, were the model linear.
+    double Promise() const {
+        return 2 * dot(equations_.Gradient(), step_) - equations_.Curvature(step_);
+    }
+
+    /// Whether the step leads out of the bounds.
+    bool PassesBound() const {
+        for (std::size_t j = 0; j < q_.size(); ++j)
+            if (q_[j] + step_[j] < parameters_.Lower()[j] ||
+                q_[j] + step_[j] > parameters_.Upper()[j])
+                return true;
+        return false;
     }
 
     /// Where the step leads, between the bounds.

@@ -202,6 +202,94 @@ TEST(Nlsq, BoundsHold) {
     EXPECT_NEAR(back.parameters[1], free.parameters[1], 1e-9 * free.standardErrors[1]);
 }
 
+// Far from the origin intercept and slope go together: cutting the step of one alone makes it
+// worse.
+TEST(Nlsq, BoundThatCutsAStepIsNotTheEnd) {
+    std::vector<double> x, y;
+    for (int i = 0; i < 101; ++i) {
+        x.push_back(10 + 0.01 * i);
+        y.push_back(200 - 3 * x.back() + i * 37 % 23 / 23.0);
+    }
+    for (const nlsq_eObjective objective : {nlsq_LeastSquares, nlsq_PoissonLikelihood})
+        for (const double upper : {0.1, 1.0, 50.0, 100.0}) {
+            nlsq_sOptions options =
+                with({nlsq_sParameter::Bounded(-infinity, upper), nlsq_sParameter::Free()});
+            options.objective = objective;
+            const nlsq_sResult bound = nlsq_Fit(line, x, y, std::vector{0.0, 17.0}, options);
+            options.parameters[0] = nlsq_sParameter::Fixed();
+            const nlsq_sResult fixed = nlsq_Fit(line, x, y, std::vector{upper, 17.0}, options);
+            EXPECT_TRUE(bound.Converged());
+            EXPECT_EQ(bound.parameters[0], upper);
+            EXPECT_THAT(bound.atBound, ElementsAre(0));
+            EXPECT_NEAR(bound.parameters[1], fixed.parameters[1], 1e-6 * fixed.standardErrors[1]);
+            EXPECT_NEAR(bound.standardErrors[1], fixed.standardErrors[1],
+                        1e-6 * fixed.standardErrors[1]);
+            EXPECT_LT(bound.evaluations, 30);
+        }
+}
+
+// Against descent along one parameter after the other.
+TEST(Nlsq, BoundedLinearProblemsEndAtTheirOptimum) {
+    std::mt19937_64 generator(1);
+    const auto draw = [&] { return 2 * (static_cast<double>(generator() >> 11) * 0x1p-53) - 1; };
+    constexpr std::size_t points = 40;
+    std::vector<double> x;
+    for (std::size_t i = 0; i < points; ++i)
+        x.push_back(static_cast<double>(i));
+    for (std::size_t problem = 0; problem < 200; ++problem) {
+        const std::size_t count = 2 + problem % 4;
+        const double together = static_cast<double>(problem / 4 % 3);
+        std::vector<double> columns, y, from, lower, upper;
+        for (std::size_t i = 0; i < points * count; ++i)
+            columns.push_back(3 * together + draw());
+        for (std::size_t i = 0; i < points; ++i)
+            y.push_back(10 * draw());
+        nlsq_sOptions options;
+        for (std::size_t j = 0; j < count; ++j) {
+            const double a = 3 * draw();
+            const double b = 3 * draw();
+            lower.push_back(std::min(a, b));
+            upper.push_back(std::max(a, b));
+            from.push_back(a + (b - a) * (0.5 + 0.5 * draw()));
+            options.parameters.push_back(nlsq_sParameter::Bounded(lower[j], upper[j]));
+        }
+        const nlsq_cFunctionModel model(
+            [&](double at, Parameters p) {
+                const double* const factors = &columns[static_cast<std::size_t>(at) * count];
+                double sum = 0;
+                for (std::size_t j = 0; j < count; ++j)
+                    sum += factors[j] * p[j];
+                return sum;
+            },
+            [&](double at, Parameters, Derivatives d) {
+                std::copy_n(&columns[static_cast<std::size_t>(at) * count], count, d.begin());
+            });
+        const nlsq_sResult result = nlsq_Fit(model, x, y, from, options);
+
+        std::vector<double> p = from, residuals = y;
+        for (std::size_t i = 0; i < points; ++i)
+            for (std::size_t j = 0; j < count; ++j)
+                residuals[i] -= columns[i * count + j] * p[j];
+        for (int round = 0; round < 5000; ++round)
+            for (std::size_t j = 0; j < count; ++j) {
+                double slope = 0, square = 0;
+                for (std::size_t i = 0; i < points; ++i) {
+                    slope += columns[i * count + j] * residuals[i];
+                    square += columns[i * count + j] * columns[i * count + j];
+                }
+                const double next = std::clamp(p[j] + slope / square, lower[j], upper[j]);
+                for (std::size_t i = 0; i < points; ++i)
+                    residuals[i] -= columns[i * count + j] * (next - p[j]);
+                p[j] = next;
+            }
+        double least = 0;
+        for (const double residual : residuals)
+            least += residual * residual;
+        EXPECT_TRUE(result.Converged()) << problem;
+        EXPECT_LE(result.chiSquared, least * (1 + 1e-9)) << problem;
+    }
+}
+
 TEST(Nlsq, TiesReachThroughOthers) {
     const std::vector<double> x = positions(60);
     std::vector<double> y;
