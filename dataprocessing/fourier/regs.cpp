@@ -36,24 +36,25 @@ void requireOptions(const regs_sOptions& options) {
 regs_sPlane planeOf(const parr_cNumberArray& array, int sizeX, int sizeY) {
     if (array.DataType().IsComplex())
         throw expt_cProgramException("regs", 3, "Complex elements are not registered.");
-    conv_Check(array.DataType(), dtyp_Float, conv_RealPart);
+    conv_Check(array.DataType(), dtyp_Double, conv_RealPart);
     regs_sPlane plane(sizeX, sizeY);
-    std::vector<float>& values = plane.values;
-    conv_Elements(array.Data(), array.DataType(), values.data(), dtyp_Float, values.size(),
+    // A float would round a small content on a large mean away.
+    std::vector<double> values(plane.values.size());
+    conv_Elements(array.Data(), array.DataType(), values.data(), dtyp_Double, values.size(),
                   conv_RealPart);
     double sum = 0;
-    for (const float value : values)
-        sum += static_cast<double>(value);
+    for (const double value : values)
+        sum += value;
     const double mean = sum / static_cast<double>(values.size());
     double largest = 0;
-    for (const float value : values)
-        largest = std::max(largest, std::fabs(static_cast<double>(value) - mean));
+    for (const double value : values)
+        largest = std::max(largest, std::fabs(value - mean));
     const bool areEqual =
-        std::all_of(values.begin(), values.end(), [&](float value) { return value == values[0]; });
-    if (values.empty() || !std::isfinite(sum) || areEqual)
+        std::all_of(values.begin(), values.end(), [&](double value) { return value == values[0]; });
+    if (values.empty() || !std::isfinite(sum) || !std::isfinite(largest) || areEqual)
         throw expt_cUserException("regs", 4, "There is nothing to register by.");
-    for (float& value : values)
-        value = static_cast<float>((static_cast<double>(value) - mean) / largest);
+    std::transform(values.begin(), values.end(), plane.values.begin(),
+                   [&](double value) { return static_cast<float>((value - mean) / largest); });
     return plane;
 }
 

@@ -67,14 +67,15 @@ struct regs_s2DShift {
 ///
 /// The arrays may have any sizes and calibrations, each its own, of equal deltas (to 1e-6 of them);
 /// take the shift from the offset of `moved`
-/// to move it into place. All real types are served; elements are rounded to single precision.
+/// to move it into place. All real types are served; less their mean, elements are rounded to
+/// single precision.
 ///
 /// Throws expt_cProgramException ("regs", 1) for options that are not as told above (a band that is
 /// empty or not a number, an overlap outside (0, 1], an unknown way between elements), ("regs", 2)
 /// for deltas that differ or are zero or not finite, ("regs", 3) for complex elements, the error of
 /// conv_Convert for an unknown element type, and the size error where the extended arrays would
 /// have more than 2^31-1 elements; expt_cUserException ("regs", 4) for an array without elements,
-/// with an element that is not finite, or with all elements equal.
+/// with elements whose sum is not finite, or with all elements equal.
 ///
 /// M. Guizar-Sicairos et al., Opt. Lett. 33 (2008) 156, for the maximum between elements.
 ///

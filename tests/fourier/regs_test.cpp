@@ -94,6 +94,21 @@ void expectShift(const regs_s2DShift& shift, double x, double y, double toleranc
 
 } // namespace
 
+TEST(Registration, ContentMayBeSmallBesideTheMeanOrAsANumber) {
+    for (const auto& [mean, size] :
+         {std::pair{1e9, 1.0}, {-3e12, 1.0}, {0.0, 1e100}, {0.0, 1e-100}}) {
+        std::vector<double> at100, at105;
+        for (int i = 0; i < 300; ++i) {
+            at100.push_back(mean + size * std::exp(-0.5 * std::pow((i - 100) / 4.0, 2)));
+            at105.push_back(mean + size * std::exp(-0.5 * std::pow((i - 105) / 4.0, 2)));
+        }
+        const regs_s1DShift shift = regs_Register(darr_c1DArray{std::span<const double>(at100)},
+                                                  darr_c1DArray{std::span<const double>(at105)});
+        EXPECT_NEAR(shift.elementsX, 5, 0.01) << mean << ' ' << size;
+        EXPECT_GT(shift.height, 0.99) << mean << ' ' << size;
+    }
+}
+
 TEST(Registration, FindsShiftsOfAnySizesBetweenElements) {
     const cScene scene(1);
     const struct {
@@ -275,7 +290,8 @@ TEST(Registration, RefusesWhatItCannotServe) {
     const darr_c1DArray line = lineSeen(30, 0);
     for (const auto& other :
          {darr_c1DArray(), lineOf<int>({3, 3, 3}), lineOf<double>({1, notANumber, 2}),
-          lineOf<float>({1, static_cast<float>(infinity), 2}), lineOf<double>({1, 1e300})}) {
+          lineOf<float>({1, static_cast<float>(infinity), 2}),
+          lineOf<double>({1.5e308, 1.5e308, 1})}) {
         EXPECT_EQ(userRefusalOf([&] { regs_Register(line, other); }), nothing);
         EXPECT_EQ(userRefusalOf([&] { regs_Register(other, line); }), nothing);
     }
