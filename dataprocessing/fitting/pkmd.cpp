@@ -123,6 +123,14 @@ int pkmd_cModel::SetWidthLaw(double width, double slope, double reference) {
     const std::array starts{width, slope};
     refuseIf(law_.first >= 0 || !areFinite(starts) || !std::isfinite(reference) || !(width > 0), 1,
              "A start, reference or scale has no meaning.");
+    const auto isWidth = [&](int parameter) {
+        return std::any_of(peaks_.begin(), peaks_.end(),
+                           [&](const sPeak& peak) { return parameter == peak.first + 2; });
+    };
+    for (int i = 0; i < ParameterCount(); ++i)
+        refuseIf(kinds_[at(i)].kind == nlsq_sParameter::Following && !isWidth(i) &&
+                     isWidth(kinds_[at(i)].to),
+                 3, "The width follows a law.");
     law_ = {Add(starts), reference};
     for (sPeak& peak : peaks_) {
         peak.hasLaw = true;
@@ -457,9 +465,9 @@ std::ostream& operator<<(std::ostream& out, const pkmd_sResult& result) {
         number(fit.parameters[i]);
         if (isAmong(fit.atBound, i))
             text << "  at its bound";
-        else if (fit.standardErrors[i] > 0)
+        else if (fit.standardErrors[i] != 0 || isAmong(fit.undetermined, i))
             text << " +-" << std::setw(12) << fit.standardErrors[i];
-        else
+        else if (fit.end != nlsq_NoValue)
             text << "  fixed";
         text << (isAmong(fit.undetermined, i) ? "  not determined\n" : "\n");
     }

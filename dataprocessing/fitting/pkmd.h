@@ -106,7 +106,7 @@ public:
     /// Makes the widths of all peaks that there are now follow a law, width(x)^2 = w^2 + s (x -
     /// reference), and returns the number of the first of its two parameters, w (the second is s).
     /// It can be called once. Throws as AddPolynomial(), also for a second law and for a w that is
-    /// not positive.
+    /// not positive; ("pkmd", 3) where something else than a width is tied to one of the widths.
     int SetWidthLaw(double width, double slope, double reference);
 
     /// How many parameters there are.

@@ -19,9 +19,11 @@
 
 namespace {
 
+using testing::AllOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 const double notANumber = std::nan("");
@@ -563,9 +565,58 @@ TEST(PeakFit, ReportTellsEverything) {
                              "fixed", "at its bound", "coefficient 1", "area", "rank 6 of 6"})
         EXPECT_THAT(out.str(), HasSubstr(part));
     EXPECT_TRUE(out.str().ends_with("ff"));
+    // What is free is not called fixed, whatever its error is.
+    const auto reportOf = [](const pkmd_cModel& fitted, std::vector<double> values) {
+        pkmd_sOptions options;
+        options.objective = nlsq_LeastSquares;
+        options.errors = nlsq_ErrorsFromScatter;
+        std::ostringstream report;
+        report << pkmd_Fit(fitted, darr_c1DArray{std::span<const double>(values)}, options);
+        return report.str();
+    };
+    pkmd_cModel constant;
+    constant.AddPolynomial({1});
+    EXPECT_THAT(reportOf(constant, {7}), Not(HasSubstr("fixed")));
+    pkmd_cModel absent;
+    absent.AddPeak(pkmd_Gaussian, 1000, 1, 1);
+    absent.AddPolynomial({1});
+    EXPECT_THAT(reportOf(absent, {7, 8, 7}),
+                AllOf(HasSubstr("not determined"), Not(HasSubstr("fixed"))));
+    pkmd_cModel without = constant;
+    without.AddPeak(pkmd_Gaussian, 1, 1, 1);
+    without.Bound(without.Width(0), -2, -1);
+    EXPECT_THAT(reportOf(without, {7, 8, 7}),
+                AllOf(HasSubstr("no value"), Not(HasSubstr("fixed"))));
     std::ostringstream empty;
     empty << pkmd_sResult();
     EXPECT_THAT(empty.str(), HasSubstr("Not converged"));
+}
+
+// Neighbours that overlap go together: the step of one is cut, that of the other counted on it.
+TEST(PeakFit, BoundThatCutsAStepIsNotTheEnd) {
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 50, 1000, 4);
+    model.AddPeak(pkmd_Gaussian, 56, 500, 4);
+    model.AddPolynomial({20, 0}, 50, 50);
+    for (unsigned seed = 1; seed <= 40; ++seed) {
+        const Spectrum spectrum(model, 120, {}, seed);
+        pkmd_cModel start;
+        start.AddPeak(pkmd_Gaussian, 50.5, 1000, 4);
+        start.AddPeak(pkmd_Gaussian, 55.5, 500, 4);
+        start.AddPolynomial({20, 0}, 50, 50);
+        const int bounded = static_cast<int>(seed % 2) * 3 + 1; // a height
+        const double upper = 0.8 * model.Starts()[static_cast<std::size_t>(bounded)];
+        start.Bound(bounded, 0, upper);
+        const pkmd_sResult bound = pkmd_Fit(start, spectrum.array);
+        start.Free(bounded);
+        const nlsq_sResult free = pkmd_Fit(start, spectrum.array).fit;
+        start.SetStart(bounded, upper);
+        start.Fix(bounded);
+        const nlsq_sResult fixed = pkmd_Fit(start, spectrum.array).fit;
+        const bool isInside = free.parameters[static_cast<std::size_t>(bounded)] <= upper;
+        EXPECT_TRUE(bound.fit.Converged()) << seed;
+        EXPECT_NEAR(bound.fit.chiSquared, (isInside ? free : fixed).chiSquared, 1e-3) << seed;
+    }
 }
 
 TEST(PeakFit, PullsAreThoseOfTheErrors) {
@@ -666,6 +717,11 @@ TEST(PeakModel, MisuseIsRefused) {
     expectRefusal(1, [&] { model.AddExponential(1, notANumber); });
     expectRefusal(1, [&] { model.AddCurve(conv_Convert(y, dtyp_ComplexFloat), 1); });
     expectRefusal(1, [&] { model.SetWidthLaw(0, 1, 1); });
+    pkmd_cModel tied;
+    tied.AddPeak(pkmd_TailedGaussian, 50, 100, 3, 2);
+    tied.Tie(tied.Extra(0), tied.Width(0), 1);
+    expectRefusal(3, [&] { tied.SetWidthLaw(4, 0, 50); });
+    EXPECT_EQ(tied.ParameterCount(), 4);
     expectRefusal(1, [&] { model.SetStart(0, notANumber); });
     expectRefusal(1, [&] { model.SetStarts(std::vector<double>(8, infinity)); });
     EXPECT_EQ(model.ParameterCount(), 8);
