@@ -40,45 +40,45 @@ const unsigned char* at(const void* data, std::size_t bytes) {
 } // namespace
 
 view_cPlaces::view_cPlaces(double delta, double storedDelta, double tolerance) noexcept
-    : tolerance_(tolerance) {
-    // 21 and 22 bits times an index of 31 bits fit a double; what is left carries the rest of the
-    // quotient and its remainder.
-    constexpr int highBits = 21;
-    constexpr int middleBits = 22;
+    : ratio_(delta / storedDelta) {
+    constexpr double half = 0x1p62;
+    tolerance_ = static_cast<std::uint64_t>(std::clamp(tolerance * 0x1p63, 1.0, half));
+    if (!(ratio_ < 0x1p31)) { // only element 0 lies on such an axis
+        step_ = 0;
+        return;
+    }
+    // The quotient as a double, and what that leaves of the exact one; scaled, for the extremes.
     int exponent = 0;
     int storedExponent = 0;
     const double numerator = std::frexp(delta, &exponent);
     const double denominator = std::frexp(storedDelta, &storedExponent);
-    const double ratio = numerator / denominator; // in (0.5, 2)
-    const double remainder = std::fma(-ratio, denominator, numerator) / denominator;
-    const double high = std::ldexp(std::floor(std::ldexp(ratio, highBits - 1)), 1 - highBits);
-    const double middle = std::ldexp(
-        std::floor(std::ldexp(ratio - high, highBits + middleBits - 1)), 1 - highBits - middleBits);
-    high_ = std::ldexp(high, exponent - storedExponent);
-    middle_ = std::ldexp(middle, exponent - storedExponent);
-    low_ = std::ldexp(ratio - high - middle + remainder, exponent - storedExponent);
+    const double quotient = numerator / denominator;
+    const double rest = std::fma(-quotient, denominator, numerator) / denominator;
+    const int scale = exponent - storedExponent + fractionBits;
+    step_ = static_cast<tFixed>(static_cast<tSigned>(std::ldexp(quotient, scale)) +
+                                static_cast<tSigned>(std::ldexp(rest, scale)));
 }
 
-view_cPlaces::sPlace view_cPlaces::At(long long i, int stored) const noexcept {
-    const double steps = static_cast<double>(i);
-    const double high = steps * high_;
-    const double middle = steps * middle_;
-    const long long wholeHigh = static_cast<long long>(high);
-    const long long wholeMiddle = static_cast<long long>(middle);
-    const double a = high - static_cast<double>(wholeHigh);
-    const double b = middle - static_cast<double>(wholeMiddle);
-    const double sum = a + b;
-    const double ofB = sum - a;
-    const double lost = (a - (sum - ofB)) + (b - ofB);
-    const double rest = lost + steps * low_;
-    const long long carried = static_cast<long long>(sum + rest);
-    const long long index = wholeHigh + wholeMiddle + carried;
-    const double part = (sum - static_cast<double>(carried)) + rest;
-
-    const bool isNearNext = part >= 0.5;
-    const bool isWhole = (isNearNext ? 1 - part : part) <= tolerance_;
-    const sPlace place = isWhole ? sPlace{index + (isNearNext ? 1 : 0), 0} : sPlace{index, part};
-    return place.index < stored - 1 ? place : sPlace{stored - 1, 0};
+void view_cPlaces::Fill(long long first, int count, int stored, int* indices,
+                        double* parts) const noexcept {
+    constexpr int droppedBits = fractionBits - 63;
+    constexpr std::uint64_t mask = ~std::uint64_t{0} >> 1;
+    constexpr std::uint64_t dropped = (std::uint64_t{1} << droppedBits) - 1;
+    const int last = stored - 1;
+    tFixed place = step_ * static_cast<tFixed>(first);
+    for (int k = 0; k < count; ++k, place += step_) {
+        const int index = static_cast<int>(place >> fractionBits);
+        // 63 bits, the last of which stands for all that follow too.
+        const std::uint64_t sticky = (static_cast<std::uint64_t>(place) & dropped) != 0 ? 1 : 0;
+        const std::uint64_t part =
+            (static_cast<std::uint64_t>(place >> droppedBits) & mask) | sticky;
+        const bool isWhole = ((part + tolerance_) & mask) <= 2 * tolerance_;
+        const int from = isWhole ? index + static_cast<int>(part >> 62) : index;
+        indices[k] = from < last ? from : last;
+        parts[k] = isWhole || from >= last
+                       ? 0
+                       : static_cast<double>(static_cast<long long>(part)) * 0x1p-63;
+    }
 }
 
 void view_cAxis::Rescale(double delta) {
@@ -157,38 +157,40 @@ void view_cView::RescaledRow(long long row, long long column, int count, void* t
     alignas(16) unsigned char elements[capacity * 16];
     double wide[capacity * widest];
     double rows[2][capacity * widest];
-    view_cPlaces::sPlace places[capacity];
+    int indices[capacity];
+    double between[capacity];
 
     const int parts = seen_.IsComplex() ? 2 : 1;
     const dtyp_cDataType wideType = parts == 2 ? dtyp_ComplexDouble : dtyp_Double;
-    const view_cPlaces::sPlace y = y_.places_.At(row, y_.storedCount_);
-    const int rowCount = y.part == 0 ? 1 : 2;
+    int firstRow = 0;
+    double betweenRows = 0;
+    y_.places_.Fill(row, 1, y_.storedCount_, &firstRow, &betweenRows);
+    const int rowCount = betweenRows == 0 ? 1 : 2;
     const int stretch =
         static_cast<int>(std::clamp((capacity - 2) / x_.places_.Ratio(), 1.0, capacity - 2.0));
 
     for (int done = 0; done < count; done += stretch) {
         const int n = std::min(stretch, count - done);
-        for (int i = 0; i < n; ++i)
-            places[i] = x_.places_.At(column + done + i, x_.storedCount_);
-        const long long first = places[0].index;
-        const long long end = places[n - 1].index + (places[n - 1].part == 0 ? 1 : 2);
+        x_.places_.Fill(column + done, n, x_.storedCount_, indices, between);
+        const long long first = indices[0];
+        const long long end = indices[n - 1] + (between[n - 1] == 0 ? 1LL : 2LL);
         const std::size_t stored = static_cast<std::size_t>(end - first);
         for (int r = 0; r < rowCount; ++r) {
             const std::size_t index =
-                static_cast<std::size_t>(y.index + r) * static_cast<std::size_t>(x_.storedCount_) +
+                static_cast<std::size_t>(firstRow + r) * static_cast<std::size_t>(x_.storedCount_) +
                 static_cast<std::size_t>(first);
             conv_Elements(at(data_, index * stored_.SizeOf()), stored_, elements, seen_, stored,
                           mode_);
             conv_Elements(elements, seen_, wide, wideType, stored, conv_RealPart);
             for (int i = 0; i < n; ++i) {
-                const double* left = wide + (places[i].index - first) * parts;
-                const double* right = places[i].part == 0 ? left : left + parts;
+                const double* left = wide + (indices[i] - first) * parts;
+                const double* right = between[i] == 0 ? left : left + parts;
                 for (int k = 0; k < parts; ++k)
-                    rows[r][i * parts + k] = view_Between(left[k], right[k], places[i].part);
+                    rows[r][i * parts + k] = view_Between(left[k], right[k], between[i]);
             }
         }
         for (int i = 0; rowCount == 2 && i < n * parts; ++i)
-            rows[0][i] = view_Between(rows[0][i], rows[1][i], y.part);
+            rows[0][i] = view_Between(rows[0][i], rows[1][i], betweenRows);
         conv_Elements(rows[0], wideType,
                       at(target, static_cast<std::size_t>(done) * seen_.SizeOf()), seen_,
                       static_cast<std::size_t>(n), conv_RealPart);

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 
 #include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/valuemodel/cal.h"
@@ -25,16 +26,11 @@ inline double view_Between(double a, double b, double part) noexcept {
 }
 
 /// Where the elements of a resampled axis lie among the stored ones. Element i of it lies at the
-/// real-valued index i x ratio, which is kept in pieces whose products with i are exact, so that
-/// the part between two stored elements is as good at the last element as at the first.
+/// real-valued index i x ratio, which is taken in fixed point: sums and products are exact there,
+/// so that the part between two stored elements is as good at the last element as at the first, and
+/// is the same wherever one begins.
 class view_cPlaces {
 public:
-    /// A place: a stored element, and the part of the way to the next one.
-    struct sPlace {
-        long long index;
-        double part;
-    };
-
     /// The stored elements themselves.
     view_cPlaces() noexcept = default;
     /// Elements of `delta` among stored ones of `storedDelta`. A place within `tolerance` of a
@@ -42,15 +38,20 @@ public:
     view_cPlaces(double delta, double storedDelta, double tolerance) noexcept;
 
     /// Stored elements per resampled one.
-    double Ratio() const noexcept { return high_ + middle_ + low_; }
-    /// The place of element `i` among `stored` ones. Past the last one that one holds.
-    sPlace At(long long i, int stored) const noexcept;
+    double Ratio() const noexcept { return ratio_; }
+    /// The places of `count` elements from `first` on among `stored` ones: for each the stored
+    /// element before it, and the part of the way to the next one. Past the last one that one
+    /// holds.
+    void Fill(long long first, int count, int stored, int* indices, double* parts) const noexcept;
 
 private:
-    double high_ = 1;
-    double middle_ = 0;
-    double low_ = 0;
-    double tolerance_ = 0;
+    __extension__ typedef unsigned __int128 tFixed;
+    __extension__ typedef __int128 tSigned;
+    static constexpr int fractionBits = 96; // an index has 31 bits before them
+
+    double ratio_ = 1;
+    tFixed step_ = tFixed{1} << fractionBits;
+    std::uint64_t tolerance_ = 1; // in units of 2^-63
 };
 
 /// One axis of a view: the stored elements, resampled to another delta, of which a part is

@@ -191,7 +191,12 @@ struct Between {
             left = static_cast<int>(std::min<long long>(nearest, left));
         } else if (p < static_cast<Wide>(left)) {
             left = static_cast<int>(p);
-            part = static_cast<double>(p - static_cast<Wide>(left));
+            // To 63 bits, the last of which stands for all that follow too.
+            const Wide scaled = (p - static_cast<Wide>(left)) * static_cast<Wide>(0x1p63);
+            auto bits = static_cast<long long>(scaled);
+            if (static_cast<Wide>(bits) != scaled)
+                bits |= 1;
+            part = static_cast<double>(bits) * 0x1p-63;
         }
     }
 

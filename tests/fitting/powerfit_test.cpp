@@ -198,6 +198,9 @@ TEST(PowerLaw, ElementsAtZeroLieThereExactly) {
         fit.function.Refit(darr_c1DArray(std::span<const double>(y), cal));
         EXPECT_NEAR(fit.function.Coefficients()[0], std::log(3), 1e-6);
         EXPECT_NEAR(fit.function.Coefficients()[1], -2, 1e-6);
+        fit.function.Refit(darr_c1DArray(std::span<const double>(y), cal),
+                           darr_c1DArray(100, pnum_cNumber(1.0), cal));
+        EXPECT_NEAR(fit.function.Coefficients()[1], -2, 1e-5);
         const std::vector<double> curve = fit.curve(100, cal);
         for (int i = 0; i < 100; ++i) {
             const double x = cal.Position(i);

@@ -29,7 +29,9 @@ public:
 
     std::mt19937_64& Random() { return random_; }
     int Below(int n) { return static_cast<int>(random_() % static_cast<unsigned>(n)); }
-    int Between(int low, int high) { return low + Below(high - low + 1); }
+    int Between(int low, int high) {
+        return std::uniform_int_distribution<int>(low, high)(random_);
+    }
     double Part() { return std::uniform_real_distribution<double>(0, 1)(random_); }
 
     /// A calibration under which `count` elements, and as many beside them, have positions of their

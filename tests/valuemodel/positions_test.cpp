@@ -334,16 +334,18 @@ TEST(Resampled, PlacesAreExactAtEveryIndex) {
         const int most = INT_MAX;
         const double lastIndex = std::min(2147483646.0, 2147483646.0 * stored / delta);
         const auto i = static_cast<long long>(random.Part() * lastIndex);
-        const view_cPlaces::sPlace place = view_cPlaces(delta, stored, 1e-6).At(i, most);
+        int index = 0;
+        double part = 0;
+        view_cPlaces(delta, stored, 1e-6).Fill(i, 1, most, &index, &part);
         const Exact p =
             static_cast<Exact>(i) * static_cast<Exact>(delta) / static_cast<Exact>(stored);
-        const Exact away = p - static_cast<Exact>(place.index);
-        if (place.part == 0) {
+        const Exact away = p - static_cast<Exact>(index);
+        if (part == 0) {
             ASSERT_LE(static_cast<double>(magnitude(away)), 1e-6) << i << ' ' << delta / stored;
         } else {
-            ASSERT_GE(place.part, 1e-6);
-            ASSERT_LE(place.part, 1 - 1e-6);
-            ASSERT_LE(static_cast<double>(magnitude(away - static_cast<Exact>(place.part))),
+            ASSERT_GE(part, 1e-6);
+            ASSERT_LE(part, 1 - 1e-6);
+            ASSERT_LE(static_cast<double>(magnitude(away - static_cast<Exact>(part))),
                       std::numeric_limits<double>::epsilon())
                 << i << ' ' << delta / stored;
         }
