@@ -61,8 +61,8 @@ void matchRange(view_cAxis& a, bool isEmptyA, view_cAxis& b, bool isEmptyB) {
     if (isEmptyB || (!isEmptyA && isBefore(end, a.End())))
         end = a.End();
 
-    const long long firstA = isEmptyA ? nearest(a, start) : std::min(nearest(a, start), 0LL);
-    const long long firstB = isEmptyB ? nearest(b, start) : std::min(nearest(b, start), 0LL);
+    const long long firstA = nearest(a, start);
+    const long long firstB = nearest(b, start);
     const long long lastA = isEmptyA ? 0 : a.Count() - firstA;
     const long long lastB = isEmptyB ? 0 : b.Count() - firstB;
     long long countA = std::max(lastA, lastB);

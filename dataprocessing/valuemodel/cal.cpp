@@ -16,9 +16,7 @@ double cal_cArrayCal::RealIndex(double x) const noexcept {
     if (!(std::fabs(index) < whole))
         return index;
     const double nearest = std::floor(index + 0.5);
-    // Beside calibration indices of 2^30 and more the index is coarser than the tolerance.
-    const bool isThere = Position(static_cast<long long>(nearest)) == x;
-    return isThere || std::fabs(index - nearest) <= Tolerance(x) ? nearest : index;
+    return std::fabs(index - nearest) <= Tolerance(x) ? nearest : index;
 }
 
 double cal_cArrayCal::Tolerance(double x) const noexcept {

@@ -41,7 +41,7 @@ public:
         return offset_ + static_cast<double>(index - calIndex_) * delta_;
     }
     /// The real-valued index of position `x`, the inverse of Position(): (x - offset) / delta +
-    /// calIndex, or the whole index nearest to it when that is within Tolerance(x), or lies at `x`.
+    /// calIndex, or the whole index nearest to it when that is within Tolerance(x).
     double RealIndex(double x) const noexcept;
     /// How far, in elements, a real-valued index may be from a whole one, or from a half, and still
     /// count as that: 1e-6, or 4 units in the last place of the larger of |x| and |offset| where
