@@ -177,8 +177,8 @@ namespace dataprocessing::detail {
 /// The principal square root of finite parts. In double neither their squares nor the sum can
 /// overflow or vanish, and the squares are exact.
 inline comp_cComplex<float> comp_SqrtOfFinite(const comp_cComplex<float>& z) noexcept {
-    const double re = z.re;
-    const double im = z.im;
+    const double re = static_cast<double>(z.re);
+    const double im = static_cast<double>(z.im);
     const double larger = std::sqrt((std::sqrt(re * re + im * im) + std::fabs(re)) * 0.5);
     const double smaller = std::fabs(im) / (larger > 0 ? 2 * larger : 1.0);
     return {static_cast<float>(re < 0 ? smaller : larger),
