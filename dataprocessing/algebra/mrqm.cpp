@@ -59,7 +59,7 @@ mrqm_sResult mrqm_cFit::Solve(const mrqm_sOptions& options) {
         // A change that is not a number, of a chi-squared of zero, counts as none.
     } while ((change > options.change || isRejected) && !isNear);
     const bool isEndless = std::isinf(lambda_);
-    Finish();
+    SolveEquations(0);
     result.chiSquared = current_.chiSquared;
     result.distance = std::sqrt(std::max(expected_, 0.0));
     if (isNear)
@@ -74,7 +74,7 @@ void mrqm_cFit::Step() {
         lambda_ = 0.001;
         Evaluate(parameters_, current_);
     }
-    SolveEquations();
+    SolveEquations(lambda_);
     for (std::size_t j = 0; j < fitted_.size(); ++j)
         trial_[fitted_[j]] = parameters_[fitted_[j]] + step_[j];
     // A step that is lost in rounding is not worth a pass: chi-squared stays the same.
@@ -88,11 +88,6 @@ void mrqm_cFit::Step() {
     } else {
         lambda_ *= 10.0;
     }
-}
-
-void mrqm_cFit::Finish() {
-    lambda_ = 0;
-    SolveEquations();
 }
 
 double mrqm_cFit::Covariance(std::size_t i, std::size_t j) const {
@@ -138,12 +133,12 @@ void mrqm_cFit::Evaluate(std::span<const double> parameters, sEquations& equatio
 /// Gauss-Jordan elimination with full pivoting: step = matrix^-1 gradient, and the inverse stays in
 /// the place of the matrix. In equations of least squares no element passes the largest one of the
 /// diagonal, and so it remains while they are eliminated: that is where the pivot is looked for.
-void mrqm_cFit::SolveEquations() {
+void mrqm_cFit::SolveEquations(double lambda) {
     const std::size_t count = fitted_.size();
     matrix_ = current_.curvature;
     step_ = current_.gradient;
     for (std::size_t j = 0; j < count; ++j)
-        diagonal_[j] = At(matrix_, j, j) *= 1.0 + lambda_;
+        diagonal_[j] = At(matrix_, j, j) *= 1.0 + lambda;
 
     std::fill(isUsed_.begin(), isUsed_.end(), char{0});
     for (std::size_t round = 0; round < count; ++round) {

@@ -54,6 +54,7 @@ enum mrqm_eEnd {
 struct mrqm_sResult {
     int iterations = 0;
     mrqm_eEnd why = mrqm_TooManyIterations;
+    /// The sum of the squared, weighted residuals; 0 before the first step.
     double chiSquared = 0;
     /// How far the optimum is by the equations at the end, in standard errors; 0 after too many
     /// iterations.
@@ -74,26 +75,21 @@ public:
               std::span<const double> a, std::span<const int> isFitted, mrqm_cModel& model);
 
     /// Steps from Parameters() on, as if none had been done, until one of `options` ends it, and
-    /// then finishes, unless there were too many. Throws as Step.
-    mrqm_sResult Solve(const mrqm_sOptions& options);
-    /// One step: solves the normal equations, their diagonal raised by the factor 1 + Lambda(), and
-    /// takes the new parameters when they lower chi-squared, dividing lambda by 10; otherwise
-    /// multiplies it by 10. The first step begins with lambda 0.001. Parameters for which the model
-    /// has no value are worse than any others. Throws rcps_cRecipesException when the equations are
+    /// then computes the covariance matrix from the equations as they are, unless there were too
+    /// many.
+    ///
+    /// A step solves the normal equations, their diagonal raised by the factor 1 + lambda, and
+    /// takes the new parameters when they lower chi-squared, dividing lambda by 10; otherwise it
+    /// multiplies lambda by 10. The first one has lambda 0.001. Parameters for which the model has
+    /// no value are worse than any others. Throws rcps_cRecipesException when the equations are
     /// singular: when of a diagonal element nothing is left but rounding once the equations before
     /// it are taken away.
-    void Step();
-    /// Computes the covariance matrix from the equations as they are. Throws as Step.
-    void Finish();
+    mrqm_sResult Solve(const mrqm_sOptions& options);
 
     /// The parameters.
     std::span<const double> Parameters() const noexcept { return parameters_; }
-    /// The sum of the squared, weighted residuals at Parameters(); 0 before the first step.
-    double ChiSquared() const noexcept { return current_.chiSquared; }
-    /// The damping; -1 before the first step.
-    double Lambda() const noexcept { return lambda_; }
     /// Element (i, j) of the covariance matrix; 0 for a parameter that is fixed. Valid after
-    /// Finish().
+    /// a Solve() that has not ended by too many steps.
     double Covariance(std::size_t i, std::size_t j) const;
 
 private:
@@ -105,8 +101,9 @@ private:
     };
     static constexpr std::size_t fixed = static_cast<std::size_t>(-1);
 
+    void Step();
     void Evaluate(std::span<const double> parameters, sEquations& equations);
-    void SolveEquations();
+    void SolveEquations(double lambda);
     double& At(std::vector<double>& matrix, std::size_t row, std::size_t column) const {
         return matrix[row * fitted_.size() + column];
     }
@@ -128,7 +125,7 @@ private:
     std::vector<double> diagonal_;
     std::vector<double> step_;
     std::vector<char> isUsed_;
-    double lambda_ = -1;
+    double lambda_ = -1;  // before the first step
     double expected_ = 0; // by how much step_ should lower chi-squared
 };
 

@@ -113,10 +113,9 @@ TEST(LevenbergMarquardt, FindsTheCertifiedParametersAndDeviations) {
         for (const std::array<double, 8>& start : test.starts) {
             Certified model;
             mrqm_cFit fit(x, y, sig, start, all, model);
-            for (int step = 0; step < 50; ++step)
-                fit.Step();
-            fit.Finish();
-            const double variance = fit.ChiSquared() / static_cast<double>(x.size() - 8);
+            const mrqm_sResult result = fit.Solve({0, 1e-6, 99});
+            EXPECT_EQ(result.why, mrqm_Optimum);
+            const double variance = result.chiSquared / static_cast<double>(x.size() - 8);
             for (std::size_t i = 0; i < 8; ++i) {
                 EXPECT_NEAR(fit.Parameters()[i], certified[i], 1e-6 * std::fabs(certified[i]));
                 EXPECT_NEAR(std::sqrt(variance * fit.Covariance(i, i)), deviations[i],
@@ -127,56 +126,60 @@ TEST(LevenbergMarquardt, FindsTheCertifiedParametersAndDeviations) {
 }
 
 TEST(LevenbergMarquardt, DampingFollowsTheOutcomeOfEachStep) {
-    const std::vector<double> x{0, 1, 2}, y{1, 3, 5}, sig{1, 1, 1};
-    Line model;
-    mrqm_cFit fit(x, y, sig, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
-    EXPECT_EQ(fit.Lambda(), -1);
-    EXPECT_EQ(fit.ChiSquared(), 0);
-    fit.Step();
-    EXPECT_DOUBLE_EQ(fit.Lambda(), 1e-4);
-    fit.Step();
-    EXPECT_DOUBLE_EQ(fit.Lambda(), 1e-5);
-    for (int i = 0; i < 30; ++i)
-        fit.Step();
-    // Nothing is left to gain: equal counts as worse.
-    const double chiSquared = fit.ChiSquared(), lambda = fit.Lambda();
-    fit.Step();
-    EXPECT_EQ(fit.ChiSquared(), chiSquared);
-    EXPECT_DOUBLE_EQ(fit.Lambda(), 10 * lambda);
-    for (int i = 0; i < 400; ++i)
-        fit.Step();
-    EXPECT_EQ(fit.Lambda(), inf);
-    EXPECT_NEAR(fit.Parameters()[0], 1, 1e-14);
-    EXPECT_NEAR(fit.Parameters()[1], 2, 1e-14);
-    fit.Finish();
-    EXPECT_EQ(fit.Lambda(), 0);
-    EXPECT_NEAR(fit.Covariance(0, 0), 5.0 / 6, 1e-13);
-    EXPECT_NEAR(fit.Covariance(0, 1), -0.5, 1e-13);
-    EXPECT_NEAR(fit.Covariance(1, 0), -0.5, 1e-13);
-    EXPECT_NEAR(fit.Covariance(1, 1), 0.5, 1e-13);
+    /// One constant; what it is tried with tells the damping of each step.
+    class Tried : public Line {
+    public:
+        bool Begin(std::span<const double> a) override {
+            trials.push_back(a[0]);
+            return Line::Begin(a);
+        }
+        std::vector<double> trials;
+    } model;
+    const std::vector<double> x{0, 1}, y{500, 500}, sig{1, 1};
+    mrqm_cFit fit(x, y, sig, std::vector<double>{50, 0}, std::vector<int>{1, 0}, model);
+    EXPECT_EQ(fit.Solve({0, 0, 9}).why, mrqm_TooManyIterations);
+    ASSERT_EQ(model.trials.size(), 10U);
+    double taken = model.trials[0];
+    EXPECT_EQ(taken, 50);
+    std::size_t trial = 1;
+    for (const double lambda : {1e-3, 1e-2, 0.1, 1.0, 10.0, 1.0, 10.0, 100.0, 10.0}) {
+        const double tried = model.trials[trial++];
+        EXPECT_NEAR(tried, taken + (500 - taken) / (1 + lambda), 1e-10) << lambda;
+        if (tried < 100)
+            taken = tried;
+    }
+    EXPECT_EQ(fit.Parameters()[0], taken);
 }
 
-TEST(LevenbergMarquardt, FirstStepIsTheDampedOne) {
+TEST(LevenbergMarquardt, FirstStepIsDampedAndTheCovarianceIsNot) {
     const std::vector<double> x{0, 1, 2}, y{4, 4, 4}, sig{2, 2, 2};
     Line model;
     mrqm_cFit fit(x, y, sig, std::vector<double>{0, 0}, std::vector<int>{1, 0}, model);
-    fit.Step();
+    fit.Solve({0, 0, 1});
     EXPECT_NEAR(fit.Parameters()[0], 4 / 1.001, 1e-14);
     EXPECT_EQ(fit.Parameters()[1], 0);
-    fit.Finish();
+    // Whatever it has changed, the second step ends it.
+    EXPECT_EQ(fit.Solve({inf, 0, 99}).iterations, 2);
     EXPECT_NEAR(fit.Covariance(0, 0), 4.0 / 3, 1e-14);
     EXPECT_EQ(fit.Covariance(0, 1), 0);
     EXPECT_EQ(fit.Covariance(1, 1), 0);
+    mrqm_cFit both(x, y, std::vector<double>{1, 1, 1}, std::vector<double>{0, 0},
+                   std::vector<int>{1, 1}, model);
+    both.Solve({inf, 0, 99});
+    EXPECT_NEAR(both.Covariance(0, 0), 5.0 / 6, 1e-13);
+    EXPECT_NEAR(both.Covariance(0, 1), -0.5, 1e-13);
+    EXPECT_NEAR(both.Covariance(1, 0), -0.5, 1e-13);
+    EXPECT_NEAR(both.Covariance(1, 1), 0.5, 1e-13);
 }
 
 TEST(LevenbergMarquardt, PartsOfOneDerivativeAddUp) {
     const std::vector<double> x{1, 2, 4}, y{3, 5, 10}, sig{1, 2, 1};
     Line model;
-    mrqm_cFit whole(x, y, sig, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
-    mrqm_cFit parts(x, y, sig, std::vector<double>{0, 0, 0}, std::vector<int>{1, 1, 0}, model);
-    for (int i = 0; i < 3; ++i) {
-        whole.Step();
-        parts.Step();
+    for (int steps = 1; steps <= 3; ++steps) {
+        mrqm_cFit whole(x, y, sig, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
+        mrqm_cFit parts(x, y, sig, std::vector<double>{0, 0, 0}, std::vector<int>{1, 1, 0}, model);
+        whole.Solve({0, 0, steps});
+        parts.Solve({0, 0, steps});
         EXPECT_NEAR(parts.Parameters()[0], whole.Parameters()[0], 1e-12);
         EXPECT_NEAR(parts.Parameters()[1], whole.Parameters()[1], 1e-12);
     }
@@ -186,11 +189,9 @@ TEST(LevenbergMarquardt, ParametersWithoutAModelAreRefused) {
     const std::vector<double> x{0, 1}, y{500, 500}, sig{1, 1};
     Line model;
     mrqm_cFit fit(x, y, sig, std::vector<double>{50, 0}, std::vector<int>{1, 0}, model);
-    fit.Step();
+    fit.Solve({0, 0, 1});
     EXPECT_EQ(fit.Parameters()[0], 50);
-    EXPECT_DOUBLE_EQ(fit.Lambda(), 0.01);
-    for (int i = 0; i < 60; ++i)
-        fit.Step();
+    fit.Solve({0, 0, 60});
     EXPECT_GT(fit.Parameters()[0], 90);
     EXPECT_LT(fit.Parameters()[0], 100);
 }
@@ -217,12 +218,17 @@ TEST(LevenbergMarquardt, EndsAsItIsTold) {
         mrqm_cFit fit(x, row.y, sig, start, both, model);
         const mrqm_sResult result = fit.Solve(row.options);
         EXPECT_EQ(result.why, row.why) << row.what;
-        EXPECT_EQ(result.chiSquared, fit.ChiSquared()) << row.what;
+        double chiSquared = 0;
+        for (std::size_t i = 0; i < x.size(); ++i)
+            chiSquared +=
+                4 * std::pow(row.y[i] - fit.Parameters()[0] - fit.Parameters()[1] * x[i], 2);
+        EXPECT_NEAR(result.chiSquared, row.options.maxIterations > 0 ? chiSquared : 0,
+                    1e-12 * chiSquared + 1e-28)
+            << row.what;
         EXPECT_LE(result.iterations, row.options.maxIterations) << row.what;
         EXPECT_GE(result.iterations, std::min(row.options.maxIterations, 2)) << row.what;
         if (row.why == mrqm_TooManyIterations)
             continue;
-        EXPECT_EQ(fit.Lambda(), 0) << row.what;
         // The line of the normal equations, and its distance in standard errors.
         const bool isExact = &row.y == &exact;
         const double errors[] = {fit.Parameters()[0] - (isExact ? 1 : 1.1),
@@ -278,14 +284,14 @@ TEST(LevenbergMarquardt, SingularEquationsAreRefused) {
     Line model;
     const std::vector<double> zero{0, 0, 0}, y{1, 2, 3}, sig{1, 1, 1};
     mrqm_cFit flat(zero, y, sig, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
-    EXPECT_THROW(flat.Step(), rcps_cRecipesException);
+    EXPECT_THROW(flat.Solve({0, 0, 1}), rcps_cRecipesException);
     mrqm_cFit slope(zero, y, sig, std::vector<double>{0, 0}, std::vector<int>{0, 1}, model);
-    EXPECT_THROW(slope.Step(), rcps_cRecipesException);
+    EXPECT_THROW(slope.Solve({0, 0, 1}), rcps_cRecipesException);
     const std::vector<double> x{0, 1, 2}, unknown(3, std::nan(""));
     mrqm_cFit nothing(x, y, unknown, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
-    EXPECT_THROW(nothing.Step(), rcps_cRecipesException);
+    EXPECT_THROW(nothing.Solve({0, 0, 1}), rcps_cRecipesException);
     try {
-        flat.Finish();
+        flat.Solve({0, 0, 1});
         FAIL();
     } catch (const rcps_cRecipesException& e) {
         EXPECT_EQ(e.SourceFile(), "recipes");
@@ -318,8 +324,7 @@ TEST(LevenbergMarquardt, EliminationPivotsAmongFarMagnitudes) {
     for (const double point : x)
         y.push_back(model.Evaluate(point, truth, partials));
     mrqm_cFit fit(x, y, sig, std::vector<double>(4, 0.0), std::vector<int>(4, 1), model);
-    for (int i = 0; i < 40; ++i)
-        fit.Step();
+    fit.Solve({0, 0, 40});
     for (std::size_t k = 0; k < 4; ++k)
         EXPECT_NEAR(fit.Parameters()[k], truth[k], 1e-10);
 }
@@ -337,19 +342,15 @@ TEST(LevenbergMarquardt, EqualChiSquaredCountsAsWorse) {
     } model;
     const std::vector<double> x{0}, y{1}, sig{1};
     mrqm_cFit fit(x, y, sig, std::vector<double>{3}, std::vector<int>{1}, model);
-    fit.Step();
+    EXPECT_EQ(fit.Solve({0, 0, 9}).why, mrqm_TooManyIterations);
     EXPECT_EQ(fit.Parameters()[0], 3);
-    EXPECT_DOUBLE_EQ(fit.Lambda(), 0.01);
 }
 
 TEST(LevenbergMarquardt, WithoutFittedParametersNothingMoves) {
     const std::vector<double> x{0, 1}, y{1, 1}, sig{1, 1};
     Line model;
     mrqm_cFit fit(x, y, sig, std::vector<double>{3, 0}, std::vector<int>{0, 0}, model);
-    fit.Step();
-    EXPECT_EQ(fit.ChiSquared(), 8);
-    EXPECT_DOUBLE_EQ(fit.Lambda(), 0.01);
-    fit.Finish();
+    EXPECT_EQ(fit.Solve({0, 0, 1}).chiSquared, 8);
     EXPECT_EQ(fit.Parameters()[0], 3);
 }
 
@@ -365,9 +366,7 @@ TEST(LevenbergMarquardt, StepsAllocateNothing) {
     mrqm_cFit fit(x, y, sig, std::vector<double>{97, 0.009, 95, 65, 20, 75, 178, 16.5},
                   std::vector<int>(8, 1), model);
     const long before = allocationCount();
-    for (int step = 0; step < 20; ++step)
-        fit.Step();
-    fit.Finish();
+    fit.Solve({0, 1e-9, 99});
     EXPECT_EQ(allocationCount(), before);
     EXPECT_NEAR(fit.Parameters()[7], 17, 1e-9);
 }
