@@ -8,7 +8,7 @@ Arrays know where their elements lie, and arithmetic respects it:
     80
 """
 
-from dataprocessing import _arrays, _repr, interop, plotting  # noqa: F401, they add methods
+from dataprocessing import _arrays, _repr, fitting, interop, plotting  # noqa: F401, they add methods
 from dataprocessing._core import (
     AlignmentWarning,
     Array1D,
@@ -38,6 +38,15 @@ from dataprocessing.fourier import (
     fft,
     ifft,
 )
+from dataprocessing.filters import (
+    FoundPeak,
+    find_peaks,
+    rebin,
+    smooth_gauss,
+    smooth_median,
+    smooth_savgol,
+    snip,
+)
 from dataprocessing.functions import (
     absolute,
     acos,
@@ -65,6 +74,7 @@ from dataprocessing.functions import (
     where,
 )
 from dataprocessing.interop import from_hyperspy, from_xarray
+from dataprocessing.registration import Shift, register
 from dataprocessing.geometry import (
     Transform,
     flip,
@@ -81,10 +91,11 @@ __version__ = "0.1.0"
 
 __all__ = [
     "AlignmentWarning", "Array1D", "Array2D", "Axis", "DataError", "DataProcessingError", "DivisionByZeroError",
-    "FitError", "IndexOutOfRangeError", "Mask1D", "Mask2D", "ProgramError", "Range", "Rect", "SingularFitError",
-    "SizeError", "Subscription", "Transform", "UnitError", "absolute", "acos", "alignment", "arg", "array", "asin",
-    "atan", "autocorrelate", "band_pass", "center", "conj", "convert", "convolve", "correlate", "cos", "cosh", "empty",
-    "exp", "fft", "flip", "from_hyperspy", "from_xarray", "full", "ifft", "imag", "line_scan", "log", "log10", "maximum", "minimum", "norm", "project",
-    "ramp", "real", "rescale", "resize", "rotate", "shear", "sin", "sinh", "sqr", "sqrt", "tan", "tanh", "where",
-    "zeros",
+    "FitError", "FoundPeak", "IndexOutOfRangeError", "Mask1D", "Mask2D", "ProgramError", "Range", "Rect", "Shift",
+    "SingularFitError", "SizeError", "Subscription", "Transform", "UnitError", "absolute", "acos", "alignment", "arg",
+    "array", "asin", "atan", "autocorrelate", "band_pass", "center", "conj", "convert", "convolve", "correlate",
+    "cos", "cosh", "empty", "exp", "fft", "find_peaks", "fitting", "flip", "from_hyperspy", "from_xarray", "full",
+    "ifft", "imag", "line_scan", "log", "log10", "maximum", "minimum", "norm", "project", "ramp", "real", "rebin",
+    "register", "rescale", "resize", "rotate", "shear", "sin", "sinh", "smooth_gauss", "smooth_median",
+    "smooth_savgol", "snip", "sqr", "sqrt", "tan", "tanh", "where", "zeros",
 ]

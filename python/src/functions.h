@@ -11,5 +11,10 @@ void registerElementwise(pybind11::module_& module);
 void registerReductions(pybind11::module_& module);
 void registerFourier(pybind11::module_& module);
 void registerGeometry(pybind11::module_& module);
+void registerFilters(pybind11::module_& module);
+void registerMessages(pybind11::module_& module);
+void registerStreams(pybind11::module_& module);
+void registerCurves(pybind11::module_& module);
+void registerModels(pybind11::module_& module);
 
 } // namespace dataprocessing::python

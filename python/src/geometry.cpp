@@ -42,9 +42,13 @@ sArray1D line(const sArray2D& image, darr_c1DArray values) {
     return {std::move(values), image.labels, {image.axes[1]}};
 }
 
+using tPoint = std::pair<double, double>;
+tPoint pointOf(const pos_c2DPosition& p) { return {p.X(), p.Y()}; }
+
 void defineTransformations(py::module_& module) {
     using tTransformation = trns_cCoordTransformation;
-    py::class_<tTransformation>(module, "trns_cCoordTransformation", py::module_local())
+    py::class_<tTransformation, tgio_cTaggedStreamObject>(module, "trns_cCoordTransformation",
+                                                          py::module_local())
         .def(py::init<double, double>(), py::arg("offset") = 0.0, py::arg("scale") = 1.0)
         .def(py::init<const rnge_c1DRange&, const rnge_c1DRange&>(), py::arg("base"),
              py::arg("derived"))
@@ -52,19 +56,39 @@ void defineTransformations(py::module_& module) {
         .def_property_readonly("scale", &tTransformation::Scale)
         .def("transform_from_base", &tTransformation::TransformFromBase)
         .def("transform_to_base", &tTransformation::TransformToBase);
-    module.def("trns_transform",
-               [](double x, const tTransformation& from, const tTransformation& to) {
-                   return trns_Transform(x, from, to);
-               });
-    module.def("trns_transform",
-               [](const rnge_c1DRange& range, const tTransformation& from,
-                  const tTransformation& to) { return trns_Transform(range, from, to); });
-    module.def("trns_transform_from_base",
-               [](const rnge_c1DRange& range, const tTransformation& by) {
-                   return trns_TransformFromBase(range, by);
-               });
-    module.def("trns_transform_to_base", [](const rnge_c1DRange& range, const tTransformation& by) {
-        return trns_TransformToBase(range, by);
+    // A position is a number, or a pair (x, y) with a transformation for each.
+    const auto define = [&](const char* name, auto function) {
+        module.def(name, [=](double x, const tTransformation& by) {
+            return function(pos_c1DPosition(x), by).X();
+        });
+        module.def(name, [=](const tPoint& p, const tTransformation& x, const tTransformation& y) {
+            return pointOf(function(pos_c2DPosition(p.first, p.second), x, y));
+        });
+        module.def(name, [=](const rnge_c1DRange& range, const tTransformation& by) {
+            return function(range, by);
+        });
+        module.def(name, [=](const rnge_c2DRange& range, const tTransformation& x,
+                             const tTransformation& y) { return function(range, x, y); });
+    };
+    define("trns_transform_from_base",
+           [](const auto&... arguments) { return trns_TransformFromBase(arguments...); });
+    define("trns_transform_to_base",
+           [](const auto&... arguments) { return trns_TransformToBase(arguments...); });
+    const char* const between = "trns_transform";
+    module.def(between, [](double x, const tTransformation& from, const tTransformation& to) {
+        return trns_Transform(x, from, to);
+    });
+    module.def(between, [](const tPoint& p, const tTransformation& fromX,
+                           const tTransformation& fromY, const tTransformation& toX,
+                           const tTransformation& toY) {
+        return pointOf(trns_Transform(pos_c2DPosition(p.first, p.second), fromX, fromY, toX, toY));
+    });
+    module.def(between, [](const rnge_c1DRange& range, const tTransformation& from,
+                           const tTransformation& to) { return trns_Transform(range, from, to); });
+    module.def(between, [](const rnge_c2DRange& range, const tTransformation& fromX,
+                           const tTransformation& fromY, const tTransformation& toX,
+                           const tTransformation& toY) {
+        return trns_Transform(range, fromX, fromY, toX, toY);
     });
 }
 

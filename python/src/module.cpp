@@ -21,9 +21,14 @@ PYBIND11_MODULE(_core, module) {
     registerMaskFunctions(module);
     registerAlignment(module);
     registerOperators(module);
+    registerMessages(module);
+    registerStreams(module);
     registerValueFunctions(module);
     registerElementwise(module);
     registerReductions(module);
     registerFourier(module);
     registerGeometry(module);
+    registerFilters(module);
+    registerCurves(module);
+    registerModels(module);
 }

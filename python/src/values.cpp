@@ -12,10 +12,11 @@ namespace {
 py::tuple point(double x, double y) { return py::make_tuple(x, y); }
 
 void defineRanges(py::module_& module) {
-    py::class_<rnge_c1DRange>(module, "rnge_c1DRange", py::module_local())
+    py::class_<rnge_c1DRange, mesg_cSender>(module, "rnge_c1DRange", py::module_local())
         .def(py::init<double, double>(), py::arg("start") = 0.0, py::arg("end") = 0.0)
-        .def_property_readonly("start", &rnge_c1DRange::Start)
-        .def_property_readonly("end", &rnge_c1DRange::End)
+        .def_property("start", &rnge_c1DRange::Start, &rnge_c1DRange::SetStart)
+        .def_property("end", &rnge_c1DRange::End, &rnge_c1DRange::SetEnd)
+        .def("set", &rnge_c1DRange::Set, py::arg("start"), py::arg("end"))
         .def("length", &rnge_c1DRange::Length)
         .def("contains",
              [](const rnge_c1DRange& r, double x) { return static_cast<bool>(r.Contains(x)); })

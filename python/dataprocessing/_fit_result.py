@@ -1,0 +1,209 @@
+"""What comes out of a fit."""
+
+from __future__ import annotations
+
+import html
+import math
+from collections.abc import Callable, Mapping
+from dataclasses import dataclass, field
+from types import MappingProxyType
+from typing import Any, Protocol
+
+import numpy as np
+
+from dataprocessing._core import Array1D, Axis
+
+__all__ = ["FitResult", "FittedPeak", "Parameter"]
+
+
+class Curve(Protocol):
+    """A function of positions, which can be pickled."""
+
+    def __call__(self, x: np.ndarray) -> np.ndarray: ...
+
+
+@dataclass(frozen=True)
+class Parameter:
+    """One parameter of a fit.
+
+    ``stderr`` is NaN where there is no error, and 0 of a parameter that did not vary; ``ref`` names the
+    parameter that it is tied to; ``note`` says why an error is missing.
+
+        >>> from dataprocessing.fitting import Parameter
+        >>> float(Parameter("slope", 2.0, 0.1))
+        2.0
+    """
+
+    name: str
+    value: float
+    stderr: float = math.nan
+    vary: bool = True
+    ref: str | None = None
+    note: str = ""
+
+    def __float__(self) -> float:
+        return self.value
+
+    def __str__(self) -> str:
+        if not self.vary:
+            return f"{self.value:.7g} ({f'follows {self.ref}' if self.ref else 'fixed'})"
+        return f"{self.value:.7g} +- {self.stderr:.2g}" if math.isfinite(self.stderr) else f"{self.value:.7g}"
+
+
+@dataclass(frozen=True)
+class FittedPeak:
+    """One peak: where it is, how high, how wide, and its integral, with standard errors.
+
+    Positions, widths are in units of the axis, heights in those of the values, areas in both. ``width`` is
+    that of the shape (of a Gaussian the standard deviation), ``fwhm`` the full width at half maximum where it
+    has a closed form; NaN where a fit has no such figure.
+    """
+
+    name: str
+    position: float
+    position_error: float = math.nan
+    height: float = math.nan
+    height_error: float = math.nan
+    width: float = math.nan
+    width_error: float = math.nan
+    fwhm: float = math.nan
+    area: float = math.nan
+    area_error: float = math.nan
+    shape: str = ""
+
+
+def _frozen(values: np.ndarray) -> np.ndarray:
+    values = np.array(values, dtype="f8")
+    values.flags.writeable = False
+    return values
+
+
+def _measured(value: float, error: float) -> str:
+    return "" if math.isnan(value) else f"{value:.7g}" + ("" if math.isnan(error) else f" +- {error:.2g}")
+
+
+@dataclass(frozen=True, eq=False, repr=False)
+class FitResult:
+    """The parameters of a fit, their errors, and its curve. It never changes, and can be pickled.
+
+    ``params`` maps names to :class:`Parameter`; ``covariance`` has a row and a column for each of them, in
+    that order, 0 for those that did not vary. ``chi_square`` is what was made smallest, ``reduced`` that over
+    ``n_points - n_free``, NaN without degrees of freedom. ``weights`` says how points weighed. ``axis`` is
+    that of the data, or what a fit of the calibration has made of it.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> line = dp.fitting.polynomial(dp.Array1D([1.0, 3.0, 5.0, 7.5], dp.Axis(0.0, 0.5)))
+        >>> round(line.params["c1"].value, 6), line.n_points, line.n_free, line.success
+        (4.3, 4, 2, True)
+    """
+
+    kind: str
+    params: Mapping[str, Parameter]
+    covariance: np.ndarray
+    chi_square: float
+    n_points: int
+    n_free: int
+    weights: str
+    message: str
+    success: bool = True
+    axis: Axis | None = None
+    peaks: tuple[FittedPeak, ...] = ()
+    reduced: float = math.nan
+    _curve: Curve | None = field(default=None, repr=False)
+    _data: Array1D | None = field(default=None, repr=False)
+    _fitted: Array1D | None = field(default=None, repr=False)
+
+    def __post_init__(self) -> None:
+        left = self.n_points - self.n_free
+        object.__setattr__(self, "params", MappingProxyType(dict(self.params)))
+        object.__setattr__(self, "covariance", _frozen(self.covariance))
+        if math.isnan(self.reduced) and left > 0:
+            object.__setattr__(self, "reduced", float(self.chi_square / left))
+
+    def __reduce__(self) -> tuple[Callable[..., FitResult], tuple[dict[str, Any]]]:
+        state = {name: getattr(self, name) for name in self.__dataclass_fields__}
+        return _restored, ({**state, "params": dict(self.params)},)
+
+    @property
+    def values(self) -> dict[str, float]:
+        """The values of the parameters by name."""
+        return {name: parameter.value for name, parameter in self.params.items()}
+
+    def eval(self, where: Any = None) -> Any:
+        """The fitted curve.
+
+        On :attr:`axis` without an argument, as Array1D; on another Axis, with as many elements; where another
+        Array1D lies; at positions, as an ndarray of their shape. ValueError for a fit without a curve, such as
+        that of :func:`solve`.
+        """
+        if self._curve is None:
+            raise ValueError(f"a {self.kind} has no curve")
+        if where is None:
+            if self._fitted is not None:
+                return self._fitted.copy()
+            where = self._data
+        if isinstance(where, Axis):
+            where = Array1D(np.empty(self._sized().size), where)
+        if isinstance(where, Array1D):
+            return Array1D(self._curve(where.positions), where.axis, name=where.name, unit=where.unit)
+        at = np.asarray(where, dtype="f8")
+        return self._curve(at.ravel()).reshape(at.shape)[()]
+
+    @property
+    def residual(self) -> Array1D:
+        """What was fitted less the curve, on the axis of the data."""
+        data = self._sized()
+        return Array1D(data.values.astype("f8") - self.eval().values, data.axis, unit=data.unit)
+
+    def _sized(self) -> Array1D:
+        if self._data is None:
+            raise ValueError(f"a {self.kind} has no data on an axis")
+        return self._data
+
+    def _figures(self) -> list[tuple[str, str]]:
+        rows = [("fit", self.kind), ("result", self.message), ("weights", self.weights)]
+        rows.append(("points", f"{self.n_points}, {self.n_free} free parameters"))
+        rows.append(("chi-square", f"{self.chi_square:.6g}, reduced {self.reduced:.4g}"))
+        return rows
+
+    def _notes(self) -> list[str]:
+        return [f"{name}: {p.note}" for name, p in self.params.items() if p.note]
+
+    def report(self) -> str:
+        """The fit in words: how it ended, all parameters with errors, peaks, and why errors are missing."""
+        lines = [f"{name:12}{text}" for name, text in self._figures()]
+        width = max((len(name) for name in self.params), default=0)
+        lines += ["", *(f"  {name:{width}}  {parameter}" for name, parameter in self.params.items())]
+        if self.peaks:
+            lines += ["", "  peak" + " " * 12 + "position" + " " * 16 + "area"]
+            for peak in self.peaks:
+                position = _measured(peak.position, peak.position_error)
+                lines.append(f"  {peak.name:14}  {position:22}  {_measured(peak.area, peak.area_error)}")
+        notes = self._notes()
+        return "\n".join(lines + ([""] + [f"  {note}" for note in notes] if notes else []))
+
+    def __repr__(self) -> str:
+        named = ", ".join(f"{name}={parameter.value:.6g}" for name, parameter in list(self.params.items())[:6])
+        more = ", ..." if len(self.params) > 6 else ""
+        return f"<FitResult {self.kind}: {named}{more}; reduced chi-square {self.reduced:.4g}>"
+
+    def _repr_html_(self) -> str:
+        def table(head: tuple[str, ...], rows: list[tuple[str, ...]]) -> str:
+            cells = ["".join(f"<td>{html.escape(cell)}</td>" for cell in row) for row in rows]
+            top = "".join(f"<th>{html.escape(cell)}</th>" for cell in head)
+            body = "".join(f"<tr>{row}</tr>" for row in cells)
+            return f"<table>{f'<tr>{top}</tr>' if head else ''}{body}</table>"
+
+        parts = [table((), self._figures())]
+        parts.append(table(("parameter", "value"), [(name, str(p)) for name, p in self.params.items()]))
+        if self.peaks:
+            rows = [
+                (p.name, _measured(p.position, p.position_error), _measured(p.area, p.area_error)) for p in self.peaks
+            ]
+            parts.append(table(("peak", "position", "area"), rows))
+        parts += [f"<p>{html.escape(note)}</p>" for note in self._notes()]
+        return "".join(parts)
+
+
+def _restored(state: dict[str, Any]) -> FitResult:
+    return FitResult(**state)

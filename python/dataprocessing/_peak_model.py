@@ -1,0 +1,199 @@
+"""Models of peaks over a background."""
+
+from __future__ import annotations
+
+import math
+from collections import Counter
+from collections.abc import Sequence
+from dataclasses import dataclass
+from typing import Any, NamedTuple
+
+import numpy as np
+
+from dataprocessing import _core
+from dataprocessing._core import Array1D, Shape
+
+__all__ = ["ModelPeak", "PeakModel"]
+
+_SHAPES = {
+    "gaussian": Shape.GAUSSIAN,
+    "lorentzian": Shape.LORENTZIAN,
+    "pseudo-voigt": Shape.PSEUDO_VOIGT,
+    "voigt": Shape.VOIGT,
+    "tailed-gaussian": Shape.TAILED_GAUSSIAN,
+}
+_FULL_WIDTHS = {"gaussian": 2 * math.sqrt(2 * math.log(2)), "lorentzian": 2.0, "pseudo-voigt": 2.0}
+
+
+class ModelPeak(NamedTuple):
+    """The names of a peak's parameters in its model and its results; ``extra`` is None where it has none."""
+
+    position: str
+    height: str
+    width: str
+    extra: str | None
+
+
+@dataclass(frozen=True)
+class _Evaluated:
+    model: PeakModel
+    parameters: tuple[float, ...]
+
+    def __call__(self, x: np.ndarray) -> np.ndarray:
+        return self.model.eval(x, self.parameters)
+
+
+class PeakModel:
+    """Peaks and backgrounds, what their parameters start from, and what a fit may do with them.
+
+    Everything that is added answers with the names of its parameters, by which they are fixed, bounded, tied and
+    found in results. All are free at first. Positions and widths are in units of the axis, heights in those of the
+    values. A model can be pickled and copied.
+
+    Shapes, with z = (x - position) / width: "gaussian" exp(-z^2 / 2), "lorentzian" 1 / (1 + z^2), "pseudo-voigt"
+    (1 - m) 2^(-z^2) + m / (1 + z^2) with extra m, "voigt", a Gaussian convolved with a Lorentzian of half width extra,
+    "tailed-gaussian", a Gaussian convolved with an exponential of length extra. ProgramError for a start that is not
+    finite, a width that is not positive.
+
+        >>> import dataprocessing as dp
+        >>> model = dp.fitting.PeakModel()
+        >>> alpha = model.peak("gaussian", 6.40, 900, 0.06, name="Ka")
+        >>> beta = model.peak("gaussian", 7.06, 150, 0.06, name="Kb")
+        >>> model.tie(beta.width, alpha.width)
+        >>> model.polynomial([20, 0])
+        ('coefficient 0', 'coefficient 1')
+        >>> model.names[0], beta.width
+        ('position of Ka', 'width of Kb')
+    """
+
+    def __init__(self) -> None:
+        self._core = _core.pkmd_cModel()
+        self._calls: list[tuple[str, tuple[Any, ...]]] = []
+        self.peak_names: list[str] = []
+        self._shapes: list[str] = []
+
+    def _call(self, method: str, *arguments: Any) -> Any:
+        answer = getattr(self._core, method)(*arguments)
+        self._calls.append((method, arguments))
+        return answer
+
+    @property
+    def names(self) -> list[str]:
+        """The names of all parameters, in their order; those of a second polynomial end in " (2)"."""
+        met: Counter[str] = Counter()
+        names = []
+        for i in range(self._core.parameter_count()):
+            text: str = self._core.name(i)
+            head, mark, number = text.rpartition(" of peak ")
+            if mark:
+                text = f"{head} of {self.peak_names[int(number)]}"
+            met[text] += 1
+            names.append(text if met[text] == 1 else f"{text} ({met[text]})")
+        return names
+
+    def _number(self, name: str) -> int:
+        names = self.names
+        if name not in names:
+            raise ValueError(f"no parameter is called {name!r}; there are {', '.join(names)}")
+        return names.index(name)
+
+    def peak(
+        self, shape: str, position: float, height: float, width: float, extra: float = 0.0, name: str = ""
+    ) -> ModelPeak:
+        """Adds a peak; ``name`` is that in results, "peak 1" and so on without one."""
+        if shape not in _SHAPES:
+            raise ValueError(f"shape is one of {', '.join(map(repr, _SHAPES))}, not {shape!r}")
+        label = name or f"peak {len(self.peak_names) + 1}"
+        if label in self.peak_names:
+            raise ValueError(f"there is a peak called {label!r} already")
+        peak = self._call("add_peak", _SHAPES[shape], position, height, width, extra)
+        self.peak_names.append(label)
+        self._shapes.append(shape)
+        names = self.names[self._core.position(peak) :]
+        return ModelPeak(names[0], names[1], names[2], names[3] if len(names) > 3 else None)
+
+    def _added(self, method: str, *arguments: Any) -> tuple[str, ...]:
+        first = self._call(method, *arguments)
+        return tuple(self.names[first:])
+
+    def polynomial(self, start: Sequence[float], reference: float = 0.0, scale: float = 1.0) -> tuple[str, ...]:
+        """Adds ``sum of c[j] ((x - reference) / scale)^j``."""
+        return self._added("add_polynomial", [float(c) for c in start], reference, scale)
+
+    def power_law(self, amplitude: float, exponent: float, reference: float) -> tuple[str, ...]:
+        """Adds ``amplitude (x / reference)^exponent``; positions have to be positive."""
+        return self._added("add_power_law", amplitude, exponent, reference)
+
+    def exponential(self, amplitude: float, rate: float, reference: float = 0.0) -> tuple[str, ...]:
+        """Adds ``amplitude exp(rate (x - reference))``."""
+        return self._added("add_exponential", amplitude, rate, reference)
+
+    def curve(self, curve: Array1D, factor: float = 1.0) -> tuple[str, ...]:
+        """Adds ``factor`` times a curve that is given element by element, as many as the spectrum has."""
+        return self._added("add_curve", curve.copy(), factor)
+
+    def width_law(self, width: float, slope: float, reference: float) -> tuple[str, ...]:
+        """Makes the widths of all peaks so far follow ``width^2 + slope (x - reference)``, squared."""
+        return self._added("set_width_law", width, slope, reference)
+
+    def start(self, name: str, value: float) -> None:
+        """Sets what a fit starts from."""
+        self._call("set_start", self._number(name), value)
+
+    def free(self, *names: str) -> None:
+        """Makes parameters free, as they are at first."""
+        for name in names:
+            self._call("free", self._number(name))
+
+    def fix(self, *names: str) -> None:
+        """Keeps parameters at their starts."""
+        for name in names:
+            self._call("fix", self._number(name))
+
+    def bound(self, name: str, lower: float = -math.inf, upper: float = math.inf) -> None:
+        """Keeps a parameter in [lower, upper]."""
+        self._call("bound", self._number(name), lower, upper)
+
+    def tie(self, name: str, to: str, factor: float = 1.0, offset: float = 0.0) -> None:
+        """Makes a parameter ``factor`` times another one, plus ``offset``."""
+        self._call("tie", self._number(name), self._number(to), factor, offset)
+
+    @property
+    def starts(self) -> dict[str, float]:
+        """What a fit starts from, by name."""
+        return dict(zip(self.names, map(float, self._core.starts())))
+
+    def eval(self, x: Any, parameters: Sequence[float] | None = None, background: bool = False) -> np.ndarray:
+        """The model at positions ``x``, for these parameters or those that it starts from.
+
+        ``background`` leaves the peaks out. Curves given element by element are left out.
+        """
+        at = np.asarray(x, dtype="f8")
+        p = self._core.starts() if parameters is None else np.asarray(parameters, dtype="f8")
+        return np.asarray(self._core.values(p, at.ravel(), background)).reshape(at.shape)
+
+    def _fwhm(self, peak: int, width: float) -> float:
+        return _FULL_WIDTHS.get(self._shapes[peak], math.nan) * width
+
+    def _curve(self, parameters: tuple[float, ...]) -> _Evaluated:
+        return _Evaluated(self.copy(), parameters)
+
+    def copy(self) -> PeakModel:
+        """An independent copy."""
+        return _replayed(list(self._calls), list(self.peak_names), list(self._shapes))
+
+    __copy__ = copy
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return _replayed, (self._calls, self.peak_names, self._shapes)
+
+    def __repr__(self) -> str:
+        return f"<PeakModel of {len(self.peak_names)} peaks, {self._core.parameter_count()} parameters>"
+
+
+def _replayed(calls: list[tuple[str, tuple[Any, ...]]], peak_names: list[str], shapes: list[str]) -> PeakModel:
+    model = PeakModel()
+    for method, arguments in calls:
+        model._call(method, *arguments)
+    model.peak_names, model._shapes = list(peak_names), list(shapes)
+    return model

@@ -1,0 +1,539 @@
+"""Fits: what comes out, what is refused, what never changes."""
+
+import copy
+import gc
+import math
+import pickle
+import weakref
+
+import dataprocessing as dp
+import numpy as np
+import pytest
+from dataprocessing import _core
+from dataprocessing.fitting import Gaussian, PeakModel, Selection, Window
+
+AXIS = dp.Axis(5.0, 0.01, name="energy", unit="keV")
+
+
+def gaussian(x, height, position, width):
+    return height * np.exp(-((x - position) ** 2) / (2 * width**2))
+
+
+def spectrum(seed=1, n=400):
+    x = AXIS.positions(n)
+    rng = np.random.default_rng(seed)
+    return dp.Array1D(rng.poisson(gaussian(x, 900, 6.4, 0.06) + gaussian(x, 150, 7.06, 0.06) + 20), AXIS, unit="counts")
+
+
+class TestPolynomial:
+    @pytest.mark.parametrize("order", [0, 1, 2, 3])
+    @pytest.mark.parametrize("about", ["middle", "zero"])
+    def test_against_numpy(self, order, about):
+        rng = np.random.default_rng(order)
+        x = np.linspace(1.0, 2.0, 50, endpoint=False)
+        y = rng.normal(size=50)
+        fit = dp.fitting.polynomial(dp.Array1D(y, dp.Axis(1.0, 0.02)), order=order, about=about)
+        expected = np.polynomial.Polynomial.fit(x, y, order)
+        assert fit.eval(x) == pytest.approx(expected(x), abs=1e-12)
+        assert fit.chi_square == pytest.approx(((expected(x) - y) ** 2).sum(), rel=1e-12)
+        assert fit.n_points == 50 and fit.n_free == order + 1
+        assert fit.reduced == pytest.approx(fit.chi_square / (49 - order), rel=1e-12)
+        matrix = np.vander(x - fit.values.get("offset", 0.0), order + 1, increasing=True)
+        covariance = np.linalg.inv(matrix.T @ matrix) * fit.reduced
+        size = order + 1
+        assert fit.covariance[:size, :size] == pytest.approx(covariance, rel=1e-6)
+        errors = [fit.params[f"c{j}"].stderr for j in range(size)]
+        assert errors == pytest.approx(np.sqrt(np.diag(covariance)), rel=1e-6)
+
+    def test_takes_the_ranges_alone(self):
+        y = np.arange(100.0)
+        y[30:60] = 1e6
+        fit = dp.fitting.polynomial(dp.Array1D(y, dp.Axis(0, 0.1)), Selection([(0.0, 3.0), dp.Range(6.0, 10.0)]))
+        assert fit.params["c1"].value == pytest.approx(10) and fit.n_points == 70
+        assert fit.residual.values[:30] == pytest.approx(np.zeros(30), abs=1e-9)
+        one = dp.fitting.polynomial(dp.Array1D(y, dp.Axis(0, 0.1)), (0.0, 3.0))
+        assert one.n_points == 30
+
+    def test_deviations_weigh(self):
+        y = np.array([1.0, 2.0, 3.0, 99.0])
+        fit = dp.fitting.polynomial(dp.Array1D(y), deviations=[1, 1, 1, 1e9])
+        assert fit.eval(2.0) == pytest.approx(3.0) and fit.weights == "1 / deviation^2"
+        counts = dp.fitting.polynomial(dp.Array1D([4, 9, 16]), order=0, deviations="counts")
+        weights = 1 / np.array([4, 9, 16])
+        assert counts.values["c0"] == pytest.approx(3 / weights.sum())
+        assert counts.params["c0"].stderr == pytest.approx(weights.sum() ** -0.5)
+
+    def test_refusals(self):
+        a = dp.Array1D([1.0, 2.0, 3.0])
+        with pytest.raises(dp.FitError):
+            dp.fitting.polynomial(a, order=3)
+        with pytest.raises(dp.SingularFitError):
+            dp.fitting.polynomial(dp.Array1D(np.arange(20.0), dp.Axis(1e6, 1e-3)), order=2, about="zero")
+        with pytest.raises(dp.FitError) as caught:
+            dp.fitting.polynomial(a, deviations=[1, 1, -1])
+        assert (caught.value.unit, caught.value.line) == ("poly_fit", 2)
+        with pytest.raises(dp.ProgramError):
+            dp.fitting.polynomial(a, order=-1)
+        with pytest.raises(TypeError, match="Array1D"):
+            dp.fitting.polynomial([1, 2, 3])
+        with pytest.raises(TypeError, match="real"):
+            dp.fitting.polynomial(dp.Array1D([1j, 2, 3]))
+        with pytest.raises(ValueError, match="about"):
+            dp.fitting.polynomial(a, about="end")
+
+    def test_errors_without_freedom_are_missing_with_a_reason(self):
+        fit = dp.fitting.polynomial(dp.Array1D([1.0, 2.0]))
+        assert math.isnan(fit.params["c1"].stderr) and math.isnan(fit.reduced)
+        assert "scatter" in fit.report() and "scatter" in fit._repr_html_()
+
+
+class TestPowerLaw:
+    def test_finds_exponent_and_factor(self):
+        axis = dp.Axis(1.0, 0.1)
+        fit = dp.fitting.power_law(dp.Array1D(5 * axis.positions(50) ** -2.5, axis))
+        assert fit.values == {"c0": pytest.approx(math.log(5)), "c1": pytest.approx(-2.5)}
+        assert fit.eval([1.0, 4.0]) == pytest.approx([5, 5 / 32]) and fit.eval(-1.0) == 0
+
+    def test_without_positive_points_is_singular(self):
+        with pytest.raises(dp.SingularFitError):
+            dp.fitting.power_law(dp.Array1D(np.zeros(10), dp.Axis(1.0)))
+
+    def test_windows(self):
+        axis = dp.Axis(2.0, 0.01, unit="keV")
+        counts = 900 * axis.positions(400) ** -2.0
+        counts[150:160] += 30
+        counts[250:260] += 10
+        a = dp.Array1D(counts, axis)
+        windows = [Window(4.55, 0.1, 0.5, -0.1, 0.2, name="second"), Window(3.55, 0.1, 0.8, -0.1, 0.2, name="first")]
+        fit = dp.fitting.windowed_power_law(a, windows)
+        assert [p.name for p in fit.peaks] == ["first", "second"]
+        assert [p.area for p in fit.peaks] == pytest.approx([3.0, 1.0])
+        assert all(p.area_error > 0 for p in fit.peaks)
+        assert fit.params["c1 of first"].value == pytest.approx(-2)
+        assert fit.residual.values[150] == pytest.approx(30) and fit.residual.values[0] == counts[0]
+        assert fit.eval(axis.positions(400)[150]) == pytest.approx(counts[150] - 30)
+
+
+class TestGaussians:
+    def made(self, offset=5.0, delta=0.01):
+        x = 5.0 + 0.01 * np.arange(500)
+        width = 0.15 / (2 * math.sqrt(math.log(2)))
+        wide = math.sqrt(0.15**2 + 0.0023 * 2) / (2 * math.sqrt(math.log(2)))
+        y = 500 * np.exp(-(((x - 6.4) / width) ** 2)) + 100 * np.exp(-(((x - 8.4) / wide) ** 2))
+        return dp.Array1D(y, dp.Axis(offset, delta, unit="keV"))
+
+    def test_amplitudes_and_areas(self):
+        a = self.made()
+        lines = [Gaussian(6.4, 400, "Fe"), Gaussian(8.4, 80, "Zn")]
+        fit = dp.fitting.gaussians(a, lines, (6.4, 0.15, 0.0023), [(6.0, 6.8), (8.0, 8.8)])
+        assert [p.height for p in fit.peaks] == pytest.approx([500, 100], rel=1e-6)
+        assert fit.peaks[0].area == pytest.approx(500 * fit.peaks[0].width * math.sqrt(math.pi))
+        assert fit.n_free == 2 and fit.success and "optimum" in fit.message or "lowers" in fit.message
+        assert np.abs(fit.residual.values).max() < 1e-2
+
+    def test_calibration_and_resolution_come_out_and_inputs_stay(self):
+        a = self.made(5.01, 0.00999)
+        before = a.copy()
+        lines = [Gaussian(6.4, 400, "Fe"), Gaussian(8.4, 80, "Zn")]
+        fit = dp.fitting.gaussians(a, lines, (6.4, 0.16, 0.0023), [(6.0, 6.8), (8.0, 8.8)], ("calibration", "resolution"))
+        assert fit.axis.position(0) == pytest.approx(5.0, abs=1e-6) and fit.axis.delta == pytest.approx(0.01, rel=1e-6)
+        assert fit.axis.unit == "keV" and fit.params["fwhm"].value == pytest.approx(0.15, rel=1e-5)
+        assert fit.params["delta"].vary and fit.params["delta"].stderr > 0
+        assert a.identical(before) and lines[0].amplitude == 400
+
+    def test_tied_amplitudes_keep_their_ratio(self):
+        fit = dp.fitting.gaussians(
+            self.made(), [Gaussian(6.4, 400, "Fe"), Gaussian(8.4, 100, "Zn", of="Fe")], (6.4, 0.15, 0.0023)
+        )
+        tied = fit.params["amplitude of Zn"]
+        assert not tied.vary and tied.ref == "amplitude of Fe"
+        assert tied.value == pytest.approx(fit.params["amplitude of Fe"].value / 4)
+        assert tied.stderr == pytest.approx(fit.params["amplitude of Fe"].stderr / 4)
+
+    def test_refusals(self):
+        a = self.made()
+        with pytest.raises(dp.FitError):
+            dp.fitting.gaussians(a * math.nan, [Gaussian(6.4)], (6.4, 0.15, 0.0023))
+        with pytest.raises(dp.FitError, match="keV|resolution"):
+            dp.fitting.gaussians(a, [Gaussian(5.0)], (6.4, 0.15))
+        with pytest.raises(dp.SingularFitError):
+            dp.fitting.gaussians(a, [Gaussian(6.4, 1, "a"), Gaussian(6.4, 1, "b")], (6.4, 0.15, 0.0023))
+        with pytest.raises(ValueError, match="same name"):
+            dp.fitting.gaussians(a, [Gaussian(6.4, 1, "a"), Gaussian(7.4, 1, "a")], (6.4, 0.15, 0.0023))
+        with pytest.raises(ValueError, match="called"):
+            dp.fitting.gaussians(a, [Gaussian(6.4, of="b")], (6.4, 0.15, 0.0023))
+
+
+class TestPeaks:
+    def model(self):
+        model = PeakModel()
+        alpha = model.peak("gaussian", 6.38, 700, 0.05, name="Ka")
+        beta = model.peak("gaussian", 7.04, 100, 0.05, name="Kb")
+        model.tie(beta.width, alpha.width)
+        model.polynomial([10, 0], 7.0, 2.0)
+        return model, alpha, beta
+
+    def test_areas_within_errors(self):
+        model, alpha, beta = self.model()
+        fit = dp.fitting.peaks(spectrum(), model)
+        true = np.array([900, 150]) * 0.06 * math.sqrt(2 * math.pi)
+        for peak, area in zip(fit.peaks, true):
+            assert abs(peak.area - area) < 4 * peak.area_error
+        assert fit.params[beta.width].ref == alpha.width
+        assert 0.7 < fit.reduced < 1.3 and fit.n_points == 400 and fit.n_free == 7
+        assert fit.peaks[0].fwhm == pytest.approx(2.3548 * fit.peaks[0].width, rel=1e-4)
+        assert fit.residual.values.mean() == pytest.approx(0, abs=1)
+
+    def test_the_model_does_not_change_and_can_be_copied_and_pickled(self):
+        model, alpha, _ = self.model()
+        starts = model.starts
+        dp.fitting.peaks(spectrum(), model)
+        assert model.starts == starts
+        for made in (copy.copy(model), pickle.loads(pickle.dumps(model))):
+            assert made.starts == starts and made.names == model.names
+            made.start(alpha.height, 5)
+            assert model.starts == starts
+
+    def test_fixed_bounded_and_least_squares(self):
+        model, alpha, _ = self.model()
+        model.fix(alpha.position)
+        model.bound(alpha.height, 0, 500)
+        fit = dp.fitting.peaks(spectrum(), model, over=(6.0, 7.5), objective="least-squares")
+        assert fit.params[alpha.position].value == 6.38 and not fit.params[alpha.position].vary
+        assert fit.params[alpha.height].value == 500 and "bound" in fit.report()
+        assert fit.n_points == 151
+
+    def test_several_backgrounds_have_names_of_their_own(self):
+        model = PeakModel()
+        first, second = model.polynomial([1.0]), model.polynomial([2.0], 5.0)
+        assert first != second and list(model.starts.values()) == [1, 2]
+        assert model.power_law(1, -2, 5) == ("amplitude of the power law", "exponent of the power law")
+        with pytest.raises(ValueError, match="called"):
+            model.fix("nothing")
+        with pytest.raises(dp.ProgramError):
+            model.peak("gaussian", 1, 1, -1)
+        with pytest.raises(ValueError, match="shape"):
+            model.peak("round", 1, 1, 1)
+
+    def test_counts_are_not_negative(self):
+        with pytest.raises(dp.ProgramError):
+            dp.fitting.peaks(dp.Array1D([-1.0, 2, 3, 4, 5, 6, 7]), self.model()[0])
+
+    def test_the_report_of_the_library_is_at_hand(self):
+        model = self.model()[0]
+        assert "area" in str(_core.pkmd_fit(model._core, spectrum()))
+
+
+def decay(t, height, life):
+    return height * np.exp(-t / life)
+
+
+class TestCurve:
+    t = np.linspace(0, 5, 60)
+
+    def test_finds_what_made_the_points(self):
+        fit = dp.fitting.curve(decay, (self.t, decay(self.t, 900, 1.5)), (500, 1))
+        assert fit.values == {"height": pytest.approx(900), "life": pytest.approx(1.5)}
+        assert fit.success and fit.eval(1.5) == pytest.approx(900 / math.e)
+
+    def test_agrees_with_the_normal_equations(self):
+        rng = np.random.default_rng(4)
+        sigma = rng.uniform(0.5, 2, 60)
+        y = decay(self.t, 90, 1.5) + sigma * rng.normal(size=60)
+        fit = dp.fitting.curve(decay, (self.t, y), {"height": 50, "life": 1}, deviations=sigma)
+        height, life = fit.values.values()
+        jacobian = np.stack([np.exp(-self.t / life), height * self.t / life**2 * np.exp(-self.t / life)]) / sigma
+        covariance = np.linalg.inv(jacobian @ jacobian.T)
+        assert fit.covariance == pytest.approx(covariance, rel=1e-6)
+        gradient = jacobian @ ((y - decay(self.t, height, life)) / sigma)
+        assert np.abs(gradient / np.sqrt(np.diag(covariance)) * covariance.diagonal()).max() < 1e-5
+
+    def test_derivatives_of_ones_own(self):
+        def rows(t, height, life):
+            return np.stack([np.exp(-t / life), height * t / life**2 * np.exp(-t / life)])
+
+        exact = dp.fitting.curve(decay, (self.t, decay(self.t, 900, 1.5)), (500, 1), derivatives=rows)
+        assert exact.values["life"] == pytest.approx(1.5, rel=1e-12)
+        with pytest.raises(ValueError, match="row of"):
+            dp.fitting.curve(decay, (self.t, self.t), (1, 1), derivatives=lambda t, h, l: rows(t, h, l).T)
+
+    def test_bounds_ties_and_fixed(self):
+        def two(t, a, b, c):
+            return a * np.exp(-t) + b * np.exp(-t / 3) + c
+
+        y = two(self.t, 4, 2, 1)
+        fit = dp.fitting.curve(two, (self.t, y), (1, 1, 1), ties={"b": ("a", 0.5)}, fixed=["c"])
+        assert fit.values == {"a": pytest.approx(4), "b": pytest.approx(2), "c": 1}
+        assert fit.params["b"].ref == "a" and not fit.params["c"].vary and fit.n_free == 1
+        held = dp.fitting.curve(two, (self.t, y), (1, 1, 1), bounds={"a": (0, 3)})
+        assert held.values["a"] == 3 and held.params["a"].note == "a bound holds it"
+        with pytest.raises(ValueError, match="called"):
+            dp.fitting.curve(two, (self.t, y), (1, 1, 1), fixed=["d"])
+
+    def test_likelihood(self):
+        counts = np.random.default_rng(3).poisson(decay(self.t, 9, 1.5) + 2)
+        fit = dp.fitting.curve(
+            lambda t, h, l, b: h * np.exp(-t / l) + b, (self.t, counts), (5, 1, 1), objective="likelihood",
+            bounds={"b": (1e-3, 10)},
+        )  # fmt: skip
+        assert fit.eval(self.t).sum() == pytest.approx(counts.sum(), rel=1e-6)
+
+    def test_over_an_array(self):
+        axis = dp.Axis(0.0, 0.1)
+        a = dp.Array1D(decay(axis.positions(60), 900, 1.5), axis, unit="counts")
+        fit = dp.fitting.curve(decay, a, (500, 1), ranges=[(0, 2), (3, 6)])
+        assert fit.n_points == 50 and np.abs(fit.residual.values).max() < 1e-6
+        assert fit.eval().axis == axis and fit.eval(dp.Axis(1.0, 1.0)).values[0] == pytest.approx(900 * math.exp(-1 / 1.5))
+
+    def test_undetermined_parameters_have_no_error(self):
+        fit = dp.fitting.curve(lambda t, a, b: (a + b) * t, (self.t, self.t), (1.0, 1.0))
+        assert all(math.isnan(p.stderr) and "determine" in p.note for p in fit.params.values())
+
+    def test_what_the_model_raises_comes_through(self):
+        class OfMine(Exception):
+            pass
+
+        def broken(*arguments):
+            raise OfMine("here")
+
+        with pytest.raises(OfMine, match="here"):
+            dp.fitting.curve(broken, (self.t, self.t), {"a": 1.0})
+        with pytest.raises(ValueError, match="values for 60 points"):
+            dp.fitting.curve(lambda t, a: t[:3], (self.t, self.t), (1.0,))
+        with pytest.raises(OfMine):
+            dp.fitting.curve(decay, (self.t, self.t), (1.0, 1.0), observer=broken)
+
+    def test_failure_has_the_state(self):
+        with pytest.raises(dp.FitError) as caught:
+            dp.fitting.curve(lambda t, a: 0 * t + math.nan * a, (self.t, self.t), (1.0,))
+        assert not caught.value.result.success
+        with pytest.raises(dp.FitError):
+            dp.fitting.curve(decay, (self.t, decay(self.t, 900, 1.5)), (5, 1), most_evaluations=1)
+        with pytest.raises(ValueError, match="finite"):
+            dp.fitting.curve(decay, ([0.0, math.nan], [1.0, 2.0]), (1, 1))
+
+    def test_observer_ends_the_fit(self):
+        seen = []
+
+        def watch(iteration, chi_square, parameters):
+            seen.append((iteration, chi_square, parameters.copy()))
+            return iteration == 2
+
+        fit = dp.fitting.curve(decay, (self.t, decay(self.t, 900, 1.5)), (5, 1), observer=watch)
+        assert [s[0] for s in seen] == [1, 2] and not fit.success and seen[1][1] < seen[0][1]
+
+    def test_models_are_asked_once_for_all_points(self):
+        asked = []
+
+        def model(t, a):
+            asked.append(t.size)
+            return a * t
+
+        t = np.linspace(0, 1, 1000)
+        fit = dp.fitting.curve(model, (t, 2 * t), (1.0,))
+        assert set(asked) == {1000} and len(asked) < 40 and fit.values["a"] == pytest.approx(2)
+
+    def test_same_steps_as_a_function_of_one_point(self):
+        y = decay(self.t, 900, 1.5) + np.sin(40 * self.t)
+        check = _core.nlsq_check_derivatives(lambda t, p: decay(t, *p), None, self.t, [900.0, 1.5])
+        assert check[0] < 1e-8
+        linear = _core.nlsq_fit_linear(lambda t, p: p[0] + p[1] * t, self.t, y, 2)
+        assert linear.parameters == pytest.approx(np.polynomial.polynomial.polyfit(self.t, y, 1))
+
+
+class TestSolve:
+    def test_against_numpy(self):
+        rng = np.random.default_rng(5)
+        a, b = rng.normal(size=(20, 4)), rng.normal(size=20)
+        fit = dp.fitting.solve(a, b)
+        x, residuals, rank, _ = np.linalg.lstsq(a, b, rcond=None)
+        assert list(fit.values.values()) == pytest.approx(x) and fit.chi_square == pytest.approx(residuals[0])
+        assert fit.covariance == pytest.approx(np.linalg.inv(a.T @ a) * residuals[0] / 16)
+        with pytest.raises(ValueError, match="curve"):
+            fit.eval(1.0)
+
+    def test_refusals(self):
+        with pytest.raises(dp.SizeError):
+            dp.fitting.solve(np.ones((2, 3)), np.ones(2))
+        with pytest.raises(dp.SizeError):
+            dp.fitting.solve(np.ones((3, 2)), np.ones(2))
+        with pytest.raises(ValueError):
+            dp.fitting.solve(np.ones(3), np.ones(3))
+
+
+class TestResult:
+    def fits(self):
+        x = AXIS.positions(400)
+        yield dp.fitting.polynomial(spectrum())
+        yield dp.fitting.power_law(spectrum())
+        yield dp.fitting.windowed_power_law(spectrum(), [Window(6.4, 0.3, 0.5, -0.2, 0.4)])
+        yield dp.fitting.gaussians(spectrum() + 0.0, [Gaussian(6.4, 800)], (6.4, 0.15, 0.0023), (6.2, 6.6))
+        yield dp.fitting.curve(decay, (x, decay(x, 90, 1.5)), (5, 1))
+        yield dp.fitting.solve(np.eye(3), [1, 2, 3])
+        yield dp.fitting.peaks(spectrum(), TestPeaks().model()[0])
+
+    def test_never_changes(self):
+        for fit in self.fits():
+            with pytest.raises(AttributeError):
+                fit.chi_square = 0
+            with pytest.raises(TypeError):
+                fit.params["new"] = 1
+            with pytest.raises(ValueError):
+                fit.covariance[0, 0] = 1
+            if fit._fitted is not None:
+                fit.eval().values[:] = 0
+                assert fit.eval().values.any()
+
+    def test_is_pickled(self):
+        for fit in self.fits():
+            again = pickle.loads(pickle.dumps(fit))
+            assert again.values == fit.values and again.report() == fit.report()
+            assert again.covariance.tobytes() == fit.covariance.tobytes()
+            if fit._curve is not None:
+                assert np.array_equal(again.eval([5.5, 6.4]), fit.eval([5.5, 6.4]))
+
+    def test_is_told(self):
+        for fit in self.fits():
+            report = fit.report()
+            assert all(name in report for name in fit.params) and fit.kind in repr(fit)
+            assert "<table>" in fit._repr_html_() and all(name in fit._repr_html_() for name in fit.params)
+
+    def test_curves_elsewhere_agree_with_those_of_the_library(self):
+        for fit in self.fits():
+            if fit._fitted is not None and "window" not in fit.kind:
+                assert fit.eval(fit.axis.positions(400)) == pytest.approx(fit.eval().values, rel=1e-10)
+
+    def test_shape_of_positions_is_kept(self):
+        fit = dp.fitting.polynomial(spectrum())
+        assert np.shape(fit.eval(6.0)) == () and fit.eval(np.zeros((2, 3))).shape == (2, 3)
+        assert fit.eval(spectrum()).identical(fit.eval(spectrum()))
+
+
+class TestSelection:
+    def test_hears_of_its_ranges_once(self):
+        window = dp.Range(1, 2)
+        selection = Selection([window, (3, 4)])
+        heard = []
+        subscription = selection.on_change(lambda s: heard.append(len(s)))
+        window.end = 5
+        selection.add((7, 8))
+        selection.add(window)
+        selection.remove(window)
+        window.end = 6
+        selection.clear()
+        assert heard == [2, 3, 2, 0]
+        subscription.cancel()
+        selection.add((1, 2))
+        assert len(heard) == 4
+
+    def test_what_listens_is_collected(self):
+        window = dp.Range(1, 2)
+        selection = Selection([window])
+        reference = weakref.ref(selection)
+        selection.on_change(lambda s, own=selection: None)
+        del selection
+        gc.collect()
+        assert reference() is None and window._functions == []
+
+    def test_errors_of_listeners_come_through(self):
+        selection = Selection()
+        selection.on_change(lambda s: 1 / 0)
+        with pytest.raises(ZeroDivisionError):
+            selection.add((1, 2))
+        assert len(selection) == 1
+
+
+class TestMessages:
+    def test_ranges_and_selections_tell_receivers(self):
+        heard = []
+        receiver = _core.mesg_cReceiver(heard.append)
+        selection = _core.dasl_c1DDataArraySelection()
+        selection.add_receiver(receiver)
+        window = _core.rnge_c1DRange(1, 2)
+        selection.add_range(window)
+        window.end = 3
+        window.end = 3
+        assert heard == [_core.dasl_selection_changed] * 2 and selection.total_range().end == 3
+        line = _core.plft_c1DPolyFittingFunction(1, selection)
+        line.add_receiver(receiver)
+        window.set(0, 1)
+        assert sorted(heard[2:]) == sorted([_core.dasl_selection_changed, _core.ftfn_function_changed])
+        del line
+        assert heard[4:] == [_core.mesg_sender_destroyed]
+
+    def test_a_function_keeps_what_it_refers_to(self):
+        selection = _core.dasl_c1DDataArraySelection()
+        selection.add_range(_core.rnge_c1DRange(0, 100))
+        line = _core.plft_c1DPolyFittingFunction(1, selection)
+        del selection
+        gc.collect()
+        line.refit(dp.Array1D(np.arange(100.0)))
+        assert line.coefficients() == pytest.approx([0, 1], abs=1e-9)
+
+    def test_cycles_through_callbacks_are_collected(self):
+        class Owner:
+            pass
+
+        owner = Owner()
+        owner.range = _core.rnge_c1DRange(1, 2)
+        owner.receiver = _core.mesg_cReceiver(lambda id, owner=owner: None)
+        owner.range.add_receiver(owner.receiver)
+        reference = weakref.ref(owner)
+        del owner
+        gc.collect()
+        assert reference() is None
+
+    def test_what_a_callback_raises_comes_through(self):
+        def broken(id):
+            raise KeyError("mine")
+
+        window = _core.rnge_c1DRange(1, 2)
+        receiver = _core.mesg_cReceiver(broken)
+        window.add_receiver(receiver)
+        with pytest.raises(KeyError):
+            window.end = 5
+        assert window.end == 5
+        receiver.leave_all()
+        window.end = 6
+
+
+class TestStreams:
+    def test_text_goes_through(self):
+        out = _core.tgio_cASCII_ostream()
+        transform = _core.trns_cCoordTransformation(100.0, 0.1)
+        assert out.write(True, "Yes") and out.write(7, "Count") and out.write(0.1, "Step")
+        assert out.write("a \"quoted\" word", "Text") and out.write(transform, "Axis")
+        read = _core.tgio_cASCII_istream(out.content())
+        assert read.next_field() and read.current_name() == "Yes" and read.read_bool() is True
+        assert read.read_int() == 7 and read.read_double() == 0.1 and read.read_text() == 'a "quoted" word'
+        again = _core.trns_cCoordTransformation()
+        assert read.read_object(again) and (again.offset, again.scale) == (100, 0.1)
+        assert not read.next_field() and read.read_int() is None
+
+    def test_bytes_go_through(self):
+        out = _core.tgio_cBinary_ostream()
+        assert out.write(-0.5, 300) and out.write("täg", 301)
+        read = _core.tgio_cBinary_istream(out.content())
+        assert read.next_field() and read.current_tag() == 300 and read.read_double() == -0.5
+        assert read.read_text() == "täg"
+
+    def test_damaged_bytes_are_refused(self):
+        for content in (b"\xff" * 40, b"{", b"", b"\x01\x00\xff\xff\xff\xff"):
+            for kind in (_core.tgio_cASCII_istream, _core.tgio_cBinary_istream):
+                assert kind(content).read_double() is None
+
+    def test_named_objects(self):
+        line = _core.plft_c1DPolyFittingFunction(1, _core.dasl_c1DDataArraySelection())
+        line.name = "straight"
+        assert line.name == "straight" and line.object_type[0] == "NamedObject"
+
+
+class TestTransforms:
+    def test_positions_in_the_plane(self):
+        x, y = _core.trns_cCoordTransformation(1.0, 2.0), _core.trns_cCoordTransformation(0.0, 10.0)
+        assert _core.trns_transform_from_base((3.0, 4.0), x, y) == (7, 40)
+        assert _core.trns_transform_to_base((7.0, 40.0), x, y) == (3, 4)
+        assert _core.trns_transform((7.0, 40.0), x, y, y, x) == (30, 9)
+        assert _core.trns_transform_from_base(3.0, x) == 7 and _core.trns_transform(7.0, x, y) == 30
+        rect = _core.trns_transform_from_base(_core.rnge_c2DRange(0, 0, 1, 2), x, y)
+        assert rect.corners[0] == (1, 0) and rect.corners[2] == (3, 20)
