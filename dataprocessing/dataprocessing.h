@@ -13,6 +13,7 @@
 #include "dataprocessing/base/comp.h"
 #include "dataprocessing/base/conv_mode.h"
 #include "dataprocessing/base/dtyp.h"
+#include "dataprocessing/base/dtyp_range.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/base/hndl.h"
 #include "dataprocessing/base/list.h"

@@ -94,10 +94,6 @@ inline constexpr bool isComplex = elementCode<T> >= dtyp_ComplexFloat;
 template<class T>
 concept dtyp_Element = (dataprocessing::detail::elementCode<T> != 0);
 
-/// Satisfied by the ten types and their constant versions: what a span of elements may be of.
-template<class T>
-concept dtyp_SpanElement = dtyp_Element<std::remove_const_t<T>>;
-
 /// The element type that stores a `T`.
 template<dtyp_Element T>
 constexpr dtyp_cDataType dtyp_Of() noexcept {

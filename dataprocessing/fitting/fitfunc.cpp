@@ -30,6 +30,12 @@ void ftfn_c1DFittingFunction::Load(arr_cC_Array<double>& values, const cal_c1DAr
     values.CopyIn(y.Data(), count, 0, 0);
 }
 
+darr_c1DArray ftfn_c1DFittingFunction::Curve(const cal_c1DArrayCal& cal, int count) const {
+    arr_cC_Array<double> values(count);
+    Load(values, cal);
+    return darr_c1DArray(values, cal);
+}
+
 void ftfn_c1DFittingFunction::LoadValues(arr_cC_Array<double>&, arr_cC_Array<double>&) const {}
 
 void ftfn_c1DFittingFunction::Refit(const darr_c1DArray& data) {

@@ -37,6 +37,11 @@ public:
     /// value the element is 0. Throws what LoadValues throws, and the index error when LoadValues
     /// gives a position outside of `values`; `values` is unchanged then.
     virtual void Load(arr_cC_Array<double>& values, const cal_c1DArrayCal& cal) const;
+    /// What Load gives for `count` elements, as an array of doubles on `cal`. Throws as Load, and
+    /// the size error for a negative count.
+    ///
+    ///     const darr_c1DArray net = spectrum - background.Curve(spectrum.Cal(), spectrum.Size());
+    darr_c1DArray Curve(const cal_c1DArrayCal& cal, int count) const;
     /// Evaluates the function: sets `y[i]` to its value at `x[i]`. A function that has no value at
     /// some positions shortens both arrays to those where it has. The base does nothing.
     virtual void LoadValues(arr_cC_Array<double>& x, arr_cC_Array<double>& y) const;

@@ -243,6 +243,22 @@ gsft_c1DGaussianFittingFunction::gsft_c1DGaussianFittingFunction(
     : ftfn_c1DFittingFunction(selection), peaks_(peaks), calibration_(calibration),
       fitCalibration_(fitCalibration), resolution_(resolution), fitResolution_(fitResolution) {}
 
+gsft_c1DGaussianFittingFunction::gsft_c1DGaussianFittingFunction(
+    dasl_c1DDataArraySelection& selection, list_cPtrList<gsft_cGaussian>& peaks,
+    cal_c1DArrayCal& calibration, bool fitCalibration, gsft_cResolution& resolution,
+    bool fitResolution)
+    : gsft_c1DGaussianFittingFunction(
+          selection, peaks, calibration, resolution,
+          std::make_shared<sTold>(sTold{fitCalibration, fitResolution})) {}
+
+gsft_c1DGaussianFittingFunction::gsft_c1DGaussianFittingFunction(
+    dasl_c1DDataArraySelection& selection, list_cPtrList<gsft_cGaussian>& peaks,
+    cal_c1DArrayCal& calibration, gsft_cResolution& resolution, std::shared_ptr<sTold> told)
+    : gsft_c1DGaussianFittingFunction(selection, peaks, calibration, told->fitCalibration,
+                                      resolution, told->fitResolution) {
+    told_ = std::move(told);
+}
+
 gsft_c1DGaussianFittingFunction::~gsft_c1DGaussianFittingFunction() = default;
 
 void gsft_c1DGaussianFittingFunction::LoadValues(arr_cC_Array<double>& x,

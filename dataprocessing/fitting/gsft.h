@@ -3,6 +3,7 @@
 /// @file
 /// Fits of Gaussian peaks to spectra.
 
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -184,6 +185,11 @@ public:
                                     list_cPtrList<gsft_cGaussian>& peaks,
                                     cal_c1DArrayCal& calibration, type_cBoolean& fitCalibration,
                                     gsft_cResolution& resolution, type_cBoolean& fitResolution);
+    /// The same, with what is fitted told once and for all.
+    gsft_c1DGaussianFittingFunction(dasl_c1DDataArraySelection& selection,
+                                    list_cPtrList<gsft_cGaussian>& peaks,
+                                    cal_c1DArrayCal& calibration, bool fitCalibration,
+                                    gsft_cResolution& resolution, bool fitResolution);
     /// A copy that refers to the same peaks, calibration and resolution, and hears nothing.
     gsft_c1DGaussianFittingFunction(const gsft_c1DGaussianFittingFunction& other) = default;
     ~gsft_c1DGaussianFittingFunction() override;
@@ -260,6 +266,16 @@ private:
         gsft_eEnd end = gsft_NotFitted;
     };
 
+    /// What is fitted, where that was told once: it is referred to, also by copies.
+    struct sTold {
+        type_cBoolean fitCalibration;
+        type_cBoolean fitResolution;
+    };
+    DATAPROCESSING_NO_EXPORT
+    gsft_c1DGaussianFittingFunction(dasl_c1DDataArraySelection& selection,
+                                    list_cPtrList<gsft_cGaussian>& peaks,
+                                    cal_c1DArrayCal& calibration, gsft_cResolution& resolution,
+                                    std::shared_ptr<sTold> told);
     DATAPROCESSING_NO_EXPORT void Fit(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y,
                                       gsft_eStop stop);
     std::vector<double> Parameters() const;
@@ -271,6 +287,7 @@ private:
     type_cBoolean& fitCalibration_;
     gsft_cResolution& resolution_;
     type_cBoolean& fitResolution_;
+    std::shared_ptr<sTold> told_;
     double chiSquared_ = 0;
     sQuality quality_;
 };

@@ -32,36 +32,36 @@
 /// @name Extremum
 /// The smallest or the largest element.
 /// @{
-DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c1DNumberArray& array, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c1DNumberArray& array, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c2DNumberArray& array, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c2DNumberArray& array, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c1DNumberArray& array, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c1DNumberArray& array, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c2DNumberArray& array, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c2DNumberArray& array, conv_eComplexConversion conversion = conv_RealPart);
 /// @}
 
 /// @name Extremum and its index
 /// The smallest or the largest element, and its index, or its column `x` and row `y`.
 /// @{
-DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion = conv_RealPart);
 /// @}
 
 /// @name Extremum and its position
 /// The smallest or the largest element, and its position in calibrated units: cal_cArrayCal::Position
 /// of its index.
 /// @{
-DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion = conv_RealPart);
 /// @}
 
 /// @name Both extrema
 /// Sets `min` and `max` in one pass; the same values as those of extr_Min and extr_Max.
 /// @{
-DATAPROCESSING_EXPORT void extr_MinMax(const parr_c1DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT void extr_MinMax(const parr_c2DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT void extr_MinMax(const parr_c1DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT void extr_MinMax(const parr_c2DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion = conv_RealPart);
 /// @}
 
 /// @name Extremum over a calibrated range
@@ -73,8 +73,8 @@ DATAPROCESSING_EXPORT void extr_MinMax(const parr_c2DNumberArray& array, pnum_cN
 /// Nothing is allocated, whatever the type of the array. Throws what Value and rnge_c1DIndexRange
 /// throw, too.
 /// @{
-DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion);
-DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation = darr_LinearInterpolation, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation = darr_LinearInterpolation, conv_eComplexConversion conversion = conv_RealPart);
 /// @}
 
 // clang-format on

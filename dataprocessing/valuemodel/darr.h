@@ -3,8 +3,7 @@
 /// @file
 /// Calibrated arrays: number arrays that know where they lie in calibrated space.
 
-#include <cstddef>
-#include <span>
+#include <initializer_list>
 #include <utility>
 
 #include "dataprocessing/base/arr.h"
@@ -42,11 +41,21 @@ public:
         : parr_c1DNumberArray(std::move(elements)), cal_(cal) {}
     /// A copy of the elements of `elements`, as doubles.
     darr_c1DArray(const arr_c1DNumberArray<double>& elements, const cal_c1DArrayCal& cal);
-    /// A copy of the elements of a span. Throws the size error for more than 2^31-1.
-    template<dtyp_SpanElement T, std::size_t Extent>
-    explicit darr_c1DArray(std::span<T, Extent> elements,
-                           const cal_c1DArrayCal& cal = cal_c1DArrayCal())
+    /// A copy of the elements of a contiguous range: a vector, a span, an array. Throws the size
+    /// error for more than 2^31-1.
+    template<dtyp_Range Range>
+    explicit darr_c1DArray(const Range& elements, const cal_c1DArrayCal& cal = cal_c1DArrayCal())
         : parr_c1DNumberArray(elements), cal_(cal) {}
+    /// Refused: no element type holds such values. Convert them to one.
+    template<dtyp_RangeNotStored OfNoElementType>
+    explicit darr_c1DArray(const OfNoElementType&, const cal_c1DArrayCal& = {}) = delete;
+    /// These elements, `{1, 2, 3}`, which are all of one C++ type.
+    template<dtyp_Stored T>
+    darr_c1DArray(std::initializer_list<T> elements, const cal_c1DArrayCal& cal = cal_c1DArrayCal())
+        : parr_c1DNumberArray(elements), cal_(cal) {}
+    /// Refused: no element type holds such values. Convert them to one.
+    template<dtyp_NotStored OfNoElementType>
+    darr_c1DArray(std::initializer_list<OfNoElementType>, const cal_c1DArrayCal& = {}) = delete;
 
     /// The calibration.
     const cal_c1DArrayCal& Cal() const& noexcept { return cal_; }
@@ -85,7 +94,8 @@ public:
     /// an empty array or an `x` without an index (NaN, or a delta of zero), and
     /// expt_cProgramException ("darr", 1) for an interpolation that is none of
     /// darr_eInterpolation.
-    pnum_cNumber Value(double x, darr_eInterpolation interpolation) const;
+    pnum_cNumber Value(double x,
+                       darr_eInterpolation interpolation = darr_LinearInterpolation) const;
 
 private:
     cal_c1DArrayCal cal_;
@@ -107,11 +117,25 @@ public:
     explicit darr_c2DArray(parr_c2DNumberArray elements,
                            const cal_c2DArrayCal& cal = cal_c2DArrayCal()) noexcept
         : parr_c2DNumberArray(std::move(elements)), cal_(cal) {}
-    /// A copy of the elements of a span. Throws the size error unless it has sizeX times sizeY.
-    template<dtyp_SpanElement T, std::size_t Extent>
-    darr_c2DArray(int sizeX, int sizeY, std::span<T, Extent> elements,
+    /// A copy of the elements of a contiguous range, row after row. Throws the size error unless it
+    /// has sizeX times sizeY.
+    template<dtyp_Range Range>
+    darr_c2DArray(int sizeX, int sizeY, const Range& elements,
                   const cal_c2DArrayCal& cal = cal_c2DArrayCal())
         : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}
+    /// Refused: no element type holds such values. Convert them to one.
+    template<dtyp_RangeNotStored OfNoElementType>
+    darr_c2DArray(int, int, const OfNoElementType&, const cal_c2DArrayCal& = {}) = delete;
+    /// These elements, row after row, which are all of one C++ type. Throws the size error unless
+    /// there are sizeX times sizeY.
+    template<dtyp_Stored T>
+    darr_c2DArray(int sizeX, int sizeY, std::initializer_list<T> elements,
+                  const cal_c2DArrayCal& cal = cal_c2DArrayCal())
+        : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}
+    /// Refused: no element type holds such values. Convert them to one.
+    template<dtyp_NotStored OfNoElementType>
+    darr_c2DArray(int, int, std::initializer_list<OfNoElementType>,
+                  const cal_c2DArrayCal& = {}) = delete;
 
     /// The calibration.
     const cal_c2DArrayCal& Cal() const& noexcept { return cal_; }

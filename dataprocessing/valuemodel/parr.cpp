@@ -75,6 +75,21 @@ void parr_cNumberArray::Convert(dtyp_cDataType type) {
     type_ = type;
 }
 
+double parr_cNumberArray::ValueAt(long long index) const {
+    if (index < 0 || index >= Count())
+        arr_IndexError(index, Count());
+    conv_Check(type_, dtyp_Double, conv_RealPart);
+    double value = 0;
+    dtyp_Visit(type_, [&]<class T>(dtyp_Tag<T>) {
+        const T& element = static_cast<const T*>(Data())[index];
+        if constexpr (isComplex<T>)
+            value = static_cast<double>(element.re);
+        else
+            value = static_cast<double>(element);
+    });
+    return value;
+}
+
 pnum_cNumber parr_cNumberArray::NumberAt(int index) const {
     arr_CheckedIndex(index, Count());
     return {type_, elementAt(bytes(Data()), index, type_)};
@@ -138,11 +153,11 @@ int parr_c2DNumberArray::IndexOf(int x, int y) const {
     return arr_CheckedIndex(x, y, SizeX(), SizeY());
 }
 
-const void* parr_c2DNumberArray::CheckedElements(int sizeX, int sizeY, std::size_t count,
+const void* parr_c2DNumberArray::CheckedElements(int sizeX, int sizeY, long long count,
                                                  const void* elements) {
     const int expected = arr_CheckedSize(sizeX, sizeY);
-    if (static_cast<std::size_t>(expected) != count)
-        arr_SizeError(static_cast<long long>(count), expected);
+    if (count != expected)
+        arr_SizeError(count, expected);
     return elements;
 }
 

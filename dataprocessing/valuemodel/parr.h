@@ -3,16 +3,27 @@
 /// @file
 /// Typed number arrays: contiguous elements of one of the ten types, without a calibration.
 
+#include <concepts>
+#include <cstddef>
 #include <iosfwd>
+#include <iterator>
 #include <span>
-#include <type_traits>
 
 #include "dataprocessing/base/dtyp.h"
+#include "dataprocessing/base/dtyp_range.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/platform/memory.h"
 #include "dataprocessing/valuemodel/pnum.h"
 
+class parr_cValueIterator;
+
 /// What the 1D and the 2D number arrays share: a type, a number of elements and their storage.
+///
+/// Where the element type is known, `Elements<T>()` is the way to the elements. Where it is not, an
+/// array can be read as doubles, value by value:
+///
+///     for (const double value : array)
+///         sum += value;
 ///
 /// Storage begins on a 64-byte boundary. Copies are independent; moving leaves an array with no
 /// element. An array of a type outside the ten may be made: it has a count and no storage, and
@@ -48,6 +59,41 @@ public:
     template<dtyp_Element T>
     void Elements() const&& = delete;
 
+    /// @name Iteration over the elements, which are stored as `T`
+    /// Those of `Elements<T>()`, whose error they throw.
+    /// @{
+    template<dtyp_Element T>
+    T* begin() & {
+        return Elements<T>().data();
+    }
+    template<dtyp_Element T>
+    T* end() & {
+        return begin<T>() + Count();
+    }
+    template<dtyp_Element T>
+    const T* begin() const& {
+        return Elements<T>().data();
+    }
+    template<dtyp_Element T>
+    const T* end() const& {
+        return begin<T>() + Count();
+    }
+    template<dtyp_Element T>
+    void begin() const&& = delete; // a temporary array takes its elements with it
+    template<dtyp_Element T>
+    void end() const&& = delete;
+    /// @}
+
+    /// @name Iteration over the elements of any type, as doubles
+    /// By value and in storage order, each converted as by `Number(i).As<double>()`: of complex
+    /// elements the real part.
+    /// @{
+    parr_cValueIterator begin() const& noexcept;
+    parr_cValueIterator end() const& noexcept;
+    void begin() const&& = delete; // a temporary array takes its elements with it
+    void end() const&& = delete;
+    /// @}
+
     /// Converts the elements in place by the rules of conv_Convert; the sizes are kept. When it
     /// throws, nothing has changed.
     void Convert(dtyp_cDataType type);
@@ -65,6 +111,8 @@ protected:
     parr_cNumberArray& operator=(parr_cNumberArray&&) noexcept = default;
     ~parr_cNumberArray() = default;
 
+    /// The element at `index` as a double. Throws the index error.
+    double ValueAt(long long index) const;
     pnum_cNumber NumberAt(int index) const;
     void SetNumberAt(int index, const pnum_cNumber& number);
     /// Writes `count` elements from `first` on, converted from those of `source` from
@@ -72,6 +120,8 @@ protected:
     void CopyElements(const parr_cNumberArray& source, int sourceFirst, int first, int count);
 
 private:
+    friend parr_cValueIterator;
+
     void RequireType(dtyp_cDataType type) const;
 
     // The block comes first: assigning it is what can fail, and then nothing else has changed.
@@ -79,6 +129,46 @@ private:
     dtyp_cDataType type_;
     dataprocessing::detail::mem_cCount count_;
 };
+
+/// Reads the elements of a number array as doubles. Valid as long as the array's elements are.
+class parr_cValueIterator {
+public:
+    using value_type = double;                          ///< what is read
+    using difference_type = std::ptrdiff_t;             ///< the distance of two
+    using reference = double;                           ///< by value
+    using pointer = void;                               ///< there is nothing to point at
+    using iterator_category = std::input_iterator_tag;  ///< as what is read is no reference
+    using iterator_concept = std::forward_iterator_tag; ///< as it can be read again
+
+    /// Of no array.
+    parr_cValueIterator() noexcept = default;
+    /// At an element of `array`, or past its last one.
+    parr_cValueIterator(const parr_cNumberArray& array, int index) noexcept
+        : array_(&array), index_(index) {}
+
+    /// The element, as a double.
+    double operator*() const { return array_->ValueAt(index_); }
+    /// On to the next element.
+    parr_cValueIterator& operator++() noexcept {
+        ++index_;
+        return *this;
+    }
+    /// The same; answers where it was.
+    parr_cValueIterator operator++(int) noexcept {
+        const parr_cValueIterator before = *this;
+        ++index_;
+        return before;
+    }
+    /// True at the same element of the same array.
+    friend bool operator==(const parr_cValueIterator&, const parr_cValueIterator&) = default;
+
+private:
+    const parr_cNumberArray* array_ = nullptr;
+    int index_ = 0;
+};
+
+inline parr_cValueIterator parr_cNumberArray::begin() const& noexcept { return {*this, 0}; }
+inline parr_cValueIterator parr_cNumberArray::end() const& noexcept { return {*this, Count()}; }
 
 /// A 1D number array.
 class DATAPROCESSING_EXPORT parr_c1DNumberArray : public parr_cNumberArray {
@@ -97,17 +187,26 @@ public:
     /// A copy of `size` elements at `elements`. Throws the size error when it is negative.
     parr_c1DNumberArray(int size, dtyp_cDataType type, const void* elements)
         : parr_cNumberArray(size, type, elements) {}
-    /// A copy of the elements of a span. Throws the size error for more than 2^31-1.
-    template<dtyp_SpanElement T, std::size_t Extent>
-    explicit parr_c1DNumberArray(std::span<T, Extent> elements)
-        : parr_cNumberArray(static_cast<long long>(elements.size()),
-                            dtyp_Of<std::remove_const_t<T>>(), elements.data()) {}
+    /// A copy of the elements of a contiguous range: a vector, a span, an array. Throws the size
+    /// error for more than 2^31-1.
+    template<dtyp_Range Range>
+    explicit parr_c1DNumberArray(const Range& elements)
+        : parr_cNumberArray(dataprocessing::detail::countOf(elements), dtyp_OfRange<Range>(),
+                            dataprocessing::detail::firstOf(elements)) {}
+    /// Refused: no element type holds such values. Convert them to one.
+    template<dtyp_RangeNotStored OfNoElementType>
+    explicit parr_c1DNumberArray(const OfNoElementType&) = delete;
 
     /// The number of elements.
     int Size() const noexcept { return Count(); }
 
     /// Element `index` as a number of the array's type. Throws the index error outside [0, Size()).
     pnum_cNumber Number(int index) const { return NumberAt(index); }
+    /// Element `index` of an array of any type, as a double: `Number(index).As<double>()`. Throws
+    /// the index error outside [0, Size()).
+    double operator[](std::integral auto index) const {
+        return ValueAt(static_cast<long long>(index));
+    }
     /// Sets element `index` to `number`, converted to the array's type by the rules of
     /// conv_Convert. Throws the index error outside [0, Size()).
     void SetNumber(int index, const pnum_cNumber& number) { SetNumberAt(index, number); }
@@ -134,11 +233,17 @@ public:
     parr_c2DNumberArray(int sizeX, int sizeY, const pnum_cNumber& fill);
     /// A copy of `sizeX` times `sizeY` elements at `elements`.
     parr_c2DNumberArray(int sizeX, int sizeY, dtyp_cDataType type, const void* elements);
-    /// A copy of the elements of a span. Throws the size error unless it has sizeX times sizeY.
-    template<dtyp_SpanElement T, std::size_t Extent>
-    parr_c2DNumberArray(int sizeX, int sizeY, std::span<T, Extent> elements)
-        : parr_c2DNumberArray(sizeX, sizeY, dtyp_Of<std::remove_const_t<T>>(),
-                              CheckedElements(sizeX, sizeY, elements.size(), elements.data())) {}
+    /// A copy of the elements of a contiguous range. Throws the size error unless it has sizeX
+    /// times sizeY.
+    template<dtyp_Range Range>
+    parr_c2DNumberArray(int sizeX, int sizeY, const Range& elements)
+        : parr_c2DNumberArray(sizeX, sizeY, dtyp_OfRange<Range>(),
+                              CheckedElements(sizeX, sizeY,
+                                              dataprocessing::detail::countOf(elements),
+                                              dataprocessing::detail::firstOf(elements))) {}
+    /// Refused: no element type holds such values. Convert them to one.
+    template<dtyp_RangeNotStored OfNoElementType>
+    parr_c2DNumberArray(int, int, const OfNoElementType&) = delete;
 
     /// The number of columns.
     int SizeX() const noexcept { return sizeX_; }
@@ -158,8 +263,7 @@ public:
 
 private:
     int IndexOf(int x, int y) const;
-    static const void* CheckedElements(int sizeX, int sizeY, std::size_t count,
-                                       const void* elements);
+    static const void* CheckedElements(int sizeX, int sizeY, long long count, const void* elements);
 
     dataprocessing::detail::mem_cCount sizeX_;
     dataprocessing::detail::mem_cCount sizeY_;

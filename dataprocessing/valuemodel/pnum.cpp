@@ -5,6 +5,7 @@
 #include <type_traits>
 
 #include "dataprocessing/base/dtyp_print.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
@@ -13,6 +14,11 @@ using namespace dataprocessing::detail;
 pnum_cNumber::pnum_cNumber(dtyp_cDataType type, const void* element) noexcept : type_(type) {
     if (const std::size_t size = type.SizeOf())
         std::memcpy(element_, element, size);
+}
+
+void pnum_cNumber::RefuseWide() {
+    throw expt_cProgramException("pnum", 1,
+                                 "The integer does not fit in 32 bits: convert it to double.");
 }
 
 void pnum_cNumber::ConvertTo(dtyp_cDataType type, void* target,

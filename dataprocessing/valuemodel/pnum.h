@@ -3,18 +3,39 @@
 /// @file
 /// Typed scalar numbers.
 
+#include <complex>
 #include <concepts>
 #include <iosfwd>
+#include <type_traits>
+#include <utility>
 
 #include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/conv.h"
 
+namespace dataprocessing::detail {
+
+template<class T>
+concept pnum_WideInteger = std::same_as<T, long> || std::same_as<T, unsigned long> ||
+    std::same_as<T, long long> || std::same_as<T, unsigned long long>;
+
+template<class T>
+concept pnum_Character = std::same_as<T, char> || std::same_as<T, wchar_t> ||
+    std::same_as<T, char8_t> || std::same_as<T, char16_t> || std::same_as<T, char32_t>;
+
+template<class T>
+concept pnum_SingleComplex =
+    std::same_as<T, comp_cComplex<float>> || std::same_as<T, std::complex<float>>;
+
+} // namespace dataprocessing::detail
+
 /// A number of one of the ten element types, chosen at run time. It holds its element in place.
 ///
-/// Numbers are made implicitly from the C++ types of codes 1 to 8 and from `comp_cComplex<double>`,
-/// so that `array * 2.0` reads as it should; each makes a number of exactly its own type. Other
-/// arithmetic types (long, bool, char) are refused at compile time rather than guessed at.
+/// Numbers are made implicitly from C++ numbers, so that `array * 2.0` reads as it should. Those of
+/// codes 1 to 8, `comp_cComplex<double>` and `std::complex<double>` make a number of exactly their
+/// own type; `long double` a double, rounded; `long`, `long long` and their unsigned ones, such as
+/// a `size_t`, an int32 or uint32, as far as they fit. Truths, characters and complex values of
+/// single precision are refused by the compiler rather than guessed at.
 class DATAPROCESSING_EXPORT pnum_cNumber {
 public:
     /// The floating type that real computations on numbers use at least.
@@ -33,6 +54,22 @@ public:
     template<dtyp_Element T>
     requires(!std::same_as<T, comp_cComplex<float>>) pnum_cNumber(T value)
     noexcept : pnum_cNumber(dtyp_Of<T>(), &value) {}
+    /// An integer as an int32, an unsigned one as a uint32. Throws expt_cProgramException ("pnum",
+    /// 1) when it does not fit.
+    template<dataprocessing::detail::pnum_WideInteger T>
+    pnum_cNumber(T value) : pnum_cNumber(Narrowed(value)) {}
+    /// The nearest double.
+    template<std::same_as<long double> T>
+    pnum_cNumber(T value) noexcept : pnum_cNumber(static_cast<double>(value)) {}
+    /// A complex double.
+    template<std::same_as<std::complex<double>> T>
+    pnum_cNumber(const T& value) noexcept : pnum_cNumber(comp_cComplex<double>(value)) {}
+    template<std::same_as<bool> T>
+    pnum_cNumber(T) = delete; ///< A truth is no number: say which one it stands for.
+    template<dataprocessing::detail::pnum_Character T>
+    pnum_cNumber(T) = delete; ///< A character is no number: convert it to int.
+    template<dataprocessing::detail::pnum_SingleComplex T>
+    pnum_cNumber(T) = delete; ///< A complex number is made of doubles: comp_cComplex<double>.
 
     /// The element type.
     dtyp_cDataType DataType() const noexcept { return type_; }
@@ -53,6 +90,16 @@ public:
     }
 
 private:
+    template<class T>
+    using tNarrow = std::conditional_t<std::is_signed_v<T>, int, unsigned int>;
+
+    template<class T>
+    DATAPROCESSING_NO_EXPORT static tNarrow<T> Narrowed(T value) {
+        if (!std::in_range<tNarrow<T>>(value)) [[unlikely]]
+            RefuseWide();
+        return static_cast<tNarrow<T>>(value);
+    }
+    [[noreturn]] static void RefuseWide();
     void ConvertTo(dtyp_cDataType type, void* target, conv_eComplexConversion mode) const;
 
     alignas(16) unsigned char element_[16] = {};

@@ -50,6 +50,9 @@ void addFunction(Table& table, const std::string& name, FunctionOf functionOf) {
             functionOf(of).Load(curve, cal_c1DArrayCal(5700, 15, 0));
             return curve;
         });
+    table.Add(
+        "curve of " + name, [=](Operands& of) { functionOf(of).Refit(of.spectrum); },
+        [=](Operands& of) { return functionOf(of).Curve(cal_c1DArrayCal(5700, 15, 0), 20); });
     table.Add("values of " + name, [=](Operands& of) {
         arr_cC_Array<double> x({5100, 5900, 6400}), y(3, 0.0);
         functionOf(of).LoadValues(x, y);
@@ -116,6 +119,13 @@ void addFunctions(Table& table) {
 }
 
 void addGaussians(Table& table) {
+    table.Add("Gaussians of a fixed kind", [](Operands& of) {
+        list_cPtrList<gsft_cGaussian> peaks;
+        peaks.Append(&of.high);
+        gsft_c1DGaussianFittingFunction function(of.selection, peaks, of.calibration, false,
+                                                 of.resolution, true);
+        return bytesOf(gsft_c1DGaussianFittingFunction(function));
+    });
     table.Add("Gaussian", [](Operands&) { return gsft_cGaussian(3, 5, 7); });
     table.AddRefused("Gaussian without a width", [](Operands&) { return gsft_cGaussian(3, 5, 0); });
     table.Add("value of a Gaussian", [](Operands& of) { return of.high.Value(5950); });

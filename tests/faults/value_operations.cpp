@@ -46,6 +46,13 @@ void addArrays(Table& table) {
     });
     table.Add("line of values",
               [](Operands& of) { return darr_c1DArray(of.values, of.line.Cal()); });
+    table.Add("line of a vector", [](Operands&) {
+        return darr_c1DArray(std::vector<short>{1, 2, 3});
+    });
+    table.Add("line of a list", [](Operands&) { return darr_c1DArray{1, 2, 3}; });
+    table.Add("image of a list", [](Operands&) { return darr_c2DArray(2, 1, {1, 2}); });
+    table.Add("number of a size", [](Operands&) { return pnum_cNumber(std::size_t{7}); });
+    table.AddRefused("number of too large a size", [](Operands&) { return pnum_cNumber(~0ULL); });
     table.Add("image of a span", [](Operands& of) {
         return darr_c2DArray(2, 3, std::span<const double>(of.equations), of.image.Cal());
     });
@@ -64,6 +71,14 @@ void addArrays(Table& table) {
     table.Add("assign line", [](Operands& of) { of.line = of.coarseLine; });
     table.Add("assign image", [](Operands& of) { of.image = of.coarseImage; });
     table.Add("element", [](Operands& of) { return of.line.Number(3); });
+    table.Add("element as a double", [](Operands& of) { return of.line[3]; });
+    table.AddRefused("element outside as a double", [](Operands& of) { return of.line[99L]; });
+    table.Add("elements as doubles", [](Operands& of) {
+        double sum = 0;
+        for (const double value : of.image)
+            sum += value;
+        return sum;
+    });
     table.Add("element of an image", [](Operands& of) { return of.image.Number(3, 2); });
     table.Add("set element", [](Operands& of) { of.coarseLine.SetNumber(3, of.number); });
     table.Add("set element of an image", [](Operands& of) { of.image.SetNumber(3, 2, of.count); });

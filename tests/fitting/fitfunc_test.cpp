@@ -121,6 +121,20 @@ TEST_F(FittingFunction, ErrorsOfSelectionAndFitPassOutOfRefit) {
     EXPECT_EQ(function.refits, 0);
 }
 
+TEST_F(FittingFunction, CurveIsWhatLoadGivesAsAnArray) {
+    Function function(selection);
+    function.load = [](arr_cC_Array<double>& x, arr_cC_Array<double>& y) {
+        for (int i = 0; i < x.Size(); ++i)
+            y[i] = -x[i];
+    };
+    const cal_c1DArrayCal cal(1, 0.5, 0);
+    const darr_c1DArray curve = function.Curve(cal, 3);
+    EXPECT_EQ(curve.Cal(), cal);
+    EXPECT_THAT(curve.Elements<double>(), ElementsAre(-1, -1.5, -2));
+    EXPECT_EQ(function.Curve(cal, 0).Size(), 0);
+    EXPECT_THROW(function.Curve(cal, -1), arr_cSizeException);
+}
+
 TEST_F(FittingFunction, LoadEvaluatesAtPositionsMadeByAddition) {
     Function function(selection);
     function.load = [](arr_cC_Array<double>& x, arr_cC_Array<double>& y) {

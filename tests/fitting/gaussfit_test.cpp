@@ -6,6 +6,7 @@
 #include <functional>
 #include <iostream>
 #include <limits>
+#include <memory>
 #include <new>
 #include <random>
 #include <string>
@@ -1309,4 +1310,28 @@ TEST(GaussianFit, FailureNamesTheUnitWhereItIsTheCause) {
             EXPECT_EQ(e.Message(), row.text);
         }
     }
+}
+
+TEST(GaussianFit, WhatIsFittedCanBeToldOnceAndForAll) {
+    Spectrometer told, asked;
+    asked.fitResolution = true;
+    for (Spectrometer* each : {&told, &asked}) {
+        each->cal = cal_c1DArrayCal(5000, 10, 0);
+        each->add(80, 5900);
+        each->add(50, 6400);
+    }
+    auto function = std::make_unique<Function>(told.selection, told.list, told.cal, false,
+                                               told.resolution, true);
+    Function copy(*function);
+    function.reset();
+    const darr_c1DArray data(
+        spectrumOf(200, told.cal, gsft_cResolution(50, 24), {100, 60}, {5900, 6400}), told.cal);
+    told.selection.AddLocalRange(rnge_c1DRange(5000, 7000));
+    asked.selection.AddLocalRange(rnge_c1DRange(5000, 7000));
+    copy.Refit(data);
+    asked.function.Refit(data);
+    EXPECT_NE(told.resolution.ReferenceFWHM(), 16);
+    EXPECT_EQ(told.resolution.ReferenceFWHM(), asked.resolution.ReferenceFWHM());
+    EXPECT_EQ(told.cal, cal_c1DArrayCal(5000, 10, 0));
+    EXPECT_EQ(copy.ChiSquared(), asked.function.ChiSquared());
 }

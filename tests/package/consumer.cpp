@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstring>
 #include <span>
+#include <vector>
 
 #include "dataprocessing/dataprocessing.h"
 
@@ -15,6 +16,13 @@ int main() {
     const darr_c1DArray spectrum(view, cal_c1DArrayCal(10.0, 0.5, 0));
     const darr_c1DArray part = spectrum.Selection(2, 4);
     if (part.Size() != 2 || part.Number(0).As<double>() != 4.0 || part.Cal().Position(0) != 11.0)
+        return 1;
+    const std::vector<double> values = {1.0, 2.0, 3.0};
+    const darr_c1DArray line(values, cal_c1DArrayCal());
+    double sum = 0.0;
+    for (const double value : line* values.size() - 2L)
+        sum += value;
+    if (sum != 12.0 || line[values.size() - 1] != 3.0)
         return 1;
     try {
         part.Number(2);

@@ -42,7 +42,8 @@ TEST(Number, IsNotMadeOfOtherTypes) {
     EXPECT_FALSE((std::is_constructible_v<pnum_cNumber, ComplexFloat>));
     EXPECT_FALSE((std::is_constructible_v<pnum_cNumber, bool>));
     EXPECT_FALSE((std::is_constructible_v<pnum_cNumber, char>));
-    EXPECT_FALSE((std::is_constructible_v<pnum_cNumber, long>));
+    EXPECT_FALSE((std::is_constructible_v<pnum_cNumber, std::complex<float>>));
+    EXPECT_FALSE((std::is_constructible_v<pnum_cNumber, wchar_t>));
     EXPECT_FALSE((std::is_constructible_v<pnum_cNumber, const void*>));
     EXPECT_FALSE((std::is_convertible_v<dtyp_cDataType, pnum_cNumber>));
     EXPECT_FALSE((std::is_convertible_v<dtyp_eDataType, pnum_cNumber>));
