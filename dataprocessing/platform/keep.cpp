@@ -25,15 +25,19 @@ constexpr bool isSanitized = false;
 constexpr std::size_t largeLimit = isSanitized ? 0 : std::size_t{256} << 20;
 constexpr std::size_t shelfLimit = std::size_t{16} << 20;
 constexpr std::size_t loanLimit = std::size_t{8} << 20;
+// Blocks below this may lie among an allocator's pages of ordinary size, and to offer thousands of
+// those takes longer than to fill them.
+constexpr std::size_t offeredFrom = std::size_t{32} << 20;
 
 void freeLarge(void* allocated) noexcept {
     ::operator delete (allocated, std::align_val_t{keep_hugePage});
 }
 
-// A request for speed alone: nobody looks at the answer.
+// A request alone: nobody looks at the answer.
 void offerBack([[maybe_unused]] void* data, [[maybe_unused]] std::size_t bytes) noexcept {
 #if defined(__linux__) && defined(MADV_FREE)
-    madvise(data, bytes, MADV_FREE);
+    if (bytes >= offeredFrom)
+        madvise(data, bytes, MADV_FREE);
 #endif
 }
 
@@ -69,7 +73,7 @@ struct sShelf {
 struct sKeep {
     /// Having the system clear fresh pages costs about as much as the arithmetic that fills them,
     /// and in a chain of operations each temporary can take the pages of the one before. The system
-    /// may have them back whenever it needs them.
+    /// may have those of a very large block back whenever it needs them.
     sBlock spare;
     sShelf shelf;
     mem_sStorage loans[keep_places];
