@@ -6,6 +6,7 @@
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/geometry/warp.h"
 #include "dataprocessing/geometry/warp_kernels.h"
+#include "dataprocessing/geometry/warp_turn.h"
 
 using namespace dataprocessing::detail;
 
@@ -93,7 +94,30 @@ darr_c2DArray mapImage(const darr_c2DArray& image, const Matrix& matrix,
     return result;
 }
 
+/// A rotation: the deltas at which rotated rows or columns meet the grid, and the map.
+struct sTurn {
+    double deltaX;
+    double deltaY;
+    Matrix matrix;
+
+    sTurn(const cal_c2DArrayCal& cal, double angle) {
+        const double oldX = cal.X().Delta();
+        const double oldY = cal.Y().Delta();
+        double a = std::fabs(angle);
+        if (a > type_Pi / 2)
+            a = std::fabs(a - type_Pi);
+        const bool isFlat = a < std::atan(oldY / oldX);
+        deltaX = isFlat ? std::cos(a) * oldX : std::sin(a) * oldY;
+        deltaY = isFlat ? std::cos(a) * oldY : std::sin(a) * oldX;
+        matrix = rotation(angle) * diagonal(oldX / deltaX, oldY / deltaY);
+    }
+};
+
 } // namespace
+
+bool dataprocessing::detail::warp_LeavesInPlace(const cal_c2DArrayCal& cal, double angle) {
+    return sTurn(cal, angle).matrix == Matrix();
+}
 
 darr_c2DArray warp_Rescale(const darr_c2DArray& image, double deltaX, double deltaY) {
     if (isTiny(deltaX) || isTiny(deltaY))
@@ -136,17 +160,9 @@ darr_c2DArray warp_FlipPoint(const darr_c2DArray& image) {
 }
 
 darr_c2DArray warp_Rotate(const darr_c2DArray& image, double angle, const rnge_c2DRange& range) {
-    const double oldX = image.Cal().X().Delta();
-    const double oldY = image.Cal().Y().Delta();
-    double a = std::fabs(angle);
-    if (a > type_Pi / 2)
-        a = std::fabs(a - type_Pi);
-    const bool isFlat = a < std::atan(oldY / oldX);
-    const double newX = isFlat ? std::cos(a) * oldX : std::sin(a) * oldY;
-    const double newY = isFlat ? std::cos(a) * oldY : std::sin(a) * oldX;
-    darr_c2DArray result =
-        mapImage(image, rotation(angle) * diagonal(oldX / newX, oldY / newY), range);
-    result.SetDeltaX(newX);
-    result.SetDeltaY(newY);
+    const sTurn turn(image.Cal(), angle);
+    darr_c2DArray result = mapImage(image, turn.matrix, range);
+    result.SetDeltaX(turn.deltaX);
+    result.SetDeltaY(turn.deltaY);
     return result;
 }

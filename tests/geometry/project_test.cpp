@@ -104,6 +104,32 @@ TEST(Project, EveryTypeIsTheSumOfItsRowsOverTheirNumber) {
     });
 }
 
+TEST(Project, AWholeImageIsTheSumOfItsRowsHoweverWideItIs) {
+    forEachElementType([]<class T>(int code) {
+        for (const int width : {1, 511, 513, 1025, 2049, 4100}) {
+            const darr_c2DArray image(width, 5, std::span<const T>(countedElements<T>(width * 5)),
+                                      cal_c2DArrayCal(3, 0.5, 7, 0.25, 2, 4));
+            darr_c1DArray expected = image.LineAtY(0);
+            for (int y = 1; y < 5; ++y)
+                expected += image.LineAtY(y);
+            expected /= pnum_cNumber(5.0F);
+            expected.SetOffsetX(0);
+            const darr_c1DArray profile = proj_Project(image, rnge_c2DRange::Null);
+            ASSERT_EQ(profile.DataType(), expected.DataType()) << code;
+            EXPECT_EQ(profile.Cal(), expected.Cal());
+            EXPECT_EQ(valuesOf(profile), valuesOf(expected)) << code << ' ' << width;
+        }
+    });
+}
+
+TEST(Project, RowsOfAnUnknownTypeAreNotAdded) {
+    const darr_c2DArray image(3, 2, dtyp_cDataType(0), cal_c2DArrayCal());
+    const darr_c1DArray row = image.LineAtY(0);
+    const std::string refusal = refusalOf([&] { proj_Project(image, rnge_c2DRange::Null); });
+    EXPECT_EQ(refusal, refusalOf([&] { bnry_Operate(bnry_Add, row, row); }));
+    EXPECT_NE(refusal, "none");
+}
+
 TEST(Project, TheOffsetOfTheProfileIsZero) {
     const darr_c2DArray image = imageOf(3, 2, sample, cal_c2DArrayCal(10, 2, 5, 1, 1, 0));
     const darr_c1DArray profile = proj_Project(image, rnge_c2DRange(8, 5, 14, 7));
