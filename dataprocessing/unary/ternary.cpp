@@ -4,6 +4,7 @@
 #include "dataprocessing/binary/binary2_compared.h"
 #include "dataprocessing/binary/bnry_comp.h"
 #include "dataprocessing/kernels/choose.h"
+#include "dataprocessing/kernels/extreme.h"
 #include "dataprocessing/operand/pair.h"
 #include "dataprocessing/valuemodel/barr_make.h"
 
@@ -79,6 +80,23 @@ auto select(const Mask& condition, const A& a, const B& b) {
     return result;
 }
 
+/// The minimum or maximum of complex elements, which are compared by their magnitudes: of each pair
+/// the first where the comparison holds.
+void chooseByMagnitude(eComparison comparison, dtyp_cDataType type, const blocks_cSource& a,
+                       const blocks_cSource& b, void* result, std::size_t count) {
+    const compare_cLoop compare = bnry_ComparingLoop(comparison, type, a, b);
+    const choose_Loop choose = choosingLoop(type, a, b);
+    constexpr std::size_t mostBytes = 8192; // what was compared is still in the cache
+    alignas(64) unsigned char isFirst[mostBytes];
+    const auto step = [&](void* target, std::size_t n, const void* x, const void* y) {
+        compare(x, y, isFirst, n);
+        choose(isFirst, x, y, target, n);
+        return true;
+    };
+    const std::size_t size = type.SizeOf();
+    blocks_Run({result, size, 0, count, mostBytes / size}, step, a, b);
+}
+
 /// The minimum or maximum: of each pair the first element where the comparison holds.
 template<class A, class B>
 auto extreme(eComparison comparison, const A& a, const B& b) {
@@ -93,18 +111,19 @@ auto extreme(eComparison comparison, const A& a, const B& b) {
     pair_cOperands<A, B> pair(a, b, type);
     pair.Align(pair_NothingIsRefused);
     auto result = pair.Unset();
-    const compare_cLoop compare = bnry_ComparingLoop(comparison, type, pair.First(), pair.Second());
-    const choose_Loop choose = choosingLoop(type, pair.First(), pair.Second());
-    constexpr std::size_t mostBytes = 8192; // what was compared is still in the cache
-    alignas(64) unsigned char isFirst[mostBytes];
-    const auto step = [&](void* target, std::size_t count, const void* x, const void* y) {
-        compare(x, y, isFirst, count);
-        choose(isFirst, x, y, target, count);
+    const form_eOperands form = form_Of(pair.First().IsArray(), pair.Second().IsArray());
+    const extreme_Loop loop =
+        extreme_LoopFor(type, comparison == bnry_Less ? extreme_Minimum : extreme_Maximum, form);
+    if (loop == nullptr) {
+        chooseByMagnitude(comparison, type, pair.First(), pair.Second(), result.Data(),
+                          pair.Count());
+        return result;
+    }
+    const auto step = [loop](void* target, std::size_t count, const void* x, const void* y) {
+        loop(x, y, target, count);
         return true;
     };
-    const std::size_t size = type.SizeOf();
-    blocks_Run({result.Data(), size, 0, pair.Count(), mostBytes / size}, step, pair.First(),
-               pair.Second());
+    blocks_Run({result.Data(), type.SizeOf(), 0, pair.Count()}, step, pair.First(), pair.Second());
     return result;
 }
 

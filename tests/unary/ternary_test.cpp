@@ -12,6 +12,8 @@
 #include "dataprocessing/binary/bnry_bool.h"
 #include "dataprocessing/binary/bnry_comp.h"
 #include "dataprocessing/kernels/choose.h"
+#include "dataprocessing/kernels/compare.h"
+#include "dataprocessing/kernels/extreme.h"
 #include "dataprocessing/valuemodel/resc.h"
 #include "tests/binary/compare_values.h"
 #include "tests/failing_new.h"
@@ -570,6 +572,41 @@ TEST(ChoosingLoop, GivesTheSameOnEveryLevelAndStaysInItsResult) {
         }
     EXPECT_EQ(choose_LoopFor(dtyp_cDataType(0), true, true), nullptr);
     EXPECT_EQ(choose_LoopFor(dtyp_cDataType(11), false, false), nullptr);
+}
+
+// Bit for bit that of the comparison and a choice by it, NaN and zeros of either sign too.
+TEST(ExtremeLoop, GivesTheSameOnEveryLevelAndStaysInItsResult) {
+    constexpr unsigned char untouched = 0xA5;
+    std::mt19937 random(17);
+    for (const int code : typeCodes)
+        for (const int count : {0, 1, 2, 7, 15, 16, 17, 31, 33, 63, 64, 65, 130}) {
+            const dtyp_cDataType type(code);
+            const std::size_t width = type.SizeOf(), n = static_cast<std::size_t>(count);
+            std::vector<unsigned char> a((n + 1) * width), b(a.size()), isFirst(n);
+            for (auto* bytes : {&a, &b})
+                for (std::size_t i = 0; i < bytes->size(); ++i) // infinities and NaN among them
+                    (*bytes)[i] = static_cast<unsigned char>(
+                        i % width >= width / 2 && random() % 4 == 0 ? 0xFF : random() % 3 << 6);
+            for (const bool isMaximum : {false, true})
+                for (const auto form : {form_NumberFirst, form_Arrays, form_NumberSecond})
+                    for (const level_eSet level : levels()) {
+                        const LevelInUse inUse(level);
+                        const extreme_Loop loop = extreme_LoopFor(
+                            type, isMaximum ? extreme_Maximum : extreme_Minimum, form);
+                        ASSERT_EQ(loop == nullptr, type.IsComplex());
+                        if (loop == nullptr)
+                            continue;
+                        std::vector<unsigned char> expected(n * width + 2, untouched),
+                            result = expected;
+                        compare_LoopFor(type, isMaximum ? compare_Greater : compare_Less,
+                                        form)(a.data(), b.data(), isFirst.data(), n);
+                        choose_LoopFor(type, form != form_NumberFirst, form != form_NumberSecond)(
+                            isFirst.data(), a.data(), b.data(), expected.data() + 1, n);
+                        loop(a.data(), b.data(), result.data() + 1, n);
+                        ASSERT_EQ(result, expected) << code << ' ' << form << ' ' << count;
+                    }
+        }
+    EXPECT_EQ(extreme_LoopFor(dtyp_cDataType(0), extreme_Minimum, form_Arrays), nullptr);
 }
 
 } // namespace
