@@ -8,7 +8,10 @@
 
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/fitting/pwft.h"
+#include "dataprocessing/kernels/elementary/elem.h"
 #include "dataprocessing/valuemodel/resc.h"
+
+using namespace dataprocessing::detail;
 
 namespace {
 
@@ -24,6 +27,18 @@ void putAtZero(arr_cC_Array<double>& x, const cal_cArrayCal& cal) {
     for (double& position : x)
         if (std::fabs(position) < std::fabs(cal.Delta()) / 2)
             position = 0;
+}
+
+void takeLogarithms(arr_cC_Array<double>& values) {
+    constexpr std::size_t most = 512;
+    double block[most];
+    const std::size_t size = static_cast<std::size_t>(values.Size());
+    for (std::size_t first = 0, count = 0; first < size; first += count) {
+        count = std::min(most, size - first);
+        double* const some = values.Data() + first;
+        std::copy_n(some, count, block);
+        elem_Evaluate<double>(elem_Log, block, some, count);
+    }
 }
 
 /// The variance of the sum of a power law over elements `first` to `last` of a calibration, by the
@@ -125,14 +140,16 @@ void pwft_cPowerLawFittingFunction::FitLogarithms(const arr_cC_Array<double>& x,
     int kept = 0;
     for (int i = 0; i < x.Size(); ++i)
         if (x[i] > type_MinValue && y[i] > type_MinValue) {
-            logX[kept] = std::log(x[i]);
-            logY[kept] = std::log(y[i]);
+            logX[kept] = x[i];
+            logY[kept] = y[i];
             if (deviations != nullptr)
                 logDeviations[kept] = (*deviations)[i] / y[i];
             ++kept;
         }
     logX.SetSize(kept);
     logY.SetSize(kept);
+    takeLogarithms(logX);
+    takeLogarithms(logY);
     if (deviations == nullptr)
         return plft_c1DPolyFittingFunction::RefitValues(logX, logY);
     logDeviations.SetSize(kept);

@@ -121,6 +121,20 @@ TEST(PowerLaw, NegativeOrdersAreRefused) {
     EXPECT_EQ(multi.function.PeakCount(), 0);
 }
 
+TEST(PowerLaw, IsFoundOfAnyNumberOfPoints) {
+    for (const int count : {2, 511, 512, 513, 1025}) {
+        arr_cC_Array<double> x(count), y(count);
+        for (int i = 0; i < count; ++i) {
+            x[i] = 1 + i / 8.0;
+            y[i] = 3 / (x[i] * x[i]);
+        }
+        Single fit(1);
+        fit.function.RefitValues(x, y);
+        EXPECT_NEAR(fit.function.Coefficients()[0], std::log(3.0), 1e-12) << count;
+        EXPECT_NEAR(fit.function.Coefficients()[1], -2, 1e-12) << count;
+    }
+}
+
 TEST(PowerLaw, PointsOutsideTheLogarithmTakeNoPart) {
     const double least = type_MinValue, more = std::nextafter(type_MinValue, 1.0);
     const std::vector<std::pair<double, double>> dropped{
