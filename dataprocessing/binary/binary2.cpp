@@ -34,12 +34,26 @@ barr_Mask<Array> unsetMask(const Array&, const algn_sAxes& axes) {
     return barr_Unset<barr_Mask<Array>>(axes.x.Count(), axes.y.Count());
 }
 
+void setCal(type_cBoolean&, const algn_sAxes&) {}
+void setCal(barr_c1DBoolArray& mask, const algn_sAxes& axes) {
+    mask.SetCal(cal_c1DArrayCal(axes.x.Cal()));
+}
+void setCal(barr_c2DBoolArray& mask, const algn_sAxes& axes) {
+    mask.SetCal({axes.x.Cal(), axes.y.Cal()});
+}
+
 template<class A, class B>
-auto operate(eComparison comparison, const A& a, const B& b) {
+auto operate(eComparison comparison, const A& a, const B& b, bnry_eMaskCal cal = bnry_DefaultCal) {
+    if (cal != bnry_DefaultCal && cal != bnry_DataCal)
+        throw expt_cProgramException("binary2", 2, "Unknown calibration of a mask.");
     const auto& model = pair_Model(a, b);
     if constexpr (!pair_isNumber<A> || !pair_isNumber<B>)
-        if (pair_IsEmpty(a, b))
-            return bnry_MaskOfNothing(model);
+        if (pair_IsEmpty(a, b)) {
+            auto mask = bnry_MaskOfNothing(model);
+            if (cal == bnry_DataCal)
+                mask.SetCal(model.Cal());
+            return mask;
+        }
     const dtyp_cDataType type = bnry_ComparedType(a.DataType(), b.DataType(), comparison);
     pair_cOperands<A, B> pair(a, b, type);
     pair.Align(pair_NothingIsRefused);
@@ -50,6 +64,8 @@ auto operate(eComparison comparison, const A& a, const B& b) {
         return true;
     };
     blocks_Run({barr_Elements(mask), 1, 0, pair.Count()}, step, pair.First(), pair.Second());
+    if (cal == bnry_DataCal)
+        setCal(mask, pair.Axes());
     return mask;
 }
 
@@ -64,6 +80,13 @@ barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_
 barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c1DArray& a, const darr_c1DArray& b) { return operate(comparison, a, b); }
 barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c2DArray& a, const pnum_cNumber&  b) { return operate(comparison, a, b); }
 barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c2DArray& a, const darr_c2DArray& b) { return operate(comparison, a, b); }
+
+barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const pnum_cNumber&  a, const darr_c1DArray& b, bnry_eMaskCal cal) { return operate(comparison, a, b, cal); }
+barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const pnum_cNumber&  a, const darr_c2DArray& b, bnry_eMaskCal cal) { return operate(comparison, a, b, cal); }
+barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c1DArray& a, const pnum_cNumber&  b, bnry_eMaskCal cal) { return operate(comparison, a, b, cal); }
+barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c1DArray& a, const darr_c1DArray& b, bnry_eMaskCal cal) { return operate(comparison, a, b, cal); }
+barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c2DArray& a, const pnum_cNumber&  b, bnry_eMaskCal cal) { return operate(comparison, a, b, cal); }
+barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c2DArray& a, const darr_c2DArray& b, bnry_eMaskCal cal) { return operate(comparison, a, b, cal); }
 
 type_cBoolean     operator==(const pnum_cNumber&  a, const pnum_cNumber&  b) { return operate(bnry_Equal, a, b); }
 barr_c1DBoolArray operator==(const pnum_cNumber&  a, const darr_c1DArray& b) { return operate(bnry_Equal, a, b); }

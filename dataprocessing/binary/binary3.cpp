@@ -51,9 +51,22 @@ Mask negated(const Mask& mask) {
 
 barr_c1DBoolArray operator&(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, logic_Both()); }
 barr_c2DBoolArray operator&(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, logic_Both()); }
+barr_c1DBoolArray operator&&(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, logic_Both()); }
+barr_c2DBoolArray operator&&(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, logic_Both()); }
+barr_c1DBoolArray& operator&=(barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return a = combined(a, b, logic_Both()); }
+barr_c2DBoolArray& operator&=(barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return a = combined(a, b, logic_Both()); }
 
+barr_c1DBoolArray operator|(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, logic_Either()); }
+barr_c2DBoolArray operator|(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, logic_Either()); }
 barr_c1DBoolArray operator||(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, logic_Either()); }
 barr_c2DBoolArray operator||(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, logic_Either()); }
+barr_c1DBoolArray& operator|=(barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return a = combined(a, b, logic_Either()); }
+barr_c2DBoolArray& operator|=(barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return a = combined(a, b, logic_Either()); }
+
+barr_c1DBoolArray operator^(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return combined(a, b, logic_OneOf()); }
+barr_c2DBoolArray operator^(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return combined(a, b, logic_OneOf()); }
+barr_c1DBoolArray& operator^=(barr_c1DBoolArray& a, const barr_c1DBoolArray& b) { return a = combined(a, b, logic_OneOf()); }
+barr_c2DBoolArray& operator^=(barr_c2DBoolArray& a, const barr_c2DBoolArray& b) { return a = combined(a, b, logic_OneOf()); }
 
 barr_c1DBoolArray operator!(const barr_c1DBoolArray& mask) { return negated(mask); }
 barr_c2DBoolArray operator!(const barr_c2DBoolArray& mask) { return negated(mask); }

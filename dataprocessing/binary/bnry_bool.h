@@ -8,6 +8,15 @@
 ///
 /// Masks are never aligned: both must have the same range and delta (IsRangeAndDelta).
 ///
+/// `&&` is `&` and `||` is `|` by another name: unlike those of the operators on `bool`, both
+/// operands are always evaluated.
+///
+/// The compound operators leave the result in their first operand, which keeps its calibration;
+/// when they throw, it is as it was.
+///
+///     barr_c1DBoolArray used = spectrum > 100;
+///     used &= !saturated;
+///
 /// **Errors.** Masks of different range or delta: expt_cProgramException ("binary3", 58) in 1D,
 /// ("binary3", 83) in 2D. A mask without elements: the index error. Masks whose calibrations hide
 /// that they differ in size (a delta of zero, or one lost beside a huge offset): the size error.
@@ -21,13 +30,28 @@
 /// @{
 DATAPROCESSING_EXPORT barr_c1DBoolArray operator&(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
 DATAPROCESSING_EXPORT barr_c2DBoolArray operator&(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator&&(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator&&(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray& operator&=(barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray& operator&=(barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
 /// @}
 
 /// @name Where at least one of two masks is true
-/// Both operands are evaluated, unlike those of the operator on `bool`.
 /// @{
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator|(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator|(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
 DATAPROCESSING_EXPORT barr_c1DBoolArray operator||(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
 DATAPROCESSING_EXPORT barr_c2DBoolArray operator||(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray& operator|=(barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray& operator|=(barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
+/// @}
+
+/// @name Where exactly one of two masks is true
+/// @{
+DATAPROCESSING_EXPORT barr_c1DBoolArray operator^(const barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray operator^(const barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c1DBoolArray& operator^=(barr_c1DBoolArray& a, const barr_c1DBoolArray& b);
+DATAPROCESSING_EXPORT barr_c2DBoolArray& operator^=(barr_c2DBoolArray& a, const barr_c2DBoolArray& b);
 /// @}
 
 /// @name Where a mask is false

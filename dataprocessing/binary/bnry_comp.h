@@ -27,6 +27,10 @@
 ///     bright.SetCal(spectrum.Cal());
 ///     darr_c1DArray clipped = tnry_Ternary(bright, spectrum, 0);
 ///
+/// or is asked for there, which gives the mask of two arrays that had to be aligned its place, too:
+///
+///     const barr_c1DBoolArray bright = bnry_Operate(bnry_Greater, spectrum, 100, bnry_DataCal);
+///
 /// **Empty operands.** A number with an array without elements, and two arrays without elements,
 /// give a mask of 2 (1D) or 2 by 2 (2D) elements, all false, whatever the comparison and the types.
 ///
@@ -52,7 +56,26 @@ enum bnry_eCompBinaryOperation : int {
     bnry_LessEqual = 5     ///< a <= b
 };
 
+/// Where the mask of a comparison lies.
+enum bnry_eMaskCal : int {
+    bnry_DefaultCal = 0, ///< on the default calibration
+    /// where the data do: on the calibration of the array, of two arrays on that of the aligned
+    /// first one, which the sum of both has, too; without elements, on that of the (first) array
+    bnry_DataCal = 1
+};
+
 // clang-format off
+
+/// @name Where a comparison holds, with the place of the mask
+/// A `cal` that is neither of the two: expt_cProgramException ("binary2", 2).
+/// @{
+DATAPROCESSING_EXPORT barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const pnum_cNumber&  a, const darr_c1DArray& b, bnry_eMaskCal cal);
+DATAPROCESSING_EXPORT barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const pnum_cNumber&  a, const darr_c2DArray& b, bnry_eMaskCal cal);
+DATAPROCESSING_EXPORT barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c1DArray& a, const pnum_cNumber&  b, bnry_eMaskCal cal);
+DATAPROCESSING_EXPORT barr_c1DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c1DArray& a, const darr_c1DArray& b, bnry_eMaskCal cal);
+DATAPROCESSING_EXPORT barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c2DArray& a, const pnum_cNumber&  b, bnry_eMaskCal cal);
+DATAPROCESSING_EXPORT barr_c2DBoolArray bnry_Operate(bnry_eCompBinaryOperation comparison, const darr_c2DArray& a, const darr_c2DArray& b, bnry_eMaskCal cal);
+/// @}
 
 /// @name Where a comparison holds
 /// @{

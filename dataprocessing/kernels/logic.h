@@ -15,6 +15,8 @@ using logic_Loop = void (*)(const unsigned char* a, const unsigned char* b, unsi
 logic_Loop logic_Both() noexcept;
 /// The loop that is true where at least one is.
 logic_Loop logic_Either() noexcept;
+/// The loop that is true where exactly one is.
+logic_Loop logic_OneOf() noexcept;
 /// Writes `count` bytes: true where `a` is false.
 void logic_Not(const unsigned char* a, unsigned char* result, std::size_t count) noexcept;
 

@@ -21,6 +21,7 @@
 /// element type gives the float 0 and leaves the positions as they were.
 
 #include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/conv.h"
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/parr.h"
@@ -75,6 +76,33 @@ DATAPROCESSING_EXPORT void extr_MinMax(const parr_c2DNumberArray& array, pnum_cN
 /// @{
 DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation = darr_LinearInterpolation, conv_eComplexConversion conversion = conv_RealPart);
 DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation = darr_LinearInterpolation, conv_eComplexConversion conversion = conv_RealPart);
+/// @}
+
+/// @name Extrema under a mask
+/// What the functions above give for the elements where `mask` is true, in storage order: the extremum;
+/// with its index, or its column `x` and row `y`, in the array; with its position; both extrema. Where
+/// the mask takes no element, the error of an array without elements.
+///
+///     const pnum_cNumber highest = extr_Max(spectrum, !saturated);
+///
+/// The mask has the size of the array: otherwise the size error. It lies where the array does or, as
+/// comparisons leave it, on the default calibration: otherwise expt_cProgramException ("pick", 1). Throws
+/// std::bad_alloc when there is no room for a copy of the elements.
+/// @{
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const barr_c1DBoolArray& mask, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const barr_c1DBoolArray& mask, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c2DArray& array, const barr_c2DBoolArray& mask, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c2DArray& array, const barr_c2DBoolArray& mask, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const barr_c1DBoolArray& mask, int& index, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const barr_c1DBoolArray& mask, int& index, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c2DArray& array, const barr_c2DBoolArray& mask, int& x, int& y, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c2DArray& array, const barr_c2DBoolArray& mask, int& x, int& y, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c1DArray& array, const barr_c1DBoolArray& mask, double& position, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c1DArray& array, const barr_c1DBoolArray& mask, double& position, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Min(const darr_c2DArray& array, const barr_c2DBoolArray& mask, double& x, double& y, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT pnum_cNumber extr_Max(const darr_c2DArray& array, const barr_c2DBoolArray& mask, double& x, double& y, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT void extr_MinMax(const darr_c1DArray& array, const barr_c1DBoolArray& mask, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion = conv_RealPart);
+DATAPROCESSING_EXPORT void extr_MinMax(const darr_c2DArray& array, const barr_c2DBoolArray& mask, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion = conv_RealPart);
 /// @}
 
 // clang-format on

@@ -2,6 +2,7 @@
 
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/operand/blocks.h"
+#include "dataprocessing/operand/pick.h"
 #include "dataprocessing/reduce/extr.h"
 #include "dataprocessing/reduce/extrem1_kernels.h"
 #include "dataprocessing/unary/ternary.h"
@@ -66,35 +67,47 @@ pnum_cNumber extremum(extr_eKind kind, const parr_cNumberArray& array, int& inde
     return best[0].value;
 }
 
-pnum_cNumber extremum(extr_eKind kind, const parr_c2DNumberArray& array, int& x, int& y,
-                      conv_eComplexConversion conversion) {
-    int index = -1;
-    const pnum_cNumber value = extremum(kind, array, index, conversion);
+/// Sets the place of the element at `index`, unless that is negative.
+void setPlace(const parr_cNumberArray&, int) {}
+void setPlace(const parr_cNumberArray&, int index, int& place) {
+    if (index >= 0)
+        place = index;
+}
+void setPlace(const darr_c1DArray& array, int index, double& position) {
+    if (index >= 0)
+        position = array.Cal().Position(index);
+}
+void setPlace(const parr_c2DNumberArray& array, int index, int& x, int& y) {
     if (index >= 0) {
         x = index % array.SizeX();
         y = index / array.SizeX();
     }
-    return value;
+}
+void setPlace(const darr_c2DArray& array, int index, double& x, double& y) {
+    if (index >= 0) {
+        x = array.Cal().X().Position(index % array.SizeX());
+        y = array.Cal().Y().Position(index / array.SizeX());
+    }
 }
 
-pnum_cNumber extremum(extr_eKind kind, const darr_c1DArray& array, double& position,
-                      conv_eComplexConversion conversion) {
+/// The extremum, and its place unless the type is unknown.
+template<class Array, class... Place>
+pnum_cNumber extremumAt(extr_eKind kind, const Array& array, conv_eComplexConversion conversion,
+                        Place&... place) {
     int index = -1;
     const pnum_cNumber value = extremum(kind, array, index, conversion);
-    if (index >= 0)
-        position = array.Cal().Position(index);
+    setPlace(array, index, place...);
     return value;
 }
 
-pnum_cNumber extremum(extr_eKind kind, const darr_c2DArray& array, double& x, double& y,
-                      conv_eComplexConversion conversion) {
-    int column = -1;
-    int row = -1;
-    const pnum_cNumber value = extremum(kind, array, column, row, conversion);
-    if (column >= 0) {
-        x = array.Cal().X().Position(column);
-        y = array.Cal().Y().Position(row);
-    }
+/// The same under a mask.
+template<class Array, class Mask, class... Place>
+pnum_cNumber extremumWhere(extr_eKind kind, const Array& array, const Mask& mask,
+                           conv_eComplexConversion conversion, Place&... place) {
+    int taken = -1;
+    const pnum_cNumber value = extremum(kind, pick_Where(array, mask), taken, conversion);
+    const int index = taken < 0 ? taken : pick_IndexOf(mask.Elements(), taken);
+    setPlace(array, index, place...);
     return value;
 }
 
@@ -151,15 +164,30 @@ pnum_cNumber extr_Min(const parr_c2DNumberArray& array, conv_eComplexConversion 
 pnum_cNumber extr_Max(const parr_c2DNumberArray& array, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, conversion); }
 pnum_cNumber extr_Min(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, index, conversion); }
 pnum_cNumber extr_Max(const parr_c1DNumberArray& array, int& index, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, index, conversion); }
-pnum_cNumber extr_Min(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, x, y, conversion); }
-pnum_cNumber extr_Max(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, x, y, conversion); }
-pnum_cNumber extr_Min(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, position, conversion); }
-pnum_cNumber extr_Max(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, position, conversion); }
-pnum_cNumber extr_Min(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, x, y, conversion); }
-pnum_cNumber extr_Max(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, x, y, conversion); }
+pnum_cNumber extr_Min(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion) { return extremumAt(extr_Minimum, array, conversion, x, y); }
+pnum_cNumber extr_Max(const parr_c2DNumberArray& array, int& x, int& y, conv_eComplexConversion conversion) { return extremumAt(extr_Maximum, array, conversion, x, y); }
+pnum_cNumber extr_Min(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion) { return extremumAt(extr_Minimum, array, conversion, position); }
+pnum_cNumber extr_Max(const darr_c1DArray& array, double& position, conv_eComplexConversion conversion) { return extremumAt(extr_Maximum, array, conversion, position); }
+pnum_cNumber extr_Min(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion) { return extremumAt(extr_Minimum, array, conversion, x, y); }
+pnum_cNumber extr_Max(const darr_c2DArray& array, double& x, double& y, conv_eComplexConversion conversion) { return extremumAt(extr_Maximum, array, conversion, x, y); }
 void extr_MinMax(const parr_c1DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion) { extrema(array, min, max, conversion); }
 void extr_MinMax(const parr_c2DNumberArray& array, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion) { extrema(array, min, max, conversion); }
 pnum_cNumber extr_Min(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion) { return extremum(extr_Minimum, array, range, interpolation, conversion); }
 pnum_cNumber extr_Max(const darr_c1DArray& array, const rnge_c1DRange& range, darr_eInterpolation interpolation, conv_eComplexConversion conversion) { return extremum(extr_Maximum, array, range, interpolation, conversion); }
+
+pnum_cNumber extr_Min(const darr_c1DArray& array, const barr_c1DBoolArray& mask, conv_eComplexConversion conversion) { return extremumWhere(extr_Minimum, array, mask, conversion); }
+pnum_cNumber extr_Max(const darr_c1DArray& array, const barr_c1DBoolArray& mask, conv_eComplexConversion conversion) { return extremumWhere(extr_Maximum, array, mask, conversion); }
+pnum_cNumber extr_Min(const darr_c2DArray& array, const barr_c2DBoolArray& mask, conv_eComplexConversion conversion) { return extremumWhere(extr_Minimum, array, mask, conversion); }
+pnum_cNumber extr_Max(const darr_c2DArray& array, const barr_c2DBoolArray& mask, conv_eComplexConversion conversion) { return extremumWhere(extr_Maximum, array, mask, conversion); }
+pnum_cNumber extr_Min(const darr_c1DArray& array, const barr_c1DBoolArray& mask, int& index, conv_eComplexConversion conversion) { return extremumWhere(extr_Minimum, array, mask, conversion, index); }
+pnum_cNumber extr_Max(const darr_c1DArray& array, const barr_c1DBoolArray& mask, int& index, conv_eComplexConversion conversion) { return extremumWhere(extr_Maximum, array, mask, conversion, index); }
+pnum_cNumber extr_Min(const darr_c2DArray& array, const barr_c2DBoolArray& mask, int& x, int& y, conv_eComplexConversion conversion) { return extremumWhere(extr_Minimum, array, mask, conversion, x, y); }
+pnum_cNumber extr_Max(const darr_c2DArray& array, const barr_c2DBoolArray& mask, int& x, int& y, conv_eComplexConversion conversion) { return extremumWhere(extr_Maximum, array, mask, conversion, x, y); }
+pnum_cNumber extr_Min(const darr_c1DArray& array, const barr_c1DBoolArray& mask, double& position, conv_eComplexConversion conversion) { return extremumWhere(extr_Minimum, array, mask, conversion, position); }
+pnum_cNumber extr_Max(const darr_c1DArray& array, const barr_c1DBoolArray& mask, double& position, conv_eComplexConversion conversion) { return extremumWhere(extr_Maximum, array, mask, conversion, position); }
+pnum_cNumber extr_Min(const darr_c2DArray& array, const barr_c2DBoolArray& mask, double& x, double& y, conv_eComplexConversion conversion) { return extremumWhere(extr_Minimum, array, mask, conversion, x, y); }
+pnum_cNumber extr_Max(const darr_c2DArray& array, const barr_c2DBoolArray& mask, double& x, double& y, conv_eComplexConversion conversion) { return extremumWhere(extr_Maximum, array, mask, conversion, x, y); }
+void extr_MinMax(const darr_c1DArray& array, const barr_c1DBoolArray& mask, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion) { extrema(pick_Where(array, mask), min, max, conversion); }
+void extr_MinMax(const darr_c2DArray& array, const barr_c2DBoolArray& mask, pnum_cNumber& min, pnum_cNumber& max, conv_eComplexConversion conversion) { extrema(pick_Where(array, mask), min, max, conversion); }
 
 // clang-format on

@@ -4,6 +4,8 @@
 /// Sum, mean and variance of all elements of an array.
 
 #include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/valuemodel/barr.h"
+#include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/parr.h"
 #include "dataprocessing/valuemodel/pnum.h"
 
@@ -43,3 +45,28 @@ DATAPROCESSING_EXPORT pnum_cNumber stat_Mean(const parr_c2DNumberArray& array);
 /// type.
 DATAPROCESSING_EXPORT pnum_cNumber stat_Variance(const parr_c1DNumberArray& array);
 DATAPROCESSING_EXPORT pnum_cNumber stat_Variance(const parr_c2DNumberArray& array);
+
+// clang-format off
+
+/// @name Under a mask
+/// What the functions above give for a 1D array of the elements where `mask` is true, in storage order,
+/// with the same types, the number of those elements as the count, and the same errors for too few of
+/// them: none has a sum of 0, no mean, and less than two have no variance. **The variance of elements of
+/// an image has d = count - 1, too**: they have no rows and columns. Elements that are not taken do not
+/// matter, even when they are infinite or NaN.
+///
+///     const pnum_cNumber background = stat_Mean(spectrum, spectrum < 100);
+///
+/// The mask has the size of the array: otherwise the size error. It lies where the array does or, as
+/// comparisons leave it, on the default calibration: otherwise expt_cProgramException ("pick", 1). Throws
+/// std::bad_alloc when there is no room for a copy of the elements.
+/// @{
+DATAPROCESSING_EXPORT pnum_cNumber stat_Sum(const darr_c1DArray& array, const barr_c1DBoolArray& mask);
+DATAPROCESSING_EXPORT pnum_cNumber stat_Sum(const darr_c2DArray& array, const barr_c2DBoolArray& mask);
+DATAPROCESSING_EXPORT pnum_cNumber stat_Mean(const darr_c1DArray& array, const barr_c1DBoolArray& mask);
+DATAPROCESSING_EXPORT pnum_cNumber stat_Mean(const darr_c2DArray& array, const barr_c2DBoolArray& mask);
+DATAPROCESSING_EXPORT pnum_cNumber stat_Variance(const darr_c1DArray& array, const barr_c1DBoolArray& mask);
+DATAPROCESSING_EXPORT pnum_cNumber stat_Variance(const darr_c2DArray& array, const barr_c2DBoolArray& mask);
+/// @}
+
+// clang-format on

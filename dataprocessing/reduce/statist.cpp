@@ -6,6 +6,7 @@
 #include "dataprocessing/base/dtyp_visit.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/operand/pick.h"
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
@@ -42,8 +43,18 @@ pnum_cNumber varianceOf(const parr_cNumberArray& array, const pnum_cNumber& mean
 constexpr int meanLine1D = 166;
 constexpr int meanLine2D = 178;
 
+constexpr int varianceLine1D = 190;
+constexpr int varianceLine2D = 203;
+
 [[noreturn]] void refuseVariance(int line) {
     throw expt_cUserException("statist", line, "Cannot calculate variance on array.");
+}
+
+/// The variance of elements without rows; `refusingLine` refuses less than two.
+pnum_cNumber varianceOfLine(const parr_c1DNumberArray& array, int refusingLine) {
+    if (array.Size() < 2)
+        refuseVariance(refusingLine);
+    return varianceOf(array, meanOf(array, meanLine1D), array.Size() - 1);
 }
 
 } // namespace
@@ -59,13 +70,32 @@ pnum_cNumber stat_Mean(const parr_c1DNumberArray& array) { return meanOf(array, 
 pnum_cNumber stat_Mean(const parr_c2DNumberArray& array) { return meanOf(array, meanLine2D); }
 
 pnum_cNumber stat_Variance(const parr_c1DNumberArray& array) {
-    if (array.Size() < 2)
-        refuseVariance(190);
-    return varianceOf(array, meanOf(array, meanLine1D), array.Size() - 1);
+    return varianceOfLine(array, varianceLine1D);
 }
 
 pnum_cNumber stat_Variance(const parr_c2DNumberArray& array) {
     if (array.Count() < 2 || array.SizeY() < 2)
-        refuseVariance(203);
+        refuseVariance(varianceLine2D);
     return varianceOf(array, meanOf(array, meanLine2D), (array.SizeX() - 1) * (array.SizeY() - 1));
+}
+
+pnum_cNumber stat_Sum(const darr_c1DArray& array, const barr_c1DBoolArray& mask) {
+    return sumOf(pick_Where(array, mask));
+}
+pnum_cNumber stat_Sum(const darr_c2DArray& array, const barr_c2DBoolArray& mask) {
+    return sumOf(pick_Where(array, mask));
+}
+
+pnum_cNumber stat_Mean(const darr_c1DArray& array, const barr_c1DBoolArray& mask) {
+    return meanOf(pick_Where(array, mask), meanLine1D);
+}
+pnum_cNumber stat_Mean(const darr_c2DArray& array, const barr_c2DBoolArray& mask) {
+    return meanOf(pick_Where(array, mask), meanLine2D);
+}
+
+pnum_cNumber stat_Variance(const darr_c1DArray& array, const barr_c1DBoolArray& mask) {
+    return varianceOfLine(pick_Where(array, mask), varianceLine1D);
+}
+pnum_cNumber stat_Variance(const darr_c2DArray& array, const barr_c2DBoolArray& mask) {
+    return varianceOfLine(pick_Where(array, mask), varianceLine2D);
 }

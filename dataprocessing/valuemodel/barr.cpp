@@ -1,9 +1,12 @@
 #include "dataprocessing/valuemodel/barr.h"
 
+#include <algorithm>
 #include <cstring>
+#include <ostream>
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/valuemodel/barr_make.h"
+#include "dataprocessing/valuemodel/print.h"
 
 using namespace dataprocessing::detail;
 
@@ -20,6 +23,25 @@ mem_cBlock falseElements(int count) {
 template<class Byte, class Block>
 Byte& elementAt(Block& block, int index) {
     return static_cast<Byte*>(block.Data())[index];
+}
+
+/// Sums blocks of bytes in bytes, which is what vectors add most of at a time.
+int countTrue(std::span<const unsigned char> elements) {
+    constexpr std::size_t block = 255;
+    int count = 0;
+    for (std::size_t first = 0; first < elements.size(); first += block) {
+        unsigned char sum = 0;
+        for (const unsigned char element :
+             elements.subspan(first, std::min(block, elements.size() - first)))
+            sum = static_cast<unsigned char>(sum + static_cast<unsigned char>(element != 0));
+        count += sum;
+    }
+    return count;
+}
+
+void printRow(std::ostream& stream, std::span<const unsigned char> row) {
+    print_Row(stream, static_cast<int>(row.size()),
+              [&](int i) { stream << (row[static_cast<std::size_t>(i)] != 0 ? 1 : 0); });
 }
 
 bool isSameAxis(const cal_cArrayCal& a, int countA, const cal_cArrayCal& b, int countB) noexcept {
@@ -44,6 +66,8 @@ const unsigned char& barr_c1DBoolArray::Element(int index) const& {
     return elementAt<const unsigned char>(block_, arr_CheckedIndex(index, Size()));
 }
 
+int barr_c1DBoolArray::CountTrue() const noexcept { return countTrue(Elements()); }
+
 barr_c2DBoolArray::barr_c2DBoolArray(int sizeX, int sizeY)
     : block_(falseElements(arr_CheckedSize(sizeX, sizeY))), sizeX_(sizeX), sizeY_(sizeY) {}
 
@@ -62,6 +86,21 @@ unsigned char& barr_c2DBoolArray::Element(int x, int y) & {
 }
 const unsigned char& barr_c2DBoolArray::Element(int x, int y) const& {
     return elementAt<const unsigned char>(block_, arr_CheckedIndex(x, y, SizeX(), SizeY()));
+}
+
+int barr_c2DBoolArray::CountTrue() const noexcept { return countTrue(Elements()); }
+
+std::ostream& operator<<(std::ostream& stream, const barr_c1DBoolArray& mask) {
+    printRow(stream, mask.Elements());
+    return stream;
+}
+
+std::ostream& operator<<(std::ostream& stream, const barr_c2DBoolArray& mask) {
+    const auto columns = static_cast<std::size_t>(mask.SizeX());
+    print_Rows(stream, mask.SizeY(), [&](int y) {
+        printRow(stream, mask.Elements().subspan(static_cast<std::size_t>(y) * columns, columns));
+    });
+    return stream;
 }
 
 template<>

@@ -3,6 +3,13 @@
 /// @file
 /// Boolean arrays: masks with a calibrated extent.
 
+#include <concepts>
+#include <initializer_list>
+#include <iosfwd>
+#include <ranges>
+#include <span>
+
+#include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/platform/memory.h"
@@ -14,18 +21,64 @@ namespace dataprocessing::detail {
 template<class Mask>
 DATAPROCESSING_NO_EXPORT Mask barr_Unset(int sizeX, int sizeY);
 
+/// The number of truths as the size of a mask. Throws the size error where it cannot be one.
+template<class Range>
+int barr_SizeOf(const Range& truths) {
+    return arr_CheckedSize(static_cast<long long>(std::ranges::size(truths)));
+}
+
+/// Throws the size error unless there are `count` truths.
+template<class Range>
+void barr_RequireSize(const Range& truths, int count) {
+    const auto size = static_cast<long long>(std::ranges::size(truths));
+    if (size != count)
+        arr_SizeError(size, count);
+}
+
+/// Sets each element to 1 where the truth is, else to 0.
+template<class Range>
+void barr_Assign(const Range& truths, std::span<unsigned char> elements) {
+    unsigned char* element = elements.data();
+    for (const auto& truth : truths)
+        *element++ = static_cast<unsigned char>(static_cast<bool>(truth));
+}
+
 } // namespace dataprocessing::detail
+
+/// Satisfied by what a mask can be made of: a range of known size of `bool` or of bytes (`unsigned
+/// char`), as std::vector<bool>, std::array<bool, 9> and std::span<const unsigned char> are.
+template<class Range>
+concept barr_Truths = std::ranges::sized_range<const Range> &&
+    (std::same_as<std::ranges::range_value_t<const Range>, bool> ||
+     std::same_as<std::ranges::range_value_t<const Range>, unsigned char>);
 
 /// A 1D boolean array, one byte per element: zero is false, anything else true.
 ///
 /// It starts as all false on the default calibration. Comparisons give masks on that calibration
-/// too: a mask meant for calibrated data is given the data's, `mask.SetCal(data.Cal())`.
+/// too, unless they are asked for the data's (bnry_DataCal): a mask meant for calibrated data is
+/// given those, `mask.SetCal(data.Cal())`. The logic of masks is in bnry_bool.h.
+///
+///     const barr_c1DBoolArray valid({true, true, false, true});
+///     const int used = valid.CountTrue(); // 3
 class DATAPROCESSING_EXPORT barr_c1DBoolArray {
 public:
     /// No element.
     barr_c1DBoolArray() noexcept = default;
     /// `size` elements, all false. Throws the size error when it is negative.
     explicit barr_c1DBoolArray(int size);
+    /// As many elements as `truths` has: 1 where its are true (of bytes: not 0), else 0. Throws the
+    /// size error for more than 2^31-1.
+    template<barr_Truths Range>
+    explicit barr_c1DBoolArray(const Range& truths, const cal_c1DArrayCal& cal = cal_c1DArrayCal())
+        : barr_c1DBoolArray(dataprocessing::detail::barr_SizeOf(truths)) {
+        dataprocessing::detail::barr_Assign(truths, Elements());
+        cal_ = cal;
+    }
+    /// The listed elements, which are of type `bool`.
+    template<std::same_as<bool> Truth>
+    explicit barr_c1DBoolArray(std::initializer_list<Truth> truths,
+                               const cal_c1DArrayCal& cal = cal_c1DArrayCal())
+        : barr_c1DBoolArray(std::span<const bool>(truths.begin(), truths.size()), cal) {}
 
     /// The number of elements.
     int Size() const noexcept { return static_cast<int>(block_.Size()); }
@@ -47,6 +100,25 @@ public:
     /// Element `index` of a temporary, by value.
     unsigned char Element(int index) const&& { return Element(index); }
 
+    /// The elements in storage order, one byte each. Valid until the mask is assigned to or
+    /// destroyed.
+    std::span<unsigned char> Elements() & noexcept {
+        return {static_cast<unsigned char*>(block_.Data()), block_.Size()};
+    }
+    /// The elements, for reading.
+    std::span<const unsigned char> Elements() const& noexcept {
+        return {static_cast<const unsigned char*>(block_.Data()), block_.Size()};
+    }
+    /// A temporary mask takes its elements with it: give `a & b` a name first.
+    void Elements() const&& = delete;
+
+    /// True when at least one element is; of no element, false.
+    bool Any() const noexcept { return CountTrue() > 0; }
+    /// True when every element is; of no element, true.
+    bool All() const noexcept { return CountTrue() == Size(); }
+    /// The number of true elements.
+    int CountTrue() const noexcept;
+
 private:
     template<class Mask>
     friend Mask dataprocessing::detail::barr_Unset(int sizeX, int sizeY);
@@ -63,6 +135,22 @@ public:
     /// `sizeX` by `sizeY` elements, all false. Throws the size error when a size is negative or the
     /// count passes 2^31-1.
     barr_c2DBoolArray(int sizeX, int sizeY);
+    /// `sizeX` by `sizeY` elements, row after row: 1 where those of `truths` are true (of bytes:
+    /// not 0), else 0. Throws the size error unless it has sizeX times sizeY.
+    template<barr_Truths Range>
+    barr_c2DBoolArray(int sizeX, int sizeY, const Range& truths,
+                      const cal_c2DArrayCal& cal = cal_c2DArrayCal())
+        : barr_c2DBoolArray(sizeX, sizeY) {
+        dataprocessing::detail::barr_RequireSize(truths, Count());
+        dataprocessing::detail::barr_Assign(truths, Elements());
+        cal_ = cal;
+    }
+    /// The listed elements, which are of type `bool`.
+    template<std::same_as<bool> Truth>
+    barr_c2DBoolArray(int sizeX, int sizeY, std::initializer_list<Truth> truths,
+                      const cal_c2DArrayCal& cal = cal_c2DArrayCal())
+        : barr_c2DBoolArray(sizeX, sizeY, std::span<const bool>(truths.begin(), truths.size()),
+                            cal) {}
 
     /// The number of columns.
     int SizeX() const noexcept { return sizeX_; }
@@ -88,6 +176,25 @@ public:
     /// Element (x, y) of a temporary, by value.
     unsigned char Element(int x, int y) const&& { return Element(x, y); }
 
+    /// The elements in storage order, one byte each. Valid until the mask is assigned to or
+    /// destroyed.
+    std::span<unsigned char> Elements() & noexcept {
+        return {static_cast<unsigned char*>(block_.Data()), block_.Size()};
+    }
+    /// The elements, for reading.
+    std::span<const unsigned char> Elements() const& noexcept {
+        return {static_cast<const unsigned char*>(block_.Data()), block_.Size()};
+    }
+    /// A temporary mask takes its elements with it: give `a & b` a name first.
+    void Elements() const&& = delete;
+
+    /// True when at least one element is; of no element, false.
+    bool Any() const noexcept { return CountTrue() > 0; }
+    /// True when every element is; of no element, true.
+    bool All() const noexcept { return CountTrue() == Count(); }
+    /// The number of true elements.
+    int CountTrue() const noexcept;
+
 private:
     template<class Mask>
     friend Mask dataprocessing::detail::barr_Unset(int sizeX, int sizeY);
@@ -97,3 +204,8 @@ private:
     dataprocessing::detail::mem_cCount sizeY_;
     cal_c2DArrayCal cal_;
 };
+
+/// Prints "[1, 0, 1]"; of long masks the first and last elements.
+DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& stream, const barr_c1DBoolArray& mask);
+/// Prints one line per row; of large masks the first and last elements of the outer rows.
+DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& stream, const barr_c2DBoolArray& mask);

@@ -9,37 +9,64 @@
 
 namespace dataprocessing::detail {
 
-pnum_cNumber darr_ValueAt(const view_cView& row, const cal_cArrayCal& cal, double x,
-                          darr_eInterpolation interpolation) {
-    if (row.Count() == 0)
+namespace {
+
+/// The element before a position, and the part of the way to the next one.
+struct sPlace {
+    std::size_t left;
+    double part;
+};
+
+/// Where position `x` lies among `count` elements; outside, at the end element.
+sPlace placeOf(int count, const cal_cArrayCal& cal, double x) {
+    if (count == 0)
         arr_IndexError(0, 0);
     const double index = cal.RealIndex(x);
     if (std::isnan(index) || cal.Delta() == 0)
         arr_IndexError();
-    const double held = std::clamp(index, 0.0, static_cast<double>(row.Count()) - 1);
+    const double held = std::clamp(index, 0.0, static_cast<double>(count) - 1);
     const auto left = static_cast<std::size_t>(held);
-    const auto element = [&](std::size_t i) {
-        pnum_cNumber number(row.Type());
-        row.Fetch(i, 1, number.Data());
+    return {left, held - static_cast<double>(left)};
+}
+
+comp_cComplex<double> between(const comp_cComplex<double>& a, const comp_cComplex<double>& b,
+                              double part) {
+    return {view_Between(a.re, b.re, part), view_Between(a.im, b.im, part)};
+}
+
+pnum_cNumber valueAt(const view_cView& view, const sPlace& x, const sPlace& y,
+                     darr_eInterpolation interpolation) {
+    const auto element = [&](std::size_t column, std::size_t row) {
+        pnum_cNumber number(view.Type());
+        view.Fetch(row * static_cast<std::size_t>(view.X().Count()) + column, 1, number.Data());
         return number;
+    };
+    const auto alongX = [&](std::size_t row) {
+        const auto a = element(x.left, row).As<comp_cComplex<double>>();
+        if (x.part == 0)
+            return a;
+        return between(a, element(x.left + 1, row).As<comp_cComplex<double>>(), x.part);
     };
     switch (interpolation) {
     case darr_NoInterpolation:
-        return element(left);
+        return element(x.left, y.left);
     case darr_LinearInterpolation: {
-        const double part = held - static_cast<double>(left);
-        const bool isInteger = row.Type().Code() < dtyp_Float;
-        const dtyp_cDataType type = isInteger ? dtyp_cDataType(dtyp_Double) : row.Type();
-        if (part == 0)
-            return conv_Convert(element(left), type);
-        const auto a = element(left).As<comp_cComplex<double>>();
-        const auto b = element(left + 1).As<comp_cComplex<double>>();
-        const comp_cComplex<double> value(view_Between(a.re, b.re, part),
-                                          view_Between(a.im, b.im, part));
-        return conv_Convert(value, type);
+        const bool isInteger = view.Type().Code() < dtyp_Float;
+        const dtyp_cDataType type = isInteger ? dtyp_cDataType(dtyp_Double) : view.Type();
+        if (x.part == 0 && y.part == 0)
+            return conv_Convert(element(x.left, y.left), type);
+        const comp_cComplex<double> below = alongX(y.left);
+        return conv_Convert(y.part == 0 ? below : between(below, alongX(y.left + 1), y.part), type);
     }
     }
     throw expt_cProgramException("darr", 1, "Unknown interpolation.");
+}
+
+} // namespace
+
+pnum_cNumber darr_ValueAt(const view_cView& row, const cal_cArrayCal& cal, double x,
+                          darr_eInterpolation interpolation) {
+    return valueAt(row, placeOf(row.X().Count(), cal, x), {0, 0}, interpolation);
 }
 
 } // namespace dataprocessing::detail
@@ -83,4 +110,20 @@ darr_c1DArray darr_c2DArray::LineAtY(int y) const {
     darr_c1DArray line(SizeX(), DataType(), cal_c1DArrayCal(cal_.X()));
     view.Fetch(0, view.Count(), line.Data());
     return line;
+}
+
+darr_c1DArray darr_c2DArray::LineAtX(int x) const {
+    arr_CheckedIndex(x, SizeX());
+    view_cAxis column = view_X(*this);
+    column.Select(x, x + 1LL);
+    const view_cView view(Data(), DataType(), DataType(), column, view_Y(*this));
+    darr_c1DArray line(SizeY(), DataType(), cal_c1DArrayCal(cal_.Y()));
+    view.Fetch(0, view.Count(), line.Data());
+    return line;
+}
+
+pnum_cNumber darr_c2DArray::Value(double x, double y, darr_eInterpolation interpolation) const {
+    const view_cView elements(Data(), DataType(), DataType(), view_X(*this), view_Y(*this));
+    return valueAt(elements, placeOf(SizeX(), cal_.X(), x), placeOf(SizeY(), cal_.Y(), y),
+                   interpolation);
 }

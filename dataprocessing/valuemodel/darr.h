@@ -3,7 +3,9 @@
 /// @file
 /// Calibrated arrays: number arrays that know where they lie in calibrated space.
 
+#include <concepts>
 #include <initializer_list>
+#include <type_traits>
 #include <utility>
 
 #include "dataprocessing/base/arr.h"
@@ -20,6 +22,21 @@ enum darr_eInterpolation : int {
     /// that element, whatever its neighbours are.
     darr_LinearInterpolation = 1
 };
+
+/// Satisfied by a function of this many positions that gives an element: a number, or a value that
+/// converts to comp_cComplex<double>.
+template<class Function, class... Position>
+concept darr_FunctionOf = std::invocable<const Function&, Position...> &&
+    std::convertible_to<std::invoke_result_t<const Function&, Position...>, comp_cComplex<double>>;
+
+namespace dataprocessing::detail {
+
+/// What the values of a function of positions are kept as.
+template<class Value>
+using darr_Kept =
+    std::conditional_t<std::convertible_to<Value, double>, double, comp_cComplex<double>>;
+
+} // namespace dataprocessing::detail
 
 /// A calibrated 1D array (a spectrum, a line profile).
 ///
@@ -96,6 +113,26 @@ public:
     /// darr_eInterpolation.
     pnum_cNumber Value(double x,
                        darr_eInterpolation interpolation = darr_LinearInterpolation) const;
+
+    /// Sets every element to `value(x)` at its own position x, Cal().Position of its index. Values
+    /// are taken as doubles, or complex doubles, and converted to the array's type by the rules of
+    /// conv_Convert: an array of integers rounds and clips them, a real one takes the real parts.
+    /// When `value` throws, and for an array of an unknown element type (the error of
+    /// conv_Convert), nothing has changed.
+    ///
+    ///     darr_c1DArray line(1024, dtyp_Float, cal);
+    ///     line.Fill([](double x) { return std::exp(-x * x / 2); });
+    template<darr_FunctionOf<double> Function>
+    void Fill(const Function& value) {
+        using Kept =
+            dataprocessing::detail::darr_Kept<std::invoke_result_t<const Function&, double>>;
+        parr_c1DNumberArray filled(Size(), dtyp_Of<Kept>());
+        Kept* element = static_cast<Kept*>(filled.Data());
+        for (int i = 0; i < Size(); ++i)
+            *element++ = static_cast<Kept>(value(cal_.Position(i)));
+        filled.Convert(DataType());
+        parr_c1DNumberArray::operator=(std::move(filled));
+    }
 
 private:
     cal_c1DArrayCal cal_;
@@ -175,6 +212,35 @@ public:
     /// Row `y` as a 1D array with the calibration of X. Throws the index error outside [0,
     /// SizeY()).
     darr_c1DArray LineAtY(int y) const;
+    /// Column `x` as a 1D array with the calibration of Y. Throws the index error outside [0,
+    /// SizeX()).
+    darr_c1DArray LineAtX(int x) const;
+
+    /// The value at position (x, y): see darr_c1DArray::Value. Linear interpolation is along X in
+    /// the rows below and above, then between those along Y, in double precision, and rounded once;
+    /// an element of weight zero does not matter, even when it is infinite or NaN. Throws the same
+    /// errors.
+    ///
+    ///     image.Value(10.5, -2.25, darr_LinearInterpolation)
+    pnum_cNumber Value(double x, double y,
+                       darr_eInterpolation interpolation = darr_LinearInterpolation) const;
+
+    /// Sets every element to `value(x, y)` at its own position; see darr_c1DArray::Fill.
+    ///
+    ///     image.Fill([](double x, double y) { return x * x + y * y < 4 ? 1 : 0; });
+    template<darr_FunctionOf<double, double> Function>
+    void Fill(const Function& value) {
+        using Kept = dataprocessing::detail::darr_Kept<
+            std::invoke_result_t<const Function&, double, double>>;
+        parr_c2DNumberArray filled(SizeX(), SizeY(), dtyp_Of<Kept>());
+        Kept* element = static_cast<Kept*>(filled.Data());
+        for (int row = 0; row < SizeY(); ++row)
+            for (int column = 0; column < SizeX(); ++column)
+                *element++ =
+                    static_cast<Kept>(value(cal_.X().Position(column), cal_.Y().Position(row)));
+        filled.Convert(DataType());
+        parr_c2DNumberArray::operator=(std::move(filled));
+    }
 
 private:
     cal_c2DArrayCal cal_;

@@ -10,6 +10,7 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
+#include "dataprocessing/valuemodel/print.h"
 
 using namespace dataprocessing::detail;
 
@@ -27,21 +28,9 @@ Byte* elementAt(Byte* data, int index, dtyp_cDataType type) {
 unsigned char* bytes(void* data) { return static_cast<unsigned char*>(data); }
 const unsigned char* bytes(const void* data) { return static_cast<const unsigned char*>(data); }
 
-/// Up to this many elements of a row, and rows of an array, are printed from each end.
-constexpr int printedEnd = 4;
-
 void printRow(std::ostream& stream, dtyp_cDataType type, const unsigned char* row, int size) {
-    stream << '[';
-    for (int i = 0; i < size; ++i) {
-        if (i > 0)
-            stream << ", ";
-        if (i == printedEnd && size > 2 * printedEnd) {
-            stream << "..., ";
-            i = size - printedEnd;
-        }
-        dtyp_PrintElement(stream, type, elementAt(row, i, type));
-    }
-    stream << ']';
+    print_Row(stream, size,
+              [&](int i) { dtyp_PrintElement(stream, type, elementAt(row, i, type)); });
 }
 
 } // namespace
@@ -167,17 +156,10 @@ std::ostream& operator<<(std::ostream& stream, const parr_c1DNumberArray& array)
 }
 
 std::ostream& operator<<(std::ostream& stream, const parr_c2DNumberArray& array) {
-    const int rows = array.SizeY();
-    for (int y = 0; y < rows; ++y) {
-        if (y > 0)
-            stream << '\n';
-        if (y == printedEnd && rows > 2 * printedEnd) {
-            stream << "...\n";
-            y = rows - printedEnd;
-        }
+    print_Rows(stream, array.SizeY(), [&](int y) {
         printRow(stream, array.DataType(),
                  elementAt(bytes(array.Data()), y * array.SizeX(), array.DataType()),
                  array.SizeX());
-    }
+    });
     return stream;
 }

@@ -26,6 +26,16 @@ rnge_sBounds hull(const rnge_sBounds& a, const rnge_sBounds& b) {
     return {std::min(a.start, b.start), std::max(a.end, b.end)};
 }
 
+/// The bounds that both share, empty at the later start where they share none.
+rnge_sBounds shared(const rnge_sBounds& a, const rnge_sBounds& b) {
+    const double start = std::max(a.start, b.start);
+    return {start, std::max(start, std::min(a.end, b.end))};
+}
+
+bool isIntersecting(const rnge_sBounds& a, const rnge_sBounds& b) {
+    return std::max(a.start, b.start) < std::min(a.end, b.end);
+}
+
 bool isSame(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
 /// Sine and cosine that are exact at multiples of a quarter turn.
@@ -119,12 +129,12 @@ void rnge_c1DRange::Set(double start, double end) {
 }
 
 type_cBoolean rnge_c1DRange::Intersects(const rnge_c1DRange& other) const noexcept {
-    return std::max(start_, other.start_) < std::min(end_, other.end_);
+    return isIntersecting({start_, end_}, {other.start_, other.end_});
 }
 
 rnge_c1DRange rnge_c1DRange::operator&(const rnge_c1DRange& other) const {
-    const double start = std::max(start_, other.start_);
-    return {start, std::max(start, std::min(end_, other.end_))};
+    const auto [start, end] = shared({start_, end_}, {other.start_, other.end_});
+    return {start, end};
 }
 
 rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b) {
@@ -165,6 +175,17 @@ type_cBoolean rnge_c2DRange::Contains(double x, double y) const noexcept {
     const double u = dx * turn.cosine + dy * turn.sine;
     const double v = dy * turn.cosine - dx * turn.sine;
     return -length_ / 2 <= u && u < length_ / 2 && -width_ / 2 <= v && v < width_ / 2;
+}
+
+type_cBoolean rnge_c2DRange::Intersects(const rnge_c2DRange& other) const noexcept {
+    return isIntersecting(boundsX(*this), boundsX(other)) &&
+           isIntersecting(boundsY(*this), boundsY(other));
+}
+
+rnge_c2DRange rnge_c2DRange::operator&(const rnge_c2DRange& other) const noexcept {
+    const auto [left, right] = shared(boundsX(*this), boundsX(other));
+    const auto [bottom, top] = shared(boundsY(*this), boundsY(other));
+    return {left, bottom, right, top};
 }
 
 rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) {

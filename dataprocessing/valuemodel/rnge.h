@@ -129,6 +129,11 @@ public:
     /// True when (x, y) lies inside; the rectangle's own left and bottom sides belong to it, its
     /// right and top sides do not.
     type_cBoolean Contains(double x, double y) const noexcept;
+    /// True when the upright hulls of both share more than a side.
+    type_cBoolean Intersects(const rnge_c2DRange& other) const noexcept;
+    /// The upright rectangle that the upright hulls of both share, along each axis as of 1D ranges:
+    /// where they share none, its bounds are both the later start.
+    rnge_c2DRange operator&(const rnge_c2DRange& other) const noexcept;
 
     /// True when the four corners and the angle are equal, exactly.
     friend bool operator==(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept {

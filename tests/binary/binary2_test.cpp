@@ -488,4 +488,36 @@ TEST(ComparisonLoop, GivesTheSameOnEveryLevelAndStaysInItsResult) {
         }
 }
 
+TEST(Comparison, LiesWhereTheDataDoWhenItIsAskedTo) {
+    const cal_c1DArrayCal cal(2, 0.5, 1), other(2.25, 0.25, 3);
+    const cal_c2DArrayCal cal2D(2, 0.5, -1, 0.25, 1, 3);
+    const darr_c1DArray a = lineOf(8, {1, 2, 3}, cal), b = lineOf(8, {3, 2, 1, 0, 5}, other);
+    const darr_c2DArray image = imageOf(8, 2, 1, {1, 2}, cal2D);
+    const darr_c2DArray coarse = imageOf(8, 1, 1, {3}, {2, 1, -1, 0.5, 1, 3});
+    for (const auto comparison : comparisons) {
+        const auto check = [&](const auto& x, const auto& y, const auto& expected) {
+            const auto mask = bnry_Operate(comparison, x, y, bnry_DataCal);
+            EXPECT_EQ(mask.Cal(), expected);
+            EXPECT_EQ(bytesOf(mask), bytesOf(bnry_Operate(comparison, x, y)));
+            EXPECT_EQ(bnry_Operate(comparison, x, y, bnry_DefaultCal).Cal(),
+                      std::decay_t<decltype(mask.Cal())>());
+        };
+        check(a, pnum_cNumber(2.0), cal);
+        check(pnum_cNumber(2.0), a, cal);
+        check(image, pnum_cNumber(2.0), cal2D);
+        check(pnum_cNumber(2.0), image, cal2D);
+        check(a, a, cal);
+        check(a, b, (a + b).Cal());
+        check(b, a, (b + a).Cal());
+        check(image, coarse, (image + coarse).Cal());
+        check(coarse, image, (coarse + image).Cal());
+    }
+    EXPECT_NE((a + b).Cal(), cal);
+    const darr_c1DArray nothing(0, dtyp_Double, cal);
+    EXPECT_EQ(bnry_Operate(bnry_Less, 1, nothing, bnry_DataCal).Cal(), cal);
+    EXPECT_EQ(bnry_Operate(bnry_Less, nothing, darr_c1DArray(), bnry_DataCal).Cal(), cal);
+    EXPECT_EQ(refusalOf([&] { bnry_Operate(bnry_Less, a, 1, static_cast<bnry_eMaskCal>(2)); }),
+              "binary2:2");
+}
+
 } // namespace

@@ -22,10 +22,27 @@ template<class A, class B>
 concept Combinable = requires(const A& a, const B& b) {
     a& b;
     a || b;
+    a&& b;
+    a | b;
+    a ^ b;
 };
 static_assert(Combinable<barr_c1DBoolArray, barr_c1DBoolArray>);
 static_assert(Combinable<barr_c2DBoolArray, barr_c2DBoolArray>);
 static_assert(!Combinable<barr_c1DBoolArray, barr_c2DBoolArray>);
+
+template<class Mask>
+void expectSameByAssignment(const Mask& a, const Mask& b) {
+    Mask result = a;
+    EXPECT_EQ(&(result &= b), &result);
+    EXPECT_EQ(bytesOf(result), bytesOf(a & b));
+    EXPECT_EQ(result.Cal(), a.Cal());
+    EXPECT_EQ(&((result = a) |= b), &result);
+    EXPECT_EQ(bytesOf(result), bytesOf(a | b));
+    EXPECT_EQ(&((result = a) ^= b), &result);
+    EXPECT_EQ(bytesOf(result), bytesOf(a ^ b));
+    result ^= result;
+    EXPECT_FALSE(result.Any());
+}
 
 TEST(Logic, TakesEveryByteButZeroAsTrue) {
     for (int a = 0; a < 256; ++a)
@@ -33,6 +50,9 @@ TEST(Logic, TakesEveryByteButZeroAsTrue) {
             const barr_c1DBoolArray first = maskOf({a}), second = maskOf({b});
             ASSERT_EQ(bytesOf(first & second), Bytes{a != 0 && b != 0 ? 1 : 0}) << a << " " << b;
             ASSERT_EQ(bytesOf(first || second), Bytes{a != 0 || b != 0 ? 1 : 0}) << a << " " << b;
+            ASSERT_EQ(bytesOf(first && second), Bytes{a != 0 && b != 0 ? 1 : 0}) << a << " " << b;
+            ASSERT_EQ(bytesOf(first | second), Bytes{a != 0 || b != 0 ? 1 : 0}) << a << " " << b;
+            ASSERT_EQ(bytesOf(first ^ second), Bytes{(a != 0) != (b != 0) ? 1 : 0}) << a << b;
             ASSERT_EQ(bytesOf(!first), Bytes{a == 0 ? 1 : 0}) << a;
         }
 }
@@ -41,18 +61,23 @@ TEST(Logic, CombinesEveryElement) {
     std::mt19937 random(7);
     constexpr int bytes[] = {0, 0, 1, 2, 128, 255};
     for (const int size : tellingSizes) {
-        Bytes a, b, both, either, neither;
+        Bytes a, b, both, either, oneOf, neither;
         for (int i = 0; i < size; ++i) {
             a.push_back(bytes[random() % 6]);
             b.push_back(bytes[random() % 6]);
             both.push_back(a.back() != 0 && b.back() != 0 ? 1 : 0);
             either.push_back(a.back() != 0 || b.back() != 0 ? 1 : 0);
+            oneOf.push_back((a.back() != 0) != (b.back() != 0) ? 1 : 0);
             neither.push_back(a.back() == 0 ? 1 : 0);
         }
         const barr_c1DBoolArray lineA = maskOf(a, lineCal), lineB = maskOf(b, lineCal);
         ASSERT_EQ(bytesOf(lineA & lineB), both) << size;
         ASSERT_EQ(bytesOf(lineA || lineB), either) << size;
         ASSERT_EQ(bytesOf(!lineA), neither) << size;
+        expectSameByAssignment(lineA, lineB);
+        ASSERT_EQ(bytesOf(lineA && lineB), both) << size;
+        ASSERT_EQ(bytesOf(lineA | lineB), either) << size;
+        ASSERT_EQ(bytesOf(lineA ^ lineB), oneOf) << size;
         for (const int sizeX : {1, 3, 5, size}) {
             if (size % sizeX != 0)
                 continue;
@@ -61,6 +86,10 @@ TEST(Logic, CombinesEveryElement) {
             ASSERT_EQ(bytesOf(imageA & imageB), both) << size << " " << sizeX;
             ASSERT_EQ(bytesOf(imageA || imageB), either) << size << " " << sizeX;
             ASSERT_EQ(bytesOf(!imageA), neither) << size << " " << sizeX;
+            expectSameByAssignment(imageA, imageB);
+            ASSERT_EQ(bytesOf(imageA && imageB), both) << size << " " << sizeX;
+            ASSERT_EQ(bytesOf(imageA | imageB), either) << size << " " << sizeX;
+            ASSERT_EQ(bytesOf(imageA ^ imageB), oneOf) << size << " " << sizeX;
             ASSERT_EQ((imageA & imageB).SizeX(), sizeX);
             ASSERT_EQ((imageA || imageB).SizeY(), size / sizeX);
             ASSERT_EQ((!imageA).SizeX(), sizeX);
@@ -109,6 +138,14 @@ TEST(Logic, RefusesLinesOfDifferentRangeOrDelta) {
         EXPECT_EQ(refusalOf([&] { return mask & other; }), "binary3:58");
         EXPECT_EQ(refusalOf([&] { return other & mask; }), "binary3:58");
         EXPECT_EQ(refusalOf([&] { return mask || other; }), "binary3:58");
+        EXPECT_EQ(refusalOf([&] { return mask && other; }), "binary3:58");
+        EXPECT_EQ(refusalOf([&] { return mask | other; }), "binary3:58");
+        EXPECT_EQ(refusalOf([&] { return mask ^ other; }), "binary3:58");
+        barr_c1DBoolArray changed = mask;
+        EXPECT_EQ(refusalOf([&] { changed &= other; }), "binary3:58");
+        EXPECT_EQ(refusalOf([&] { changed |= other; }), "binary3:58");
+        EXPECT_EQ(refusalOf([&] { changed ^= other; }), "binary3:58");
+        EXPECT_EQ(bytesOf(changed), bytesOf(mask));
     }
 }
 
@@ -121,6 +158,11 @@ TEST(Logic, RefusesImagesOfDifferentRangeOrDelta) {
     for (const barr_c2DBoolArray& other : others) {
         EXPECT_EQ(refusalOf([&] { return mask & other; }), "binary3:83");
         EXPECT_EQ(refusalOf([&] { return mask || other; }), "binary3:83");
+        EXPECT_EQ(refusalOf([&] { return mask && other; }), "binary3:83");
+        EXPECT_EQ(refusalOf([&] { return mask ^ other; }), "binary3:83");
+        barr_c2DBoolArray changed = mask;
+        EXPECT_EQ(refusalOf([&] { changed |= other; }), "binary3:83");
+        EXPECT_EQ(bytesOf(changed), bytesOf(mask));
     }
 }
 

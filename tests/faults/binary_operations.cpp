@@ -53,8 +53,35 @@ Table binaryOperations() {
         "greater", [](const auto& a, const auto& b) { return bnry_Operate(bnry_Greater, a, b); });
 
     addMasks(table, "&", [](const auto& mask) { return mask & mask; });
+    addMasks(table, "&&", [](const auto& mask) { return mask && mask; });
+    addMasks(table, "|", [](const auto& mask) { return mask | mask; });
     addMasks(table, "||", [](const auto& mask) { return mask || mask; });
+    addMasks(table, "^", [](const auto& mask) { return mask ^ mask; });
+    table.Add("&= line mask", [](Operands& of) { of.lineMask &= of.lineMask; });
+    table.Add("&= image mask", [](Operands& of) { of.imageMask &= of.imageMask; });
+    table.Add("|= line mask", [](Operands& of) { of.lineMask |= of.lineMask; });
+    table.Add("|= image mask", [](Operands& of) { of.imageMask |= of.imageMask; });
+    table.Add("^= line mask", [](Operands& of) { of.lineMask ^= of.lineMask; });
+    table.Add("^= image mask", [](Operands& of) { of.imageMask ^= of.imageMask; });
     addMasks(table, "!", [](const auto& mask) { return !mask; });
+    const auto where = [](const auto& a, const auto& b) {
+        return bnry_Operate(bnry_Less, a, b, bnry_DataCal);
+    };
+    table.Add("compare with place number line",
+              [=](Operands& of) { return where(of.number, of.line); });
+    table.Add("compare with place number image",
+              [=](Operands& of) { return where(of.number, of.image); });
+    table.Add("compare with place line number",
+              [=](Operands& of) { return where(of.line, of.count); });
+    table.Add("compare with place line line",
+              [=](Operands& of) { return where(of.line, of.coarseLine); });
+    table.Add("compare with place image number",
+              [=](Operands& of) { return where(of.image, of.count); });
+    table.Add("compare with place image image",
+              [=](Operands& of) { return where(of.image, of.coarseImage); });
+    table.AddRefused("compare with an unknown place", [](Operands& of) {
+        return bnry_Operate(bnry_Less, of.line, of.count, static_cast<bnry_eMaskCal>(9));
+    });
     table.AddRefused("& of different masks",
                      [](Operands& of) { return of.lineMask & barr_c1DBoolArray(3); });
     return table;

@@ -12,6 +12,42 @@ Table reduceOperations() {
     addArrays("mean", [](const auto& array) { return stat_Mean(array); });
     addArrays("variance", [](const auto& array) { return stat_Variance(array); });
     table.AddRefused("mean of nothing", [](Operands&) { return stat_Mean(darr_c1DArray()); });
+    const auto addMasked = [&](const std::string& name, auto call) {
+        table.Add(name + " line under a mask",
+                  [=](Operands& of) { return call(of.line, of.lineMask); });
+        table.Add(name + " image under a mask",
+                  [=](Operands& of) { return call(of.image, of.imageMask); });
+    };
+    addMasked("sum", [](const auto& array, const auto& mask) { return stat_Sum(array, mask); });
+    addMasked("mean", [](const auto& array, const auto& mask) { return stat_Mean(array, mask); });
+    addMasked("variance",
+              [](const auto& array, const auto& mask) { return stat_Variance(array, mask); });
+    addMasked("min", [](const auto& array, const auto& mask) { return extr_Min(array, mask); });
+    addMasked("max", [](const auto& array, const auto& mask) { return extr_Max(array, mask); });
+    addMasked("both", [](const auto& array, const auto& mask) {
+        pnum_cNumber min, max;
+        extr_MinMax(array, mask, min, max);
+        return bytesOf(min, max);
+    });
+    table.Add("places under a mask", [](Operands& of) {
+        int index[2];
+        double at[2];
+        const std::string values = bytesOf(
+            extr_Min(of.line, of.lineMask, index[0]), extr_Max(of.line, of.lineMask, index[1]),
+            extr_Min(of.line, of.lineMask, at[0]), extr_Max(of.line, of.lineMask, at[1]));
+        return values + bytesOf(index[0], index[1], at[0], at[1]);
+    });
+    table.Add("places in an image under a mask", [](Operands& of) {
+        int index[4];
+        double at[4];
+        const std::string values = bytesOf(extr_Min(of.image, of.imageMask, index[0], index[1]),
+                                           extr_Max(of.image, of.imageMask, index[2], index[3]),
+                                           extr_Min(of.image, of.imageMask, at[0], at[1]),
+                                           extr_Max(of.image, of.imageMask, at[2], at[3]));
+        return values + bytesOf(index[0], index[3], at[0], at[3]);
+    });
+    table.AddRefused("sum under another mask",
+                     [](Operands& of) { return stat_Sum(of.coarseLine, of.lineMask); });
     addArrays("min", [](const auto& array) { return extr_Min(array, conv_Modulus); });
     addArrays("max", [](const auto& array) { return extr_Max(array, conv_Modulus); });
     addArrays("both", [](const auto& array) {

@@ -104,6 +104,21 @@ void addArrays(Table& table) {
               [](Operands& of) { return of.image.Selection(of.rectangle, rnge_IndexFloor); });
     table.Add("row", [](Operands& of) { return of.image.LineAtY(2); });
     table.AddRefused("row outside", [](Operands& of) { return of.image.LineAtY(-1); });
+    table.Add("column", [](Operands& of) { return of.image.LineAtX(2); });
+    table.AddRefused("column outside", [](Operands& of) { return of.image.LineAtX(-1); });
+    table.Add("value in an image",
+              [](Operands& of) { return of.image.Value(2.2, 1.3, darr_LinearInterpolation); });
+    table.Add("fill", [](Operands& of) { of.line.Fill([](double x) { return x * x; }); });
+    table.Add("fill an image",
+              [](Operands& of) { of.image.Fill([](double x, double y) { return x * y; }); });
+    table.Add("grid of two", [](Operands& of) {
+        const auto [cal, size] = algn_Calibration(of.line, of.coarseLine);
+        return bytesOf(cal, size);
+    });
+    table.Add("grid of two images", [](Operands& of) {
+        const auto [cal, sizeX, sizeY] = algn_Calibration(of.image, of.coarseImage);
+        return bytesOf(cal, sizeX, sizeY);
+    });
     table.Add("value", [](Operands& of) { return of.line.Value(2.2, darr_LinearInterpolation); });
     table.Add("rescale", [](Operands& of) { return resc_Rescale(of.coarseLine, 0.3); });
     table.Add("rescale image", [](Operands& of) { return resc_Rescale(of.image, 0.3, 1); });
@@ -121,6 +136,19 @@ void addMasks(Table& table) {
     table.Add("mask", [](Operands&) { return barr_c1DBoolArray(9); });
     table.Add("mask of an image", [](Operands&) { return barr_c2DBoolArray(3, 4); });
     table.AddRefused("mask of a negative size", [](Operands&) { return barr_c1DBoolArray(-9); });
+    table.Add("mask of truths", [](Operands&) {
+        return barr_c1DBoolArray(std::vector<bool>(9, true), cal_c1DArrayCal(1, 2, 3));
+    });
+    table.Add("mask of an image of truths", [](Operands&) {
+        return barr_c2DBoolArray(3, 1, {true, false, true});
+    });
+    table.AddRefused("mask of too few truths", [](Operands&) {
+        return barr_c2DBoolArray(3, 2, {true, false, true});
+    });
+    table.Add("what is true in a mask", [](Operands& of) {
+        return bytesOf(of.lineMask.CountTrue(), of.lineMask.Any(), of.imageMask.CountTrue(),
+                       of.imageMask.All());
+    });
     table.Add("copy mask", [](Operands& of) { return barr_c1DBoolArray(of.lineMask); });
     table.Add("copy mask of an image",
               [](Operands& of) { return barr_c2DBoolArray(of.imageMask); });
@@ -151,7 +179,9 @@ void addRanges(Table& table) {
         return bytesOf(of.range.Intersects(of.window), of.range & of.window, of.range | of.window);
     });
     table.Add("rectangles", [](Operands& of) {
-        return bytesOf(of.rectangle | rnge_c2DRange(-1, -2, 3, 4), of.rectangle.Contains(2, 2));
+        const rnge_c2DRange other(-1, -2, 3, 4);
+        return bytesOf(of.rectangle | other, of.rectangle & other, of.rectangle.Intersects(other),
+                       of.rectangle.Contains(2, 2));
     });
     table.Add("indices", [](Operands& of) {
         return rnge_c1DIndexRange(of.range, of.line.Cal(), rnge_IndexNearest);
@@ -258,6 +288,10 @@ void addPrinting(Table& table) {
         "line", [](Operands & of) -> auto& { return of.coarseLine; });
     add(
         "image", [](Operands & of) -> auto& { return of.complexImage; });
+    add(
+        "mask", [](Operands & of) -> auto& { return of.lineMask; });
+    add(
+        "mask of an image", [](Operands & of) -> auto& { return of.imageMask; });
     add("calibration", [](Operands& of) { return of.line.Cal(); });
     add("calibrations", [](Operands& of) { return of.image.Cal(); });
     add(

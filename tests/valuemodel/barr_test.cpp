@@ -1,8 +1,13 @@
 #include "dataprocessing/valuemodel/barr.h"
 
+#include <array>
 #include <climits>
 #include <cmath>
+#include <span>
+#include <sstream>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -165,4 +170,92 @@ TEST(BoolArray, AssignmentThatCannotAllocateChangesNothing) {
     EXPECT_EQ(target.SizeY(), 3);
     EXPECT_EQ(target.Element(1, 2), 7);
     EXPECT_EQ(target.Cal(), cal_c2DArrayCal());
+}
+
+TEST(BoolArray, IsMadeOfTruthsInEveryWay) {
+    const cal_c1DArrayCal cal(1, 2, 3);
+    const std::vector<bool> bits = {true, false, true};
+    const std::array<bool, 3> truths = {true, false, true};
+    const std::vector<unsigned char> bytes = {7, 0, 255};
+    const barr_c1DBoolArray made[] = {barr_c1DBoolArray(bits, cal), barr_c1DBoolArray(truths, cal),
+                                      barr_c1DBoolArray(bytes, cal),
+                                      barr_c1DBoolArray(std::span<const unsigned char>(bytes), cal),
+                                      barr_c1DBoolArray({true, false, true}, cal)};
+    for (const barr_c1DBoolArray& mask : made) {
+        EXPECT_EQ(mask.Cal(), cal);
+        const auto elements = mask.Elements();
+        EXPECT_EQ(std::vector<int>(elements.begin(), elements.end()), (std::vector{1, 0, 1}));
+    }
+    EXPECT_EQ(barr_c1DBoolArray(bits).Cal(), cal_c1DArrayCal());
+    EXPECT_EQ(barr_c1DBoolArray(std::vector<bool>()).Size(), 0);
+    EXPECT_EQ((barr_c1DBoolArray{3}).Size(), 3); // a size, not a truth
+    EXPECT_EQ((barr_c1DBoolArray{1}).Element(0), 0);
+
+    const cal_c2DArrayCal cal2D(1, 2, 3, 4, 5, 6);
+    const std::vector<bool> six = {true, false, true, false, false, true};
+    for (const barr_c2DBoolArray& mask :
+         {barr_c2DBoolArray(3, 2, six, cal2D),
+          barr_c2DBoolArray(3, 2, {true, false, true, false, false, true}, cal2D)}) {
+        EXPECT_EQ(mask.Cal(), cal2D);
+        EXPECT_EQ(mask.SizeX(), 3);
+        for (int i = 0; i < 6; ++i)
+            EXPECT_EQ(mask.Element(i % 3, i / 3), six[static_cast<std::size_t>(i)] ? 1 : 0) << i;
+    }
+}
+
+TEST(BoolArray, OfAnotherNumberOfTruthsIsRefused) {
+    const std::vector<bool> six(6);
+    EXPECT_EQ(refusalOf([&] { barr_c2DBoolArray(3, 3, six); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([&] { barr_c2DBoolArray(3, 1, six); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([&] { barr_c2DBoolArray(-3, -2, six); }), sizeRefusal);
+    struct sHuge : std::vector<bool> {
+        std::size_t size() const { return std::size_t{1} << 31; }
+    };
+    EXPECT_EQ(refusalOf([&] { barr_c1DBoolArray{sHuge()}; }), sizeRefusal);
+}
+
+TEST(BoolArray, ElementsAreOneSpanOfBytes) {
+    barr_c2DBoolArray plane(3, 2);
+    plane.Elements()[4] = 9;
+    EXPECT_EQ(plane.Element(1, 1), 9);
+    EXPECT_EQ(plane.Elements().data(), &plane.Element(0, 0));
+    EXPECT_EQ(plane.Elements().size(), 6U);
+    barr_c1DBoolArray nothing;
+    EXPECT_TRUE(nothing.Elements().empty());
+}
+
+TEST(BoolArray, CountsWhatIsTrue) {
+    for (const int size : {0, 1, 254, 255, 256, 510, 511, 1000, 70000})
+        for (const int step : {1, 2, 3, 256}) {
+            barr_c1DBoolArray line(size);
+            barr_c2DBoolArray plane(1, size);
+            int expected = 0;
+            for (int i = 0; i < size; i += step, ++expected)
+                line.Element(i) = plane.Element(0, i) = static_cast<unsigned char>(i % 255 + 1);
+            EXPECT_EQ(line.CountTrue(), expected) << size << " " << step;
+            EXPECT_EQ(plane.CountTrue(), expected);
+            EXPECT_EQ(line.Any(), expected > 0);
+            EXPECT_EQ(plane.Any(), expected > 0);
+            EXPECT_EQ(line.All(), expected == size);
+            EXPECT_EQ(plane.All(), expected == size);
+        }
+    EXPECT_FALSE(barr_c1DBoolArray(3).Any());
+    EXPECT_FALSE(barr_c1DBoolArray(3).All());
+}
+
+TEST(BoolArray, PrintsAsOnesAndZeros) {
+    const auto printed = [](const auto& mask) {
+        std::ostringstream stream;
+        stream << mask;
+        return stream.str();
+    };
+    EXPECT_EQ(printed(barr_c1DBoolArray()), "[]");
+    EXPECT_EQ(printed(barr_c1DBoolArray(std::vector<unsigned char>{1, 0, 9})), "[1, 0, 1]");
+    std::vector<bool> many(9);
+    many[8] = true;
+    EXPECT_EQ(printed(barr_c1DBoolArray(many)), "[0, 0, 0, 0, ..., 0, 0, 0, 1]");
+    EXPECT_EQ(printed(barr_c2DBoolArray(2, 2, {true, false, false, true})), "[1, 0]\n[0, 1]");
+    EXPECT_EQ(printed(barr_c2DBoolArray(1, 9, many)),
+              "[0]\n[0]\n[0]\n[0]\n...\n[0]\n[0]\n[0]\n[1]");
+    EXPECT_EQ(printed(barr_c2DBoolArray(0, 2)), "[]\n[]");
 }

@@ -607,3 +607,158 @@ TEST(Array, FailingAllocationChangesNothing) {
         EXPECT_GT(allowed, 1);
     }
 }
+
+TEST(Column, IsALineOnTheCalibrationOfY) {
+    const cal_c2DArrayCal cal(1, 2, 3, 4, 5, 6);
+    forEachElementType([&]<class T>(int) {
+        const darr_c2DArray plane = planeOf(5, 3, countedElements<T>(15), cal);
+        for (int x = 0; x < 5; ++x) {
+            const darr_c1DArray column = plane.LineAtX(x);
+            EXPECT_EQ(column.Cal(), cal_c1DArrayCal(3, 4, 6));
+            ASSERT_EQ(column.Size(), 3);
+            for (int y = 0; y < 3; ++y)
+                EXPECT_TRUE(isSameElement(column.Elements<T>()[static_cast<std::size_t>(y)],
+                                          elementOf<T>(5 * y + x + 1, -(5 * y + x + 1))));
+        }
+    });
+    const darr_c2DArray tall = planeOf(2, 3000, countedElements<short>(6000));
+    const darr_c1DArray column = tall.LineAtX(1);
+    for (int y = 0; y < 3000; ++y)
+        ASSERT_EQ(column.Number(y).As<int>(), (2 * y + 1) % 120 + 1);
+}
+
+TEST(Column, OutsideOfTheArrayIsRefused) {
+    const darr_c2DArray plane(3, 2, dtyp_Float, {});
+    for (const int x : {-1, 3, INT_MIN, INT_MAX})
+        EXPECT_EQ(refusalOf([&] { plane.LineAtX(x); }), indexRefusal) << x;
+    EXPECT_EQ(refusalOf([] { darr_c2DArray().LineAtX(0); }), indexRefusal);
+    EXPECT_EQ(darr_c2DArray(3, 0, dtyp_Float, {}).LineAtX(2).Size(), 0);
+}
+
+TEST(ValueInAPlane, IsTheElementAtItsOwnPosition) {
+    for (const cal_c2DArrayCal& cal : {cal_c2DArrayCal(), cal_c2DArrayCal(1, 0.1, -3, -0.7, 5, -6),
+                                       cal_c2DArrayCal(1e9, 0.3, 0.1, 1e-9, 0, 0)})
+        forEachElementType([&]<class T>(int code) {
+            const darr_c2DArray plane = planeOf(4, 3, countedElements<T>(12), cal);
+            for (int y = 0; y < 3; ++y)
+                for (int x = 0; x < 4; ++x) {
+                    const double atX = cal.X().Position(x), atY = cal.Y().Position(y);
+                    const auto wanted = elementOf<ComplexDouble>(
+                        4 * y + x + 1, isComplexElement<T> ? -(4 * y + x + 1) : 0);
+                    const pnum_cNumber bare = plane.Value(atX, atY, darr_NoInterpolation);
+                    const pnum_cNumber linear = plane.Value(atX, atY, darr_LinearInterpolation);
+                    ASSERT_EQ(bare.DataType().Code(), code);
+                    ASSERT_EQ(linear.DataType().Code(), code < 7 ? 8 : code);
+                    ASSERT_EQ(bare.As<ComplexDouble>(), wanted);
+                    ASSERT_EQ(linear.As<ComplexDouble>(), wanted);
+                }
+        });
+}
+
+// A function that is linear along each axis is found everywhere between.
+TEST(ValueInAPlane, IsInterpolatedAlongBothAxes) {
+    const cal_c2DArrayCal cal(10, 0.5, -2, 0.25, 1, 2);
+    darr_c2DArray plane(6, 5, dtyp_Double, cal);
+    const auto f = [](double x, double y) { return 3 + 2 * x - 5 * y + 0.5 * x * y; };
+    plane.Fill(f);
+    std::mt19937 random(3);
+    const auto clamped = [](const cal_cArrayCal& axis, int count, double at) {
+        return std::clamp(at, axis.Position(0), axis.Position(count - 1));
+    };
+    for (int trial = 0; trial < 1000; ++trial) {
+        const double x = 9 + static_cast<double>(random() % 4000) / 1000;
+        const double y = -3 + static_cast<double>(random() % 2000) / 1000;
+        const double wanted = f(clamped(cal.X(), 6, x), clamped(cal.Y(), 5, y));
+        ASSERT_NEAR(plane.Value(x, y, darr_LinearInterpolation).As<double>(), wanted, 1e-13);
+        const auto covering = [](const cal_cArrayCal& axis, int count, double at) {
+            return std::clamp(static_cast<int>(std::floor(axis.RealIndex(at))), 0, count - 1);
+        };
+        ASSERT_EQ(plane.Value(x, y, darr_NoInterpolation).As<double>(),
+                  plane.Number(covering(cal.X(), 6, x), covering(cal.Y(), 5, y)).As<double>());
+    }
+}
+
+TEST(ValueInAPlane, OfOneRowIsThatOfTheLine) {
+    const cal_c1DArrayCal cal(1, 0.3, 2);
+    const darr_c1DArray line = lineOf(std::vector<float>{1, 5, -3, 8}, cal);
+    const darr_c2DArray row = planeOf(4, 1, std::vector<float>{1, 5, -3, 8}, {cal, {}});
+    const darr_c2DArray column = planeOf(1, 4, std::vector<float>{1, 5, -3, 8}, {{}, cal});
+    for (double x = 0; x < 3; x += 0.0123) {
+        const float wanted = line.Value(x, darr_LinearInterpolation).As<float>();
+        ASSERT_EQ(row.Value(x, 0.7, darr_LinearInterpolation).As<float>(), wanted);
+        ASSERT_EQ(column.Value(-3, x, darr_LinearInterpolation).As<float>(), wanted);
+    }
+}
+
+TEST(ValueInAPlane, NeighboursOfWeightZeroDoNotMatter) {
+    const darr_c2DArray plane =
+        planeOf(3, 3, std::vector<double>{notANumber, inf, 1, -inf, 5, 7, notANumber, 9, 4});
+    const auto value = [&](double x, double y) {
+        return plane.Value(x, y, darr_LinearInterpolation).As<double>();
+    };
+    EXPECT_EQ(value(1, 1), 5);
+    EXPECT_EQ(value(1.5, 1), 6);
+    EXPECT_EQ(value(1, 1.5), 7);
+    EXPECT_EQ(value(1 + 5e-7, 1 - 5e-7), 5); // within the tolerance
+    EXPECT_EQ(value(1.5, 1.5), 6.25);
+    EXPECT_TRUE(std::isnan(value(0.5, 0.5)));
+}
+
+TEST(ValueInAPlane, WithoutAnElementOrAnIndexIsRefused) {
+    const darr_c2DArray plane = planeOf(2, 2, std::vector<int>{1, 2, 3, 4});
+    const auto linear = darr_LinearInterpolation;
+    EXPECT_EQ(refusalOf([&] { plane.Value(notANumber, 0, linear); }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { plane.Value(0, notANumber, linear); }), indexRefusal);
+    EXPECT_EQ(plane.Value(inf, -inf, linear).As<double>(), 2);
+    EXPECT_EQ(refusalOf([&] { darr_c2DArray().Value(0, 0, linear); }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { darr_c2DArray(0, 3, dtyp_Float, {}).Value(0, 0, linear); }),
+              indexRefusal);
+    EXPECT_EQ(refusalOf([&] { darr_c2DArray(3, 0, dtyp_Float, {}).Value(0, 0, linear); }),
+              indexRefusal);
+    const darr_c2DArray flat = planeOf(2, 1, std::vector<int>{1, 2}, {0, 1, 0, 0, 0, 0});
+    EXPECT_EQ(refusalOf([&] { flat.Value(0, 0, linear); }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { plane.Value(0, 0, static_cast<darr_eInterpolation>(2)); }), "darr:1");
+}
+
+TEST(Fill, SetsEveryElementToTheFunctionOfItsPosition) {
+    const cal_c1DArrayCal cal(-3, 0.25, 2);
+    const cal_c2DArrayCal cal2D(-3, 0.25, 100, 2, 2, 0);
+    forEachElementType([&]<class T>(int code) {
+        darr_c1DArray line(2000, dtyp_cDataType(code), cal);
+        line.Fill([](double x) { return 300.5 * x; });
+        for (int i = 0; i < line.Size(); ++i)
+            ASSERT_EQ(line.Number(i).As<ComplexDouble>(),
+                      conv_Convert(pnum_cNumber(300.5 * cal.Position(i)), line.DataType())
+                          .As<ComplexDouble>());
+        EXPECT_EQ(line.Cal(), cal);
+        darr_c2DArray plane(7, 5, dtyp_cDataType(code), cal2D);
+        plane.Fill([](double x, double y) { return ComplexDouble(x, y); });
+        for (int y = 0; y < 5; ++y)
+            for (int x = 0; x < 7; ++x)
+                ASSERT_EQ(plane.Number(x, y).As<ComplexDouble>(),
+                          conv_Convert(pnum_cNumber(ComplexDouble(cal2D.X().Position(x),
+                                                                  cal2D.Y().Position(y))),
+                                       plane.DataType())
+                              .As<ComplexDouble>());
+    });
+    darr_c1DArray line(3, dtyp_Int8, {});
+    line.Fill([](double x) { return x > 1; });
+    EXPECT_EQ(elementsOf<signed char>(line), (std::vector<signed char>{0, 0, 1}));
+    darr_c1DArray nothing;
+    nothing.Fill([](double) -> int { throw 1; });
+    EXPECT_EQ(nothing.Size(), 0);
+}
+
+TEST(Fill, ChangesNothingWhenItThrows) {
+    darr_c1DArray line = lineOf(countedElements<int>(5));
+    darr_c2DArray plane = planeOf(2, 2, countedElements<double>(4));
+    EXPECT_THROW(line.Fill([](double x) { return x < 3 ? 0 : throw 1; }), int);
+    EXPECT_THROW(plane.Fill([](double x, double y) { return x + y < 2 ? 0 : throw 1; }), int);
+    EXPECT_EQ(elementsOf<int>(line), countedElements<int>(5));
+    EXPECT_EQ(elementsOf<double>(plane), countedElements<double>(4));
+    darr_c1DArray unknown(2, dtyp_cDataType(11), {});
+    EXPECT_EQ(refusalOf([&] { unknown.Fill([](double x) { return x; }); }), "conv:1");
+    EXPECT_EQ(unknown.DataType(), dtyp_cDataType(11));
+    const FailingNew failing(0);
+    EXPECT_THROW(line.Fill([](double) { return 0; }), std::bad_alloc);
+}

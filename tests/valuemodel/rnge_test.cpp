@@ -403,6 +403,36 @@ TEST(Rectangle, UnionIsTheUprightHull) {
     EXPECT_EQ(rnge_c2DRange(5, 0, 1, 2) | rnge_c2DRange(9, 1, 3, 4), rnge_c2DRange(9, 0, 1, 4));
 }
 
+TEST(Rectangle, IntersectionIsThatOfTheUprightHulls) {
+    struct {
+        rnge_c2DRange a, b, shared;
+        bool intersects;
+    } const cases[] = {
+        {{0, 0, 4, 3}, {1, -1, 6, 2}, {1, 0, 4, 2}, true},
+        {{0, 0, 4, 3}, {0, 0, 4, 3}, {0, 0, 4, 3}, true},
+        {{0, 0, 4, 3}, {1, 1, 2, 2}, {1, 1, 2, 2}, true},
+        {{0, 0, 4, 3}, {4, 0, 5, 3}, {4, 0, 4, 3}, false},             // a side
+        {{0, 0, 4, 3}, {0, 3, 4, 5}, {0, 3, 4, 3}, false},             // another
+        {{0, 0, 4, 3}, {7, 1, 8, 2}, {7, 1, 7, 2}, false},             // apart along X
+        {{0, 0, 4, 3}, {1, 8, 2, 9}, {1, 8, 2, 8}, false},             // apart along Y
+        {{0, 0, 4, 3}, {5, 4, 8, 9}, {5, 4, 5, 4}, false},             // along both
+        {{0, 0, 4, 3}, {0, 0, 0, 0}, {0, 0, 0, 0}, false},             // with nothing
+        {{0, 0, 4, 3}, {4, 3, 0, 0}, {4, 3, 4, 3}, false},             // with what runs backwards
+        {{0, 0, 9, 9}, {4, 4, 6, 2, type_Pi / 2}, {3, 1, 5, 7}, true}, // turned
+        {{5, 5, 2, 2, 0.7}, {5, 5, 2, 2, 0.7}, {0, 0, 0, 0}, true},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(c.a.Intersects(c.b), c.intersects) << c.a << " and " << c.b;
+        EXPECT_EQ(c.b.Intersects(c.a), c.intersects) << c.a << " and " << c.b;
+        if (c.a.Angle() != 0)
+            continue;
+        EXPECT_EQ(c.a & c.b, c.shared) << c.a << " and " << c.b;
+        EXPECT_EQ(c.b & c.a, c.shared) << c.a << " and " << c.b;
+    }
+    const rnge_c2DRange turned(5, 5, 2, 2, 0.7);
+    EXPECT_EQ(turned & turned, turned | turned);
+}
+
 TEST(Rectangle, Prints) {
     EXPECT_EQ(printed(rnge_c2DRange(1, 2, 5, 4)), "[1, 5) x [2, 4)");
     EXPECT_EQ(printed(rnge_c2DRange(3, 1, 4, 2, 0.5)), "4 x 2 at (3, 1), turned by 0.5");
