@@ -103,15 +103,17 @@ private:
 
 /// Sets `inverse` to that of an upper triangle; false when there is none.
 bool invert(const cColumns& triangle, cColumns& inverse) {
-    for (std::size_t j = 0; j < triangle.Count(); ++j) {
+    for (std::size_t j = 0; j < triangle.Count(); ++j)
         if (triangle[j][j] == 0)
             return false;
-        inverse[j][j] = 1 / triangle[j][j];
-        for (std::size_t i = j; i-- > 0;) {
-            double sum = 0;
-            for (std::size_t k = i + 1; k <= j; ++k)
-                sum += triangle[k][i] * inverse[j][k];
-            inverse[j][i] = -sum / triangle[i][i];
+    for (std::size_t j = 0; j < triangle.Count(); ++j) {
+        double* const x = inverse[j].data();
+        x[j] = 1;
+        for (std::size_t i = j + 1; i-- > 0;) {
+            const double* const column = triangle[i].data();
+            x[i] /= column[i];
+            for (std::size_t k = 0; k < i; ++k)
+                x[k] -= column[k] * x[i];
         }
     }
     return true;
@@ -141,13 +143,18 @@ nlsq_sCovariance nlsq_Inverse(std::span<const double> triangle, std::size_t coun
     cColumns inverse(count);
     const double norm = std::sqrt(static_cast<double>(count));
     if (invert(scaled.columns, inverse) && norm * std::sqrt(squares(inverse)) * tolerance < 1) {
-        for (std::size_t i = 0; i < count; ++i)
-            for (std::size_t j = 0; j <= i; ++j) {
-                double sum = 0;
-                for (std::size_t k = i; k < count; ++k)
-                    sum += inverse[k][i] * inverse[k][j];
-                put(i, j, sum);
+        cColumns product(count);
+        for (std::size_t k = 0; k < count; ++k) {
+            const double* const column = inverse[k].data();
+            for (std::size_t i = 0; i <= k; ++i) {
+                double* const row = product[i].data();
+                for (std::size_t j = 0; j <= i; ++j)
+                    row[j] += column[i] * column[j];
             }
+        }
+        for (std::size_t i = 0; i < count; ++i)
+            for (std::size_t j = 0; j <= i; ++j)
+                put(i, j, product[i][j]);
         result.rank = static_cast<int>(count);
         return result;
     }

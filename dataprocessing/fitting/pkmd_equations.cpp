@@ -161,9 +161,10 @@ double pkmd_cEquations::Try(std::span<const double> q) {
         return infinity;
     FillCurve();
     const std::size_t count = channels_.x.size();
+    const double* const part = channels_.taking == count ? nullptr : channels_.weights.data();
     const double chiSquared =
-        isLikelihood_ ? pkmd_Deviance(channels_.y.data(), channels_.weights.data(), curve_.data(),
-                                      count, residuals_.data(), expectedWeights_.data())
+        isLikelihood_ ? pkmd_Deviance(channels_.y.data(), part, curve_.data(), count,
+                                      residuals_.data(), expectedWeights_.data())
                       : pkmd_Squares(channels_.y.data(), channels_.weights.data(), curve_.data(),
                                      count, residuals_.data());
     if (!std::isfinite(chiSquared))
@@ -287,6 +288,17 @@ void pkmd_cEquations::MultiplyGroups(std::size_t first, std::size_t count, std::
     const pkmd_sWindow both = overlap(mine, others);
     std::array<const double*, 16> data;
     std::array<double, 16> sums;
+    if (first == otherFirst && count <= pkmd_mostColumns) {
+        for (std::size_t k = 0; k < count; ++k)
+            data[k] = columns_[first + k].data;
+        pkmd_WeightedSquares(WeightsNow() + mine.first, data.data(), count, mine.Count(),
+                             sums.data());
+        const double* sum = sums.data();
+        for (std::size_t i = first; i < first + count; ++i)
+            for (std::size_t j = first; j <= i; ++j)
+                Product(i, j) = *sum++;
+        return;
+    }
     for (std::size_t i = first; i < first + count; ++i) {
         const double* const column = columns_[i].data + (both.first - mine.first);
         const std::size_t end = first == otherFirst ? i + 1 : otherFirst + otherCount;

@@ -84,7 +84,9 @@ double pkmd_Squares(const double* y, const double* w, const double* curve, std::
 
 double pkmd_Deviance(const double* y, const double* part, const double* curve, std::size_t count,
                      double* residuals, double* w) {
-    return LEVEL_SELECT(pkmd_DevianceOf)(y, part, curve, count, residuals, w);
+    if (part == nullptr)
+        return LEVEL_SELECT(pkmd_DevianceOf<true>)(y, part, curve, count, residuals, w);
+    return LEVEL_SELECT(pkmd_DevianceOf<false>)(y, part, curve, count, residuals, w);
 }
 
 void pkmd_Dots(const double* a, const double* const* b, std::size_t many, std::size_t count,
@@ -95,6 +97,11 @@ void pkmd_Dots(const double* a, const double* const* b, std::size_t many, std::s
 void pkmd_WeightedDots(const double* a, const double* w, const double* const* b, std::size_t many,
                        std::size_t count, double* sums) {
     LEVEL_SELECT(pkmd_AllDots<true>)(a, w, b, many, count, sums);
+}
+
+void pkmd_WeightedSquares(const double* w, const double* const* b, std::size_t many,
+                          std::size_t count, double* sums) {
+    LEVEL_SELECT(pkmd_AllSquares)(w, b, many, count, sums);
 }
 
 void pkmd_CountWeights(const double* y, std::size_t count, double* w) {

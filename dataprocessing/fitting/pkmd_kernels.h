@@ -47,8 +47,9 @@ void pkmd_Combine(const double* const* columns, const double* factors, std::size
 double pkmd_Squares(const double* y, const double* w, const double* curve, std::size_t count,
                     double* residuals);
 
-/// The deviance of counts over the channels with a `part` of 1, those with one of 0 left out;
-/// receives y / curve - 1 and 1 / curve, or zeros. Infinite where the curve is not positive.
+/// The deviance of counts over the channels with a `part` of 1, those with one of 0 left out; null
+/// for all of them. Receives y / curve - 1 and 1 / curve, or zeros. Infinite where the curve is not
+/// positive.
 double pkmd_Deviance(const double* y, const double* part, const double* curve, std::size_t count,
                      double* residuals, double* w);
 
@@ -58,6 +59,11 @@ void pkmd_Dots(const double* a, const double* const* b, std::size_t many, std::s
 /// Sets sums[k] to the sum of a w b[k].
 void pkmd_WeightedDots(const double* a, const double* w, const double* const* b, std::size_t many,
                        std::size_t count, double* sums);
+
+/// Sets sums to those of b[k] w b[j], of the pairs (0, 0), (1, 0), (1, 1), (2, 0) and so on, for 1 to
+/// pkmd_mostColumns of them.
+void pkmd_WeightedSquares(const double* w, const double* const* b, std::size_t many,
+                          std::size_t count, double* sums);
 
 /// Sets w to 1 / max(y, 1), the weights of counts.
 void pkmd_CountWeights(const double* y, std::size_t count, double* w);

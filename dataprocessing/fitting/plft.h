@@ -6,6 +6,9 @@
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/fitting/ftfn.h"
 
+class plft_c1DOffsetPolyFittingFunction;
+class pwft_cPowerLawFittingFunction;
+
 /// A polynomial of fixed order, fitted by linear least squares: y = sum of c[j] x^j.
 ///
 /// The fit works on x divided by the largest |x| and treats singular values below 1e-5 of the
@@ -29,6 +32,13 @@ public:
                                 dasl_c1DDataArraySelection& selection);
     /// A copy with the same coefficients, which hears nothing.
     plft_c1DPolyFittingFunction(const plft_c1DPolyFittingFunction& other) = default;
+    /// The coefficients of the others mean something else.
+    plft_c1DPolyFittingFunction(const plft_c1DOffsetPolyFittingFunction& other) = delete;
+    plft_c1DPolyFittingFunction(const plft_c1DOffsetPolyFittingFunction& other,
+                                dasl_c1DDataArraySelection& selection) = delete; ///< Likewise.
+    plft_c1DPolyFittingFunction(const pwft_cPowerLawFittingFunction& other) = delete; ///< Likewise.
+    plft_c1DPolyFittingFunction(const pwft_cPowerLawFittingFunction& other,
+                                dasl_c1DDataArraySelection& selection) = delete; ///< Likewise.
     ~plft_c1DPolyFittingFunction() override;
 
     /// The order.

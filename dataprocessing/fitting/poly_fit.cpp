@@ -216,7 +216,8 @@ void plft_c1DPolyFittingFunction::FitPowers(const arr_cC_Array<double>& x,
 
 plft_c1DOffsetPolyFittingFunction::plft_c1DOffsetPolyFittingFunction(
     const plft_c1DOffsetPolyFittingFunction& other, dasl_c1DDataArraySelection& selection)
-    : plft_c1DPolyFittingFunction(other, selection), offset_(other.offset_) {}
+    : plft_c1DPolyFittingFunction(static_cast<const plft_c1DPolyFittingFunction&>(other), selection),
+      offset_(other.offset_) {}
 
 plft_c1DOffsetPolyFittingFunction::~plft_c1DOffsetPolyFittingFunction() = default;
 

@@ -79,7 +79,8 @@ pwft_cPowerLawFittingFunction::pwft_cPowerLawFittingFunction(int order,
 
 pwft_cPowerLawFittingFunction::pwft_cPowerLawFittingFunction(
     const pwft_cPowerLawFittingFunction& other, dasl_c1DDataArraySelection& selection)
-    : plft_c1DPolyFittingFunction(other, selection) {}
+    : plft_c1DPolyFittingFunction(static_cast<const plft_c1DPolyFittingFunction&>(other),
+                                  selection) {}
 
 pwft_cPowerLawFittingFunction::~pwft_cPowerLawFittingFunction() = default;
 

@@ -202,10 +202,61 @@ TEST(PeakModel, DevianceIsTheSumOfItsTerms) {
         EXPECT_DOUBLE_EQ(w[i], part[i] > 0 ? 1 / curve[i] : 0);
         EXPECT_NEAR(residuals[i], part[i] > 0 ? y[i] / curve[i] - 1 : 0, 1e-12);
     }
+    // All of them: the same bits as with a part of 1 each.
+    std::vector<double> moreResiduals(64), moreWeights(64);
+    curve[4] = 3;
+    std::fill(part.begin(), part.end(), 1.0);
+    EXPECT_EQ(
+        pkmd_Deviance(y.data(), part.data(), curve.data(), 64, residuals.data(), w.data()),
+        pkmd_Deviance(y.data(), nullptr, curve.data(), 64, moreResiduals.data(), moreWeights.data()));
+    EXPECT_EQ(residuals, moreResiduals);
+    EXPECT_EQ(w, moreWeights);
+    // What rounding may take below zero, and the far ends of the logarithm.
+    EXPECT_EQ(pkmd_Deviance(y.data(), nullptr, y.data(), 0, residuals.data(), w.data()), 0);
+    for (const double ratio : {1e-300, 1e-100, 0.70710678, 0.70710679, 1.0, 1.41421356, 1.41421357,
+                               3e15, 1e300}) {
+        const std::vector<double> counts(8, ratio), ones(8, 1.0);
+        const double deviance = pkmd_Deviance(counts.data(), nullptr, ones.data(), 8,
+                                              residuals.data(), w.data());
+        const double wanted = 16 * (1 - ratio + ratio * std::log(ratio));
+        EXPECT_GE(deviance, 0) << ratio;
+        EXPECT_NEAR(deviance, wanted, 1e-15 * (16 + wanted)) << ratio;
+    }
     for (const double outside : {0.0, -1.0, notANumber}) {
         curve[20] = outside;
-        EXPECT_FALSE(std::isfinite(
-            pkmd_Deviance(y.data(), part.data(), curve.data(), 64, residuals.data(), w.data())));
+        for (const double* const taking : {static_cast<const double*>(part.data()),
+                                          static_cast<const double*>(nullptr)})
+            EXPECT_FALSE(std::isfinite(
+                pkmd_Deviance(y.data(), taking, curve.data(), 64, residuals.data(), w.data())));
+    }
+}
+
+TEST(PeakModel, SquaresOfColumnsAreTheirProducts) {
+    using namespace dataprocessing::detail;
+    constexpr std::size_t count = 40;
+    std::vector<double> w(count);
+    std::array<std::vector<double>, pkmd_mostColumns> columns;
+    std::mt19937 random(3);
+    std::uniform_real_distribution<> uniform(-1, 1);
+    for (double& weight : w)
+        weight = uniform(random) + 1;
+    std::array<const double*, pkmd_mostColumns> data;
+    for (std::size_t k = 0; k < data.size(); ++k) {
+        columns[k].resize(count);
+        for (double& element : columns[k])
+            element = uniform(random);
+        data[k] = columns[k].data();
+    }
+    for (std::size_t many = 1; many <= data.size(); ++many) {
+        std::vector<double> sums(many * (many + 1) / 2);
+        pkmd_WeightedSquares(w.data(), data.data(), many, count, sums.data());
+        std::size_t next = 0;
+        for (std::size_t k = 0; k < many; ++k)
+            for (std::size_t j = 0; j <= k; ++j) {
+                double expected = 0;
+                pkmd_WeightedDots(data[k], w.data(), data.data() + j, 1, count, &expected);
+                EXPECT_EQ(sums[next++], expected) << many << ": " << k << ", " << j;
+            }
     }
 }
 
