@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 #include "dataprocessing/algebra/rcps.h"
+#include "dataprocessing/algebra/rcps_power.h"
 #include "dataprocessing/algebra/rcps_work.h"
 
 namespace {
@@ -59,8 +61,7 @@ struct sSystem {
         double largest = 0;
         for (int i = 0; i < a.Rows(); ++i)
             largest = std::max(largest, std::fabs(a(i, column)));
-        const bool hasExponent = std::isnormal(largest);
-        return hasExponent ? std::ldexp(1.0, std::ilogb(largest)) : 1.0;
+        return rcps::powerBelow(largest);
     }
 
     int rows;
@@ -85,12 +86,20 @@ eqns_sSolution eqns_SolveEquations(const arr_c2DNumberArray<double>& a,
     const int count = system.columns;
     eqns_sSolution result;
     result.x = system.Unknowns();
+    std::vector<double> residuals;
+    double largest = 0;
     for (int i = 0; i < system.rows; ++i) {
         double residual = b[i];
         for (int j = 0; j < count; ++j)
             residual -= a(i, j) * result.x[j];
-        result.residualSum += residual * residual;
+        residuals.push_back(residual);
+        largest = std::max(largest, std::fabs(residual));
     }
+    const double unit = rcps::powerBelow(largest);
+    double squares = 0;
+    for (const double residual : residuals)
+        squares += residual / unit * (residual / unit);
+    result.residualSum = squares * unit * unit;
     const double* const w = system.w.Data() + 1;
     result.rank = count - static_cast<int>(std::count(w, w + count, 0.0));
     result.degreesOfFreedom = system.rows - result.rank;
@@ -98,15 +107,16 @@ eqns_sSolution eqns_SolveEquations(const arr_c2DNumberArray<double>& a,
     rcps::cMatrix covariance(count, count);
     rcps::svdvar(system.v.Data(), count, system.w.Data(), covariance.Data());
     const double variance = result.degreesOfFreedom > 0
-                                ? result.residualSum / result.degreesOfFreedom
+                                ? squares / result.degreesOfFreedom
                                 : std::numeric_limits<double>::quiet_NaN();
     result.covariance = arr_c2DNumberArray<double>(count, count);
     result.standardErrors = arr_c1DNumberArray<double>(count);
     for (int i = 0; i < count; ++i) {
         for (int j = 0; j < count; ++j)
-            result.covariance(i, j) =
-                covariance[i + 1][j + 1] * variance / system.scale[i + 1] / system.scale[j + 1];
-        result.standardErrors[i] = std::sqrt(result.covariance(i, i));
+            result.covariance(i, j) = covariance[i + 1][j + 1] * variance *
+                                      (unit / system.scale[i + 1]) * (unit / system.scale[j + 1]);
+        result.standardErrors[i] =
+            std::sqrt(covariance[i + 1][i + 1] * variance) * (unit / system.scale[i + 1]);
     }
     return result;
 }

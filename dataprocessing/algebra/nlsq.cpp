@@ -42,11 +42,19 @@ void check(std::span<const double> x, std::span<const double> y, const nlsq_sOpt
     refuseIf(!std::all_of(weights.begin(), weights.end(),
                           [](double w) { return w >= 0 && w < infinity; }) ||
                  !std::all_of(deviations.begin(), deviations.end(),
-                              [](double s) { return s > 0 && s < infinity; }),
+                              [](double s) { return 1 / s > 0 && 1 / s < infinity; }),
              7, "A weight is negative, a standard deviation not positive, or one is not finite.");
     refuseIf(isLikelihood && !std::all_of(y.begin(), y.end(), [](double v) { return v >= 0; }), 8,
              "A count is negative.");
     nlsq_CheckControl(options.control);
+    double largest = 0;
+    for (std::size_t i = 0; i < y.size(); ++i) {
+        const double weight = !weights.empty()      ? std::sqrt(weights[i])
+                              : !deviations.empty() ? 1 / deviations[i]
+                                                    : 1;
+        largest = std::max(largest, std::fabs(y[i]) * weight);
+    }
+    nlsq_CheckSize(largest);
 }
 
 /// The square roots of the weights; empty for 1.
@@ -114,7 +122,8 @@ public:
             triangle.Absorb(static_cast<int>(rows));
         }
         Take(triangle);
-        return chiSquared;
+        // Of counts, rounding may leave less than nothing.
+        return std::max(chiSquared, 0.0);
     }
 
     void Accept() noexcept override { std::swap(here_, there_); }

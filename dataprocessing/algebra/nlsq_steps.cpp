@@ -219,6 +219,12 @@ void nlsq_CheckControl(const nlsq_sControl& control) {
     refuseIf(!isUsable, 12, "A tolerance is negative, or no evaluation is allowed.");
 }
 
+void nlsq_CheckSize(double largest) {
+    constexpr double large = 0x1p480;
+    refuseIf(largest > large || (largest > 0 && largest < 1 / large), 14,
+             "The values are too large or too small to be squared: use other units.");
+}
+
 void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
                    std::span<const double> q, std::span<const char> isHeld, std::size_t points,
                    bool isScaled, nlsq_sResult& result) {

@@ -78,4 +78,8 @@ void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameter
 /// Refuses tolerances that mean nothing.
 void nlsq_CheckControl(const nlsq_sControl& control);
 
+/// Refuses values of which the largest, over its deviation, is `largest`, where squares would leave
+/// the numbers that there are.
+void nlsq_CheckSize(double largest);
+
 } // namespace dataprocessing::detail

@@ -170,17 +170,37 @@ std::vector<int> couplingOf(const list_cPtrList<gsft_cGaussian>& peaks) {
     return references;
 }
 
-/// The standard error of the area of a peak whose height is `ratio` times the parameter
-/// `amplitude`, of which `heights`, `mixed` and `widths` are the covariances with itself and with
-/// the resolution.
-double areaError(const gsft_cResolution& law, double center, double ratio, double amplitude,
-                 double heights, double mixed, double widths) {
-    const double fwhm = law.FWHM(center);
-    const double byResolution = amplitude * law.ReferenceFWHM() / fwhm;
-    const double variance = fwhm * fwhm * heights + 2 * fwhm * byResolution * mixed +
-                            byResolution * byResolution * widths;
-    return std::fabs(ratio) * std::sqrt(type_Pi * std::max(variance, 0.0)) / fullWidth;
-}
+/// What an area, amplitude x width x sqrt(pi), and the counts, area / delta, of a peak depend on: the
+/// parameters, and the derivatives of both with respect to them.
+struct sAreaSlopes {
+    static constexpr std::size_t count = 3;
+    std::array<std::size_t, count> parameters;
+    std::array<double, count> ofArea;
+    std::array<double, count> ofCounts;
+
+    /// The peak's height is `ratio` times the parameter `own`.
+    sAreaSlopes(const gsft_cResolution& law, double center, double ratio, std::size_t own,
+                std::span<const double> a)
+        : parameters{own, gsft_FWHM, gsft_Delta} {
+        const double fwhm = law.FWHM(center);
+        const double factor = ratio * std::sqrt(type_Pi) / fullWidth;
+        ofArea = {factor * fwhm, factor * a[own] * law.ReferenceFWHM() / fwhm, 0};
+        ofCounts = ofArea;
+        ofCounts[2] = -factor * a[own] * fwhm / a[gsft_Delta];
+        for (double& slope : ofCounts)
+            slope /= a[gsft_Delta];
+    }
+
+    /// The standard error that follows from covariances.
+    template<class Covariance>
+    double Error(const std::array<double, count>& slopes, Covariance covariance) const {
+        double variance = 0;
+        for (std::size_t i = 0; i < count; ++i)
+            for (std::size_t j = 0; j < count; ++j)
+                variance += slopes[i] * slopes[j] * covariance(parameters[i], parameters[j]);
+        return std::sqrt(std::max(variance, 0.0));
+    }
+};
 
 double errorOf(const std::vector<double>& errors, int peak) {
     return errors[static_cast<std::size_t>(
@@ -392,9 +412,9 @@ void gsft_c1DGaussianFittingFunction::Fit(const arr_cC_Array<double>& x,
         const double ratio = reference < 0 ? 1 : parameters[amplitudeOf(k)];
         const double variance = covariance(own, own);
         quality.amplitudeErrors.push_back(std::fabs(ratio) * std::sqrt(variance));
-        quality.areaErrors.push_back(areaError(law, peaks_[k]->Center(), ratio, parameters[own],
-                                               variance, covariance(own, gsft_FWHM),
-                                               covariance(gsft_FWHM, gsft_FWHM)));
+        const sAreaSlopes slopes(law, peaks_[k]->Center(), ratio, own, parameters);
+        quality.areaErrors.push_back(slopes.Error(slopes.ofArea, covariance));
+        quality.countsErrors.push_back(slopes.Error(slopes.ofCounts, covariance));
     }
 
     CopyParameters(parameters);
@@ -426,6 +446,10 @@ double gsft_c1DGaussianFittingFunction::AmplitudeError(int peak) const {
 
 double gsft_c1DGaussianFittingFunction::AreaError(int peak) const {
     return errorOf(quality_.areaErrors, peak);
+}
+
+double gsft_c1DGaussianFittingFunction::CountsError(int peak) const {
+    return errorOf(quality_.countsErrors, peak);
 }
 
 void gsft_c1DGaussianFittingFunction::SetWidthsFromResolution() {

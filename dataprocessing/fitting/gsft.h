@@ -241,6 +241,10 @@ public:
     /// The standard error of the area of a peak with the width of the resolution law, the error of
     /// which counts where it was fitted. Throws as AmplitudeError.
     double AreaError(int peak) const;
+    /// The standard error of the counts of a peak, which are its area over the units per channel:
+    /// where the calibration was fitted, both vary together, and the error of the ratio is not that
+    /// of the area over the units. Throws as AmplitudeError.
+    double CountsError(int peak) const;
 
     /// Gives every peak the width that the resolution law has at its center. Throws
     /// gsft_cFitException when it has none at one of them; no width has changed then.
@@ -260,6 +264,7 @@ private:
         std::vector<double> covariance;  // of those
         std::vector<double> amplitudeErrors;
         std::vector<double> areaErrors;
+        std::vector<double> countsErrors;
         double residualSum = 0;
         double distance = 0;
         int steps = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iomanip>
+#include <limits>
 #include <locale>
 #include <ostream>
 #include <sstream>
@@ -310,6 +311,9 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     double squares = 0;
     pkmd_WeightedDots(values, channels.weights.data(), &values, 1, count, &squares);
     channels.size = std::sqrt(squares);
+    const bool isSmall = squares == 0 && std::any_of(channels.y.begin(), channels.y.end(),
+                                                     [](double y) { return y != 0; });
+    nlsq_CheckSize(isSmall ? std::numeric_limits<double>::min() : channels.size);
     refuseIf(channels.taking == 0, 5, "No channel takes part.");
     return channels;
 }

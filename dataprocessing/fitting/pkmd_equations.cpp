@@ -162,11 +162,11 @@ double pkmd_cEquations::Try(std::span<const double> q) {
     FillCurve();
     const std::size_t count = channels_.x.size();
     const double* const part = channels_.taking == count ? nullptr : channels_.weights.data();
-    const double chiSquared =
-        isLikelihood_ ? pkmd_Deviance(channels_.y.data(), part, curve_.data(), count,
-                                      residuals_.data(), expectedWeights_.data())
-                      : pkmd_Squares(channels_.y.data(), channels_.weights.data(), curve_.data(),
-                                     count, residuals_.data());
+    const double chiSquared = isLikelihood_
+                                  ? pkmd_Deviance(channels_.y.data(), part, curve_.data(), count,
+                                                  residuals_.data(), expectedWeights_.data())
+                                  : pkmd_Squares(channels_.y.data(), channels_.weights.data(),
+                                                 curve_.data(), count, residuals_.data());
     if (!std::isfinite(chiSquared))
         return infinity;
     Multiply();

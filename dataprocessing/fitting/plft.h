@@ -66,7 +66,8 @@ public:
     double ResidualSum() const noexcept { return residualSum_; }
     /// The number of points of the last fit less its rank.
     int DegreesOfFreedom() const noexcept { return points_ - rank_; }
-    /// The covariances of the coefficients. Without deviations the variance of a point is taken to
+    /// The covariances of the coefficients; 0 or infinite where their products leave the numbers
+    /// that there are, which their roots do not. Without deviations the variance of a point is taken to
     /// be ResidualSum() / DegreesOfFreedom(), and all are NaN where there are no degrees of freedom
     /// to take it from. Combinations that were left out count as exact. No elements where Rank() is
     /// 0.
@@ -86,8 +87,8 @@ protected:
     /// Fits the coefficients. Throws expt_cProgramException ("poly_fit", 72) when the sizes differ,
     /// and ("poly_fit", 105) when no |x| reaches type_MinValue; std::bad_alloc when memory runs
     /// out. The previous coefficients then stay. A NaN in y makes all of them NaN, and so
-    /// does, unless the order is 0, a NaN or an infinity in x. An infinity in y, or values the sum
-    /// of which overflows, leaves none of them finite.
+    /// does, unless the order is 0, a NaN or an infinity in x. An infinity in y leaves none of them
+    /// finite.
     void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y) override;
     /// The same with the standard deviations of y. Throws as Refit with those besides.
     virtual void RefitValues(const arr_cC_Array<double>& x, const arr_cC_Array<double>& y,
@@ -111,6 +112,7 @@ private:
     int order_;
     arr_cC_Array<double> coefficients_;
     arr_c2DNumberArray<double> covariance_;
+    arr_cC_Array<double> standardErrors_;
     int rank_ = 0;
     int points_ = 0;
     double residualSum_ = 0;

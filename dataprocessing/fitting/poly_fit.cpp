@@ -8,11 +8,15 @@
 #include <utility>
 
 #include "dataprocessing/algebra/rcps.h"
+#include "dataprocessing/algebra/rcps_power.h"
 #include "dataprocessing/algebra/rcps_triangle.h"
 #include "dataprocessing/algebra/rcps_work.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/fitting/plft.h"
+#include "dataprocessing/fitting/plft_deviations.h"
+
+using namespace dataprocessing::detail;
 
 namespace {
 
@@ -41,29 +45,38 @@ double largestMagnitude(const arr_cC_Array<double>& x) {
     return largest;
 }
 
+arr_cC_Array<double> noErrors(int count) {
+    return arr_cC_Array<double>(count, std::numeric_limits<double>::quiet_NaN());
+}
+
 } // namespace
+
+void dataprocessing::detail::plft_CheckDeviations(const darr_c1DArray& data,
+                                                  const darr_c1DArray& deviations) {
+    if (deviations.Size() != data.Size())
+        arr_SizeError(deviations.Size(), data.Size());
+    if (deviations.Cal() != data.Cal())
+        throw expt_cProgramException("poly_fit", 1,
+                                     "The deviations have another calibration than the data.");
+}
 
 plft_c1DPolyFittingFunction::plft_c1DPolyFittingFunction(int order,
                                                          dasl_c1DDataArraySelection& selection)
     : ftfn_c1DFittingFunction(selection), order_(checkedOrder(order)),
-      coefficients_(arr_CheckedSize(order + 1LL), 0.0) {}
+      coefficients_(arr_CheckedSize(order + 1LL), 0.0),
+      standardErrors_(noErrors(coefficients_.Size())) {}
 
 plft_c1DPolyFittingFunction::plft_c1DPolyFittingFunction(const plft_c1DPolyFittingFunction& other,
                                                          dasl_c1DDataArraySelection& selection)
     : ftfn_c1DFittingFunction(selection), order_(other.order_), coefficients_(other.coefficients_),
-      covariance_(other.covariance_), rank_(other.rank_), points_(other.points_),
-      residualSum_(other.residualSum_) {
+      covariance_(other.covariance_), standardErrors_(other.standardErrors_), rank_(other.rank_),
+      points_(other.points_), residualSum_(other.residualSum_) {
     SetName(other.Name());
 }
 
 plft_c1DPolyFittingFunction::~plft_c1DPolyFittingFunction() = default;
 
-arr_cC_Array<double> plft_c1DPolyFittingFunction::StandardErrors() const {
-    arr_cC_Array<double> errors(coefficients_.Size(), std::numeric_limits<double>::quiet_NaN());
-    for (int j = 0; j < covariance_.Rows(); ++j)
-        errors[j] = std::sqrt(covariance_(j, j));
-    return errors;
-}
+arr_cC_Array<double> plft_c1DPolyFittingFunction::StandardErrors() const { return standardErrors_; }
 
 double plft_c1DPolyFittingFunction::Value(double x) const noexcept {
     const double* const c = coefficients_.Data();
@@ -85,11 +98,7 @@ void plft_c1DPolyFittingFunction::LoadValues(arr_cC_Array<double>& x,
 
 void plft_c1DPolyFittingFunction::Refit(const darr_c1DArray& data,
                                         const darr_c1DArray& deviations) {
-    if (deviations.Size() != data.Size())
-        arr_SizeError(deviations.Size(), data.Size());
-    if (deviations.Cal() != data.Cal())
-        throw expt_cProgramException("poly_fit", 1,
-                                     "The deviations have another calibration than the data.");
+    plft_CheckDeviations(data, deviations);
     arr_cC_Array<double> x;
     arr_cC_Array<double> y;
     arr_cC_Array<double> selected;
@@ -143,6 +152,7 @@ void plft_c1DPolyFittingFunction::FitPowers(const arr_cC_Array<double>& x,
                                             double scale) {
     const int count = x.Size();
     if (count <= order_) {
+        standardErrors_ = noErrors(order_ + 1);
         coefficients_.Fill(0.0);
         covariance_ = {};
         rank_ = 0;
@@ -150,9 +160,11 @@ void plft_c1DPolyFittingFunction::FitPowers(const arr_cC_Array<double>& x,
         residualSum_ = std::inner_product(y.begin(), y.end(), y.begin(), 0.0);
         return;
     }
-    // The smallest deviation weighs 1, so that no square leaves the numbers there are.
-    const double unit =
+    // The smallest deviation weighs 1, and the largest value is next to 1, so that no square leaves
+    // the numbers that there are.
+    const double smallest =
         deviations == nullptr ? 1.0 : *std::min_element(deviations->begin(), deviations->end());
+    const double size = rcps::powerBelow(largestMagnitude(y));
 
     const int unknowns = order_ + 1;
     rcps::cTriangle triangle(unknowns);
@@ -164,9 +176,10 @@ void plft_c1DPolyFittingFunction::FitPowers(const arr_cC_Array<double>& x,
         double* const weights = triangle.BlockColumn(0);
         double* const right = triangle.BlockColumn(unknowns);
         std::fill_n(weights, rows, 1.0);
-        std::copy_n(y.Data() + first, rows, right);
+        std::transform(y.Data() + first, y.Data() + first + rows, right,
+                       [size](double value) { return value / size; });
         for (int k = 0; k < rows && deviations != nullptr; ++k) {
-            weights[k] = unit / deviations->Data()[first + k];
+            weights[k] = smallest / deviations->Data()[first + k];
             right[k] *= weights[k];
         }
         for (int j = 1; j < unknowns; ++j)
@@ -195,28 +208,35 @@ void plft_c1DPolyFittingFunction::FitPowers(const arr_cC_Array<double>& x,
     rcps::svdvar(v.Data(), unknowns, w.Data(), covariance.Data());
 
     arr_c2DNumberArray<double> unscaled(unknowns, unknowns);
+    arr_cC_Array<double> errors(unknowns);
     rank_ = unknowns - static_cast<int>(std::count(w.Data() + 1, w.Data() + unknowns + 1, 0.0));
     points_ = count;
-    residualSum_ = (triangle.ResidualSum() + sumOfSquares) / unit / unit;
-    const double variance = deviations != nullptr ? unit * unit
-                            : points_ > rank_     ? residualSum_ / (points_ - rank_)
+    const double squares = triangle.ResidualSum() + sumOfSquares;
+    residualSum_ = squares * (size / smallest) * (size / smallest);
+    // That of an equation, in units of the square of `unit`.
+    const double unit = deviations != nullptr ? smallest : size;
+    const double variance = deviations != nullptr ? 1.0
+                            : points_ > rank_     ? squares / (points_ - rank_)
                                                   : std::numeric_limits<double>::quiet_NaN();
     double divisor = 1.0;
     for (int i = 0; i < unknowns; ++i) {
-        coefficients_[i] = scaled[i + 1] / divisor;
+        coefficients_[i] = scaled[i + 1] * size / divisor;
+        errors[i] = std::sqrt(covariance[i + 1][i + 1] * variance) * unit / divisor;
         double other = 1.0;
         for (int j = 0; j < unknowns; ++j) {
-            unscaled(i, j) = covariance[i + 1][j + 1] * variance / divisor / other;
+            unscaled(i, j) = covariance[i + 1][j + 1] * variance * unit / divisor * unit / other;
             other *= scale;
         }
         divisor *= scale;
     }
     covariance_ = std::move(unscaled);
+    standardErrors_ = std::move(errors);
 }
 
 plft_c1DOffsetPolyFittingFunction::plft_c1DOffsetPolyFittingFunction(
     const plft_c1DOffsetPolyFittingFunction& other, dasl_c1DDataArraySelection& selection)
-    : plft_c1DPolyFittingFunction(static_cast<const plft_c1DPolyFittingFunction&>(other), selection),
+    : plft_c1DPolyFittingFunction(static_cast<const plft_c1DPolyFittingFunction&>(other),
+                                  selection),
       offset_(other.offset_) {}
 
 plft_c1DOffsetPolyFittingFunction::~plft_c1DOffsetPolyFittingFunction() = default;

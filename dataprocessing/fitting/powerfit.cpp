@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "dataprocessing/base/type.h"
+#include "dataprocessing/fitting/plft_deviations.h"
 #include "dataprocessing/fitting/pwft.h"
 #include "dataprocessing/kernels/elementary/elem.h"
 #include "dataprocessing/valuemodel/resc.h"
@@ -219,13 +220,27 @@ void pwft_cMultiPowerLawFitFunc::Load(arr_cC_Array<double>& values,
     values.CopyIn(signal.Data(), count, 0, 0);
 }
 
-void pwft_cMultiPowerLawFitFunc::Refit(const darr_c1DArray& data) {
+void pwft_cMultiPowerLawFitFunc::Refit(const darr_c1DArray& data) { Refit(data, nullptr); }
+
+void pwft_cMultiPowerLawFitFunc::Refit(const darr_c1DArray& data, const darr_c1DArray& deviations) {
+    plft_CheckDeviations(data, deviations);
+    Refit(data, &deviations);
+}
+
+void pwft_cMultiPowerLawFitFunc::Refit(const darr_c1DArray& data, const darr_c1DArray* deviations) {
     darr_c1DArray kept = conv_Convert(data, dtyp_Double);
+    darr_c1DArray keptDeviations;
+    if (deviations != nullptr)
+        keptDeviations = conv_Convert(*deviations, dtyp_Double);
     std::list<sPeak> refitted = peaks_;
     for (sPeak& peak : refitted)
-        peak.powerLaw.Refit(data);
+        if (deviations != nullptr)
+            peak.powerLaw.Refit(data, *deviations);
+        else
+            peak.powerLaw.Refit(data);
     peaks_.swap(refitted);
     data_ = std::move(kept);
+    deviations_ = std::move(keptDeviations);
 }
 
 void pwft_cMultiPowerLawFitFunc::AddPeak(double position, double gap, double width,
@@ -269,9 +284,12 @@ double pwft_cMultiPowerLawFitFunc::PeakIntensityError(double position) const {
     const cal_c1DArrayCal& cal = data_.Cal();
     const rnge_c1DIndexRange window(peak->window, cal, rnge_IndexNearest);
     double variance = 0;
-    const std::span<const double> counts = data_.Elements<double>();
-    for (int i = std::max(window.First(), 0); i < std::min(window.Last(), data_.Size()); ++i)
-        variance += std::fabs(counts[static_cast<std::size_t>(i)]);
+    const bool isCounted = deviations_.Size() == 0;
+    const std::span<const double> elements = (isCounted ? data_ : deviations_).Elements<double>();
+    for (int i = std::max(window.First(), 0); i < std::min(window.Last(), data_.Size()); ++i) {
+        const double element = elements[static_cast<std::size_t>(i)];
+        variance += isCounted ? std::fabs(element) : element * element;
+    }
     for (const sPeak& other : peaks_) {
         if (!other.window.Intersects(peak->window))
             continue;

@@ -97,6 +97,9 @@ public:
     /// Fits every peak's power law to `data` and keeps a copy of it, in double precision. When one
     /// of the fits throws, all stay as they were.
     void Refit(const darr_c1DArray& data) override;
+    /// The same with the standard deviation of each element, which plft_c1DPolyFittingFunction
+    /// takes and refuses likewise. PeakIntensityError rests on them then, and no longer on counts.
+    void Refit(const darr_c1DArray& data, const darr_c1DArray& deviations);
     /// Always 0.
     double ChiSquared() const override { return 0.0; }
 
@@ -115,12 +118,13 @@ public:
     /// elements than an array can have, and what Load throws.
     virtual double PeakIntensity(double position) const;
 
-    /// The standard error of PeakIntensity for counts: the root of what is counted in the window
-    /// and of the variance of the background there, which is extrapolated with the covariance of
-    /// its coefficients; of each background, where windows overlap, as if they were independent. 0
-    /// where there is no such peak, and before the first fit; NaN when the background has no
-    /// degrees of freedom. The window has to lie apart from the range that the background is fitted
-    /// over: where they share elements the error comes out too large. Throws as PeakIntensity.
+    /// The standard error of PeakIntensity: the root of what is counted in the window, or of the
+    /// squares of the deviations that Refit was given, and of the variance of the background there,
+    /// which is extrapolated with the covariance of its coefficients; of each background, where
+    /// windows overlap, as if they were independent. 0 where there is no such peak, and before the
+    /// first fit; NaN when the background has no degrees of freedom. The window has to lie apart
+    /// from the range that the background is fitted over: where they share elements the error comes
+    /// out too large. Throws as PeakIntensity.
     double PeakIntensityError(double position) const;
 
 private:
@@ -136,9 +140,11 @@ private:
         pwft_cPowerLawFittingFunction powerLaw;
     };
 
+    DATAPROCESSING_NO_EXPORT void Refit(const darr_c1DArray& data, const darr_c1DArray* deviations);
     DATAPROCESSING_NO_EXPORT const sPeak* PeakAt(double position) const noexcept;
 
     int order_;
     darr_c1DArray data_;
-    std::list<sPeak> peaks_; // power laws refer to the selections beside them
+    darr_c1DArray deviations_; // of the data; none for those of counts
+    std::list<sPeak> peaks_;   // power laws refer to the selections beside them
 };

@@ -327,6 +327,24 @@ TEST(SolveEquations, ExactSystemsAndZeroValuesHaveNoErrors) {
     EXPECT_EQ(left.standardErrors[1], 0);
 }
 
+TEST(SolveEquations, ErrorsHaveTheSizeOfTheResidualsHoweverLargeTheyAre) {
+    arr_c2DNumberArray<double> a(2, 5); // columns, rows
+    arr_c1DNumberArray<double> b(5);
+    const double right[] = {1, 3, 2, 5, 4};
+    for (const double size : {1.0, 0x1p-560, 0x1p560}) {
+        for (int i = 0; i < 5; ++i) {
+            a(i, 0) = 1;
+            a(i, 1) = i;
+            b[i] = size * right[i];
+        }
+        const eqns_sSolution found = eqns_SolveEquations(a, b, eqns_ColumnsScaled);
+        // The residuals' sum of squares is 3.6, the inverse {{.6, -.2}, {-.2, .1}}.
+        EXPECT_NEAR(found.standardErrors[0] / size, std::sqrt(1.2 * 0.6), 1e-14) << size;
+        EXPECT_NEAR(found.standardErrors[1] / size, std::sqrt(1.2 * 0.1), 1e-14) << size;
+        EXPECT_DOUBLE_EQ(found.residualSum, size == 1 ? 3.6 : size < 1 ? 0 : HUGE_VAL) << size;
+    }
+}
+
 TEST(SolveEquations, OverloadWithErrorsRefusesTheSame) {
     for (const auto& [columns, rows, elements] :
          std::vector<std::array<int, 3>>{{0, 3, 3}, {3, 2, 2}, {2, 3, 4}, {1, 32768, 32768}}) {

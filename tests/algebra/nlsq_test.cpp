@@ -124,6 +124,39 @@ TEST(Nlsq, StraightLineIsTheClosedForm) {
     check(nlsq_FitLinear(line, x, y, 2, deviations), reduced);
 }
 
+TEST(Nlsq, ValuesOfEverySizeThatCanBeSquaredHaveTheSameFit) {
+    const std::vector<double> x = positions(30);
+    const std::vector<double> y = disturbed(x);
+    const nlsq_sResult one = nlsq_Fit(decay, x, y, start);
+    for (const double size : {0x1p-470, 0x1p470}) {
+        std::vector<double> scaled;
+        for (const double value : y)
+            scaled.push_back(value * size);
+        const std::vector<double> from{start[0] * size, start[1]};
+        const nlsq_sResult found = nlsq_Fit(decay, x, scaled, from);
+        EXPECT_THAT(found.parameters, ElementsAre(one.parameters[0] * size, one.parameters[1]));
+        EXPECT_THAT(found.standardErrors,
+                    ElementsAre(one.standardErrors[0] * size, one.standardErrors[1]));
+        EXPECT_EQ(found.end, one.end);
+    }
+}
+
+TEST(Nlsq, DevianceIsNeverBelowZero) {
+    // One parameter for each point: nothing is left but rounding.
+    const nlsq_cFunctionModel points(
+        [](double x, Parameters p) { return p[static_cast<std::size_t>(x)]; });
+    nlsq_sOptions options;
+    options.objective = nlsq_PoissonLikelihood;
+    for (const double count : {3.0, 7.0, 1e3, 123456.0}) {
+        const nlsq_sResult found =
+            nlsq_Fit(points, std::vector{0.0, 1.0, 2.0}, std::vector{count, count / 3, count / 7},
+                     std::vector{count + 1, count / 3 + 1, count / 7 + 1}, options);
+        EXPECT_GE(found.chiSquared, 0) << count;
+        EXPECT_LT(found.chiSquared, 1e-9) << count;
+        EXPECT_TRUE(found.Converged()) << nlsq_Text(found.end);
+    }
+}
+
 TEST(Nlsq, PointsOfWeightZeroTakeNoPart) {
     const std::vector<double> x = positions(40);
     std::vector<double> y = disturbed(x);
@@ -615,6 +648,12 @@ TEST(Nlsq, MisuseIsRefused) {
         options.standardDeviations.assign(5, bad);
         refused(7, options);
     }
+    for (const double bad : {0.0, -1.0, 1e-310}) { // the reciprocal of the last one is infinite
+        nlsq_sOptions options;
+        options.standardDeviations.assign(5, 1);
+        options.standardDeviations[3] = bad;
+        refused(7, options);
+    }
     nlsq_sOptions options;
     options.weights.assign(4, 1);
     refused(5, options);
@@ -626,9 +665,6 @@ TEST(Nlsq, MisuseIsRefused) {
     refused(6, options);
     options = {};
     options.weights.assign(5, -1);
-    refused(7, options);
-    options = {};
-    options.standardDeviations.assign(5, 0);
     refused(7, options);
     options = {};
     options.objective = nlsq_PoissonLikelihood;
@@ -655,6 +691,19 @@ TEST(Nlsq, MisuseIsRefused) {
     options = {};
     options.control.mostEvaluations = 0;
     refused(12, options);
+    for (const double size : {1e-150, 1e150}) {
+        std::vector<double> extreme;
+        for (const double value : y)
+            extreme.push_back(value * size);
+        expectRefusal(14, [&] { nlsq_Fit(decay, x, extreme, start); });
+        options = {};
+        options.weights.assign(5, size * size);
+        refused(14, options);
+        options = {};
+        options.standardDeviations.assign(5, 1 / size);
+        refused(14, options);
+    }
+    EXPECT_EQ(nlsq_FitLinear(line, x, std::vector<double>(5), 2).parameters[0], 0);
     options = {};
     options.objective = nlsq_PoissonLikelihood;
     expectRefusal(13, [&] {

@@ -113,6 +113,10 @@ void addFunctions(Table& table) {
             return bytesOf(of.background.PeakIntensity(5900),
                            of.background.PeakIntensityError(5900));
         });
+    table.Add("fit a background with deviations",
+              [](Operands& of) { of.background.Refit(of.spectrum, of.spectrum); });
+    table.AddRefused("fit a background with few deviations",
+                     [](Operands& of) { of.background.Refit(of.spectrum, of.line); });
     table.Add("power law of a peak", [](Operands& of) { return of.background.PowerLaw(0).Rank(); });
     table.AddRefused("coefficients of no peak",
                      [](Operands& of) { return of.background.Coefficients(7); });
@@ -163,7 +167,8 @@ void addGaussians(Table& table) {
         "errors of Gaussians", [](Operands& of) { of.gaussians.Refit(of.spectrum); },
         [](Operands& of) {
             return bytesOf(of.gaussians.Covariance(), of.gaussians.StandardErrors(),
-                           of.gaussians.AmplitudeError(0), of.gaussians.AreaError(0));
+                           of.gaussians.AmplitudeError(0), of.gaussians.AreaError(0),
+                           of.gaussians.CountsError(0));
         });
     table.Add("widths of Gaussians", [](Operands& of) { of.gaussians.SetWidthsFromResolution(); });
     table.AddRefused("fit Gaussians that cannot be told apart", [](Operands& of) {

@@ -1075,8 +1075,26 @@ TEST(GaussianFit, ErrorsOfPeaksFollowFromTheCovariance) {
                 EXPECT_NEAR(setup.function.AreaError(k), std::sqrt(variance),
                             1e-6 * std::sqrt(variance));
                 EXPECT_DOUBLE_EQ(setup.function.AmplitudeError(k), ratio * std::sqrt(c(at, at)));
+                // Counts are area / delta, which varies with the area.
+                const double delta = setup.cal.Delta();
+                const std::array places{at, static_cast<int>(gsft_FWHM),
+                                        static_cast<int>(gsft_Delta)};
+                const std::array slopes{a / delta, f / delta,
+                                        (area(0, 0) / (delta + h) - area(0, 0) / (delta - h)) /
+                                            (2 * h)};
+                double counts = 0;
+                for (std::size_t i = 0; i < 3; ++i)
+                    for (std::size_t j = 0; j < 3; ++j)
+                        counts += slopes[i] * c(places[i], places[j]) * slopes[j];
+                EXPECT_NEAR(setup.function.CountsError(k), std::sqrt(counts),
+                            1e-6 * std::sqrt(counts));
+                if (!setup.fitCalibration) {
+                    EXPECT_DOUBLE_EQ(setup.function.CountsError(k),
+                                     setup.function.AreaError(k) / delta);
+                }
             }
             EXPECT_THROW(setup.function.AreaError(3), arr_cIndexException);
+            EXPECT_THROW(setup.function.CountsError(3), arr_cIndexException);
             EXPECT_THROW(setup.function.AmplitudeError(-1), arr_cIndexException);
         });
 }

@@ -206,26 +206,26 @@ TEST(PeakModel, DevianceIsTheSumOfItsTerms) {
     std::vector<double> moreResiduals(64), moreWeights(64);
     curve[4] = 3;
     std::fill(part.begin(), part.end(), 1.0);
-    EXPECT_EQ(
-        pkmd_Deviance(y.data(), part.data(), curve.data(), 64, residuals.data(), w.data()),
-        pkmd_Deviance(y.data(), nullptr, curve.data(), 64, moreResiduals.data(), moreWeights.data()));
+    EXPECT_EQ(pkmd_Deviance(y.data(), part.data(), curve.data(), 64, residuals.data(), w.data()),
+              pkmd_Deviance(y.data(), nullptr, curve.data(), 64, moreResiduals.data(),
+                            moreWeights.data()));
     EXPECT_EQ(residuals, moreResiduals);
     EXPECT_EQ(w, moreWeights);
     // What rounding may take below zero, and the far ends of the logarithm.
     EXPECT_EQ(pkmd_Deviance(y.data(), nullptr, y.data(), 0, residuals.data(), w.data()), 0);
-    for (const double ratio : {1e-300, 1e-100, 0.70710678, 0.70710679, 1.0, 1.41421356, 1.41421357,
-                               3e15, 1e300}) {
+    for (const double ratio :
+         {1e-300, 1e-100, 0.70710678, 0.70710679, 1.0, 1.41421356, 1.41421357, 3e15, 1e300}) {
         const std::vector<double> counts(8, ratio), ones(8, 1.0);
-        const double deviance = pkmd_Deviance(counts.data(), nullptr, ones.data(), 8,
-                                              residuals.data(), w.data());
+        const double deviance =
+            pkmd_Deviance(counts.data(), nullptr, ones.data(), 8, residuals.data(), w.data());
         const double wanted = 16 * (1 - ratio + ratio * std::log(ratio));
         EXPECT_GE(deviance, 0) << ratio;
         EXPECT_NEAR(deviance, wanted, 1e-15 * (16 + wanted)) << ratio;
     }
     for (const double outside : {0.0, -1.0, notANumber}) {
         curve[20] = outside;
-        for (const double* const taking : {static_cast<const double*>(part.data()),
-                                          static_cast<const double*>(nullptr)})
+        for (const double* const taking :
+             {static_cast<const double*>(part.data()), static_cast<const double*>(nullptr)})
             EXPECT_FALSE(std::isfinite(
                 pkmd_Deviance(y.data(), taking, curve.data(), 64, residuals.data(), w.data())));
     }
@@ -749,6 +749,22 @@ TEST(PeakModel, NamesAndNumbers) {
     pkmd_cModel simple = twoPeaks();
     simple.Values(simple.Starts(), std::vector{6.4}, y, pkmd_BackgroundOnly);
     EXPECT_DOUBLE_EQ(y[0], 30.5);
+}
+
+TEST(PeakFit, ValuesThatCannotBeSquaredAreRefused) {
+    pkmd_cModel model;
+    model.AddPolynomial({1});
+    pkmd_sOptions options;
+    options.objective = nlsq_LeastSquares;
+    options.weights.assign(8, 1);
+    for (const double size : {1e-170, 1e-150, 1e150, 1e170}) {
+        const std::vector<double> y(8, size);
+        expectRefusal(
+            14, [&] { pkmd_Fit(model, darr_c1DArray{std::span(y)}, options); }, "nlsq");
+    }
+    const std::vector<double> zeros(8);
+    const nlsq_sResult nothing = pkmd_Fit(model, darr_c1DArray{std::span(zeros)}, options).fit;
+    EXPECT_NEAR(nothing.parameters[0], 0, 1e-15);
 }
 
 TEST(PeakModel, MisuseIsRefused) {

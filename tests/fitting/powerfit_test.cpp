@@ -363,6 +363,59 @@ TEST(MultiPowerLaw, IntensityHasTheErrorOfCountsAndBackground) {
     }
 }
 
+TEST(MultiPowerLaw, DeviationsWeighTheBackgroundsAndMakeTheErrors) {
+    std::mt19937 random(19);
+    const cal_c1DArrayCal cal(100, 0.5, 0);
+    std::vector<double> y, s;
+    for (int i = 0; i < 300; ++i) {
+        y.push_back(std::poisson_distribution<>(decay(cal.Position(i)) + 10)(random) + 1);
+        s.push_back(2 + i % 7);
+    }
+    const darr_c1DArray data(std::span<const double>(y), cal);
+    const darr_c1DArray deviations(std::span<const double>(s), cal);
+    Multi multi;
+    multi.function.AddPeak(200, 5, 40, 0, 20);
+    multi.function.Refit(data, deviations);
+    Single alone(1);
+    alone.selection.AddLocalRange({155, 195});
+    alone.function.Refit(data, deviations);
+    EXPECT_EQ(multi.function.Coefficients(0)[0], alone.function.Coefficients()[0]);
+    EXPECT_EQ(multi.function.Coefficients(0)[1], alone.function.Coefficients()[1]);
+
+    double variance = 0;
+    double slope[2] = {};
+    for (int i = 200; i < 240; ++i) {
+        const double x = cal.Position(i);
+        variance += s[static_cast<std::size_t>(i)] * s[static_cast<std::size_t>(i)];
+        const double value = std::exp(multi.function.Coefficients(0)[0] +
+                                      multi.function.Coefficients(0)[1] * std::log(x));
+        slope[0] += value;
+        slope[1] += value * std::log(x);
+    }
+    for (int i = 0; i < 2; ++i)
+        for (int j = 0; j < 2; ++j)
+            variance += slope[i] * multi.function.PowerLaw(0).Covariance()(i, j) * slope[j];
+    EXPECT_NEAR(multi.function.PeakIntensityError(200), 0.5 * std::sqrt(variance), 1e-6);
+
+    // Refused ones change nothing; without deviations it is counts again.
+    const double before = multi.function.PeakIntensityError(200);
+    EXPECT_THROW(multi.function.Refit(data, darr_c1DArray(299, pnum_cNumber(1.0), cal)),
+                 arr_cSizeException);
+    EXPECT_THROW(multi.function.Refit(data, darr_c1DArray(300, pnum_cNumber(1.0), {})),
+                 expt_cProgramException);
+    EXPECT_THROW(multi.function.Refit(data, darr_c1DArray(300, pnum_cNumber(0.0), cal)),
+                 expt_cUserException);
+    EXPECT_EQ(multi.function.PeakIntensityError(200), before);
+    Multi none;
+    EXPECT_THROW(none.function.Refit(data, darr_c1DArray(299, pnum_cNumber(1.0), cal)),
+                 arr_cSizeException);
+    multi.function.Refit(data);
+    Multi counted;
+    counted.function.AddPeak(200, 5, 40, 0, 20);
+    counted.function.Refit(data);
+    EXPECT_EQ(multi.function.PeakIntensityError(200), counted.function.PeakIntensityError(200));
+}
+
 TEST(MultiPowerLaw, SpreadOfIntensitiesIsThatOfTheirErrors) {
     std::mt19937 random(10);
     const cal_c1DArrayCal cal(100, 1, 0);
