@@ -170,8 +170,8 @@ std::vector<int> couplingOf(const list_cPtrList<gsft_cGaussian>& peaks) {
     return references;
 }
 
-/// What an area, amplitude x width x sqrt(pi), and the counts, area / delta, of a peak depend on: the
-/// parameters, and the derivatives of both with respect to them.
+/// What an area, amplitude x width x sqrt(pi), and the counts, area / delta, of a peak depend on:
+/// the parameters, and the derivatives of both with respect to them.
 struct sAreaSlopes {
     static constexpr std::size_t count = 3;
     std::array<std::size_t, count> parameters;
