@@ -106,9 +106,8 @@ eqns_sSolution eqns_SolveEquations(const arr_c2DNumberArray<double>& a,
 
     rcps::cMatrix covariance(count, count);
     rcps::svdvar(system.v.Data(), count, system.w.Data(), covariance.Data());
-    const double variance = result.degreesOfFreedom > 0
-                                ? squares / result.degreesOfFreedom
-                                : std::numeric_limits<double>::quiet_NaN();
+    const double variance = result.degreesOfFreedom > 0 ? squares / result.degreesOfFreedom
+                                                        : std::numeric_limits<double>::quiet_NaN();
     result.covariance = arr_c2DNumberArray<double>(count, count);
     result.standardErrors = arr_c1DNumberArray<double>(count);
     for (int i = 0; i < count; ++i) {

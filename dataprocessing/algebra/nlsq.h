@@ -261,12 +261,12 @@ struct DATAPROCESSING_EXPORT nlsq_sResult {
 /// Throws expt_cProgramException ("nlsq", line) for a misuse:
 /// 2: x and y of different sizes; 3: no points; 4: a position, value or start that is not finite;
 /// 5: weights or standard deviations of another size; 6: both of them, or one with the likelihood;
-/// 7: a weight below 0, a standard deviation not above 0, or one that is not finite, as is its reciprocal; 8: a negative
-/// count for the likelihood; 9: `parameters` of another size than `start`; 10: bounds in the wrong
-/// order; 11: a tie to a parameter that is not there, or in a circle; 12: a tolerance that is
-/// negative, or no evaluations; 14: values that are, over their deviations, all smaller than 1e-144
-/// or one of them larger than 1e144, other than zeros. What the model or the observer throws passes through;
-/// std::bad_alloc.
+/// 7: a weight below 0, a standard deviation not above 0, or one that is not finite, as is its
+/// reciprocal; 8: a negative count for the likelihood; 9: `parameters` of another size than
+/// `start`; 10: bounds in the wrong order; 11: a tie to a parameter that is not there, or in a
+/// circle; 12: a tolerance that is negative, or no evaluations; 14: values that are, over their
+/// deviations, all smaller than 1e-144 or one of them larger than 1e144, other than zeros. What the
+/// model or the observer throws passes through; std::bad_alloc.
 ///
 /// Sources: J. J. More, The Levenberg-Marquardt algorithm: implementation and theory, Lecture Notes
 /// in Mathematics 630 (1978); H. B. Nielsen, Damping parameter in Marquardt's method,

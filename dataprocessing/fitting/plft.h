@@ -35,7 +35,7 @@ public:
     /// The coefficients of the others mean something else.
     plft_c1DPolyFittingFunction(const plft_c1DOffsetPolyFittingFunction& other) = delete;
     plft_c1DPolyFittingFunction(const plft_c1DOffsetPolyFittingFunction& other,
-                                dasl_c1DDataArraySelection& selection) = delete; ///< Likewise.
+                                dasl_c1DDataArraySelection& selection) = delete;      ///< Likewise.
     plft_c1DPolyFittingFunction(const pwft_cPowerLawFittingFunction& other) = delete; ///< Likewise.
     plft_c1DPolyFittingFunction(const pwft_cPowerLawFittingFunction& other,
                                 dasl_c1DDataArraySelection& selection) = delete; ///< Likewise.
@@ -67,10 +67,10 @@ public:
     /// The number of points of the last fit less its rank.
     int DegreesOfFreedom() const noexcept { return points_ - rank_; }
     /// The covariances of the coefficients; 0 or infinite where their products leave the numbers
-    /// that there are, which their roots do not. Without deviations the variance of a point is taken to
-    /// be ResidualSum() / DegreesOfFreedom(), and all are NaN where there are no degrees of freedom
-    /// to take it from. Combinations that were left out count as exact. No elements where Rank() is
-    /// 0.
+    /// that there are, which their roots do not. Without deviations the variance of a point is
+    /// taken to be ResidualSum() / DegreesOfFreedom(), and all are NaN where there are no degrees
+    /// of freedom to take it from. Combinations that were left out count as exact. No elements
+    /// where Rank() is 0.
     const arr_c2DNumberArray<double>& Covariance() const noexcept { return covariance_; }
     /// The standard errors of the coefficients: the roots of the diagonal of Covariance(), NaN
     /// where Rank() is 0. Throws std::bad_alloc.
