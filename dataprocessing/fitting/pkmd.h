@@ -22,6 +22,7 @@
 #include "dataprocessing/algebra/nlsq.h"
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/dataprocessing_export.h"
+#include "dataprocessing/reduce/peak.h"
 #include "dataprocessing/valuemodel/cal.h"
 #include "dataprocessing/valuemodel/darr.h"
 
@@ -177,6 +178,22 @@ private:
     std::vector<double> starts_;
     std::vector<nlsq_sParameter> kinds_;
 };
+
+/// The model of peaks that peak_Find has found in a spectrum, all of one shape, over a straight
+/// line about the middle of the spectrum; everything is free.
+///
+/// Positions, heights (the prominences) and widths start from what was found, extra parameters from
+/// as much of a Lorentzian as of a Gaussian, or a tail as long as the width towards larger x. The
+/// line starts level, from the mean of the channels beyond one and a half widths of all peaks, or
+/// from the least channel. Throws expt_cProgramException: ("pkmd", 1) for a peak whose position,
+/// prominence or width is not finite, as beside infinite channels; ("pkmd", 5) when no channel is
+/// finite; std::bad_alloc.
+///
+///     const auto lines = peak_Find(spectrum, {.significance = 5});
+///     std::cout << pkmd_Fit(pkmd_ModelOf(spectrum, lines), spectrum);
+DATAPROCESSING_EXPORT pkmd_cModel pkmd_ModelOf(const darr_c1DArray& spectrum,
+                                               std::span<const peak_sPeak> found,
+                                               pkmd_eShape shape = pkmd_Gaussian);
 
 /// How a model is fitted.
 struct pkmd_sOptions {

@@ -392,6 +392,11 @@ void addPeakModels(Table& table) {
         text << pkmd_Fit(model, of.spectrum, options);
         return text.str();
     });
+    table.Add("model of the peaks found", [](Operands& of) {
+        const std::vector<peak_sPeak> found = peak_Find(of.spectrum, {.prominence = 50});
+        return bytesOf(pkmd_ModelOf(of.spectrum, found).ParameterCount());
+    });
+    table.AddRefused("model of nothing", [](Operands&) { pkmd_ModelOf(darr_c1DArray(), {}); });
     table.Add("values of peaks", [=](Operands& of) {
         pkmd_cModel model;
         model = modelOf(of);

@@ -8,6 +8,8 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -16,6 +18,7 @@
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/fitting/pkmd.h"
 #include "dataprocessing/fitting/pkmd_kernels.h"
+#include "tests/support/levels.h"
 
 namespace {
 
@@ -670,6 +673,162 @@ TEST(PeakFit, BoundThatCutsAStepIsNotTheEnd) {
     }
 }
 
+void expectRefusal(int line, const std::function<void()>& call, const char* unit = "pkmd") {
+    try {
+        call();
+        FAIL() << "line " << line;
+    } catch (const expt_cProgramException& e) {
+        EXPECT_EQ(e.SourceFile(), unit);
+        EXPECT_EQ(e.Line(), line);
+        EXPECT_NE(std::string(e.what()).find(": "), std::string::npos);
+    }
+}
+
+TEST(PeakFit, StartsFromThePeaksThatWereFound) {
+    for (const auto& [shape, extra] :
+         {std::pair{pkmd_Gaussian, 0.0}, std::pair{pkmd_Lorentzian, 0.0},
+          std::pair{pkmd_PseudoVoigt, 0.3}, std::pair{pkmd_Voigt, 0.05},
+          std::pair{pkmd_TailedGaussian, 0.08}})
+        for (const double delta : {0.01, -0.01}) {
+            pkmd_cModel truth;
+            truth.AddPeak(shape, 6.1, 9000, 0.06, extra);
+            truth.AddPeak(shape, 6.9, 4000, 0.07, extra);
+            truth.AddPeak(shape, 7.3, 6000, 0.05, extra);
+            truth.AddPolynomial({30, -5}, 6.5, 1);
+            const Spectrum spectrum(truth, 300, cal_c1DArrayCal(delta > 0 ? 5.5 : 8.49, delta, 0),
+                                    7);
+            const std::vector<peak_sPeak> found =
+                peak_Find(spectrum.array, {.prominence = 1500, .distance = 0.2});
+            ASSERT_EQ(found.size(), 3) << shape;
+            const pkmd_cModel model = pkmd_ModelOf(spectrum.array, found, shape);
+            EXPECT_EQ(model.ParameterCount(), truth.ParameterCount());
+            const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+            EXPECT_TRUE(result.fit.Converged()) << shape;
+            EXPECT_LT(result.fit.evaluations, 40) << shape;
+            for (int k = 0; k < 3; ++k) {
+                const pkmd_sPeak& peak = result.peaks[static_cast<std::size_t>(k)];
+                const auto first = static_cast<std::size_t>(truth.Position(delta > 0 ? k : 2 - k));
+                EXPECT_NEAR(peak.position, truth.Starts()[first], 5 * peak.positionError);
+                EXPECT_NEAR(peak.height, truth.Starts()[first + 1], 5 * peak.heightError);
+                EXPECT_NEAR(peak.width, truth.Starts()[first + 2], 5 * peak.widthError);
+            }
+        }
+}
+
+TEST(PeakModel, StartsOverTheMeanOfTheChannelsBetweenPeaks) {
+    const auto levelOf = [](std::vector<double> y, const std::vector<peak_sPeak>& found) {
+        const pkmd_cModel model =
+            pkmd_ModelOf(darr_c1DArray{std::span(y), cal_c1DArrayCal(10, 2, 0)}, found);
+        const std::size_t first = 3 * found.size();
+        EXPECT_EQ(model.Starts()[first + 1], 0);
+        return model.Starts()[first];
+    };
+    peak_sPeak peak;
+    peak.index = 5;
+    peak.position = 20;
+    peak.prominence = 7;
+    peak.width = 2; // 3 units to both sides, elements 3 to 7
+    const std::vector<double> y{1, 2, 3, 50, 50, 50, 50, 50, 4, 5};
+    EXPECT_EQ(levelOf(y, {peak}), 3);
+    EXPECT_EQ(levelOf({1, 2, notANumber, 50, 50, 50, 50, 50, 4, 5}, {peak}), 3);
+    EXPECT_DOUBLE_EQ(levelOf(y, {}), 26.5);
+    peak.width = 100;
+    EXPECT_EQ(levelOf(y, {peak}), 1);
+    EXPECT_DOUBLE_EQ(levelOf({0, 0, 0, 0}, {}), 0.25);
+    const pkmd_cModel model =
+        pkmd_ModelOf(darr_c1DArray{std::span(y), cal_c1DArrayCal(10, 2, 0)}, {&peak, 1});
+    const double x[] = {10, 28};
+    double ends[2];
+    std::vector<double> p(model.Starts().begin(), model.Starts().end());
+    p[3] = 0;
+    p[4] = 1; // the slope is that of -1 to 1 over the spectrum
+    model.Values(p, x, ends, pkmd_BackgroundOnly);
+    EXPECT_THAT(ends, ElementsAre(-1, 1));
+    const auto with = [&](double peak_sPeak::*member, double value) {
+        peak_sPeak bad = peak;
+        bad.*member = value;
+        return bad;
+    };
+    for (double peak_sPeak::*member :
+         {&peak_sPeak::position, &peak_sPeak::prominence, &peak_sPeak::width})
+        for (const double value : {notANumber, infinity})
+            expectRefusal(1, [&] { levelOf(y, {with(member, value)}); });
+    expectRefusal(5, [&] { levelOf({notANumber}, {}); });
+    expectRefusal(5, [&] { levelOf({}, {}); });
+}
+
+// At every level, whatever was fitted before and whatever is fitted beside it.
+TEST(PeakFit, BitsAreTheSameAtEveryLevelAndInAnyCompany) {
+    pkmd_cModel model;
+    int k = 0;
+    for (const Shape& shape : shapes)
+        model.AddPeak(shape.shape, 20 + 31.7 * k++, 900, 2.3, shape.extra);
+    model.AddPolynomial({30, 1, 2}, 120, 120);
+    model.AddPowerLaw(20, -1, 100);
+    model.AddExponential(15, -0.01, 100);
+    const Spectrum spectrum(model, 243, cal_c1DArrayCal(1, 1, 0), 3);
+    const Spectrum other(model, 243, cal_c1DArrayCal(1, 1, 0), 4);
+    for (const nlsq_eObjective objective : {nlsq_PoissonLikelihood, nlsq_LeastSquares}) {
+        pkmd_sOptions options;
+        options.objective = objective;
+        options.control.mostEvaluations = 25;
+        const auto bitsOf = [&](const Spectrum& of) {
+            const pkmd_sResult result = pkmd_Fit(model, of.array, options);
+            std::vector<double> bits = result.fit.parameters;
+            bits.insert(bits.end(), result.fit.covariance.begin(), result.fit.covariance.end());
+            bits.push_back(result.fit.chiSquared);
+            bits.push_back(result.fit.evaluations);
+            for (const pkmd_sPeak& peak : result.peaks)
+                bits.push_back(peak.areaError);
+            return bits;
+        };
+        const std::vector<double> alone = bitsOf(spectrum);
+        const std::vector<double> second = bitsOf(other);
+        ASSERT_NE(alone, second);
+        for (const dataprocessing::detail::level_eSet level : levels()) {
+            const LevelInUse use(level);
+            EXPECT_EQ(bitsOf(spectrum), alone) << level_Name(level);
+            EXPECT_EQ(bitsOf(other), second) << level_Name(level);
+        }
+        std::vector<double> beside;
+        std::thread thread([&] { beside = bitsOf(other); });
+        EXPECT_EQ(bitsOf(spectrum), alone);
+        thread.join();
+        EXPECT_EQ(beside, second);
+    }
+}
+
+// How far windows move the optimum, in standard errors: no further than the guide says.
+TEST(PeakFit, WindowsMoveTheOptimumAsLittleAsIsSaid) {
+    pkmd_cModel model;
+    for (const double position : {174.3, 590.1, 640.7, 706.2, 804.9})
+        model.AddPeak(pkmd_Gaussian, position, 1000, 4 + position / 500);
+    model.AddPolynomial({20, -4}, 512, 512);
+    const Spectrum spectrum(model, 1024, cal_c1DArrayCal(0, 1, 0), 11);
+    for (const nlsq_eObjective objective : {nlsq_PoissonLikelihood, nlsq_LeastSquares}) {
+        pkmd_sOptions options;
+        options.objective = objective;
+        options.control.decreaseTolerance = 1e-22;
+        options.windows = 14;
+        const nlsq_sResult whole = pkmd_Fit(model, spectrum.array, options).fit;
+        const auto distance = [&](double windows) {
+            options.windows = windows;
+            const nlsq_sResult found = pkmd_Fit(model, spectrum.array, options).fit;
+            double farthest = 0;
+            for (std::size_t i = 0; i < found.parameters.size(); ++i)
+                farthest = std::max(farthest, std::fabs(found.parameters[i] - whole.parameters[i]) /
+                                                  whole.standardErrors[i]);
+            return farthest;
+        };
+        EXPECT_LT(distance(4), 7e-3);
+        EXPECT_LT(distance(5), 7e-5);
+        EXPECT_LT(distance(6), 1.6e-7);
+        EXPECT_LT(distance(7), 4e-10);
+        EXPECT_GT(distance(3), 1e-5);
+        EXPECT_EQ(pkmd_sOptions().windows, 5);
+    }
+}
+
 TEST(PeakFit, PullsAreThoseOfTheErrors) {
     // 400 spectra: the mean of a pull is known to 0.05, its width to 0.035. The peaks are 1.4 full
     // widths at half maximum apart.
@@ -693,17 +852,6 @@ TEST(PeakFit, PullsAreThoseOfTheErrors) {
         const double mean = sums[i] / spectra;
         EXPECT_NEAR(mean, 0, 0.2) << i;
         EXPECT_NEAR(std::sqrt(squares[i] / spectra - mean * mean), 1, 0.13) << i;
-    }
-}
-
-void expectRefusal(int line, const std::function<void()>& call, const char* unit = "pkmd") {
-    try {
-        call();
-        FAIL() << "line " << line;
-    } catch (const expt_cProgramException& e) {
-        EXPECT_EQ(e.SourceFile(), unit);
-        EXPECT_EQ(e.Line(), line);
-        EXPECT_NE(std::string(e.what()).find(": "), std::string::npos);
     }
 }
 
