@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/arrays.h"
@@ -43,6 +44,12 @@ int main(int argc, char** argv) {
     bench::measure<float>(directory, "project_rows",
                           [&] { return proj_Project(real, rnge_c2DRange::Null); });
     bench::measure<float>(directory, "resize", [&] { return warp_Resize(real, 1.5, 1.5); });
+    for (const auto& [name, interpolation] : {std::pair("to_nearest", warp_NearestElement),
+                                              std::pair("to_linear", warp_LinearInterpolation),
+                                              std::pair("to_cubic", warp_CubicInterpolation)})
+        bench::measure<float>(directory, name, [&, interpolation = interpolation] {
+            return warp_RotateTo(real, type_Pi / 6, {}, {}, interpolation);
+        });
     bench::measure<float>(directory, "flip_point", [&] { return warp_FlipPoint(real); });
     bench::measure<float>(directory, "ramp_radius", [&] {
         return darr_c2DArray(

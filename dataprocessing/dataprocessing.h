@@ -40,6 +40,7 @@
 #include "dataprocessing/geometry/ramp.h"
 #include "dataprocessing/geometry/trns.h"
 #include "dataprocessing/geometry/warp.h"
+#include "dataprocessing/geometry/warp_to.h"
 #include "dataprocessing/operand/grid.h"
 #include "dataprocessing/platform/memory.h"
 #include "dataprocessing/reduce/extr.h"

@@ -1,3 +1,4 @@
+#include <limits>
 #include <utility>
 
 #include "tests/faults/operation.h"
@@ -88,6 +89,18 @@ Table geometryOperations() {
         return proj_Project(image, rnge_c2DRange(2, 3, 3, 2, 0.3));
     });
     addImages("scan", [](const auto& image) { return proj_LineScan(image, 1, 2, 4, 3, 1.5); });
+    addImages("map to a grid", [](const auto& image) {
+        return warp_MapTo(image, {.m01 = 0.25, .shiftX = 1}, {}, warp_CubicInterpolation);
+    });
+    addImages("rotate to a grid", [](const auto& image) {
+        return warp_RotateTo(image, 0.5, pos_c2DPosition(1, 2), grid_Of(image),
+                             warp_LinearInterpolation);
+    });
+    addImages("resize to a grid", [](const auto& image) { return warp_ResizeTo(image, 2.5, 1.5); });
+    addImages("shear to a grid", [](const auto& image) { return warp_ShearTo(image, 0.4, 0.2); });
+    table.AddRefused("rotate by no angle", [](Operands& of) {
+        return warp_RotateTo(of.image, std::numeric_limits<double>::infinity());
+    });
     table.AddRefused("resize to nothing", [](Operands& of) { return warp_Resize(of.image, 0, 1); });
     addRamps(table);
     addTransformations(table);

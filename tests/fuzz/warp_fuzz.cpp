@@ -6,6 +6,7 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/geometry/proj.h"
 #include "dataprocessing/geometry/warp.h"
+#include "dataprocessing/geometry/warp_to.h"
 #include "tests/failing_new.h"
 #include "tests/fuzz/input.h"
 
@@ -19,7 +20,10 @@ void Warp(const darr_c2DArray& image, cInput& input) {
     for (double& number : r)
         number = input.Number();
     const rnge_c2DRange range(r[0], r[1], r[2], r[3], r[4]);
-    switch (kind % 8) {
+    const grid_s2DGrid grid{cal_c2DArrayCal(r[0], r[1], r[2], r[3], input.Index(), input.Index()),
+                            input.Below(40), input.Below(40)};
+    const auto interpolation = static_cast<warp_eInterpolation>(input.Below(4));
+    switch (kind % 12) {
     case 0:
         warp_Resize(image, p, q);
         return;
@@ -40,6 +44,19 @@ void Warp(const darr_c2DArray& image, cInput& input) {
         return;
     case 6:
         warp_Rotate(image, p, range);
+        return;
+    case 7:
+        warp_MapTo(image, {p, q, r[4], input.Number(), input.Number(), input.Number()}, grid,
+                   interpolation);
+        return;
+    case 8:
+        warp_RotateTo(image, p, pos_c2DPosition(q, r[4]), grid, interpolation);
+        return;
+    case 9:
+        warp_ResizeTo(image, p, q, {}, grid, interpolation);
+        return;
+    case 10:
+        warp_ShearTo(image, p, q, {}, {}, interpolation);
         return;
     default:
         proj_Project(image, range);
