@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "dataprocessing/kernels/elementary/elem.h"
+#include "tests/support/levels.h"
 
 namespace elementary {
 
@@ -33,15 +34,6 @@ inline const sFunction functions[] = {
     {"tan", elem_Tan, std::tan},    {"tanh", elem_Tanh, std::tanh}};
 inline const sPairFunction pairFunctions[] = {{"atan2", elem_Atan2, std::atan2},
                                               {"pow", elem_Pow, std::pow}};
-
-/// The levels that can be run here.
-inline std::vector<level_eSet> levels() {
-    std::vector<level_eSet> all;
-    for (const level_eSet level : {level_Baseline, level_V3, level_V4})
-        if (level <= level_Current())
-            all.push_back(level);
-    return all;
-}
 
 /// A generator that is much faster than the functions (Marsaglia's xorshift128+).
 class cRandom {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <complex>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -257,6 +258,48 @@ TYPED_TEST(ElementaryFunctions, RarelyAskTheRuntime) {
     }
 }
 
+double undecided(double) { return std::numeric_limits<double>::quiet_NaN(); }
+
+struct sExact {
+    elem_eFunction code;
+    long double (*function)(long double);
+    double mayErr; // of the runtime, in units in the last place
+};
+
+// What is decided is nearer to the exact value than a tie is, by as much as the runtime may err
+// beyond half a unit: the evaluation itself takes no more than what is stated for it. Long doubles
+// are exact enough to see that: to 2^-11 units.
+TEST(ElementaryFunctionsOfDoubles, AreDecidedWhereTheRuntimeCannotBeWrong) {
+    if (std::numeric_limits<long double>::digits < 64)
+        GTEST_SKIP() << "long doubles are no more exact than doubles";
+    const sExact exactFunctions[] = {{elem_Atan, std::atan, 0.529},
+                                     {elem_Cos, std::cos, 0.5205},
+                                     {elem_Exp, std::exp, 0.5115},
+                                     {elem_Log, std::log, 0.5195},
+                                     {elem_Sin, std::sin, 0.5205}};
+    for (const sExact& f : exactFunctions)
+        for (const sRange& range : rangesOf(f.code)) {
+            cRandom random(13);
+            std::vector<double> x(100000), results(x.size());
+            for (double& value : x)
+                value = range.draw(random);
+            for (const level_eSet level : levels()) {
+                elem_LoopOf<double>(f.code, level)(x.data(), results.data(), x.size(), undecided);
+                for (std::size_t i = 0; i < x.size(); ++i) {
+                    if (std::isnan(results[i]))
+                        continue;
+                    const long double exact = f.function(static_cast<long double>(x[i]));
+                    int exponent = 0;
+                    std::frexp(exact, &exponent);
+                    const long double unit = std::ldexp(1.0L, exponent - 53);
+                    ASSERT_LE(std::fabs(static_cast<long double>(results[i]) - exact) / unit,
+                              1.001L - static_cast<long double>(f.mayErr))
+                        << range.name << ' ' << x[i];
+                }
+            }
+        }
+}
+
 /// A runtime that is worse: its results are off by a unit in the last place for half of the
 /// arguments.
 double worsened(double exact, double x) {
@@ -324,6 +367,40 @@ TEST(ElementaryFunctionsOfDoubles, AreCorrectlyRoundedOrAWorseRuntimes) {
             if (atOtherLevel.empty())
                 atOtherLevel = results;
             EXPECT_EQ(atOtherLevel, results) << f.function.name;
+        }
+    }
+}
+
+// The parts are products of three functions; what is special about them is left to the runtime.
+TEST(ElementaryExponentials, AreTheRuntimesAtEveryLevel) {
+    std::vector<comp_cComplex<double>> z;
+    const std::vector<double> special = edges<double>();
+    for (std::size_t i = 0; i < special.size(); ++i) {
+        z.emplace_back(special[i], 0.7);
+        z.emplace_back(-1.3, special[i]);
+        z.emplace_back(special[i], special[special.size() - 1 - i]);
+    }
+    cRandom random(12);
+    for (int i = 0; i < 100000; ++i) {
+        z.emplace_back(random.In(-10, 10), random.In(-10, 10));
+        z.emplace_back(random.In(-720, 720), random.In(-1000, 1000));
+    }
+    const auto bits = [](double x) { return x != x ? 0 : std::bit_cast<std::uint64_t>(x); };
+    std::vector<std::complex<double>> expected;
+    for (const auto& one : z)
+        expected.push_back(std::exp(std::complex<double>(one.re, one.im)));
+    for (const level_eSet level : levels()) {
+        const LevelInUse inUse(level);
+        for (const std::size_t count :
+             {std::size_t{0}, std::size_t{1}, std::size_t{257}, z.size()}) {
+            const comp_cComplex<double> untouched(-7, -7);
+            std::vector<comp_cComplex<double>> found(count + 1, untouched);
+            elem_Exponentials(z.data(), found.data(), count);
+            for (std::size_t i = 0; i < count; ++i) {
+                ASSERT_EQ(bits(found[i].re), bits(expected[i].real())) << z[i].re << ' ' << z[i].im;
+                ASSERT_EQ(bits(found[i].im), bits(expected[i].imag())) << z[i].re << ' ' << z[i].im;
+            }
+            EXPECT_EQ(found[count].re, -7);
         }
     }
 }

@@ -102,6 +102,44 @@ void elem_Phases(const comp_cComplex<Part>* z, T* phases, std::size_t count) {
     }
 }
 
+namespace {
+
+/// Stands for the runtime where the caller has something better to ask.
+double undecided(double) { return std::numeric_limits<double>::quiet_NaN(); }
+
+/// Whether e^z is the plain product of these factors, none of which is a NaN.
+bool isProduct(const comp_cComplex<double>& z, double exp, double cos, double sin) {
+    constexpr double unscaled = 700; // e^re and the products are far from overflow
+    return std::fabs(z.re) < unscaled && std::fabs(z.im) >= std::numeric_limits<double>::min() &&
+           !std::isnan(exp + cos + sin);
+}
+
+} // namespace
+
+void elem_Exponentials(const comp_cComplex<double>* z, comp_cComplex<double>* result,
+                       std::size_t count) {
+    constexpr std::size_t buffered = 256;
+    double re[buffered], im[buffered], exps[buffered], cosines[buffered], sines[buffered];
+    const auto evaluate = [](elem_eFunction function, const double* x, double* y, std::size_t n) {
+        elem_LoopOf<double>(function, level_Current())(x, y, n, undecided);
+    };
+    for (std::size_t first = 0; first < count; first += buffered) {
+        const std::size_t n = std::min(count - first, buffered);
+        for (std::size_t i = 0; i < n; ++i) {
+            re[i] = z[first + i].re;
+            im[i] = z[first + i].im;
+        }
+        evaluate(elem_Exp, re, exps, n);
+        evaluate(elem_Cos, im, cosines, n);
+        evaluate(elem_Sin, im, sines, n);
+        for (std::size_t i = 0; i < n; ++i)
+            result[first + i] =
+                isProduct(z[first + i], exps[i], cosines[i], sines[i])
+                    ? comp_cComplex<double>(exps[i] * cosines[i], exps[i] * sines[i])
+                    : exp(z[first + i]);
+    }
+}
+
 template elem_Loop<float> elem_LoopOf(elem_eFunction, level_eSet) noexcept;
 template elem_Loop<double> elem_LoopOf(elem_eFunction, level_eSet) noexcept;
 template elem_PairLoop<float> elem_LoopOf(elem_ePairFunction, level_eSet) noexcept;

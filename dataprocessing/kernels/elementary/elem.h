@@ -77,4 +77,10 @@ void elem_Evaluate(elem_ePairFunction function, elem_sArgument<T> a, elem_sArgum
 template<class T, class Part>
 void elem_Phases(const comp_cComplex<Part>* z, T* phases, std::size_t count);
 
+/// result[i] = e^z[i], whose parts are e^re cos im and e^re sin im, each product rounded once. The
+/// runtime's own where it would scale them or one of the factors is not decided here. The storages
+/// do not overlap.
+void elem_Exponentials(const comp_cComplex<double>* z, comp_cComplex<double>* result,
+                       std::size_t count);
+
 } // namespace dataprocessing::detail
