@@ -34,6 +34,13 @@ def rescale_image(image, x):
     return rows[:, first] + (rows[:, second] - rows[:, first]) * part
 
 
+def rebin(counts, delta):
+    """Contents shared out to wider elements: differences of the sum up to each edge."""
+    edges = np.arange(int(np.ceil(counts.size / delta)) + 1) * delta
+    upto = np.concatenate(([0.0], np.cumsum(counts, dtype=np.float64)))
+    return np.diff(np.interp(edges, np.arange(counts.size + 1.0), upto)).astype(np.float32)
+
+
 CASES = {
     "u16_to_float": "u.astype(np.float32)",
     "double_to_float": "d.astype(np.float32)",
@@ -41,6 +48,7 @@ CASES = {
     "complex_modulus": "np.abs(c)",
     "select_half": "a[quarter:quarter + half].copy()",
     "rescale_line": "np.interp(fine, stored, a).astype(np.float32)",
+    "rebin_line": "rebin(a, 1.75)",
     "subtract_coarse": "a - np.interp(stored, coarse_positions, coarse).astype(np.float32)",
 }
 IMAGE_CASES = {
@@ -52,7 +60,7 @@ IMAGE_CASES = {
 def inputs(count):
     stored = np.arange(count, dtype=np.float64)
     return {
-        "np": np, "a": real(count, 1), "coarse": real(count // 2, 2),
+        "np": np, "rebin": rebin, "a": real(count, 1), "coarse": real(count // 2, 2),
         "u": (bits(count, 1) >> np.uint32(16)).astype(np.uint16),
         "d": real(count, 2).astype(np.float64), "f": np.float32(200) * real(count, 3),
         "c": real(count, 4) + np.complex64(1j) * real(count, 5),
@@ -70,7 +78,7 @@ def compare_and_time(directory, name, statement, names):
     result = eval(statement, names).reshape(-1)
     theirs = result[::max(1, result.size // 4096)]
     sample = ours(directory, name, result.size, result.dtype)
-    if name in ("complex_modulus", "rescale_line", "subtract_coarse", "rescale_image"):
+    if name in ("complex_modulus", "rescale_line", "rebin_line", "subtract_coarse", "rescale_image"):
         # Elements are about 1; each step of the interpolation rounds once.
         good = sample.shape == theirs.shape and bool(np.all(np.abs(sample - theirs) <= 1e-6))
     else:

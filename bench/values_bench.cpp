@@ -34,6 +34,7 @@ void lines(const std::string& directory, std::size_t count) {
     bench::measure<float>(directory, "select_half",
                           [&] { return a.Selection(size / 4, size / 4 + size / 2); });
     bench::measure<float>(directory, "rescale_line", [&] { return resc_Rescale(a, 0.75); });
+    bench::measure<float>(directory, "rebin_line", [&] { return resc_Rebin(a, 1.75); });
     darr_c1DArray coarse = bench::realArray(count / 2, 2);
     coarse.SetCal(cal_c1DArrayCal(0, 2, 0));
     bench::measure<float>(directory, "subtract_coarse", [&] { return a - coarse; });

@@ -84,11 +84,15 @@ darr_c1DArray smth_SavitzkyGolay(const darr_c1DArray& array, int width, int orde
         return resultOf(array);
     if (array.Size() < width)
         arr_SizeError(array.Size(), width);
+    const double delta = array.Cal().Delta();
+    if (derivative > 0 && (delta == 0 || !std::isfinite(delta)))
+        throw expt_cProgramException("smth", 6,
+                                     "A derivative needs a delta that is finite and not zero.");
     const dtyp_cDataType type = smth_ResultType(array.DataType());
     if (derivative > order)
         return {array.Size(), pnum_cNumber(type), array.Cal()};
 
-    const long double scale = std::pow(static_cast<long double>(array.Cal().Delta()), -derivative);
+    const long double scale = std::pow(static_cast<long double>(delta), -derivative);
     std::vector<double> weights;
     for (const long double weight : smth_CentralWeights(width, order, derivative))
         weights.push_back(static_cast<double>(weight * scale));

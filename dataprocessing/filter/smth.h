@@ -32,8 +32,8 @@
 /// the order is zero, with neither the sign nor the NaN of the elements.
 ///
 /// Throws also expt_cProgramException ("smth", 2) for an order that is negative or not less than
-/// the width, ("smth", 3) for a negative derivative, and the size error for an array of fewer
-/// elements than the width.
+/// the width, ("smth", 3) for a negative derivative, ("smth", 6) for a derivative of elements whose
+/// delta is zero or not finite, and the size error for an array of fewer elements than the width.
 ///
 /// A. Savitzky and M. J. E. Golay, Anal. Chem. 36 (1964) 1627; weights from orthogonal polynomials,
 /// P. A. Gorry, Anal. Chem. 62 (1990) 570.

@@ -15,10 +15,18 @@ namespace {
 
 /// Refuses what does not say how wide elements are and where.
 void require(const cal_cArrayCal& cal) {
-    if (!(cal.Delta() > 0) || std::isinf(cal.Delta()))
-        throw expt_cProgramException("resc", 1, "The delta is not positive and finite.");
+    if (cal.Delta() == 0 || !std::isfinite(cal.Delta()))
+        throw expt_cProgramException("resc", 1, "The delta is zero or not finite.");
     if (!std::isfinite(cal.Offset()))
         throw expt_cProgramException("resc", 2, "The offset is not finite.");
+}
+
+void require(const cal_cArrayCal& from, const cal_cArrayCal& to) {
+    require(from);
+    require(to);
+    if (std::signbit(from.Delta()) != std::signbit(to.Delta()))
+        throw expt_cProgramException(
+            "resc", 1, "Axes that run in opposite directions cannot be brought to one delta.");
 }
 
 /// The elements of one axis and the bins that they are shared out to.
@@ -46,7 +54,7 @@ private:
 cBins binsOf(int elements, const cal_cArrayCal& from, double delta) {
     require(from);
     const cal_cArrayCal to(from.Position(0), delta, 0);
-    require(to);
+    require(from, to);
     double bins = std::ceil(to.RealIndex(from.Position(elements)));
     constexpr double most = std::numeric_limits<int>::max();
     if (!(bins >= 0 && bins <= most))
@@ -58,8 +66,7 @@ cBins binsOf(int elements, const cal_cArrayCal& from, double delta) {
 }
 
 cBins binsOf(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to) {
-    require(from);
-    require(to);
+    require(from, to);
     return {elements, from, bins, to};
 }
 

@@ -349,6 +349,13 @@ TEST(PolynomialSmoothing, RefusesWhatDoesNotFit) {
     EXPECT_EQ(refusalOf([&] { smth_SavitzkyGolay(line, 3, 3); }), "smth:2");
     EXPECT_EQ(refusalOf([&] { smth_SavitzkyGolay(line, 33, 31); }), "smth:2");
     EXPECT_EQ(refusalOf([&] { smth_SavitzkyGolay(line, 3, 2, -1); }), "smth:3");
+    for (const double delta : {0.0, -0.0, std::numeric_limits<double>::infinity(),
+                               std::numeric_limits<double>::quiet_NaN()}) {
+        darr_c1DArray flat = line;
+        flat.SetDeltaX(delta);
+        EXPECT_EQ(refusalOf([&] { smth_SavitzkyGolay(flat, 3, 2, 1); }), "smth:6") << delta;
+        EXPECT_EQ(refusalOf([&] { smth_SavitzkyGolay(flat, 3, 2); }), "none") << delta;
+    }
     EXPECT_EQ(refusalOf([&] { smth_SavitzkyGolay(line, 7, 2); }), sizeRefusal);
     EXPECT_EQ(refusalOf([&] { smth_SavitzkyGolay(line, 5, 2); }), "none");
 }

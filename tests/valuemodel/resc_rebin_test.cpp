@@ -243,3 +243,45 @@ TEST(Rebin, RefusesWhatHasNoWidth) {
     EXPECT_EQ(refusalOf([&] { resc_Rebin(darr_c1DArray(3, dtyp_cDataType(11), {}), 1); }),
               "conv:1");
 }
+
+TEST(Rebin, OfAxesThatRunDownwardIsThatOfTheMirroredOnes) {
+    std::mt19937 random(11);
+    const auto part = [&] { return static_cast<double>(random() % 1000) / 300 + 0.01; };
+    const auto mirrored = [](const cal_cArrayCal& cal) {
+        return cal_cArrayCal(-cal.Offset(), -cal.Delta(), cal.CalIndex());
+    };
+    for (int repeat = 0; repeat < 200; ++repeat) {
+        const cal_c1DArrayCal from(part() - 2, part(), repeat % 5);
+        const cal_c1DArrayCal to(part() - 2, part(), -(repeat % 3));
+        const darr_c1DArray line = lineOf(countedElements<double>(repeat % 30), from);
+        darr_c1DArray downward = line;
+        downward.SetCal(cal_c1DArrayCal(mirrored(from)));
+        const darr_c1DArray by = resc_Rebin(downward, -to.Delta());
+        EXPECT_EQ(elementsOf<double>(by), elementsOf<double>(resc_Rebin(line, to.Delta())));
+        EXPECT_EQ(by.Cal(), cal_c1DArrayCal(-from.Position(0), -to.Delta(), 0));
+        EXPECT_EQ(elementsOf<double>(resc_Rebin(
+                      downward, darr_c1DArray(20, dtyp_Int8, cal_c1DArrayCal(mirrored(to))))),
+                  elementsOf<double>(resc_Rebin(line, darr_c1DArray(20, dtyp_Int8, to))));
+        // Along one axis of an image.
+        const darr_c2DArray plane = planeOf(5, 6, countedElements<float>(30), {from, to});
+        darr_c2DArray down = plane;
+        down.SetCal({from, mirrored(to)});
+        EXPECT_EQ(elementsOf<float>(resc_Rebin(down, 0.7, -0.9)),
+                  elementsOf<float>(resc_Rebin(plane, 0.7, 0.9)));
+    }
+    const darr_c1DArray energies = lineOf<int>({1, 2, 3, 4}, {290, -0.5, 0});
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(energies, -1)), (std::vector<double>{3, 7}));
+}
+
+TEST(Rebin, RefusesAxesInOppositeDirections) {
+    const darr_c1DArray up = lineOf<int>({1, 2, 3}), down = lineOf<int>({1, 2, 3}, {0, -1, 0});
+    EXPECT_EQ(refusalOf([&] { resc_Rebin(up, down); }), "resc:1");
+    EXPECT_EQ(refusalOf([&] { resc_Rebin(down, up); }), "resc:1");
+    try {
+        resc_Rebin(down, 1);
+        FAIL();
+    } catch (const expt_cProgramException& refusal) {
+        EXPECT_STREQ(refusal.what(), "resc:1: Axes that run in opposite directions cannot be "
+                                     "brought to one delta.");
+    }
+}
