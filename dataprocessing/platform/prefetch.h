@@ -26,4 +26,14 @@ inline void prefetch_Ahead([[maybe_unused]] const void* elements) noexcept {
 #endif
 }
 
+/// Asks for `bytes` bytes from `first` on, which will be needed soon.
+inline void prefetch_Range([[maybe_unused]] const void* first,
+                           [[maybe_unused]] std::size_t bytes) noexcept {
+#if defined(__GNUC__)
+    constexpr std::size_t line = 64;
+    for (std::size_t offset = 0; offset < bytes; offset += line)
+        __builtin_prefetch(static_cast<const char*>(first) + offset);
+#endif
+}
+
 } // namespace dataprocessing::detail

@@ -94,6 +94,7 @@ Table filterOperations();
 Table fourierOperations();
 Table geometryOperations();
 Table fittingOperations();
+Table mapsOperations();
 Table valueOperations();
 Table streamOperations();
 /// On storage of 4 MiB and more, of which a thread keeps some.
@@ -108,5 +109,6 @@ inline constexpr Group operationGroups[] = {
     {"Binary", binaryOperations},   {"Unary", unaryOperations},
     {"Reduce", reduceOperations},   {"Filter", filterOperations},
     {"Fourier", fourierOperations}, {"Geometry", geometryOperations},
-    {"Fitting", fittingOperations}, {"Value", valueOperations},
-    {"Stream", streamOperations},   {"Large", largeOperations}};
+    {"Fitting", fittingOperations}, {"Maps", mapsOperations},
+    {"Value", valueOperations},     {"Stream", streamOperations},
+    {"Large", largeOperations}};

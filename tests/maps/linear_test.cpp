@@ -1,0 +1,408 @@
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "dataprocessing/maps/maps_linear.h"
+#include "tests/maps/map.h"
+#include "tests/support/levels.h"
+#include "tests/support/refusal.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+constexpr std::size_t channels = 203;
+constexpr std::size_t shapeCount = 5;
+
+/// Three peaks that end, two of which overlap, and a straight line.
+std::vector<double> shapes() {
+    std::vector<double> all(shapeCount * channels);
+    const double positions[] = {40.2, 100.7, 121.1};
+    for (std::size_t k = 0; k < channels; ++k) {
+        for (std::size_t s = 0; s < 3; ++s) {
+            const double z = (static_cast<double>(k) - positions[s]) / 5;
+            all[s * channels + k] = std::fabs(z) < 4 ? std::exp(-0.5 * z * z) : 0;
+        }
+        all[3 * channels + k] = 1;
+        all[4 * channels + k] = (static_cast<double>(k) - 101) / 101;
+    }
+    return all;
+}
+
+double meanOf(std::size_t q, double k) {
+    static const std::vector<double> all = shapes();
+    const auto at = static_cast<std::size_t>(k);
+    const double heights[] = {50, q % 3 == 0 ? 0.0 : 80.0, 30, 20, -5};
+    double sum = 0;
+    for (std::size_t s = 0; s < shapeCount; ++s)
+        sum += heights[s] * all[s * channels + at];
+    return sum;
+}
+
+/// The solution of H x = g and the inverse, by Gauss and Jordan, of some of the unknowns.
+struct Solution {
+    std::vector<long double> x;
+    std::vector<std::vector<long double>> inverse;
+};
+Solution solve(const std::vector<std::vector<long double>>& h, const std::vector<long double>& g) {
+    const std::size_t n = g.size();
+    std::vector<std::vector<long double>> a(n, std::vector<long double>(2 * n + 1));
+    for (std::size_t i = 0; i < n; ++i) {
+        std::copy(h[i].begin(), h[i].end(), a[i].begin());
+        a[i][n + i] = 1;
+        a[i][2 * n] = g[i];
+    }
+    for (std::size_t p = 0; p < n; ++p) {
+        const long double pivot = a[p][p];
+        for (long double& element : a[p])
+            element /= pivot;
+        for (std::size_t r = 0; r < n; ++r)
+            if (r != p) {
+                const long double factor = a[r][p];
+                for (std::size_t c = 0; c <= 2 * n; ++c)
+                    a[r][c] -= factor * a[p][c];
+            }
+    }
+    Solution solution{{}, std::vector<std::vector<long double>>(n)};
+    for (std::size_t i = 0; i < n; ++i) {
+        solution.x.push_back(a[i][2 * n]);
+        solution.inverse[i].assign(a[i].begin() + static_cast<std::ptrdiff_t>(n), a[i].end() - 1);
+    }
+    return solution;
+}
+
+/// Weighted least squares with the shapes of a set alone; the others have 0.
+struct Oracle {
+    std::vector<double> x = std::vector<double>(shapeCount);
+    std::vector<double> errors = std::vector<double>(shapeCount);
+    double chiSquared = 0;
+};
+Oracle leastSquares(const double* y, const std::vector<double>& w, bool areErrorsOfCounts,
+                    unsigned set = 31) {
+    const std::vector<double> all = shapes();
+    std::vector<std::size_t> in;
+    for (std::size_t s = 0; s < shapeCount; ++s)
+        if ((set >> s & 1U) != 0)
+            in.push_back(s);
+    const std::size_t n = in.size();
+    std::vector<std::vector<long double>> h(n, std::vector<long double>(n));
+    auto m = h;
+    std::vector<long double> g(n);
+    for (std::size_t i = 0; i < n; ++i)
+        for (std::size_t k = 0; k < channels; ++k) {
+            const long double a = all[in[i] * channels + k];
+            g[i] += a * w[k] * y[k];
+            for (std::size_t j = 0; j < n; ++j) {
+                h[i][j] += a * w[k] * all[in[j] * channels + k];
+                m[i][j] += a * y[k] * all[in[j] * channels + k];
+            }
+        }
+    const Solution solution = solve(h, g);
+    Oracle oracle;
+    for (std::size_t i = 0; i < n; ++i) {
+        long double variance = solution.inverse[i][i];
+        if (areErrorsOfCounts) {
+            variance = 0;
+            for (std::size_t a = 0; a < n; ++a)
+                for (std::size_t b = 0; b < n; ++b)
+                    variance += solution.inverse[i][a] * m[a][b] * solution.inverse[i][b];
+        }
+        oracle.x[in[i]] = static_cast<double>(solution.x[i]);
+        oracle.errors[in[i]] = static_cast<double>(std::sqrt(variance));
+    }
+    long double chiSquared = 0;
+    for (std::size_t k = 0; k < channels; ++k) {
+        long double f = 0;
+        for (std::size_t s = 0; s < shapeCount; ++s)
+            f += static_cast<long double>(oracle.x[s]) * all[s * channels + k];
+        chiSquared += w[k] * (y[k] - f) * (y[k] - f);
+    }
+    oracle.chiSquared = static_cast<double>(chiSquared);
+    return oracle;
+}
+
+std::vector<double> weightsOf(maps_eWeights kind, const double* y) {
+    std::vector<double> w(channels, 1.0);
+    if (kind == maps_WeightsOfCounts)
+        for (std::size_t k = 0; k < channels; ++k)
+            w[k] = 1 / std::max(y[k], 1.0);
+    return w;
+}
+
+TEST(LinearMap, FactorsErrorsAndChiSquaredAreThoseOfLeastSquares) {
+    constexpr std::size_t spectra = 12;
+    const std::vector<unsigned short> counts = countsOf(spectra, channels, meanOf);
+    const std::vector<double> y(counts.begin(), counts.end());
+    maps_cWorkspace room;
+    for (const maps_eWeights weights : {maps_WeightsOfCounts, maps_EqualWeights}) {
+        const maps_cLinear fit(shapes(), channels, {.weights = weights});
+        EXPECT_EQ(fit.ParameterCount(), shapeCount);
+        Planes planes(shapeCount, spectra);
+        fit.Run(stackOf(std::span(counts), channels), planes.All(), room);
+        for (std::size_t q = 0; q < spectra; ++q) {
+            const double* const own = y.data() + q * channels;
+            const Oracle oracle =
+                leastSquares(own, weightsOf(weights, own), weights == maps_EqualWeights);
+            EXPECT_EQ(planes.status[q], maps_Good);
+            EXPECT_EQ(planes.iterations[q], 1);
+            EXPECT_NEAR(planes.chiSquared[q] / oracle.chiSquared, 1, 1e-10);
+            for (std::size_t s = 0; s < shapeCount; ++s) {
+                EXPECT_NEAR(planes.values[s * spectra + q], oracle.x[s], 1e-10 * oracle.errors[s]);
+                EXPECT_NEAR(planes.errors[s * spectra + q] / oracle.errors[s], 1, 1e-12);
+            }
+        }
+    }
+}
+
+TEST(LinearMap, FactorsThatMayNotFallBelowZeroAreTheBestOfThose) {
+    constexpr std::size_t spectra = 60;
+    // Peaks that are not there, or dips.
+    const std::vector<unsigned short> counts =
+        countsOf(spectra, channels, [](std::size_t q, double k) {
+            return std::max(0.5, meanOf(0, k) - (q % 4 < 2 ? 1.1 : 0.9) * (meanOf(1, k) - 18));
+        });
+    const std::vector<double> y(counts.begin(), counts.end());
+    maps_cWorkspace room;
+    int bounded = 0;
+    for (const maps_eWeights weights : {maps_WeightsOfCounts, maps_EqualWeights}) {
+        const maps_cLinear fit(shapes(), channels, {.weights = weights, .nonNegative = {0, 1, 2}});
+        Planes planes(shapeCount, spectra);
+        fit.Run(stackOf(std::span(counts), channels), planes.All(), room);
+        for (std::size_t q = 0; q < spectra; ++q) {
+            // Of all sets of shapes, the best that is allowed.
+            const double* const own = y.data() + q * channels;
+            Oracle best;
+            best.chiSquared = std::numeric_limits<double>::infinity();
+            for (unsigned set = 24; set < 32; ++set) {
+                const Oracle oracle =
+                    leastSquares(own, weightsOf(weights, own), weights == maps_EqualWeights, set);
+                if (*std::min_element(oracle.x.begin(), oracle.x.begin() + 3) >= 0 &&
+                    oracle.chiSquared < best.chiSquared)
+                    best = oracle;
+            }
+            EXPECT_NEAR(planes.chiSquared[q] / best.chiSquared, 1, 1e-10);
+            for (std::size_t s = 0; s < shapeCount; ++s) {
+                bounded += best.x[s] == 0 ? 1 : 0;
+                EXPECT_NEAR(planes.values[s * spectra + q], best.x[s], 1e-8);
+                EXPECT_NEAR(planes.errors[s * spectra + q], best.errors[s], 1e-8);
+            }
+        }
+    }
+    EXPECT_GT(bounded, 60);
+}
+
+TEST(LinearMap, WeightsOfTheModelGiveTheMaximumOfTheLikelihood) {
+    constexpr std::size_t spectra = 20;
+    const std::vector<unsigned short> counts =
+        countsOf(spectra, channels, [](std::size_t q, double k) { return meanOf(q, k) / 10; });
+    const maps_cLinear fit(shapes(), channels, {.weights = maps_WeightsOfModel});
+    Planes planes(shapeCount, spectra);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span(counts), channels), planes.All(), room);
+    const std::vector<double> all = shapes();
+    for (std::size_t q = 0; q < spectra; ++q) {
+        ASSERT_EQ(planes.status[q], maps_Good);
+        std::vector<double> f(channels);
+        std::vector<double> w(channels);
+        double deviance = 0;
+        for (std::size_t k = 0; k < channels; ++k) {
+            for (std::size_t s = 0; s < shapeCount; ++s)
+                f[k] += planes.values[s * spectra + q] * all[s * channels + k];
+            const double y = counts[q * channels + k];
+            w[k] = 1 / f[k];
+            deviance += 2 * (f[k] - y + (y > 0 ? y * std::log(y / f[k]) : 0));
+        }
+        const std::vector<double> y(counts.begin() + static_cast<std::ptrdiff_t>(q * channels),
+                                    counts.begin() +
+                                        static_cast<std::ptrdiff_t>((q + 1) * channels));
+        const Oracle oracle = leastSquares(y.data(), w, false);
+        EXPECT_NEAR(planes.chiSquared[q] / deviance, 1, 1e-10);
+        for (std::size_t s = 0; s < shapeCount; ++s) {
+            double score = 0;
+            for (std::size_t k = 0; k < channels; ++k)
+                score += (y[k] / f[k] - 1) * all[s * channels + k];
+            EXPECT_LT(std::fabs(score * oracle.errors[s]), 1e-5);
+            EXPECT_NEAR(planes.errors[s * spectra + q] / oracle.errors[s], 1, 1e-5);
+        }
+    }
+}
+
+TEST(LinearMap, ErrorsOfTheLikelihoodAreWhatTheySay) {
+    constexpr std::size_t spectra = 4000;
+    const std::vector<unsigned short> counts =
+        countsOf(spectra, channels, [](std::size_t, double k) { return meanOf(1, k); });
+    const maps_cLinear fit(shapes(), channels, {.weights = maps_WeightsOfModel});
+    Planes planes(shapeCount, spectra);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span(counts), channels), planes.All(), room);
+    const double truth[] = {50, 80, 30, 20, -5};
+    for (std::size_t s = 0; s < shapeCount; ++s) {
+        double sum = 0;
+        double squares = 0;
+        for (std::size_t q = 0; q < spectra; ++q) {
+            const double pull =
+                (planes.values[s * spectra + q] - truth[s]) / planes.errors[s * spectra + q];
+            sum += pull;
+            squares += pull * pull;
+        }
+        EXPECT_NEAR(sum / spectra, 0, 4 / std::sqrt(spectra));
+        EXPECT_NEAR(std::sqrt(squares / spectra), 1, 3 / std::sqrt(2.0 * spectra));
+    }
+}
+
+TEST(LinearMap, BadSpectraAreMarkedAndLeaveTheOthersAlone) {
+    constexpr std::size_t spectra = 9;
+    const std::vector<unsigned short> counts = countsOf(spectra, channels, meanOf);
+    std::vector<float> values(counts.begin(), counts.end());
+    const maps_eWeights all[] = {maps_WeightsOfCounts, maps_EqualWeights, maps_WeightsOfModel};
+    for (const maps_eWeights weights : all) {
+        const maps_cLinear fit(shapes(), channels, {.weights = weights});
+        maps_cWorkspace room;
+        Planes good(shapeCount, spectra);
+        fit.Run(stackOf(std::span<const float>(values), channels), good.All(), room);
+        std::vector<float> bad = values;
+        bad[2 * channels + 7] = std::numeric_limits<float>::quiet_NaN();
+        bad[3 * channels] = std::numeric_limits<float>::infinity();
+        bad[4 * channels + 202] = -std::numeric_limits<float>::infinity();
+        std::fill_n(bad.begin() + 6 * channels, channels, 0.0F);
+        Planes planes(shapeCount, spectra);
+        fit.Run(stackOf(std::span<const float>(bad), channels), planes.All(), room);
+        EXPECT_THAT(planes.status,
+                    ElementsAre(maps_Good, maps_Good, maps_NotFinite, maps_NotFinite,
+                                maps_NotFinite, maps_Good, maps_Empty, maps_Good, maps_Good));
+        for (std::size_t q = 0; q < spectra; ++q)
+            for (std::size_t s = 0; s < shapeCount; ++s) {
+                const std::size_t at = s * spectra + q;
+                if (planes.status[q] == maps_Good) {
+                    EXPECT_EQ(planes.values[at], good.values[at]);
+                    EXPECT_EQ(planes.errors[at], good.errors[at]);
+                } else {
+                    EXPECT_TRUE(std::isnan(planes.values[at]) && std::isnan(planes.errors[at]) &&
+                                std::isnan(planes.chiSquared[q]));
+                    EXPECT_EQ(planes.iterations[q], 0);
+                }
+            }
+    }
+}
+
+TEST(LinearMap, SpectraWithoutAPositiveModelHaveNotConverged) {
+    const maps_cLinear fit(std::vector{1., 1., 1., 1., 0., 1., 2., 3.}, 4,
+                           {.weights = maps_WeightsOfModel});
+    const std::vector<short> values{9, 3, -3, -9, 10, 10, 10, 10};
+    Planes planes(2, 2);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span<const short>(values), 4), planes.All(), room);
+    EXPECT_THAT(planes.status, ElementsAre(maps_NotConverged, maps_Good));
+}
+
+TEST(LinearMap, BitsDoNotDependOnCutsNeighboursLevelsOrStrides) {
+    constexpr std::size_t spectra = 64;
+    const std::vector<unsigned short> counts = countsOf(spectra, channels, meanOf);
+    for (const maps_eWeights weights :
+         {maps_WeightsOfCounts, maps_EqualWeights, maps_WeightsOfModel}) {
+        const maps_cLinear fit(shapes(), channels, {.weights = weights, .nonNegative = {1}});
+        std::uint64_t expected = 0;
+        for (const auto level : levels()) {
+            const LevelInUse use(level);
+            maps_cWorkspace room;
+            for (const std::size_t part : {64, 1, 7, 50}) {
+                const std::uint64_t hash = hashOf(inParts<unsigned short>(
+                    [&](const maps_cStack& stack, const maps_sPlanes& planes) {
+                        fit.Run(stack, planes, room);
+                    },
+                    shapeCount, counts, channels, part));
+                expected = expected == 0 ? hash : expected;
+                EXPECT_EQ(hash, expected) << part;
+            }
+            std::vector<double> turned(counts.size());
+            for (std::size_t q = 0; q < spectra; ++q)
+                for (std::size_t k = 0; k < channels; ++k)
+                    turned[k * spectra + q] = counts[q * channels + k];
+            Planes planes(shapeCount, spectra);
+            fit.Run(maps_cStack(std::span<const double>(turned),
+                                {8, 8, channels, 8, 1, static_cast<std::ptrdiff_t>(spectra), 0}),
+                    planes.All(), room);
+            EXPECT_EQ(hashOf(planes), expected);
+        }
+    }
+}
+
+TEST(LinearMap, PlanesThatAreNotWantedAreLeftOut) {
+    const std::vector<unsigned short> counts = countsOf(3, channels, meanOf);
+    maps_cWorkspace room;
+    for (const maps_eWeights weights :
+         {maps_WeightsOfCounts, maps_EqualWeights, maps_WeightsOfModel}) {
+        const maps_cLinear fit(shapes(), channels, {.weights = weights});
+        Planes all(shapeCount, 3);
+        Planes some(shapeCount, 3);
+        fit.Run(stackOf(std::span(counts), channels), all.All(), room);
+        fit.Run(stackOf(std::span(counts), channels), {some.values, {}, {}, {}, {}}, room);
+        EXPECT_EQ(some.values, all.values);
+    }
+}
+
+TEST(LinearMap, PolynomialsComeBack) {
+    const cal_c1DArrayCal cal(5, 0.25, 3);
+    std::vector<double> values;
+    for (long long k = 0; k < 50; ++k) {
+        const double t = (cal.Position(k) - 10) / 6;
+        values.push_back(100 + 20 * t - 30 * t * t);
+    }
+    const maps_cLinear fit = maps_Polynomial(50, cal, 2, 10, 6);
+    Planes planes(3, 1);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span<const double>(values), 50, cal), planes.All(), room);
+    EXPECT_NEAR(planes.values[0], 100, 1e-10);
+    EXPECT_NEAR(planes.values[1], 20, 1e-10);
+    EXPECT_NEAR(planes.values[2], -30, 1e-10);
+}
+
+TEST(LinearMap, WhatMeansNothingIsRefused) {
+    const double nan = std::nan("");
+    const auto made = [](std::vector<double> all, std::size_t length,
+                         const maps_sLinearOptions& options = {}) {
+        return refusalOf([&] { maps_cLinear(all, length, options); });
+    };
+    EXPECT_EQ(made({}, 4), "maps:6");
+    EXPECT_EQ(made({1, 2, 3, 4, 5}, 4), "maps:6");
+    EXPECT_EQ(made({1, 2}, 0), "maps:6");
+    EXPECT_EQ(made({1, nan}, 2), "maps:6");
+    EXPECT_EQ(made({0, 0}, 2), "maps:6");
+    EXPECT_EQ(made({1, 2, 3, 2, 4, 6}, 3), "maps:6");
+    EXPECT_EQ(made({1, 2}, 2, {.nonNegative = {1}}), "maps:7");
+    EXPECT_EQ(made({1, 2}, 2, {.nonNegative = {-1}}), "maps:7");
+    EXPECT_EQ(made({1, 2}, 2, {.weights = static_cast<maps_eWeights>(3)}), "maps:7");
+    for (const auto& [degree, reference, scale] :
+         {std::tuple{-1, 0., 1.}, {1, nan, 1.}, {1, 0., 0.}, {1, 0., nan}})
+        EXPECT_EQ(refusalOf([&, d = degree, r = reference, s = scale] {
+                      maps_Polynomial(9, {}, d, r, s);
+                  }),
+                  "maps:7");
+    EXPECT_EQ(refusalOf([&] { maps_Polynomial(2, {}, 2, 0, 1); }), "maps:6");
+
+    const maps_cLinear fit(std::vector{1., 2., 3.}, 3);
+    const std::vector<int> values(12);
+    maps_cWorkspace room;
+    Planes planes(1, 4);
+    const maps_cStack stack = stackOf(std::span<const int>(values), 3);
+    EXPECT_EQ(refusalOf([&] {
+                  fit.Run(stackOf(std::span<const int>(values), 4), Planes(1, 3).All(), room);
+              }),
+              "maps:4");
+    std::vector<double> wrong(5);
+    std::vector<int> wrongSteps(5);
+    std::vector<maps_eStatus> wrongStatus(5);
+    for (const maps_sPlanes& to : {maps_sPlanes{wrong, {}, {}, {}, {}},
+                                   {{}, wrong, {}, {}, {}},
+                                   {{}, {}, wrong, {}, {}},
+                                   {{}, {}, {}, wrongSteps, {}},
+                                   {{}, {}, {}, {}, wrongStatus}})
+        EXPECT_EQ(refusalOf([&] { fit.Run(stack, to, room); }), "maps:3");
+}
+
+} // namespace
