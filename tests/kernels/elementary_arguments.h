@@ -100,6 +100,7 @@ inline std::vector<sRange> rangesOf(elem_eFunction function) {
                 {"[-100, 100]", [](cRandom& r) { return r.In(-100, 100); }},
                 {"[-1e5, 1e5]", [](cRandom& r) { return r.In(-1e5, 1e5); }},
                 {"[-1e8, 1e8]", [](cRandom& r) { return r.In(-1e8, 1e8); }},
+                {"[-1e12, 1e12]", [](cRandom& r) { return r.In(-1e12, 1e12); }},
                 any};
     }
 }
@@ -117,6 +118,10 @@ inline std::vector<sPairRange> rangesOf(elem_ePairFunction function) {
                 {"2^[-600, 600]",
                  [](cRandom& r) {
                      return sPair{r.Scaled(600), r.Scaled(600)};
+                 }},
+                {"subnormal angles",
+                 [](cRandom& r) {
+                     return sPair{r.Scaled(30) * 0x1p-50, r.In(0.5, 1) * 0x1p1000};
                  }},
                 {"small integers",
                  [](cRandom& r) {

@@ -118,25 +118,32 @@ bool isProduct(const comp_cComplex<double>& z, double exp, double cos, double si
 
 void elem_Exponentials(const comp_cComplex<double>* z, comp_cComplex<double>* result,
                        std::size_t count) {
-    constexpr std::size_t buffered = 256;
-    double re[buffered], im[buffered], exps[buffered], cosines[buffered], sines[buffered];
-    const auto evaluate = [](elem_eFunction function, const double* x, double* y, std::size_t n) {
-        elem_LoopOf<double>(function, level_Current())(x, y, n, undecided);
+    const auto loopOf = [](elem_eFunction function) {
+        return elem_LoopOf<double>(function, level_Current());
     };
+    const elem_Loop<double> exps = loopOf(elem_Exp);
+    if (count < worthVectors || exps == &runtimeLoop<double>) {
+        for (std::size_t i = 0; i < count; ++i)
+            result[i] = exp(z[i]);
+        return;
+    }
+    const elem_Loop<double> cosines = loopOf(elem_Cos);
+    const elem_Loop<double> sines = loopOf(elem_Sin);
+    constexpr std::size_t buffered = 256;
+    double re[buffered], im[buffered], size[buffered], cos[buffered], sin[buffered];
     for (std::size_t first = 0; first < count; first += buffered) {
         const std::size_t n = std::min(count - first, buffered);
         for (std::size_t i = 0; i < n; ++i) {
             re[i] = z[first + i].re;
             im[i] = z[first + i].im;
         }
-        evaluate(elem_Exp, re, exps, n);
-        evaluate(elem_Cos, im, cosines, n);
-        evaluate(elem_Sin, im, sines, n);
+        exps(re, size, n, undecided);
+        cosines(im, cos, n, undecided);
+        sines(im, sin, n, undecided);
         for (std::size_t i = 0; i < n; ++i)
-            result[first + i] =
-                isProduct(z[first + i], exps[i], cosines[i], sines[i])
-                    ? comp_cComplex<double>(exps[i] * cosines[i], exps[i] * sines[i])
-                    : exp(z[first + i]);
+            result[first + i] = isProduct(z[first + i], size[i], cos[i], sin[i])
+                                    ? comp_cComplex<double>(size[i] * cos[i], size[i] * sin[i])
+                                    : exp(z[first + i]);
     }
 }
 
