@@ -13,13 +13,6 @@
 #include "dataprocessing/filter/smth_strip.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
-namespace dataprocessing::detail {
-
-/// The largest neighbourhood whose medians are found side by side.
-inline constexpr std::size_t smth_mostInLanes = 49;
-
-} // namespace dataprocessing::detail
-
 #define LEVEL_KERNELS "dataprocessing/filter/median_kernels.inc"
 #include "dataprocessing/platform/level_each.h"
 
@@ -114,7 +107,7 @@ void medians(const T* elements, int sizeX, int sizeY, int widthX, int widthY, T*
     };
     const std::size_t inWindow =
         static_cast<std::size_t>(widthX) * static_cast<std::size_t>(widthY);
-    const bool inLanes = inWindow <= smth_mostInLanes;
+    const bool inLanes = inWindow <= level_baseline::smth_mostInLanes;
     std::vector<const Key*> rows(static_cast<std::size_t>(widthY));
     std::vector<const Key*> neighbours(inLanes ? inWindow : 0);
     cWindow<Key> window(inLanes ? 0 : inWindow);

@@ -7,24 +7,6 @@
 
 #include "dataprocessing/base/dtyp_visit.h"
 
-namespace dataprocessing::detail {
-
-namespace {
-
-/// The map along one row of the result: what each column contributes, and what all of them have.
-struct warp_sRow {
-    const double* productX;
-    const double* productY;
-    double addendX;
-    double addendY;
-    double shiftX;
-    double shiftY;
-};
-
-} // namespace
-
-} // namespace dataprocessing::detail
-
 #define LEVEL_KERNELS "dataprocessing/geometry/warp_kernels.inc"
 #include "dataprocessing/platform/level_each.h"
 

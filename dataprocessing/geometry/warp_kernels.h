@@ -23,6 +23,16 @@ struct warp_sImage {
     int sizeY;
 };
 
+/// The map along one row of the result: what each column contributes, and what all of them have.
+struct warp_sRow {
+    const double* productX;
+    const double* productY;
+    double addendX;
+    double addendY;
+    double shiftX;
+    double shiftY;
+};
+
 /// Fills `sizeX` by `sizeY` elements at `target`, which hold single precision for an image of
 /// integers and its own type for another: each is the element of the image at the floor of the
 /// mapped position plus one half, and zero outside of the image. Nothing is allocated.

@@ -11,17 +11,6 @@
 #include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
-namespace dataprocessing::detail {
-
-namespace {
-
-/// Computes `count` elements of one type.
-using unry_Kernel = void (*)(const void* source, void* result, std::size_t count);
-
-} // namespace
-
-} // namespace dataprocessing::detail
-
 #define LEVEL_KERNELS "dataprocessing/unary/unary1_kernels.inc"
 #include "dataprocessing/platform/level_each.h"
 
@@ -94,7 +83,7 @@ bool compute(eOperation operation, const view_cView& operand, dtyp_cDataType com
     const dtyp_cDataType wanted = result.DataType();
     const bool widens = working != computed;
     const bool narrows = computed != wanted;
-    const unry_Kernel kernel = LEVEL_SELECT(unry_Find)(operation, computed);
+    const level_baseline::unry_Kernel kernel = LEVEL_SELECT(unry_Find)(operation, computed);
     const scan_Loop isExcluded = excluded ? scan_LoopFor(working, *excluded) : nullptr;
 
     constexpr std::size_t converted = 512;
