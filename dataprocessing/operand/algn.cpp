@@ -81,46 +81,6 @@ std::string shortest(double x) {
     return text.str();
 }
 
-template<class Array>
-int matchDelta(Array& a, Array& b) {
-    algn_sAxes ofA = algn_Axes(a);
-    algn_sAxes ofB = algn_Axes(b);
-    const int rescaled = algn_MatchDelta(ofA, ofB);
-    if (rescaled == 1)
-        a = view_Made(a, ofA.x, ofA.y);
-    else if (rescaled == 2)
-        b = view_Made(b, ofB.x, ofB.y);
-    return rescaled;
-}
-
-template<class Array>
-bool matchRange(Array& a, Array& b) {
-    algn_sAxes ofA = algn_Axes(a);
-    algn_sAxes ofB = algn_Axes(b);
-    if (!algn_MatchRange(ofA, ofB))
-        return false;
-    a = view_Made(a, ofA.x, ofA.y);
-    b = view_Made(b, ofB.x, ofB.y);
-    return true;
-}
-
-template<class Mask, class Array>
-bool matchDeltaToMask(const Mask& mask, Array& data) {
-    algn_sAxes axes = algn_Axes(data);
-    if (!algn_MatchDeltaToMask(algn_Axes(mask), axes))
-        return false;
-    data = view_Made(data, axes.x, axes.y);
-    return true;
-}
-
-template<class Mask, class Array>
-Array& matchRangeToMask(const Mask& mask, Array& data) {
-    algn_sAxes axes = algn_Axes(data);
-    if (algn_MatchRangeToMask(algn_Axes(mask), axes))
-        data = view_Made(data, axes.x, axes.y);
-    return data;
-}
-
 } // namespace
 
 algn_sAxes algn_Axes(const darr_c1DArray& array) noexcept { return {view_X(array), view_Y(array)}; }
@@ -150,8 +110,6 @@ int algn_MatchDelta(algn_sAxes& a, algn_sAxes& b) {
         return 1;
     return rescaleUnlessAt(b, x, y) ? 2 : 0;
 }
-int algn_MatchDelta(darr_c1DArray& a, darr_c1DArray& b) { return matchDelta(a, b); }
-int algn_MatchDelta(darr_c2DArray& a, darr_c2DArray& b) { return matchDelta(a, b); }
 
 bool algn_MatchRange(algn_sAxes& a, algn_sAxes& b) {
     if (isSameRange(a.x, b.x) && isSameRange(a.y, b.y))
@@ -162,8 +120,6 @@ bool algn_MatchRange(algn_sAxes& a, algn_sAxes& b) {
     matchRange(a.y, isEmptyA, b.y, isEmptyB);
     return true;
 }
-bool algn_MatchRange(darr_c1DArray& a, darr_c1DArray& b) { return matchRange(a, b); }
-bool algn_MatchRange(darr_c2DArray& a, darr_c2DArray& b) { return matchRange(a, b); }
 
 void algn_Align(algn_sAxes& a, algn_sAxes& b) {
     const double xA = a.x.Cal().Delta();
@@ -184,12 +140,6 @@ void algn_Align(algn_sAxes& a, algn_sAxes& b) {
 bool algn_MatchDeltaToMask(const algn_sAxes& mask, algn_sAxes& data) {
     return rescaleUnlessAt(data, mask.x.Cal().Delta(), mask.y.Cal().Delta());
 }
-bool algn_MatchDeltaToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data) {
-    return matchDeltaToMask(mask, data);
-}
-bool algn_MatchDeltaToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data) {
-    return matchDeltaToMask(mask, data);
-}
 
 bool algn_MatchRangeToMask(const algn_sAxes& mask, algn_sAxes& data) {
     if (isSameRange(mask.x, data.x) && isSameRange(mask.y, data.y))
@@ -199,12 +149,6 @@ bool algn_MatchRangeToMask(const algn_sAxes& mask, algn_sAxes& data) {
     data.x.Select(column, column + mask.x.Count());
     data.y.Select(row, row + mask.y.Count());
     return true;
-}
-darr_c1DArray& algn_MatchRangeToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data) {
-    return matchRangeToMask(mask, data);
-}
-darr_c2DArray& algn_MatchRangeToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data) {
-    return matchRangeToMask(mask, data);
 }
 
 bool algn_MatchToMask(const algn_sAxes& mask, algn_sAxes& data) {

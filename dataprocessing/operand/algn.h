@@ -2,16 +2,13 @@
 
 /// @file
 /// Alignment: what is done to two operands before they are combined element by element, so that
-/// elements of equal index are of one type and lie at one position.
-///
-/// Every step exists twice over one body: on the axes of views, where nothing is copied, and on
-/// arrays, which it changes in place.
+/// elements of equal index are of one type and lie at one position. Its steps change the axes along
+/// which operands are seen, and no element.
 
 #include <cstddef>
 
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/darr.h"
-#include "dataprocessing/valuemodel/pnum.h"
 #include "dataprocessing/valuemodel/view.h"
 
 namespace dataprocessing::detail {
@@ -46,26 +43,9 @@ void algn_RequireSameSize(const algn_sAxes& a, const algn_sAxes& b);
 bool algn_IsAligned(const algn_sAxes& a, const algn_sAxes& b) noexcept;
 
 /// The type that two operands meet in: the largest of the wanted one and theirs.
-constexpr dtyp_cDataType algn_Target(dtyp_cDataType a, dtyp_cDataType b,
-                                     dtyp_cDataType wanted) noexcept {
+constexpr dtyp_cDataType algn_CommonType(dtyp_cDataType a, dtyp_cDataType b,
+                                         dtyp_cDataType wanted) noexcept {
     return dtyp_Max(wanted, dtyp_Max(a, b));
-}
-
-/// Converts each operand whose type is not algn_Target. Returns 0 when neither was converted, 1
-/// when only the first was, 2 when the second was. Throws the errors of conv_Convert.
-template<class First, class Second>
-int algn_CommonType(First& a, Second& b, dtyp_cDataType wanted) {
-    const dtyp_cDataType target = algn_Target(a.DataType(), b.DataType(), wanted);
-    int converted = 0;
-    if (a.DataType() != target) {
-        a = conv_Convert(a, target, conv_RealPart);
-        converted = 1;
-    }
-    if (b.DataType() != target) {
-        b = conv_Convert(b, target, conv_RealPart);
-        converted = 2;
-    }
-    return converted;
 }
 
 /// Rescales at most one operand to the finer of the deltas (the one of smaller magnitude), those of
@@ -75,8 +55,6 @@ int algn_CommonType(First& a, Second& b, dtyp_cDataType wanted) {
 /// differ afterwards. Returns 0, or 1 or 2 for the one that was rescaled. Throws the errors of
 /// resc_Rescale.
 int algn_MatchDelta(algn_sAxes& a, algn_sAxes& b);
-int algn_MatchDelta(darr_c1DArray& a, darr_c1DArray& b);
-int algn_MatchDelta(darr_c2DArray& a, darr_c2DArray& b);
 
 /// Selects both operands over the hull of their ranges, unless they have one already; the hull with
 /// an operand without elements is the other's range. Each is taken from its element nearest to the
@@ -86,8 +64,6 @@ int algn_MatchDelta(darr_c2DArray& a, darr_c2DArray& b);
 /// errors of darr_c1DArray::Selection, and the index error for a start that is NaN and for a delta
 /// of zero.
 bool algn_MatchRange(algn_sAxes& a, algn_sAxes& b);
-bool algn_MatchRange(darr_c1DArray& a, darr_c1DArray& b);
-bool algn_MatchRange(darr_c2DArray& a, darr_c2DArray& b);
 
 /// Brings two operands to where elements of equal index belong together: algn_MatchDelta, then
 /// algn_MatchRange. Throws the errors of both, and the size error when the two differ in size then,
@@ -97,15 +73,11 @@ void algn_Align(algn_sAxes& a, algn_sAxes& b);
 /// Rescales the data to the deltas of the mask when they differ; returns whether they did. Throws
 /// the errors of resc_Rescale.
 bool algn_MatchDeltaToMask(const algn_sAxes& mask, algn_sAxes& data);
-bool algn_MatchDeltaToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data);
-bool algn_MatchDeltaToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data);
 
 /// Selects as many elements of the data as the mask has, from the one nearest to its start on, when
-/// the ranges differ. Returns the data; of axes, whether the ranges did. Throws the errors of
+/// the ranges differ; returns whether they did. Throws the errors of
 /// darr_c1DArray::Selection, and the index error for a start that is NaN and for a delta of zero.
 bool algn_MatchRangeToMask(const algn_sAxes& mask, algn_sAxes& data);
-darr_c1DArray& algn_MatchRangeToMask(const barr_c1DBoolArray& mask, darr_c1DArray& data);
-darr_c2DArray& algn_MatchRangeToMask(const barr_c2DBoolArray& mask, darr_c2DArray& data);
 
 /// Brings data to where its elements belong to those of a mask: algn_MatchDeltaToMask, then
 /// algn_MatchRangeToMask; returns whether anything was done. Throws the errors of both.

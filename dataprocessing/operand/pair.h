@@ -41,7 +41,7 @@ bool pair_IsEmpty(const A& a, const B& b) noexcept {
 /// The type that two operands meet in: the largest of the wanted one and theirs. Throws the errors
 /// of conv_Convert.
 inline dtyp_cDataType pair_Type(dtyp_cDataType a, dtyp_cDataType b, dtyp_cDataType wanted) {
-    const dtyp_cDataType type = algn_Target(a, b, wanted);
+    const dtyp_cDataType type = algn_CommonType(a, b, wanted);
     conv_Check(a, type, conv_RealPart);
     conv_Check(b, type, conv_RealPart);
     return type;

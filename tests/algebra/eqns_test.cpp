@@ -14,12 +14,12 @@
 #include "dataprocessing/algebra/eqns.h"
 #include "tests/failing_new.h"
 #include "tests/fitting/certified.h"
+#include "tests/support/constants.h"
+#include "tests/support/refusal_expected.h"
 
 namespace {
 
 using testing::ElementsAre;
-
-constexpr double eps = std::numeric_limits<double>::epsilon();
 
 using Matrix = arr_c2DNumberArray<double>;
 using Vector = arr_c1DNumberArray<double>;
@@ -58,10 +58,10 @@ TEST(SolveEquations, OneEquation) { EXPECT_THAT(solve({{4, -12}}), ElementsAre(-
 TEST(SolveEquations, ManyEquationsHaveTheLeastSquaresSolution) {
     // The mean, and a line through three points that lie on none.
     const std::vector<double> mean = solve({{1, 1}, {1, 2}, {1, 6}});
-    EXPECT_NEAR(mean[0], 3, 8 * eps);
+    EXPECT_NEAR(mean[0], 3, 8 * epsilon);
     const std::vector<double> line = solve({{1, 0, 6}, {1, 1, 0}, {1, 2, 0}});
-    EXPECT_NEAR(line[0], 5, 40 * eps);
-    EXPECT_NEAR(line[1], -3, 40 * eps);
+    EXPECT_NEAR(line[0], 5, 40 * epsilon);
+    EXPECT_NEAR(line[1], -3, 40 * epsilon);
 }
 
 // The residual of a least-squares solution is orthogonal to every column.
@@ -83,7 +83,7 @@ TEST(SolveEquations, ResidualIsOrthogonalToTheColumns) {
                         residual -= static_cast<long double>(row[k]) * x[k];
                     product += row[j] * residual;
                 }
-                EXPECT_NEAR(static_cast<double>(product), 0, 2000 * rows * eps)
+                EXPECT_NEAR(static_cast<double>(product), 0, 2000 * rows * epsilon)
                     << rows << " by " << columns;
             }
         }
@@ -94,8 +94,8 @@ TEST(SolveEquations, ExactlyZeroSingularValueIsLeftOut) {
     EXPECT_THAT(solve({{0, 0, 8}, {0, 0, 5}}), ElementsAre(0, 0));
     const std::vector<double> x = solve({{0, 3, 0, 6}, {0, 0, 0, 1}, {0, 0, 5, 10}, {0, 4, 0, 8}});
     EXPECT_EQ(x[0], 0);
-    EXPECT_NEAR(x[1], 2, 8 * eps);
-    EXPECT_NEAR(x[2], 2, 8 * eps);
+    EXPECT_NEAR(x[1], 2, 8 * epsilon);
+    EXPECT_NEAR(x[2], 2, 8 * epsilon);
 }
 
 TEST(SolveEquations, TinySingularValueIsDividedBy) {
@@ -147,12 +147,9 @@ TEST(SolveEquations, SizesThatCannotBeSolvedAreRefused) {
 
 // The counts are fine for an array, so the text that says otherwise would be wrong.
 TEST(SolveEquations, TooManyEquationsAreRefusedWithoutFigures) {
-    try {
-        eqns_SolveEquations(Matrix(1, 32768), Vector(32768));
-        FAIL();
-    } catch (const arr_cSizeException& refusal) {
-        EXPECT_STREQ(refusal.what(), "arr:2: Size refused.");
-    }
+    const auto refusal =
+        caught<arr_cSizeException>([&] { eqns_SolveEquations(Matrix(1, 32768), Vector(32768)); });
+    EXPECT_STREQ(refusal.what(), "arr:2: Size refused.");
 }
 
 TEST(SolveEquations, NaNAndInfinityComeOutAsNaN) {
@@ -286,7 +283,7 @@ TEST(SolveEquations, ErrorsAreThoseOfTheNormalEquations) {
                         residual -= static_cast<long double>(row[j]) * found.x[static_cast<int>(j)];
                     sum += residual * residual;
                 }
-                EXPECT_NEAR(found.residualSum, static_cast<double>(sum), 100 * eps);
+                EXPECT_NEAR(found.residualSum, static_cast<double>(sum), 100 * epsilon);
                 EXPECT_EQ(found.rank, static_cast<int>(n));
                 EXPECT_EQ(found.degreesOfFreedom, 12 - static_cast<int>(n));
                 const long double variance = sum / (12 - static_cast<long double>(n));

@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <limits>
 #include <span>
 #include <sstream>
 #include <string>
@@ -15,12 +14,12 @@
 #include "dataprocessing/algebra/mrqm.h"
 #include "dataprocessing/algebra/rcps_exception.h"
 #include "tests/failing_new.h"
+#include "tests/support/constants.h"
+#include "tests/support/refusal_expected.h"
 
 using namespace dataprocessing::detail;
 
 namespace {
-
-constexpr double inf = std::numeric_limits<double>::infinity();
 
 /// y = a0 + a1 x; the derivative by a1 is given in two parts.
 class Line : public mrqm_cModel {
@@ -159,13 +158,13 @@ TEST(LevenbergMarquardt, FirstStepIsDampedAndTheCovarianceIsNot) {
     EXPECT_NEAR(fit.Parameters()[0], 4 / 1.001, 1e-14);
     EXPECT_EQ(fit.Parameters()[1], 0);
     // Whatever it has changed, the second step ends it.
-    EXPECT_EQ(fit.Solve({inf, 0, 99}).iterations, 2);
+    EXPECT_EQ(fit.Solve({infinity, 0, 99}).iterations, 2);
     EXPECT_NEAR(fit.Covariance(0, 0), 4.0 / 3, 1e-14);
     EXPECT_EQ(fit.Covariance(0, 1), 0);
     EXPECT_EQ(fit.Covariance(1, 1), 0);
     mrqm_cFit both(x, y, std::vector<double>{1, 1, 1}, std::vector<double>{0, 0},
                    std::vector<int>{1, 1}, model);
-    both.Solve({inf, 0, 99});
+    both.Solve({infinity, 0, 99});
     EXPECT_NEAR(both.Covariance(0, 0), 5.0 / 6, 1e-13);
     EXPECT_NEAR(both.Covariance(0, 1), -0.5, 1e-13);
     EXPECT_NEAR(both.Covariance(1, 0), -0.5, 1e-13);
@@ -290,14 +289,10 @@ TEST(LevenbergMarquardt, SingularEquationsAreRefused) {
     const std::vector<double> x{0, 1, 2}, unknown(3, std::nan(""));
     mrqm_cFit nothing(x, y, unknown, std::vector<double>{0, 0}, std::vector<int>{1, 1}, model);
     EXPECT_THROW(nothing.Solve({0, 0, 1}), rcps_cRecipesException);
-    try {
-        flat.Solve({0, 0, 1});
-        FAIL();
-    } catch (const rcps_cRecipesException& e) {
-        EXPECT_EQ(e.SourceFile(), "recipes");
-        EXPECT_EQ(e.Line(), 0);
-        EXPECT_EQ(e.Message(), "Singular matrix.");
-    }
+    const auto e = caught<rcps_cRecipesException>([&] { flat.Solve({0, 0, 1}); });
+    EXPECT_EQ(e.SourceFile(), "recipes");
+    EXPECT_EQ(e.Line(), 0);
+    EXPECT_EQ(e.Message(), "Singular matrix.");
 }
 
 TEST(LevenbergMarquardt, EliminationPivotsAmongFarMagnitudes) {

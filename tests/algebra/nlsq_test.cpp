@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <limits>
 #include <random>
 #include <span>
 #include <stdexcept>
@@ -13,6 +12,8 @@
 
 #include "dataprocessing/algebra/nlsq.h"
 #include "dataprocessing/algebra/nlsq_covariance.h"
+#include "tests/support/constants.h"
+#include "tests/support/refusal_expected.h"
 
 namespace {
 
@@ -20,10 +21,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using Parameters = std::span<const double>;
 using Derivatives = std::span<double>;
-
-constexpr double epsilon = std::numeric_limits<double>::epsilon();
-const double notANumber = std::nan("");
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 const nlsq_cFunctionModel decay([](double x, Parameters p) { return p[0] * std::exp(-p[1] * x); },
                                 [](double x, Parameters p, Derivatives d) {
@@ -608,16 +605,7 @@ TEST(Nlsq, InverseWithAndWithoutAllDirections) {
         EXPECT_NEAR(element, 1.0 / 16, 4 * epsilon);
 }
 
-void expectRefusal(int lineNumber, const std::function<void()>& call) {
-    try {
-        call();
-        FAIL() << "line " << lineNumber;
-    } catch (const expt_cProgramException& e) {
-        EXPECT_EQ(e.SourceFile(), "nlsq");
-        EXPECT_EQ(e.Line(), lineNumber);
-        EXPECT_NE(std::string(e.what()).find(": "), std::string::npos);
-    }
-}
+const ExpectRefusal expectRefusal("nlsq");
 
 TEST(Nlsq, MisuseIsRefused) {
     const std::vector<double> x = positions(5);

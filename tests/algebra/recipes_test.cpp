@@ -14,13 +14,11 @@
 #include "dataprocessing/algebra/rcps_work.h"
 #include "tests/failing_new.h"
 #include "tests/fitting/dense.h"
+#include "tests/support/constants.h"
 
 namespace {
 
-constexpr double eps = std::numeric_limits<double>::epsilon();
 constexpr double least = std::numeric_limits<double>::denorm_min();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 struct Decomposition {
     Dense u;
@@ -32,8 +30,8 @@ struct Decomposition {
 /// outside of it.
 Decomposition decompose(const Dense& a) {
     std::vector<double> u = a.elements;
-    std::vector<double> v(static_cast<std::size_t>(a.n * a.n), nan);
-    std::vector<double> w(static_cast<std::size_t>(a.n), nan);
+    std::vector<double> v(static_cast<std::size_t>(a.n * a.n), notANumber);
+    std::vector<double> w(static_cast<std::size_t>(a.n), notANumber);
     double** const uRows = rcps::convert_matrix(u.data(), 1, a.m, 1, a.n);
     double** const vRows = rcps::convert_matrix(v.data(), 1, a.n, 1, a.n);
     rcps::svdcmp(uRows, a.m, a.n, w.data() - 1, vRows);
@@ -143,7 +141,7 @@ std::vector<NamedMatrix> matrices() {
 TEST(SingularValues, DecompositionReproducesTheMatrix) {
     for (const auto& [name, a] : matrices()) {
         const Decomposition d = decompose(a);
-        const double tolerance = 8 * (a.m + a.n) * (eps * largest(a) + least);
+        const double tolerance = 8 * (a.m + a.n) * (epsilon * largest(a) + least);
         double worst = 0;
         for (int i = 0; i < a.m; ++i)
             for (int j = 0; j < a.n; ++j) {
@@ -160,7 +158,7 @@ TEST(SingularValues, DecompositionReproducesTheMatrix) {
 TEST(SingularValues, BothSidesAreOrthonormal) {
     for (const auto& [name, a] : matrices()) {
         const Decomposition d = decompose(a);
-        const double tolerance = 8 * (a.m + a.n) * eps;
+        const double tolerance = 8 * (a.m + a.n) * epsilon;
         EXPECT_LE(defect(d.v), tolerance) << name;
         if (a.m >= a.n) {
             EXPECT_LE(defect(d.u), tolerance) << name;
@@ -175,7 +173,8 @@ TEST(SingularValues, AreThoseOfRotatingColumnsOrthogonal) {
         for (const double value : d.w)
             EXPECT_GE(value, 0) << name;
         std::sort(d.w.rbegin(), d.w.rend());
-        const double tolerance = 8 * (a.m + a.n) * (eps * static_cast<double>(expected[0]) + least);
+        const double tolerance =
+            8 * (a.m + a.n) * (epsilon * static_cast<double>(expected[0]) + least);
         for (std::size_t j = 0; j < d.w.size(); ++j)
             EXPECT_NEAR(d.w[j], static_cast<double>(expected[j]), tolerance) << name << ' ' << j;
     }
@@ -211,7 +210,7 @@ TEST(SingularValues, AreTheKnownOnes) {
         Decomposition d = decompose(a);
         std::sort(d.w.begin(), d.w.end());
         for (int k = 1; k <= n; ++k)
-            EXPECT_NEAR(d.w[static_cast<std::size_t>(k - 1)], value(k), 40 * eps * value(n))
+            EXPECT_NEAR(d.w[static_cast<std::size_t>(k - 1)], value(k), 40 * epsilon * value(n))
                 << name << ' ' << k;
     }
 }
@@ -219,7 +218,7 @@ TEST(SingularValues, AreTheKnownOnes) {
 TEST(SingularValues, HilbertMatrixHasItsKnownConditionNumber) {
     const Decomposition d = decompose(dense(5, 5, [](int i, int j) { return 1.0 / (i + j + 1); }));
     const auto [low, high] = std::minmax_element(d.w.begin(), d.w.end());
-    EXPECT_NEAR(*high / *low, 476607.2502425855, 476607.0 * 476607.0 * 4 * eps);
+    EXPECT_NEAR(*high / *low, 476607.2502425855, 476607.0 * 476607.0 * 4 * epsilon);
 }
 
 TEST(SingularValues, AreNotSorted) {
@@ -238,7 +237,7 @@ TEST(SingularValues, ExactlyZeroColumnGivesExactlyZeroValue) {
 
 // A NaN is never negligible, so that no value converges: only the limit of the sweeps ends this.
 TEST(SingularValues, NothingConvergesForNaNAndTheSweepsEndAllTheSame) {
-    for (const double bad : {nan, infinity, -infinity})
+    for (const double bad : {notANumber, infinity, -infinity})
         for (int i = 0; i < 6; ++i)
             for (int j = 0; j < 4; ++j) {
                 Dense a = dense(6, 4, [](int p, int q) { return 1.0 / (1 + p + q); });
@@ -310,8 +309,8 @@ TEST(BackSubstitution, SolvesWithTheTransposeOfUAndWithV) {
     rcps::svbksb(u.Data(), w.Data(), v.Data(), 3, 2, b.Data(), x.Data());
     const double p = (c * 1 + s * 2) / 2;
     const double q = (-s * 1 + c * 2) / 4;
-    EXPECT_NEAR(x[1], s * p + c * q, 4 * eps);
-    EXPECT_NEAR(x[2], -c * p + s * q, 4 * eps);
+    EXPECT_NEAR(x[1], s * p + c * q, 4 * epsilon);
+    EXPECT_NEAR(x[2], -c * p + s * q, 4 * epsilon);
 }
 
 /// A weighted fit, in storage of its own.
@@ -364,12 +363,12 @@ TEST(LinearFit, WeightedLineIsTheClosedForm) {
     fit.run();
     const auto c0 = static_cast<double>((sums.y * sums.xx - sums.x * sums.xy) / sums.determinant());
     const auto c1 = static_cast<double>((sums.s * sums.xy - sums.x * sums.y) / sums.determinant());
-    EXPECT_NEAR(fit.a[1], c0, 100 * eps);
-    EXPECT_NEAR(fit.a[2], c1, 100 * eps);
+    EXPECT_NEAR(fit.a[1], c0, 100 * epsilon);
+    EXPECT_NEAR(fit.a[2], c1, 100 * epsilon);
     double chisq = 0;
     for (int i = 1; i <= 6; ++i)
         chisq += std::pow((fit.y[i] - c0 - c1 * i) / fit.sig[i], 2);
-    EXPECT_NEAR(fit.chisq, chisq, 1000 * eps * chisq);
+    EXPECT_NEAR(fit.chisq, chisq, 1000 * epsilon * chisq);
 }
 
 TEST(LinearFit, CovarianceOfAWeightedLineIsTheClosedForm) {
@@ -407,7 +406,7 @@ TEST(LinearFit, ReturnsTheDecompositionOfTheWeightedBasis) {
         for (int j = 1; j <= 2; ++j) {
             const double element =
                 fit.u[i][1] * fit.w[1] * fit.v[j][1] + fit.u[i][2] * fit.w[2] * fit.v[j][2];
-            EXPECT_NEAR(element, fit.basis[i][j] / fit.sig[i], 100 * eps);
+            EXPECT_NEAR(element, fit.basis[i][j] / fit.sig[i], 100 * epsilon);
         }
 }
 
@@ -465,9 +464,9 @@ TEST(Hypotenuse, TakesNoSquareThatOverflowsOrUnderflows) {
                                                            {1, -infinity, infinity},
                                                            {1, 1, std::sqrt(2.0)}})
         EXPECT_DOUBLE_EQ(rcps::pythag(a, b), expected) << a << ' ' << b;
-    for (const double other : {0.0, 1.0, -1e300, nan, infinity}) {
-        EXPECT_TRUE(std::isnan(rcps::pythag(nan, other))) << other;
-        EXPECT_TRUE(std::isnan(rcps::pythag(other, nan))) << other;
+    for (const double other : {0.0, 1.0, -1e300, notANumber, infinity}) {
+        EXPECT_TRUE(std::isnan(rcps::pythag(notANumber, other))) << other;
+        EXPECT_TRUE(std::isnan(rcps::pythag(other, notANumber))) << other;
     }
 }
 

@@ -8,10 +8,9 @@
 
 #include "dataprocessing/algebra/rcps_triangle.h"
 #include "tests/fitting/dense.h"
+#include "tests/support/constants.h"
 
 namespace {
-
-constexpr double eps = std::numeric_limits<double>::epsilon();
 
 /// Takes in the rows of `a`, the last column of which is the right-hand side, `step` at a time.
 rcps::cTriangle triangleOf(const Dense& a, int step) {
@@ -49,7 +48,7 @@ TEST(Triangle, KeepsTheProductsOfAllColumns) {
                         product +=
                             static_cast<long double>(triangle.Row(i)[p]) * triangle.Row(i)[q];
                     EXPECT_NEAR(static_cast<double>(product), static_cast<double>(expected),
-                                20 * m * eps)
+                                20 * m * epsilon)
                         << m << " rows by " << step << ", columns " << p << ' ' << q;
                 }
         }
@@ -71,7 +70,7 @@ TEST(Triangle, HasTheSingularValuesOfTheLongMatrix) {
     const std::vector<long double> values = singularValues(square);
     for (std::size_t j = 0; j < 5; ++j)
         EXPECT_NEAR(static_cast<double>(values[j]), static_cast<double>(expected[j]),
-                    100 * eps * static_cast<double>(expected[0]));
+                    100 * epsilon * static_cast<double>(expected[0]));
 }
 
 TEST(Triangle, ZeroColumnsAndRowsStayZero) {

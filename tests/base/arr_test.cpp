@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/failing_new.h"
+#include "tests/support/refusal_expected.h"
 
 namespace {
 
@@ -20,18 +21,6 @@ using testing::ElementsAreArray;
 
 constexpr int maxInt = std::numeric_limits<int>::max();
 constexpr int minInt = std::numeric_limits<int>::min();
-
-/// The refusal that `act` ends in; fails the test when it ends in none.
-template<class Exception, class Act>
-Exception refusal(Act act) {
-    try {
-        act();
-    } catch (const Exception& exception) {
-        return exception;
-    }
-    ADD_FAILURE() << "nothing was refused";
-    return Exception();
-}
 
 template<class Array>
 std::vector<int> values(const Array& array) {
@@ -60,7 +49,7 @@ struct Fragile {
 } // namespace
 
 TEST(ArrayErrors, IndexErrorSaysWhichIndexAndWhichSize) {
-    const auto error = refusal<arr_cIndexException>([] { arr_IndexError(7, 3); });
+    const auto error = caught<arr_cIndexException>([] { arr_IndexError(7, 3); });
     EXPECT_EQ(error.Index(), 7);
     EXPECT_EQ(error.Size(), 3);
     EXPECT_EQ(error.SourceFile(), "arr");
@@ -69,21 +58,21 @@ TEST(ArrayErrors, IndexErrorSaysWhichIndexAndWhichSize) {
 }
 
 TEST(ArrayErrors, IndexErrorWithoutASizeSaysTheIndexAlone) {
-    const auto error = refusal<arr_cIndexException>([] { arr_IndexError(-4, -9); });
+    const auto error = caught<arr_cIndexException>([] { arr_IndexError(-4, -9); });
     EXPECT_EQ(error.Index(), -4);
     EXPECT_EQ(error.Size(), -1);
     EXPECT_STREQ(error.what(), "arr:1: Index -4 is outside its array.");
 }
 
 TEST(ArrayErrors, IndexErrorMaySayNothing) {
-    const auto error = refusal<arr_cIndexException>([] { arr_IndexError(); });
+    const auto error = caught<arr_cIndexException>([] { arr_IndexError(); });
     EXPECT_EQ(error.Index(), -1);
     EXPECT_EQ(error.Size(), -1);
     EXPECT_STREQ(error.what(), "arr:1: Index outside its array.");
 }
 
 TEST(ArrayErrors, SizeErrorSaysWhichSize) {
-    const auto error = refusal<arr_cSizeException>([] { arr_SizeError(-2); });
+    const auto error = caught<arr_cSizeException>([] { arr_SizeError(-2); });
     EXPECT_EQ(error.Size(), -2);
     EXPECT_EQ(error.Expected(), -1);
     EXPECT_EQ(error.SourceFile(), "arr");
@@ -92,14 +81,14 @@ TEST(ArrayErrors, SizeErrorSaysWhichSize) {
 }
 
 TEST(ArrayErrors, SizeErrorSaysWhichSizeWasNeeded) {
-    const auto error = refusal<arr_cSizeException>([] { arr_SizeError(5, 4); });
+    const auto error = caught<arr_cSizeException>([] { arr_SizeError(5, 4); });
     EXPECT_EQ(error.Size(), 5);
     EXPECT_EQ(error.Expected(), 4);
     EXPECT_STREQ(error.what(), "arr:2: Size 5 where 4 is needed.");
 }
 
 TEST(ArrayErrors, SizeErrorMaySayNothing) {
-    const auto error = refusal<arr_cSizeException>([] { arr_SizeError(); });
+    const auto error = caught<arr_cSizeException>([] { arr_SizeError(); });
     EXPECT_EQ(error.Size(), -1);
     EXPECT_EQ(error.Expected(), -1);
     EXPECT_STREQ(error.what(), "arr:2: Size refused.");
@@ -125,7 +114,7 @@ TEST(ArrayErrors, CheckedIndexAcceptsTheArrayAndNothingElse) {
     EXPECT_EQ(arr_CheckedIndex(0, 3), 0);
     EXPECT_EQ(arr_CheckedIndex(2, 3), 2);
     for (const int index : {-1, 3, minInt, maxInt})
-        EXPECT_EQ(refusal<arr_cIndexException>([&] { arr_CheckedIndex(index, 3); }).Index(), index);
+        EXPECT_EQ(caught<arr_cIndexException>([&] { arr_CheckedIndex(index, 3); }).Index(), index);
     EXPECT_THROW(arr_CheckedIndex(0, 0), arr_cIndexException);
 }
 
@@ -133,19 +122,19 @@ TEST(ArrayErrors, CheckedSizeAcceptsWhatAnIntCanCount) {
     EXPECT_EQ(arr_CheckedSize(0LL), 0);
     EXPECT_EQ(arr_CheckedSize(2147483647LL), maxInt);
     for (const long long size : {-1LL, 2147483648LL})
-        EXPECT_EQ(refusal<arr_cSizeException>([&] { arr_CheckedSize(size); }).Size(), size);
+        EXPECT_EQ(caught<arr_cSizeException>([&] { arr_CheckedSize(size); }).Size(), size);
 }
 
 TEST(ArrayErrors, CheckedSizeOfAMatrixAcceptsWhatAnIntCanCount) {
     EXPECT_EQ(arr_CheckedSize(3, 4), 12);
     EXPECT_EQ(arr_CheckedSize(0, maxInt), 0);
     EXPECT_EQ(arr_CheckedSize(maxInt, 1), maxInt);
-    EXPECT_EQ(refusal<arr_cSizeException>([] { arr_CheckedSize(-3, 4); }).Size(), -3);
-    EXPECT_EQ(refusal<arr_cSizeException>([] { arr_CheckedSize(4, -5); }).Size(), -5);
-    EXPECT_EQ(refusal<arr_cSizeException>([] { arr_CheckedSize(-4, -5); }).Size(), -4);
-    EXPECT_EQ(refusal<arr_cSizeException>([] { arr_CheckedSize(65536, 32768); }).Size(),
+    EXPECT_EQ(caught<arr_cSizeException>([] { arr_CheckedSize(-3, 4); }).Size(), -3);
+    EXPECT_EQ(caught<arr_cSizeException>([] { arr_CheckedSize(4, -5); }).Size(), -5);
+    EXPECT_EQ(caught<arr_cSizeException>([] { arr_CheckedSize(-4, -5); }).Size(), -4);
+    EXPECT_EQ(caught<arr_cSizeException>([] { arr_CheckedSize(65536, 32768); }).Size(),
               2147483648LL);
-    EXPECT_EQ(refusal<arr_cSizeException>([] { arr_CheckedSize(maxInt, maxInt); }).Size(),
+    EXPECT_EQ(caught<arr_cSizeException>([] { arr_CheckedSize(maxInt, maxInt); }).Size(),
               4611686014132420609LL);
 }
 
@@ -205,7 +194,7 @@ TYPED_TEST(ArrayOf, SetSizeToZeroFreesTheBlock) {
 
 TYPED_TEST(ArrayOf, SetSizeRefusesANegativeSizeAndKeepsTheArray) {
     TypeParam a({1, 2, 3});
-    EXPECT_EQ(refusal<arr_cSizeException>([&] { a.SetSize(-1); }).Size(), -1);
+    EXPECT_EQ(caught<arr_cSizeException>([&] { a.SetSize(-1); }).Size(), -1);
     EXPECT_THROW(a.SetSize(minInt), arr_cSizeException);
     EXPECT_THAT(values(a), ElementsAre(1, 2, 3));
 }
@@ -291,7 +280,7 @@ TYPED_TEST(ArrayOf, RunsOutsideTheArrayAreRefusedBeforeAnythingIsCopied) {
     TypeParam a({1, 2, 3, 4, 5, 6});
     for (const Run& run : runs) {
         const auto check = [&](auto act) {
-            const auto error = refusal<arr_cIndexException>(act);
+            const auto error = caught<arr_cIndexException>(act);
             EXPECT_EQ(error.Index(), run.index) << run.count << " from " << run.start;
             EXPECT_EQ(error.Size(), 6);
         };
@@ -306,7 +295,7 @@ TYPED_TEST(ArrayOf, RunsOutsideTheArrayAreRefusedBeforeAnythingIsCopied) {
 TYPED_TEST(ArrayOf, ANegativeStartOnTheOtherSideIsRefused) {
     int outside[3] = {9, 9, 9};
     TypeParam a({1, 2, 3});
-    const auto in = refusal<arr_cIndexException>([&] { a.CopyIn(outside + 1, 1, -1, 0); });
+    const auto in = caught<arr_cIndexException>([&] { a.CopyIn(outside + 1, 1, -1, 0); });
     EXPECT_EQ(in.Index(), -1);
     EXPECT_EQ(in.Size(), -1);
     EXPECT_THROW(a.CopyOut(outside + 1, 1, 0, -1), arr_cIndexException);
@@ -357,8 +346,8 @@ TYPED_TEST(ArrayOf, ElementAccessIsChecked) {
     EXPECT_EQ(constant[2], 30);
     EXPECT_EQ(constant[0], 1);
     for (const int index : {-1, 3, minInt, maxInt}) {
-        EXPECT_EQ(refusal<arr_cIndexException>([&] { a[index] = 0; }).Index(), index);
-        EXPECT_EQ(refusal<arr_cIndexException>([&] { (void)constant[index]; }).Size(), 3);
+        EXPECT_EQ(caught<arr_cIndexException>([&] { a[index] = 0; }).Index(), index);
+        EXPECT_EQ(caught<arr_cIndexException>([&] { (void)constant[index]; }).Size(), 3);
     }
     EXPECT_THROW(TypeParam()[0], arr_cIndexException);
 }
@@ -545,11 +534,11 @@ TEST(NumberMatrix, TakesItsElementsRowAfterRow) {
 TEST(NumberMatrix, RefusesAnotherNumberOfElements) {
     const std::vector<double> elements(6);
     const auto error =
-        refusal<arr_cSizeException>([&] { arr_c2DNumberArray<double>(4, 2, elements); });
+        caught<arr_cSizeException>([&] { arr_c2DNumberArray<double>(4, 2, elements); });
     EXPECT_EQ(error.Size(), 6);
     EXPECT_EQ(error.Expected(), 8);
     EXPECT_EQ(
-        refusal<arr_cSizeException>([&] { arr_c2DNumberArray<double>(-1, 2, elements); }).Size(),
+        caught<arr_cSizeException>([&] { arr_c2DNumberArray<double>(-1, 2, elements); }).Size(),
         -1);
 }
 
@@ -561,10 +550,10 @@ TEST(NumberMatrix, AccessIsCheckedByRowAndColumn) {
     };
     for (const Case& c : {Case{-1, 0, -1, 3}, Case{3, 0, 3, 3}, Case{0, -1, -1, 2},
                           Case{0, 2, 2, 2}, Case{1, -1, -1, 2}, Case{maxInt, maxInt, maxInt, 3}}) {
-        const auto writing = refusal<arr_cIndexException>([&] { a(c.row, c.column) = 1; });
+        const auto writing = caught<arr_cIndexException>([&] { a(c.row, c.column) = 1; });
         EXPECT_EQ(writing.Index(), c.index);
         EXPECT_EQ(writing.Size(), c.size);
-        const auto reading = refusal<arr_cIndexException>([&] { (void)constant(c.row, c.column); });
+        const auto reading = caught<arr_cIndexException>([&] { (void)constant(c.row, c.column); });
         EXPECT_EQ(reading.Index(), c.index);
         EXPECT_EQ(reading.Size(), c.size);
     }
@@ -585,7 +574,7 @@ TEST(NumberMatrix, RefusesWhatItCannotCountBeforeItAllocates) {
         const long atStart = allocationCount();
         EXPECT_THROW(arr_SizeError(c.size), arr_cSizeException);
         const long forTheError = allocationCount() - atStart;
-        EXPECT_EQ(refusal<arr_cSizeException>([&] {
+        EXPECT_EQ(caught<arr_cSizeException>([&] {
                       arr_c2DNumberArray<double>(c.columns, c.rows);
                   }).Size(),
                   c.size);

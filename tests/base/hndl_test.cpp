@@ -1,4 +1,5 @@
 #include "dataprocessing/base/hndl.h"
+#include "tests/support/refusal_expected.h"
 
 #include <type_traits>
 
@@ -34,12 +35,8 @@ TEST(Handle, RefersToItsObject) {
 
 TEST(Handle, RefusesToFollowNothing) {
     const hndl_cHandle<Base> handle;
-    try {
-        (void)handle->value;
-        FAIL();
-    } catch (const expt_cProgramException& exception) {
-        EXPECT_STREQ(exception.what(), "hndl:1: The handle refers to nothing.");
-    }
+    const auto exception = caught<expt_cProgramException>([&] { (void)handle->value; });
+    EXPECT_STREQ(exception.what(), "hndl:1: The handle refers to nothing.");
     EXPECT_THROW((void)*handle, expt_cProgramException);
 }
 

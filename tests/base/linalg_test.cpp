@@ -1,4 +1,5 @@
 #include "dataprocessing/base/linalg.h"
+#include "tests/support/refusal.h"
 
 #include <cmath>
 #include <limits>
@@ -13,16 +14,10 @@ namespace {
 constexpr double smallest = std::numeric_limits<double>::min();
 
 std::string refusalOf(const Matrix& matrix) {
-    try {
-        matrix.Inverse();
-    } catch (const expt_cUserException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line()) +
-               ":" + refusal.Message().Text();
-    }
-    return "none";
+    return userRefusalOf([&] { matrix.Inverse(); });
 }
 
-const std::string singular = std::string("linalg:157:") + expt_InvertSingularMatrix;
+const std::string singular = std::string("linalg:157: ") + expt_InvertSingularMatrix;
 
 } // namespace
 

@@ -62,7 +62,7 @@ Axis axisOf(const cal_cArrayCal& cal, int count) {
 template<class A, class B>
 Outcome answer(int operation, const A& a, const B& b) {
     Outcome outcome;
-    outcome.refusal = refusalOf(
+    outcome.refusal = refusalWithKindOf(
         [&] { outcome.value = valueOf(bnry_Operate(bnry_eAritBinaryOperation(operation), a, b)); });
     return outcome;
 }

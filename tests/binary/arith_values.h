@@ -9,6 +9,7 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/binary/bnry.h"
 #include "tests/binary/arith_oracle.h"
+#include "tests/support/refusal.h"
 
 namespace oracle {
 
@@ -19,27 +20,6 @@ darr_c2DArray array2DOf(const Value& value);
 Value valueOf(const pnum_cNumber& number);
 Value valueOf(const darr_c1DArray& array);
 Value valueOf(const darr_c2DArray& array);
-
-/// "kind unit:line message" of the library's exception that the call throws; "" for none. Only a
-/// user's exception shows its message.
-template<class Call>
-std::string refusalOf(Call call) {
-    const auto place = [](const expt_cProgramException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line());
-    };
-    try {
-        call();
-    } catch (const expt_cUserException& refusal) {
-        return "user " + place(refusal) + " " + refusal.Message().Text();
-    } catch (const arr_cSizeException& refusal) {
-        return "size " + place(refusal);
-    } catch (const arr_cIndexException& refusal) {
-        return "index " + place(refusal);
-    } catch (const expt_cProgramException& refusal) {
-        return "program " + place(refusal);
-    }
-    return "";
-}
 
 /// What bnry_Operate answers for operands of these dimensions.
 Outcome operateWithLibrary(int operation, const Value& a, const Value& b);

@@ -7,22 +7,19 @@
 #include <cmath>
 #include <complex>
 #include <cstring>
-#include <limits>
 #include <string>
 #include <vector>
 
 #include "dataprocessing/valuemodel/barr.h"
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/pnum.h"
+#include "tests/support/constants.h"
 #include "tests/support/refusal.h"
 
 namespace compare {
 
 using Element = std::complex<double>;
 using Elements = std::vector<Element>;
-
-inline constexpr double infinity = std::numeric_limits<double>::infinity();
-inline constexpr double quietNaN = std::numeric_limits<double>::quiet_NaN();
 
 inline constexpr int typeCodes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10};
 
@@ -67,12 +64,13 @@ inline Elements tellingElements(int code) {
     for (const double x : reals)
         elements.push_back(converted(code, x));
     if (code >= 7)
-        for (const double x : {-0.0, quietNaN, infinity, -infinity, 0.1, 1e-40, 3e38, -1e-310, 0.3})
+        for (const double x :
+             {-0.0, notANumber, infinity, -infinity, 0.1, 1e-40, 3e38, -1e-310, 0.3})
             elements.push_back(converted(code, x));
     if (code >= 9)
         for (const Element e :
-             {Element(3, 4), Element(5, 0), Element(0, -5), Element(4, 3), Element(quietNaN, 1),
-              Element(1, quietNaN), Element(infinity, quietNaN), Element(3e38, 3e38),
+             {Element(3, 4), Element(5, 0), Element(0, -5), Element(4, 3), Element(notANumber, 1),
+              Element(1, notANumber), Element(infinity, notANumber), Element(3e38, 3e38),
               Element(1e-40, 1e-40), Element(0.1, 0.3)})
             elements.push_back(converted(code, e));
     return elements;

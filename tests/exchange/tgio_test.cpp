@@ -18,11 +18,10 @@
 #include "dataprocessing/exchange/obty.h"
 #include "tests/exchange/tgio_sample.h"
 #include "tests/failing_new.h"
+#include "tests/support/constants.h"
 
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double smallest = std::numeric_limits<double>::denorm_min();
 constexpr double largest = std::numeric_limits<double>::max();
 

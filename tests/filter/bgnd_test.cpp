@@ -11,11 +11,10 @@
 #include <vector>
 
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 /// The clipping as it is told, in extended precision.
 std::vector<long double> clipped(std::vector<long double> y, int iterations,

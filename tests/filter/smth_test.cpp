@@ -13,12 +13,10 @@
 
 #include "dataprocessing/reduce/stat.h"
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// A number of a complex element type's parts in extended precision.
 struct sValue {

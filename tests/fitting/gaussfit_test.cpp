@@ -5,7 +5,6 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
-#include <limits>
 #include <memory>
 #include <new>
 #include <random>
@@ -19,25 +18,15 @@
 #include "dataprocessing/fitting/gsft_deviations.h"
 #include "dataprocessing/fitting/pwft.h"
 #include "tests/failing_new.h"
+#include "tests/support/constants.h"
+#include "tests/support/refusal_expected.h"
 
 namespace {
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-const double notANumber = std::nan("");
 constexpr double smallestNormal = 2.2250738585072014e-308;
 const double fwhmOfWidth = 2 * std::sqrt(std::log(2.0));
 
-template<class Call>
-void expectRefusal(int line, const Call& call) {
-    try {
-        call();
-        FAIL() << "line " << line;
-    } catch (const expt_cProgramException& e) {
-        EXPECT_EQ(e.SourceFile(), "gaussfit");
-        EXPECT_EQ(e.Line(), line);
-        EXPECT_EQ(dynamic_cast<const expt_cUserException*>(&e), nullptr);
-    }
-}
+const ExpectRefusal expectRefusal("gaussfit");
 
 /// A function whose fit can be called with points of the test's own.
 class Function : public gsft_c1DGaussianFittingFunction {
@@ -143,7 +132,7 @@ TEST(Gaussian, HasHeightPositionWidthAndNoReference) {
 }
 
 TEST(Gaussian, WidthBelowTheSmallestNormalIsRefused) {
-    for (const double width : {0.0, -1.0, -inf, std::nextafter(smallestNormal, 0.0)})
+    for (const double width : {0.0, -1.0, -infinity, std::nextafter(smallestNormal, 0.0)})
         expectRefusal(132, [&] { gsft_cGaussian(1, 2, width); });
     EXPECT_EQ(gsft_cGaussian(1, 2, smallestNormal).Width(), smallestNormal);
 }
@@ -170,7 +159,7 @@ TEST(Gaussian, ValueIsNothingFromFourWidthsOn) {
     EXPECT_NEAR(peak.Value(10 - fwhmOfWidth * 0.25), 1, 1e-14);
     EXPECT_EQ(peak.Value(12), 0);
     EXPECT_EQ(peak.Value(8), 0);
-    EXPECT_EQ(peak.Value(inf), 0);
+    EXPECT_EQ(peak.Value(infinity), 0);
     for (const double inside : {std::nextafter(12.0, 0.0), std::nextafter(8.0, 20.0)}) {
         EXPECT_GT(peak.Value(inside), 0);
         EXPECT_LT(peak.Value(inside), 1e-6);
@@ -214,7 +203,7 @@ TEST(Resolution, WidthGrowsWithTheRootOfThePosition) {
 TEST(Resolution, HasNoValueWhereTheRadicandIsNotPositive) {
     const gsft_cResolution law(10, std::sqrt(2.3));
     EXPECT_TRUE(law.HasValue(9.1));
-    for (const double x : {8.9, -inf, notANumber}) {
+    for (const double x : {8.9, -infinity, notANumber}) {
         EXPECT_FALSE(law.HasValue(x));
         EXPECT_THROW(law.FWHM(x), gsft_cFitException);
     }
@@ -242,8 +231,8 @@ TEST(Deviations, ChannelsWithoutCountsTakeThoseOfTheirNeighbours) {
 TEST(Deviations, EqualThoseLookedForChannelByChannel) {
     std::mt19937 random(3);
     const std::vector<double> values{
-        0.0,   -0.0, type_MinValue * 0.9, type_MinValue, 1.5e-38, 4.0, -7.0,
-        1e300, inf,  type_MinValue / 2};
+        0.0,   -0.0,     type_MinValue * 0.9, type_MinValue, 1.5e-38, 4.0, -7.0,
+        1e300, infinity, type_MinValue / 2};
     for (int round = 0; round < 5000; ++round) {
         std::vector<double> y(random() % 60);
         const unsigned long density = 1 + random() % 12;
@@ -475,12 +464,8 @@ TEST(GaussianFit, FitThatFindsNoEndIsGivenUp) {
     setup.add(10, 13);
     setup.add(10, 17);
     const std::vector<double> before = setup.state();
-    try {
-        setup.refit(y);
-        FAIL();
-    } catch (const gsft_cFitException& e) {
-        EXPECT_STREQ(e.Message().Text(), "The fit has not converged.");
-    }
+    const auto e = caught<gsft_cFitException>([&] { setup.refit(y); });
+    EXPECT_STREQ(e.Message().Text(), "The fit has not converged.");
     EXPECT_EQ(setup.state(), before);
 }
 
@@ -684,7 +669,7 @@ TEST(GaussianFit, CalibrationIsRefinedAtItsIndex) {
 
 TEST(GaussianFit, PointsThatAreNotFiniteAreRefusedWhereverTheyAre) {
     const std::vector<double> clean = spectrumOf(200, {}, {50, 16}, {100, 40}, {80, 120});
-    for (const double bad : {notANumber, inf, -inf})
+    for (const double bad : {notANumber, infinity, -infinity})
         for (const int place : {0, 80, 100, 199}) // far from the peaks, in them, between them
             for (const bool isPosition : {false, true}) {
                 Spectrometer setup;

@@ -3,7 +3,6 @@
 #include <cmath>
 #include <complex>
 #include <functional>
-#include <limits>
 #include <numbers>
 #include <random>
 #include <sstream>
@@ -18,7 +17,9 @@
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/fitting/pkmd.h"
 #include "dataprocessing/fitting/pkmd_kernels.h"
+#include "tests/support/constants.h"
 #include "tests/support/levels.h"
+#include "tests/support/refusal_expected.h"
 
 namespace {
 
@@ -28,8 +29,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-const double notANumber = std::nan("");
 constexpr double rootTwoPi = 2.5066282746310002;
 
 /// The shapes by their definitions: closed forms, or the convolution by Simpson's rule.
@@ -673,16 +672,7 @@ TEST(PeakFit, BoundThatCutsAStepIsNotTheEnd) {
     }
 }
 
-void expectRefusal(int line, const std::function<void()>& call, const char* unit = "pkmd") {
-    try {
-        call();
-        FAIL() << "line " << line;
-    } catch (const expt_cProgramException& e) {
-        EXPECT_EQ(e.SourceFile(), unit);
-        EXPECT_EQ(e.Line(), line);
-        EXPECT_NE(std::string(e.what()).find(": "), std::string::npos);
-    }
-}
+const ExpectRefusal expectRefusal("pkmd");
 
 TEST(PeakFit, StartsFromThePeaksThatWereFound) {
     for (const auto& [shape, extra] :
@@ -962,8 +952,8 @@ TEST(PeakModel, MisuseIsRefused) {
     expectRefusal(2, [&] { model.Values(values, values, values); });
 
     const auto refused = [&](int line, const pkmd_sOptions& options, const char* unit = "pkmd") {
-        expectRefusal(
-            line, [&] { pkmd_Fit(model, y, options); }, unit);
+        ExpectRefusal expected(unit);
+        expected(line, [&] { pkmd_Fit(model, y, options); });
     };
     pkmd_sOptions options;
     options.from = 100;

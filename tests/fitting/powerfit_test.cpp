@@ -12,21 +12,12 @@
 #include "dataprocessing/unary/unry.h"
 #include "tests/failing_new.h"
 #include "tests/fitting/listener.h"
+#include "tests/support/constants.h"
+#include "tests/support/refusal_expected.h"
 
 namespace {
 
-const double notANumber = std::nan("");
-
-template<class Call>
-void expectRefusal(int line, const Call& call) {
-    try {
-        call();
-        FAIL() << "line " << line;
-    } catch (const expt_cProgramException& e) {
-        EXPECT_EQ(e.SourceFile(), "poly_fit");
-        EXPECT_EQ(e.Line(), line);
-    }
-}
+const ExpectRefusal expectRefusal("poly_fit");
 
 /// A power law whose fit can be called with points of the test's own.
 class PowerLaw : public pwft_cPowerLawFittingFunction {

@@ -18,14 +18,12 @@
 #include "dataprocessing/fitting/dasl.h"
 #include "tests/failing_new.h"
 #include "tests/fitting/listener.h"
+#include "tests/support/constants.h"
 
 namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 /// The ranges of a selection, by identity, in order.
 std::vector<const rnge_c1DRange*> rangesOf(const dasl_c1DDataArraySelection& selection) {
@@ -563,7 +561,7 @@ TEST(SelectedPoints, DataIsNotChanged) {
 TEST(SelectedPoints, FailureLeavesWhatWasGatheredBefore) {
     dasl_c1DDataArraySelection selection(rnge_IndexNearest);
     selection.AddLocalRange(rnge_c1DRange(1, 3));
-    selection.AddLocalRange(rnge_c1DRange(nan, 5));
+    selection.AddLocalRange(rnge_c1DRange(notANumber, 5));
     selection.AddLocalRange(rnge_c1DRange(6, 8));
     arr_cC_Array<double> x, y;
     EXPECT_THROW(selection.FillXY(rising(9), x, y), arr_cIndexException);

@@ -3,19 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 #include <random>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// A scene of round spots, which has a value everywhere between elements.
 class cScene {

@@ -97,7 +97,7 @@ Outcome compareWithLibrary(int comparison, const Value& a, const Value& b) {
     visitKind(a, [&](const auto& first) {
         visitKind(b, [&](const auto& second) {
             if constexpr (requires { first == second; })
-                outcome.refusal = oracle::refusalOf([&] {
+                outcome.refusal = refusalWithKindOf([&] {
                     outcome.value =
                         valueOf(bnry_Operate(bnry_eCompBinaryOperation(comparison), first, second));
                 });
@@ -299,7 +299,7 @@ void function(cInput& input) {
         [&] {
             Outcome outcome;
             visitKind(x, [&](const auto& operand) {
-                outcome.refusal = oracle::refusalOf([&] {
+                outcome.refusal = refusalWithKindOf([&] {
                     outcome.value =
                         oracle::valueOf(unry_Operate(unry_eMathUnaryOperation(code), operand));
                 });

@@ -24,7 +24,7 @@ std::optional<Outcome> outcomeOf(Call call) {
     Outcome outcome;
     const LimitedNew limited(libraryLimit);
     try {
-        outcome.refusal = oracle::refusalOf([&] { outcome.value = oracle::valueOf(call()); });
+        outcome.refusal = refusalWithKindOf([&] { outcome.value = oracle::valueOf(call()); });
     } catch (const std::bad_alloc&) {
         return std::nullopt;
     }

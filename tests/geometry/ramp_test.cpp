@@ -1,11 +1,11 @@
 #include <cmath>
-#include <limits>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/geometry/ramp.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
@@ -18,9 +18,6 @@ std::vector<float> elementsOf(const darr_c2DArray& array) {
     const auto elements = array.Elements<float>();
     return {elements.begin(), elements.end()};
 }
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 } // namespace
 

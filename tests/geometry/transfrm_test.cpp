@@ -16,28 +16,20 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/exchange/obty.h"
 #include "dataprocessing/geometry/trns.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
 
 using Transformation = trns_cCoordTransformation;
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-
 std::uint64_t bitsOf(double x) { return std::bit_cast<std::uint64_t>(x); }
 
 std::string messageOf(const rnge_c1DRange& base, const rnge_c1DRange& derived) {
-    try {
-        const Transformation made(base, derived);
-    } catch (const expt_cUserException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line()) +
-               ":" + refusal.Message().Text();
-    }
-    return "none";
+    return userRefusalOf([&] { const Transformation made(base, derived); });
 }
 
-const std::string invalidBase = "transfrm:40:Invalid base range.";
+const std::string invalidBase = "transfrm:40: Invalid base range.";
 
 struct sAscii {
     using In = tgio_cASCII_istream;
@@ -166,13 +158,7 @@ TEST(CoordTransformation, RefusesAScaleByItsMagnitude) {
 }
 
 TEST(CoordTransformation, TheRefusalOfAScaleIsNoUserException) {
-    try {
-        const Transformation t(0, 0);
-        FAIL();
-    } catch (const expt_cUserException&) {
-        FAIL();
-    } catch (const expt_cProgramException&) {
-    }
+    EXPECT_EQ(userRefusalOf([] { const Transformation t(0, 0); }), "other");
 }
 
 TEST(CoordTransformation, RefusesABaseRangeThatIsReversedOrEmpty) {

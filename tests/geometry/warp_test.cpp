@@ -17,8 +17,11 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/geometry/warp_kernels.h"
 #include "tests/failing_new.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 #include "tests/support/levels.h"
+#include "tests/support/refusal.h"
+#include "tests/support/refusal_expected.h"
 
 using dataprocessing::detail::level_eSet;
 using dataprocessing::detail::level_Name;
@@ -26,8 +29,6 @@ using dataprocessing::detail::warp_Sample;
 
 namespace {
 
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr double smallest = std::numeric_limits<double>::min();
 const rnge_c2DRange& whole = rnge_c2DRange::Null;
 
@@ -519,14 +520,11 @@ TEST(Warp, UnknownTypesAreRefused) {
 }
 
 TEST(Warp, SingularMatricesAreRefused) {
-    try {
-        warp_Resize(sampleImage(), 1e-200, 1e-200);
-        FAIL();
-    } catch (const expt_cUserException& refusal) {
-        EXPECT_EQ(refusal.SourceFile(), "linalg");
-        EXPECT_EQ(refusal.Line(), 157);
-        EXPECT_EQ(refusal.Message(), expt_InvertSingularMatrix);
-    }
+    const auto refusal =
+        caught<expt_cUserException>([&] { warp_Resize(sampleImage(), 1e-200, 1e-200); });
+    EXPECT_EQ(refusal.SourceFile(), "linalg");
+    EXPECT_EQ(refusal.Line(), 157);
+    EXPECT_EQ(refusal.Message(), expt_InvertSingularMatrix);
     EXPECT_EQ(refusalOf([] { warp_Rescale(sampleImage(), 1e200, 1e200); }), "linalg:157");
 }
 

@@ -14,12 +14,10 @@
 
 #include "dataprocessing/binary/bnry_comp.h"
 #include "tests/failing_new.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 const cal_c1DArrayCal lineCal(10, 0.5, 4);
 const cal_c2DArrayCal imageCal(1, 2, 30, -4, 5, 6);
@@ -181,7 +179,7 @@ using FloatingTypes = testing::Types<float, double>;
 TYPED_TEST_SUITE(ExtremaOfFloating, FloatingTypes);
 
 TYPED_TEST(ExtremaOfFloating, EveryArrangementOfAFewValuesFollowsTheRuleForNaN) {
-    const TypeParam values[] = {TypeParam(nan), TypeParam(0), -TypeParam(0), TypeParam(-1),
+    const TypeParam values[] = {TypeParam(notANumber), TypeParam(0), -TypeParam(0), TypeParam(-1),
                                 TypeParam(infinity)};
     for (int count = 1; count <= 5; ++count) {
         const int arrangements = static_cast<int>(std::pow(5, count));
@@ -215,8 +213,8 @@ TYPED_TEST(ExtremaOfFloating, ANaNIsMetInItsOrderAtEveryEndOfABlock) {
                         continue;
                     std::vector<TypeParam> x = elements;
                     x[static_cast<std::size_t>(extreme)] = TypeParam(count % 2 == 0 ? -5 : 500);
-                    x[static_cast<std::size_t>(place)] = TypeParam(nan);
-                    x[static_cast<std::size_t>(other)] = -TypeParam(nan);
+                    x[static_cast<std::size_t>(place)] = TypeParam(notANumber);
+                    x[static_cast<std::size_t>(other)] = -TypeParam(notANumber);
                     int low = -1;
                     int high = -1;
                     const darr_c1DArray line{std::span<const TypeParam>(x)};
@@ -253,7 +251,8 @@ TYPED_TEST(ExtremaOfFloating, TheFirstZeroGivesTheSign) {
 
 TYPED_TEST(ExtremaOfFloating, OnlyNaNsGiveTheLastAndTheFirst) {
     for (const int count : {1, 2, 700, 1024}) {
-        const std::vector<TypeParam> elements(static_cast<std::size_t>(count), TypeParam(nan));
+        const std::vector<TypeParam> elements(static_cast<std::size_t>(count),
+                                              TypeParam(notANumber));
         int low = -1;
         int high = -1;
         const parr_c1DNumberArray line{std::span<const TypeParam>(elements)};
@@ -277,10 +276,12 @@ struct Example {
 };
 
 TEST(Extrema, FollowTheTableOfExamples) {
-    const Example cases[] = {
-        {{3, 1, 1, 2}, 1, 1, 3, 0},   {{2, 5, 5}, 2, 0, 5, 1},
-        {{nan, 1, 2}, 1, 1, nan, 0},  {{1, nan}, nan, 1, 1, 0},
-        {{1, nan, 4, 2}, 2, 3, 4, 2}, {{infinity, -infinity}, -infinity, 1, infinity, 0}};
+    const Example cases[] = {{{3, 1, 1, 2}, 1, 1, 3, 0},
+                             {{2, 5, 5}, 2, 0, 5, 1},
+                             {{notANumber, 1, 2}, 1, 1, notANumber, 0},
+                             {{1, notANumber}, notANumber, 1, 1, 0},
+                             {{1, notANumber, 4, 2}, 2, 3, 4, 2},
+                             {{infinity, -infinity}, -infinity, 1, infinity, 0}};
     for (const Example& c : cases) {
         int low = -1;
         int high = -1;
@@ -342,8 +343,8 @@ TYPED_TEST(ExtremaOfComplex, AreThoseOfTheConvertedElementsAsDoubles) {
         for (int i = 0; i < count; ++i)
             elements.emplace_back(part(random), part(random));
         if (count > 2000) {
-            elements[1000].re = TypeParam(nan);
-            elements[2046].im = TypeParam(nan);
+            elements[1000].re = TypeParam(notANumber);
+            elements[2046].im = TypeParam(notANumber);
         }
         const std::span<const Complex> span(elements);
         const darr_c1DArray line(span, lineCal);
@@ -462,20 +463,20 @@ TEST(ExtremaInRange, OfFloatsStayFloats) {
 
 // The second operand wins where either is NaN: the end value's NaN stays, the result's does not.
 TEST(ExtremaInRange, TreatNaNAsTheElementWiseMinimumDoes) {
-    const darr_c1DArray nanAtEnd = lineOf({1, 2, nan, nan});
+    const darr_c1DArray nanAtEnd = lineOf({1, 2, notANumber, notANumber});
     EXPECT_TRUE(
         std::isnan(extr_Min(nanAtEnd, rnge_c1DRange(0, 2.5), darr_NoInterpolation, conv_RealPart)
                        .As<double>()));
-    const darr_c1DArray nanInside = lineOf({1, nan, 3});
+    const darr_c1DArray nanInside = lineOf({1, notANumber, 3});
     expectElement(extr_Min(nanInside, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart),
                   1.0, "a NaN at the end of the elements inside gives way to the start");
     expectElement(extr_Max(nanInside, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart),
                   3.0, "max");
     // The first element inside is the one that covers the start, even where it lies before it.
-    const darr_c1DArray nanSecond = lineOf({0, nan, 9, 1});
+    const darr_c1DArray nanSecond = lineOf({0, notANumber, 9, 1});
     expectElement(extr_Max(nanSecond, rnge_c1DRange(0.5, 3.5), darr_NoInterpolation, conv_RealPart),
                   9.0, "a NaN that is not the first inside is skipped");
-    const darr_c1DArray nanAtStart = lineOf({nan, 1, 3});
+    const darr_c1DArray nanAtStart = lineOf({notANumber, 1, 3});
     for (const auto& extremum :
          {extr_Min(nanAtStart, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart),
           extr_Max(nanAtStart, rnge_c1DRange(0, 2), darr_NoInterpolation, conv_RealPart)})
@@ -626,11 +627,11 @@ TEST(ExtremaInRange, RefuseWhatValueRefuses) {
                   extr_Min(lineOf({1, 2}), rnge_c1DRange(0, 1), unknown, conv_RealPart);
               }),
               "darr:1");
-    EXPECT_EQ(
-        refusalOf([&] {
-            extr_Max(lineOf({1, 2}), rnge_c1DRange(nan, 1), darr_NoInterpolation, conv_RealPart);
-        }),
-        indexRefusal);
+    EXPECT_EQ(refusalOf([&] {
+                  extr_Max(lineOf({1, 2}), rnge_c1DRange(notANumber, 1), darr_NoInterpolation,
+                           conv_RealPart);
+              }),
+              indexRefusal);
 }
 
 TEST(Extrema, NothingIsAllocated) {

@@ -11,12 +11,10 @@
 #include <vector>
 
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// The figures of a peak by their definitions, each by a walk of its own through the elements.
 struct sOracle {
@@ -136,8 +134,6 @@ std::vector<int> indicesOf(const std::vector<peak_sPeak>& peaks) {
         indices.push_back(peak.index);
     return indices;
 }
-
-constexpr double epsilon = std::numeric_limits<double>::epsilon();
 
 } // namespace
 

@@ -13,12 +13,10 @@
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/unary/unry.h"
 #include "tests/failing_new.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 const cal_c1DArrayCal lineCal(12.5, 0.25, 3);
 const cal_c2DArrayCal imageCal(1, 2, 3, 4, 5, 6);
@@ -313,7 +311,7 @@ TEST(StatisticsSum, OfFloatsIsThatOfThePlainLoopWhereverRoundingBegins) {
         {"subnormal beside normal", [](std::size_t i) { return i % 2 == 0 ? 0x1p-149 : 0x1p-97; }},
         {"largest", [](std::size_t i) { return i % 2 == 0 ? 0x1.fffffep127 : 0x1.8p100; }},
         {"infinite", [](std::size_t i) { return i == 5000 ? infinity : 1.5; }},
-        {"not a number", [](std::size_t i) { return i == 5000 ? nan : 1.5; }},
+        {"not a number", [](std::size_t i) { return i == 5000 ? notANumber : 1.5; }},
         {"opposite infinities", [](std::size_t i) {
              return i == 5000 ? infinity : i == 30000 ? -infinity : 1.5;
          }}};
@@ -355,7 +353,7 @@ TEST(StatisticsSum, KeepsTheSignOfZeroThatAdditionsHave) {
 }
 
 TEST(StatisticsSum, PropagatesNaNAndInfinityOfEachPart) {
-    const ComplexDouble elements[] = {{1, nan}, {infinity, 2}};
+    const ComplexDouble elements[] = {{1, notANumber}, {infinity, 2}};
     const ComplexDouble sum =
         stat_Sum(parr_c1DNumberArray(std::span(elements))).As<ComplexDouble>();
     EXPECT_EQ(sum.re, infinity);
@@ -475,7 +473,7 @@ TYPED_TEST_SUITE(VarianceWithout, FloatingElements);
 
 TYPED_TEST(VarianceWithout, FiniteElementsIsThatOfTheComposition) {
     constexpr double largest = std::numeric_limits<double>::max();
-    for (const double strange : {nan, infinity, -infinity, largest, -0.0})
+    for (const double strange : {notANumber, infinity, -infinity, largest, -0.0})
         for (const double other : {1.0, infinity})
             for (const std::size_t at : {std::size_t{0}, std::size_t{7}, std::size_t{15}}) {
                 if (strange == largest && sizeof(typename PartOf<TypeParam>::type) == sizeof(float))

@@ -2,9 +2,15 @@
 
 // What a call refuses, as text that tests compare.
 
+#include <exception>
 #include <string>
 
+#include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
+
+inline std::string placeOf(const expt_cProgramException& refusal) {
+    return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line());
+}
 
 /// "unit:line" of the program exception that the call throws, "none" when it throws nothing.
 template<class Call>
@@ -12,7 +18,7 @@ std::string refusalOf(Call call) {
     try {
         call();
     } catch (const expt_cProgramException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line());
+        return placeOf(refusal);
     }
     return "none";
 }
@@ -23,12 +29,29 @@ std::string userRefusalOf(Call call) {
     try {
         call();
     } catch (const expt_cUserException& refusal) {
-        return std::string(refusal.SourceFile().Text()) + ":" + std::to_string(refusal.Line()) +
-               ": " + refusal.Message().Text();
+        return placeOf(refusal) + ": " + refusal.Message().Text();
     } catch (const std::exception&) {
         return "other";
     }
     return "none";
+}
+
+/// "kind unit:line" of the library's exception that the call throws, with the message where it is a
+/// user's; "" for none.
+template<class Call>
+std::string refusalWithKindOf(Call call) {
+    try {
+        call();
+    } catch (const expt_cUserException& refusal) {
+        return "user " + placeOf(refusal) + " " + refusal.Message().Text();
+    } catch (const arr_cSizeException& refusal) {
+        return "size " + placeOf(refusal);
+    } catch (const arr_cIndexException& refusal) {
+        return "index " + placeOf(refusal);
+    } catch (const expt_cProgramException& refusal) {
+        return "program " + placeOf(refusal);
+    }
+    return "";
 }
 
 inline const std::string indexRefusal = "arr:1";

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "dataprocessing/operand/scan_source.h"
+#include "tests/support/constants.h"
 #include "tests/support/refusal.h"
 
 namespace {
@@ -20,9 +21,6 @@ using dataprocessing::detail::scan_Source;
 using dataprocessing::detail::scan_Zero;
 using dataprocessing::detail::view_cAxis;
 using dataprocessing::detail::view_cView;
-
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 template<class Operand>
 bool scanned(int kind, const Operand& operand) {
@@ -62,7 +60,7 @@ std::vector<RealCase> realCases() {
             {1, false, false, false, false},        {-1, false, true, true, false},
             {aboveOne, false, false, false, true},  {-aboveOne, false, true, true, true},
             {infinity, false, false, false, true},  {-infinity, false, true, true, true},
-            {nan, true, true, true, true}};
+            {notANumber, true, true, true, true}};
 }
 
 template<class T>
@@ -127,7 +125,7 @@ TYPED_TEST(RealScan, OfAnImageDoesNotDependOnItsShape) {
 
 TYPED_TEST(RealScan, LooksNoFurtherThanItsElements) {
     // What lies right behind the scanned elements has every property.
-    std::vector<TypeParam> elements(600, TypeParam(nan));
+    std::vector<TypeParam> elements(600, TypeParam(notANumber));
     for (const int count : counts) {
         if (count >= 600)
             continue;
@@ -177,9 +175,9 @@ TYPED_TEST(ComplexScan, OfAnArrayFindsTheZeroWhereverItStands) {
             ASSERT_FALSE(isZero());
             elements[static_cast<std::size_t>(at)] = Complex(0, 0);
             ASSERT_TRUE(isZero()) << at << " of " << count;
-            elements[static_cast<std::size_t>(at)] = Complex(static_cast<TypeParam>(nan), 0);
+            elements[static_cast<std::size_t>(at)] = Complex(static_cast<TypeParam>(notANumber), 0);
             ASSERT_TRUE(isZero()) << at << " of " << count;
-            elements[static_cast<std::size_t>(at)] = Complex(static_cast<TypeParam>(nan), 1);
+            elements[static_cast<std::size_t>(at)] = Complex(static_cast<TypeParam>(notANumber), 1);
             ASSERT_FALSE(isZero()) << at << " of " << count;
         }
 }

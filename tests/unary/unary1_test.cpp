@@ -13,12 +13,11 @@
 #include <vector>
 
 #include "tests/failing_new.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double largest = std::numeric_limits<double>::max();
 constexpr double smallest = std::numeric_limits<double>::min();
 constexpr double least = std::numeric_limits<double>::denorm_min();
@@ -157,7 +156,7 @@ std::vector<T> realElements(eDomain domain) {
         add(x);
         add(-x);
     }
-    add(nan);
+    add(notANumber);
     std::mt19937_64 random(20);
     std::uniform_real_distribution<double> near(-1, 1);
     std::uniform_int_distribution<int> exponent(-40, 40);
@@ -392,11 +391,11 @@ struct Widening {
 
 // One element that has no real result makes the whole operand complex double.
 TEST(UnaryOfReals, OneElementOutsideTheDomainWidensTheWholeArray) {
-    const Widening cases[] = {{unry_Log, 0.0},    {unry_Log, -0.0},    {unry_Log, -2},
-                              {unry_Log, nan},    {unry_Log, -least},  {unry_Log10, 0.0},
-                              {unry_Log10, -0.0}, {unry_Log10, -100},  {unry_Log10, nan},
-                              {unry_Sqrt, -4},    {unry_Sqrt, -least}, {unry_Sqrt, -infinity},
-                              {unry_Sqrt, nan}};
+    const Widening cases[] = {{unry_Log, 0.0},        {unry_Log, -0.0},    {unry_Log, -2},
+                              {unry_Log, notANumber}, {unry_Log, -least},  {unry_Log10, 0.0},
+                              {unry_Log10, -0.0},     {unry_Log10, -100},  {unry_Log10, notANumber},
+                              {unry_Sqrt, -4},        {unry_Sqrt, -least}, {unry_Sqrt, -infinity},
+                              {unry_Sqrt, notANumber}};
     for (const Widening& c : cases)
         for (const int count : {1, 2, 512, 513, 1500})
             for (const int at : {0, count / 2, count - 1}) {
@@ -461,8 +460,8 @@ TYPED_TEST(UnaryOfReals, ArcCosineAndSineRefuseWhatLiesOutsideUnity) {
         outside.insert(outside.end(), {-2, -100});
     if (std::is_floating_point_v<TypeParam>)
         outside.insert(outside.end(),
-                       {static_cast<double>(std::nextafter(static_cast<float>(1), 2.0F)), -1.5, nan,
-                        infinity, -infinity});
+                       {static_cast<double>(std::nextafter(static_cast<float>(1), 2.0F)), -1.5,
+                        notANumber, infinity, -infinity});
     for (const double x : outside)
         for (const int count : {1, 2, 600})
             for (const int at : {0, count - 1}) {
@@ -483,7 +482,7 @@ TYPED_TEST(UnaryOfReals, ArcCosineAndSineRefuseWhatLiesOutsideUnity) {
 
 TEST(Unary, ArcCosineOfAComplexNumberIsNeverRefused) {
     EXPECT_EQ(acos(pnum_cNumber(ComplexDouble(2, 0))).DataType(), dtyp_ComplexDouble);
-    const pnum_cNumber nans(ComplexDouble(nan, nan));
+    const pnum_cNumber nans(ComplexDouble(notANumber, notANumber));
     EXPECT_NO_THROW(acos(nans));
     EXPECT_NO_THROW(asin(nans));
 }

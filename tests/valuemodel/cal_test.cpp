@@ -1,15 +1,13 @@
 #include "dataprocessing/valuemodel/cal.h"
+#include "tests/support/constants.h"
 
 #include <climits>
 #include <cmath>
-#include <limits>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 namespace {
-
-constexpr double inf = std::numeric_limits<double>::infinity();
 
 template<class Cal>
 std::string printed(const Cal& cal) {
@@ -90,12 +88,12 @@ TEST(Calibration, IndexIsClampedToInt) {
     EXPECT_EQ(cal.Index(2147483646.5), INT_MAX);
     EXPECT_EQ(cal.Index(2147483647.6), INT_MAX);
     EXPECT_EQ(cal.Index(1e300), INT_MAX);
-    EXPECT_EQ(cal.Index(inf), INT_MAX);
+    EXPECT_EQ(cal.Index(infinity), INT_MAX);
     EXPECT_EQ(cal.Index(-2147483647.0), -INT_MAX);
     EXPECT_EQ(cal.Index(-2147483648.0), INT_MIN);
     EXPECT_EQ(cal.Index(-2147483649.0), INT_MIN);
     EXPECT_EQ(cal.Index(-1e300), INT_MIN);
-    EXPECT_EQ(cal.Index(-inf), INT_MIN);
+    EXPECT_EQ(cal.Index(-infinity), INT_MIN);
 }
 
 TEST(Calibration, IndexOfAPositionWithoutOneIsZero) {

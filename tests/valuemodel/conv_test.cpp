@@ -13,12 +13,10 @@
 #include "dataprocessing/valuemodel/darr.h"
 #include "dataprocessing/valuemodel/parr.h"
 #include "dataprocessing/valuemodel/pnum.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double inf = std::numeric_limits<double>::infinity();
 
 // The rules, written plainly: an 80-bit long double holds every real element exactly.
 
@@ -58,8 +56,8 @@ std::vector<double> interestingReals(std::mt19937_64& random) {
     std::vector<double> values = {0.0,
                                   -0.0,
                                   notANumber,
-                                  inf,
-                                  -inf,
+                                  infinity,
+                                  -infinity,
                                   5e-324,
                                   -5e-324,
                                   1e-310,
@@ -73,7 +71,8 @@ std::vector<double> interestingReals(std::mt19937_64& random) {
                                4294967296.0, 9007199254740992.0, 9.3e18, 1.8446744073709552e19})
         for (const double step : {0.0, 0.25, 0.5, 0.75, 1.0, 1.5, 2.5, 3.5})
             for (const double x : {limit + step, limit - step})
-                for (const double y : {x, std::nextafter(x, inf), std::nextafter(x, -inf)}) {
+                for (const double y :
+                     {x, std::nextafter(x, infinity), std::nextafter(x, -infinity)}) {
                     values.push_back(y);
                     values.push_back(-y);
                 }
@@ -238,7 +237,7 @@ TEST(Conversion, ModulusAndPhaseAreThoseOfTheValueInDoublePrecision) {
                             // The plain formula does not overflow in the wider format.
                             const long double exact = mode == 3 ? std::atan2(im, re)
                                                       : std::isinf(re) || std::isinf(im)
-                                                          ? inf
+                                                          ? infinity
                                                           : std::sqrt(re * re + im * im);
                             // The double may be one unit off in the last place, so what it becomes
                             // is one of what its neighbours become.
@@ -246,8 +245,10 @@ TEST(Conversion, ModulusAndPhaseAreThoseOfTheValueInDoublePrecision) {
                             const To got = result.Elements<To>()[i];
                             const bool found =
                                 isSameElement(got, expectedReal<To>(near)) ||
-                                isSameElement(got, expectedReal<To>(std::nextafter(near, inf))) ||
-                                isSameElement(got, expectedReal<To>(std::nextafter(near, -inf)));
+                                isSameElement(got,
+                                              expectedReal<To>(std::nextafter(near, infinity))) ||
+                                isSameElement(got,
+                                              expectedReal<To>(std::nextafter(near, -infinity)));
                             ASSERT_TRUE(found) << from << " to " << to << ", mode " << mode << ": "
                                                << values[i] << " gave " << +got;
                         }
@@ -273,7 +274,7 @@ TEST(Conversion, ModesOfKnownComplexValues) {
                  {0, 0, conv_Modulus, 0},
                  {3e300, 4e300, conv_Modulus, 5e300},
                  {3e-300, 4e-300, conv_Modulus, 5e-300},
-                 {inf, notANumber, conv_Modulus, inf},
+                 {infinity, notANumber, conv_Modulus, infinity},
                  {1, notANumber, conv_Modulus, notANumber},
                  {notANumber, 1, conv_ImaginaryPart, 1}};
     for (const auto& row : table) {
@@ -295,11 +296,10 @@ TEST(Conversion, ModesOfKnownComplexValues) {
 }
 
 TEST(Conversion, ModulusOfSinglePrecisionHoldsForEveryMagnitude) {
-    const float inf = std::numeric_limits<float>::infinity();
-    const float notANumber = std::numeric_limits<float>::quiet_NaN();
-    const float parts[] = {0.0f,     -0.0f, 1e-45f, -3e-39f,   1.17549435e-38f,
-                           -0.7f,    3.0f,  -4.0f,  1e20f,     3e38f,
-                           -3.4e38f, inf,   -inf,   notANumber};
+    constexpr float beyond = std::numeric_limits<float>::infinity();
+    constexpr float undefined = std::numeric_limits<float>::quiet_NaN();
+    const float parts[] = {0.0f,  -0.0f, 1e-45f, -3e-39f,  1.17549435e-38f, -0.7f,   3.0f,
+                           -4.0f, 1e20f, 3e38f,  -3.4e38f, beyond,          -beyond, undefined};
     std::vector<ComplexFloat> values; // more than a vector holds, in any lane
     for (const float re : parts)
         for (const float im : parts)

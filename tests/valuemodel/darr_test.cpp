@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <limits>
 #include <random>
 #include <utility>
 
@@ -12,12 +11,10 @@
 #include "dataprocessing/valuemodel/resc.h"
 #include "tests/failing_new.h"
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double inf = std::numeric_limits<double>::infinity();
 
 /// What a selection has at each place: the element that lay there, zero outside.
 template<class T>
@@ -320,7 +317,7 @@ TEST(SelectionByRange, OutsideOfTheArrayIsZeros) {
         EXPECT_EQ(line.Selection(rnge_c1DRange(1e300, -1e300), select).Size(), 0);
         EXPECT_EQ(refusalOf([&] { line.Selection(rnge_c1DRange(-1e300, 1e300), select); }),
                   sizeRefusal);
-        EXPECT_EQ(refusalOf([&] { line.Selection(rnge_c1DRange(-inf, inf), select); }),
+        EXPECT_EQ(refusalOf([&] { line.Selection(rnge_c1DRange(-infinity, infinity), select); }),
                   sizeRefusal);
     }
 }
@@ -459,8 +456,9 @@ TEST(Value, WithoutInterpolationIsTheElementThatCoversThePosition) {
     const struct {
         double x;
         int value;
-    } table[] = {{5, 10},  {6.9, 10}, {7, 20},      {8.9, 20},   {9, 30},   {10.9, 30}, {11, 30},
-                 {99, 30}, {4.9, 10}, {-1e300, 10}, {1e300, 30}, {inf, 30}, {-inf, 10}};
+    } table[] = {{5, 10},     {6.9, 10},      {7, 20},        {8.9, 20}, {9, 30},
+                 {10.9, 30},  {11, 30},       {99, 30},       {4.9, 10}, {-1e300, 10},
+                 {1e300, 30}, {infinity, 30}, {-infinity, 10}};
     for (const auto& row : table) {
         const pnum_cNumber value = line.Value(row.x, darr_NoInterpolation);
         EXPECT_EQ(value.As<int>(), row.value) << row.x;
@@ -472,8 +470,8 @@ TEST(Value, LinearInterpolationLiesBetweenNeighbours) {
     const darr_c1DArray line = lineOf<short>({10, 20, -30}, cal_c1DArrayCal(5, 2, 0));
     const struct {
         double x, value;
-    } table[] = {{5, 10},  {5.5, 12.5}, {6, 15}, {7, 20},      {8, -5},    {8.5, -17.5},
-                 {9, -30}, {9.5, -30},  {4, 10}, {-1e300, 10}, {inf, -30}, {-inf, 10}};
+    } table[] = {{5, 10},  {5.5, 12.5}, {6, 15}, {7, 20},      {8, -5},         {8.5, -17.5},
+                 {9, -30}, {9.5, -30},  {4, 10}, {-1e300, 10}, {infinity, -30}, {-infinity, 10}};
     for (const auto& row : table) {
         const pnum_cNumber value = line.Value(row.x, darr_LinearInterpolation);
         EXPECT_EQ(value.As<double>(), row.value) << row.x;
@@ -502,16 +500,17 @@ TEST(Value, OfOneElementIsThatElement) {
 }
 
 TEST(Value, ANeighbourOfWeightZeroDoesNotMatter) {
-    const darr_c1DArray line = lineOf<double>({inf, 1, notANumber, 2, inf, inf, -inf});
+    const darr_c1DArray line =
+        lineOf<double>({infinity, 1, notANumber, 2, infinity, infinity, -infinity});
     const auto at = [&](double x) { return line.Value(x, darr_LinearInterpolation).As<double>(); };
     EXPECT_EQ(at(1), 1);
     EXPECT_EQ(at(3), 2);
-    EXPECT_EQ(at(0), inf);
-    EXPECT_EQ(at(9), -inf);
+    EXPECT_EQ(at(0), infinity);
+    EXPECT_EQ(at(9), -infinity);
     EXPECT_TRUE(std::isnan(at(2)));
     EXPECT_TRUE(std::isnan(at(1.5)));
-    EXPECT_EQ(at(0.5), inf);
-    EXPECT_EQ(at(4.5), inf);
+    EXPECT_EQ(at(0.5), infinity);
+    EXPECT_EQ(at(4.5), infinity);
     EXPECT_TRUE(std::isnan(at(5.5)));
 }
 
@@ -691,8 +690,8 @@ TEST(ValueInAPlane, OfOneRowIsThatOfTheLine) {
 }
 
 TEST(ValueInAPlane, NeighboursOfWeightZeroDoNotMatter) {
-    const darr_c2DArray plane =
-        planeOf(3, 3, std::vector<double>{notANumber, inf, 1, -inf, 5, 7, notANumber, 9, 4});
+    const darr_c2DArray plane = planeOf(
+        3, 3, std::vector<double>{notANumber, infinity, 1, -infinity, 5, 7, notANumber, 9, 4});
     const auto value = [&](double x, double y) {
         return plane.Value(x, y, darr_LinearInterpolation).As<double>();
     };
@@ -709,7 +708,7 @@ TEST(ValueInAPlane, WithoutAnElementOrAnIndexIsRefused) {
     const auto linear = darr_LinearInterpolation;
     EXPECT_EQ(refusalOf([&] { plane.Value(notANumber, 0, linear); }), indexRefusal);
     EXPECT_EQ(refusalOf([&] { plane.Value(0, notANumber, linear); }), indexRefusal);
-    EXPECT_EQ(plane.Value(inf, -inf, linear).As<double>(), 2);
+    EXPECT_EQ(plane.Value(infinity, -infinity, linear).As<double>(), 2);
     EXPECT_EQ(refusalOf([&] { darr_c2DArray().Value(0, 0, linear); }), indexRefusal);
     EXPECT_EQ(refusalOf([&] { darr_c2DArray(0, 3, dtyp_Float, {}).Value(0, 0, linear); }),
               indexRefusal);

@@ -14,6 +14,8 @@
 #include "dataprocessing/valuemodel/darr.h"
 #include "tests/failing_new.h"
 #include "tests/support/elements.h"
+#include "tests/support/refusal.h"
+#include "tests/support/refusal_expected.h"
 
 namespace {
 
@@ -144,13 +146,9 @@ TEST(NumberArray, SpanOfAnotherSizeThanThePlaneIsRefused) {
 
 TEST(NumberArray, ARefusedSpanSaysWhatSizeIsNeeded) {
     const std::vector<int> elements(6);
-    try {
-        planeOf(2, 2, elements);
-        ADD_FAILURE() << "taken";
-    } catch (const arr_cSizeException& refusal) {
-        EXPECT_EQ(refusal.Size(), 6);
-        EXPECT_EQ(refusal.Expected(), 4);
-    }
+    const auto refusal = caught<arr_cSizeException>([&] { planeOf(2, 2, elements); });
+    EXPECT_EQ(refusal.Size(), 6);
+    EXPECT_EQ(refusal.Expected(), 4);
 }
 
 TEST(NumberArray, StorageBeginsOnACacheLine) {
@@ -215,13 +213,9 @@ TEST(NumberArray, IndicesAreCheckedOnAllSides) {
     EXPECT_EQ(refusalOf([] { parr_c1DNumberArray().Number(0); }), indexRefusal);
     EXPECT_EQ(elementsOf<int>(line), std::vector<int>(3, 1));
     EXPECT_EQ(elementsOf<int>(plane), std::vector<int>(6, 1));
-    try {
-        line.Number(7);
-        ADD_FAILURE();
-    } catch (const arr_cIndexException& refusal) {
-        EXPECT_EQ(refusal.Index(), 7);
-        EXPECT_EQ(refusal.Size(), 3);
-    }
+    const auto refusal = caught<arr_cIndexException>([&] { line.Number(7); });
+    EXPECT_EQ(refusal.Index(), 7);
+    EXPECT_EQ(refusal.Size(), 3);
 }
 
 TEST(NumberArray, CopiesAreIndependent) {

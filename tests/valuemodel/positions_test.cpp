@@ -15,20 +15,19 @@
 #include "dataprocessing/valuemodel/view.h"
 #include "tests/support/arrays.h"
 #include "tests/support/calibrations.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
 
 using dataprocessing::detail::view_cPlaces;
 
-constexpr double inf = std::numeric_limits<double>::infinity();
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 constexpr rnge_eIndexSelect rules[] = {rnge_IndexFloor, rnge_IndexNearest, rnge_IndexOuter,
                                        rnge_IndexCeiling};
 
 /// Different elements, some of which spoil their neighbours where they are mixed with them.
 std::vector<double> spoilingElements(int count, RandomCalibrations& random) {
-    const double spoilers[] = {notANumber, inf, -inf, 1e308};
+    const double spoilers[] = {notANumber, infinity, -infinity, 1e308};
     std::vector<double> elements;
     for (int i = 0; i < count; ++i)
         elements.push_back(random.Below(4) == 0 ? spoilers[random.Below(4)] : 1 + i);
@@ -388,7 +387,7 @@ TEST(Positions, CountsOfALengthAreThatOfTheNearestWholeOne) {
     EXPECT_EQ(cal_cArrayCal(0, -0.5, 0).Count(-2), 4);
     EXPECT_EQ(refusalOf([&] { cal.Count(-0.26); }), sizeRefusal);
     EXPECT_EQ(refusalOf([&] { cal.Count(notANumber); }), sizeRefusal);
-    EXPECT_EQ(refusalOf([&] { cal.Count(inf); }), sizeRefusal);
+    EXPECT_EQ(refusalOf([&] { cal.Count(infinity); }), sizeRefusal);
     EXPECT_EQ(refusalOf([&] { cal.Count(INT_MAX / 2 + 0.5); }), "none");
     EXPECT_EQ(refusalOf([&] { cal.Count(INT_MAX / 2 + 1.0); }), sizeRefusal);
     EXPECT_EQ(refusalOf([] { cal_cArrayCal(0, 0, 0).Count(1); }), sizeRefusal);

@@ -11,12 +11,10 @@
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/valuemodel/resc.h"
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 template<class T>
 using ResultOf = std::conditional_t<std::is_integral_v<T>, double, T>;

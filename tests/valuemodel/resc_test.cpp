@@ -11,12 +11,10 @@
 
 #include "dataprocessing/base/arr.h"
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double inf = std::numeric_limits<double>::infinity();
 
 /// Where a position of the result lies between the stored elements of one axis.
 struct sPlace {
@@ -41,7 +39,6 @@ struct sPlace {
 /// tie that the roundings decide.
 template<class Part>
 void checkPart(Part got, long double wanted, long double scale) {
-    const long double epsilon = std::numeric_limits<double>::epsilon();
     const long double tolerance = 8 * epsilon * scale;
     if constexpr (std::is_floating_point_v<Part>) {
         const long double rounding =
@@ -230,19 +227,20 @@ TEST(Rescale, ExtremeIntegersSurvive) {
 }
 
 TEST(Rescale, NeighboursOfWeightZeroDoNotMatter) {
-    const std::vector<double> elements = {1, inf, 2, notANumber, 3, -inf};
+    const std::vector<double> elements = {1, infinity, 2, notANumber, 3, -infinity};
     const auto coarse = elementsOf<double>(resc_Rescale(lineOf(elements), 2));
     EXPECT_EQ(coarse, (std::vector<double>{1, 2, 3}));
     const auto fine = elementsOf<double>(resc_Rescale(lineOf(elements), 0.5));
     ASSERT_EQ(fine.size(), 12u);
-    const std::vector<double> wanted = {1,          inf,        inf, inf,  2,    notANumber,
-                                        notANumber, notANumber, 3,   -inf, -inf, -inf};
+    const std::vector<double> wanted = {1, infinity,   infinity,   infinity,
+                                        2, notANumber, notANumber, notANumber,
+                                        3, -infinity,  -infinity,  -infinity};
     for (std::size_t i = 0; i < wanted.size(); ++i)
         EXPECT_TRUE(isSameElement(fine[i], wanted[i])) << i << ": " << fine[i];
     // Rows too.
     const darr_c2DArray plane = planeOf<double>(2, 3, {1, 2, notANumber, notANumber, 5, 6});
     EXPECT_EQ(elementsOf<double>(resc_Rescale(plane, 1, 2)), (std::vector<double>{1, 2, 5, 6}));
-    const darr_c2DArray columns = planeOf<double>(3, 1, {1, inf, 3});
+    const darr_c2DArray columns = planeOf<double>(3, 1, {1, infinity, 3});
     EXPECT_EQ(elementsOf<double>(resc_Rescale(columns, 2, 1)), (std::vector<double>{1, 3}));
 }
 
@@ -254,8 +252,8 @@ TEST(Rescale, BetweenTheLargestValuesDoesNotOverflow) {
 }
 
 TEST(Rescale, InfiniteNeighboursStayInfinite) {
-    EXPECT_EQ(elementsOf<double>(resc_Rescale(lineOf<double>({inf, inf}), 0.5)),
-              std::vector<double>(4, inf));
+    EXPECT_EQ(elementsOf<double>(resc_Rescale(lineOf<double>({infinity, infinity}), 0.5)),
+              std::vector<double>(4, infinity));
 }
 
 TEST(Rescale, OfOneElementHoldsIt) {
@@ -312,7 +310,7 @@ TEST(Rescale, StretchesCoverLongLinesAtEveryRatio) {
 TEST(Rescale, DeltasThatAreNotPositiveAndFiniteAreRefused) {
     const darr_c1DArray line = lineOf(countedElements<int>(3));
     const darr_c2DArray plane = planeOf(3, 1, countedElements<int>(3));
-    for (const double delta : {0.0, -0.0, -1.0, notANumber, inf, -inf}) {
+    for (const double delta : {0.0, -0.0, -1.0, notANumber, infinity, -infinity}) {
         EXPECT_EQ(refusalOf([&] { resc_Rescale(line, delta); }), "resc:1") << delta;
         EXPECT_EQ(refusalOf([&] { resc_Rescale(darr_c1DArray(), delta); }), "resc:1") << delta;
         EXPECT_EQ(refusalOf([&] { resc_Rescale(plane, delta, 1); }), "resc:1") << delta;
@@ -342,8 +340,8 @@ TEST(Rescale, SourcesWithoutALengthAreRefusedOrEmpty) {
     };
     EXPECT_EQ(of(-1), "resc:1"); // the other direction
     EXPECT_EQ(of(-1e300), "resc:1");
-    EXPECT_EQ(of(-inf), "resc:1");
+    EXPECT_EQ(of(-infinity), "resc:1");
     EXPECT_EQ(of(notANumber), sizeRefusal);
-    EXPECT_EQ(of(inf), sizeRefusal);
+    EXPECT_EQ(of(infinity), sizeRefusal);
     EXPECT_EQ(of(0), "none");
 }

@@ -1,10 +1,10 @@
 #include "dataprocessing/valuemodel/rnge.h"
+#include "tests/support/constants.h"
 
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <cmath>
-#include <limits>
 #include <sstream>
 #include <type_traits>
 #include <vector>
@@ -14,9 +14,6 @@
 #include "tests/support/elements.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double inf = std::numeric_limits<double>::infinity();
 
 /// Writes down what it hears.
 class Listener : public mesg_cReceiver {
@@ -163,7 +160,7 @@ TEST(Range, ContainsIsHalfOpen) {
     EXPECT_FALSE(range.Contains(notANumber));
     EXPECT_FALSE(rnge_c1DRange(3, 1).Contains(2));
     EXPECT_FALSE(rnge_c1DRange(1, 1).Contains(1));
-    EXPECT_TRUE(rnge_c1DRange(-inf, inf).Contains(1e300));
+    EXPECT_TRUE(rnge_c1DRange(-infinity, infinity).Contains(1e300));
 }
 
 TEST(Range, EqualityIsExact) {
@@ -184,7 +181,7 @@ TEST(Range, IntersectionUnionAndIntersects) {
         {{1, 3}, {3, 5}, {3, 3}, {1, 5}, false}, // touching
         {{1, 2}, {7, 9}, {7, 7}, {1, 9}, false}, // disjoint: empty at the later start
         {{1, 3}, {2, 2}, {2, 2}, {1, 3}, false},
-        {{-inf, 2}, {1, inf}, {1, 2}, {-inf, inf}, true},
+        {{-infinity, 2}, {1, infinity}, {1, 2}, {-infinity, infinity}, true},
         {{5, 1}, {2, 3}, {5, 5}, {2, 3}, false},
         {{5, 1}, {7, 3}, {7, 7}, {7, 1}, false}, // both run backwards
         {{0, 0}, {4, 6}, {4, 4}, {4, 6}, false}, // the hull with an empty range is the other
@@ -319,7 +316,7 @@ TEST(Rectangle, HugeAnglesTurnAndDoNotDistort) {
 }
 
 TEST(Rectangle, AnglesThatAreNoneGiveNoCorners) {
-    for (const double angle : {notANumber, inf, -inf}) {
+    for (const double angle : {notANumber, infinity, -infinity}) {
         const rnge_c2DRange r(0, 0, 6, 2, angle);
         EXPECT_TRUE(std::isnan(r.Left()));
         EXPECT_FALSE(r.Contains(0, 0));
@@ -455,7 +452,7 @@ TEST(IndexRange, HoldsItsIndices) {
 TEST(IndexRange, IsClampedToInt) {
     for (int rule = 0; rule < 4; ++rule) {
         const auto select = static_cast<rnge_eIndexSelect>(rule);
-        for (const double far : {1e10, 1e300, inf}) {
+        for (const double far : {1e10, 1e300, infinity}) {
             EXPECT_EQ(rnge_c1DIndexRange(rnge_c1DRange(-far, far), cal_cArrayCal(), select),
                       rnge_c1DIndexRange(INT_MIN, INT_MAX));
             EXPECT_EQ(rnge_c1DIndexRange(rnge_c1DRange(far, -far), cal_cArrayCal(), select),
