@@ -8,27 +8,6 @@
 
 #include "dataprocessing/base/dtyp_visit.h"
 
-namespace dataprocessing::detail {
-
-namespace {
-
-/// The index along one row of the result: x * step + start.
-struct warp_sLine {
-    double step;
-    double start;
-    double tolerance;
-};
-
-/// The columns [first, last) of the result.
-struct warp_sSpan {
-    int first;
-    int last;
-};
-
-} // namespace
-
-} // namespace dataprocessing::detail
-
 #define LEVEL_KERNELS "dataprocessing/geometry/warp_to_kernels.inc"
 #include "dataprocessing/platform/level_each.h"
 

@@ -8,6 +8,19 @@
 
 namespace dataprocessing::detail {
 
+/// The index along one row of the result: x * step + start.
+struct warp_sLine {
+    double step;
+    double start;
+    double tolerance;
+};
+
+/// The columns [first, last) of the result.
+struct warp_sSpan {
+    int first;
+    int last;
+};
+
 /// From the element (x, y) of the result to a real-valued index of the image along one of its axes:
 /// (x * alongX) + (y * alongY + start), in this order.
 struct warp_sAxisMap {

@@ -897,8 +897,7 @@ TEST(PeakFit, ValuesThatCannotBeSquaredAreRefused) {
     options.weights.assign(8, 1);
     for (const double size : {1e-170, 1e-150, 1e150, 1e170}) {
         const std::vector<double> y(8, size);
-        expectRefusal(
-            14, [&] { pkmd_Fit(model, darr_c1DArray{std::span(y)}, options); }, "nlsq");
+        ExpectRefusal("nlsq")(14, [&] { pkmd_Fit(model, darr_c1DArray{std::span(y)}, options); });
     }
     const std::vector<double> zeros(8);
     const nlsq_sResult nothing = pkmd_Fit(model, darr_c1DArray{std::span(zeros)}, options).fit;
@@ -952,8 +951,7 @@ TEST(PeakModel, MisuseIsRefused) {
     expectRefusal(2, [&] { model.Values(values, values, values); });
 
     const auto refused = [&](int line, const pkmd_sOptions& options, const char* unit = "pkmd") {
-        ExpectRefusal expected(unit);
-        expected(line, [&] { pkmd_Fit(model, y, options); });
+        ExpectRefusal{unit}(line, [&] { pkmd_Fit(model, y, options); });
     };
     pkmd_sOptions options;
     options.from = 100;
