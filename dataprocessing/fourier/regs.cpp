@@ -138,6 +138,19 @@ struct sPeak {
     double rank;
 };
 
+/// From the middle one of three values to the vertex of the parabola through them.
+double vertex(float before, float here, float after) {
+    const double part =
+        0.5 * (static_cast<double>(after) - static_cast<double>(before)) /
+        (2 * static_cast<double>(here) - static_cast<double>(before) - static_cast<double>(after));
+    return std::fabs(part) <= 0.5 ? part : 0;
+}
+
+struct sPlace {
+    double x;
+    double y;
+};
+
 /// The peaks of the correlation over all shifts at which enough overlaps.
 class cSearch {
 public:
@@ -165,6 +178,17 @@ public:
         return peaks;
     }
 
+    /// Where the peak at a shift lies between elements.
+    sPlace Between(const sShift& shift) const {
+        const auto along = [&](int dx, int dy) {
+            return vertex(correlation_.At(shift.x - dx, shift.y - dy),
+                          correlation_.At(shift.x, shift.y),
+                          correlation_.At(shift.x + dx, shift.y + dy));
+        };
+        return {shift.x + (fixed_.sizeX + moved_.sizeX > 4 ? along(1, 0) : 0),
+                shift.y + (fixed_.sizeY + moved_.sizeY > 4 ? along(0, 1) : 0)};
+    }
+
 private:
     using Candidate = std::pair<float, sShift>;
 
@@ -177,13 +201,15 @@ private:
             return a.first > b.first;
         };
         std::vector<Candidate> highest; // a heap, the lowest first
-        for (std::size_t j = 0; j < alongY.size(); ++j)
+        float least = 0;
+        for (std::size_t j = 0; j < alongY.size(); ++j) {
+            const int y = static_cast<int>(j) + 1 - fixed_.sizeY;
+            const float* row = correlation_.Row(y);
             for (std::size_t i = 0; i < alongX.size(); ++i) {
-                const sShift shift{static_cast<int>(i) + 1 - fixed_.sizeX,
-                                   static_cast<int>(j) + 1 - fixed_.sizeY};
-                const float value = correlation_.At(shift.x, shift.y) * alongX[i] * alongY[j];
-                if (!(value > (highest.size() < most ? 0.0F : highest.front().first)) ||
-                    !IsPeak(shift))
+                const sShift shift{static_cast<int>(i) + 1 - fixed_.sizeX, y};
+                const int column = shift.x < 0 ? shift.x + correlation_.SizeX() : shift.x;
+                const float value = row[column] * alongX[i] * alongY[j];
+                if (!(value > least) || !IsPeak(shift))
                     continue;
                 if (highest.size() == most) {
                     std::pop_heap(highest.begin(), highest.end(), isLower);
@@ -191,7 +217,9 @@ private:
                 }
                 highest.emplace_back(value, shift);
                 std::push_heap(highest.begin(), highest.end(), isLower);
+                least = highest.size() < most ? 0.0F : highest.front().first;
             }
+        }
         std::sort_heap(highest.begin(), highest.end(), isLower);
         // What is far below the highest one is not worth a comparison; there is always a second.
         while (highest.size() > 2 && highest.back().first < 0.5F * highest.front().first)
@@ -259,19 +287,6 @@ regs_sPlane faded(const regs_sPlane& plane, int firstX, int firstY, int sizeX, i
     return part;
 }
 
-/// From the middle one of three values to the vertex of the parabola through them.
-double vertex(float before, float here, float after) {
-    const double part =
-        0.5 * (static_cast<double>(after) - static_cast<double>(before)) /
-        (2 * static_cast<double>(here) - static_cast<double>(before) - static_cast<double>(after));
-    return std::fabs(part) <= 0.5 ? part : 0;
-}
-
-struct sPlace {
-    double x;
-    double y;
-};
-
 /// The shift near `start`, at most `reach` away, of what overlaps there.
 sPlace refined(const regs_sPlane& fixed, const regs_sPlane& moved, const sShift& start,
                const sShift& reach, const regs_sOptions& options) {
@@ -319,7 +334,7 @@ regs_s2DShift found(const regs_sPlane& fixed, const regs_sPlane& moved,
                     const regs_sOptions& options) {
     const bool isLine = fixed.sizeY == 1 && moved.sizeY == 1;
     const bool banded = isBanded({options.low, options.high});
-    const int most = isLine ? 1 << 16 : 512;
+    const int most = isLine ? 1 << 16 : 160;
     int perX = averagedAlong(fixed.sizeX, moved.sizeX, most, options.low);
     int perY = averagedAlong(fixed.sizeY, moved.sizeY, most, options.low);
     // Below this the search has not found the content again.
@@ -338,8 +353,11 @@ regs_s2DShift found(const regs_sPlane& fixed, const regs_sPlane& moved,
         const cSearch search(a, b, {options.low * per, options.high * per}, options.overlap);
         const std::vector<sPeak> peaks = search.Peaks();
         const sShift first = peaks.empty() ? sShift{0, 0} : peaks[0].shift;
-        const sPlace place = refined(fixed, moved, {first.x * perX, first.y * perY},
-                                     {perX + 1, isLine ? 0 : perY + 1}, options);
+        const sPlace peak = search.Between(first);
+        const sShift start{perX == 1 ? first.x : static_cast<int>(std::lround(peak.x * perX)),
+                           perY == 1 ? first.y : static_cast<int>(std::lround(peak.y * perY))};
+        const sPlace place =
+            refined(fixed, moved, start, {perX + 1, isLine ? 0 : perY + 1}, options);
         const double height = coefficient(fixed, moved, static_cast<int>(std::lround(place.x)),
                                           static_cast<int>(std::lround(place.y)));
         if (height > best.height) {

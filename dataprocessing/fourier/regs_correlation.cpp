@@ -88,21 +88,29 @@ private:
     int height_;
 };
 
-/// conj(a) b, coefficient by coefficient, into `b`.
-void multiply(const darr_c2DArray& first, darr_c2DArray& second, const regs_sBand& limits) {
-    const std::span<const float> a = first.Elements<float>();
-    const std::span<float> b = second.Elements<float>();
-    const cBand band(limits, first.SizeX(), first.SizeY());
+/// conj(a) b, coefficient by coefficient, into `b`; 0 where `has(u, v)` is false.
+template<class Has>
+void multiply(const darr_c2DArray& first, darr_c2DArray& second, const Has& has) {
+    const float* a = first.Elements<float>().data();
+    float* b = second.Elements<float>().data();
     forEachCoefficient(
         first.SizeX(), first.SizeY(),
-        [&](int u, int v, std::size_t i) { b[i] = band.Has(u, v) ? a[i] * b[i] : 0.0F; },
+        [&](int u, int v, std::size_t i) { b[i] = has(u, v) ? a[i] * b[i] : 0.0F; },
         [&](int u, int v, std::size_t re, std::size_t im) {
             const comp_cComplex<float> p(a[re], a[im]);
             const comp_cComplex<float> q(b[re], b[im]);
-            const bool has = band.Has(u, v);
-            b[re] = has ? p.re * q.re + p.im * q.im : 0.0F;
-            b[im] = has ? p.re * q.im - p.im * q.re : 0.0F;
+            const bool isIn = has(u, v);
+            b[re] = isIn ? p.re * q.re + p.im * q.im : 0.0F;
+            b[im] = isIn ? p.re * q.im - p.im * q.re : 0.0F;
         });
+}
+void multiply(const darr_c2DArray& first, darr_c2DArray& second, const regs_sBand& limits) {
+    if (limits.low <= 0 && limits.high >= std::sqrt(2.0)) {
+        multiply(first, second, [](int u, int v) { return (u | v) != 0; });
+        return;
+    }
+    const cBand band(limits, first.SizeX(), first.SizeY());
+    multiply(first, second, [&](int u, int v) { return band.Has(u, v); });
 }
 
 /// Multiplies each coefficient with its magnitude over the sum of that and ten times the median of
