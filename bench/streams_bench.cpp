@@ -1,8 +1,9 @@
-// Numbers to and from tagged streams in memory. The peer is streams.py.
+// Numbers to and from tagged streams in memory, arrays to and from files. The peer is streams.py.
 //
 // usage: bench_streams DIRECTORY   (where samples of the results go)
 
 #include <cstddef>
+#include <fstream>
 #include <span>
 #include <sstream>
 #include <string>
@@ -54,6 +55,28 @@ void measure(const std::string& directory, const std::string& form, const Label&
     bench::measureFigures(directory, "read_" + form, count, [&] { return readAll<Input>(text); });
 }
 
+/// An array of 16 MiB as a record in a file.
+void measureArray(const std::string& directory) {
+    constexpr std::size_t large = std::size_t{1} << 21;
+    std::vector<double> elements;
+    for (std::size_t i = 0; i < large; ++i)
+        elements.push_back(bench::real(static_cast<std::uint32_t>(i), 1));
+    const darr_c1DArray array(elements);
+    const std::string path = directory + "/array.rec";
+    const auto save = [&] {
+        std::ofstream file(path, std::ios::binary);
+        rcrd_Save(file, array);
+    };
+    const auto load = [&] {
+        std::ifstream file(path, std::ios::binary);
+        darr_c1DArray loaded;
+        rcrd_Load(file, loaded);
+        return loaded;
+    };
+    bench::printTime("save_array", large, bench::nanoseconds(save));
+    bench::measure<double>(directory, "load_array", load);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -62,4 +85,5 @@ int main(int argc, char** argv) {
     measure<tgio_cASCII_ostream, tgio_cASCII_istream>(directory, "text", str_cString("Value"));
     measure<tgio_cBinary_ostream, tgio_cBinary_istream>(directory, "binary",
                                                         static_cast<unsigned short>(7));
+    measureArray(directory);
 }

@@ -63,5 +63,6 @@
 #include "dataprocessing/valuemodel/parr.h"
 #include "dataprocessing/valuemodel/pnum.h"
 #include "dataprocessing/valuemodel/pos.h"
+#include "dataprocessing/valuemodel/rcrd.h"
 #include "dataprocessing/valuemodel/resc.h"
 #include "dataprocessing/valuemodel/rnge.h"

@@ -45,8 +45,10 @@
 /// nothing behind. Open files with `std::ios::binary`.
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <span>
 #include <string>
 
 #include "dataprocessing/base/str.h"
@@ -55,7 +57,8 @@
 
 namespace dataprocessing::detail {
 class tgio_cSteps;
-}
+struct tgio_cBlocks;
+} // namespace dataprocessing::detail
 
 /// The deepest nesting of objects in a tagged stream: an outermost object has depth 1.
 inline constexpr int tgio_MaxDepth = 64;
@@ -199,8 +202,10 @@ protected:
 
 private:
     friend dataprocessing::detail::tgio_cSteps;
+    friend dataprocessing::detail::tgio_cBlocks;
 
     bool good_ = true;
+    bool isOutOfMemory_ = false;
     int depth_ = 0;
 };
 
@@ -309,6 +314,7 @@ public:
     type_cBoolean SkipObject() noexcept;
 
 private:
+    friend dataprocessing::detail::tgio_cBlocks;
     class DATAPROCESSING_NO_EXPORT cParser;
 
     std::istream& stream_;
@@ -341,8 +347,10 @@ public:
     type_cBoolean Write(const tgio_cTaggedStreamObject& object, unsigned short tag) noexcept;
 
 private:
+    friend dataprocessing::detail::tgio_cBlocks;
     class DATAPROCESSING_NO_EXPORT cPrinter;
 
     std::ostream& stream_;
     std::string buffer_;
+    std::span<const std::byte> last_; // what stands behind the buffer
 };

@@ -6,6 +6,7 @@
 #include <concepts>
 #include <cstddef>
 #include <limits>
+#include <new>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -37,6 +38,9 @@ public:
         try {
             if (stream_.good_)
                 step();
+        } catch (const std::bad_alloc&) {
+            stream_.good_ = false;
+            stream_.isOutOfMemory_ = true;
         } catch (...) {
             stream_.good_ = false;
         }

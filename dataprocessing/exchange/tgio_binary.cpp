@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "dataprocessing/exchange/tgio_attempt.h"
+#include "dataprocessing/exchange/tgio_blocks.h"
 
 using dataprocessing::detail::Bytes;
 using dataprocessing::detail::DeliverTo;
@@ -91,7 +92,11 @@ public:
         }
     }
 
-private:
+    void TakeField() {
+        Require(reader_.pending_ || FindField());
+        reader_.pending_ = false;
+    }
+
     void Take(std::span<char> bytes) {
         const auto count = static_cast<std::streamsize>(bytes.size());
         Require(bytes.size() <= reader_.left_ &&
@@ -99,6 +104,7 @@ private:
         reader_.left_ -= bytes.size();
     }
 
+private:
     template<std::unsigned_integral Word>
     Word TakeWord() {
         std::array<char, sizeof(Word)> bytes;
@@ -107,11 +113,6 @@ private:
         for (std::size_t i = 0; i < sizeof(Word); ++i)
             word = static_cast<Word>(word | Word{static_cast<unsigned char>(bytes[i])} << 8 * i);
         return word;
-    }
-
-    void TakeField() {
-        Require(reader_.pending_ || FindField());
-        reader_.pending_ = false;
     }
 
     tgio_cBinary_istream& reader_;
@@ -195,11 +196,21 @@ public:
         EnterObject();
         Require(object.Write(writer_) && writer_.IsGood());
         LeaveObject();
-        const std::size_t length = buffer.size() - start;
+        const std::size_t length = buffer.size() - start + writer_.last_.size();
         Require(length <= UINT32_MAX);
         std::ranges::copy(LittleEndian(static_cast<std::uint32_t>(length)),
                           buffer.begin() + static_cast<std::ptrdiff_t>(lengthPlace));
         Deliver();
+    }
+
+    void PutLast(std::span<const std::byte> bytes, unsigned short tag) {
+        Require(bytes.size() <= UINT32_MAX);
+        PutWord(tag);
+        PutWord(static_cast<std::uint32_t>(bytes.size()));
+        if (Depth() == 1)
+            writer_.last_ = bytes;
+        else
+            writer_.buffer_.append(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     }
 
 private:
@@ -210,8 +221,13 @@ private:
     }
 
     void Deliver() {
-        if (Depth() == 0)
-            DeliverTo(writer_.stream_, writer_.buffer_);
+        if (Depth() > 0)
+            return;
+        DeliverTo(writer_.stream_, writer_.buffer_);
+        const std::span<const std::byte> last = std::exchange(writer_.last_, {});
+        writer_.stream_.write(reinterpret_cast<const char*>(last.data()),
+                              static_cast<std::streamsize>(last.size()));
+        Require(!writer_.stream_.fail());
     }
 
     tgio_cBinary_ostream& writer_;
@@ -242,4 +258,33 @@ type_cBoolean tgio_cBinary_ostream::Write(const tgio_cTaggedStreamObject& object
                                           unsigned short tag) noexcept {
     cPrinter printer(*this);
     return printer.Attempt([&] { printer.PutObject(object, tag); });
+}
+
+bool dataprocessing::detail::tgio_cBlocks::WriteLast(tgio_cBinary_ostream& stream,
+                                                     std::span<const std::byte> bytes,
+                                                     unsigned short tag) noexcept {
+    tgio_cBinary_ostream::cPrinter printer(stream);
+    return printer.Attempt([&] { printer.PutLast(bytes, tag); });
+}
+
+std::uint32_t
+dataprocessing::detail::tgio_cBlocks::Length(const tgio_cBinary_istream& stream) noexcept {
+    return stream.length_;
+}
+
+bool dataprocessing::detail::tgio_cBlocks::Begin(tgio_cBinary_istream& stream) noexcept {
+    tgio_cBinary_istream::cParser parser(stream);
+    return parser.Attempt([&] { parser.TakeField(); });
+}
+
+bool dataprocessing::detail::tgio_cBlocks::ReadPart(tgio_cBinary_istream& stream,
+                                                    std::span<std::byte> bytes) noexcept {
+    tgio_cBinary_istream::cParser parser(stream);
+    return parser.Attempt([&] {
+        parser.Take({reinterpret_cast<char*>(bytes.data()), bytes.size()});
+    });
+}
+
+bool dataprocessing::detail::tgio_cBlocks::IsOutOfMemory(const tgio_cStream& stream) noexcept {
+    return stream.isOutOfMemory_;
 }

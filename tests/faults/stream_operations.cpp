@@ -66,10 +66,73 @@ std::string binaryFields() {
     return bytes.str();
 }
 
+/// Everything that records do with a value, which `valueOf` takes of the operands.
+template<class ValueOf>
+void addRecords(Table& table, const std::string& name, ValueOf valueOf) {
+    using Value = std::remove_cvref_t<std::invoke_result_t<ValueOf, Operands&>>;
+    for (const rcrd_eForm form : {rcrd_Binary, rcrd_Text}) {
+        const std::string both = name + (form == rcrd_Text ? " as text" : " as bytes");
+        table.Add("save " + both, [=](Operands& of) {
+            std::ostringstream bytes;
+            rcrd_Save(bytes, valueOf(of), form);
+            require(bytes.good());
+            return bytes.str();
+        });
+        table.Add("load " + both, [=](Operands& of) {
+            std::stringstream bytes;
+            rcrd_Save(bytes, valueOf(of), form);
+            require(bytes.good());
+            Value value{};
+            rcrd_Load(bytes, value);
+            return bytesOf(value);
+        });
+    }
+    table.Add(name + " as fields", [=](Operands& of) {
+        std::stringstream text, bytes;
+        tgio_cASCII_ostream textOut(text);
+        require(rcrd_Write(textOut, valueOf(of), "Value"));
+        tgio_cBinary_ostream bytesOut(bytes);
+        require(rcrd_Write(bytesOut, valueOf(of), 300));
+        require(text.good() && bytes.good());
+        Value first{}, second{};
+        tgio_cASCII_istream textIn(text);
+        require(rcrd_Read(textIn, first));
+        tgio_cBinary_istream bytesIn(bytes);
+        require(rcrd_Read(bytesIn, second));
+        return bytesOf(first, second);
+    });
+}
+
+void addRecords(Table& table) {
+    addRecords(
+        table, "number", [](Operands & of) -> auto& { return of.number; });
+    addRecords(
+        table, "line", [](Operands & of) -> auto& { return of.line; });
+    addRecords(
+        table, "image", [](Operands & of) -> auto& { return of.image; });
+    addRecords(table, "bare line",
+               [](Operands& of) -> const parr_c1DNumberArray& { return of.line; });
+    addRecords(table, "bare image",
+               [](Operands& of) -> const parr_c2DNumberArray& { return of.image; });
+    addRecords(table, "mask", [](Operands& of) { return of.line > 2; });
+    addRecords(table, "mask of an image", [](Operands& of) { return of.image > 2; });
+    addRecords(
+        table, "calibration", [](Operands & of) -> auto& { return of.calibration; });
+    addRecords(table, "calibration of an image", [](Operands& of) { return of.image.Cal(); });
+    addRecords(
+        table, "range", [](Operands & of) -> auto& { return of.range; });
+    addRecords(table, "rectangle", [](Operands& of) { return of.image.Range(); });
+    table.AddRefused("load from nothing", [](Operands& of) {
+        std::istringstream nothing;
+        rcrd_Load(nothing, of.line);
+    });
+}
+
 } // namespace
 
 Table streamOperations() {
     Table table;
+    addRecords(table);
     table.Add("write ASCII", [](Operands& of) {
         std::ostringstream bytes;
         tgio_cASCII_ostream stream(bytes);
