@@ -33,6 +33,7 @@
 #include "dataprocessing/fitting/pkmd.h"
 #include "dataprocessing/fitting/plft.h"
 #include "dataprocessing/fitting/pwft.h"
+#include "dataprocessing/fitting/rcrd_fits.h"
 #include "dataprocessing/fourier/four.h"
 #include "dataprocessing/fourier/prut.h"
 #include "dataprocessing/fourier/regs.h"

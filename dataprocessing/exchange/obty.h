@@ -15,7 +15,7 @@ inline constexpr const char obty_NamedObjectString[] = "NamedObject";
 inline constexpr unsigned short obty_NamedObjectType = 4097;
 
 /// @name Types of records
-/// See rcrd.h.
+/// See rcrd.h and rcrd_fits.h.
 /// @{
 inline constexpr const char obty_NumberString[] = "Number";
 inline constexpr unsigned short obty_NumberType = 4098;
@@ -39,4 +39,18 @@ inline constexpr const char obty_Range1DString[] = "Range1D";
 inline constexpr unsigned short obty_Range1DType = 4107;
 inline constexpr const char obty_Range2DString[] = "Range2D";
 inline constexpr unsigned short obty_Range2DType = 4108;
+inline constexpr const char obty_FitResultString[] = "FitResult";
+inline constexpr unsigned short obty_FitResultType = 4109;
+inline constexpr const char obty_PeakFitResultString[] = "PeakFitResult";
+inline constexpr unsigned short obty_PeakFitResultType = 4110;
+inline constexpr const char obty_PolynomialString[] = "Polynomial";
+inline constexpr unsigned short obty_PolynomialType = 4111;
+inline constexpr const char obty_OffsetPolynomialString[] = "OffsetPolynomial";
+inline constexpr unsigned short obty_OffsetPolynomialType = 4112;
+inline constexpr const char obty_PowerLawString[] = "PowerLaw";
+inline constexpr unsigned short obty_PowerLawType = 4113;
+inline constexpr const char obty_GaussianString[] = "Gaussian";
+inline constexpr unsigned short obty_GaussianType = 4114;
+inline constexpr const char obty_ResolutionString[] = "Resolution";
+inline constexpr unsigned short obty_ResolutionType = 4115;
 /// @}

@@ -9,6 +9,10 @@
 class plft_c1DOffsetPolyFittingFunction;
 class pwft_cPowerLawFittingFunction;
 
+namespace dataprocessing::detail {
+struct rcrd_cFits;
+} // namespace dataprocessing::detail
+
 /// A polynomial of fixed order, fitted by linear least squares: y = sum of c[j] x^j.
 ///
 /// The fit works on x divided by the largest |x| and treats singular values below 1e-5 of the
@@ -105,6 +109,8 @@ protected:
                    const arr_cC_Array<double>* deviations, double offset, double scale);
 
 private:
+    friend dataprocessing::detail::rcrd_cFits;
+
     DATAPROCESSING_NO_EXPORT void FitFromZero(const arr_cC_Array<double>& x,
                                               const arr_cC_Array<double>& y,
                                               const arr_cC_Array<double>* deviations);
@@ -153,6 +159,8 @@ protected:
                      const arr_cC_Array<double>& deviations) override;
 
 private:
+    friend dataprocessing::detail::rcrd_cFits;
+
     DATAPROCESSING_NO_EXPORT void FitFromMiddle(const arr_cC_Array<double>& x,
                                                 const arr_cC_Array<double>& y,
                                                 const arr_cC_Array<double>* deviations);

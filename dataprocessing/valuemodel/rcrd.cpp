@@ -331,16 +331,12 @@ void load(std::istream& stream, Value& value) {
 
 template<class Stream, class Value, class Label>
 bool write(Stream& stream, const Value& value, const Label& label) noexcept {
-    return stream.Write(rcrd_cObject(cImage<Value>(value)), label);
+    return rcrd_WriteImage(stream, cImage<Value>(value), label);
 }
 
 template<class Stream, class Value>
 bool read(Stream& stream, Value& value) {
-    rcrd_cObject<cImage<Value>> object;
-    if (!stream.Read(object))
-        return false;
-    object.Result().MoveTo(value);
-    return true;
+    return rcrd_ReadImage<cImage<Value>>(stream, value);
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 //     static const tgio_cObjectType& Type();      // what the record is called
 //     template<class Visit> void Fields(Visit visit);  // calls visit(field, member) for each field
 //     void Finish();                              // all fields have been read: refuses, or makes
+//     void MoveTo(Value& value);                  // what was read becomes the value
 //
 // and takes part in both directions with the same list of fields.
 
@@ -231,6 +232,20 @@ void rcrd_SaveImage(std::ostream& stream, Image image, rcrd_eForm form) {
         if (!out.Write(object, rcrd_outermost.name))
             rcrd_ThrowUnsaved(out);
     }
+}
+
+template<class Stream, class Image, class Label>
+bool rcrd_WriteImage(Stream& stream, Image image, const Label& label) noexcept {
+    return stream.Write(rcrd_cObject<Image>(std::move(image)), label);
+}
+
+template<class Image, class Stream, class Value>
+bool rcrd_ReadImage(Stream& stream, Value& value) {
+    rcrd_cObject<Image> object;
+    if (!stream.Read(object))
+        return false;
+    object.Result().MoveTo(value);
+    return true;
 }
 
 template<class Image, class Stream>

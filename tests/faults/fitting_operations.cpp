@@ -409,6 +409,84 @@ void addPeakModels(Table& table) {
                      [=](Operands& of) { pkmd_Fit(modelOf(of), darr_c1DArray()); });
 }
 
+/// Streams answer false where memory runs out, which is told here by the exception.
+void require(bool isGood) {
+    if (!isGood)
+        throw std::bad_alloc();
+}
+
+/// Everything that records do with a fit; `initial` is what is loaded into.
+template<class ValueOf, class Initial>
+void addRecords(Table& table, const std::string& name, ValueOf valueOf, Initial initial) {
+    for (const rcrd_eForm form : {rcrd_Binary, rcrd_Text})
+        table.Add(name + (form == rcrd_Text ? " as text" : " as bytes"), [=](Operands& of) {
+            std::stringstream bytes, again;
+            rcrd_Save(bytes, valueOf(of), form);
+            require(bytes.good());
+            auto value = initial(of);
+            rcrd_Load(bytes, value);
+            rcrd_Save(again, value, form);
+            require(again.good());
+            return again.str();
+        });
+    table.Add(name + " as fields", [=](Operands& of) {
+        std::stringstream text, bytes, again;
+        tgio_cASCII_ostream textOut(text);
+        require(rcrd_Write(textOut, valueOf(of), "Fit"));
+        tgio_cBinary_ostream bytesOut(bytes);
+        require(rcrd_Write(bytesOut, valueOf(of), 300));
+        require(text.good() && bytes.good());
+        auto value = initial(of);
+        tgio_cASCII_istream textIn(text);
+        require(rcrd_Read(textIn, value));
+        tgio_cBinary_istream bytesIn(bytes);
+        require(rcrd_Read(bytesIn, value));
+        rcrd_Save(again, value);
+        require(again.good());
+        return again.str();
+    });
+}
+
+nlsq_sResult someResult() {
+    nlsq_sResult fit;
+    fit.parameters = {1, 2};
+    fit.standardErrors = {3, 4};
+    fit.covariance = {9, 0, 0, 16};
+    fit.atBound = {1};
+    return fit;
+}
+
+void addRecords(Table& table) {
+    addRecords(
+        table, "result", [](Operands&) { return someResult(); },
+        [](Operands&) { return nlsq_sResult(); });
+    addRecords(
+        table, "result of peaks",
+        [](Operands&) {
+            return pkmd_sResult{someResult(),
+                                {{pkmd_Gaussian, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}},
+                                {"a parameter of a name that is long", "b"},
+                                7};
+        },
+        [](Operands&) { return pkmd_sResult(); });
+    addRecords(
+        table, "polynomial", [](Operands & of) -> const auto& { return of.polynomial; },
+        [](Operands& of) { return plft_c1DPolyFittingFunction(1, of.selection); });
+    addRecords(
+        table, "offset polynomial",
+        [](Operands& of) { return plft_c1DOffsetPolyFittingFunction(2, of.selection); },
+        [](Operands& of) { return plft_c1DOffsetPolyFittingFunction(1, of.selection); });
+    addRecords(
+        table, "power law", [](Operands & of) -> const auto& { return of.powerLaw; },
+        [](Operands& of) { return pwft_cPowerLawFittingFunction(2, of.selection); });
+    addRecords(
+        table, "peak", [](Operands & of) -> const auto& { return of.high; },
+        [](Operands& of) { return of.low; });
+    addRecords(
+        table, "resolution", [](Operands & of) -> const auto& { return of.resolution; },
+        [](Operands&) { return gsft_cResolution(1, 1); });
+}
+
 } // namespace
 
 Table fittingOperations() {
@@ -420,5 +498,6 @@ Table fittingOperations() {
     addLinearAlgebra(table);
     addNonlinear(table);
     addPeakModels(table);
+    addRecords(table);
     return table;
 }

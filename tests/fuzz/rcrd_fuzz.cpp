@@ -4,6 +4,7 @@
 #include <sstream>
 #include <string>
 
+#include "dataprocessing/fitting/rcrd_fits.h"
 #include "dataprocessing/valuemodel/rcrd.h"
 
 namespace {
@@ -18,9 +19,9 @@ std::string saved(const Value& value, rcrd_eForm form) {
 /// Whatever bytes are loaded or refused as a record; what was loaded saves, and loads again to the
 /// same.
 template<class Value>
-void loadAnything(const std::string& input) {
+void loadAnything(const std::string& input, const Value& initial = {}) {
     std::istringstream bytes(input);
-    Value value{};
+    Value value(initial);
     try {
         rcrd_Load(bytes, value);
     } catch (const expt_cUserException&) {
@@ -29,7 +30,7 @@ void loadAnything(const std::string& input) {
     for (const rcrd_eForm form : {rcrd_Binary, rcrd_Text}) {
         const std::string once = saved(value, form);
         std::istringstream again(once);
-        Value copy{};
+        Value copy(initial);
         rcrd_Load(again, copy);
         if (saved(copy, form) != once)
             std::abort();
@@ -51,5 +52,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     loadAnything<cal_c2DArrayCal>(input);
     loadAnything<rnge_c1DRange>(input);
     loadAnything<rnge_c2DRange>(input);
+    loadAnything<nlsq_sResult>(input);
+    loadAnything<pkmd_sResult>(input);
+    loadAnything(input, gsft_cGaussian(1, 1, 1));
+    loadAnything(input, gsft_cResolution(1, 1));
+    dasl_c1DDataArraySelection selection(rnge_IndexNearest);
+    loadAnything(input, plft_c1DPolyFittingFunction(1, selection));
+    loadAnything(input, plft_c1DOffsetPolyFittingFunction(1, selection));
+    loadAnything(input, pwft_cPowerLawFittingFunction(1, selection));
     return 0;
 }

@@ -1,0 +1,321 @@
+#include "dataprocessing/fitting/rcrd_fits.h"
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "tests/faults/bytes.h"
+#include "tests/support/arrays.h"
+#include "tests/support/refusal.h"
+
+namespace {
+
+constexpr rcrd_eForm forms[] = {rcrd_Binary, rcrd_Text};
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
+const std::string damaged = "rcrd:7: The record is damaged or ends too early.";
+
+template<class Value>
+std::string saved(const Value& value, rcrd_eForm form) {
+    std::ostringstream stream;
+    rcrd_Save(stream, value, form);
+    return stream.str();
+}
+
+template<class Value>
+std::string refusalOfLoading(const std::string& bytes, const Value& target) {
+    std::istringstream stream(bytes);
+    Value copy(target);
+    const std::string refusal = userRefusalOf([&] { rcrd_Load(stream, copy); });
+    if (refusal != "none") {
+        EXPECT_EQ(saved(copy, rcrd_Text), saved(target, rcrd_Text));
+    }
+    return refusal;
+}
+
+std::string replaced(std::string text, const std::string& what, const std::string& by) {
+    const std::size_t place = text.find(what);
+    EXPECT_NE(place, text.npos) << what;
+    return text.replace(place, what.size(), by);
+}
+
+nlsq_sResult sampleResult() {
+    nlsq_sResult fit;
+    fit.parameters = {1.5, -0.0, 1e300};
+    fit.standardErrors = {0.1, 0, notANumber};
+    fit.covariance = {0.01, 0, 0, 0, 0, 0, 0, 0, 1.0 / 3};
+    fit.chiSquared = 12.25;
+    fit.degreesOfFreedom = 10;
+    fit.iterations = 7;
+    fit.evaluations = 9;
+    fit.end = nlsq_DecreaseSmall;
+    fit.gradient = 1e-9;
+    fit.step = 1e-10;
+    fit.decrease = 1e-11;
+    fit.free = 2;
+    fit.rank = 1;
+    fit.atBound = {1};
+    fit.undetermined = {0, 2};
+    return fit;
+}
+
+pkmd_sResult samplePeaks() {
+    pkmd_sResult result;
+    result.fit = sampleResult();
+    result.peaks = {{pkmd_Gaussian, 6.4, 0.1, 900, 30, 0.06, 0.01, 0, 0, 135.35, 2},
+                    {pkmd_Voigt, 7.06, 0.2, 150, 12, 0.07, 0.02, 0.3, 0.1, 30, 1}};
+    result.names = {"position of peak 0", "a \"name\"\n", ""};
+    result.channels = 77;
+    return result;
+}
+
+std::string figuresOf(const nlsq_sResult& fit) {
+    return bytesOf(fit.parameters, fit.standardErrors, fit.covariance, fit.chiSquared,
+                   fit.degreesOfFreedom, fit.iterations, fit.evaluations, fit.end, fit.gradient,
+                   fit.step, fit.decrease, fit.free, fit.rank, fit.atBound, fit.undetermined);
+}
+
+std::string figuresOf(const pkmd_sResult& result) {
+    std::string figures = figuresOf(result.fit) + bytesOf(result.names, result.channels);
+    for (const pkmd_sPeak& peak : result.peaks)
+        figures += bytesOf(peak.shape, peak.position, peak.positionError, peak.height,
+                           peak.heightError, peak.width, peak.widthError, peak.extra,
+                           peak.extraError, peak.area, peak.areaError);
+    return figures;
+}
+
+std::filesystem::path recordFile(const std::string& name) {
+    return std::filesystem::path(__FILE__).parent_path() / "records" / name;
+}
+
+std::string contentOf(const std::string& name) {
+    std::ifstream file(recordFile(name), std::ios::binary);
+    EXPECT_TRUE(file) << name;
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// What a fit is made to.
+struct Data {
+    dasl_c1DDataArraySelection selection{rnge_IndexNearest};
+    darr_c1DArray counts{{90.0, 70.0, 52.0, 41.0, 30.0, 25.0, 19.0, 16.0},
+                         cal_c1DArrayCal(2, 1, 0)};
+    Data() { selection.AddLocalRange(counts.Range()); }
+};
+
+/// A function, a fit of it, and the same once more, by way of a record.
+template<class Function>
+void checkFunction() {
+    Data data;
+    Function fitted(2, data.selection);
+    fitted.SetName("fitted");
+    fitted.Refit(data.counts);
+    for (const rcrd_eForm form : forms) {
+        Function loaded(1, data.selection);
+        loaded.SetName("loaded");
+        std::istringstream stream(saved(fitted, form));
+        rcrd_Load(stream, loaded);
+        EXPECT_EQ(loaded.Name(), "loaded");
+        EXPECT_EQ(loaded.Order(), 2);
+        EXPECT_EQ(bytesOf(loaded.Coefficients()), bytesOf(fitted.Coefficients()));
+        EXPECT_EQ(bytesOf(loaded.Covariance()), bytesOf(fitted.Covariance()));
+        EXPECT_EQ(bytesOf(loaded.StandardErrors()), bytesOf(fitted.StandardErrors()));
+        EXPECT_EQ(bytesOf(loaded.Rank(), loaded.ResidualSum(), loaded.DegreesOfFreedom()),
+                  bytesOf(fitted.Rank(), fitted.ResidualSum(), fitted.DegreesOfFreedom()));
+        EXPECT_EQ(bytesOf(loaded.Curve(data.counts.Cal(), 8)),
+                  bytesOf(fitted.Curve(data.counts.Cal(), 8)));
+        if constexpr (requires { loaded.Offset(); }) {
+            EXPECT_EQ(loaded.Offset(), fitted.Offset());
+        }
+        loaded.Refit(data.counts);
+        EXPECT_EQ(bytesOf(loaded.Coefficients()), bytesOf(fitted.Coefficients()));
+
+        const Function never(3, data.selection);
+        std::istringstream unfitted(saved(never, form));
+        rcrd_Load(unfitted, loaded);
+        EXPECT_EQ(loaded.Order(), 3);
+        EXPECT_EQ(loaded.Rank(), 0);
+        EXPECT_EQ(loaded.Covariance().Size(), 0);
+    }
+}
+
+} // namespace
+
+TEST(FitRecord, ResultsComeBackBitForBit) {
+    for (const rcrd_eForm form : forms) {
+        nlsq_sResult fit;
+        std::istringstream stream(saved(sampleResult(), form));
+        rcrd_Load(stream, fit);
+        EXPECT_EQ(figuresOf(fit), figuresOf(sampleResult()));
+        pkmd_sResult peaks;
+        std::istringstream peakStream(saved(samplePeaks(), form));
+        rcrd_Load(peakStream, peaks);
+        EXPECT_EQ(figuresOf(peaks), figuresOf(samplePeaks()));
+        std::istringstream empty(saved(nlsq_sResult(), form));
+        rcrd_Load(empty, fit);
+        EXPECT_EQ(figuresOf(fit), figuresOf(nlsq_sResult()));
+    }
+}
+
+TEST(FitRecord, AFitOfPeaksIsReportedTheSame) {
+    Data data;
+    pkmd_cModel model;
+    model.AddExponential(90, -0.25, 2);
+    model.AddPeak(pkmd_Gaussian, 5, 3, 1);
+    const pkmd_sResult result = pkmd_Fit(model, data.counts);
+    std::ostringstream before;
+    before << result;
+    for (const rcrd_eForm form : forms) {
+        pkmd_sResult loaded;
+        std::istringstream stream(saved(result, form));
+        rcrd_Load(stream, loaded);
+        std::ostringstream after;
+        after << loaded;
+        EXPECT_EQ(after.str(), before.str());
+        model.SetStarts(loaded.fit.parameters);
+    }
+}
+
+TEST(FitRecord, AFitWithoutAValueComesBack) {
+    const nlsq_cFunctionModel model(
+        [](double, std::span<const double> p) { return std::sqrt(p[0]); });
+    const std::vector<double> x = {1, 2}, y = {1, 2};
+    const nlsq_sResult fit = nlsq_Fit(model, x, y, std::vector{-1.0});
+    ASSERT_EQ(fit.end, nlsq_NoValue);
+    for (const rcrd_eForm form : forms) {
+        nlsq_sResult loaded;
+        std::istringstream stream(saved(fit, form));
+        rcrd_Load(stream, loaded);
+        EXPECT_EQ(figuresOf(loaded), figuresOf(fit));
+    }
+}
+
+TEST(FitRecord, FunctionsComeBackWithTheirCurvesAndErrors) {
+    checkFunction<plft_c1DPolyFittingFunction>();
+    checkFunction<plft_c1DOffsetPolyFittingFunction>();
+    checkFunction<pwft_cPowerLawFittingFunction>();
+}
+
+TEST(FitRecord, PeaksAndResolutionsComeBack) {
+    for (const rcrd_eForm form : forms) {
+        gsft_cGaussian reference(1, 2, 3), peak(7, 8, 9);
+        peak.SetRefGaussian(reference);
+        std::istringstream stream(saved(gsft_cGaussian(100, 5900, 80), form));
+        rcrd_Load(stream, peak);
+        EXPECT_EQ(peak.Amplitude(), 100);
+        EXPECT_EQ(peak.Center(), 5900);
+        EXPECT_EQ(peak.Width(), 80);
+        EXPECT_EQ(peak.hRefGaussian().Get(), &reference);
+        gsft_cResolution law(1, 2);
+        std::istringstream lawStream(saved(gsft_cResolution(5.9, 0.14, 0.0023), form));
+        rcrd_Load(lawStream, law);
+        EXPECT_EQ(law.ReferencePosition(), 5.9);
+        EXPECT_EQ(law.ReferenceFWHM(), 0.14);
+        EXPECT_EQ(law.Factor(), 0.0023);
+    }
+}
+
+TEST(FitRecord, NumbersThatDoNotGoTogetherAreRefused) {
+    const std::string fit = saved(sampleResult(), rcrd_Text);
+    for (const auto& [what, by] : std::vector<std::pair<std::string, std::string>>{
+             {"Parameters \"1.5 ", "Parameters \""},
+             {"StandardErrors \"0.1 ", "StandardErrors \""},
+             {"Covariance \"0.01 ", "Covariance \""},
+             {"End 2", "End 9"},
+             {"End 2", "End -1"},
+             {"AtBound \"1\"", "AtBound \"3\""},
+             {"AtBound \"1\"", "AtBound \"-1\""},
+             {"Undetermined \"0 2\"", "Undetermined \"0 3\""},
+             {"    Rank 1\n", ""}})
+        EXPECT_EQ(refusalOfLoading(replaced(fit, what, by), nlsq_sResult()), damaged) << by;
+    const std::string peaks = saved(samplePeaks(), rcrd_Text);
+    for (const auto& [what, by] :
+         std::vector<std::pair<std::string, std::string>>{{"    Name \"\"\n", ""},
+                                                          {"Shapes \"0 3\"", "Shapes \"0 5\""},
+                                                          {"Shapes \"0 3\"", "Shapes \"-1 3\""},
+                                                          {"Shapes \"0 3\"", "Shapes \"0\""},
+                                                          {"Peaks \"6.4 ", "Peaks \""}})
+        EXPECT_EQ(refusalOfLoading(replaced(peaks, what, by), pkmd_sResult()), damaged) << by;
+    Data data;
+    plft_c1DPolyFittingFunction line(1, data.selection);
+    line.Refit(data.counts);
+    const std::string text = saved(line, rcrd_Text);
+    for (const auto& [what, by] :
+         std::vector<std::pair<std::string, std::string>>{{"Order 1", "Order 2"},
+                                                          {"Order 1", "Order -1"},
+                                                          {"Coefficients \"", "Coefficients \"1 "},
+                                                          {"Covariance \"", "Covariance \"1 "},
+                                                          {"Rank 2", "Rank 3"},
+                                                          {"Rank 2", "Rank -1"},
+                                                          {"Points 8", "Points 1"}})
+        EXPECT_EQ(refusalOfLoading(replaced(text, what, by), line), damaged) << by;
+    EXPECT_EQ(refusalOfLoading(replaced(text, "Version 1", "Version 2"), line),
+              "rcrd:6: A later version of the library wrote the record.");
+}
+
+TEST(FitRecord, CutOffAnywhereIsRefused) {
+    for (const rcrd_eForm form : forms) {
+        const std::string whole = saved(samplePeaks(), form);
+        for (std::size_t size = 0; size < whole.size(); ++size)
+            EXPECT_TRUE(refusalOfLoading(whole.substr(0, size), samplePeaks()).starts_with("rcrd:"))
+                << size;
+    }
+}
+
+TEST(FitRecord, AreFieldsOfObjects) {
+    std::stringstream lines, bytes;
+    tgio_cASCII_ostream print(lines);
+    ASSERT_TRUE(rcrd_Write(print, samplePeaks(), "Peaks"));
+    tgio_cBinary_ostream out(bytes);
+    ASSERT_TRUE(rcrd_Write(out, samplePeaks(), 300));
+    pkmd_sResult text, binary;
+    tgio_cASCII_istream parse(lines);
+    EXPECT_TRUE(rcrd_Read(parse, text));
+    tgio_cBinary_istream in(bytes);
+    EXPECT_TRUE(rcrd_Read(in, binary));
+    EXPECT_EQ(figuresOf(text), figuresOf(samplePeaks()));
+    EXPECT_EQ(figuresOf(binary), figuresOf(samplePeaks()));
+}
+
+// The files were written by version 1 and are never written anew.
+TEST(FitRecord, FilesOfVersion1AreReadForEver) {
+    for (const rcrd_eForm form : forms) {
+        const std::string name = form == rcrd_Text ? "version1.txt" : "version1.rec";
+        std::ifstream file(recordFile(name), std::ios::binary);
+        ASSERT_TRUE(file) << name;
+        Data data;
+        nlsq_sResult fit;
+        pkmd_sResult peaks;
+        plft_c1DPolyFittingFunction polynomial(0, data.selection);
+        plft_c1DOffsetPolyFittingFunction offset(0, data.selection);
+        pwft_cPowerLawFittingFunction powerLaw(0, data.selection);
+        gsft_cGaussian peak(1, 1, 1);
+        gsft_cResolution law(1, 1);
+        rcrd_Load(file, fit);
+        rcrd_Load(file, peaks);
+        rcrd_Load(file, polynomial);
+        rcrd_Load(file, offset);
+        rcrd_Load(file, powerLaw);
+        rcrd_Load(file, peak);
+        rcrd_Load(file, law);
+        EXPECT_EQ(file.peek(), std::ifstream::traits_type::eof());
+        EXPECT_EQ(figuresOf(fit), figuresOf(sampleResult()));
+        EXPECT_EQ(figuresOf(peaks), figuresOf(samplePeaks()));
+        EXPECT_EQ(polynomial.Coefficients()[1], 0.5);
+        EXPECT_EQ(polynomial.Covariance()(1, 1), 0.0625);
+        EXPECT_EQ(polynomial.DegreesOfFreedom(), 6);
+        EXPECT_EQ(offset.Offset(), 5.5);
+        EXPECT_EQ(powerLaw.Coefficients()[1], -2);
+        EXPECT_EQ(peak.Width(), 80.5);
+        EXPECT_EQ(law.Factor(), 0.0023);
+        EXPECT_TRUE(saved(fit, form) + saved(peaks, form) + saved(polynomial, form) +
+                        saved(offset, form) + saved(powerLaw, form) + saved(peak, form) +
+                        saved(law, form) ==
+                    contentOf(name));
+    }
+}
