@@ -32,7 +32,7 @@ template<class Value>
 std::string refusalOfLoading(const std::string& bytes, const Value& target) {
     std::istringstream stream(bytes);
     Value copy(target);
-    const std::string refusal = userRefusalOf([&] { rcrd_Load(stream, copy); });
+    std::string refusal = userRefusalOf([&] { rcrd_Load(stream, copy); });
     if (refusal != "none") {
         EXPECT_EQ(saved(copy, rcrd_Text), saved(target, rcrd_Text));
     }

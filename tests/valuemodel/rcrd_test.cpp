@@ -43,7 +43,7 @@ template<class Value>
 std::string refusalOfLoading(const std::string& bytes, const Value& target) {
     std::istringstream stream(bytes);
     Value copy(target);
-    const std::string refusal = userRefusalOf([&] { rcrd_Load(stream, copy); });
+    std::string refusal = userRefusalOf([&] { rcrd_Load(stream, copy); });
     if (refusal != "none") {
         EXPECT_EQ(bytesOf(copy), bytesOf(target));
     }
