@@ -25,29 +25,34 @@ struct rcrd_cFits {
         double offset = 0;
         std::vector<double> coefficients;
         std::vector<double> covariance;
+        std::vector<double> standardErrors;
     };
 
     static sPolynomial Of(const plft_c1DPolyFittingFunction& fit) {
         const std::span<const double> coefficients = fit.coefficients_;
         const std::span<const double> covariance = fit.covariance_;
+        const std::span<const double> errors = fit.standardErrors_;
         return {fit.order_,
                 fit.rank_,
                 fit.points_,
                 fit.residualSum_,
                 0,
                 {coefficients.begin(), coefficients.end()},
-                {covariance.begin(), covariance.end()}};
+                {covariance.begin(), covariance.end()},
+                {errors.begin(), errors.end()}};
     }
     static void Put(const sPolynomial& saved, plft_c1DPolyFittingFunction& fit) {
         const int count = saved.covariance.empty() ? 0 : saved.order + 1;
         arr_cC_Array<double> coefficients{std::span<const double>(saved.coefficients)};
         arr_c2DNumberArray<double> covariance(count, count, saved.covariance);
+        arr_cC_Array<double> errors{std::span<const double>(saved.standardErrors)};
         fit.order_ = saved.order;
         fit.rank_ = saved.rank;
         fit.points_ = saved.points;
         fit.residualSum_ = saved.residualSum;
         fit.coefficients_ = std::move(coefficients);
         fit.covariance_ = std::move(covariance);
+        fit.standardErrors_ = std::move(errors);
     }
     static double& Offset(plft_c1DOffsetPolyFittingFunction& fit) noexcept { return fit.offset_; }
 };
@@ -233,6 +238,7 @@ public:
         visit(rcrd_sField{"Order", 320}, saved_.order);
         visit(rcrd_sField{"Coefficients", 321}, saved_.coefficients);
         visit(rcrd_sField{"Covariance", 322}, saved_.covariance);
+        visit(rcrd_sField{"StandardErrors", 327}, saved_.standardErrors);
         visit(rcrd_sField{"Rank", 323}, saved_.rank);
         visit(rcrd_sField{"Points", 324}, saved_.points);
         visit(rcrd_sField{"ResidualSum", 325}, saved_.residualSum);
@@ -242,6 +248,7 @@ public:
     void Finish() const {
         const std::size_t count = saved_.coefficients.size();
         Require(saved_.order >= 0 && count == static_cast<std::size_t>(saved_.order) + 1 &&
+                saved_.standardErrors.size() == count &&
                 (saved_.covariance.empty() || isSquareOf(saved_.covariance, count)) &&
                 saved_.rank >= 0 && saved_.rank <= saved_.order + 1 &&
                 saved_.points >= saved_.rank);

@@ -4,19 +4,20 @@
 /// Records of fits: results and parameters saved to streams and loaded again, as the values of
 /// rcrd.h are.
 ///
-/// | record of | object | number | fields |
-/// |---|---|---|---|
-/// | `nlsq_sResult` | `FitResult` | 4109 | `Parameters` 300, `StandardErrors` 301, `Covariance`
-/// 302, `ChiSquared` 303, `DegreesOfFreedom` 304, `Iterations` 305, `Evaluations` 306, `End` 307,
-/// `Gradient` 308, `Step` 309, `Decrease` 310, `Free` 311, `Rank` 312, `AtBound` 313,
-/// `Undetermined` 314 | | `pkmd_sResult` | `PeakFitResult` | 4110 | those, and `Channels` 315,
-/// `Name` 316 for each parameter, `Shapes` 317, `Peaks` 318: of each peak position, height, width,
-/// extra, area, each before its error | | `plft_c1DPolyFittingFunction` | `Polynomial` | 4111 |
-/// `Order` 320, `Coefficients` 321, `Covariance` 322, `Rank` 323, `Points` 324, `ResidualSum` 325 |
-/// | `plft_c1DOffsetPolyFittingFunction` | `OffsetPolynomial` | 4112 | those, and `Offset` 326 |
-/// | `pwft_cPowerLawFittingFunction` | `PowerLaw` | 4113 | those of a polynomial |
-/// | `gsft_cGaussian` | `Gaussian` | 4114 | `Amplitude` 330, `Center` 331, `Width` 332 |
-/// | `gsft_cResolution` | `Resolution` | 4115 | `Position` 333, `FWHM` 334, `Factor` 335 |
+/// Objects with their numbers, fields with their tags:
+///
+/// - `nlsq_sResult`, `FitResult` (4109): Parameters 300, StandardErrors 301, Covariance 302,
+///   ChiSquared 303, DegreesOfFreedom 304, Iterations 305, Evaluations 306, End 307, Gradient 308,
+///   Step 309, Decrease 310, Free 311, Rank 312, AtBound 313, Undetermined 314.
+/// - `pkmd_sResult`, `PeakFitResult` (4110): those, Channels 315, Name 316 for each parameter,
+///   Shapes 317, Peaks 318: of each peak position, height, width, extra and area, each before its
+///   error.
+/// - `plft_c1DPolyFittingFunction`, `Polynomial` (4111): Order 320, Coefficients 321, Covariance
+///   322, StandardErrors 327, Rank 323, Points 324, ResidualSum 325.
+/// - `plft_c1DOffsetPolyFittingFunction`, `OffsetPolynomial` (4112): those and Offset 326.
+/// - `pwft_cPowerLawFittingFunction`, `PowerLaw` (4113): those of a polynomial.
+/// - `gsft_cGaussian`, `Gaussian` (4114): Amplitude 330, Center 331, Width 332.
+/// - `gsft_cResolution`, `Resolution` (4115): Position 333, FWHM 334, Factor 335.
 ///
 /// A fitting function that is loaded has the curve, the errors and the order of the one that was
 /// saved; its selection, its name and its receivers stay its own. So has a peak its reference.

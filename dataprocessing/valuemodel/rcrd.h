@@ -21,20 +21,18 @@
 /// of the names where there is only one axis. A reader takes them in any order, but the elements
 /// after what says how many they are, and skips those that it does not know.
 ///
-/// | record of | object | number | fields |
-/// |---|---|---|---|
-/// | `pnum_cNumber` | `Number` | 4098 | `Type`, `Elements` |
-/// | `parr_c1DNumberArray` | `NumberArray1D` | 4099 | `Type`, `Size`, `Elements` |
-/// | `parr_c2DNumberArray` | `NumberArray2D` | 4100 | `Type`, `SizeX`, `SizeY`, `Elements` |
-/// | `darr_c1DArray` | `Array1D` | 4101 | those, and of each axis `Offset`, `Delta`, `CalIndex` |
-/// | `darr_c2DArray` | `Array2D` | 4102 | the same |
-/// | `barr_c1DBoolArray` | `BoolArray1D` | 4103 | those of an array without `Type` |
-/// | `barr_c2DBoolArray` | `BoolArray2D` | 4104 | the same |
-/// | `cal_c1DArrayCal` | `Calibration1D` | 4105 | `Offset`, `Delta`, `CalIndex` |
-/// | `cal_c2DArrayCal` | `Calibration2D` | 4106 | those of each axis |
-/// | `rnge_c1DRange` | `Range1D` | 4107 | `Start`, `End` |
-/// | `rnge_c2DRange` | `Range2D` | 4108 | `Left`, `Bottom`, `Right`, `Top`, `CenterX`, `CenterY`,
-/// `Length`, `Width`, `Angle` |
+/// - `pnum_cNumber`, object `Number` (4098): Type, Elements.
+/// - `parr_c1DNumberArray`, `NumberArray1D` (4099): Type, Size, Elements.
+/// - `parr_c2DNumberArray`, `NumberArray2D` (4100): Type, SizeX, SizeY, Elements.
+/// - `darr_c1DArray`, `Array1D` (4101), and `darr_c2DArray`, `Array2D` (4102): the same,
+///   and of each axis Offset, Delta, CalIndex.
+/// - `barr_c1DBoolArray`, `BoolArray1D` (4103), and `barr_c2DBoolArray`, `BoolArray2D`
+///   (4104): those of an array without Type.
+/// - `cal_c1DArrayCal`, `Calibration1D` (4105), and `cal_c2DArrayCal`, `Calibration2D` (4106): of
+///   each axis Offset, Delta, CalIndex.
+/// - `rnge_c1DRange`, `Range1D` (4107): Start, End.
+/// - `rnge_c2DRange`, `Range2D` (4108): Left, Bottom, Right, Top, CenterX, CenterY, Length, Width,
+///   Angle.
 ///
 /// Binary tags: 256 Version, 257 Type (the code of dtyp_eDataType), 258 SizeX, 259 SizeY, 260
 /// OffsetX, 261 DeltaX, 262 CalIndexX, 263 to 265 those of Y, 266 Elements, 267 Start, 268 End,

@@ -245,14 +245,15 @@ TEST(FitRecord, NumbersThatDoNotGoTogetherAreRefused) {
     plft_c1DPolyFittingFunction line(1, data.selection);
     line.Refit(data.counts);
     const std::string text = saved(line, rcrd_Text);
-    for (const auto& [what, by] :
-         std::vector<std::pair<std::string, std::string>>{{"Order 1", "Order 2"},
-                                                          {"Order 1", "Order -1"},
-                                                          {"Coefficients \"", "Coefficients \"1 "},
-                                                          {"Covariance \"", "Covariance \"1 "},
-                                                          {"Rank 2", "Rank 3"},
-                                                          {"Rank 2", "Rank -1"},
-                                                          {"Points 8", "Points 1"}})
+    for (const auto& [what, by] : std::vector<std::pair<std::string, std::string>>{
+             {"Order 1", "Order 2"},
+             {"Order 1", "Order -1"},
+             {"Coefficients \"", "Coefficients \"1 "},
+             {"Covariance \"", "Covariance \"1 "},
+             {"StandardErrors \"", "StandardErrors \"1 "},
+             {"Rank 2", "Rank 3"},
+             {"Rank 2", "Rank -1"},
+             {"Points 8", "Points 1"}})
         EXPECT_EQ(refusalOfLoading(replaced(text, what, by), line), damaged) << by;
     EXPECT_EQ(refusalOfLoading(replaced(text, "Version 1", "Version 2"), line),
               "rcrd:6: A later version of the library wrote the record.");
@@ -308,6 +309,7 @@ TEST(FitRecord, FilesOfVersion1AreReadForEver) {
         EXPECT_EQ(figuresOf(peaks), figuresOf(samplePeaks()));
         EXPECT_EQ(polynomial.Coefficients()[1], 0.5);
         EXPECT_EQ(polynomial.Covariance()(1, 1), 0.0625);
+        EXPECT_EQ(polynomial.StandardErrors()[1], 0.25);
         EXPECT_EQ(polynomial.DegreesOfFreedom(), 6);
         EXPECT_EQ(offset.Offset(), 5.5);
         EXPECT_EQ(powerLaw.Coefficients()[1], -2);
