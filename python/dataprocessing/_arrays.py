@@ -5,13 +5,16 @@ from __future__ import annotations
 import math
 import pickle
 from collections.abc import Callable
-from typing import Any, TypeVar
+from typing import TYPE_CHECKING, Any, TypeVar
 
 import numpy as np
 
 from dataprocessing import _core
 from dataprocessing._core import Array1D, Array2D, Axis, ComplexConversion, IndexSelect, Mask1D, Mask2D
 from dataprocessing._ufunc import array_ufunc
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 F = TypeVar("F", bound=Callable[..., Any])
 
@@ -90,9 +93,10 @@ def on_axes_of(array: Any, values: Any, name: str = "", unit: str = "") -> Any:
 
 
 @_property(Array1D, Mask1D)
-def positions(self: Any) -> np.ndarray:
+def positions(self: Any) -> NDArray[Any]:
     """The positions of all elements, as float64."""
-    return self.axis.positions(self.size)
+    where: NDArray[Any] = self.axis.positions(self.size)
+    return where
 
 
 @_property(Array1D, Mask1D)
@@ -221,8 +225,8 @@ def _sel_2d(self: Array2D, rect: Any, rule: str = "nearest", outside: str = "cli
 
 
 _sel_1d.__name__ = _sel_2d.__name__ = "sel"
-Array1D.sel = _sel_1d
-Array2D.sel = _sel_2d
+setattr(Array1D, "sel", _sel_1d)
+setattr(Array2D, "sel", _sel_2d)
 
 
 @_method(Array1D)
@@ -251,7 +255,7 @@ def row(self: Array2D, index: int) -> Array1D:
 # ---- Reductions --------------------------------------------------------------------------------
 
 
-def _along(self: Any, axis: Any, reduce: Callable[[np.ndarray, int], Any], unit: str) -> Any:
+def _along(self: Any, axis: Any, reduce: Callable[[NDArray[Any], int], Any], unit: str) -> Any:
     """A reduction along one axis of an image gives a line on the other one."""
     if self.ndim == 1:
         raise ValueError("a 1D array is reduced as a whole: leave axis out")
@@ -315,8 +319,9 @@ def std(self: Any, axis: int | None = None, ddof: int = 0) -> Any:
     return np.sqrt(var(self, ddof=ddof))
 
 
-def _without_nan(values: np.ndarray) -> np.ndarray:
-    return values[~np.isnan(values)] if values.dtype.kind == "f" else values
+def _without_nan(values: NDArray[Any]) -> NDArray[Any]:
+    kept: NDArray[Any] = values[~np.isnan(values)] if values.dtype.kind == "f" else values
+    return kept
 
 
 def _extreme(self: Any, which: str, axis: int | None, over: Any, interpolate: bool, skipna: bool) -> Any:
@@ -443,12 +448,12 @@ def _rescale_2d(self: Array2D, delta_x: float, delta_y: float) -> Array2D:
 
 
 _rescale_1d.__name__ = _rescale_2d.__name__ = "rescale"
-Array1D.rescale = _rescale_1d
-Array2D.rescale = _rescale_2d
+setattr(Array1D, "rescale", _rescale_1d)
+setattr(Array2D, "rescale", _rescale_2d)
 
 
 @_method(*ARRAYS)
-def apply(self: Any, function: Callable[[np.ndarray], Any]) -> Any:
+def apply(self: Any, function: Callable[[NDArray[Any]], Any]) -> Any:
     """``function(values)``, which gives as many values, on this array's axes."""
     values = np.asarray(function(self.values))
     if values.shape != self.shape:
@@ -510,6 +515,7 @@ def __reduce_ex__(self: Any, protocol: int) -> Any:
     return (_rebuild, state, own) if own else (_rebuild, state)
 
 
+_cls: Any
 for _cls in ARRAYS:
     _cls.__array_ufunc__ = array_ufunc
     _cls.__array_priority__ = 20

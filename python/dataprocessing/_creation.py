@@ -47,10 +47,11 @@ def empty(
         array([2., 4., 6.], dtype=float32)
     """
     sizes = (shape,) if isinstance(shape, (int, np.integer)) else tuple(shape)
-    kinds = {1: Array1D, 2: Array2D}
+    kinds: dict[int, Any] = {1: Array1D, 2: Array2D}
     if len(sizes) not in kinds:
         raise ValueError(f"arrays have one or two dimensions, not {len(sizes)}")
-    return kinds[len(sizes)]._empty([int(n) for n in sizes], axes, dtype, name, unit)
+    made: Array1D | Array2D = kinds[len(sizes)]._empty([int(n) for n in sizes], axes, dtype, name, unit)
+    return made
 
 
 def zeros(

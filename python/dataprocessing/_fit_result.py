@@ -4,14 +4,17 @@ from __future__ import annotations
 
 import html
 import math
-from collections.abc import Callable, Mapping
+from collections.abc import Callable, Iterable, Mapping
 from dataclasses import dataclass, field
 from types import MappingProxyType
-from typing import Any, Protocol
+from typing import TYPE_CHECKING, Any, Protocol
 
 import numpy as np
 
 from dataprocessing._core import Array1D, Axis
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 __all__ = ["FitResult", "FittedPeak", "Parameter"]
 
@@ -19,7 +22,7 @@ __all__ = ["FitResult", "FittedPeak", "Parameter"]
 class Curve(Protocol):
     """A function of positions, which can be pickled."""
 
-    def __call__(self, x: np.ndarray) -> np.ndarray: ...
+    def __call__(self, x: NDArray[Any]) -> NDArray[Any]: ...
 
 
 @dataclass(frozen=True)
@@ -72,7 +75,7 @@ class FittedPeak:
     shape: str = ""
 
 
-def _frozen(values: np.ndarray) -> np.ndarray:
+def _frozen(values: NDArray[Any]) -> NDArray[Any]:
     values = np.array(values, dtype="f8")
     values.flags.writeable = False
     return values
@@ -99,7 +102,7 @@ class FitResult:
 
     kind: str
     params: Mapping[str, Parameter]
-    covariance: np.ndarray
+    covariance: NDArray[Any]
     chi_square: float
     n_points: int
     n_free: int
@@ -188,7 +191,7 @@ class FitResult:
         return f"<FitResult {self.kind}: {named}{more}; reduced chi-square {self.reduced:.4g}>"
 
     def _repr_html_(self) -> str:
-        def table(head: tuple[str, ...], rows: list[tuple[str, ...]]) -> str:
+        def table(head: tuple[str, ...], rows: Iterable[tuple[str, ...]]) -> str:
             cells = ["".join(f"<td>{html.escape(cell)}</td>" for cell in row) for row in rows]
             top = "".join(f"<th>{html.escape(cell)}</th>" for cell in head)
             body = "".join(f"<tr>{row}</tr>" for row in cells)

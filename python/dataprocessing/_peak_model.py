@@ -6,12 +6,15 @@ import math
 from collections import Counter
 from collections.abc import Sequence
 from dataclasses import dataclass
-from typing import Any, NamedTuple
+from typing import TYPE_CHECKING, Any, NamedTuple
 
 import numpy as np
 
 from dataprocessing import _core
 from dataprocessing._core import Array1D, Shape
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 __all__ = ["ModelPeak", "PeakModel"]
 
@@ -39,7 +42,7 @@ class _Evaluated:
     model: PeakModel
     parameters: tuple[float, ...]
 
-    def __call__(self, x: np.ndarray) -> np.ndarray:
+    def __call__(self, x: NDArray[Any]) -> NDArray[Any]:
         return self.model.eval(x, self.parameters)
 
 
@@ -163,7 +166,7 @@ class PeakModel:
         """What a fit starts from, by name."""
         return dict(zip(self.names, map(float, self._core.starts())))
 
-    def eval(self, x: Any, parameters: Sequence[float] | None = None, background: bool = False) -> np.ndarray:
+    def eval(self, x: Any, parameters: Sequence[float] | None = None, background: bool = False) -> NDArray[Any]:
         """The model at positions ``x``, for these parameters or those that it starts from.
 
         ``background`` leaves the peaks out. Curves given element by element are left out.

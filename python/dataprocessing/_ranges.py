@@ -191,5 +191,5 @@ class Rect:
         name = "Rect" if len(self._made_of) == 4 else "Rect.turned"
         return f"{name}({', '.join(map(repr, self._made_of))})"
 
-    def __reduce__(self) -> tuple[Callable[..., Rect], tuple[float, ...]]:
+    def __reduce__(self) -> tuple[Callable[..., Rect] | type[Rect], tuple[float, ...]]:
         return (Rect if len(self._made_of) == 4 else Rect.turned), self._made_of

@@ -6,11 +6,14 @@ import base64
 import html
 import struct
 import zlib
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D, Axis, Mask1D, Mask2D
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 _SHOWN = 3  # elements at each end of a line
 _WIDTH, _HEIGHT = 360, 90  # of the drawing of a line
@@ -29,7 +32,7 @@ def _axis_text(axis: Axis, count: int) -> str:
     )
 
 
-def _values_text(values: np.ndarray) -> str:
+def _values_text(values: NDArray[Any]) -> str:
     flat = values.reshape(-1)
     if flat.size <= 2 * _SHOWN + 1:
         return "[" + " ".join(map(_element, flat)) + "]"
@@ -60,7 +63,7 @@ def text(self: Any) -> str:
     )
 
 
-def _finite_limits(values: np.ndarray) -> tuple[float, float]:
+def _finite_limits(values: NDArray[Any]) -> tuple[float, float]:
     finite = values[np.isfinite(values)]
     if finite.size == 0:
         return 0.0, 1.0
@@ -68,25 +71,30 @@ def _finite_limits(values: np.ndarray) -> tuple[float, float]:
     return (low, high) if high > low else (low - 0.5, low + 0.5)
 
 
-def _real(values: np.ndarray) -> np.ndarray:
-    return np.abs(values).astype("f8") if values.dtype.kind == "c" else values.astype("f8")
+def _real(values: NDArray[Any]) -> NDArray[Any]:
+    real: NDArray[Any] = np.abs(values).astype("f8") if values.dtype.kind == "c" else values.astype("f8")
+    return real
 
 
-def _envelope(values: np.ndarray) -> tuple[np.ndarray, np.ndarray]:
+def _envelope(values: NDArray[Any]) -> tuple[NDArray[Any], NDArray[Any]]:
     """The least and the largest of the elements behind each column of the drawing."""
     columns = min(_WIDTH, values.size)
     starts = np.linspace(0, values.size, columns, endpoint=False).astype(int)
     clean = np.where(np.isfinite(values), values, np.nan)
     with np.errstate(all="ignore"):
-        return np.fmin.reduceat(clean, starts), np.fmax.reduceat(clean, starts)
+        least, largest = np.fmin.reduceat(clean, starts), np.fmax.reduceat(clean, starts)
+        # Columns reach as far as the one before, so that steep flanks have no gaps.
+        down = np.where(largest[:-1] < least[1:], largest[:-1], least[1:])
+        up = np.where(least[:-1] > largest[1:], least[:-1], largest[1:])
+    return np.concatenate([least[:1], down]), np.concatenate([largest[:1], up])
 
 
-def _line_svg(values: np.ndarray) -> str:
+def _line_svg(values: NDArray[Any]) -> str:
     values = _real(values)
     low, high = _finite_limits(values)
     least, largest = _envelope(values)
 
-    def y(v: np.ndarray) -> np.ndarray:
+    def y(v: NDArray[Any]) -> NDArray[Any]:
         return _HEIGHT - 4 - (v - low) / (high - low) * (_HEIGHT - 8)
 
     step = _WIDTH / least.size
@@ -101,7 +109,7 @@ def _line_svg(values: np.ndarray) -> str:
     )
 
 
-def _png(grey: np.ndarray) -> bytes:
+def _png(grey: NDArray[Any]) -> bytes:
     """A grey picture of 8 bits; matplotlib is too heavy for looking at a value."""
 
     def chunk(kind: bytes, data: bytes) -> bytes:
@@ -113,7 +121,7 @@ def _png(grey: np.ndarray) -> bytes:
     return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", head) + chunk(b"IDAT", zlib.compress(lines)) + chunk(b"IEND", b"")
 
 
-def _picture(values: np.ndarray) -> str:
+def _picture(values: NDArray[Any]) -> str:
     """The image with row 0 at the bottom, thinned to what is shown."""
     step = max(1, -(-max(values.shape) // _PICTURE))
     thin = _real(values[::step, ::step])
@@ -152,7 +160,8 @@ def axis_markup(self: Axis) -> str:
     return f"<code>{html.escape(repr(self))}</code>"
 
 
+_cls: Any
 for _cls in (Array1D, Array2D, Mask1D, Mask2D):
     _cls.__repr__ = text
     _cls._repr_html_ = markup
-Axis._repr_html_ = axis_markup
+setattr(Axis, "_repr_html_", axis_markup)

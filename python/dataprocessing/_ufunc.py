@@ -80,8 +80,7 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
         if method != "__call__" or first is None or np.shape(values) != first.shape:
             return values
         if values.dtype == bool:
-            mask = Mask1D if first.ndim == 1 else Mask2D
-            return mask(values, first.axis if first.ndim == 1 else first.axes)
+            return Mask1D(values, first.axes[0]) if first.ndim == 1 else Mask2D(values, first.axes)
         return on_axes_of(first, values)
 
     return tuple(map(wrapped, result)) if isinstance(result, tuple) else wrapped(result)

@@ -2,7 +2,8 @@
 
 from __future__ import annotations
 
-from typing import Any, NamedTuple
+from dataclasses import dataclass
+from typing import Any
 
 from dataprocessing import _core
 from dataprocessing._core import Array1D, Array2D, SnipOrder, SnipScale
@@ -12,7 +13,8 @@ __all__ = [
 ]  # fmt: skip
 
 
-class FoundPeak(NamedTuple):
+@dataclass(frozen=True)
+class FoundPeak:
     """A peak that :func:`find_peaks` has found.
 
     ``index`` is the element at the top, ``position`` where the top is between elements; ``prominence`` how far

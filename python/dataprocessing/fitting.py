@@ -19,7 +19,7 @@ import weakref
 from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
 from contextlib import contextmanager
 from dataclasses import dataclass
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
@@ -28,6 +28,9 @@ from dataprocessing._core import Array1D, DataError, End, Errors, FitError, Inde
 from dataprocessing._fit_result import FitResult, FittedPeak, Parameter
 from dataprocessing._peak_model import ModelPeak, PeakModel
 from dataprocessing._ranges import Range, Subscription
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
 
 __all__ = [
     "FitError", "FitResult", "FittedPeak", "Gaussian", "ModelPeak", "Parameter", "PeakModel", "Selection",
@@ -59,7 +62,7 @@ def _failures() -> Iterator[None]:
     try:
         yield
     except DataError as error:
-        raise _failure(FitError, error.message, error.unit, error.line) from error  # type: ignore[attr-defined]
+        raise _failure(FitError, error.message, error.unit, error.line) from error
 
 
 # ---- What is fitted over -----------------------------------------------------------------------
@@ -192,7 +195,7 @@ class _Polynomial:
     coefficients: tuple[float, ...]
     offset: float = 0.0
 
-    def __call__(self, x: np.ndarray) -> np.ndarray:
+    def __call__(self, x: NDArray[Any]) -> NDArray[Any]:
         distance = x - self.offset
         total = np.full(x.shape, self.coefficients[0])
         power = np.ones(x.shape)
@@ -206,7 +209,7 @@ class _Polynomial:
 class _PowerLaw:
     coefficients: tuple[float, ...]
 
-    def __call__(self, x: np.ndarray) -> np.ndarray:
+    def __call__(self, x: NDArray[Any]) -> NDArray[Any]:
         result = np.zeros(x.shape)
         exists = x > 0
         result[exists] = np.exp(_Polynomial(self.coefficients)(np.log(x[exists])))
@@ -273,7 +276,7 @@ def polynomial(
     """
     data = _spectrum(a)
     middle = _choice({"middle": True, "zero": False}, about, "about")
-    kind = _core.plft_c1DOffsetPolyFittingFunction if middle else _core.plft_c1DPolyFittingFunction
+    kind: Any = _core.plft_c1DOffsetPolyFittingFunction if middle else _core.plft_c1DPolyFittingFunction
     function = kind(order, _selection(data, ranges, rule))
     weights = _refit(function, data, deviations)
     offset = function.offset() if middle else 0.0
@@ -325,7 +328,7 @@ class Window:
 class _Windows:
     parts: tuple[tuple[float, float, _PowerLaw], ...]
 
-    def __call__(self, x: np.ndarray) -> np.ndarray:
+    def __call__(self, x: NDArray[Any]) -> NDArray[Any]:
         total = np.zeros(x.shape)
         for start, end, law in self.parts:
             inside = (x >= start) & (x < end)
@@ -414,7 +417,7 @@ class Gaussian:
 class _Gaussians:
     parts: tuple[tuple[float, float, float], ...]
 
-    def __call__(self, x: np.ndarray) -> np.ndarray:
+    def __call__(self, x: NDArray[Any]) -> NDArray[Any]:
         total = np.zeros(x.shape)
         for amplitude, center, width in self.parts:
             t = (x - center) / width
@@ -472,7 +475,7 @@ def gaussians(
     moved = data.with_axes(axis)
     errors = function.standard_errors()
     fits_axis, fits_width = "calibration" in asked, "resolution" in asked
-    rows = [
+    rows: list[tuple[str, float, bool, str | None]] = [
         ("offset", axis.position(0), fits_axis, None),
         ("delta", axis.delta, fits_axis, None),
         ("fwhm", function.resolution.reference_fwhm, fits_width, None),
@@ -546,7 +549,7 @@ class _Called:
     function: Callable[..., Any]
     values: tuple[float, ...]
 
-    def __call__(self, x: np.ndarray) -> np.ndarray:
+    def __call__(self, x: NDArray[Any]) -> NDArray[Any]:
         return np.broadcast_to(np.asarray(self.function(x, *self.values), dtype="f8"), x.shape).copy()
 
 

@@ -6,16 +6,19 @@ double); the C++ library's own transforms, padded to powers of two, are in ``dat
 
 from __future__ import annotations
 
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D, Axis
 
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
+
 __all__ = ["autocorrelate", "band_pass", "center", "convolve", "correlate", "fft", "ifft"]
 
 
-def _made(values: np.ndarray, axes: list[Axis], name: str = "", unit: str = "") -> Any:
+def _made(values: NDArray[Any], axes: list[Axis], name: str = "", unit: str = "") -> Any:
     if values.ndim == 1:
         return Array1D(values, axes[0], name=name, unit=unit)
     return Array2D(values, tuple(axes), name=name, unit=unit)
@@ -110,7 +113,7 @@ def _length(n: int) -> int:
     return best
 
 
-def _product(a: np.ndarray, b: np.ndarray, conjugate: bool) -> np.ndarray:
+def _product(a: NDArray[Any], b: NDArray[Any], conjugate: bool) -> NDArray[Any]:
     """The linear correlation or convolution, over all shifts at which both meet."""
     full = [n + m - 1 for n, m in zip(a.shape, b.shape)]
     padded = [_length(n) for n in full]

@@ -57,7 +57,7 @@ exp = _simple("exp", Function.EXP, "The exponential; infinity where it overflows
 sin = _simple("sin", Function.SIN, "The sine of angles in radians.")
 cos = _simple("cos", Function.COS, "The cosine of angles in radians.")
 tan = _simple("tan", Function.TAN, "The tangent of angles in radians.")
-sinh = _simple("sinh", Function.SINH, "The hyperbolic sine.")
+sinh = _simple("sinh", Function.SINH, "The hyperbolic sine, element by element.")
 cosh = _simple("cosh", Function.COSH, "The hyperbolic cosine.")
 tanh = _simple("tanh", Function.TANH, "The hyperbolic tangent.")
 atan = _simple("atan", Function.ATAN, "The arc tangent, in radians.")
@@ -83,7 +83,8 @@ def _in_domain(function: Function, x: Any, domain: str, lowest_allowed: float, a
         bad, np.ones((), elements.dtype), elements
     )
     if isinstance(x, _ARRAYS):
-        result = _core.unry_operate(function, type(x)(safe, x.axis if x.ndim == 1 else x.axes))
+        made: Any = Array1D(safe, x.axes[0]) if x.ndim == 1 else Array2D(safe, x.axes)
+        result = _core.unry_operate(function, made)
         result.values[bad] = np.nan
         if at_zero is not None:
             result.values[zero] = at_zero

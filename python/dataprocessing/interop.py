@@ -10,11 +10,12 @@ from dataprocessing._core import Array1D, Array2D, Axis
 
 if TYPE_CHECKING:
     import xarray
+    from numpy.typing import NDArray
 
 __all__ = ["from_hyperspy", "from_xarray", "to_hyperspy", "to_xarray"]
 
 
-def _array(values: np.ndarray, axes: list[Axis], name: str, unit: str) -> Array1D | Array2D:
+def _array(values: NDArray[Any], axes: list[Axis], name: str, unit: str) -> Array1D | Array2D:
     if len(axes) == 1:
         return Array1D(values, axes[0], name=name, unit=unit)
     return Array2D(values, tuple(axes), name=name, unit=unit)
@@ -92,6 +93,7 @@ def to_hyperspy(self: Any) -> Any:
     return signal
 
 
+_cls: Any
 for _cls in (Array1D, Array2D):
     _cls.to_xarray = to_xarray
     _cls.to_hyperspy = to_hyperspy

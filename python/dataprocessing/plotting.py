@@ -57,5 +57,6 @@ def plot(self: Any, ax: Axes | None = None, **options: Any) -> Axes:
     return ax
 
 
+_cls: Any
 for _cls in (Array1D, Array2D, Mask1D, Mask2D):
     _cls.plot = plot

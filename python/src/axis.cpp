@@ -172,6 +172,12 @@ of where it was. ValueError for positions that are not finite or not evenly spac
             "nearest", [](const sAxis& a, double x) { return a.cal.Index(x); }, py::arg("x"),
             "The element nearest to position `x`; a half goes up.")
         .def(
+            "tolerance", [](const sAxis& a, double x) { return a.cal.Tolerance(x); }, py::arg("x"),
+            "How far from a whole index, in elements, position `x` counts as that index.")
+        .def(
+            "count", [](const sAxis& a, double length) { return a.cal.Count(length); },
+            py::arg("length"), "How many elements a length has, to the nearest.")
+        .def(
             "positions", [](const sAxis& a, long long n) { return positions(a, n, "positions"); },
             py::arg("count"), "The positions of the first `count` elements, as float64.")
         .def(

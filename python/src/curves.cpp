@@ -57,6 +57,10 @@ void defineFunction(py::module_& module) {
                  f.Load(values, cal_c1DArrayCal(axis.cal));
                  return toNumpy(values);
              })
+        .def("curve",
+             [](const tFunction& f, const sAxis& axis, int count) {
+                 return sArray1D{f.Curve(cal_c1DArrayCal(axis.cal), count), {}, {axis.labels}};
+             })
         .def("load_values",
              [](const tFunction& f, const tDoubles& at) {
                  arr_cC_Array<double> x = arrayOf(at);
@@ -238,6 +242,8 @@ void defineGaussians(py::module_& module) {
         .def("amplitude_error",
              [](const sGaussians& f, int peak) { return f.function.AmplitudeError(peak); })
         .def("area_error", [](const sGaussians& f, int peak) { return f.function.AreaError(peak); })
+        .def("counts_error",
+             [](const sGaussians& f, int peak) { return f.function.CountsError(peak); })
         .def("set_widths_from_resolution",
              [](sGaussians& f) { f.function.SetWidthsFromResolution(); });
 }

@@ -76,12 +76,47 @@ void defineTernary(py::module_& module) {
     extreme("trny_max", [](const auto& a, const auto& b) { return trny_max(a, b); });
 }
 
+struct sNamed {
+    const char* name;
+    unry_eMathUnaryOperation operation;
+};
+constexpr sNamed functions[] = {
+    {"abs", unry_Abs},   {"acos", unry_Acos},   {"asin", unry_Asin}, {"atan", unry_Atan},
+    {"cos", unry_Cos},   {"cosh", unry_Cosh},   {"exp", unry_Exp},   {"log", unry_Log},
+    {"sin", unry_Sin},   {"log10", unry_Log10}, {"sinh", unry_Sinh}, {"sqr", unry_Sqr},
+    {"sqrt", unry_Sqrt}, {"tan", unry_Tan},     {"tanh", unry_Tanh}, {"real", unry_Real},
+    {"imag", unry_Imag}, {"norm", unry_Norm},   {"arg", unry_Arg},   {"conj", unry_Conj}};
+
+template<class A>
+A applied(unry_eMathUnaryOperation operation, const A& a) {
+    const cWithoutGil released(a.Count(), transcendental);
+    return like<A>(a, unry_Operate(operation, a.values), cLabels());
+}
+
+template<class A>
+void definePower(py::module_& module) {
+    const char* const name = "pow";
+    module.def(name, [](const A& a, const A& b) {
+        const cWithoutGil released(static_cast<long long>(a.Count()) + b.Count(), transcendental);
+        return like<A>(a, pow(a.values, b.values), cLabels());
+    });
+    module.def(name, [](const A& a, const sNumber& b) {
+        const cWithoutGil released(a.Count(), transcendental);
+        return like<A>(a, pow(a.values, b.value), cLabels());
+    });
+    module.def(name, [](const sNumber& a, const A& b) {
+        const cWithoutGil released(b.Count(), transcendental);
+        return like<A>(b, pow(a.value, b.values), cLabels());
+    });
+}
+
 template<class A>
 void defineUnary(py::module_& module) {
-    module.def("unry_operate", [](unry_eMathUnaryOperation o, const A& a) {
-        const cWithoutGil released(a.Count(), transcendental);
-        return like<A>(a, unry_Operate(o, a.values), cLabels());
-    });
+    module.def("unry_operate", &applied<A>);
+    for (const sNamed& function : functions)
+        module.def(function.name,
+                   [operation = function.operation](const A& a) { return applied(operation, a); });
+    definePower<A>(module);
     const auto scan = [&](const char* name, auto function) {
         module.def(name, [=](const A& a) { return static_cast<bool>(function(a.values)); });
     };
@@ -104,6 +139,12 @@ void defineNumbers(py::module_& module) {
     module.def("unry_operate", [](unry_eMathUnaryOperation o, const sNumber& a) {
         return sNumber{unry_Operate(o, a.value)};
     });
+    for (const sNamed& function : functions)
+        module.def(function.name, [operation = function.operation](const sNumber& a) {
+            return sNumber{unry_Operate(operation, a.value)};
+        });
+    module.def("pow",
+               [](const sNumber& a, const sNumber& b) { return sNumber{pow(a.value, b.value)}; });
     module.def("tnry_ternary", [](bool condition, const sNumber& a, const sNumber& b) {
         return sNumber{tnry_Ternary(type_cBoolean(condition), a.value, b.value)};
     });

@@ -1,3 +1,8 @@
+#include <array>
+#include <optional>
+
+#include <pybind11/stl.h>
+
 #include "functions.h"
 #include "gil.h"
 #include "instances.h"
@@ -38,12 +43,69 @@ void defineWarps(py::module_& module) {
     });
 }
 
+using tPoint = std::pair<double, double>;
+tPoint pointOf(const pos_c2DPosition& p) { return {p.X(), p.Y()}; }
+
+std::optional<pos_c2DPosition> centreOf(const std::optional<tPoint>& point) {
+    if (!point)
+        return {};
+    return pos_c2DPosition(point->first, point->second);
+}
+
+/// Images mapped onto the grid of another one, or onto one that holds them.
+void defineMaps(py::module_& module) {
+    py::enum_<warp_eInterpolation>(module, "Interpolation", py::module_local())
+        .value("NEAREST", warp_NearestElement)
+        .value("LINEAR", warp_LinearInterpolation)
+        .value("CUBIC", warp_CubicInterpolation);
+    const auto mapped = [](const sArray2D& image, const sArray2D* like, auto function) {
+        const cWithoutGil released(image.Count(), 10 * perElement);
+        const auto grid = like ? std::optional(grid_Of(like->values)) : std::nullopt;
+        return python::like<sArray2D>(image, function(image.values, grid), image.labels);
+    };
+    module.def(
+        "warp_map_to",
+        [=](const sArray2D& image, const std::array<std::array<double, 3>, 2>& map,
+            const sArray2D* grid, warp_eInterpolation interpolation) {
+            const warp_s2x3Map m{map[0][0], map[0][1], map[0][2], map[1][0], map[1][1], map[1][2]};
+            return mapped(image, grid, [&](const auto& a, const auto& onto) {
+                return warp_MapTo(a, m, onto, interpolation);
+            });
+        },
+        py::arg("image"), py::arg("map"), py::arg("grid") = py::none(),
+        py::arg("interpolation") = warp_LinearInterpolation);
+    const auto aboutCentre = [&](const char* name, const char* first, const char* second,
+                                 auto function) {
+        module.def(
+            name,
+            [=](const sArray2D& image, double a, double b, const std::optional<tPoint>& centre,
+                const sArray2D* grid, warp_eInterpolation interpolation) {
+                return mapped(image, grid, [&](const auto& values, const auto& onto) {
+                    return function(values, a, b, centreOf(centre), onto, interpolation);
+                });
+            },
+            py::arg("image"), py::arg(first), py::arg(second), py::arg("centre") = py::none(),
+            py::arg("grid") = py::none(), py::arg("interpolation") = warp_LinearInterpolation);
+    };
+    aboutCentre("warp_resize_to", "factor_x", "factor_y",
+                [](const auto&... x) { return warp_ResizeTo(x...); });
+    aboutCentre("warp_shear_to", "shear_angle", "axis_angle",
+                [](const auto&... x) { return warp_ShearTo(x...); });
+    module.def(
+        "warp_rotate_to",
+        [=](const sArray2D& image, double angle, const std::optional<tPoint>& centre,
+            const sArray2D* grid, warp_eInterpolation interpolation) {
+            return mapped(image, grid, [&](const auto& values, const auto& onto) {
+                return warp_RotateTo(values, angle, centreOf(centre), onto, interpolation);
+            });
+        },
+        py::arg("image"), py::arg("angle"), py::arg("centre") = py::none(),
+        py::arg("grid") = py::none(), py::arg("interpolation") = warp_LinearInterpolation);
+}
+
 sArray1D line(const sArray2D& image, darr_c1DArray values) {
     return {std::move(values), image.labels, {image.axes[1]}};
 }
-
-using tPoint = std::pair<double, double>;
-tPoint pointOf(const pos_c2DPosition& p) { return {p.X(), p.Y()}; }
 
 void defineTransformations(py::module_& module) {
     using tTransformation = trns_cCoordTransformation;
@@ -101,6 +163,7 @@ void registerGeometry(py::module_& module) {
         .value("RADIUS", ramp_Radius)
         .value("ANGLE", ramp_Angle);
     defineWarps(module);
+    defineMaps(module);
     defineTransformations(module);
     module.def("proj_project", [](const sArray2D& image, const rnge_c2DRange& range) {
         return line(image, proj_Project(image.values, range));
@@ -117,6 +180,9 @@ void registerGeometry(py::module_& module) {
         return sArray2D{ramp_c2DRamp(type, countX, countY, cal_c2DArrayCal(x.cal, y.cal)),
                         {},
                         {y.labels, x.labels}};
+    });
+    module.def("line_at_x", [](const sArray2D& image, int x) {
+        return sArray1D{image.values.LineAtX(x), image.labels, {image.axes[0]}};
     });
     module.def("line_at_y",
                [](const sArray2D& image, int y) { return line(image, image.values.LineAtY(y)); });

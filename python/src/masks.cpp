@@ -61,6 +61,12 @@ void define() {
         .def(
             "count", [](const Mask& mask) { return countOf(mask); }, "The number of true elements.")
         .def(
+            "is_range_and_delta",
+            [](const Mask& a, const Mask& b) {
+                return static_cast<bool>(a.values.IsRangeAndDelta(b.values));
+            },
+            py::arg("other"), "Whether both lie on one grid.")
+        .def(
             "any", [](const Mask& mask) { return countOf(mask) > 0; },
             "Whether at least one element is true.")
         .def(

@@ -326,6 +326,12 @@ void definePeakModel(py::module_& module) {
 }
 
 void definePeakResult(py::module_& module) {
+    module.def(
+        "pkmd_model_of",
+        [](const sArray1D& spectrum, const std::vector<peak_sPeak>& found, pkmd_eShape shape) {
+            return pkmd_ModelOf(spectrum.values, found, shape);
+        },
+        py::arg("spectrum"), py::arg("found"), py::arg("shape") = pkmd_Gaussian);
     py::class_<pkmd_sPeak>(module, "pkmd_sPeak", py::module_local())
         .def_readonly("shape", &pkmd_sPeak::shape)
         .def_readonly("position", &pkmd_sPeak::position)

@@ -9,7 +9,7 @@ namespace py = pybind11;
 
 namespace {
 
-template<class A>
+template<class A, class Mask>
 void defineStatistics(py::module_& module) {
     // The number goes to Python after the lock is back.
     const auto number = [&](const char* name, auto function) {
@@ -21,12 +21,20 @@ void defineStatistics(py::module_& module) {
             }
             return result;
         });
+        module.def(name, [=](const A& a, const Mask& over) {
+            sNumber result;
+            {
+                const cWithoutGil released(a.Count());
+                result.value = function(a.values, over.values);
+            }
+            return result;
+        });
     };
-    number("stat_sum", [](const auto& a) { return stat_Sum(a); });
-    number("stat_mean", [](const auto& a) { return stat_Mean(a); });
-    number("stat_variance", [](const auto& a) { return stat_Variance(a); });
-    number("extr_min", [](const auto& a) { return extr_Min(a, conv_RealPart); });
-    number("extr_max", [](const auto& a) { return extr_Max(a, conv_RealPart); });
+    number("stat_sum", [](const auto&... a) { return stat_Sum(a...); });
+    number("stat_mean", [](const auto&... a) { return stat_Mean(a...); });
+    number("stat_variance", [](const auto&... a) { return stat_Variance(a...); });
+    number("extr_min", [](const auto&... a) { return extr_Min(a..., conv_RealPart); });
+    number("extr_max", [](const auto&... a) { return extr_Max(a..., conv_RealPart); });
 }
 
 void defineExtrema1D(py::module_& module) {
@@ -85,8 +93,8 @@ void defineMinMax(py::module_& module) {
 } // namespace
 
 void registerReductions(py::module_& module) {
-    defineStatistics<sArray1D>(module);
-    defineStatistics<sArray2D>(module);
+    defineStatistics<sArray1D, sMask1D>(module);
+    defineStatistics<sArray2D, sMask2D>(module);
     defineExtrema1D(module);
     defineExtrema2D(module);
     defineMinMax<sArray1D>(module);

@@ -45,6 +45,11 @@ void defineRanges(py::module_& module) {
         .def_property_readonly("angle", &rnge_c2DRange::Angle)
         .def("contains", [](const rnge_c2DRange& r, double x,
                             double y) { return static_cast<bool>(r.Contains(x, y)); })
+        .def("intersects",
+             [](const rnge_c2DRange& r, const rnge_c2DRange& o) {
+                 return static_cast<bool>(r.Intersects(o));
+             })
+        .def("intersection", [](const rnge_c2DRange& r, const rnge_c2DRange& o) { return r & o; })
         .def("union", [](const rnge_c2DRange& r, const rnge_c2DRange& o) { return r | o; });
 }
 
@@ -106,6 +111,26 @@ void registerValueFunctions(py::module_& module) {
         return sNumber{
             a.values.Value(x, interpolate ? darr_LinearInterpolation : darr_NoInterpolation)};
     });
+    module.def("value", [](const sArray2D& a, double x, double y, bool interpolate) {
+        return sNumber{
+            a.values.Value(x, y, interpolate ? darr_LinearInterpolation : darr_NoInterpolation)};
+    });
+    const auto gridOf = [](const auto& grid, int axis) {
+        if constexpr (requires { grid.size; })
+            return py::make_tuple(sAxis{grid.cal, {}}, grid.size);
+        else
+            return axis == 0 ? py::make_tuple(sAxis{grid.cal.Y(), {}}, grid.sizeY)
+                             : py::make_tuple(sAxis{grid.cal.X(), {}}, grid.sizeX);
+    };
+    module.def("algn_calibration", [=](const sArray1D& a, const sArray1D& b) {
+        return py::make_tuple(gridOf(algn_Calibration(a.values, b.values), 0));
+    });
+    module.def("algn_calibration", [=](const sArray2D& a, const sArray2D& b) {
+        const auto grid = algn_Calibration(a.values, b.values);
+        return py::make_tuple(gridOf(grid, 0), gridOf(grid, 1));
+    });
+    module.def("mem_release_kept", &mem_ReleaseKept,
+               "Gives back memory that is kept for the next arrays.");
     module.def("pos_angle", [](double x1, double y1, double x2, double y2) {
         return pos_Angle(pos_c2DPosition(x1, y1), pos_c2DPosition(x2, y2));
     });

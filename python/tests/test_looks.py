@@ -131,3 +131,12 @@ def test_assertions_for_tests():
     with pytest.raises(AssertionError):
         assert_close(a, dp.Array1D([1.0, 2.0], dp.Axis(0.5)))
     assert not math.isnan(a.sum())
+
+
+def test_drawings_of_steep_lines_have_no_gaps():
+    from dataprocessing._repr import _envelope
+
+    least, largest = _envelope(np.array([0.0, 0, 100, 50, np.nan, 7]))
+    assert all(not (a < b) for a, b in zip(largest[:-1], least[1:]))
+    assert all(not (a > b) for a, b in zip(least[:-1], largest[1:]))
+    assert np.isnan(least[4]) and least[5] == 7
