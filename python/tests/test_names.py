@@ -34,6 +34,7 @@ LEFT_OUT = r"""
     parr_.*::(IndexOf|CheckedElements|CopyElements|NumberAt|ValueAt|RequireType)    inside of arrays
     nlsq_cModel                a Python function
     maps_                      whole maps, which are for C++ alone so far
+    rcrd_                      records, which are for C++ alone so far; Python pickles
     .*::DerivativeError        a Python function's
 """
 
