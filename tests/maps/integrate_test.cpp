@@ -214,6 +214,46 @@ TEST(Integral, PolynomialsOfAnyDegreeVanish) {
     }
 }
 
+TEST(Integral, ErrorsOverAPowerLawAreThoseOfCountsAndLaw) {
+    const std::vector<unsigned short> counts = countsOf(3, channels, withEdge);
+    maps_cWorkspace room;
+    Planes laws(2, 3);
+    Planes planes(1, 3);
+    const maps_cStack stack = stackOf(std::span(counts), channels, scale);
+    maps_cPowerLaw(channels, scale, before, reference).Run(stack, laws.All(), room);
+    maps_cIntegral(channels, scale, {{350, 449}}, {maps_sBackground::PowerLaw, before})
+        .Run(stack, withoutChiSquared(planes), room);
+    for (std::size_t q = 0; q < 3; ++q) {
+        // In ln A and the exponent.
+        double f0 = 0;
+        double f1 = 0;
+        double f2 = 0;
+        double sum = 0;
+        double slope = 0;
+        double inside = 0;
+        for (std::size_t k = 0; k < channels; ++k) {
+            const double x = 200 + static_cast<double>(k);
+            const double l = std::log(x / reference);
+            const double f = laws.values[q] * std::exp(laws.values[3 + q] * l);
+            if (isBefore(x)) {
+                f0 += f;
+                f1 += f * l;
+                f2 += f * l * l;
+            }
+            if (x >= 350 && x < 450) {
+                inside += counts[q * channels + k];
+                sum += f;
+                slope += f * l;
+            }
+        }
+        const double determinant = f0 * f2 - f1 * f1;
+        const double ofLaw =
+            (sum * sum * f2 - 2 * sum * slope * f1 + slope * slope * f0) / determinant;
+        EXPECT_NEAR(planes.values[q] / (inside - sum), 1, 1e-9);
+        EXPECT_NEAR(planes.errors[q] / std::sqrt(inside + ofLaw), 1, 1e-9);
+    }
+}
+
 TEST(Integral, ErrorsOverAPowerLawAreWhatTheySay) {
     constexpr std::size_t spectra = 3000;
     const std::vector<unsigned short> counts = countsOf(spectra, channels, withEdge);

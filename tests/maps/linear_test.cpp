@@ -196,6 +196,44 @@ TEST(LinearMap, FactorsThatMayNotFallBelowZeroAreTheBestOfThose) {
     EXPECT_GT(bounded, 60);
 }
 
+/// Shapes that can hardly be told apart: many bounds hold, and meet each other on the way.
+TEST(LinearMap, FactorsOfLikeShapesMeetTheConditionsOfABound) {
+    constexpr std::size_t like = 8;
+    constexpr std::size_t length = 80;
+    constexpr std::size_t spectra = 300;
+    std::vector<double> all(like * length);
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        const double z =
+            (static_cast<double>(i % length) - 12 - 8 * static_cast<double>(i / length)) / 12;
+        all[i] = std::exp(-0.5 * z * z);
+    }
+    const std::vector<unsigned short> counts =
+        countsOf(spectra, length, [](std::size_t q, double k) {
+            return 20 + 15 * std::sin(0.3 * static_cast<double>(q) + 0.2 * k);
+        });
+    const maps_cLinear fit(all, length,
+                           {.weights = maps_EqualWeights, .nonNegative = {0, 1, 2, 3, 4, 5, 6, 7}});
+    Planes planes(like, spectra);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span(counts), length), planes.All(), room);
+    for (std::size_t q = 0; q < spectra; ++q) {
+        ASSERT_EQ(planes.status[q], maps_Good);
+        for (std::size_t s = 0; s < like; ++s) {
+            double slope = 0;
+            for (std::size_t k = 0; k < length; ++k) {
+                double f = 0;
+                for (std::size_t i = 0; i < like; ++i)
+                    f += planes.values[i * spectra + q] * all[i * length + k];
+                slope += all[s * length + k] * (counts[q * length + k] - f);
+            }
+            const double factor = planes.values[s * spectra + q];
+            EXPECT_GE(factor, 0);
+            EXPECT_LT(slope, 1e-6);
+            EXPECT_TRUE(factor == 0 || slope > -1e-6) << slope;
+        }
+    }
+}
+
 TEST(LinearMap, WeightsOfTheModelGiveTheMaximumOfTheLikelihood) {
     constexpr std::size_t spectra = 20;
     const std::vector<unsigned short> counts =
