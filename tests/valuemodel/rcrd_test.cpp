@@ -325,6 +325,12 @@ TEST(Record, OfAHostileBinaryIsRefused) {
     std::string twice = whole + whole.substr(elements);
     twice[2] = static_cast<char>(twice.size() - 6);
     EXPECT_EQ(refusalOfLoading(twice, small), damaged);
+    // Twice, of elements that look like a field that nobody knows.
+    const std::vector<unsigned char> field = {0xe7, 3, 2, 0, 0, 0, 7, 7};
+    std::string hidden = saved(parr_c1DNumberArray(field), rcrd_Binary);
+    hidden += hidden.substr(hidden.size() - 14);
+    hidden[2] = static_cast<char>(hidden.size() - 6);
+    EXPECT_EQ(refusalOfLoading(hidden, parr_c1DNumberArray()), damaged);
     std::string none = whole.substr(0, elements);
     none[2] = static_cast<char>(none.size() - 6);
     EXPECT_EQ(refusalOfLoading(none, small), damaged);
