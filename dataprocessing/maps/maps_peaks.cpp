@@ -102,7 +102,7 @@ void maps_sPeaks::PlaceWindows() {
         window.from = std::min(reach.first, range.Count());
         window.to = std::min(reach.last, range.Count());
         const std::size_t center = window.from + window.Count() / 2;
-        window.middle = cal.Position(static_cast<long long>(range.first + center));
+        window.middle = line.x[std::min(center, range.Count() - 1)];
         std::fill(isWanted.begin() + static_cast<std::ptrdiff_t>(window.from),
                   isWanted.begin() + static_cast<std::ptrdiff_t>(window.to), char{1});
         plan.windows.push_back(window);

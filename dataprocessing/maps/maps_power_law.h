@@ -13,8 +13,8 @@ namespace dataprocessing::detail {
 
 /// What the positions alone tell. Logarithms are those of x / reference, about their middle.
 struct maps_sPowerLaw {
-    maps_sPowerLaw(std::size_t channels, const cal_c1DArrayCal& cal,
-                   const std::vector<maps_sRange>& ranges, double reference);
+    maps_sPowerLaw(std::size_t channelCount, const cal_c1DArrayCal& calibration,
+                   const std::vector<maps_sRange>& ranges, double at);
 
     /// The logarithm of a channel's position.
     double Logarithm(std::size_t channel) const;
