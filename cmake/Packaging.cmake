@@ -64,6 +64,29 @@ set(CPACK_DEBIAN_DEBIAN_DEVELOPMENT_DESCRIPTION "${about}
 This package holds the headers and what CMake and pkg-config need to build
 programs.")
 
+# The Python package holds the library itself, as a wheel does, and is there where it is built.
+set(packages Runtime ${runtime_package} Development ${development_package})
+if(TARGET dataprocessing_python)
+  set(python_package python3-dataprocessing)
+  set(dist lib/python3/dist-packages/dataprocessing)
+  list(APPEND CPACK_COMPONENTS_ALL Debian_Python)
+  list(APPEND packages Python ${python_package})
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_NAME ${python_package})
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_SECTION python)
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_DEPENDS
+    "python3 (>= ${DATAPROCESSING_PYTHON_VERSION}~), python3 (<< ${DATAPROCESSING_PYTHON_VERSION_BELOW}~), python3-numpy (>= 1:1.24)")
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-matplotlib, python3-xarray")
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${debian}/python/postinst ${debian}/python/prerm)
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_DESCRIPTION "${about}
+.
+This package is for Python, beside NumPy.")
+  install(TARGETS dataprocessing_python LIBRARY DESTINATION ${dist} COMPONENT Debian_Python EXCLUDE_FROM_ALL)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/python/dataprocessing/ DESTINATION ${dist}
+    COMPONENT Debian_Python EXCLUDE_FROM_ALL FILES_MATCHING PATTERN "*.py" PATTERN "*.pyi" PATTERN "py.typed"
+    PATTERN __pycache__ EXCLUDE)
+endif()
+
 # What Debian wants beside the files of `cmake --install`, below share/doc/PACKAGE.
 function(dataprocessing_gzip source file)
   execute_process(COMMAND ${DATAPROCESSING_GZIP} -9nc ${source} OUTPUT_FILE ${file} COMMAND_ERROR_IS_FATAL ANY)
@@ -82,9 +105,10 @@ string(TIMESTAMP now "%a, %d %b %Y %H:%M:%S +0000" UTC)
 configure_file(${debian}/changelog.in ${doc}/changelog.Debian @ONLY)
 dataprocessing_gzip(${doc}/changelog.Debian ${doc}/changelog.Debian.gz)
 dataprocessing_gzip(${PROJECT_SOURCE_DIR}/CHANGELOG.md ${doc}/changelog.gz)
-install(FILES ${doc}/copyright ${doc}/changelog.gz ${doc}/changelog.Debian.gz
-  DESTINATION share/doc/${runtime_package} COMPONENT Debian_Runtime EXCLUDE_FROM_ALL)
-install(FILES ${doc}/copyright ${doc}/changelog.gz ${doc}/changelog.Debian.gz
-  DESTINATION share/doc/${development_package} COMPONENT Debian_Development EXCLUDE_FROM_ALL)
+while(packages)
+  list(POP_FRONT packages component package)
+  install(FILES ${doc}/copyright ${doc}/changelog.gz ${doc}/changelog.Debian.gz
+    DESTINATION share/doc/${package} COMPONENT Debian_${component} EXCLUDE_FROM_ALL)
+endwhile()
 
 include(CPack)
