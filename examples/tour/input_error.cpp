@@ -5,6 +5,11 @@ namespace tour {
 InputError::InputError(const std::string& file, long long line, const std::string& problem)
     : std::runtime_error(file + ":" + std::to_string(line) + ": " + problem) {}
 
+InputError::InputError(const std::string& file, long long line, std::size_t column,
+                       const std::string& problem)
+    : std::runtime_error(file + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " +
+                         problem) {}
+
 std::string printable(std::string_view text) {
     std::string result(text);
     for (char& c : result)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -13,6 +14,9 @@ public:
     using std::runtime_error::runtime_error;
     /// "file:line: problem".
     InputError(const std::string& file, long long line, const std::string& problem);
+    /// "file:line:column: problem".
+    InputError(const std::string& file, long long line, std::size_t column,
+               const std::string& problem);
 };
 
 /// `text` with everything that could break the line or the terminal replaced.

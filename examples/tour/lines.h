@@ -3,22 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "analysis.h"
 #include "dataprocessing/dataprocessing.h"
 
 namespace tour {
-
-/// A line found in a spectrum; positions and widths in units of its axis.
-struct Line {
-    double position;
-    double height; ///< counts per channel above the background
-    double width;  ///< full width at half maximum
-};
-
-/// The strongest lines of a net spectrum, at most 20, in order of position. A line is a maximum
-/// from which the values fall, on either side, by five times the noise of counting and by a
-/// sixth of its height. It is at most a 64th of the spectrum wide, which humps are not, and
-/// between a half of and twice as wide as the strongest.
-std::vector<Line> findLines(const darr_c1DArray& net, const darr_c1DArray& counts);
 
 /// The strongest of the lines, of which there is at least one.
 const Line& strongest(const std::vector<Line>& lines);
@@ -43,5 +31,11 @@ const rnge_c1DRange* stretchBelow(const std::vector<rnge_c1DRange>& stretches, d
 
 /// A number with this many decimals.
 std::string fixed(double value, int decimals);
+
+/// A number with its standard error in units of its last digits: "6.4035(12)".
+std::string withError(double value, double error);
+
+/// "1 line", "2 lines".
+std::string counted(long long count, const std::string& one);
 
 } // namespace tour

@@ -1,17 +1,19 @@
 // A walk through DataProcessing on real data: reads what the user gives, or makes a sample, then
 // tells and draws what the library does with it, step by step, on the terminal and in one report.
 
+#include <csignal>
 #include <exception>
 #include <filesystem>
 #include <ios>
 #include <iostream>
 #include <new>
+#include <stdexcept>
 #include <system_error>
 
-#include "background.h"
+#include "configured.h"
+#include "image_file.h"
 #include "input_error.h"
 #include "options.h"
-#include "pgm_file.h"
 #include "report.h"
 #include "sample_image.h"
 #include "sample_spectrum.h"
@@ -23,19 +25,22 @@ namespace {
 using namespace tour;
 
 struct Step {
+    enum When { always, ofSample, ofLines };
     const char* title;
     void (*run)(Story&);
-    bool isOfLines = false; ///< left out where no line has been found
+    When when = always; ///< with the sample's spectrum only, or where there are lines
 };
 
 constexpr Step steps[] = {
     {"Numbers and their types", stepTypes},
-    {"An image: dark and gain correction", stepImage},
-    {"Two spectra: subtraction with alignment", stepSpectra},
-    {"Lines: masks, extrema, statistics", stepLines},
-    {"Ranges, a polynomial, and messages", stepRanges, true},
-    {"Peak intensities over power laws", stepPeaks, true},
-    {"A fit of many Gaussians", stepGauss, true},
+    {"The image", stepImage},
+    {"Two spectra: subtraction with alignment", stepSpectra, Step::ofSample},
+    {"The lines of the spectrum and what lies under them", stepLines},
+    {"The lines, fitted together", stepFit, Step::ofLines},
+    {"The widths of the lines", stepWidths, Step::ofLines},
+    {"Masks, extrema, sums", stepMasks},
+    {"Ranges, a polynomial, and messages", stepRanges, Step::ofLines},
+    {"Peak intensities over power laws", stepPeaks, Step::ofSample},
     {"Frequencies of a profile", stepFrequencies},
     {"Registration of two shifted images", stepRegistration},
     {"The periods of a lattice", stepPeriod},
@@ -43,6 +48,11 @@ constexpr Step steps[] = {
     {"A line scan and a projection", stepScan},
     {"An axis, written and read back", stepStreams},
 };
+
+bool isTaken(const Step& step, const Story& story) {
+    return step.when == Step::always || (step.when == Step::ofSample && story.isSampleSpectrum) ||
+           (step.when == Step::ofLines && !story.lines.empty());
+}
 
 /// The report's place, in a directory that is made if it is missing.
 std::string reportIn(const std::string& directory) {
@@ -78,15 +88,25 @@ auto fromFile(const std::string& file, Read read) {
     }
 }
 
+AnalysisOptions analysisOf(const Spectrum& spectrum, const Options& options) {
+    AnalysisOptions result;
+    if (options.resolution)
+        result.resolution = Width{options.resolution->second, options.resolution->first, 0};
+    result.lines = options.lines;
+    if (spectrum.IsOfEnergy())
+        result.slope = slopeOfSilicon * (spectrum.unit == "keV" ? 0.001 : 1);
+    return result;
+}
+
 void run(const Options& options) {
     // All that a user can get wrong is read and checked before anything is written.
     const bool hasSpectrum = !options.spectrum.empty();
     const bool hasImage = !options.image.empty();
-    Spectrum spectrum = hasSpectrum ? fromFile(options.spectrum, readSpectrum) : sampleSpectrum();
-    Image image = hasImage ? fromFile(options.image, readPgm) : sampleImage();
-    Spectrum blank = hasSpectrum ? estimatedBackground(spectrum) : sampleBlank();
-    const double blankScale =
-        hasSpectrum ? 1 : spectrum.counts.Cal().Delta() / (blank.counts.Cal().Delta() * blankTime);
+    Spectrum spectrum =
+        hasSpectrum ? configured(fromFile(options.spectrum, readSpectrum), options)
+                    : sampleSpectrum();
+    Image image = hasImage ? configured(fromFile(options.image, readImage), options) : sampleImage();
+    const AnalysisOptions analysis = analysisOf(spectrum, options);
     const std::string file = reportIn(options.out);
     Report report(file);
 
@@ -95,20 +115,24 @@ void run(const Options& options) {
     introduce(teller, options);
 
     Story story{.spectrum = std::move(spectrum),
-                .blank = std::move(blank),
-                .blankScale = blankScale,
-                .isBlankEstimated = hasSpectrum,
-                .known = hasSpectrum ? std::vector<KnownLine>() : sampleLines(),
+                .options = analysis,
+                .isSampleSpectrum = !hasSpectrum,
                 .scene = std::move(image),
+                .isSampleImage = !hasImage,
                 .teller = teller};
     for (const Step& step : steps) {
-        if (step.isOfLines && story.lines.empty())
+        if (!isTaken(step, story))
             continue;
         teller.Begin(step.title);
         step.run(story);
     }
+    std::cout << std::flush;
+    if (!std::cout)
+        throw std::runtime_error("the text could not be written to standard output");
     report.Finish();
     std::cout << "\nThe report, with all pictures: " << printable(file) << '\n' << std::flush;
+    if (!std::cout)
+        throw std::runtime_error("the text could not be written to standard output");
 }
 
 /// One line, whatever the names that stand in the message.
@@ -121,10 +145,11 @@ int fail(int code, const char* message) {
 } // namespace
 
 int main(int count, char** arguments) {
+    std::signal(SIGPIPE, SIG_IGN); // output that nobody reads is an error like others
     try {
         const Options options = parseOptions(count - 1, arguments + 1);
         if (options.help)
-            std::cout << usage;
+            std::cout << usage << std::flush;
         else
             run(options);
         return 0;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "dataprocessing/dataprocessing.h"
 
@@ -11,9 +12,14 @@ struct Spectrum {
     darr_c1DArray counts;
     std::string axis; ///< "energy"
     std::string unit; ///< "keV", empty where it is not known
+    /// What does not fit together in the file, for people.
+    std::vector<std::string> remarks = {};
+
+    /// Whether positions are energies of photons.
+    bool IsOfEnergy() const { return unit == "keV" || unit == "eV"; }
 };
 
-/// An image and what its axes and values show. Row 0 is the top row.
+/// An image and what its axes and values show.
 struct Image {
     darr_c2DArray values;
     std::string unit;     ///< of both axes: "mm"

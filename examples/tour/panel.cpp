@@ -8,7 +8,7 @@
 
 #include "drawing/elements.h"
 #include "picture.h"
-#include "png.h"
+#include "png_address.h"
 
 namespace tour {
 

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "image_file.h"
 #include "input_error.h"
 #include "input_file.h"
 #include "progress.h"
@@ -16,7 +17,6 @@ namespace tour {
 namespace {
 
 constexpr int endOfFile = std::char_traits<char>::eof();
-constexpr long long fewestPerSide = 4;
 constexpr long long mostPixels = std::numeric_limits<int>::max();
 constexpr std::size_t longestToken = 20;
 

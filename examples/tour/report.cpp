@@ -1,6 +1,7 @@
 #include "report.h"
 
 #include <cerrno>
+#include <filesystem>
 #include <stdexcept>
 #include <system_error>
 
@@ -55,12 +56,20 @@ std::string row(const std::vector<std::string>& cells, const std::vector<Column>
 
 } // namespace
 
-Report::Report(const std::string& file) : file_(file) {
+Report::Report(const std::string& file) : file_(file), unfinished_(file + ".part") {
+    std::error_code ignored;
+    if (std::filesystem::is_directory(file, ignored))
+        throw InputError("cannot write " + quoted(file, 200) + ": Is a directory");
     errno = 0;
-    stream_.open(file, std::ios::binary);
+    stream_.open(unfinished_, std::ios::binary);
     if (!stream_)
         throw InputError("cannot write " + quoted(file, 200) + ": " +
                          std::generic_category().message(errno));
+}
+
+Report::~Report() {
+    std::error_code ignored;
+    std::filesystem::remove(unfinished_, ignored);
 }
 
 void Report::Begin(const std::string& title) {
@@ -131,7 +140,10 @@ void Report::Finish() {
     stream_ << "</ol>\n</nav>\n<main>\n"
             << steps_ << (titles_.empty() ? "" : "</section>\n") << "</main>\n</body>\n</html>\n";
     stream_.close();
-    if (!stream_)
+    std::error_code error;
+    if (stream_)
+        std::filesystem::rename(unfinished_, file_, error);
+    if (!stream_ || error)
         throw std::runtime_error(quoted(file_, 200) + " could not be written");
 }
 

@@ -14,8 +14,13 @@ namespace tour {
 /// asks nothing from anywhere. It is well-formed XML too.
 class Report {
 public:
-    /// Opens the file, which replaces what is there; an InputError says why it cannot be.
+    /// Begins the file beside its place, which it takes at the end; an InputError says why it
+    /// cannot.
     explicit Report(const std::string& file);
+    /// Leaves nothing of a report that has not been finished.
+    ~Report();
+    Report(const Report&) = delete;
+    Report& operator=(const Report&) = delete;
 
     /// The heading of the next step.
     void Begin(const std::string& title);
@@ -27,11 +32,12 @@ public:
     /// Returns the number of the figure.
     int Draw(const Figure& figure);
 
-    /// Writes the page.
+    /// Writes the page, and puts it in its place.
     void Finish();
 
 private:
     std::string file_;
+    std::string unfinished_; ///< which becomes `file_` at the end
     std::ofstream stream_;
     std::string introduction_;
     std::vector<std::string> titles_;

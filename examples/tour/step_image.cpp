@@ -1,7 +1,5 @@
-#include <algorithm>
 #include <cmath>
 #include <iomanip>
-#include <span>
 #include <sstream>
 #include <string>
 
@@ -14,17 +12,15 @@ namespace tour {
 namespace {
 
 double mean(const darr_c2DArray& image) {
-    const darr_c2DArray values = conv_Convert(image, dtyp_Double);
-    double sum = 0;
-    for (const double value : values.Elements<double>())
-        sum += value;
-    return sum / values.Count();
+    return stat_Sum(conv_Convert(image, dtyp_Double)).As<double>() / image.Count();
 }
 
 double largest(const darr_c2DArray& image) {
-    const darr_c2DArray values = conv_Convert(image, dtyp_Double);
-    const std::span<const double> elements = values.Elements<double>();
-    return *std::max_element(elements.begin(), elements.end());
+    return extr_Max(image, conv_RealPart).As<double>();
+}
+
+double smallest(const darr_c2DArray& image) {
+    return extr_Min(image, conv_RealPart).As<double>();
 }
 
 /// The root mean square difference from the scene: in percent of its mean, where it has one.
@@ -41,15 +37,25 @@ std::string error(const darr_c2DArray& image, const darr_c2DArray& scene) {
     return text.str();
 }
 
-} // namespace
+void takenAsItIs(Story& story) {
+    const Image& image = story.scene;
+    story.corrected = image.values;
+    story.teller.Say("Its values, ", image.quantity, "s, are from ",
+                     smallest(image.values), " to ", largest(image.values), ", ",
+                     fixed(mean(image.values), 2), " in the mean. It is taken as it is.");
+    story.teller.Draw({"The image.",
+                       {Panel{"the image", image.values, image.quantity, image.unit},
+                        Diagram{{.title = joined("row ", image.values.SizeY() / 2),
+                                 .x = "x / " + image.unit,
+                                 .y = image.quantity},
+                                {{"", image.values.LineAtY(image.values.SizeY() / 2)}}}}});
+}
 
-void stepImage(Story& story) {
+void correctedWithDetector(Story& story) {
     const darr_c2DArray& scene = story.scene.values;
     const std::string& unit = story.scene.unit;
     const std::string& quantity = story.scene.quantity;
     Teller& teller = story.teller;
-    teller.Say("The image has ", scene.SizeX(), " x ", scene.SizeY(), " elements of type ",
-               typeName(scene.DataType()), ", over ", scene.Range(), ' ', unit, ".");
     teller.Say("A model of a detector takes it: one exposure (raw), and the means of 16 without "
                "light (dark) and under even light (flat). What the detector adds is subtracted, "
                "and what its pixels differ by is divided out.");
@@ -87,6 +93,19 @@ void stepImage(Story& story) {
                           {{"raw", raw.LineAtY(row)},
                            {"corrected", story.corrected.LineAtY(row)},
                            {"scene", scene.LineAtY(row)}}}}});
+}
+
+} // namespace
+
+void stepImage(Story& story) {
+    const darr_c2DArray& scene = story.scene.values;
+    story.teller.Say("The image has ", scene.SizeX(), " x ", scene.SizeY(), " elements of type ",
+                     typeName(scene.DataType()), ", over ", scene.Range(), ' ', story.scene.unit,
+                     ". In all pictures row 0 is at the top, and y runs downwards.");
+    if (story.isSampleImage)
+        correctedWithDetector(story);
+    else
+        takenAsItIs(story);
 }
 
 } // namespace tour

@@ -29,8 +29,9 @@ private:
 
 std::vector<std::string> rowOf(const char* when, const plft_c1DPolyFittingFunction& polynomial) {
     std::vector<std::string> cells{when};
+    const arr_cC_Array<double> errors = polynomial.StandardErrors();
     for (int i = 0; i <= polynomial.Order(); ++i)
-        cells.push_back(joined(polynomial.Coefficients()[i]));
+        cells.push_back(joined(polynomial.Coefficients()[i], " +- ", errors[i]));
     return cells;
 }
 
@@ -40,6 +41,16 @@ darr_c1DArray curve(const ftfn_c1DFittingFunction& function, const darr_c1DArray
     const cal_c1DArrayCal cal(over.Cal().Position(0), over.Cal().Delta(), 0);
     return darr_c1DArray(
         std::span<const double>(values.Data(), static_cast<std::size_t>(values.Size())), cal);
+}
+
+/// Whether the polynomial describes what it was fitted to.
+void tellHow(Teller& teller, const plft_c1DPolyFittingFunction& polynomial) {
+    if (polynomial.DegreesOfFreedom() <= 0)
+        return;
+    const double chi = polynomial.ResidualSum() / polynomial.DegreesOfFreedom();
+    teller.Say("Each value weighs by its noise; chi-squared per degree of freedom is ", fixed(chi, 2),
+               chi > 2 ? ": a polynomial of this order does not describe what lies there."
+                       : ": the polynomial describes what lies there.");
 }
 
 /// What lies between the lines, from somewhat below the strongest line and those around it to
@@ -66,8 +77,12 @@ void stepRanges(Story& story) {
     Teller& teller = story.teller;
     const darr_c1DArray& counts = story.spectrum.counts;
     std::list<rnge_c1DRange> ranges = around(story);
-    if (ranges.empty()) {
-        teller.Say("There is nothing between the lines that could be selected.");
+    int channels = 0;
+    for (const rnge_c1DRange& range : ranges)
+        channels += static_cast<int>(range.Length() / counts.Cal().Delta());
+    constexpr int fewest = 12;
+    if (channels < fewest) {
+        teller.Say("There is too little between the lines that could be selected.");
         return;
     }
 
@@ -85,6 +100,11 @@ void stepRanges(Story& story) {
     plft_c1DPolyFittingFunction polynomial(2, selection);
     polynomial.AddReceiver(byFunction, mesg_Class(ftfn_FunctionChanged));
 
+    // Of counts that is the root; the polynomial weighs them so.
+    const darr_c1DArray deviations =
+        story.analysis.isOfCounts
+            ? sqrt(trny_max(conv_Convert(counts, dtyp_Double), 1.0))
+            : darr_c1DArray(counts.Size(), story.analysis.noise, counts.Cal());
     teller.Say("A selection holds ranges of the axis, and a function is fitted to what lies in "
                "them. Here: ",
                ranges.size(), ranges.size() == 1 ? " range" : " ranges", " between the lines,");
@@ -92,7 +112,7 @@ void stepRanges(Story& story) {
     for (const rnge_c1DRange& range : ranges)
         items.push_back(joined(range));
     teller.List(items);
-    polynomial.Refit(counts);
+    polynomial.Refit(counts, deviations);
     teller.Say("and a polynomial of order 2 fitted to them.");
     Table table{.caption = "The coefficients of the polynomial",
                 .heading = {"fitted", "1", "x", "x^2"},
@@ -112,9 +132,11 @@ void stepRanges(Story& story) {
     teller.Say("Then it moves to where it is already, and ",
                notes.empty() ? "nobody hears of that." : "that is told again.");
     teller.Say("Nothing is fitted again until someone asks for it.");
-    polynomial.Refit(counts);
+    polynomial.Refit(counts, deviations);
     table.rows.push_back(rowOf("after the move", polynomial));
     teller.Show(table);
+
+    tellHow(teller, polynomial);
 
     Frame frame{.title = "",
                 .x = axisLabel(story.spectrum),

@@ -74,8 +74,10 @@ void stepRegistration(Story& story) {
     const darr_c2DArray reference = square(scene, x, y, size);
     const darr_c2DArray moved = square(story.corrected, x - byX, y - byY, size);
     story.teller.Say("Two parts of the image have ", size, " x ", size,
-                     " elements; one is noisy and shifted. Where their correlation has its peak, "
-                     "there is the shift.");
+                     story.isSampleImage ? " elements; one is noisy and shifted"
+                                         : " elements; one is shifted",
+                     ". Where their correlation has its peak, there is the shift, to an element; "
+                     "regs_Register looks between elements, too.");
 
     const Peak peaks[] = {
         peakOf("cross-correlation", four_CrossCorrelate(moved, reference)),
@@ -92,6 +94,8 @@ void stepRegistration(Story& story) {
         table.rows.push_back({peak.name, fixed(peak.x, 2), fixed(peak.y, 2)});
         figure.parts.emplace_back(panelOf(peak, unit));
     }
+    const regs_s2DShift shift = regs_Register(reference, moved);
+    table.rows.push_back({"regs_Register", fixed(shift.x, 2), fixed(shift.y, 2)});
     story.teller.Show(table);
     story.teller.Draw(figure);
 }

@@ -15,32 +15,30 @@ std::vector<std::string> row(const char* name, const darr_c1DArray& array,
 
 void stepSpectra(Story& story) {
     const darr_c1DArray& spectrum = story.spectrum.counts;
-    const darr_c1DArray& blank = story.blank.counts;
+    const darr_c1DArray blank = sampleBlank().counts;
     const std::string& unit = story.spectrum.unit;
     Teller& teller = story.teller;
-    if (story.isBlankEstimated)
-        teller.Say("A background is taken from the spectrum. It is estimated from the spectrum "
-                   "itself, on wider channels.");
-    else
-        teller.Say("A background is taken from the spectrum. It was measured with wider channels, "
-                   "over a smaller range and for longer; a factor brings it to counts per channel "
-                   "of the spectrum.");
+    teller.Say("A background is taken from the spectrum. It was measured with wider channels, over "
+               "a smaller range and for longer; a factor brings it to counts per channel of the "
+               "spectrum.");
 
-    const pnum_cNumber factor = story.blankScale;
+    const pnum_cNumber factor =
+        spectrum.Cal().Delta() / (blank.Cal().Delta() * blankTime);
     const darr_c1DArray background = blank * factor;
-    story.net = spectrum - background;
+    const darr_c1DArray net = spectrum - background;
     Table types = tableOfTypes("The subtraction, and the types of its results");
     types.rows = {rowOfTypes("background = blank * factor", blank, '*', factor, background),
-                  rowOfTypes("net = spectrum - background", spectrum, '-', background, story.net)};
+                  rowOfTypes("net = spectrum - background", spectrum, '-', background, net)};
     teller.Show(types);
     teller.Show(
         {.caption = "What is subtracted from what",
          .heading = {"data", "elements", "type", "delta", "range"},
          .columns = {Column::name, Column::number, Column::name, Column::number, Column::name},
          .rows = {row("spectrum", spectrum, unit), row("blank", blank, unit),
-                  row("net", story.net, unit)}});
+                  row("net", net, unit)}});
     teller.Say("The subtraction aligns them: the background is resampled to the delta of the "
-               "spectrum and continued with zeros to its range.");
+               "spectrum and continued with zeros to its range. Beyond the blank, where nothing was measured, the "
+               "net spectrum is the spectrum.");
 
     const std::string axis = axisLabel(story.spectrum);
     teller.Draw(
@@ -49,7 +47,7 @@ void stepSpectra(Story& story) {
                   {{"spectrum", spectrum}, {"background", background}}}}});
     teller.Draw(
         {"The net spectrum: the background is subtracted.",
-         {Diagram{{.title = "", .x = axis, .y = "net counts per channel"}, {{"net", story.net}}}}});
+         {Diagram{{.title = "", .x = axis, .y = "net counts per channel"}, {{"net", net}}}}});
 }
 
 } // namespace tour

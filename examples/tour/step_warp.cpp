@@ -19,16 +19,17 @@ void stepWarp(Story& story) {
     story.teller.Say(
         "A warped image is as large as it must be to hold all of the original, and its "
         "calibration says where it came to lie. The nearest element is taken; nothing "
-        "is interpolated.");
+        "is interpolated. Angles lead from x to y, which is clockwise as it is seen here, y running "
+        "downwards.");
     story.teller.Show({.caption = "Sizes and extents",
                        .heading = {"image", "elements", "extent / " + unit},
                        .columns = {Column::name, Column::number, Column::name},
                        .rows = {row("original", image), row("rotated", rotated),
                                 row("sheared", sheared), row("resized", resized)}});
     const std::string& quantity = story.scene.quantity;
-    story.teller.Draw({"The corrected image, and three images made from it.",
+    story.teller.Draw({"The image, and three images made from it.",
                        {Panel{"original", image, quantity, unit},
-                        Panel{"rotated by 20 degrees about the origin", rotated, quantity, unit},
+                        Panel{"turned by 20 degrees about the origin", rotated, quantity, unit},
                         Panel{"sheared by 15 degrees", sheared, quantity, unit},
                         Panel{"resized by 1.5 and 0.75", resized, quantity, unit}}});
 }

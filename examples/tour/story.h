@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "analysis.h"
 #include "lines.h"
 #include "measurement.h"
 #include "sample_spectrum.h"
@@ -13,30 +14,28 @@ namespace tour {
 /// steps leave for later ones.
 struct Story {
     Spectrum spectrum;
-    Spectrum blank;        ///< to be subtracted from the spectrum
-    double blankScale = 1; ///< what the blank is multiplied with first
-    bool isBlankEstimated = false;
-    std::vector<KnownLine> known; ///< what is known of the spectrum's lines; often nothing
+    AnalysisOptions options;      ///< of its analysis
+    bool isSampleSpectrum = true; ///< which comes with a blank, and whose lines are known
     Image scene;
+    bool isSampleImage = true; ///< which a model of a detector takes
 
     Teller& teller;
 
     darr_c2DArray corrected = {}; ///< the image, after its correction
-    darr_c1DArray net = {};       ///< the spectrum without its background
-    std::vector<Line> lines = {}; ///< those that were found; none when there is no usable peak
+    Analysis analysis = {};      ///< of the spectrum
+    std::vector<Line> lines = {}; ///< those that were found, without parts of others' tails
     std::vector<rnge_c1DRange> stretches = {}; ///< what lies between the lines
-
-    std::vector<Line> group = {};            ///< the strongest line and those around it
-    std::vector<rnge_c1DRange> windows = {}; ///< where each line of the group is summed
-    darr_c1DArray peaks = {}; ///< the spectrum around the group; in the windows without
-                              ///< its background
 };
 
-/// What is known of the line at a position; null where nothing is.
+/// The line of the sample that this one is; null where it is none.
 const KnownLine* knownAt(const Story& story, const Line& line);
 
 /// "energy / keV"
 std::string axisLabel(const Spectrum& spectrum);
+/// " keV", or nothing where the unit is not known.
+std::string ofUnit(const Spectrum& spectrum);
+/// How many decimals a position is told with.
+int decimalsOf(const Spectrum& spectrum);
 
 /// @name The steps, each in a file of its own
 /// @{
@@ -44,9 +43,11 @@ void stepTypes(Story& story);
 void stepImage(Story& story);
 void stepSpectra(Story& story);
 void stepLines(Story& story);
+void stepFit(Story& story);
+void stepWidths(Story& story);
+void stepMasks(Story& story);
 void stepRanges(Story& story);
 void stepPeaks(Story& story);
-void stepGauss(Story& story);
 void stepFrequencies(Story& story);
 void stepRegistration(Story& story);
 void stepPeriod(Story& story);

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "dataprocessing/dataprocessing.h"
+#include "width_law.h"
+
+namespace tour {
+
+/// A line of a spectrum, fitted. Positions and widths are in units of the axis; errors are standard
+/// errors, of counting alone.
+struct Line {
+    double position = 0;
+    double positionError = 0;
+    double width = 0; ///< full width at half maximum
+    double widthError = 0;
+    double height = 0; ///< counts per channel
+    double heightError = 0;
+    double area = 0; ///< counts
+    double areaError = 0;
+    /// The area over its error, which is larger by the root of `misfit` where that is more than
+    /// chance makes it.
+    double significance = 0;
+    double misfit = 0; ///< reduced chi-squared around the line
+    bool isGiven = false;
+    bool isOfTails = false;   ///< what cannot be told from the tails of a stronger line
+    bool hasOwnWidth = false; ///< fitted by itself; otherwise the width follows the law
+};
+
+/// What an analysis starts from.
+struct AnalysisOptions {
+    std::optional<Width> resolution = {}; ///< the width of a line somewhere
+    std::vector<double> lines = {};       ///< where lines are known to be
+    double slope = 0;                     ///< of the squares of the widths, until lines tell it
+    double significance = 5;              ///< what a line has at least
+};
+
+/// What a spectrum is made of.
+struct Analysis {
+    std::vector<Line> lines;      ///< by position
+    std::vector<rnge_c1DRange> structures; ///< wider than lines: a part of the background
+    darr_c1DArray background;     ///< in counts per channel, as is the next
+    darr_c1DArray model;          ///< lines and background
+    darr_c1DArray residuals;      ///< in units of the noise
+    WidthLaw law;                 ///< of the widths
+    std::vector<Width> widths;    ///< of the lines that are strong enough to have one by themselves
+    bool hasLaw = false;          ///< whether all widths follow the law
+    bool isOfCounts = true;       ///< whether the noise is that of counting
+    double noise = 0;             ///< otherwise the standard deviation of a value
+    double reducedChiSquared = 0; ///< of the fit
+    int degreesOfFreedom = 0;
+    double chiSquaredBetween = 0; ///< reduced, of what lies between the lines
+    int channelsBetween = 0;
+    int rounds = 0;               ///< of looking for lines
+    bool isSettled = false;       ///< whether the last round changed nothing
+    bool isConverged = false;     ///< whether the last fit did
+    int splines = 0;              ///< how many curves the background is made of
+
+    /// Whether the background is one: whether what lies between the lines scatters about it as its
+    /// noise does.
+    bool HasBackground() const { return channelsBetween > 0 && chiSquaredBetween <= 2; }
+};
+
+/// Finds the lines of a spectrum and fits them together with the background under them.
+///
+/// Lines are looked for in what the spectrum has above all that is known of it - at first above a
+/// clipped background - where it stands out of the noise over the width of a line. They are fitted
+/// together with a background, a sum of splines (see Continuum), by the likelihood of the counts;
+/// those that are not significant then go. Widths of strong lines, fitted by themselves, tell the
+/// law that all others follow. That is repeated until nothing changes.
+///
+/// Values that are no counts are fitted by least squares; their noise is told by neighbours.
+Analysis analysed(const darr_c1DArray& spectrum, const AnalysisOptions& options);
+
+} // namespace tour

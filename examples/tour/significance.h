@@ -1,0 +1,31 @@
+#pragma once
+
+#include "dataprocessing/dataprocessing.h"
+#include "width_law.h"
+
+namespace tour {
+
+/// What is known of the noise of a spectrum.
+struct Noise {
+    bool isOfCounts = true;
+    double deviation = 0; ///< of a value, where it is not that of counts
+};
+
+/// Whole numbers from 0 on are counts; the noise of others is told by the differences of neighbours.
+Noise noiseOf(const darr_c1DArray& values);
+
+/// How far the values are from what is expected, in standard deviations: for counts the signed root
+/// of the deviance.
+darr_c1DArray residualsOf(const darr_c1DArray& values, const darr_c1DArray& expected,
+                          const Noise& noise);
+
+/// The same for what a line at each place would have: the values and the expected ones averaged
+/// over the shape of a line, which is as good as so many channels counted together.
+darr_c1DArray significanceOf(const darr_c1DArray& values, const darr_c1DArray& expected,
+                             const Noise& noise, const WidthLaw& law);
+
+/// The full width at half maximum that most of the lines of a spectrum have, as far as one can tell
+/// without having found them.
+Width typicalWidth(const darr_c1DArray& values, const Noise& noise);
+
+} // namespace tour

@@ -1,0 +1,109 @@
+#include <cmath>
+#include <span>
+
+#include "story.h"
+
+namespace tour {
+
+namespace {
+
+/// What the law means for a silicon detector, where positions are energies.
+void tellDetector(Story& story) {
+    const WidthLaw& law = story.analysis.law;
+    Teller& teller = story.teller;
+    const double perUnit = story.spectrum.unit == "keV" ? 1000 : 1;
+    const double slope = law.slope * perUnit; // eV^2 per eV
+    const double error = law.slopeError * perUnit;
+    teller.Say("In a detector the square of the width is that of its electronics and ",
+               "8 ln 2 F w E, with the energy w that a charge takes and the Fano factor F. "
+               "The fitted slope is ",
+               withError(slope, error), " eV; silicon (w = 3.65 eV, F = 0.115) has ",
+               fixed(slopeOfSilicon, 2), " eV.");
+    const double noise = law.square - law.slope * law.reference;
+    if (std::abs(slope - slopeOfSilicon) > 0.3 * slopeOfSilicon + 3 * error)
+        teller.Say("That is not the slope of such a detector, and nothing is concluded from it.");
+    else if (noise > 0)
+        teller.Say("Continued to energy 0 the width is ", fixed(perUnit * std::sqrt(noise), 1),
+                   " eV, which would be the electronics.");
+    else
+        teller.Say("Continued to energy 0 nothing is left for the electronics: the calibration or "
+                   "the widths are off.");
+}
+
+darr_c1DArray curveOf(const WidthLaw& law, const cal_c1DArrayCal& cal, int size) {
+    std::vector<double> widths;
+    for (int i = 0; i < size; ++i)
+        widths.push_back(law.At(cal.Position(i)));
+    return darr_c1DArray(std::span<const double>(widths), cal);
+}
+
+/// The widths at their places, NaN elsewhere.
+darr_c1DArray dotsOf(const std::vector<Width>& widths, const cal_c1DArrayCal& cal, int size) {
+    std::vector<double> values(static_cast<std::size_t>(size), std::nan(""));
+    for (const Width& width : widths) {
+        const double index = std::round((width.position - cal.Position(0)) / cal.Delta());
+        if (index >= 0 && index < size)
+            values[static_cast<std::size_t>(index)] = width.value;
+    }
+    return darr_c1DArray(std::span<const double>(values), cal);
+}
+
+} // namespace
+
+void stepWidths(Story& story) {
+    const Analysis& analysis = story.analysis;
+    const WidthLaw& law = analysis.law;
+    Teller& teller = story.teller;
+    const auto count = static_cast<long long>(analysis.widths.size());
+    if (count == 0) {
+        teller.Say("No line is strong and single enough to have a width of its own. All are taken to "
+                   "be ",
+                   fixed(law.At(law.reference), decimalsOf(story.spectrum)),
+                   ofUnit(story.spectrum), " wide at ",
+                   fixed(law.reference, decimalsOf(story.spectrum)), ofUnit(story.spectrum),
+                   story.options.resolution ? ", as was given." : ", as the clearest maxima are.");
+        return;
+    }
+    teller.Say(counted(count, "line"), count == 1 ? " is" : " are",
+               " strong and single enough to be fitted with ", count == 1 ? "its" : "their",
+               " own width. The square of the full width at half maximum, over position, is ",
+               law.slopeError > 0
+                   ? "fitted by a straight line, to each error half a percent of the width being "
+                     "added for what lines are other than Gaussians."
+                   : "too few widths to tell a slope; the one that is used was not fitted.");
+    Table table{.caption = "Widths of single lines, and what the law has there",
+                .heading = {axisLabel(story.spectrum), "width", "law", "(width - law) / error"},
+                .columns = std::vector<Column>(4, Column::number)};
+    const int decimals = decimalsOf(story.spectrum);
+    for (const Width& width : analysis.widths)
+        table.rows.push_back({fixed(width.position, decimals), withError(width.value, width.error),
+                              fixed(law.At(width.position), decimals + 1),
+                              fixed((width.value - law.At(width.position)) / width.error, 1)});
+    teller.Show(table);
+    if (law.slopeError > 0) {
+        const std::string found = joined("Chi-squared per degree of freedom of the law is ",
+                                         fixed(law.reducedChiSquared, 2));
+        const std::string without =
+            law.outliers > 0
+                ? joined(" without ", counted(law.outliers, "line"), " that ",
+                         law.outliers == 1 ? "is" : "are", " more than five errors off")
+                : "";
+        teller.Say(found, without,
+                   analysis.hasLaw ? ": one law holds for all lines."
+                                   : ": the widths do not follow one law to within their errors. "
+                                     "Lines that are wider may be several, or have a natural width.");
+        if (story.spectrum.IsOfEnergy())
+            tellDetector(story);
+    }
+    const darr_c1DArray& counts = story.spectrum.counts;
+    teller.Draw({"The widths of single lines, and their law.",
+                 {Diagram{{.title = "",
+                           .x = axisLabel(story.spectrum),
+                           .y = "full width" +
+                                (story.spectrum.unit.empty() ? "" : " / " + story.spectrum.unit)},
+                          {{"law", curveOf(law, counts.Cal(), counts.Size())},
+                           {"single lines", dotsOf(analysis.widths, counts.Cal(), counts.Size()),
+                            Style::dots}}}}});
+}
+
+} // namespace tour
