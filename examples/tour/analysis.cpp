@@ -49,7 +49,7 @@ public:
                 .slope = options.slope,
                 .reference = start.position};
         for (const double position : options.lines)
-            lines_.push_back({.position = position, .isGiven = true});
+            lines_.push_back({.position = position, .isGiven = true, .givenPosition = position});
     }
 
     Analysis Run();
@@ -148,7 +148,8 @@ void Search::Fit(Widths widths, double tolerance) {
         const Line& line = lines_[at(i)];
         const double width = law_.At(line.position);
         const double most = (line.isGiven ? reachOfGiven : reach) * width;
-        model.Bound(model.Position(i), line.position - most, line.position + most);
+        const double middle = line.isGiven ? line.givenPosition : line.position;
+        model.Bound(model.Position(i), middle - most, middle + most);
         model.Bound(model.Height(i), 0, infinity);
         if (widths == Widths::strongFree && IsStrong(line))
             model.Bound(model.Width(i), 0.2 * width / fullWidthPerSigma,

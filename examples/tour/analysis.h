@@ -23,7 +23,8 @@ struct Line {
     /// chance makes it.
     double significance = 0;
     double misfit = 0; ///< reduced chi-squared around the line
-    bool isGiven = false;
+    bool isGiven = false;     ///< known to be there,
+    double givenPosition = 0; ///< and where
     bool isOfTails = false;   ///< what cannot be told from the tails of a stronger line
     bool hasOwnWidth = false; ///< fitted by itself; otherwise the width follows the law
 };

@@ -119,8 +119,8 @@ struct Header {
 Header readHeader(Reader& reader) {
     const std::string magic = reader.Token();
     if (magic != "P2" && magic != "P5")
-        reader.Fail("this is not a PGM image: it begins with " + quoted(magic, longestToken) +
-                    " instead of 'P2' or 'P5'");
+        reader.Fail("this is no PGM, PNG or TIFF image: it begins with " +
+                    quoted(magic, longestToken));
     Header header;
     header.isPlain = magic == "P2";
     header.sizeX = static_cast<int>(reader.Number("the width", fewestPerSide, mostPixels));

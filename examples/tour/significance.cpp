@@ -50,7 +50,7 @@ Noise noiseOf(const darr_c1DArray& values) {
     const double deviation = medianOf(differences) / (0.6745 * std::sqrt(6.0));
     const double largest = std::abs(*std::max_element(
         y.begin(), y.end(), [](double a, double b) { return std::abs(a) < std::abs(b); }));
-    return {false, std::max({deviation, 1e-9 * largest, 1e-300})};
+    return {false, std::max({deviation, 1e-9 * largest, 1e-150})};
 }
 
 darr_c1DArray residualsOf(const darr_c1DArray& values, const darr_c1DArray& expected,

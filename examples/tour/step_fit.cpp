@@ -20,6 +20,13 @@ std::string widthOf(const Story& story, const Line& line) {
     return fixed(line.width, decimalsOf(story.spectrum) + 1) + " law";
 }
 
+/// A given line that the fit would have elsewhere is held at the end of where it may be.
+std::string positionOf(const Story& story, const Line& line) {
+    if (line.positionError > 0)
+        return withError(line.position, line.positionError);
+    return fixed(line.position, decimalsOf(story.spectrum) + 1) + " held";
+}
+
 Table tableOfLines(const Story& story) {
     const bool isNamed = std::any_of(story.lines.begin(), story.lines.end(), [&](const Line& line) {
         return !nameOf(story, line).empty();
@@ -37,7 +44,7 @@ Table tableOfLines(const Story& story) {
     }
     for (const Line& line : story.lines) {
         std::vector<std::string> cells{
-            withError(line.position, line.positionError), widthOf(story, line),
+            positionOf(story, line), widthOf(story, line),
             withError(line.height, line.heightError), withError(line.area, line.areaError),
             fixed(line.misfit, 2)};
         if (isNamed)

@@ -40,7 +40,7 @@ std::string error(const darr_c2DArray& image, const darr_c2DArray& scene) {
 void takenAsItIs(Story& story) {
     const Image& image = story.scene;
     story.corrected = image.values;
-    story.teller.Say("Its values, ", image.quantity, "s, are from ",
+    story.teller.Say("Its values are from ",
                      smallest(image.values), " to ", largest(image.values), ", ",
                      fixed(mean(image.values), 2), " in the mean. It is taken as it is.");
     story.teller.Draw({"The image.",
