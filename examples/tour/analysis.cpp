@@ -19,17 +19,16 @@ constexpr double shapeError = 0.005;
 constexpr double clearlyAbove = 10; // deviations above a clipped background, which is no fitted one
 constexpr double candidate = 4;     // deviations above the fit
 constexpr double strong = 20;       // errors of a line whose width is fitted by itself
-constexpr double apart = 1.5;       // widths between lines of which one tells the width of the other
-constexpr double closest = 0.25;    // widths between two lines that can be told apart at all
-constexpr double reach = 0.6;       // widths from where a line stood before
-constexpr double reachOfGiven = 0.1;
-constexpr double around = 1.2; // widths to either side, where the misfit of a line is looked at
+constexpr double apart = 1.5;    // widths between lines of which one tells the width of the other
+constexpr double closest = 0.25; // widths between two lines that can be told apart at all
+constexpr double reach = 0.6;    // widths from where a line stood before
+constexpr double around = 1.2;   // widths to either side, where the misfit of a line is looked at
 // What is told apart from the tails of a line that is so many times as strong, and so near.
 constexpr double nearTails = 0.6;
 constexpr double partInNearTails = 0.05;
 constexpr double farTails = 2;
 constexpr double partInFarTails = 0.01;
-constexpr double roundTolerance = 1e-6; // of chi-squared, while lines come and go
+constexpr double roundTolerance = 1e-6;  // of chi-squared, while lines come and go
 constexpr double leastBackground = 1e-3; // counts per channel; the likelihood wants more than none
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
@@ -41,15 +40,14 @@ public:
     Search(const darr_c1DArray& values, const AnalysisOptions& options)
         : options_(options), values_(values), cal_(values.Cal()), delta_(cal_.Delta()),
           noise_(noiseOf(values)) {
-        const Width start =
-            options.resolution ? *options.resolution : typicalWidth(values, noise_);
+        const Width start = options.resolution ? *options.resolution : typicalWidth(values, noise_);
         // Of a detector with a slope no line is narrower than the slope alone makes it.
         law_ = {.square = std::max(start.value * start.value,
                                    1.1 * options.slope * std::max(start.position, 0.0)),
                 .slope = options.slope,
                 .reference = start.position};
         for (const double position : options.lines)
-            lines_.push_back({.position = position, .isGiven = true, .givenPosition = position});
+            lines_.push_back({.position = position, .isGiven = true});
     }
 
     Analysis Run();
@@ -82,7 +80,8 @@ private:
     void MarkTails();
     bool IsStrong(const Line& line) const;
     bool IsKnown(double position) const;
-    darr_c1DArray Curve(const pkmd_cModel& model, std::span<const double> p, pkmd_eParts parts) const;
+    darr_c1DArray Curve(const pkmd_cModel& model, std::span<const double> p,
+                        pkmd_eParts parts) const;
     Analysis Told();
 
     AnalysisOptions options_;
@@ -109,8 +108,8 @@ private:
 /// A clipped background, in which nothing is as narrow as a line: where a first look finds lines,
 /// and where the factors of the continuum start.
 void Search::StartBackground() {
-    const double width = std::max(law_.At(cal_.Position(0)),
-                                  law_.At(cal_.Position(values_.Size() - 1)));
+    const double width =
+        std::max(law_.At(cal_.Position(0)), law_.At(cal_.Position(values_.Size() - 1)));
     const darr_c1DArray smooth = smth_Gauss(values_, width / 3);
     const int half = static_cast<int>(std::ceil(1.5 * width / delta_)) + 1;
     const bgnd_sOptions options{.scale = noise_.isOfCounts ? bgnd_Counts : bgnd_Values};
@@ -138,18 +137,20 @@ void Search::Fit(Widths widths, double tolerance) {
         model.AddPeak(pkmd_Gaussian, line.position, std::max(line.height, 1e-3),
                       (line.width > 0 ? line.width : law_.At(line.position)) / fullWidthPerSigma);
     if (widths == Widths::ofLaw && !lines_.empty()) {
-        const int first = model.SetWidthLaw(std::sqrt(law_.square) / fullWidthPerSigma,
-                                            law_.slope / fullWidthPerSigma / fullWidthPerSigma,
-                                            law_.reference);
+        const int first =
+            model.SetWidthLaw(std::sqrt(law_.square) / fullWidthPerSigma,
+                              law_.slope / fullWidthPerSigma / fullWidthPerSigma, law_.reference);
         if (law_.slopeError == 0)
             model.Fix(first + 1);
     }
     for (int i = 0; i < model.PeakCount(); ++i) {
         const Line& line = lines_[at(i)];
         const double width = law_.At(line.position);
-        const double most = (line.isGiven ? reachOfGiven : reach) * width;
-        const double middle = line.isGiven ? line.givenPosition : line.position;
-        model.Bound(model.Position(i), middle - most, middle + most);
+        if (line.isGiven)
+            model.Fix(model.Position(i));
+        else
+            model.Bound(model.Position(i), line.position - reach * width,
+                        line.position + reach * width);
         model.Bound(model.Height(i), 0, infinity);
         if (widths == Widths::strongFree && IsStrong(line))
             model.Bound(model.Width(i), 0.2 * width / fullWidthPerSigma,
@@ -208,7 +209,8 @@ void Search::Judge() {
     for (Line& line : lines_) {
         const double middle = (line.position - cal_.Position(0)) / delta_;
         const double half = around * law_.At(line.position) / delta_;
-        const int first = std::clamp(static_cast<int>(std::ceil(middle - half)), 0, values_.Size() - 1);
+        const int first =
+            std::clamp(static_cast<int>(std::ceil(middle - half)), 0, values_.Size() - 1);
         const int last = std::clamp(static_cast<int>(middle + half) + 1, first + 1, values_.Size());
         double sum = 0;
         for (int i = first; i < last; ++i)
@@ -281,12 +283,12 @@ bool Search::IsKnown(double position) const {
 /// What stands out of the model by so many deviations becomes a line.
 bool Search::AddCandidates(double least, double widthsApart) {
     const darr_c1DArray significance = significanceOf(values_, model_, noise_, law_);
-    const darr_c1DArray excess = smth_Gauss(values_ - model_, 0.5 * law_.At(law_.reference) /
-                                                                  fullWidthPerSigma);
+    const darr_c1DArray excess =
+        smth_Gauss(values_ - model_, 0.5 * law_.At(law_.reference) / fullWidthPerSigma);
     const std::size_t before = lines_.size();
-    for (const peak_sPeak& peak : peak_Find(
-             significance,
-             {.prominence = least / 2, .distance = widthsApart * law_.At(law_.reference)})) {
+    for (const peak_sPeak& peak :
+         peak_Find(significance,
+                   {.prominence = least / 2, .distance = widthsApart * law_.At(law_.reference)})) {
         if (peak.height < least || IsKnown(peak.position))
             continue;
         lines_.push_back({.position = peak.position,
@@ -382,16 +384,17 @@ double Search::SteepnessAt(double x) const {
     const double width = 1.5 * law_.At(x);
     const auto value = [&](double position) {
         const double index = (position - cal_.Position(0)) / delta_;
-        return std::max(background_.Number(static_cast<int>(std::clamp(index, 0.0, values_.Size() - 1.0)))
-                            .As<double>(),
-                        leastBackground);
+        return std::max(
+            background_.Number(static_cast<int>(std::clamp(index, 0.0, values_.Size() - 1.0)))
+                .As<double>(),
+            leastBackground);
     };
     const double ratio = value(x - width) / value(x + width);
     return std::max(ratio, 1 / ratio);
 }
 
-/// Where lines may be what something wider is made of: where many lie close to each other, and where
-/// the background is steep.
+/// Where lines may be what something wider is made of: where many lie close to each other, and
+/// where the background is steep.
 std::vector<Search::Chain> Search::Chains() const {
     constexpr std::size_t many = 4;
     constexpr double near = 1.4; // widths
@@ -404,8 +407,8 @@ std::vector<Search::Chain> Search::Chains() const {
     std::sort(positions.begin(), positions.end());
     std::vector<Chain> chains;
     for (std::size_t first = 0, last = 0; first < positions.size(); first = last) {
-        for (last = first + 1; last < positions.size() &&
-                               positions[last] - positions[last - 1] < near * law_.At(positions[last]);
+        for (last = first + 1; last < positions.size() && positions[last] - positions[last - 1] <
+                                                              near * law_.At(positions[last]);
              ++last) {
         }
         const double from = positions[first];
@@ -421,9 +424,7 @@ std::vector<Search::Chain> Search::Chains() const {
 }
 
 /// What a description costs: chi-squared, and what its parameters would lower it by chance.
-double Search::Cost() const {
-    return fit_.fit.chiSquared + 2 * static_cast<double>(fit_.fit.free);
-}
+double Search::Cost() const { return fit_.fit.chiSquared + 2 * static_cast<double>(fit_.fit.free); }
 
 /// What a background may cost more than many lines: half of what chance makes of each channel, and
 /// a hundredth of the counts.

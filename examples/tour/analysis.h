@@ -22,9 +22,8 @@ struct Line {
     /// The area over its error, which is larger by the root of `misfit` where that is more than
     /// chance makes it.
     double significance = 0;
-    double misfit = 0; ///< reduced chi-squared around the line
-    bool isGiven = false;     ///< known to be there,
-    double givenPosition = 0; ///< and where
+    double misfit = 0;        ///< reduced chi-squared around the line
+    bool isGiven = false;     ///< known to be exactly there
     bool isOfTails = false;   ///< what cannot be told from the tails of a stronger line
     bool hasOwnWidth = false; ///< fitted by itself; otherwise the width follows the law
 };
@@ -32,19 +31,19 @@ struct Line {
 /// What an analysis starts from.
 struct AnalysisOptions {
     std::optional<Width> resolution = {}; ///< the width of a line somewhere
-    std::vector<double> lines = {};       ///< where lines are known to be
+    std::vector<double> lines = {};       ///< where lines are known to be, exactly
     double slope = 0;                     ///< of the squares of the widths, until lines tell it
     double significance = 5;              ///< what a line has at least
 };
 
 /// What a spectrum is made of.
 struct Analysis {
-    std::vector<Line> lines;      ///< by position
+    std::vector<Line> lines;               ///< by position
     std::vector<rnge_c1DRange> structures; ///< wider than lines: a part of the background
-    darr_c1DArray background;     ///< in counts per channel, as is the next
-    darr_c1DArray model;          ///< lines and background
-    darr_c1DArray residuals;      ///< in units of the noise
-    WidthLaw law;                 ///< of the widths
+    darr_c1DArray background;              ///< in counts per channel, as is the next
+    darr_c1DArray model;                   ///< lines and background
+    darr_c1DArray residuals;               ///< in units of the noise
+    WidthLaw law;                          ///< of the widths
     std::vector<Width> widths;    ///< of the lines that are strong enough to have one by themselves
     bool hasLaw = false;          ///< whether all widths follow the law
     bool isOfCounts = true;       ///< whether the noise is that of counting
@@ -53,10 +52,10 @@ struct Analysis {
     int degreesOfFreedom = 0;
     double chiSquaredBetween = 0; ///< reduced, of what lies between the lines
     int channelsBetween = 0;
-    int rounds = 0;               ///< of looking for lines
-    bool isSettled = false;       ///< whether the last round changed nothing
-    bool isConverged = false;     ///< whether the last fit did
-    int splines = 0;              ///< how many curves the background is made of
+    int rounds = 0;           ///< of looking for lines
+    bool isSettled = false;   ///< whether the last round changed nothing
+    bool isConverged = false; ///< whether the last fit did
+    int splines = 0;          ///< how many curves the background is made of
 
     /// Whether the background is one: whether what lies between the lines scatters about it as its
     /// noise does.

@@ -21,8 +21,7 @@ std::string withUnit(double value, const std::string& unit) {
 void convert(Spectrum& spectrum, const std::string& unit) {
     const double factor = unit == "eV" ? 1000 : 0.001;
     const cal_c1DArrayCal& cal = spectrum.counts.Cal();
-    spectrum.counts.SetCal(
-        cal_c1DArrayCal(factor * cal.Position(0), factor * cal.Delta(), 0));
+    spectrum.counts.SetCal(cal_c1DArrayCal(factor * cal.Position(0), factor * cal.Delta(), 0));
 }
 
 void setUnit(Spectrum& spectrum, const Options& options) {
@@ -47,9 +46,8 @@ void setUnit(Spectrum& spectrum, const Options& options) {
 void select(Spectrum& spectrum, const Pair& range) {
     const rnge_c1DRange whole = spectrum.counts.Range();
     const rnge_c1DRange part = rnge_c1DRange(range.first, range.second) & whole;
-    const darr_c1DArray counts = part.Length() > 0
-                                     ? spectrum.counts.Selection(part, rnge_IndexCeiling)
-                                     : darr_c1DArray();
+    const darr_c1DArray counts =
+        part.Length() > 0 ? spectrum.counts.Selection(part, rnge_IndexCeiling) : darr_c1DArray();
     if (counts.Size() < fewestChannels)
         throw InputError("--range has " + std::to_string(counts.Size()) +
                          " channels of the spectrum, which reaches from " +

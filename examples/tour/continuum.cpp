@@ -28,8 +28,7 @@ std::vector<double> knotsOver(double from, double to, double delta, const WidthL
                               std::span<const rnge_c1DRange> close) {
     std::vector<double> inner{from};
     while (true) {
-        const double step =
-            std::max(stepFrom(inner.back(), law, close), fewestChannels * delta);
+        const double step = std::max(stepFrom(inner.back(), law, close), fewestChannels * delta);
         if (inner.back() + 1.5 * step > to)
             break;
         inner.push_back(inner.back() + step);

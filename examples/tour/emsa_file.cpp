@@ -26,8 +26,7 @@ Keyword keywordIn(std::string_view line) {
     name = trimmed(name);
     name = name.substr(0, name.find_first_of(" \t"));
     const std::size_t after = std::min(colon + 1, line.size());
-    const std::size_t start =
-        std::min(line.find_first_not_of(" \t\r", after), line.size());
+    const std::size_t start = std::min(line.find_first_not_of(" \t\r", after), line.size());
     return {lowered(name), trimmed(line.substr(after)), start + 1};
 }
 
@@ -43,7 +42,8 @@ struct Header {
     void Take(const Keyword& keyword, const TextFile& file) {
         const auto number = [&] {
             // A unit may follow.
-            const std::string_view text = keyword.value.substr(0, keyword.value.find_first_of(" \t,"));
+            const std::string_view text =
+                keyword.value.substr(0, keyword.value.find_first_of(" \t,"));
             return numberIn({text, keyword.column}, file,
                             "a number for the keyword " + quoted(keyword.name));
         };
@@ -138,8 +138,7 @@ Values readEmsa(TextFile& file) {
     Values values;
     const bool hasPairs = isOfPairs(header, numbers);
     if (hasPairs && numbers.values.size() % 2 != 0)
-        throw InputError(file.Name(), numbers.lines.back(),
-                         "the last pair of x and y has no y");
+        throw InputError(file.Name(), numbers.lines.back(), "the last pair of x and y has no y");
     const std::size_t count = numbers.values.size() / (hasPairs ? 2 : 1);
     if (header.points && *header.points != static_cast<double>(count)) {
         const std::string found = "the header announces " +

@@ -102,10 +102,10 @@ void run(const Options& options) {
     // All that a user can get wrong is read and checked before anything is written.
     const bool hasSpectrum = !options.spectrum.empty();
     const bool hasImage = !options.image.empty();
-    Spectrum spectrum =
-        hasSpectrum ? configured(fromFile(options.spectrum, readSpectrum), options)
-                    : sampleSpectrum();
-    Image image = hasImage ? configured(fromFile(options.image, readImage), options) : sampleImage();
+    Spectrum spectrum = hasSpectrum ? configured(fromFile(options.spectrum, readSpectrum), options)
+                                    : sampleSpectrum();
+    Image image =
+        hasImage ? configured(fromFile(options.image, readImage), options) : sampleImage();
     const AnalysisOptions analysis = analysisOf(spectrum, options);
     const std::string file = reportIn(options.out);
     Report report(file);

@@ -27,7 +27,8 @@ Without files it measures a sample of its own making, the same at every run.
                    the full width of a line at half maximum, and where on the axis it is so;
                    without, the widths of the strongest lines tell
   --range FROM,TO  analyse this part of the axis only
-  --lines X,...    lines that are known to be there, fitted besides those that are found
+  --lines X,...    where lines are known to be: they are fitted at exactly these places, however
+                   weak they are, besides those that are found
   --image FILE     a PGM (8 or 16 bit), PNG (8 or 16 bit) or TIFF (8 or 16 bit, float) image
   --pixel SIZE,UNIT
                    the size of a pixel of the image: 0.5,mm
@@ -90,8 +91,8 @@ void takeRange(Options& options, std::string_view name, std::string_view text) {
 
 void takeLines(Options& options, std::string_view name, std::string_view text) {
     constexpr const char* expected = "positions between commas: 5.9,6.4";
-    for (std::size_t end = 0; end != std::string_view::npos; text.remove_prefix(
-             end == std::string_view::npos ? text.size() : end + 1)) {
+    for (std::size_t end = 0; end != std::string_view::npos;
+         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1)) {
         end = text.find(',');
         options.lines.push_back(numberOf(name, text.substr(0, end), expected));
     }

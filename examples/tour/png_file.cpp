@@ -50,9 +50,9 @@ public:
         const bool isWide = png_get_bit_depth(png_, info_) == 16;
         darr_c2DArray values(sizeX, sizeY, isWide ? dtyp_UInt16 : dtyp_UInt8, {});
         const std::size_t rowSize = static_cast<std::size_t>(width) * (isWide ? 2 : 1);
-        const auto bytes = isWide ? reinterpret_cast<png_byte*>(
-                                        values.Elements<std::uint16_t>().data())
-                                  : values.Elements<std::uint8_t>().data();
+        const auto bytes =
+            isWide ? reinterpret_cast<png_byte*>(values.Elements<std::uint16_t>().data())
+                   : values.Elements<std::uint8_t>().data();
         rows_.resize(height);
         for (std::size_t y = 0; y < rows_.size(); ++y)
             rows_[y] = bytes + y * rowSize;
@@ -86,8 +86,8 @@ private:
         throw InputError(name_ + ": is damaged: " + printable(message_));
     }
     static void fail(png_structp png, png_const_charp message) {
-        std::snprintf(static_cast<Reader*>(png_get_error_ptr(png))->message_,
-                      sizeof message_, "%s", message);
+        std::snprintf(static_cast<Reader*>(png_get_error_ptr(png))->message_, sizeof message_, "%s",
+                      message);
         longjmp(png_jmpbuf(png), 1);
     }
     static void ignore(png_structp, png_const_charp) {}

@@ -72,8 +72,8 @@ darr_c1DArray significanceOf(const darr_c1DArray& values, const darr_c1DArray& e
         const double sigma = width / fullWidthPerSigma;
         // An average with the weights of a Gaussian has the noise of so many channels' mean.
         const double together = 2 * std::sqrt(type_Pi) * sigma / cal.Delta();
-        const darr_c1DArray part = deviations(smth_Gauss(values, sigma),
-                                              smth_Gauss(expected, sigma), noise, together);
+        const darr_c1DArray part =
+            deviations(smth_Gauss(values, sigma), smth_Gauss(expected, sigma), noise, together);
         const std::span<const double> from = part.Elements<double>();
         for (int i = 0; i < size; ++i)
             if (std::abs(std::log(widthAt(i) / width)) <= std::log(step) / 2)

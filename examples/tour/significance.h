@@ -11,7 +11,8 @@ struct Noise {
     double deviation = 0; ///< of a value, where it is not that of counts
 };
 
-/// Whole numbers from 0 on are counts; the noise of others is told by the differences of neighbours.
+/// Whole numbers from 0 on are counts; the noise of others is told by the differences of
+/// neighbours.
 Noise noiseOf(const darr_c1DArray& values);
 
 /// How far the values are from what is expected, in standard deviations: for counts the signed root

@@ -20,11 +20,11 @@ std::string widthOf(const Story& story, const Line& line) {
     return fixed(line.width, decimalsOf(story.spectrum) + 1) + " law";
 }
 
-/// A given line that the fit would have elsewhere is held at the end of where it may be.
+/// A given line is where it is said to be.
 std::string positionOf(const Story& story, const Line& line) {
     if (line.positionError > 0)
         return withError(line.position, line.positionError);
-    return fixed(line.position, decimalsOf(story.spectrum) + 1) + " held";
+    return fixed(line.position, decimalsOf(story.spectrum) + 1);
 }
 
 Table tableOfLines(const Story& story) {
@@ -32,8 +32,9 @@ Table tableOfLines(const Story& story) {
         return !nameOf(story, line).empty();
     });
     const bool isOfCounts = story.analysis.isOfCounts;
-    Table table{.caption = "The lines, with their standard errors in units of the last digits; width "
-                           "is the full width at half maximum",
+    Table table{.caption =
+                    "The lines, with their standard errors in units of the last digits; width "
+                    "is the full width at half maximum",
                 .heading = {axisLabel(story.spectrum), "width",
                             isOfCounts ? "counts per channel" : "height",
                             isOfCounts ? "area in counts" : "area", "chi-squared"},
@@ -43,10 +44,9 @@ Table tableOfLines(const Story& story) {
         table.columns.insert(table.columns.begin(), Column::name);
     }
     for (const Line& line : story.lines) {
-        std::vector<std::string> cells{
-            positionOf(story, line), widthOf(story, line),
-            withError(line.height, line.heightError), withError(line.area, line.areaError),
-            fixed(line.misfit, 2)};
+        std::vector<std::string> cells{positionOf(story, line), widthOf(story, line),
+                                       withError(line.height, line.heightError),
+                                       withError(line.area, line.areaError), fixed(line.misfit, 2)};
         if (isNamed)
             cells.insert(cells.begin(), nameOf(story, line));
         table.rows.push_back(std::move(cells));
@@ -56,12 +56,11 @@ Table tableOfLines(const Story& story) {
 
 /// What is known beside what is found, in units of the errors.
 void tellTruth(Story& story) {
-    Table table{.caption = "What the sample was made with, and how far what is found is off, in "
-                           "standard errors",
-                .heading = {"line", "E / keV", "(found - true) / error", "area",
-                            "(found - true) / error"},
-                .columns = {Column::name, Column::number, Column::number, Column::number,
-                            Column::number}};
+    Table table{
+        .caption = "What the sample was made with, and how far what is found is off, in "
+                   "standard errors",
+        .heading = {"line", "E / keV", "(found - true) / error", "area", "(found - true) / error"},
+        .columns = {Column::name, Column::number, Column::number, Column::number, Column::number}};
     double squares = 0;
     for (const Line& line : story.lines) {
         const KnownLine* const known = knownAt(story, line);
@@ -83,10 +82,10 @@ void tellMisfit(Story& story) {
     const Analysis& analysis = story.analysis;
     Teller& teller = story.teller;
     const double chi = analysis.reducedChiSquared;
-    const std::string found = joined(
-        "Chi-squared per degree of freedom is ", fixed(chi, 2), ", with ",
-        counted(analysis.degreesOfFreedom, "degree"), " of freedom",
-        analysis.isConverged ? "" : "; the fit has not come to its end");
+    const std::string found =
+        joined("Chi-squared per degree of freedom is ", fixed(chi, 2), ", with ",
+               counted(analysis.degreesOfFreedom, "degree"), " of freedom",
+               analysis.isConverged ? "" : "; the fit has not come to its end");
     const auto bad = std::count_if(story.lines.begin(), story.lines.end(),
                                    [](const Line& line) { return line.misfit > badFit; });
     if (chi > badFit)
@@ -119,9 +118,10 @@ void stepFit(Story& story) {
     teller.Say("All lines are Gaussians. They are fitted together with what lies under them to all "
                "channels of the spectrum as it was measured, from which nothing has been "
                "subtracted",
-               analysis.hasLaw ? "; their widths follow one law, which is fitted with them."
-                               : "; strong lines have widths of their own, and weak ones follow the "
-                                 "law of those.");
+               analysis.hasLaw
+                   ? "; their widths follow one law, which is fitted with them."
+                   : "; strong lines have widths of their own, and weak ones follow the "
+                     "law of those.");
     teller.Show(tableOfLines(story));
     tellMisfit(story);
     if (story.isSampleSpectrum)
@@ -132,18 +132,16 @@ void stepFit(Story& story) {
                 .y = analysis.isOfCounts ? "counts per channel" : "value",
                 .isLogarithmic = analysis.isOfCounts};
     frame.bands = badPlaces(story);
-    const Frame below{.title = "",
-                      .x = axisLabel(story.spectrum),
-                      .y = "residual / noise",
-                      .bands = frame.bands};
-    teller.Draw({frame.bands.empty()
-                     ? "The spectrum and the model. Below: what it leaves, in units of the noise."
-                     : "The spectrum and the model. Below: what it leaves, in units of the noise; "
-                       "shaded where that is more than noise.",
-                 {Diagram{frame,
-                          {{"spectrum", story.spectrum.counts, Style::dots},
-                           {"model", analysis.model}}},
-                  Diagram{below, {{"", analysis.residuals, Style::dots}}}}});
+    const Frame below{
+        .title = "", .x = axisLabel(story.spectrum), .y = "residual / noise", .bands = frame.bands};
+    teller.Draw(
+        {frame.bands.empty()
+             ? "The spectrum and the model. Below: what it leaves, in units of the noise."
+             : "The spectrum and the model. Below: what it leaves, in units of the noise; "
+               "shaded where that is more than noise.",
+         {Diagram{frame,
+                  {{"spectrum", story.spectrum.counts, Style::dots}, {"model", analysis.model}}},
+          Diagram{below, {{"", analysis.residuals, Style::dots}}}}});
 }
 
 } // namespace tour

@@ -17,11 +17,11 @@ void stepFrequencies(Story& story) {
     const std::string& unit = story.scene.unit;
     const darr_c1DArray profile = story.corrected.LineAtY(row);
     const darr_c1DArray spectrum = four_FFT(profile);
-    story.teller.Say("Row ", row, " of the image has ", profile.Size(),
-                     " elements, so its spectrum has ", spectrum.Size(), ", from frequency ",
-                     spectrum.Cal().Position(0), " in steps of ", spectrum.Cal().Delta(), " per ",
-                     unit, ".", story.isSampleImage ? " Noise has all frequencies, and the scene mostly low ones."
-                                          : "");
+    story.teller.Say(
+        "Row ", row, " of the image has ", profile.Size(), " elements, so its spectrum has ",
+        spectrum.Size(), ", from frequency ", spectrum.Cal().Position(0), " in steps of ",
+        spectrum.Cal().Delta(), " per ", unit, ".",
+        story.isSampleImage ? " Noise has all frequencies, and the scene mostly low ones." : "");
     story.teller.Say("At frequency 0 stands the mean: ",
                      fixed(spectrum.Number(spectrum.Size() / 2).As<double>(), 2),
                      "; summed up it is ", fixed(stat_Mean(profile).As<double>(), 2), ".");

@@ -15,13 +15,9 @@ double mean(const darr_c2DArray& image) {
     return stat_Sum(conv_Convert(image, dtyp_Double)).As<double>() / image.Count();
 }
 
-double largest(const darr_c2DArray& image) {
-    return extr_Max(image, conv_RealPart).As<double>();
-}
+double largest(const darr_c2DArray& image) { return extr_Max(image, conv_RealPart).As<double>(); }
 
-double smallest(const darr_c2DArray& image) {
-    return extr_Min(image, conv_RealPart).As<double>();
-}
+double smallest(const darr_c2DArray& image) { return extr_Min(image, conv_RealPart).As<double>(); }
 
 /// The root mean square difference from the scene: in percent of its mean, where it has one.
 std::string error(const darr_c2DArray& image, const darr_c2DArray& scene) {
@@ -40,9 +36,8 @@ std::string error(const darr_c2DArray& image, const darr_c2DArray& scene) {
 void takenAsItIs(Story& story) {
     const Image& image = story.scene;
     story.corrected = image.values;
-    story.teller.Say("Its values are from ",
-                     smallest(image.values), " to ", largest(image.values), ", ",
-                     fixed(mean(image.values), 2), " in the mean. It is taken as it is.");
+    story.teller.Say("Its values are from ", smallest(image.values), " to ", largest(image.values),
+                     ", ", fixed(mean(image.values), 2), " in the mean. It is taken as it is.");
     story.teller.Draw({"The image.",
                        {Panel{"the image", image.values, image.quantity, image.unit},
                         Diagram{{.title = joined("row ", image.values.SizeY() / 2),

@@ -27,8 +27,7 @@ void tellSearch(Story& story) {
                "first of a clipped background (bgnd_Snip), over the width of a line "
                "(smth_Gauss, peak_Find). They and a background of ",
                counted(analysis.splines, "spline"),
-               " are fitted together (pkmd_Fit), what is less than ",
-               story.options.significance,
+               " are fitted together (pkmd_Fit), what is less than ", story.options.significance,
                " standard errors goes, and what is left is looked through again. After ",
                counted(analysis.rounds, "round"),
                analysis.isSettled ? " there is nothing more to be found: "
@@ -58,10 +57,9 @@ void tellBackground(Story& story) {
                    "fitted under them is a background.");
         return;
     }
-    const std::string found =
-        "In the " + counted(analysis.channelsBetween, "channel") +
-        " between the lines the mean square of residual / noise is " +
-        fixed(analysis.chiSquaredBetween, 2) + ", where noise alone gives 1";
+    const std::string found = "In the " + counted(analysis.channelsBetween, "channel") +
+                              " between the lines the mean square of residual / noise is " +
+                              fixed(analysis.chiSquaredBetween, 2) + ", where noise alone gives 1";
     if (analysis.HasBackground())
         teller.Say(found, ": the background follows the continuum.");
     else
@@ -94,8 +92,8 @@ void stepLines(Story& story) {
     tellNoise(story);
     tellSearch(story);
     tellBackground(story);
-    story.stretches = stretchesWithoutLines(story.lines, analysis.background,
-                                            story.spectrum.counts.Range());
+    story.stretches =
+        stretchesWithoutLines(story.lines, analysis.background, story.spectrum.counts.Range());
 
     const std::string axis = axisLabel(story.spectrum);
     Frame frame{.title = "",

@@ -65,13 +65,12 @@ void stepPeaks(Story& story) {
         const int peak = static_cast<int>(i);
         const double exponent = background.Coefficients(peak)[1];
         const double position = lines[i].position;
-        table.rows.push_back(
-            {known != nullptr ? known->name : fixed(position, digits), shown(fitted[i]),
-             shown(windows[i]),
-             withError(exponent, background.PowerLaw(peak).StandardErrors()[1]),
-             withError(background.PeakIntensity(position) / delta,
-                       background.PeakIntensityError(position) / delta),
-             known != nullptr ? fixed(known->area, 0) : ""});
+        table.rows.push_back({known != nullptr ? known->name : fixed(position, digits),
+                              shown(fitted[i]), shown(windows[i]),
+                              withError(exponent, background.PowerLaw(peak).StandardErrors()[1]),
+                              withError(background.PeakIntensity(position) / delta,
+                                        background.PeakIntensityError(position) / delta),
+                              known != nullptr ? fixed(known->area, 0) : ""});
     }
     teller.Show(table);
 

@@ -48,7 +48,8 @@ void tellHow(Teller& teller, const plft_c1DPolyFittingFunction& polynomial) {
     if (polynomial.DegreesOfFreedom() <= 0)
         return;
     const double chi = polynomial.ResidualSum() / polynomial.DegreesOfFreedom();
-    teller.Say("Each value weighs by its noise; chi-squared per degree of freedom is ", fixed(chi, 2),
+    teller.Say("Each value weighs by its noise; chi-squared per degree of freedom is ",
+               fixed(chi, 2),
                chi > 2 ? ": a polynomial of this order does not describe what lies there."
                        : ": the polynomial describes what lies there.");
 }

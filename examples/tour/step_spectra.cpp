@@ -22,8 +22,7 @@ void stepSpectra(Story& story) {
                "a smaller range and for longer; a factor brings it to counts per channel of the "
                "spectrum.");
 
-    const pnum_cNumber factor =
-        spectrum.Cal().Delta() / (blank.Cal().Delta() * blankTime);
+    const pnum_cNumber factor = spectrum.Cal().Delta() / (blank.Cal().Delta() * blankTime);
     const darr_c1DArray background = blank * factor;
     const darr_c1DArray net = spectrum - background;
     Table types = tableOfTypes("The subtraction, and the types of its results");
@@ -37,7 +36,8 @@ void stepSpectra(Story& story) {
          .rows = {row("spectrum", spectrum, unit), row("blank", blank, unit),
                   row("net", net, unit)}});
     teller.Say("The subtraction aligns them: the background is resampled to the delta of the "
-               "spectrum and continued with zeros to its range. Beyond the blank, where nothing was measured, the "
+               "spectrum and continued with zeros to its range. Beyond the blank, where nothing "
+               "was measured, the "
                "net spectrum is the spectrum.");
 
     const std::string axis = axisLabel(story.spectrum);

@@ -19,7 +19,8 @@ void stepWarp(Story& story) {
     story.teller.Say(
         "A warped image is as large as it must be to hold all of the original, and its "
         "calibration says where it came to lie. The nearest element is taken; nothing "
-        "is interpolated. Angles lead from x to y, which is clockwise as it is seen here, y running "
+        "is interpolated. Angles lead from x to y, which is clockwise as it is seen here, y "
+        "running "
         "downwards.");
     story.teller.Show({.caption = "Sizes and extents",
                        .heading = {"image", "elements", "extent / " + unit},

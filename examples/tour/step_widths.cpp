@@ -56,12 +56,12 @@ void stepWidths(Story& story) {
     Teller& teller = story.teller;
     const auto count = static_cast<long long>(analysis.widths.size());
     if (count == 0) {
-        teller.Say("No line is strong and single enough to have a width of its own. All are taken to "
-                   "be ",
-                   fixed(law.At(law.reference), decimalsOf(story.spectrum)),
-                   ofUnit(story.spectrum), " wide at ",
-                   fixed(law.reference, decimalsOf(story.spectrum)), ofUnit(story.spectrum),
-                   story.options.resolution ? ", as was given." : ", as the clearest maxima are.");
+        teller.Say(
+            "No line is strong and single enough to have a width of its own. All are taken to "
+            "be ",
+            fixed(law.At(law.reference), decimalsOf(story.spectrum)), ofUnit(story.spectrum),
+            " wide at ", fixed(law.reference, decimalsOf(story.spectrum)), ofUnit(story.spectrum),
+            story.options.resolution ? ", as was given." : ", as the clearest maxima are.");
         return;
     }
     teller.Say(counted(count, "line"), count == 1 ? " is" : " are",
@@ -89,9 +89,10 @@ void stepWidths(Story& story) {
                          law.outliers == 1 ? "is" : "are", " more than five errors off")
                 : "";
         teller.Say(found, without,
-                   analysis.hasLaw ? ": one law holds for all lines."
-                                   : ": the widths do not follow one law to within their errors. "
-                                     "Lines that are wider may be several, or have a natural width.");
+                   analysis.hasLaw
+                       ? ": one law holds for all lines."
+                       : ": the widths do not follow one law to within their errors. "
+                         "Lines that are wider may be several, or have a natural width.");
         if (story.spectrum.IsOfEnergy())
             tellDetector(story);
     }

@@ -22,7 +22,7 @@ struct Story {
     Teller& teller;
 
     darr_c2DArray corrected = {}; ///< the image, after its correction
-    Analysis analysis = {};      ///< of the spectrum
+    Analysis analysis = {};       ///< of the spectrum
     std::vector<Line> lines = {}; ///< those that were found, without parts of others' tails
     std::vector<rnge_c1DRange> stretches = {}; ///< what lies between the lines
 };

@@ -71,8 +71,8 @@ void TextFile::Fail(std::size_t column, const std::string& problem) const {
 }
 
 void TextFile::Fail(const Field& found, const std::string& expected) const {
-    Fail(found.column,
-         "found " + (found.text.empty() ? "nothing" : quoted(found.text)) + ", expected " + expected);
+    Fail(found.column, "found " + (found.text.empty() ? "nothing" : quoted(found.text)) +
+                           ", expected " + expected);
 }
 
 std::vector<Field> fieldsOf(std::string_view line) {

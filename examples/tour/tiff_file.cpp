@@ -39,8 +39,7 @@ void note(const char*, const char* format, va_list arguments) {
 }
 
 [[noreturn]] void fail(const std::string& file) {
-    throw InputError(file + ": is damaged" +
-                     (lastMessage().empty() ? "" : ": " + lastMessage()));
+    throw InputError(file + ": is damaged" + (lastMessage().empty() ? "" : ": " + lastMessage()));
 }
 
 struct Header {
@@ -115,8 +114,7 @@ void readTiles(TIFF* tiff, std::span<T> pixels, const Header& header, const std:
 template<class T>
 darr_c2DArray readPixels(TIFF* tiff, const Header& header, dtyp_cDataType type,
                          const std::string& file) {
-    darr_c2DArray values(static_cast<int>(header.width), static_cast<int>(header.height), type,
-                         {});
+    darr_c2DArray values(static_cast<int>(header.width), static_cast<int>(header.height), type, {});
     const std::span<T> pixels = values.Elements<T>();
     if (TIFFIsTiled(tiff) != 0)
         readTiles<T>(tiff, pixels, header, file);

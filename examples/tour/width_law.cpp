@@ -32,15 +32,14 @@ nlsq_sResult straight(std::span<const Width> widths, double reference, double sl
 }
 
 double pullOf(const Width& width, const WidthLaw& law) {
-    const double square =
-        law.square + law.slope * (width.position - law.reference);
+    const double square = law.square + law.slope * (width.position - law.reference);
     return (width.value * width.value - square) / (2 * width.value * width.error);
 }
 
 bool canHaveSlope(std::span<const Width> widths) {
-    const auto [first, last] = std::minmax_element(
-        widths.begin(), widths.end(),
-        [](const Width& a, const Width& b) { return a.position < b.position; });
+    const auto [first, last] =
+        std::minmax_element(widths.begin(), widths.end(),
+                            [](const Width& a, const Width& b) { return a.position < b.position; });
     return widths.size() >= 3 && last->position - first->position > 5 * first->value;
 }
 

@@ -1,7 +1,7 @@
-// tour_truth [REALISATIONS]: whether the tour's analysis finds what there is. Ten spectra of known lines
-// over known continua, each so many times with noise of its own (2 without an argument): which lines
-// are found, what is found that is not there, whether positions and areas are right within their errors.
-// The spectra are computed here by formulas that the analysis does not share.
+// tour_truth [REALISATIONS]: whether the tour's analysis finds what there is. Ten spectra of known
+// lines over known continua, each so many times with noise of its own (2 without an argument):
+// which lines are found, what is found that is not there, whether positions and areas are right
+// within their errors. The spectra are computed here by formulas that the analysis does not share.
 
 #include <algorithm>
 #include <cmath>
@@ -28,11 +28,11 @@ struct Truth {
     double offset;
     double delta;
     int channels;
-    double total;                             // counts of the continuum
-    std::function<double(double)> continuum;  // up to a factor
+    double total;                            // counts of the continuum
+    std::function<double(double)> continuum; // up to a factor
     std::function<double(double)> fullWidth;
-    std::vector<TrueLine> lines;              // areas in parts of `total`
-    double slope;                             // of squared widths, as a user knows it; 0 as one does not
+    std::vector<TrueLine> lines; // areas in parts of `total`
+    double slope;                // of squared widths, as a user knows it; 0 as one does not
 };
 
 double silicon(double keV) { return std::sqrt(0.0049 + 0.00233 * std::max(keV, 0.0)); }
@@ -50,26 +50,98 @@ std::vector<Truth> truths() {
     const auto power = [](double e) { return std::pow(std::max(e, 0.3), -1.6); };
     const auto parabola = [](double x) { return 1 + 1.5 * std::pow((x - 900) / 1000, 2); };
     return {
-        {"steel on a power law, 1e5", 0.5, 0.01, 1800, 1e5, power, silicon,
-         {{1.74, 0.03}, {4.511, 0.015}, {5.415, 0.5}, {5.947, 0.07}, {6.404, 1}, {7.058, 0.13},
-          {7.478, 0.2}, {8.046, 0.09}}, 0.00233},
-        {"steel on a power law, 1e7", 0.5, 0.01, 1800, 1e7, power, silicon,
-         {{1.74, 0.03}, {4.511, 0.015}, {5.415, 0.5}, {5.947, 0.07}, {6.404, 1}, {7.058, 0.13},
-          {7.478, 0.2}, {8.046, 0.09}}, 0.00233},
-        {"a mineral under a tube at 20 kV, 1e6", -0.2, 0.01, 2048, 1e6, tube, silicon,
-         {{0.525, 0.05}, {1.254, 0.06}, {1.487, 0.08}, {1.740, 0.25}, {3.313, 0.04}, {3.691, 0.09},
-          {4.012, 0.012}, {6.404, 0.05}, {7.058, 0.008}}, 0.00233},
-        {"few counts under a tube, 1e3", -0.2, 0.02, 1024, 1e3, tube, silicon,
-         {{1.740, 0.25}, {3.691, 0.2}, {6.404, 0.15}}, 0.00233},
-        {"few counts on nothing, 2e3", 0, 0.02, 1024, 2e3, flat, silicon,
-         {{2.307, 0.06}, {5.9, 0.5}, {6.49, 0.07}, {12.0, 0.1}}, 0.00233},
-        {"pairs 1.2 widths apart, 1e6", 0, 0.01, 1600, 1e6, flat, silicon,
-         {{2.0, 0.03}, {4.0, 0.05}, {4.0 + 1.2 * 0.1191, 0.05}, {8.0, 0.05}, {8.0 + 1.2 * 0.1534, 0.025},
-          {12.0, 0.02}, {12.0 + 1.2 * 0.1813, 0.06},
-          {14.5, 0.02}}, 0.00233},
-        {"lines in channels on a parabola, 1e6", 0, 1, 2000, 1e6, parabola,
+        {"steel on a power law, 1e5",
+         0.5,
+         0.01,
+         1800,
+         1e5,
+         power,
+         silicon,
+         {{1.74, 0.03},
+          {4.511, 0.015},
+          {5.415, 0.5},
+          {5.947, 0.07},
+          {6.404, 1},
+          {7.058, 0.13},
+          {7.478, 0.2},
+          {8.046, 0.09}},
+         0.00233},
+        {"steel on a power law, 1e7",
+         0.5,
+         0.01,
+         1800,
+         1e7,
+         power,
+         silicon,
+         {{1.74, 0.03},
+          {4.511, 0.015},
+          {5.415, 0.5},
+          {5.947, 0.07},
+          {6.404, 1},
+          {7.058, 0.13},
+          {7.478, 0.2},
+          {8.046, 0.09}},
+         0.00233},
+        {"a mineral under a tube at 20 kV, 1e6",
+         -0.2,
+         0.01,
+         2048,
+         1e6,
+         tube,
+         silicon,
+         {{0.525, 0.05},
+          {1.254, 0.06},
+          {1.487, 0.08},
+          {1.740, 0.25},
+          {3.313, 0.04},
+          {3.691, 0.09},
+          {4.012, 0.012},
+          {6.404, 0.05},
+          {7.058, 0.008}},
+         0.00233},
+        {"few counts under a tube, 1e3",
+         -0.2,
+         0.02,
+         1024,
+         1e3,
+         tube,
+         silicon,
+         {{1.740, 0.25}, {3.691, 0.2}, {6.404, 0.15}},
+         0.00233},
+        {"few counts on nothing, 2e3",
+         0,
+         0.02,
+         1024,
+         2e3,
+         flat,
+         silicon,
+         {{2.307, 0.06}, {5.9, 0.5}, {6.49, 0.07}, {12.0, 0.1}},
+         0.00233},
+        {"pairs 1.2 widths apart, 1e6",
+         0,
+         0.01,
+         1600,
+         1e6,
+         flat,
+         silicon,
+         {{2.0, 0.03},
+          {4.0, 0.05},
+          {4.0 + 1.2 * 0.1191, 0.05},
+          {8.0, 0.05},
+          {8.0 + 1.2 * 0.1534, 0.025},
+          {12.0, 0.02},
+          {12.0 + 1.2 * 0.1813, 0.06},
+          {14.5, 0.02}},
+         0.00233},
+        {"lines in channels on a parabola, 1e6",
+         0,
+         1,
+         2000,
+         1e6,
+         parabola,
          [](double) { return 9.0; },
-         {{150, 0.01}, {420, 0.003}, {441, 0.01}, {800, 0.05}, {1203.4, 0.002}, {1700, 0.006}}, 0},
+         {{150, 0.01}, {420, 0.003}, {441, 0.01}, {800, 0.05}, {1203.4, 0.002}, {1700, 0.006}},
+         0},
         {"many lines on an exponential, 1e7", 0, 1, 4096, 1e7,
          [](double x) { return std::exp(-x / 900); },
          [](double x) { return std::sqrt(150 + 0.25 * x); },
@@ -78,13 +150,24 @@ std::vector<Truth> truths() {
              for (int i = 0; i < 30; ++i)
                  lines.push_back({200 + 120.0 * i + 7 * (i % 3), 0.004 + 0.0013 * ((i * 7) % 11)});
              return lines;
-         }(), 0},
+         }(),
+         0},
         {"a continuum without lines, 1e6", -0.2, 0.01, 2048, 1e6, tube, silicon, {}, 0.00233},
-        {"offset in eV, a strong line beside weak ones, 3e6", -500, 5, 4096, 3e6,
+        {"offset in eV, a strong line beside weak ones, 3e6",
+         -500,
+         5,
+         4096,
+         3e6,
          [](double e) { return bremsstrahlung(e / 1000, 20) + 2e-3; },
          [](double e) { return 1000 * silicon(e / 1000); },
-         {{2957, 0.004}, {4952, 0.01}, {5412, 1}, {5947, 0.13}, {6404, 0.01}, {8047, 0.004},
-          {10540, 0.002}}, 2.33},
+         {{2957, 0.004},
+          {4952, 0.01},
+          {5412, 1},
+          {5947, 0.13},
+          {6404, 0.01},
+          {8047, 0.004},
+          {10540, 0.002}},
+         2.33},
     };
 }
 
@@ -98,9 +181,10 @@ std::vector<double> expectedOf(const Truth& truth) {
     for (std::size_t i = 0; i < y.size(); ++i)
         for (const TrueLine& line : truth.lines) {
             const double sigma = truth.fullWidth(line.position) / std::sqrt(8 * std::log(2.0));
-            const double z = (truth.offset + truth.delta * static_cast<double>(i) - line.position) / sigma;
-            y[i] += line.area * truth.total * truth.delta / (sigma * std::sqrt(2 * std::acos(-1.0))) *
-                    std::exp(-z * z / 2);
+            const double z =
+                (truth.offset + truth.delta * static_cast<double>(i) - line.position) / sigma;
+            y[i] += line.area * truth.total * truth.delta /
+                    (sigma * std::sqrt(2 * std::acos(-1.0))) * std::exp(-z * z / 2);
         }
     return y;
 }
@@ -142,8 +226,9 @@ void judge(const Truth& truth, const tour::Analysis& found, Tally& tally, bool i
         for (std::size_t i = 0; i < found.lines.size(); ++i)
             if (!found.lines[i].isOfTails && !isTaken[i] &&
                 std::abs(found.lines[i].position - line.position) < reach &&
-                (best == found.lines.size() || std::abs(found.lines[i].position - line.position) <
-                                                   std::abs(found.lines[best].position - line.position)))
+                (best == found.lines.size() ||
+                 std::abs(found.lines[i].position - line.position) <
+                     std::abs(found.lines[best].position - line.position)))
                 best = i;
         if (best == found.lines.size()) {
             ++tally.missed;
@@ -201,10 +286,11 @@ int main(int count, char** arguments) {
             const darr_c1DArray spectrum(std::span<const double>(counts), cal);
             judge(truth, tour::analysed(spectrum, {.slope = truth.slope}), tally, true);
         }
-        std::printf("  %d lines, %d missed, %d invented; %d of %d positions beyond 3 errors, width of "
-                    "pulls %.3f; chi-squared %.3f\n",
-                    tally.there, tally.missed, tally.invented, tally.beyond, tally.positions,
-                    tally.positions > 1 ? tally.places.Width() : 0, tally.chiSquared / tally.spectra);
+        std::printf(
+            "  %d lines, %d missed, %d invented; %d of %d positions beyond 3 errors, width of "
+            "pulls %.3f; chi-squared %.3f\n",
+            tally.there, tally.missed, tally.invented, tally.beyond, tally.positions,
+            tally.positions > 1 ? tally.places.Width() : 0, tally.chiSquared / tally.spectra);
         for (std::size_t k = 0; k < tally.areas.size(); ++k)
             if (isLong && tally.areas[k].count > 1) {
                 const Pulls& area = tally.areas[k];
@@ -220,8 +306,9 @@ int main(int count, char** arguments) {
         positions += tally.positions;
         beyond += tally.beyond;
     }
-    std::printf("%d spectra, %d lines: %d missed, %d invented, %d of %d positions beyond 3 errors\n",
-                spectra, there, missed, invented, beyond, positions);
+    std::printf(
+        "%d spectra, %d lines: %d missed, %d invented, %d of %d positions beyond 3 errors\n",
+        spectra, there, missed, invented, beyond, positions);
     failures += missed > 0;
     failures += 20 * invented > spectra;
     failures += 100 * beyond > positions + 100;
