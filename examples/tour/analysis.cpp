@@ -13,7 +13,8 @@ namespace tour {
 namespace {
 
 constexpr int mostRounds = 10;
-constexpr int mostLaws = 5; // of the widths, one after the other
+constexpr std::size_t mostLines = 300; // of any spectrum; more is no spectrum of lines
+constexpr int mostLaws = 5;            // of the widths, one after the other
 // What a line's shape may be other than a Gaussian of the law's width, as a part of the width.
 constexpr double shapeError = 0.005;
 constexpr double clearlyAbove = 10; // deviations above a clipped background, which is no fitted one
@@ -289,7 +290,7 @@ bool Search::AddCandidates(double least, double widthsApart) {
     for (const peak_sPeak& peak :
          peak_Find(significance,
                    {.prominence = least / 2, .distance = widthsApart * law_.At(law_.reference)})) {
-        if (peak.height < least || IsKnown(peak.position))
+        if (peak.height < least || IsKnown(peak.position) || lines_.size() >= mostLines)
             continue;
         lines_.push_back({.position = peak.position,
                           .height = std::max(1e-3, excess.Number(peak.index).As<double>())});
@@ -560,10 +561,38 @@ Analysis Search::Told() {
     return analysis;
 }
 
+/// The largest magnitude of values that are no counts, 1 for counts: in units of it all can be
+/// squared.
+double unitOf(const darr_c1DArray& values) {
+    if (noiseOf(values).isOfCounts)
+        return 1;
+    double largest = 0;
+    for (const double value : values.Elements<double>())
+        largest = std::max(largest, std::abs(value));
+    return largest;
+}
+
+void multiply(Analysis& analysis, double unit) {
+    for (Line& line : analysis.lines)
+        for (double* value : {&line.height, &line.heightError, &line.area, &line.areaError})
+            *value *= unit;
+    analysis.background *= unit;
+    analysis.model *= unit;
+    analysis.noise *= unit;
+}
+
 } // namespace
 
 Analysis analysed(const darr_c1DArray& spectrum, const AnalysisOptions& options) {
-    return Search(conv_Convert(spectrum, dtyp_Double), options).Run();
+    darr_c1DArray values = conv_Convert(spectrum, dtyp_Double);
+    const double unit = unitOf(values);
+    if (unit == 1)
+        return Search(values, options).Run();
+    for (double& value : values.Elements<double>())
+        value /= unit;
+    Analysis analysis = Search(values, options).Run();
+    multiply(analysis, unit);
+    return analysis;
 }
 
 } // namespace tour

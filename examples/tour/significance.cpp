@@ -48,9 +48,14 @@ Noise noiseOf(const darr_c1DArray& values) {
     // 0.6745 deviations is the median of a normal distribution's magnitude, and 6 the sum of the
     // squares of 1, -2 and 1.
     const double deviation = medianOf(differences) / (0.6745 * std::sqrt(6.0));
+    // Where most differences are 0, those that are not tell of rounding.
+    double squares = 0;
+    for (const double difference : differences)
+        squares += difference * difference;
+    const double byMean = std::sqrt(squares / (6 * static_cast<double>(differences.size())));
     const double largest = std::abs(*std::max_element(
         y.begin(), y.end(), [](double a, double b) { return std::abs(a) < std::abs(b); }));
-    return {false, std::max({deviation, 1e-9 * largest, 1e-150})};
+    return {false, std::max({deviation > 0 ? deviation : byMean, 1e-6 * largest, 1e-150})};
 }
 
 darr_c1DArray residualsOf(const darr_c1DArray& values, const darr_c1DArray& expected,

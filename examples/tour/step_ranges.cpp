@@ -101,11 +101,13 @@ void stepRanges(Story& story) {
     plft_c1DPolyFittingFunction polynomial(2, selection);
     polynomial.AddReceiver(byFunction, mesg_Class(ftfn_FunctionChanged));
 
-    // Of counts that is the root; the polynomial weighs them so.
-    const darr_c1DArray deviations =
-        story.analysis.isOfCounts
-            ? sqrt(trny_max(conv_Convert(counts, dtyp_Double), 1.0))
-            : darr_c1DArray(counts.Size(), story.analysis.noise, counts.Cal());
+    // Counts weigh by their noise, other values all the same.
+    const auto refit = [&] {
+        if (story.analysis.isOfCounts)
+            polynomial.Refit(counts, sqrt(trny_max(conv_Convert(counts, dtyp_Double), 1.0)));
+        else
+            polynomial.Refit(counts);
+    };
     teller.Say("A selection holds ranges of the axis, and a function is fitted to what lies in "
                "them. Here: ",
                ranges.size(), ranges.size() == 1 ? " range" : " ranges", " between the lines,");
@@ -113,7 +115,7 @@ void stepRanges(Story& story) {
     for (const rnge_c1DRange& range : ranges)
         items.push_back(joined(range));
     teller.List(items);
-    polynomial.Refit(counts, deviations);
+    refit();
     teller.Say("and a polynomial of order 2 fitted to them.");
     Table table{.caption = "The coefficients of the polynomial",
                 .heading = {"fitted", "1", "x", "x^2"},
@@ -133,11 +135,12 @@ void stepRanges(Story& story) {
     teller.Say("Then it moves to where it is already, and ",
                notes.empty() ? "nobody hears of that." : "that is told again.");
     teller.Say("Nothing is fitted again until someone asks for it.");
-    polynomial.Refit(counts, deviations);
+    refit();
     table.rows.push_back(rowOf("after the move", polynomial));
     teller.Show(table);
 
-    tellHow(teller, polynomial);
+    if (story.analysis.isOfCounts)
+        tellHow(teller, polynomial);
 
     Frame frame{.title = "",
                 .x = axisLabel(story.spectrum),
