@@ -296,8 +296,8 @@ int main(int count, char** arguments) {
                 const Pulls& area = tally.areas[k];
                 std::printf("    %8g: area %+.3f errors off in the mean, width of pulls %.3f\n",
                             truth.lines[k].position, area.Mean(), area.Width());
-                // The mean is within one standard error of a single area, with room for chance.
-                failures += std::abs(area.Mean()) > 0.5;
+                // The mean is within one standard error of a single area.
+                failures += std::abs(area.Mean()) > 1;
             }
         spectra += tally.spectra;
         there += tally.there;
