@@ -291,11 +291,16 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     channels.delta = cal.Delta();
     const auto firstIndex = static_cast<std::ptrdiff_t>(first);
     const double base = static_cast<double>(first) - cal.CalIndex();
-    for (std::size_t i = 0; i < count; ++i)
+    for (std::size_t i = 0; i < taken; ++i)
         channels.x[i] = cal.Offset() + (base + static_cast<int>(i)) * cal.Delta();
+    // What is computed beyond the last channel is what is computed there.
+    if (taken > 0)
+        std::fill(channels.x.begin() + static_cast<std::ptrdiff_t>(taken), channels.x.end(),
+                  channels.x[taken - 1]);
 
     std::copy_n(elements.begin() + firstIndex, taken, channels.y.begin());
     const bool isLikelihood = options.objective == nlsq_PoissonLikelihood;
+    channels.areCounts = isLikelihood;
     if (isLikelihood)
         std::fill_n(channels.weights.begin(), taken, 1.0);
     else if (!options.weights.empty())
@@ -318,19 +323,32 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     return channels;
 }
 
-/// Whether the windows of a fit still reach most of the way around the peaks where it ended.
-bool areWindowsWide(const pkmd_cModel& model, std::span<const double> before,
-                    std::span<const double> after, double reach, const pkmd_sChannels& channels) {
-    constexpr double enough = 0.9;
-    return std::all_of(
-        model.Peaks().begin(), model.Peaks().end(), [&](const pkmd_cModel::sPeak& peak) {
-            const std::size_t many = pkmd_Columns(peak.shape);
-            const pkmd_sWindow had =
-                pkmd_WindowOf(peak.shape, before.subspan(at(peak.first), many), reach, channels);
-            const pkmd_sWindow needed = pkmd_WindowOf(
-                peak.shape, after.subspan(at(peak.first), many), enough * reach, channels);
-            return had.first <= needed.first && needed.last <= had.last;
-        });
+/// Whether windows reach as far as the needed ones.
+bool areWide(std::span<const pkmd_sWindow> windows, std::span<const pkmd_sWindow> needed) {
+    return std::equal(windows.begin(), windows.end(), needed.begin(),
+                      [](const pkmd_sWindow& had, const pkmd_sWindow& needs) {
+                          return had.first <= needs.first && needs.last <= had.last;
+                      });
+}
+
+/// The control of a fit that goes on where others ended after so many iterations and evaluations;
+/// what it tells its observer starts there, with the widths that follow a law.
+nlsq_sControl continued(const pkmd_cModel& model, const nlsq_sControl& control, int iterations,
+                        int evaluations) {
+    nlsq_sControl result = control;
+    result.mostEvaluations -= evaluations;
+    if (control.observer)
+        result.observer = [&model, &control, iterations, evaluations,
+                           all = std::vector<double>()](const nlsq_sIteration& at) mutable {
+            all.assign(at.parameters.begin(), at.parameters.end());
+            pkmd_ApplyWidthLaw(model, all);
+            nlsq_sIteration told = at;
+            told.iteration += iterations;
+            told.evaluations += evaluations;
+            told.parameters = all;
+            return control.observer(told);
+        };
+    return result;
 }
 
 /// The rows and columns of the covariance that belong to widths which follow a law.
@@ -403,30 +421,34 @@ pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
 
     pkmd_sResult result;
     result.channels = static_cast<int>(channels.taking);
-    nlsq_sControl control = options.control;
     std::vector<double> starts(model.Starts().begin(), model.Starts().end());
     int iterations = 0;
     int evaluations = 0;
-    constexpr int mostWindows = 10;
-    for (int windows = 0; windows < mostWindows; ++windows) {
+    // Beyond so many rounds windows have no end.
+    constexpr int mostRounds = 10;
+    constexpr double slack = 1.02;
+    for (int round = 1;; ++round) {
         const nlsq_cParameters parameters(starts, model.Kinds());
         parameters.Expand(parameters.Start(), starts);
         pkmd_ApplyWidthLaw(model, starts);
-        pkmd_cEquations equations(model, channels, parameters, starts, options.windows,
-                                  options.objective);
-        result.fit = nlsq_Minimise(equations, parameters, control, channels.taking,
-                                   options.errors == nlsq_ErrorsFromScatter);
+        const std::vector<pkmd_sWindow> windows = pkmd_WindowsOf(
+            model, starts, options.windows,
+            round < mostRounds ? slack : std::numeric_limits<double>::infinity(), channels);
+        pkmd_cEquations equations(model, channels, parameters, windows);
+        result.fit = nlsq_Minimise(equations, parameters,
+                                   continued(model, options.control, iterations, evaluations),
+                                   channels.taking, options.errors == nlsq_ErrorsFromScatter);
         spreadWidthLaw(model, result.fit);
         result.fit.iterations = iterations += result.fit.iterations;
         result.fit.evaluations = evaluations += result.fit.evaluations;
-        if (!result.fit.Converged() ||
-            areWindowsWide(model, starts, result.fit.parameters, options.windows, channels))
+        if (!result.fit.Converged() || round == mostRounds ||
+            areWide(windows,
+                    pkmd_WindowsOf(model, result.fit.parameters, options.windows, 1, channels)))
             break;
         if (evaluations >= options.control.mostEvaluations) {
             result.fit.end = nlsq_MostEvaluations;
             break;
         }
-        control.mostEvaluations = options.control.mostEvaluations - evaluations;
         starts = result.fit.parameters;
     }
     for (const pkmd_cModel::sPeak& peak : model.Peaks())

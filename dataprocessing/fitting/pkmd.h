@@ -206,8 +206,11 @@ struct pkmd_sOptions {
     std::vector<double> weights = {};
     /// What the standard errors rest on; by default the variances, as they are given.
     nlsq_eErrors errors = nlsq_ErrorsAsGiven;
-    /// A Gaussian peak ends this many widths from its position, one with a tail three times as many
-    /// tails further on that side, rounded up to the next 8 channels. Others have no end.
+    /// A Gaussian peak ends this many widths from its position, or r widths where it is high beside
+    /// the noise: r^2 = windows^2 + 2 ln(height / (250 noise)), so that what is cut off stays as
+    /// small. The noise is the deviation of a channel at the ends, from the mean of 8 of them. A
+    /// peak with a tail ends max(3 r, r^2 / 2) tails further on that side. All is rounded up to the
+    /// next 8 channels. Other shapes have no end.
     double windows = 5;
     /// Only channels from here
     double from = -std::numeric_limits<double>::infinity();
@@ -249,8 +252,9 @@ DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sRe
 ///
 /// Channels that are not finite take no part. Parameters where a width is not positive, a law has
 /// no width, a tail is 0 or, for the likelihood, the model is not positive at a channel have no
-/// value: the fit keeps away from them. Where peaks have moved so far that their windows no longer
-/// reach nine tenths of the widths that they should, the fit goes on with new ones.
+/// value: the fit keeps away from them. Windows are laid a fiftieth wider than they have to be;
+/// where peaks have moved or widened beyond that, the fit goes on with new ones, after ten rounds
+/// with none.
 ///
 /// The steps are those of nlsq_Fit, with normal equations in place of orthogonal transformations:
 /// of directions in which the errors of the parameters, in units of those that they would have

@@ -31,7 +31,8 @@ pkmd_sWindow pkmd_WindowOf(pkmd_eShape shape, std::span<const double> peak, doub
     double below = reach * peak[2];
     double above = below;
     if (shape == pkmd_TailedGaussian)
-        (peak[3] < 0 ? below : above) += 3 * reach * std::fabs(peak[3]);
+        (peak[3] < 0 ? below : above) +=
+            std::max(3 * reach, reach * reach / 2) * std::fabs(peak[3]);
     double low = (peak[0] - below - channels.x[0]) / channels.delta;
     double high = (peak[0] + above - channels.x[0]) / channels.delta;
     if (low > high)
@@ -46,6 +47,51 @@ pkmd_sWindow pkmd_WindowOf(pkmd_eShape shape, std::span<const double> peak, doub
     const std::size_t last =
         (inside(std::ceil(high) + 1) + pkmd_lanes - 1) / pkmd_lanes * pkmd_lanes;
     return {std::min(first, last), last};
+}
+
+namespace {
+
+/// The variance of the channels in the vector from `first`, infinite where none takes part. Of
+/// vectors without counts that of a few.
+double varianceAround(const pkmd_sChannels& channels, std::size_t first) {
+    double weights = 0;
+    double counts = 0;
+    for (std::size_t i = first; i < first + pkmd_lanes; ++i) {
+        weights += channels.weights[i];
+        counts += channels.y[i];
+    }
+    if (weights == 0)
+        return infinity;
+    constexpr double fewCounts = 1e-4;
+    return channels.areCounts ? std::max(counts / weights, fewCounts) : pkmd_lanes / weights;
+}
+
+} // namespace
+
+double pkmd_ReachOf(pkmd_eShape shape, std::span<const double> peak, double windows,
+                    const pkmd_sChannels& channels) {
+    const pkmd_sWindow window = pkmd_WindowOf(shape, peak, windows, channels);
+    double variance = infinity;
+    if (window.first > 0 && window.Count() > 0)
+        variance = varianceAround(channels, window.first);
+    if (window.last < channels.x.size() && window.Count() > 0)
+        variance = std::min(variance, varianceAround(channels, window.last - pkmd_lanes));
+    constexpr double modest = 250;
+    const double excess = std::fabs(peak[1]) / (modest * std::sqrt(variance));
+    return excess > 1 ? std::sqrt(windows * windows + 2 * std::log(excess)) : windows;
+}
+
+std::vector<pkmd_sWindow> pkmd_WindowsOf(const pkmd_cModel& model, std::span<const double> p,
+                                         double windows, double slack,
+                                         const pkmd_sChannels& channels) {
+    std::vector<pkmd_sWindow> result;
+    result.reserve(model.Peaks().size());
+    for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
+        const std::span<const double> own = p.subspan(at(peak.first), pkmd_Columns(peak.shape));
+        const double reach = slack * pkmd_ReachOf(peak.shape, own, windows, channels);
+        result.push_back(pkmd_WindowOf(peak.shape, own, reach, channels));
+    }
+    return result;
 }
 
 pkmd_sWidth pkmd_WidthAt(double position, double width, double slope, double reference) {
@@ -72,14 +118,14 @@ bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p) {
 }
 
 pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
-                                 const nlsq_cParameters& parameters, std::span<const double> p,
-                                 double reach, nlsq_eObjective objective)
+                                 const nlsq_cParameters& parameters,
+                                 std::span<const pkmd_sWindow> windows)
     : model_(model), channels_(channels), parameters_(parameters),
-      isLikelihood_(objective == nlsq_PoissonLikelihood), p_(p.size()), terms_(p.size()),
-      columns_(p.size()), curve_(channels.x.size()), residuals_(channels.x.size()),
-      expectedWeights_(isLikelihood_ ? channels.x.size() : 0), products_(p.size() * p.size()),
-      slopes_(p.size()) {
-    for (std::size_t i = 0; i < p.size(); ++i)
+      isLikelihood_(channels.areCounts), p_(parameters.All()), terms_(p_.size()),
+      columns_(p_.size()), curve_(channels.x.size()), residuals_(channels.x.size()),
+      expectedWeights_(isLikelihood_ ? channels.x.size() : 0), products_(p_.size() * p_.size()),
+      slopes_(p_.size()) {
+    for (std::size_t i = 0; i < p_.size(); ++i)
         terms_[i].Add(parameters_.LinkOf(i), 1);
     const std::size_t varying = parameters.Varying();
     for (sPlace* place : {&here_, &there_}) {
@@ -89,17 +135,17 @@ pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels&
     }
     triangle_.resize(varying * varying);
     firsts_.resize(varying);
-    Lay(p, reach);
+    Lay(windows);
 }
 
 /// Makes the columns, and fills those that do not depend on the parameters.
-void pkmd_cEquations::Lay(std::span<const double> p, double reach) {
+void pkmd_cEquations::Lay(std::span<const pkmd_sWindow> windows) {
     const std::size_t count = channels_.x.size();
     std::size_t needed = 0;
+    auto next = windows.begin();
     for (const pkmd_cModel::sPeak& peak : model_.Peaks()) {
         const std::size_t many = pkmd_Columns(peak.shape);
-        const pkmd_sWindow window =
-            pkmd_WindowOf(peak.shape, p.subspan(at(peak.first), many), reach, channels_);
+        const pkmd_sWindow window = *next++;
         for (std::size_t k = 0; k < many; ++k)
             columns_[at(peak.first) + k].window = window;
         needed += many * window.Count();
@@ -286,6 +332,9 @@ void pkmd_cEquations::MultiplyGroups(std::size_t first, std::size_t count, std::
     const pkmd_sWindow& mine = columns_[first].window;
     const pkmd_sWindow& others = columns_[otherFirst].window;
     const pkmd_sWindow both = overlap(mine, others);
+    // Products that nothing is added to stay 0.
+    if (both.Count() == 0)
+        return;
     std::array<const double*, 16> data;
     std::array<double, 16> sums;
     if (first == otherFirst && count <= pkmd_mostColumns) {

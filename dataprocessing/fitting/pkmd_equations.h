@@ -24,6 +24,7 @@ struct pkmd_sChannels {
     double size = 0;             ///< The norm of the values, times the roots of the weights.
     std::size_t first = 0;       ///< The spectrum's channel that comes first.
     double delta = 1;            ///< From one position to the next.
+    bool areCounts = false;      ///< Whether their likelihood is fitted.
 };
 
 /// The channels [first, last) that a peak reaches, whole vectors of them.
@@ -36,6 +37,17 @@ struct pkmd_sWindow {
 /// The window of a peak that ends `reach` widths from its position.
 pkmd_sWindow pkmd_WindowOf(pkmd_eShape shape, std::span<const double> peak, double reach,
                            const pkmd_sChannels& channels);
+
+/// How many widths a peak reaches: `windows` where it is no higher than a few hundred times the
+/// noise at their ends, and so much further where it is that no more is cut off in terms of it.
+double pkmd_ReachOf(pkmd_eShape shape, std::span<const double> peak, double windows,
+                    const pkmd_sChannels& channels);
+
+/// The window of each peak of a model at the parameters `p`: as many widths as are asked for, and
+/// as its height over the noise around it calls for, times `slack`.
+std::vector<pkmd_sWindow> pkmd_WindowsOf(const pkmd_cModel& model, std::span<const double> p,
+                                         double windows, double slack,
+                                         const pkmd_sChannels& channels);
 
 /// The law of widths at a position: the width, and its derivatives with respect to the position and
 /// the two parameters of the law. The width is 0 where the law has none.
@@ -54,10 +66,10 @@ bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p);
 /// parameters is computed once; what is computed for a spectrum depends on nothing else.
 class pkmd_cEquations : public nlsq_cEquations {
 public:
-    /// The model, channels and parameters have to outlive the equations. `p` places the windows.
+    /// The model, channels and parameters have to outlive the equations. Peaks end with their
+    /// `windows`.
     pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
-                    const nlsq_cParameters& parameters, std::span<const double> p, double reach,
-                    nlsq_eObjective objective);
+                    const nlsq_cParameters& parameters, std::span<const pkmd_sWindow> windows);
 
     double Try(std::span<const double> q) override;
     void Accept() noexcept override { std::swap(here_, there_); }
@@ -93,7 +105,7 @@ private:
         }
     };
 
-    void Lay(std::span<const double> p, double reach);
+    void Lay(std::span<const pkmd_sWindow> windows);
     bool HasValue();
     void FillCurve();
     void Multiply();

@@ -89,15 +89,24 @@ void maps_sPeaks::Prepare() {
     slopes.assign(length, 0.0);
     for (std::size_t k = 0; k < range.Count(); ++k)
         slopes[k] = (line.x[k] - plan.reference) * plan.inverseScale;
+    // The noise that windows depend on is that of the background that the model starts from.
+    line.areCounts = IsLikelihood();
+    line.y.assign(length, 0.0);
+    model.Values(model.Starts(), std::span(line.x).first(range.Count()),
+                 std::span(line.y).first(range.Count()), pkmd_BackgroundOnly);
+    line.weights = weights.empty() ? ones : weights;
+    if (!line.areCounts && weights.empty())
+        for (std::size_t k = 0; k < range.Count(); ++k)
+            line.weights[k] = 1 / std::max(line.y[k], 1.0);
     PlaceWindows();
     Link();
 }
 
 void maps_sPeaks::PlaceWindows() {
     std::vector<char> isWanted(range.Count());
-    for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
-        const pkmd_sWindow reach = pkmd_WindowOf(
-            pkmd_Gaussian, model.Starts().subspan(at(peak.first), 3), options.windows, line);
+    constexpr double slack = 1.1;
+    for (const pkmd_sWindow& reach :
+         pkmd_WindowsOf(model, model.Starts(), options.windows, slack, line)) {
         maps_sPeakWindow window{};
         window.from = std::min(reach.first, range.Count());
         window.to = std::min(reach.last, range.Count());

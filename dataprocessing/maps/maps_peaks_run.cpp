@@ -388,15 +388,15 @@ private:
         }
     }
 
-    /// Whether the windows still reach most of the way around the peaks.
+    /// Whether the windows still reach around the peaks.
     bool AreWindowsWide(std::size_t lane) const {
-        constexpr double enough = 0.9;
         for (std::size_t k = 0; k < plan_.windows.size(); ++k) {
             const maps_sPeakWindow& window = plan_.windows[k];
             const std::array found{Parameter(3 * k, lane), Parameter(3 * k + 1, lane),
                                    Parameter(3 * k + 2, lane)};
-            const pkmd_sWindow needed =
-                pkmd_WindowOf(pkmd_Gaussian, found, enough * peaks_.options.windows, peaks_.line);
+            const double reach =
+                pkmd_ReachOf(pkmd_Gaussian, found, peaks_.options.windows, peaks_.line);
+            const pkmd_sWindow needed = pkmd_WindowOf(pkmd_Gaussian, found, reach, peaks_.line);
             const std::size_t all = peaks_.range.Count();
             if (std::min(needed.first, all) < window.from || std::min(needed.last, all) > window.to)
                 return false;

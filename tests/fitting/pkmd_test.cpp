@@ -819,6 +819,94 @@ TEST(PeakFit, WindowsMoveTheOptimumAsLittleAsIsSaid) {
     }
 }
 
+// What is cut off a peak is small beside the noise, however high it is and whatever it starts from.
+TEST(PeakFit, WindowsAreWideEnoughForHighPeaks) {
+    const cal_c1DArrayCal scale(0, 0.01237, 0);
+    for (const nlsq_eObjective objective : {nlsq_PoissonLikelihood, nlsq_LeastSquares})
+        for (const double background : {1.0, 100.0})
+            for (const double height : {1e3, 1e6})
+                for (const double start : {0.91, 0.95, 1.0, 1.2}) {
+                    pkmd_cModel model;
+                    model.AddPeak(pkmd_Gaussian, 5, height, 0.2);
+                    model.AddPolynomial({background, 0}, 5, 5);
+                    const Spectrum spectrum(model, 800, scale, 9);
+                    model.SetStart(2, 0.2 * start);
+                    pkmd_sOptions options;
+                    options.objective = objective;
+                    options.control.decreaseTolerance = 1e-22;
+                    const nlsq_sResult found = pkmd_Fit(model, spectrum.array, options).fit;
+                    options.windows = 9;
+                    const nlsq_sResult whole = pkmd_Fit(model, spectrum.array, options).fit;
+                    ASSERT_TRUE(found.Converged());
+                    for (std::size_t i = 0; i < 5; ++i)
+                        EXPECT_NEAR(found.parameters[i], whole.parameters[i],
+                                    1e-3 * whole.standardErrors[i])
+                            << objective << ' ' << background << ' ' << height << ' ' << start
+                            << " parameter " << i;
+                }
+    // The exponential side of a tail goes on for longer.
+    pkmd_cModel tailed;
+    tailed.AddPeak(pkmd_TailedGaussian, 3, 1e6, 0.1, 0.15);
+    tailed.AddPolynomial({1, 0}, 5, 5);
+    const Spectrum spectrum(tailed, 800, scale, 9);
+    const nlsq_sResult found = pkmd_Fit(tailed, spectrum.array).fit;
+    pkmd_sOptions wide;
+    wide.windows = 9;
+    const nlsq_sResult whole = pkmd_Fit(tailed, spectrum.array, wide).fit;
+    for (std::size_t i = 0; i < 6; ++i)
+        EXPECT_NEAR(found.parameters[i], whole.parameters[i], 1e-3 * whole.standardErrors[i]) << i;
+}
+
+TEST(PeakFit, PositionsBeyondTheLastChannelAreNotLookedAt) {
+    // 777 channels down to 0.02; a vector more would end below 0.
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 4, 300, 0.1);
+    model.AddPowerLaw(50, -0.5, 4);
+    const Spectrum spectrum(model, 777, cal_c1DArrayCal(7.78, -0.01, 0), 3);
+    const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+    EXPECT_TRUE(result.fit.Converged());
+    EXPECT_EQ(result.channels, 777);
+}
+
+TEST(PeakFit, ObserverCountsOnWhereWindowsAreLaidAgain) {
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 50, 1000, 6);
+    model.AddPolynomial({5.0});
+    const Spectrum spectrum(model, 200, cal_c1DArrayCal(0, 1, 0), 7);
+    model.SetStart(0, 44);
+    model.SetStart(2, 2);
+    int last = 0;
+    int evaluations = 0;
+    pkmd_sOptions options;
+    options.control.observer = [&](const nlsq_sIteration& at) {
+        EXPECT_GE(at.iteration, last);
+        EXPECT_LE(at.iteration, last + 2);
+        EXPECT_GT(at.evaluations, evaluations);
+        last = at.iteration;
+        evaluations = at.evaluations;
+        return nlsq_Continue;
+    };
+    const pkmd_sResult result = pkmd_Fit(model, spectrum.array, options);
+    EXPECT_GE(result.fit.iterations, last);
+    EXPECT_LE(result.fit.iterations, last + 1);
+    EXPECT_GE(last, 5);
+    // Widths that follow a law are told as they are.
+    pkmd_cModel law;
+    law.AddPeak(pkmd_Gaussian, 20, 100, 2);
+    law.AddPeak(pkmd_Gaussian, 70, 100, 4);
+    law.AddPolynomial({5.0});
+    const Spectrum two(law, 100, cal_c1DArrayCal(0, 1, 0), 7);
+    law.SetWidthLaw(3, 0.01, 20);
+    std::vector<double> told;
+    options.control.observer = [&](const nlsq_sIteration& at) {
+        told.assign(at.parameters.begin(), at.parameters.end());
+        return nlsq_Continue;
+    };
+    const pkmd_sResult found = pkmd_Fit(law, two.array, options);
+    EXPECT_NEAR(told[2], found.peaks[0].width, 1e-4);
+    EXPECT_NEAR(told[5], found.peaks[1].width, 1e-4);
+}
+
 TEST(PeakFit, PullsAreThoseOfTheErrors) {
     // 400 spectra: the mean of a pull is known to 0.05, its width to 0.035. The peaks are 1.4 full
     // widths at half maximum apart.
