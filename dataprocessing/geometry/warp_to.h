@@ -22,14 +22,14 @@
 /// given. grid_Of(other) is the grid of another image.
 ///
 /// **Outside.** An element whose origin is nearest to no element of the image, so is half a step or
-/// more outside of the positions of its elements, is zero. Up to there the elements at the edge
-/// hold.
+/// more beyond the last one or more than half a step before the first one, is zero. Up to there the
+/// elements at the edge hold.
 ///
 /// **Types.** The nearest element is copied in the image's own type. Interpolated integers of 8 and
 /// 16 bits become single precision, those of 32 bits double, so that none is rounded; the other
 /// types stay, and are computed in their own precision, complex ones part by part. Elements of
-/// weight zero do not matter, even when they are infinite or NaN. All processors give the same
-/// bits.
+/// weight zero do not matter, even when they are infinite or NaN. Between elements that are far
+/// apart the result is finite where the type holds it. All processors give the same bits.
 ///
 /// **Errors.** A map, an angle, a factor or a centre that is not finite: expt_cProgramException
 /// ("warp_to", 1). An unknown interpolation: ("warp_to", 2). An image of an unknown element type:

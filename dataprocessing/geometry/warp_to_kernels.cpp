@@ -71,16 +71,23 @@ warp_sSpan inside(warp_sSpan span, const warp_sLine& line, double shift, double 
     if (!std::isfinite(line.start)) // nor is any index
         return {span.first, span.first};
     const auto index = [&](int x) { return x * line.step + line.start + shift; };
-    const auto isInFront = [&](int x) { return index(x) < low; };
-    const auto isBehind = [&](int x) { return index(x) >= high; };
+    const auto isInFront = [&](int x) { return !(index(x) >= low); }; // as is NaN,
+    const auto isBehind = [&](int x) { return !(index(x) < high); };  // on either side
     if (line.step >= 0)
         return {firstWhere(span, [&](int x) { return !isInFront(x); }), firstWhere(span, isBehind)};
     return {firstWhere(span, [&](int x) { return !isBehind(x); }), firstWhere(span, isInFront)};
 }
 
+/// The row `y` of the result along an axis. An index near a whole one is that one first; of those
+/// left, one within the tolerance of a half counts as the half and goes up.
+warp_sLine lineAt(const warp_sAxisMap& map, int y) {
+    const double up = std::max(0.0, std::min(map.tolerance, 0.5 - map.tolerance));
+    return {map.alongX, y * map.alongY + map.start, map.tolerance, 0.5 + up};
+}
+
 /// The columns whose nearest element is in the image.
 warp_sSpan nearestInside(warp_sSpan span, const warp_sLine& line, int size) {
-    return inside(span, line, 0.5 + line.tolerance, 0, size);
+    return inside(span, line, line.half, 0, size);
 }
 
 /// The columns all of whose taps are in the image.
@@ -104,8 +111,8 @@ void warp_SampleTo(const warp_sImage& image, const warp_sAxisMap& mapX, const wa
     const auto bytes = [&](int columns) { return static_cast<std::size_t>(columns) * method.size; };
     unsigned char* row = static_cast<unsigned char*>(target);
     for (int y = 0; y < sizeY; ++y, row += bytes(sizeX)) {
-        const warp_sLine alongX{mapX.alongX, y * mapX.alongY + mapX.start, mapX.tolerance};
-        const warp_sLine alongY{mapY.alongX, y * mapY.alongY + mapY.start, mapY.tolerance};
+        const warp_sLine alongX = lineAt(mapX, y);
+        const warp_sLine alongY = lineAt(mapY, y);
         warp_sSpan all = nearestInside({0, sizeX}, alongX, image.sizeX);
         all = nearestInside(all, alongY, image.sizeY);
         all.last = std::max(all.first, all.last);

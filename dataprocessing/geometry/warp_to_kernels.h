@@ -12,7 +12,8 @@ namespace dataprocessing::detail {
 struct warp_sLine {
     double step;
     double start;
-    double tolerance;
+    double tolerance; ///< within which an index is the whole one
+    double half;      ///< the nearest element is the floor of the index plus this
 };
 
 /// The columns [first, last) of the result.

@@ -324,6 +324,123 @@ TEST(WarpToMaps, HoldTheEdgeForHalfAStepAndAreZeroBeyond) {
         EXPECT_EQ(elementsOf<float>(warp_MapTo(image, {}, fine, interpolations[k])), expected[k]);
 }
 
+// Where positions are coarser than elements, all indices are within the tolerance of a whole one.
+TEST(WarpToMaps, LeaveAnImageOnItsOwnGridAsItIs) {
+    const std::vector<double> elements{1, 2, 3, 4, 5, 6};
+    for (const auto& [offset, delta] :
+         {std::pair(1.7e9, 1e-6), std::pair(1.7e18, 1000.0), std::pair(1.7e18, 250.0),
+          std::pair(1e9, 4e-7), std::pair(1e9, 1.1e-6), std::pair(1e9, 1e-3)})
+        for (const bool isColumn : {false, true}) {
+            const cal_cArrayCal far(offset, delta, 0), near;
+            const darr_c2DArray image =
+                planeOf(isColumn ? 1 : 6, isColumn ? 6 : 1, elements,
+                        isColumn ? cal_c2DArrayCal(near, far) : cal_c2DArrayCal(far, near));
+            for (const warp_eInterpolation interpolation : interpolations) {
+                EXPECT_EQ(elementsOf<double>(warp_MapTo(image, {}, {}, interpolation)), elements)
+                    << offset << " " << delta << " " << interpolation;
+                EXPECT_EQ(elementsOf<double>(warp_RotateTo(image, 0, {}, {}, interpolation)),
+                          elements);
+                EXPECT_EQ(elementsOf<double>(warp_ResizeTo(image, 1, 1, {}, {}, interpolation)),
+                          elements);
+            }
+        }
+}
+
+TEST(WarpToMaps, RoundIndicesToWholeOnesFirstAndThenHalvesUp) {
+    // 4 units in the last place of 1e9 are 4.77e-7: 0.4 of this delta.
+    const double delta = 0x1p-21 / 0.4;
+    const darr_c2DArray image(
+        planeOf(3, 1, std::vector<double>{1, 2, 3}, cal_c2DArrayCal(1e9, delta, 0, 1, 0, 0)));
+    ASSERT_NEAR(image.Cal().X().Tolerance(1e9), 0.4, 1e-12);
+    const auto nearestAt = [&](double steps) {
+        const grid_s2DGrid grid{cal_c2DArrayCal(1e9 + steps * delta, delta, 0, 1, 0, 0), 1, 1};
+        return warp_MapTo(image, {}, grid, warp_NearestElement).Number(0, 0).As<double>();
+    };
+    EXPECT_EQ(nearestAt(1.3), 2);
+    EXPECT_EQ(nearestAt(0.3), 1);
+    EXPECT_EQ(nearestAt(1.5), 3);
+    EXPECT_EQ(nearestAt(-0.3), 1);
+}
+
+// The tolerance of such a calibration is infinite.
+TEST(WarpToMaps, ReadNothingOutsideWherePositionsHaveNoIndex) {
+    for (const double delta : {1e-308, -1e-308, 5e-324, 1e-290}) {
+        const std::vector<double> elements{1, 2, 3, 4, 5, 6};
+        for (const bool isColumn : {false, true}) {
+            const cal_cArrayCal dense(1e20, delta, 0), coarse(1e20, 1, 0), near;
+            const darr_c2DArray image =
+                planeOf(isColumn ? 1 : 6, isColumn ? 6 : 1, elements,
+                        isColumn ? cal_c2DArrayCal(near, dense) : cal_c2DArrayCal(dense, near));
+            const grid_s2DGrid grid{isColumn ? cal_c2DArrayCal(near, coarse)
+                                             : cal_c2DArrayCal(coarse, near),
+                                    isColumn ? 1 : 5, isColumn ? 5 : 1};
+            const warp_s2x3Map back = isColumn ? warp_s2x3Map{.m11 = -1, .shiftY = 2e20}
+                                               : warp_s2x3Map{.m00 = -1, .shiftX = 2e20};
+            for (const warp_eInterpolation interpolation : interpolations)
+                try {
+                    EXPECT_EQ(elementsOf<double>(warp_MapTo(image, back, grid, interpolation)),
+                              (std::vector<double>{1, 0, 0, 0, 0}));
+                } catch (const expt_cProgramException&) { // 1 / 5e-324 is no step
+                    EXPECT_EQ(delta, 5e-324);
+                }
+        }
+    }
+}
+
+TEST(WarpToMaps, BetweenFarElementsAreThatOfValue) {
+    const double most = std::numeric_limits<double>::max();
+    for (const auto& [a, b] : {std::pair(most, -most), std::pair(-most, most),
+                               std::pair(infinity, 1.0), std::pair(1.0, -infinity),
+                               std::pair(infinity, infinity), std::pair(infinity, -infinity)}) {
+        constexpr int size = 300; // both at the edges and inside
+        std::vector<double> elements;
+        for (int i = 0; i < size * 4; ++i)
+            elements.push_back((i + i / size) % 2 == 0 ? a : b);
+        const darr_c2DArray image = planeOf(size, 4, elements);
+        for (const warp_s2x3Map& map : {warp_s2x3Map{.shiftX = 0.25}, warp_s2x3Map{.shiftY = 0.25},
+                                        warp_s2x3Map{.shiftX = -0.75, .shiftY = 0.125}})
+            for (const auto level : levels()) {
+                const LevelInUse use(level);
+                const darr_c2DArray moved = warp_MapTo(image, map, {}, warp_LinearInterpolation);
+                for (int y = 0; y < 4; ++y)
+                    for (int x = 0; x + 1 < size; ++x)
+                        ASSERT_TRUE(
+                            isSameElement(moved.Number(x, y).As<double>(),
+                                          image.Value(x - map.shiftX, y - map.shiftY).As<double>()))
+                            << a << " " << b << " at " << x << " " << y << " " << level;
+            }
+    }
+}
+
+TEST(WarpToMaps, CubicSumsOutOfRangeAreFiniteWhereTheResultIs) {
+    const auto check = [&]<class T>(T most) {
+        for (const int size : {5, 300}) {
+            std::vector<T> elements(static_cast<std::size_t>(size) * 6);
+            for (std::size_t i = 0; i < elements.size();
+                 ++i) // columns overflow, their sum does not
+                elements[i] = (i / static_cast<std::size_t>(size) + 1) % 4 < 2 ? most : -most;
+            std::vector<T> small = elements;
+            for (T& element : small)
+                element /= 16;
+            for (const warp_s2x3Map& map :
+                 {warp_s2x3Map{.shiftX = 0.5, .shiftY = 0.5}, warp_s2x3Map{.shiftY = 0.125},
+                  warp_s2x3Map{.shiftX = 0.25, .shiftY = 0.75}}) {
+                const darr_c2DArray moved =
+                    warp_MapTo(planeOf(size, 6, elements), map, {}, warp_CubicInterpolation);
+                const darr_c2DArray lower =
+                    warp_MapTo(planeOf(size, 6, small), map, {}, warp_CubicInterpolation);
+                for (int i = 0; i < moved.Count(); ++i)
+                    ASSERT_TRUE(
+                        isSameElement(moved.Elements<T>()[static_cast<std::size_t>(i)],
+                                      lower.Elements<T>()[static_cast<std::size_t>(i)] * 16))
+                        << i;
+            }
+        }
+    };
+    check(std::numeric_limits<float>::max());
+    check(std::numeric_limits<double>::max());
+}
+
 TEST(WarpToMaps, RefuseWhatIsNoMap) {
     const darr_c2DArray image = planeOf(2, 2, std::vector<float>{1, 2, 3, 4});
     for (const double bad : {notANumber, infinity, -infinity}) {
