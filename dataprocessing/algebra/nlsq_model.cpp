@@ -13,17 +13,50 @@ void refuseIf(bool isRefused, int line, const char* text) {
         throw expt_cProgramException("nlsq", line, text);
 }
 
-/// How far a parameter is moved for a difference: the cube root of epsilon, which is short enough
-/// for functions that change over a small part of a parameter.
-double differenceStep(double parameter) {
+double largestOf(std::span<const double> values) {
+    double largest = 0;
+    for (const double value : values)
+        largest = std::max(largest, std::fabs(value));
+    return largest;
+}
+
+/// How far a parameter is moved for a difference: the cube root of epsilon of it, which is short
+/// enough for functions that change over a small part of a parameter. Near 0 that tells nothing:
+/// where the values hardly change, it goes on from what the positions suggest until they do, but
+/// not to where they change all at once. changeOver(step) tells the largest change of a value
+/// between a step below and one above; the last that it is asked for is the answer.
+template<class ChangeOver>
+double differenceStep(double parameter, std::span<const double> x, std::span<const double> values,
+                      ChangeOver changeOver) {
     constexpr double part = 6e-6;
-    return part * (parameter == 0 ? 1 : std::fabs(parameter));
+    constexpr double first = 1e-6; // of what the positions suggest
+    constexpr double growth = 10;
+    constexpr double enough = 1e-6;
+    constexpr double jump = 1e-4;
+    // A sum, so that the step is what the parameter really moves by.
+    const auto moved = [&](double step) { return parameter + step - parameter; };
+    const double size = largestOf(values);
+    const double positions = largestOf(x) > 0 ? largestOf(x) : 1;
+    const double most = part * std::max({1.0, positions, size});
+
+    double step = moved(part * (parameter == 0 ? first * positions : std::fabs(parameter)));
+    double change = changeOver(step);
+    const bool isNearZero = std::fabs(parameter) < positions;
+    while (isNearZero && change <= enough * size && growth * step < most) {
+        const double next = moved(std::max(growth * step, part * first * positions));
+        change = changeOver(next);
+        if (!(change <= jump * size)) {
+            changeOver(step);
+            break;
+        }
+        step = next;
+    }
+    return step;
 }
 
 /// The derivative, up to the fourth power of the step, from what lies between values at one step
 /// and at two steps to both sides.
 double slopeOf(double one, double two, double step) { return (8 * one - two) / (12 * step); }
-constexpr std::array distances{-2.0, -1.0, 1.0, 2.0};
 
 } // namespace
 
@@ -63,18 +96,21 @@ void nlsq_cFunctionModel::Evaluate(std::span<const double> x, std::span<const do
         return;
     }
     std::vector<double> moved(p.begin(), p.end());
+    std::vector<double> near(x.size());
     for (std::size_t j = 0; j < p.size(); ++j) {
-        // A sum, so that the step is what the parameter really moves by.
-        const double step = p[j] + differenceStep(p[j]) - p[j];
-        for (std::size_t i = 0; i < x.size(); ++i) {
-            const auto across = [&](double distance) {
-                moved[j] = p[j] + distance;
-                const double above = function_(x[i], moved);
-                moved[j] = p[j] - distance;
-                return above - function_(x[i], moved);
-            };
-            derivatives[j * x.size() + i] = slopeOf(across(step), across(2 * step), step);
-        }
+        const auto across = [&](std::size_t i, double distance) {
+            moved[j] = p[j] + distance;
+            const double above = function_(x[i], moved);
+            moved[j] = p[j] - distance;
+            return above - function_(x[i], moved);
+        };
+        const double step = differenceStep(p[j], x, values, [&](double distance) {
+            for (std::size_t i = 0; i < x.size(); ++i)
+                near[i] = across(i, distance);
+            return largestOf(near);
+        });
+        for (std::size_t i = 0; i < x.size(); ++i)
+            derivatives[j * x.size() + i] = slopeOf(near[i], across(i, 2 * step), step);
         moved[j] = p[j];
     }
 }
@@ -86,7 +122,7 @@ nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model, std::span<
     std::vector<double> moved(p.begin(), p.end());
     std::vector<double> derivatives(count * nlsq_blockSize);
     std::array<double, nlsq_blockSize> values{};
-    std::array<std::array<double, nlsq_blockSize>, distances.size()> around{};
+    std::array<std::array<double, nlsq_blockSize>, 4> around{}; // from below to above
     struct sColumn {
         double largest = 0;
         double difference = 0;
@@ -101,12 +137,21 @@ nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model, std::span<
         model.Evaluate(block, p, std::span(values).first(rows),
                        std::span(derivatives).first(count * rows));
         for (std::size_t j = 0; j < count; ++j) {
-            const double step = p[j] + differenceStep(p[j]) - p[j];
             std::array<double, nlsq_blockSize> expected{};
-            for (std::size_t k = 0; k < around.size(); ++k) {
-                moved[j] = p[j] + distances[k] * step;
+            const auto fill = [&](std::size_t k, double distance) {
+                moved[j] = p[j] + distance;
                 model.Evaluate(block, moved, std::span(around[k]).first(rows), {});
-            }
+            };
+            const double step =
+                differenceStep(p[j], block, std::span(values).first(rows), [&](double distance) {
+                    fill(1, -distance);
+                    fill(2, distance);
+                    for (std::size_t i = 0; i < rows; ++i)
+                        expected[i] = around[2][i] - around[1][i];
+                    return largestOf(std::span(expected).first(rows));
+                });
+            fill(0, -2 * step);
+            fill(3, 2 * step);
             for (std::size_t i = 0; i < rows; ++i)
                 expected[i] =
                     slopeOf(around[2][i] - around[1][i], around[3][i] - around[0][i], step);

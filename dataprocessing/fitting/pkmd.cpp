@@ -43,7 +43,8 @@ const char* extraName(pkmd_eShape shape) {
 }
 
 bool isAllowed(pkmd_eShape shape, double extra) {
-    return !(shape == pkmd_Voigt && extra < 0) && !(shape == pkmd_TailedGaussian && extra == 0);
+    return !(shape == pkmd_Voigt && extra < 0) && !(shape == pkmd_TailedGaussian && extra == 0) &&
+           !(shape == pkmd_PseudoVoigt && !(extra >= 0 && extra <= 1));
 }
 
 } // namespace
@@ -323,6 +324,34 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     return channels;
 }
 
+/// What a fit may do with the parameters: what the model says, extra parameters within what their
+/// shapes allow. A tail stays on its side, and a thousandth of the width long, where derivatives
+/// still have their digits.
+std::vector<nlsq_sParameter> kindsOf(const pkmd_cModel& model) {
+    std::vector<nlsq_sParameter> kinds(model.Kinds().begin(), model.Kinds().end());
+    for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
+        if (pkmd_Columns(peak.shape) < 4)
+            continue;
+        const double* const start = model.Starts().data() + peak.first;
+        double lower = 0;
+        double upper = peak.shape == pkmd_PseudoVoigt ? 1 : std::numeric_limits<double>::infinity();
+        if (peak.shape == pkmd_TailedGaussian) {
+            constexpr double leastOfWidth = 1e-3;
+            lower = std::min(std::fabs(start[3]), leastOfWidth * start[2]);
+            if (start[3] < 0) {
+                upper = -lower;
+                lower = -std::numeric_limits<double>::infinity();
+            }
+        }
+        nlsq_sParameter& kind = kinds[at(peak.first) + 3];
+        if (kind.kind != nlsq_sParameter::Moving)
+            continue;
+        kind.lower = std::max(kind.lower, lower);
+        kind.upper = std::min(kind.upper, upper);
+    }
+    return kinds;
+}
+
 /// Whether windows reach as far as the needed ones.
 bool areWide(std::span<const pkmd_sWindow> windows, std::span<const pkmd_sWindow> needed) {
     return std::equal(windows.begin(), windows.end(), needed.begin(),
@@ -424,11 +453,12 @@ pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
     std::vector<double> starts(model.Starts().begin(), model.Starts().end());
     int iterations = 0;
     int evaluations = 0;
+    const std::vector<nlsq_sParameter> kinds = kindsOf(model);
     // Beyond so many rounds windows have no end.
     constexpr int mostRounds = 10;
     constexpr double slack = 1.02;
     for (int round = 1;; ++round) {
-        const nlsq_cParameters parameters(starts, model.Kinds());
+        const nlsq_cParameters parameters(starts, kinds);
         parameters.Expand(parameters.Start(), starts);
         pkmd_ApplyWidthLaw(model, starts);
         const std::vector<pkmd_sWindow> windows = pkmd_WindowsOf(

@@ -36,7 +36,7 @@ enum pkmd_eShape {
     /// pi.
     pkmd_Lorentzian,
     /// height ((1 - m) 2^(-z^2) + m / (1 + z^2)). The width is half the width at half maximum; the
-    /// extra parameter m is the Lorentzian part.
+    /// extra parameter m is the Lorentzian part, from 0 to 1.
     pkmd_PseudoVoigt,
     /// A Gaussian, whose standard deviation is the width, convolved with a Lorentzian, half of
     /// whose
@@ -129,7 +129,10 @@ public:
     void Free(int parameter);
     /// Keeps a parameter at its start. Throws as Free().
     void Fix(int parameter);
-    /// Keeps a parameter in [lower, upper]. Throws as Free().
+    /// Keeps a parameter in [lower, upper]. Throws as Free(). Extra parameters that move stay
+    /// within what their shapes allow, with bounds or without: a Lorentzian width at 0 or more, a
+    /// mixing in [0, 1], a tail on the side of its start and at least a thousandth of the width
+    /// that the peak starts from.
     void Bound(int parameter, double lower, double upper);
     /// Makes a parameter `factor` times another one plus `offset`: a ratio of heights, a splitting,
     /// a common width. Throws as Free(), and so for `to`.

@@ -577,6 +577,54 @@ TEST(Nlsq, DerivativesAreChecked) {
         EXPECT_NEAR(derivatives[i], expected[i], 1e-9) << i;
 }
 
+TEST(Nlsq, DifferencesNearZeroAreDerivatives) {
+    const nlsq_cFunctionModel numeric([](double x, Parameters p) { return p[0] + p[1] * x; });
+    const std::vector<double> x{-2, -1, 0, 1, 2}, y{5.1, 4.9, 5, 4.9, 5.1};
+    for (const double slope : {1.0, 0.3, 0.0, 1e-8, 1e-12, 1e-15, -1e-300}) {
+        const nlsq_sResult result = nlsq_Fit(numeric, x, y, std::vector{1.0, slope});
+        EXPECT_TRUE(result.Converged()) << slope;
+        EXPECT_EQ(result.rank, 2) << slope;
+        EXPECT_NEAR(result.standardErrors[1], std::sqrt(0.04 / 3 / 10), 1e-8) << slope;
+    }
+    const std::vector<double> from1{1, 2, 3, 4, 5}, same(5, 3e5);
+    EXPECT_EQ(nlsq_Fit(numeric, from1, same, std::vector{1.0, 1.0}).rank, 2);
+    EXPECT_EQ(nlsq_FitLinear(numeric, from1, same, 2).rank, 2);
+
+    const auto values = [](double at, Parameters p) {
+        const double z = (at - p[1]) / p[2];
+        return p[0] * std::exp(-0.5 * z * z) + p[3];
+    };
+    const nlsq_cFunctionModel peak(values);
+    const nlsq_cFunctionModel exact(values, [](double at, Parameters p, Derivatives d) {
+        const double z = (at - p[1]) / p[2];
+        d[0] = std::exp(-0.5 * z * z);
+        d[1] = p[0] * d[0] * z / p[2];
+        d[2] = d[1] * z;
+        d[3] = 1;
+    });
+    // In the units that there are, also where those are metres and the lines those of atoms.
+    for (const double unit : {1.0, 1e-10, 1e6}) {
+        std::vector<double> at, counts;
+        for (int i = -20; i <= 20; ++i) {
+            at.push_back(0.5 * i * unit);
+            counts.push_back(1000 * std::exp(-0.125 * 0.25 * i * i) + 100 +
+                             3 * std::cos(7.0 * i * i));
+        }
+        for (const double position : {0.3, 0.0, 1e-3, 1e-8, 1e-10, 1e-12, 1e-14, 1e-300}) {
+            const std::vector<double> from{800, position * unit, 1.5 * unit, 50};
+            const nlsq_sResult result = nlsq_Fit(peak, at, counts, from);
+            const nlsq_sResult expected = nlsq_Fit(exact, at, counts, from);
+            EXPECT_TRUE(result.Converged()) << unit << ' ' << position;
+            EXPECT_EQ(result.rank, 4) << unit << ' ' << position;
+            for (std::size_t j = 0; j < 4; ++j)
+                EXPECT_NEAR(result.standardErrors[j] / expected.standardErrors[j], 1, 1e-6)
+                    << unit << ' ' << position << " parameter " << j;
+            EXPECT_LT(nlsq_CheckDerivatives(exact, at, from).difference, 1e-8)
+                << unit << ' ' << position;
+        }
+    }
+}
+
 TEST(Nlsq, InverseWithAndWithoutAllDirections) {
     using namespace dataprocessing::detail;
     // R'R of [[2, 1], [0, 4]] is [[4, 2], [2, 17]], its inverse [[17, -2], [-2, 4]] / 64.

@@ -907,6 +907,46 @@ TEST(PeakFit, ObserverCountsOnWhereWindowsAreLaidAgain) {
     EXPECT_NEAR(told[5], found.peaks[1].width, 1e-4);
 }
 
+// Noise takes an extra parameter to its limit about every second time when the truth is there.
+TEST(PeakFit, ExtraParametersEndAtTheirLimits) {
+    struct Case {
+        pkmd_eShape shape;
+        double truth, start, limit;
+    };
+    for (const Case& at :
+         {Case{pkmd_Voigt, 0, 0.1, 0}, Case{pkmd_PseudoVoigt, 0, 0.5, 0},
+          Case{pkmd_PseudoVoigt, 1, 0.5, 1}, Case{pkmd_TailedGaussian, 0.001, 0.1, 0.0002},
+          Case{pkmd_TailedGaussian, -0.001, -0.1, -0.0002}}) {
+        int atLimit = 0;
+        for (unsigned seed = 1; seed <= 40; ++seed) {
+            pkmd_cModel model;
+            model.AddPeak(at.shape, 5, 200, 0.2, at.truth);
+            model.AddPolynomial({10, 0}, 5, 5);
+            const Spectrum spectrum(model, 300, cal_c1DArrayCal(0, 0.033, 0), seed);
+            model.SetStart(3, at.start);
+            const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+            EXPECT_TRUE(result.fit.Converged())
+                << at.shape << ' ' << seed << ' ' << nlsq_Text(result.fit.end);
+            if (result.fit.atBound.empty())
+                continue;
+            ++atLimit;
+            EXPECT_DOUBLE_EQ(result.peaks[0].extra, at.limit);
+        }
+        EXPECT_GT(atLimit, 5) << at.shape;
+        EXPECT_LT(atLimit, 40) << at.shape;
+    }
+    // A user's bound is the narrower one.
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Voigt, 5, 200, 0.2, 0.01);
+    model.AddPolynomial({10, 0}, 5, 5);
+    const Spectrum spectrum(model, 300, cal_c1DArrayCal(0, 0.033, 0), 1);
+    model.Bound(3, 0.15, 9);
+    EXPECT_DOUBLE_EQ(pkmd_Fit(model, spectrum.array).peaks[0].extra, 0.15);
+    model.Bound(3, -5, -1);
+    ExpectRefusal("nlsq")(10, [&] { pkmd_Fit(model, spectrum.array); });
+    expectRefusal(1, [&] { model.AddPeak(pkmd_PseudoVoigt, 5, 200, 0.2, 1.5); });
+}
+
 TEST(PeakFit, PullsAreThoseOfTheErrors) {
     // 400 spectra: the mean of a pull is known to 0.05, its width to 0.035. The peaks are 1.4 full
     // widths at half maximum apart.
