@@ -25,7 +25,10 @@ DATAPROCESSING_EXPORT darr_c1DArray proj_Project(const darr_c2DArray& image,
 
 /// The profile from (x1, y1) to (x2, y2), averaged over `width` across that line: proj_Project over
 /// the rectangle centred on the segment's middle, as long as the segment and turned along it.
-/// Swapping the ends reverses the profile; each starts with the element at its own first point.
+/// Swapping the ends takes the profile the other way; each starts with the element at its own first
+/// point. It may be a mean of other rows, by one, because a place halfway between two rows goes to
+/// the upper one of the turned image: with width 1 along X to the right that is the row at y, and
+/// back the one above it.
 /// Equal points give a profile without elements. A negative width does what its magnitude does,
 /// except along X to the right, where it has no row. Throws what proj_Project throws.
 DATAPROCESSING_EXPORT darr_c1DArray proj_LineScan(const darr_c2DArray& image, double x1, double y1,

@@ -26,7 +26,7 @@ template<class Array, class Mask>
 parr_c1DNumberArray where(const Array& array, const Mask& mask) {
     const algn_sAxes axes = algn_Axes(array);
     algn_RequireSameSize(axes, algn_Axes(mask));
-    if (mask.Cal() != std::remove_cvref_t<decltype(mask.Cal())>() &&
+    if (mask.Cal() != std::remove_cvref_t<decltype(mask.Cal())>() && mask.Cal() != array.Cal() &&
         !algn_IsAligned(axes, algn_Axes(mask)))
         throw expt_cProgramException(
             "pick", 1,

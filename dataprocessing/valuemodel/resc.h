@@ -47,9 +47,8 @@ DATAPROCESSING_EXPORT darr_c2DArray resc_Rescale(const darr_c2DArray& array, dou
 ///
 /// An axis may run downward; the result then does, too. Throws expt_cProgramException ("resc", 1)
 /// for a delta, of the array or of the result, that is zero or not finite, and for two of opposite
-/// signs,
-/// ("resc", 2) for an offset that is not finite, the size error for more
-/// than 2^31-1 elements, and the error of conv_Convert for an unknown element type.
+/// signs, ("resc", 2) for an offset that is not finite, the size error for more than 2^31-1
+/// elements, and the error of conv_Convert for an unknown element type.
 ///
 ///     const darr_c1DArray net = spectrum - resc_Rebin(background, spectrum);
 /// @{

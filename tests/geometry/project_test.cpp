@@ -186,7 +186,7 @@ TEST(LineScan, GivesARampsValuesWithinAnElementsStepInEveryDirection) {
     }
 }
 
-TEST(LineScan, SwappedEndsReverseTheProfile) {
+TEST(LineScan, SwappedEndsReverseTheProfileOfEqualRows) {
     std::vector<float> elements;
     for (int i = 0; i < 64; ++i)
         elements.push_back(static_cast<float>(i % 8 * i % 8 + 1));
@@ -199,6 +199,15 @@ TEST(LineScan, SwappedEndsReverseTheProfile) {
     // Element i lies at position i of the way, so that the way back starts at element 6.
     EXPECT_EQ(valuesOf(proj_LineScan(image, 6, 4, 2, 4, 2)),
               (Values{value(6), value(5), value(4), value(3)}));
+}
+
+TEST(LineScan, SwappedEndsMayTakeTheNextRow) {
+    std::vector<float> elements;
+    for (int i = 0; i < 30; ++i)
+        elements.push_back(static_cast<float>(i % 6 + i / 6 * 10));
+    const darr_c2DArray image = imageOf(6, 5, elements);
+    EXPECT_EQ(valuesOf(proj_LineScan(image, 1, 2, 4, 2, 1)), (Values{21, 22, 23}));
+    EXPECT_EQ(valuesOf(proj_LineScan(image, 4, 2, 1, 2, 1)), (Values{34, 33, 32}));
 }
 
 TEST(LineScan, IsTheProjectionAcrossTheRectangleAlongTheSegment) {
