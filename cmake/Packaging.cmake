@@ -76,7 +76,7 @@ if(TARGET dataprocessing_python)
   set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
   set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_DEPENDS
     "python3 (>= ${DATAPROCESSING_PYTHON_VERSION}~), python3 (<< ${DATAPROCESSING_PYTHON_VERSION_BELOW}~), python3-numpy (>= 1:1.24)")
-  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-matplotlib, python3-xarray")
+  set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-dask, python3-matplotlib, python3-xarray")
   set(CPACK_DEBIAN_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA ${debian}/python/postinst ${debian}/python/prerm)
   set(CPACK_DEBIAN_DEBIAN_PYTHON_DESCRIPTION "${about}
 .

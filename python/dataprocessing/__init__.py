@@ -8,7 +8,7 @@ Arrays know where their elements lie, and arithmetic respects it:
     80
 """
 
-from dataprocessing import _arrays, _repr, fitting, interop, plotting  # noqa: F401, they add methods
+from dataprocessing import _arrays, _repr, fitting, interop, maps, plotting  # noqa: F401, they add methods
 from dataprocessing._core import (
     AlignmentWarning,
     Array1D,
@@ -95,7 +95,7 @@ __all__ = [
     "SingularFitError", "SizeError", "Subscription", "Transform", "UnitError", "absolute", "acos", "alignment", "arg",
     "array", "asin", "atan", "autocorrelate", "band_pass", "center", "conj", "convert", "convolve", "correlate",
     "cos", "cosh", "empty", "exp", "fft", "find_peaks", "fitting", "flip", "from_hyperspy", "from_xarray", "full",
-    "ifft", "imag", "line_scan", "log", "log10", "maximum", "minimum", "norm", "project", "ramp", "real", "rebin",
-    "register", "rescale", "resize", "rotate", "shear", "sin", "sinh", "smooth_gauss", "smooth_median",
+    "ifft", "imag", "line_scan", "log", "log10", "maps", "maximum", "minimum", "norm", "project", "ramp", "real",
+    "rebin", "register", "rescale", "resize", "rotate", "shear", "sin", "sinh", "smooth_gauss", "smooth_median",
     "smooth_savgol", "snip", "sqr", "sqrt", "tan", "tanh", "where", "zeros",
 ]

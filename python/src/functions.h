@@ -16,5 +16,6 @@ void registerMessages(pybind11::module_& module);
 void registerStreams(pybind11::module_& module);
 void registerCurves(pybind11::module_& module);
 void registerModels(pybind11::module_& module);
+void registerMaps(pybind11::module_& module);
 
 } // namespace dataprocessing::python

@@ -31,4 +31,5 @@ PYBIND11_MODULE(_core, module) {
     registerFilters(module);
     registerCurves(module);
     registerModels(module);
+    registerMaps(module);
 }

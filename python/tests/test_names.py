@@ -33,7 +33,7 @@ LEFT_OUT = r"""
     .*::(Gather|RefitValues|CheckPoints|FitPowers|Value|CopyParameters|FitSettings|Parameters)$  inside of fits
     parr_.*::(IndexOf|CheckedElements|CopyElements|NumberAt|ValueAt|RequireType)    inside of arrays
     nlsq_cModel                a Python function
-    maps_                      whole maps, which are for C++ alone so far
+    maps_c(Stack|Workspace)    numpy's arrays, a thread's own
     rcrd_                      records, which are for C++ alone so far; Python pickles
     .*::DerivativeError        a Python function's
 """

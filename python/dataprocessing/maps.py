@@ -1,0 +1,493 @@
+"""Every spectrum of a map at once: sums, windows, fits, each with its standard errors and a status.
+
+A map is an ndarray, a dask array or a DataArray whose last dimension, or the one called ``dim`` in a DataArray, runs
+along the spectra; the others may be any. Planes have the dimensions of the map without that one, and are of the same
+kind: those of dask arrays are computed when they are asked for, one part of the map after the other.
+
+A spectrum without a result has NaN in its planes, says why in the plane ``status`` (see :class:`Status`), and stops
+no other; with errors="raise" it raises FitError. A result is a function of its spectrum alone: its bits are the same
+however the map lies in memory or is cut into chunks, on any number of threads, processes and machines.
+
+Elements are real. Bytes to 32-bit integers and floating point numbers are taken where they lie; others, and maps of
+four and more dimensions whose parts do not lie evenly, are copied first. Integers of 64 bits become doubles, with
+OverflowError where that would change them.
+
+    >>> import numpy as np, dataprocessing as dp
+    >>> axis = dp.Axis(6.0, 0.01, unit="keV")
+    >>> line = np.exp(-((axis.positions(80) - 6.4) / 0.06) ** 2 / 2)
+    >>> counts = np.round(20 + np.array([[100, 200, 300], [400, 500, 600]])[..., None] * line)
+    >>> counts[1, 1, 7] = np.nan
+    >>> model = dp.fitting.PeakModel()
+    >>> fe = model.peak("gaussian", 6.4, 300, 0.06, name="Fe")
+    >>> background = model.polynomial([20])
+    >>> fit = dp.maps.peaks(counts, model, axis)
+    >>> fit[fe.height].round()
+    array([[100., 200., 300.],
+           [400.,  nan, 600.]])
+    >>> dp.maps.Status(fit.status[1, 1])
+    <Status.NOT_FINITE: 1>
+"""
+
+from __future__ import annotations
+
+import enum
+import math
+import sys
+from collections.abc import Iterable, Mapping, Sequence
+from dataclasses import dataclass, field
+from typing import TYPE_CHECKING, Any, NamedTuple
+
+import numpy as np
+
+from dataprocessing import _core
+from dataprocessing._core import Axis, Background, FitError, Weights
+from dataprocessing._peak_model import PeakModel
+from dataprocessing.fitting import _ERRORS, _OBJECTIVES, _choice, _failure, _pairs
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
+
+__all__ = ["Planes", "Status", "Sums", "integrate", "linear", "peaks", "polynomial", "power_law", "sum"]
+
+_WEIGHTS = {"counts": Weights.OF_COUNTS, "equal": Weights.EQUAL, "model": Weights.OF_MODEL}
+_BACKGROUNDS = {"nothing": Background.NONE, "polynomial": Background.POLYNOMIAL, "power law": Background.POWER_LAW}
+
+
+class Status(enum.IntEnum):
+    """What became of a spectrum."""
+
+    GOOD = 0
+    """There is a result."""
+    NOT_FINITE = 1
+    """A value that was needed is NaN or infinite, or too large to be squared."""
+    EMPTY = 2
+    """All values that were needed are 0."""
+    NEGATIVE = 3
+    """A value is negative where only counts will do."""
+    NOT_CONVERGED = 4
+    """The steps led nowhere, or there were too many of them."""
+    UNDETERMINED = 5
+    """The data do not tell all parameters; of peaks, the planes have what is known."""
+
+
+@dataclass(frozen=True)
+class Planes:
+    """What came out of every spectrum of a map; ``planes["name"]`` is the plane of a parameter."""
+
+    values: dict[str, Any]
+    """The parameters, by name."""
+    errors: dict[str, Any]
+    """Their standard errors, by the same names."""
+    iterations: Any
+    """The steps that were taken."""
+    status: Any
+    """What became of it, a :class:`Status`."""
+    chi_square: Any = None
+    """What was made smallest; None where nothing was."""
+    areas: dict[str, Any] = field(default_factory=dict)
+    """The areas of peaks, by their names."""
+    area_errors: dict[str, Any] = field(default_factory=dict)
+    """Their standard errors."""
+    fixed: dict[str, float] = field(default_factory=dict)
+    """Numbers that the parameters refer to, the same for all spectra."""
+
+    def __getitem__(self, name: str) -> Any:
+        return self.values[name]
+
+    def __repr__(self) -> str:
+        shape = "x".join(map(str, self.status.shape)) or "1"
+        return f"<Planes of {shape} spectra: {', '.join(self.values)}>"
+
+
+class Sums(NamedTuple):
+    """What all spectra, and what the channels of each, add up to."""
+
+    spectrum: Any
+    image: Any
+
+
+# ---- Blocks -------------------------------------------------------------------------------------
+
+
+def _elements(block: Any) -> Any:
+    """The block with elements and strides that the library takes, in place if it has them."""
+    kind, width = block.dtype.kind, block.dtype.itemsize
+    if kind == "b":
+        block = block.view("u1")
+    elif kind in "iu" and width == 8:
+        exact = block.astype("f8")
+        # The way back is exact where the way there was, and 2^63 or 2^64 have none.
+        limit = 2.0**63 if kind == "i" else 2.0**64
+        if not (np.all(exact < limit) and np.array_equal(exact.astype(block.dtype), block)):
+            raise OverflowError("an integer of the map is held exactly by none of the element types")
+        block = exact
+    elif kind == "f" and width == 2:
+        block = block.astype("f4")
+    elif kind not in "iuf" or width > 8:
+        raise TypeError(f"the elements of a map are real numbers, not {block.dtype}")
+    even = all(stride % block.itemsize == 0 for stride in block.strides)
+    if not (block.dtype.isnative and block.flags.aligned and even):
+        block = block.astype(block.dtype.newbyteorder("="), order="C", copy=True)
+    return block if block.ndim <= 3 else block.reshape(math.prod(block.shape[:-2]), *block.shape[-2:])
+
+
+@dataclass(frozen=True)
+class _Fit:
+    """A fit, told by what it is made of: processes get this, and make the fit again."""
+
+    kind: str
+    arguments: tuple[Any, ...]
+    names: list[str]
+    scales: list[float] | None = None
+    has_chi: bool = True
+    peaks: list[str] | None = None
+    started: tuple[str, ...] = ()
+
+    def made(self) -> Any:
+        """The library's object."""
+        given = [one._core if isinstance(one, PeakModel) else one for one in self.arguments]
+        return getattr(_core, self.kind)(*given)
+
+    def outputs(self) -> list[tuple[str, str]]:
+        """The further dimension and the type of each array that a block gives."""
+        of_peaks = [("peak", "f8")] * 2 if self.peaks is not None else []
+        chi = [("", "f8")] if self.has_chi else []
+        return [("parameter", "f8"), ("parameter", "f8"), ("", "i4"), ("", "u1"), *chi, *of_peaks]
+
+    def sizes(self) -> dict[str, int]:
+        """How long those dimensions are."""
+        sizes = {"parameter": len(self.names)}
+        return sizes if self.peaks is None else {**sizes, "peak": len(self.peaks)}
+
+    def planes(self, out: Sequence[Any], fixed: dict[str, float]) -> Planes:
+        """Such arrays by name."""
+        values, deviations, iterations, status, *rest = out
+        areas, area_errors = [_named(one, self.peaks or ()) for one in rest[-2:]] if self.peaks is not None else [{}, {}]
+        chi = rest[0] if self.has_chi else None
+        names = self.names
+        return Planes(
+            _named(values, names), _named(deviations, names), iterations, status, chi, areas, area_errors, fixed
+        )
+
+
+def _named(planes: Any, names: Sequence[str]) -> dict[str, Any]:
+    return {name: planes[..., j] for j, name in enumerate(names)}
+
+
+@dataclass(frozen=True)
+class _Call:
+    """A fit on its way through a map, one block after the other."""
+
+    fit: _Fit
+    errors: str
+    _made: list[Any] = field(default_factory=list, compare=False)
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return _Call, (self.fit, self.errors)
+
+    def __call__(self, block: Any, *starts: Any) -> tuple[NDArray[Any], ...]:
+        if not self._made:
+            self._made.append(self.fit.made())
+        shape = block.shape[:-1]
+        first = [self._starts(starts, shape)] if starts else []
+        values, deviations, chi, iterations, status, *areas = self._made[0].run(_elements(block), *first)
+        for j, scale in enumerate(self.fit.scales or ()):
+            values[j] /= scale
+            deviations[j] /= scale
+        status = status.reshape(shape)
+        if self.errors == "raise":
+            _refuse_bad(status)
+        single = [iterations.reshape(shape), status, *([chi.reshape(shape)] if self.fit.has_chi else [])]
+        several = [np.moveaxis(one.reshape(len(one), *shape), 0, -1) for one in (values, deviations, *areas)]
+        return (*several[:2], *single, *several[2:])
+
+    def _starts(self, starts: Sequence[Any], shape: tuple[int, ...]) -> NDArray[Any]:
+        """Where each spectrum starts, one plane after the other."""
+        model = self.fit.arguments[0]
+        first = np.empty((len(self.fit.names), *shape))
+        first.T[...] = model._core.starts()
+        for name, plane in zip(self.fit.started, starts):
+            first[self.fit.names.index(name)] = plane
+        return first
+
+
+def _refuse_bad(status: NDArray[Any]) -> None:
+    bad = np.argwhere(status)
+    if len(bad):
+        at = tuple(map(int, bad[0]))
+        word = Status(int(status[at])).name.lower().replace("_", " ")
+        raise _failure(FitError, f"{len(bad)} of {status.size} spectra have no result; the first, {at}, is {word}.")
+
+
+# ---- Maps ---------------------------------------------------------------------------------------
+
+
+def _is_data_array(data: Any) -> bool:
+    xarray = sys.modules.get("xarray")
+    return xarray is not None and isinstance(data, xarray.DataArray)
+
+
+def _is_dask(data: Any) -> bool:
+    dask = sys.modules.get("dask.array")
+    return dask is not None and isinstance(data, dask.Array)
+
+
+class _Map:
+    """A map of any kind: its channels, their axis, and how it is gone through."""
+
+    def __init__(self, data: Any, axis: Axis | None, dim: str | None) -> None:
+        self.is_labelled, self.is_lazy = _is_data_array(data), _is_dask(data)
+        if dim is not None and not self.is_labelled:
+            raise TypeError("only a DataArray has a dim; the spectra of others lie along the last dimension")
+        self.data = data if self.is_labelled or self.is_lazy else np.asarray(data)
+        if self.data.ndim == 0:
+            raise ValueError("a map has spectra, not one number")
+        if not self.is_labelled:
+            self.axis, self.channels = axis or Axis(), self.data.shape[-1]
+            return
+        self.dim = self.data.dims[-1] if dim is None else dim
+        if self.dim not in self.data.dims:
+            raise ValueError(f"no dimension is called {self.dim!r}; there are {', '.join(map(repr, self.data.dims))}")
+        self.channels = self.data.sizes[self.dim]
+        self.axis = axis or self._coordinates()
+
+    def _coordinates(self) -> Axis:
+        if self.dim not in self.data.coords:
+            return Axis()
+        coordinate = self.data.coords[self.dim]
+        return Axis.from_positions(coordinate.values, 1e-3, str(self.dim), str(coordinate.attrs.get("units", "")))
+
+    def run(self, fit: _Fit, errors: str, starts: Iterable[Any] = (), fixed: dict[str, float] | None = None) -> Planes:
+        """The planes of a fit, of the map's own kind."""
+        if errors not in ("raise", "nan"):
+            raise ValueError(f"errors is 'raise' or 'nan', not {errors!r}")
+        call = _Call(fit, errors)
+        call._made.append(fit.made())  # what it refuses, it refuses now
+        return fit.planes(self._through(call, list(starts)), fixed or {})
+
+    def _through(self, call: _Call, starts: list[Any]) -> Any:
+        types = [kind for _, kind in call.fit.outputs()]
+        if self.is_labelled:
+            import xarray
+
+            data = self.data if self.data.chunks is None else self.data.chunk({self.dim: -1})
+            return xarray.apply_ufunc(
+                call, data, *starts, input_core_dims=[[self.dim], *([] for _ in starts)],
+                output_core_dims=[[one] if one else [] for one, _ in call.fit.outputs()], dask="parallelized",
+                output_dtypes=types, dask_gufunc_kwargs={"output_sizes": call.fit.sizes()},
+            )  # fmt: skip
+        if self.is_lazy:
+            import dask.array
+
+            data = self.data.rechunk({-1: -1})
+            planes = [dask.array.broadcast_to(one, data.shape[:-1]).rechunk(data.chunks[:-1]) for one in starts]
+            signature = f"(channel){',()' * len(starts)}->{','.join(f'({one})' for one, _ in call.fit.outputs())}"
+            return dask.array.apply_gufunc(
+                call, signature, data, *planes, output_dtypes=types, output_sizes=call.fit.sizes()
+            )
+        return call(self.data, *starts)
+
+
+# ---- What there is ------------------------------------------------------------------------------
+
+
+def _ranges(ranges: Any) -> list[tuple[float, float]]:
+    return [(float(start), float(end)) for start, end in _pairs(ranges)]
+
+
+def _sum_block(block: Any, onto: Any = None) -> tuple[Any, Any]:
+    spectrum, image = _core.maps_sum(_elements(block), onto)
+    return spectrum, image.reshape(block.shape[:-1])
+
+
+def _sum_image(block: Any) -> Any:
+    return _sum_block(block)[1]
+
+
+def _sum_spectrum(block: Any, onto: Any = None) -> Any:
+    return _sum_block(block, onto)[0]
+
+
+def _sums(data: Any) -> Sums:
+    """The sums of a map without labels."""
+    if not _is_dask(data):
+        return Sums(*_sum_block(data))
+    import dask.array
+
+    # Sums of integers are exact in any order; others go from one block to the next, in the order of the spectra.
+    is_exact = data.dtype.kind in "iub"
+    chunks: Any = {axis: -1 for axis in range(1, data.ndim)}
+    blocks = data.rechunk({-1: -1} if is_exact or data.ndim == 1 else chunks)
+    image = dask.array.apply_gufunc(_sum_image, "(channel)->()", blocks, output_dtypes="f8")
+    add = dask.delayed(_sum_spectrum)
+    parts = blocks.to_delayed().ravel()
+    if is_exact:
+        spectrum = dask.delayed(np.sum)([add(block) for block in parts], axis=0)
+    else:
+        spectrum = None
+        for block in parts:
+            spectrum = add(block, spectrum)
+    return Sums(dask.array.from_delayed(spectrum, data.shape[-1:], "f8"), image)
+
+
+def sum(data: Any, *, dim: str | None = None) -> Sums:
+    """The sum spectrum and the sum image; values that are not finite spread.
+
+    Sums of integers are exact below 2^53. Others are made in double precision, of a channel in the order of the
+    spectra. Counts n have the standard error sqrt(n).
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.maps.sum(np.array([[1, 2, 3], [4, 5, 6]], "u2"))
+        Sums(spectrum=array([5., 7., 9.]), image=array([ 6., 15.]))
+    """
+    given = _Map(data, Axis(), dim)
+    if not given.is_labelled:
+        return _sums(given.data)
+    spectrum, image = _sums(given.data.transpose(..., given.dim).data)
+    others = [other for other in given.data.dims if other != given.dim]
+    along = given.data.isel({other: 0 for other in others}, drop=True)
+    return Sums(along.copy(data=spectrum), given.data.isel({given.dim: 0}, drop=True).copy(data=image))
+
+
+def integrate(
+    data: Any, windows: Any, axis: Axis | None = None, *, background: str = "nothing", ranges: Any = (),
+    order: int = 1, dim: str | None = None, errors: str = "nan",
+) -> Planes:  # fmt: skip
+    """The sums over windows, above "nothing", a "polynomial" of this order or a "power law" through ``ranges``.
+
+    ``windows`` are pairs, ends included, by name in a dict, or in a list, where they are called "window 1" and so on.
+    Sums are of values, not of areas. Standard errors are those of counts, whose variance is the value itself, and
+    include that of the background. ProgramError for windows and ranges without channels, or too few of them.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> counts = np.array([[5, 5, 9, 9, 5, 5]])
+        >>> dp.maps.integrate(counts, {"Fe": (2, 3)}, background="polynomial", ranges=[(0, 1), (4, 5)])["Fe"]
+        array([8.])
+    """
+    given = _Map(data, axis, dim)
+    named = windows if isinstance(windows, Mapping) else {f"window {k + 1}": w for k, w in enumerate(_pairs(windows))}
+    curve = _choice(_BACKGROUNDS, background, "background")
+    arguments = (given.channels, given.axis, _ranges(list(named.values())), curve, _ranges(ranges), order)
+    return given.run(_Fit("maps_cIntegral", arguments, list(named), has_chi=False), errors)
+
+
+def power_law(
+    data: Any, ranges: Any, axis: Axis | None = None, *, reference: float | None = None, dim: str | None = None,
+    errors: str = "nan",
+) -> Planes:  # fmt: skip
+    """``amplitude (x / reference)^exponent`` through ranges, by the largest likelihood of counts.
+
+    ``ranges`` are pairs, ends included; without a ``reference`` it is the middle between their first and last
+    position, which is in ``fixed``. ``chi_square`` is Pearson's. ProgramError for fewer than two channels and
+    positions that are not positive.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> axis = dp.Axis(1.0, 0.5)
+        >>> fit = dp.maps.power_law([800 * axis.positions(20) ** -3], (1.0, 10.0), axis, reference=1.0)
+        >>> fit["amplitude"].round(6), fit["exponent"].round(6)
+        (array([800.]), array([-3.]))
+    """
+    given = _Map(data, axis, dim)
+    pairs = _ranges(ranges)
+    ends = [end for pair in pairs for end in pair]
+    at = float(reference) if reference is not None else (min(ends) + max(ends)) / 2 if ends else 1.0
+    fit = _Fit("maps_cPowerLaw", (given.channels, given.axis, pairs, at), ["amplitude", "exponent"])
+    return given.run(fit, errors, fixed={"reference": at})
+
+
+def polynomial(
+    data: Any, axis: Axis | None = None, *, order: int = 1, offset: float | None = None, weights: str = "equal",
+    dim: str | None = None, errors: str = "nan",
+) -> Planes:  # fmt: skip
+    """``sum of c[j] (x - offset)^j`` through all channels; without an ``offset`` it is the middle one, in ``fixed``.
+
+    ``weights`` are those of :func:`linear`: with "model" the polynomial has to be positive. ProgramError for a negative
+    order.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> axis = dp.Axis(10.0, 0.5)
+        >>> fit = dp.maps.polynomial([100 + 4 * (axis.positions(21) - 15)], axis)
+        >>> fit["c1"].round(6), fit.fixed
+        (array([4.]), {'offset': 15.0})
+    """
+    given = _Map(data, axis, dim)
+    first, last = given.axis.position(0), given.axis.position(max(given.channels - 1, 0))
+    middle = (first + last) / 2 if offset is None else float(offset)
+    # Coefficients of (x - offset) / scale are well apart; a power of two goes and comes exactly.
+    half = abs(last - first) / 2
+    scale = 2.0 ** round(math.log2(half)) if half > 0 else 1.0
+    arguments = (given.channels, given.axis, order, middle, scale, _choice(_WEIGHTS, weights, "weights"))
+    powers = range(max(order, 0) + 1)
+    fit = _Fit("maps_polynomial", arguments, [f"c{j}" for j in powers], [scale**j for j in powers])
+    return given.run(fit, errors, fixed={"offset": middle})
+
+
+def linear(
+    data: Any, shapes: Any, *, weights: str = "model", nonnegative: bool | Iterable[str] = False,
+    dim: str | None = None, errors: str = "nan",
+) -> Planes:  # fmt: skip
+    """The factors of fixed shapes that together fit a spectrum best.
+
+    ``shapes`` gives each a value for every channel: by name in a dict, or as rows, which are called "c0", "c1" and so
+    on. ``nonnegative`` keeps all factors, or those that it names, from falling below 0; one that is held there has
+    the error 0. ``weights`` are 1 / "model", in steps, which is the maximum of the likelihood of counts and unbiased;
+    1 / max("counts", 1), in one step, which takes an eighth of the time and pulls factors down where counts are few;
+    or "equal", with errors of counts. ProgramError for shapes that are not finite or made of each other.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> shapes = {"line": [0, 1, 2, 1, 0], "background": [1, 1, 1, 1, 1]}
+        >>> fit = dp.maps.linear([[10, 20, 30, 20, 10], [5, 5, 5, 5, 5]], shapes)
+        >>> abs(fit["line"].round(6)), fit["background"].round(6)
+        (array([10.,  0.]), array([10.,  5.]))
+    """
+    given = _Map(data, Axis(), dim)
+    named = shapes if isinstance(shapes, Mapping) else {f"c{j}": shape for j, shape in enumerate(shapes)}
+    rows = np.array([np.asarray(shape, dtype="f8") for shape in named.values()]).reshape(len(named), -1)
+    if rows.shape[1] != given.channels:
+        raise ValueError(f"shapes have {rows.shape[1]} channels, the spectra {given.channels}")
+    names = list(named)
+    held = (names if nonnegative else []) if isinstance(nonnegative, bool) else list(nonnegative)
+    if set(held) - set(names):
+        raise ValueError(f"nonnegative names {sorted(set(held) - set(names))}; there are {', '.join(names)}")
+    arguments = (rows, _choice(_WEIGHTS, weights, "weights"), [names.index(name) for name in held])
+    return given.run(_Fit("maps_cLinear", arguments, names), errors)
+
+
+def peaks(
+    data: Any, model: PeakModel, axis: Axis | None = None, *, starts: Mapping[str, Any] | None = None,
+    over: Any = None, objective: str = "likelihood", weights: Any = None, standard_errors: str = "given",
+    windows: float = 5.0, tolerance: float = 1e-4, most_evaluations: int = 200, dim: str | None = None,
+    errors: str = "nan",
+) -> Planes:  # fmt: skip
+    """A sum of peaks and backgrounds, fitted to every spectrum as :func:`dataprocessing.fitting.peaks` does.
+
+    The parameters have the model's names, ``areas`` and ``area_errors`` those of its peaks. Gaussian peaks over a
+    line, a constant or nothing take a tenth of the time of other models; they agree with the fit of a single spectrum
+    within 1e-4 standard errors but for what windows cut off. All spectra start from the model, or where ``starts`` has
+    a plane or a number for a parameter, from there. Windows stay where the model has the peaks: where lines move by
+    more than half a width, a larger ``windows`` costs less. A fit ends with a step below ``tolerance`` standard errors. ``objective``,
+    ``weights`` of the channels, ``standard_errors`` ("given" or "scatter") and ``over`` are those of a single fit.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> axis = dp.Axis(6.0, 0.01, unit="keV")
+        >>> line = np.exp(-((axis.positions(80) - 6.4) / 0.06) ** 2 / 2)
+        >>> model = dp.fitting.PeakModel()
+        >>> fe = model.peak("gaussian", 6.38, 700, 0.05, name="Fe")
+        >>> background = model.polynomial([10])
+        >>> fit = dp.maps.peaks([20 + 900 * line, 20 + 400 * line], model, axis)
+        >>> fit[fe.position].round(3), fit.areas["Fe"].round(1)
+        (array([6.4, 6.4]), array([135.4,  60.2]))
+    """
+    given = _Map(data, axis, dim)
+    kept = model.copy()
+    named = dict(starts or {})
+    for name in named:
+        kept._number(name)
+    begin, end = (-math.inf, math.inf) if over is None else map(float, over)
+    arguments = (
+        kept, given.channels, given.axis, _choice(_OBJECTIVES, objective, "objective"),
+        None if weights is None else np.asarray(weights, dtype="f8"),
+        _choice(_ERRORS, standard_errors, "standard_errors"), windows, begin, end, tolerance, most_evaluations,
+    )  # fmt: skip
+    fit = _Fit("maps_cPeaks", arguments, kept.names, peaks=list(kept.peak_names), started=tuple(named))
+    return given.run(fit, errors, named.values())
