@@ -31,6 +31,7 @@ void check(std::span<const double> x, std::span<const double> y, const nlsq_sOpt
     refuseIf(x.size() != y.size(), 2, "There are not as many values as positions.");
     refuseIf(x.empty(), 3, "There are no points.");
     refuseIf(!areFinite(x) || !areFinite(y), 4, "A position, value or start is not finite.");
+    nlsq_CheckChoices(options.objective, options.errors);
     const std::vector<double>& weights = options.weights;
     const std::vector<double>& deviations = options.standardDeviations;
     refuseIf((!weights.empty() && weights.size() != x.size()) ||
@@ -44,6 +45,9 @@ void check(std::span<const double> x, std::span<const double> y, const nlsq_sOpt
                  !std::all_of(deviations.begin(), deviations.end(),
                               [](double s) { return 1 / s > 0 && 1 / s < infinity; }),
              7, "A weight is negative, a standard deviation not positive, or one is not finite.");
+    refuseIf(!weights.empty() &&
+                 std::all_of(weights.begin(), weights.end(), [](double w) { return w == 0; }),
+             3, "There are no points.");
     refuseIf(isLikelihood && !std::all_of(y.begin(), y.end(), [](double v) { return v >= 0; }), 8,
              "A count is negative.");
     nlsq_CheckControl(options.control);
@@ -419,19 +423,40 @@ nlsq_sResult nlsq_FitLinear(const nlsq_cModel& model, std::span<const double> x,
     if (std::isfinite(result.chiSquared)) {
         equations.Accept();
         result.end = nlsq_Solved;
+        const nlsq_sControl& control = options.control;
+        std::vector<double> all(map.All());
         constexpr int solutionAndRefinement = 2;
         for (int i = 0; i < solutionAndRefinement; ++i) {
-            std::vector<double> next = equations.SolveLinear();
-            for (std::size_t j = 0; j < q.size(); ++j)
-                next[j] += q[j];
+            if (control.stop.stop_requested() || result.evaluations >= control.mostEvaluations) {
+                result.end = control.stop.stop_requested() ? nlsq_Stopped : nlsq_MostEvaluations;
+                break;
+            }
+            const std::vector<double> step = equations.SolveLinear();
+            double expected = result.chiSquared + equations.Curvature(step);
+            std::vector<double> next = q;
+            for (std::size_t j = 0; j < q.size(); ++j) {
+                expected -= 2 * equations.Gradient()[j] * step[j];
+                next[j] += step[j];
+            }
             const double chiSquared = equations.Try(next);
             ++result.evaluations;
+            constexpr double ofRounding = 1e-6;
+            if (!(std::fabs(chiSquared - expected) <= ofRounding * result.chiSquared) && i == 0) {
+                result.end = nlsq_NoDecrease;
+                break;
+            }
             if (!(chiSquared <= result.chiSquared))
                 break;
             equations.Accept();
             q = std::move(next);
             result.chiSquared = chiSquared;
             ++result.iterations;
+            map.Expand(q, all);
+            if (control.observer && control.observer({result.iterations, result.evaluations,
+                                                      chiSquared, 0, all}) == nlsq_Stop) {
+                result.end = nlsq_StoppedByObserver;
+                break;
+            }
         }
     }
     const std::vector<char> none(q.size());

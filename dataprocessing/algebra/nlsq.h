@@ -108,7 +108,8 @@ enum nlsq_eObjective {
 
 /// What the standard errors rest on.
 enum nlsq_eErrors {
-    /// As given with standard deviations and with the likelihood, otherwise from the scatter.
+    /// For nlsq_Fit as given with standard deviations and with the likelihood, otherwise from the
+    /// scatter; for peaks, whose weights are 1 / variance, as given.
     nlsq_ErrorsByDefault,
     /// The weights are 1 / variance: the covariance is that of the curvature.
     nlsq_ErrorsAsGiven,
@@ -261,14 +262,15 @@ struct DATAPROCESSING_EXPORT nlsq_sResult {
 /// iteration; memory: parameters x nlsq_blockSize.
 ///
 /// Throws expt_cProgramException ("nlsq", line) for a misuse:
-/// 2: x and y of different sizes; 3: no points; 4: a position, value or start that is not finite;
-/// 5: weights or standard deviations of another size; 6: both of them, or one with the likelihood;
-/// 7: a weight below 0, a standard deviation not above 0, or one that is not finite, as is its
-/// reciprocal; 8: a negative count for the likelihood; 9: `parameters` of another size than
-/// `start`; 10: bounds in the wrong order; 11: a tie to a parameter that is not there, or in a
-/// circle; 12: a tolerance that is negative, or no evaluations; 14: values that are, over their
-/// deviations, all smaller than 1e-144 or one of them larger than 1e144, other than zeros. What the
-/// model or the observer throws passes through; std::bad_alloc.
+/// 2: x and y of different sizes; 3: no points, or none of a weight above 0; 4: a position, value
+/// or start that is not finite; 5: weights or standard deviations of another size; 6: both of them,
+/// or one with the likelihood; 7: a weight below 0, a standard deviation not above 0, or one that
+/// is not finite, as is its reciprocal; 8: a negative count for the likelihood; 9: `parameters` of
+/// another size than `start`; 10: bounds in the wrong order; 11: a tie to a parameter that is not
+/// there, or in a circle; 12: a tolerance that is negative, or no evaluations; 14: values that are,
+/// over their deviations, all smaller than 1e-144 or one of them larger than 1e144, other than
+/// zeros; 15: an objective, errors or kind of parameter that there is not. What the model or the
+/// observer throws passes through; std::bad_alloc.
 ///
 /// Sources: J. J. More, The Levenberg-Marquardt algorithm: implementation and theory, Lecture Notes
 /// in Mathematics 630 (1978); H. B. Nielsen, Damping parameter in Marquardt's method,
@@ -282,8 +284,9 @@ DATAPROCESSING_EXPORT nlsq_sResult nlsq_Fit(const nlsq_cModel& model, std::span<
 /// with the same options and result. Fixed parameters are fixed at 0.
 ///
 /// What the data cannot determine is left out: the shortest solution, in the units of the columns'
-/// norms, is the result. Throws as nlsq_Fit; also ("nlsq", 13) for bounds or the likelihood, which
-/// take more than one step.
+/// norms, is the result. A model that turns out not to be linear ends with nlsq_NoDecrease; the
+/// stop token, the observer and the most evaluations end it early, as they do nlsq_Fit. Throws as
+/// nlsq_Fit; also ("nlsq", 13) for bounds or the likelihood, which take more than one step.
 DATAPROCESSING_EXPORT nlsq_sResult nlsq_FitLinear(const nlsq_cModel& model,
                                                   std::span<const double> x,
                                                   std::span<const double> y, int parameters,

@@ -25,6 +25,8 @@ nlsq_cParameters::nlsq_cParameters(std::span<const double> start,
 
     for (std::size_t i = 0; i < start.size(); ++i) {
         const nlsq_sParameter kind = kindOf(i);
+        refuseIf(kind.kind < nlsq_sParameter::Moving || kind.kind > nlsq_sParameter::Following, 15,
+                 "There is no such objective, kind of errors or kind of parameter.");
         if (kind.kind == nlsq_sParameter::Following)
             continue;
         refuseIf(!std::isfinite(start[i]), 4, "A position, value or start is not finite.");

@@ -219,6 +219,12 @@ void nlsq_CheckControl(const nlsq_sControl& control) {
     refuseIf(!isUsable, 12, "A tolerance is negative, or no evaluation is allowed.");
 }
 
+void nlsq_CheckChoices(nlsq_eObjective objective, nlsq_eErrors errors) {
+    refuseIf(objective < nlsq_LeastSquares || objective > nlsq_PoissonLikelihood ||
+                 errors < nlsq_ErrorsByDefault || errors > nlsq_ErrorsFromScatter,
+             15, "There is no such objective, kind of errors or kind of parameter.");
+}
+
 void nlsq_CheckSize(double largest) {
     constexpr double large = 0x1p480;
     refuseIf(largest > large || (largest > 0 && largest < 1 / large), 14,

@@ -78,6 +78,9 @@ void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameter
 /// Refuses tolerances that mean nothing.
 void nlsq_CheckControl(const nlsq_sControl& control);
 
+/// Refuses numbers that are none of the enumerators.
+void nlsq_CheckChoices(nlsq_eObjective objective, nlsq_eErrors errors);
+
 /// Refuses values of which the largest, over its deviation, is `largest`, where squares would leave
 /// the numbers that there are.
 void nlsq_CheckSize(double largest);

@@ -66,8 +66,10 @@ int pkmd_cModel::AddPeak(pkmd_eShape shape, double position, double height, doub
                          double extra) {
     const std::array starts{position, height, width, extra};
     const std::size_t many = pkmd_Columns(shape);
-    refuseIf(!areFinite(starts) || !(width > 0) || !isAllowed(shape, extra), 1,
-             "A start, reference or scale has no meaning.");
+    refuseIf(shape < pkmd_Gaussian || shape > pkmd_TailedGaussian, 1, "There is no such shape.");
+    refuseIf(!areFinite(starts), 1, "A start is not finite.");
+    refuseIf(!(width > 0), 1, "A width is not positive.");
+    refuseIf(!isAllowed(shape, extra), 1, "The shape does not allow this extra parameter.");
     peaks_.reserve(peaks_.size() + 1);
     peaks_.push_back({shape, Add(std::span(starts).first(many)), false});
     return PeakCount() - 1;
@@ -84,15 +86,17 @@ int pkmd_cModel::Width(int peak) const { return PeakAt(peak).first + 2; }
 
 int pkmd_cModel::Extra(int peak) const {
     const sPeak& found = PeakAt(peak);
-    refuseIf(pkmd_Columns(found.shape) < 4, 2, "There is no such peak or parameter.");
+    refuseIf(pkmd_Columns(found.shape) < 4, 2, "The shape of the peak has no extra parameter.");
     return found.first + 3;
 }
 
 int pkmd_cModel::Add(sBackground background, std::span<const double> starts) {
     const std::array settings{background.reference, background.scale};
-    refuseIf(starts.empty() || !areFinite(starts) || !areFinite(settings) ||
-                 background.scale == 0 || !areFinite(background.curve),
-             1, "A start, reference or scale has no meaning.");
+    refuseIf(starts.empty(), 1, "A background has no start.");
+    refuseIf(!areFinite(starts), 1, "A start is not finite.");
+    refuseIf(!areFinite(settings) || background.scale == 0, 1,
+             "A reference is not finite, or a scale is not finite or 0.");
+    refuseIf(!areFinite(background.curve), 1, "A curve is complex or not finite.");
     backgrounds_.reserve(backgrounds_.size() + 1);
     background.first = Add(starts);
     background.count = static_cast<int>(starts.size());
@@ -105,7 +109,7 @@ int pkmd_cModel::AddPolynomial(const std::vector<double>& start, double referenc
 }
 
 int pkmd_cModel::AddPowerLaw(double amplitude, double exponent, double reference) {
-    refuseIf(!(reference > 0), 1, "A start, reference or scale has no meaning.");
+    refuseIf(!(reference > 0), 1, "The reference of a power law is not positive.");
     return Add({PowerLaw, 0, 0, reference, 1, {}}, std::array{amplitude, exponent});
 }
 
@@ -114,8 +118,7 @@ int pkmd_cModel::AddExponential(double amplitude, double rate, double reference)
 }
 
 int pkmd_cModel::AddCurve(const darr_c1DArray& curve, double factor) {
-    refuseIf(curve.DataType().Code() >= dtyp_ComplexFloat, 1,
-             "A start, reference or scale has no meaning.");
+    refuseIf(curve.DataType().Code() >= dtyp_ComplexFloat, 1, "A curve is complex or not finite.");
     const darr_c1DArray values = conv_Convert(curve, dtyp_Double);
     const std::span<const double> elements = values.Elements<double>();
     return Add({Curve, 0, 0, 0, 1, {elements.begin(), elements.end()}}, std::array{factor});
@@ -123,8 +126,9 @@ int pkmd_cModel::AddCurve(const darr_c1DArray& curve, double factor) {
 
 int pkmd_cModel::SetWidthLaw(double width, double slope, double reference) {
     const std::array starts{width, slope};
-    refuseIf(law_.first >= 0 || !areFinite(starts) || !std::isfinite(reference) || !(width > 0), 1,
-             "A start, reference or scale has no meaning.");
+    refuseIf(law_.first >= 0, 1, "There is a law of widths already.");
+    refuseIf(!areFinite(starts) || !std::isfinite(reference), 1, "A start is not finite.");
+    refuseIf(!(width > 0), 1, "A width is not positive.");
     const auto isWidth = [&](int parameter) {
         return std::any_of(peaks_.begin(), peaks_.end(),
                            [&](const sPeak& peak) { return parameter == peak.first + 2; });
@@ -153,22 +157,28 @@ std::string pkmd_cModel::Name(int parameter) const {
         const std::array names{"position", "height", "width", extraName(peaks_[k].shape)};
         return std::string(names[at(which)]) + " of peak " + std::to_string(k);
     }
-    for (const sBackground& background : backgrounds_) {
-        const int which = parameter - background.first;
-        if (which < 0 || which >= background.count)
-            continue;
-        switch (background.kind) {
-        case Polynomial:
-            return "coefficient " + std::to_string(which);
-        case PowerLaw:
-            return which == 0 ? "amplitude of the power law" : "exponent of the power law";
-        case Exponential:
-            return which == 0 ? "amplitude of the exponential" : "rate of the exponential";
-        case Curve:
-            break;
-        }
+    const auto found =
+        std::find_if(backgrounds_.begin(), backgrounds_.end(), [&](const sBackground& background) {
+            return parameter >= background.first && parameter < background.first + background.count;
+        });
+    const auto isAlike = [&](const sBackground& other) { return other.kind == found->kind; };
+    // Told apart where there are more of a kind.
+    std::string number;
+    if (std::count_if(backgrounds_.begin(), backgrounds_.end(), isAlike) > 1)
+        number = ' ' + std::to_string(std::count_if(backgrounds_.begin(), found, isAlike));
+    const int which = parameter - found->first;
+    switch (found->kind) {
+    case Polynomial:
+        return "coefficient " + std::to_string(which) +
+               (number.empty() ? number : " of polynomial" + number);
+    case PowerLaw:
+        return (which == 0 ? "amplitude of the power law" : "exponent of the power law") + number;
+    case Exponential:
+        return (which == 0 ? "amplitude of the exponential" : "rate of the exponential") + number;
+    case Curve:
+        break;
     }
-    return "factor of the curve";
+    return "factor of the curve" + number;
 }
 
 nlsq_sParameter& pkmd_cModel::KindAt(int parameter) {
@@ -182,13 +192,13 @@ nlsq_sParameter& pkmd_cModel::KindAt(int parameter) {
 void pkmd_cModel::SetStart(int parameter, double start) {
     refuseIf(parameter < 0 || parameter >= ParameterCount(), 2,
              "There is no such peak or parameter.");
-    refuseIf(!std::isfinite(start), 1, "A start, reference or scale has no meaning.");
+    refuseIf(!std::isfinite(start), 1, "A start is not finite.");
     starts_[at(parameter)] = start;
 }
 
 void pkmd_cModel::SetStarts(std::span<const double> starts) {
-    refuseIf(starts.size() != starts_.size(), 2, "There is no such peak or parameter.");
-    refuseIf(!areFinite(starts), 1, "A start, reference or scale has no meaning.");
+    refuseIf(starts.size() != starts_.size(), 2, "There are not as many numbers as parameters.");
+    refuseIf(!areFinite(starts), 1, "A start is not finite.");
     std::copy(starts.begin(), starts.end(), starts_.begin());
 }
 
@@ -207,7 +217,7 @@ void pkmd_cModel::Tie(int parameter, int to, double factor, double offset) {
 void pkmd_cModel::Values(std::span<const double> p, std::span<const double> x, std::span<double> y,
                          pkmd_eParts parts) const {
     refuseIf(x.size() != y.size(), 4, "There are not as many values as positions.");
-    refuseIf(p.size() != starts_.size(), 2, "There is no such peak or parameter.");
+    refuseIf(p.size() != starts_.size(), 2, "There are not as many numbers as parameters.");
     std::vector<double> all(p.begin(), p.end());
     pkmd_ApplyWidthLaw(*this, all);
     std::vector<double> positions(wholeVectors(x.size()));
@@ -254,12 +264,15 @@ void pkmd_cModel::Values(std::span<const double> p, std::span<const double> x, s
 namespace {
 
 void check(const pkmd_cModel& model, int count, const pkmd_sOptions& options) {
+    nlsq_CheckChoices(options.objective, options.errors);
     const std::vector<double>& weights = options.weights;
-    refuseIf(!weights.empty() &&
-                 (weights.size() != at(count) || options.objective == nlsq_PoissonLikelihood ||
-                  !areFinite(weights) ||
-                  std::any_of(weights.begin(), weights.end(), [](double w) { return w < 0; })),
-             6, "The weights are too few or many, negative, not finite, or not called for.");
+    refuseIf(!weights.empty() && options.objective == nlsq_PoissonLikelihood, 6,
+             "The likelihood has its own weights: set objective = nlsq_LeastSquares.");
+    refuseIf(!weights.empty() && weights.size() != at(count), 6,
+             "There are not as many weights as channels.");
+    refuseIf(!areFinite(weights) ||
+                 std::any_of(weights.begin(), weights.end(), [](double w) { return w < 0; }),
+             6, "A weight is negative or not finite.");
     refuseIf(!(options.windows > 0), 8, "Windows have to be positive.");
     for (const pkmd_cModel::sBackground& background : model.Backgrounds())
         refuseIf(background.kind == pkmd_cModel::Curve && background.curve.size() != at(count), 10,

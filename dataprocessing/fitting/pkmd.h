@@ -116,7 +116,8 @@ public:
     std::span<const double> Starts() const noexcept { return starts_; }
     /// What a fit may do with each.
     std::span<const nlsq_sParameter> Kinds() const noexcept { return kinds_; }
-    /// A parameter in words: "position of peak 2". Throws expt_cProgramException ("pkmd", 2) where
+    /// A parameter in words: "position of peak 2", "coefficient 0 of polynomial 1" where there are
+    /// more of a kind. Throws expt_cProgramException ("pkmd", 2) where
     /// there is no such parameter.
     std::string Name(int parameter) const;
     /// Sets what a fit starts from. Throws expt_cProgramException: ("pkmd", 2) where there is no
@@ -192,7 +193,8 @@ private:
 /// prominence or width is not finite, as beside infinite channels; ("pkmd", 5) when no channel is
 /// finite; std::bad_alloc.
 ///
-///     const auto lines = peak_Find(spectrum, {.significance = 5});
+///     const double high = 8 * std::sqrt(20); // on a level of 20 counts
+///     const auto lines = peak_Find(spectrum, {.prominence = high, .significance = 5});
 ///     std::cout << pkmd_Fit(pkmd_ModelOf(spectrum, lines), spectrum);
 DATAPROCESSING_EXPORT pkmd_cModel pkmd_ModelOf(const darr_c1DArray& spectrum,
                                                std::span<const peak_sPeak> found,
@@ -207,7 +209,8 @@ struct pkmd_sOptions {
     /// of counts, which pull an area down by about as much as chi-squared is large (see the guide).
     /// A channel of weight 0 takes no part.
     std::vector<double> weights = {};
-    /// What the standard errors rest on; by default the variances, as they are given.
+    /// What the standard errors rest on; by default, and as nlsq_ErrorsByDefault, the variances as
+    /// they are given, also those of weights.
     nlsq_eErrors errors = nlsq_ErrorsAsGiven;
     /// A Gaussian peak ends this many widths from its position, or r widths where it is high beside
     /// the noise: r^2 = windows^2 + 2 ln(height / (250 noise)), so that what is cut off stays as

@@ -577,6 +577,48 @@ TEST(Nlsq, DerivativesAreChecked) {
         EXPECT_NEAR(derivatives[i], expected[i], 1e-9) << i;
 }
 
+TEST(Nlsq, LinearFitsEndWhereTheyAreAsked) {
+    const std::vector<double> x{0, 1, 2, 3, 4}, y{1, 3, 5, 7, 9.5};
+    nlsq_sOptions options;
+    options.control.mostEvaluations = 1;
+    EXPECT_EQ(nlsq_FitLinear(line, x, y, 2, options).end, nlsq_MostEvaluations);
+    options = {};
+    std::stop_source source;
+    source.request_stop();
+    options.control.stop = source.get_token();
+    EXPECT_EQ(nlsq_FitLinear(line, x, y, 2, options).end, nlsq_Stopped);
+    options = {};
+    int calls = 0;
+    options.control.observer = [&](const nlsq_sIteration& at) {
+        EXPECT_EQ(at.iteration, ++calls);
+        EXPECT_EQ(at.parameters.size(), 2);
+        return nlsq_Stop;
+    };
+    EXPECT_EQ(nlsq_FitLinear(line, x, y, 2, options).end, nlsq_StoppedByObserver);
+    EXPECT_EQ(calls, 1);
+    EXPECT_EQ(nlsq_FitLinear(line, x, y, 2).end, nlsq_Solved);
+    const nlsq_cFunctionModel bent([](double at, Parameters p) { return std::exp(p[0] * at) - 1; });
+    const std::vector<double> far{0, 1e5, 1e3, 1e4, 9e5};
+    for (const std::vector<double>& values : {y, far})
+        EXPECT_EQ(nlsq_FitLinear(bent, x, values, 1).end, nlsq_NoDecrease);
+}
+
+TEST(Nlsq, ChoicesThatThereAreNotAreRefused) {
+    const std::vector<double> x{0, 1, 2}, y{1, 3, 5};
+    nlsq_sOptions options;
+    options.objective = static_cast<nlsq_eObjective>(3);
+    ExpectRefusal("nlsq")(15, [&] { nlsq_Fit(line, x, y, start, options); });
+    options = {};
+    options.errors = static_cast<nlsq_eErrors>(3);
+    ExpectRefusal("nlsq")(15, [&] { nlsq_FitLinear(line, x, y, 2, options); });
+    nlsq_sParameter other;
+    other.kind = static_cast<nlsq_sParameter::eKind>(3);
+    ExpectRefusal("nlsq")(15, [&] { nlsq_Fit(line, x, y, start, with({other, other})); });
+    options = {};
+    options.weights.assign(3, 0);
+    ExpectRefusal("nlsq")(3, [&] { nlsq_Fit(line, x, y, start, options); });
+}
+
 TEST(Nlsq, DifferencesNearZeroAreDerivatives) {
     const nlsq_cFunctionModel numeric([](double x, Parameters p) { return p[0] + p[1] * x; });
     const std::vector<double> x{-2, -1, 0, 1, 2}, y{5.1, 4.9, 5, 4.9, 5.1};

@@ -1017,6 +1017,43 @@ TEST(PeakModel, NamesAndNumbers) {
     EXPECT_DOUBLE_EQ(y[0], 30.5);
 }
 
+TEST(PeakModel, BackgroundsOfOneKindAreNumbered) {
+    pkmd_cModel model;
+    model.AddPolynomial({1});
+    model.AddPowerLaw(1, 1, 1);
+    model.AddPolynomial({1, 2});
+    model.AddPowerLaw(1, 1, 1);
+    model.AddExponential(1, 1);
+    const char* const names[] = {"coefficient 0 of polynomial 0", "amplitude of the power law 0",
+                                 "exponent of the power law 0",   "coefficient 0 of polynomial 1",
+                                 "coefficient 1 of polynomial 1", "amplitude of the power law 1",
+                                 "exponent of the power law 1",   "amplitude of the exponential",
+                                 "rate of the exponential"};
+    for (int i = 0; i < 9; ++i)
+        EXPECT_EQ(model.Name(i), names[i]);
+}
+
+TEST(PeakModel, EachMisuseHasItsOwnWords) {
+    const auto textOf = [](auto call) {
+        return std::string(caught<expt_cProgramException>(call).what());
+    };
+    pkmd_cModel model = twoPeaks();
+    EXPECT_THAT(textOf([&] { model.AddPeak(static_cast<pkmd_eShape>(17), 1, 1, 1); }),
+                HasSubstr("There is no such shape."));
+    EXPECT_THAT(textOf([&] { model.AddPeak(pkmd_Gaussian, 1, 1, 0); }),
+                HasSubstr("A width is not positive."));
+    EXPECT_THAT(textOf([&] { model.SetStarts(std::vector<double>(3)); }),
+                HasSubstr("There are not as many numbers as parameters."));
+    pkmd_sOptions options;
+    options.weights.assign(200, 1);
+    const Spectrum spectrum(model, 200, keV, 4);
+    EXPECT_THAT(textOf([&] { pkmd_Fit(model, spectrum.array, options); }),
+                HasSubstr("objective = nlsq_LeastSquares"));
+    options = {};
+    options.objective = static_cast<nlsq_eObjective>(5);
+    ExpectRefusal("nlsq")(15, [&] { pkmd_Fit(model, spectrum.array, options); });
+}
+
 TEST(PeakFit, ValuesThatCannotBeSquaredAreRefused) {
     pkmd_cModel model;
     model.AddPolynomial({1});
