@@ -7,7 +7,7 @@
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/base/linalg.h"
-#include "dataprocessing/base/type.h"
+#include "dataprocessing/base/turn.h"
 #include "dataprocessing/geometry/warp_to_kernels.h"
 
 using namespace dataprocessing::detail;
@@ -16,16 +16,9 @@ namespace {
 
 using Matrix = linalg_c2x2Matrix<double>;
 
-/// The rotation by an angle, exact at whole quarter turns.
 Matrix rotation(double angle) {
-    double cosine = std::cos(angle);
-    double sine = std::sin(angle);
-    const double quarters = angle / (type_Pi / 2);
-    if (quarters == std::floor(quarters) && std::fabs(quarters) < 1e7) {
-        cosine = std::round(cosine);
-        sine = std::round(sine);
-    }
-    return {cosine, -sine, sine, cosine};
+    const turn_sRotation turn(angle);
+    return {turn.cosine, -turn.sine, turn.sine, turn.cosine};
 }
 
 /// The map by `matrix` about `centre`, or the middle of the image's elements.
@@ -38,6 +31,10 @@ warp_s2x3Map about(const Matrix& matrix, const darr_c2DArray& image,
     const double y = centre ? centre->Y() : middle(image.Cal().Y(), image.SizeY());
     return {matrix.m00, matrix.m01, x - matrix.First(x, y),
             matrix.m10, matrix.m11, y - matrix.Second(x, y)};
+}
+
+bool isFinite(const cal_cArrayCal& cal) {
+    return std::isfinite(cal.Offset()) && std::isfinite(cal.Delta());
 }
 
 bool isFinite(const warp_sAxisMap& map) {
@@ -73,6 +70,8 @@ darr_c2DArray warp_MapTo(const darr_c2DArray& image, const warp_s2x3Map& map,
     if (!image.DataType().IsKnown())
         throw expt_cProgramException("warp_to", 3,
                                      "An image of an unknown element type has no map.");
+    if (grid && !(isFinite(grid->cal.X()) && isFinite(grid->cal.Y())))
+        throw expt_cProgramException("warp_to", 5, "The grid of a mapped image is not finite.");
     const Matrix inverse = Matrix{map.m00, map.m01, map.m10, map.m11}.Inverse();
     const auto& [cal, sizeX, sizeY] = grid ? *grid : grid_Of(image);
     const dtyp_cDataType type = interpolation == warp_NearestElement

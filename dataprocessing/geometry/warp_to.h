@@ -33,9 +33,10 @@
 ///
 /// **Errors.** A map, an angle, a factor or a centre that is not finite: expt_cProgramException
 /// ("warp_to", 1). An unknown interpolation: ("warp_to", 2). An image of an unknown element type:
-/// ("warp_to", 3). A map that cannot be inverted: expt_cUserException ("linalg", 157). Sizes of the
-/// grid that no image can have: the size error. An image on a calibration that gives its positions
-/// no index (a delta of zero): the index error. An image without elements gives zeros.
+/// ("warp_to", 3). A grid whose offsets or deltas are not finite: ("warp_to", 5). A map that cannot
+/// be inverted: expt_cUserException ("linalg", 157). Sizes of the grid that no image can have: the
+/// size error. An image on a calibration that gives its positions no index (a delta of zero): the
+/// index error. An image without elements gives zeros.
 
 #include <optional>
 

@@ -8,6 +8,7 @@
 #include <iosfwd>
 #include <ranges>
 #include <span>
+#include <utility>
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/type.h"
@@ -99,6 +100,12 @@ public:
     const unsigned char& Element(int index) const&;
     /// Element `index` of a temporary, by value.
     unsigned char Element(int index) const&& { return Element(index); }
+    /// Whether element `index` is true. Throws the index error outside [0, Size()).
+    bool operator[](std::integral auto index) const {
+        if (!std::in_range<int>(static_cast<long long>(index)))
+            arr_IndexError(static_cast<long long>(index), Size());
+        return Element(static_cast<int>(index)) != 0;
+    }
 
     /// The elements in storage order, one byte each. Valid until the mask is assigned to or
     /// destroyed.

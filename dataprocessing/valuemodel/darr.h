@@ -3,6 +3,7 @@
 /// @file
 /// Calibrated arrays: number arrays that know where they lie in calibrated space.
 
+#include <complex>
 #include <concepts>
 #include <initializer_list>
 #include <type_traits>
@@ -23,11 +24,17 @@ enum darr_eInterpolation : int {
     darr_LinearInterpolation = 1
 };
 
-/// Satisfied by a function of this many positions that gives an element: a number, or a value that
-/// converts to comp_cComplex<double>.
+/// Satisfied by what an element can be set to: a number, or a value that converts to a complex type
+/// of the library or of the standard one.
+template<class Value>
+concept darr_ElementValue = std::convertible_to<Value, comp_cComplex<double>> ||
+    std::convertible_to<Value, std::complex<double>> ||
+    std::convertible_to<Value, std::complex<float>>;
+
+/// Satisfied by a function of this many positions that gives an element.
 template<class Function, class... Position>
-concept darr_FunctionOf = std::invocable<const Function&, Position...> &&
-    std::convertible_to<std::invoke_result_t<const Function&, Position...>, comp_cComplex<double>>;
+concept darr_FunctionOf = std::invocable<Function&, Position...> &&
+    darr_ElementValue<std::invoke_result_t<Function&, Position...>>;
 
 namespace dataprocessing::detail {
 
@@ -35,6 +42,18 @@ namespace dataprocessing::detail {
 template<class Value>
 using darr_Kept =
     std::conditional_t<std::convertible_to<Value, double>, double, comp_cComplex<double>>;
+
+template<class Value>
+darr_Kept<Value> darr_Keep(Value&& value) {
+    if constexpr (std::convertible_to<Value, darr_Kept<Value>>)
+        return static_cast<darr_Kept<Value>>(std::forward<Value>(value));
+    else {
+        using Standard = std::conditional_t<std::convertible_to<Value, std::complex<double>>,
+                                            std::complex<double>, std::complex<float>>;
+        const Standard number = std::forward<Value>(value);
+        return {number.real(), number.imag()};
+    }
+}
 
 } // namespace dataprocessing::detail
 
@@ -66,8 +85,8 @@ public:
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_RangeNotStored OfNoElementType>
     explicit darr_c1DArray(const OfNoElementType&, const cal_c1DArrayCal& = {}) = delete;
-    /// These elements, `{1, 2, 3}`, which are all of one C++ type.
-    template<dtyp_Stored T>
+    /// These elements, `{1, 2, 3}`, which are all of one C++ type; of none, doubles.
+    template<dtyp_Stored T = double>
     darr_c1DArray(std::initializer_list<T> elements, const cal_c1DArrayCal& cal = cal_c1DArrayCal())
         : parr_c1DNumberArray(elements), cal_(cal) {}
     /// Refused: no element type holds such values. Convert them to one.
@@ -115,21 +134,20 @@ public:
                        darr_eInterpolation interpolation = darr_LinearInterpolation) const;
 
     /// Sets every element to `value(x)` at its own position x, Cal().Position of its index. Values
-    /// are taken as doubles, or complex doubles, and converted to the array's type by the rules of
-    /// conv_Convert: an array of integers rounds and clips them, a real one takes the real parts.
-    /// When `value` throws, and for an array of an unknown element type (the error of
-    /// conv_Convert), nothing has changed.
+    /// are taken in the order of the elements, as doubles or complex doubles, and converted to the
+    /// array's type by the rules of conv_Convert: an array of integers rounds and clips them, a
+    /// real one takes the real parts. When `value` throws, and for an array of an unknown element
+    /// type (the error of conv_Convert), nothing has changed.
     ///
     ///     darr_c1DArray line(1024, dtyp_Float, cal);
     ///     line.Fill([](double x) { return std::exp(-x * x / 2); });
     template<darr_FunctionOf<double> Function>
-    void Fill(const Function& value) {
-        using Kept =
-            dataprocessing::detail::darr_Kept<std::invoke_result_t<const Function&, double>>;
+    void Fill(Function&& value) {
+        using Kept = dataprocessing::detail::darr_Kept<std::invoke_result_t<Function&, double>>;
         parr_c1DNumberArray filled(Size(), dtyp_Of<Kept>());
         Kept* element = static_cast<Kept*>(filled.Data());
         for (int i = 0; i < Size(); ++i)
-            *element++ = static_cast<Kept>(value(cal_.Position(i)));
+            *element++ = dataprocessing::detail::darr_Keep(value(cal_.Position(i)));
         filled.Convert(DataType());
         parr_c1DNumberArray::operator=(std::move(filled));
     }
@@ -165,7 +183,7 @@ public:
     darr_c2DArray(int, int, const OfNoElementType&, const cal_c2DArrayCal& = {}) = delete;
     /// These elements, row after row, which are all of one C++ type. Throws the size error unless
     /// there are sizeX times sizeY.
-    template<dtyp_Stored T>
+    template<dtyp_Stored T = double>
     darr_c2DArray(int sizeX, int sizeY, std::initializer_list<T> elements,
                   const cal_c2DArrayCal& cal = cal_c2DArrayCal())
         : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}
@@ -229,15 +247,15 @@ public:
     ///
     ///     image.Fill([](double x, double y) { return x * x + y * y < 4 ? 1 : 0; });
     template<darr_FunctionOf<double, double> Function>
-    void Fill(const Function& value) {
-        using Kept = dataprocessing::detail::darr_Kept<
-            std::invoke_result_t<const Function&, double, double>>;
+    void Fill(Function&& value) {
+        using Kept =
+            dataprocessing::detail::darr_Kept<std::invoke_result_t<Function&, double, double>>;
         parr_c2DNumberArray filled(SizeX(), SizeY(), dtyp_Of<Kept>());
         Kept* element = static_cast<Kept*>(filled.Data());
         for (int row = 0; row < SizeY(); ++row)
             for (int column = 0; column < SizeX(); ++column)
-                *element++ =
-                    static_cast<Kept>(value(cal_.X().Position(column), cal_.Y().Position(row)));
+                *element++ = dataprocessing::detail::darr_Keep(
+                    value(cal_.X().Position(column), cal_.Y().Position(row)));
         filled.Convert(DataType());
         parr_c2DNumberArray::operator=(std::move(filled));
     }

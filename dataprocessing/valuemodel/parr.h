@@ -5,6 +5,7 @@
 
 #include <concepts>
 #include <cstddef>
+#include <initializer_list>
 #include <iosfwd>
 #include <iterator>
 #include <span>
@@ -196,6 +197,13 @@ public:
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_RangeNotStored OfNoElementType>
     explicit parr_c1DNumberArray(const OfNoElementType&) = delete;
+    /// These elements, `{1, 2, 3}`, which are all of one C++ type; of none, doubles.
+    template<dtyp_Stored T = double>
+    parr_c1DNumberArray(std::initializer_list<T> elements)
+        : parr_c1DNumberArray(std::span<const T>(elements.begin(), elements.size())) {}
+    /// Refused: no element type holds such values. Convert them to one.
+    template<dtyp_NotStored OfNoElementType>
+    parr_c1DNumberArray(std::initializer_list<OfNoElementType>) = delete;
 
     /// The number of elements.
     int Size() const noexcept { return Count(); }
@@ -244,6 +252,15 @@ public:
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_RangeNotStored OfNoElementType>
     parr_c2DNumberArray(int, int, const OfNoElementType&) = delete;
+    /// These elements, row after row, which are all of one C++ type. Throws the size error unless
+    /// there are sizeX times sizeY.
+    template<dtyp_Stored T = double>
+    parr_c2DNumberArray(int sizeX, int sizeY, std::initializer_list<T> elements)
+        : parr_c2DNumberArray(sizeX, sizeY, std::span<const T>(elements.begin(), elements.size())) {
+    }
+    /// Refused: no element type holds such values. Convert them to one.
+    template<dtyp_NotStored OfNoElementType>
+    parr_c2DNumberArray(int, int, std::initializer_list<OfNoElementType>) = delete;
 
     /// The number of columns.
     int SizeX() const noexcept { return sizeX_; }

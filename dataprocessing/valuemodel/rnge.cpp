@@ -7,9 +7,11 @@
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
+#include "dataprocessing/base/turn.h"
 
 using dataprocessing::detail::rnge_sBounds;
 using dataprocessing::detail::rnge_Select;
+using dataprocessing::detail::turn_sRotation;
 
 namespace {
 
@@ -38,19 +40,8 @@ bool isIntersecting(const rnge_sBounds& a, const rnge_sBounds& b) {
 
 bool isSame(double a, double b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
-/// Sine and cosine that are exact at multiples of a quarter turn.
-struct sTurn {
-    double cosine;
-    double sine;
-
-    explicit sTurn(double angle) : cosine(std::cos(angle)), sine(std::sin(angle)) {
-        constexpr double huge = 1e7; // beyond it a quotient is whole by rounding alone
-        const double quarters = angle / (type_Pi / 2);
-        if (quarters == std::floor(quarters) && std::fabs(quarters) < huge) {
-            cosine = std::round(cosine);
-            sine = std::round(sine);
-        }
-    }
+struct sTurn : turn_sRotation {
+    using turn_sRotation::turn_sRotation;
 
     /// The whole quarters that the leftmost corner has moved on by: 0 from the angle after -pi / 2
     /// up to 0, 1 up to pi / 2, and so on round.

@@ -457,6 +457,13 @@ TEST(WarpToMaps, RefuseWhatIsNoMap) {
               "warp_to:2");
     EXPECT_EQ(refusalOf([&] { warp_RotateTo(darr_c2DArray(2, 2, dtyp_cDataType(11), {}), 1); }),
               "warp_to:3");
+    for (const double bad : {notANumber, infinity, -infinity})
+        for (const cal_c2DArrayCal& cal :
+             {cal_c2DArrayCal(bad, 1, 0, 1, 0, 0), cal_c2DArrayCal(0, 1, 0, bad, 0, 0)})
+            EXPECT_EQ(refusalOf([&] {
+                          warp_MapTo(image, {}, grid_s2DGrid{cal, 2, 2});
+                      }),
+                      "warp_to:5");
     for (const double angle : {type_Pi / 2, -type_Pi / 2, 3 * (type_Pi / 2)})
         EXPECT_EQ(refusalOf([&] { warp_ShearTo(image, angle, 0); }), "warp_to:4");
     EXPECT_EQ(refusalOf([&] { warp_ResizeTo(image, 0, 1); }), "linalg:157");

@@ -224,6 +224,17 @@ TEST(BoolArray, ElementsAreOneSpanOfBytes) {
     EXPECT_TRUE(nothing.Elements().empty());
 }
 
+TEST(BoolArray, IsReadByIndex) {
+    const std::vector<unsigned char> bytes = {0, 1, 200};
+    const barr_c1DBoolArray mask(bytes);
+    EXPECT_FALSE(mask[0]);
+    EXPECT_TRUE(mask[std::size_t{1}]);
+    EXPECT_TRUE(mask[2LL]);
+    EXPECT_EQ(refusalOf([&] { static_cast<void>(mask[3]); }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { static_cast<void>(mask[-1]); }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { static_cast<void>(mask[1LL << 32]); }), indexRefusal);
+}
+
 TEST(BoolArray, CountsWhatIsTrue) {
     for (const int size : {0, 1, 254, 255, 256, 510, 511, 1000, 70000})
         for (const int step : {1, 2, 3, 256}) {

@@ -748,6 +748,38 @@ TEST(Fill, SetsEveryElementToTheFunctionOfItsPosition) {
     EXPECT_EQ(nothing.Size(), 0);
 }
 
+TEST(Fill, TakesFunctionsThatChange) {
+    darr_c1DArray line(4, dtyp_Int32, {});
+    line.Fill([n = 0](double) mutable { return ++n; });
+    EXPECT_EQ(elementsOf<int>(line), (std::vector<int>{1, 2, 3, 4}));
+    darr_c2DArray plane(2, 2, dtyp_Int32, {});
+    auto counter = [n = 4](double, double) mutable { return ++n; };
+    plane.Fill(counter);
+    EXPECT_EQ(elementsOf<int>(plane), (std::vector<int>{5, 6, 7, 8}));
+    EXPECT_EQ(counter(0, 0), 9);
+    const auto constant = [](double) { return 3; };
+    line.Fill(constant);
+    EXPECT_EQ(elementsOf<int>(line), std::vector<int>(4, 3));
+}
+
+TEST(Fill, TakesEveryComplexType) {
+    const auto check = []<class Complex>(Complex) {
+        darr_c1DArray line(3, dtyp_ComplexDouble, {});
+        line.Fill(
+            [](double x) { return Complex(static_cast<float>(x), static_cast<float>(2 * x)); });
+        EXPECT_EQ(line.Number(2).As<ComplexDouble>(), ComplexDouble(2, 4));
+        darr_c2DArray plane(2, 2, dtyp_ComplexFloat, {});
+        plane.Fill([](double x, double y) {
+            return Complex(static_cast<float>(x), static_cast<float>(y));
+        });
+        EXPECT_EQ(plane.Number(0, 1).As<ComplexDouble>(), ComplexDouble(0, 1));
+    };
+    check(ComplexFloat());
+    check(ComplexDouble());
+    check(std::complex<float>());
+    check(std::complex<double>());
+}
+
 TEST(Fill, ChangesNothingWhenItThrows) {
     darr_c1DArray line = lineOf(countedElements<int>(5));
     darr_c2DArray plane = planeOf(2, 2, countedElements<double>(4));

@@ -44,6 +44,11 @@ concept isIteratedAsDoubles = requires(T&& array) {
     std::forward<T>(array).template begin<double>();
 };
 
+template<class T>
+concept isSummedAsThree = requires(T value) {
+    stat_Sum({value, value, value});
+};
+
 } // namespace
 
 // Ranges that arrays are made of, and those that they are not.
@@ -151,7 +156,30 @@ TEST(Everyday, ArraysAreMadeOfLists) {
     EXPECT_EQ(image.Cal(), cal2);
     EXPECT_EQ(darr_c2DArray(1, 1, {5}).Number(0, 0).As<int>(), 5);
     EXPECT_EQ(refusalOf([] { darr_c2DArray(2, 2, {1, 2, 3}); }), sizeRefusal);
-    EXPECT_EQ(stat_Sum({1, 2, 3}).As<int>(), 6);
+    EXPECT_EQ(stat_Sum({2, 3}).As<int>(), 5);
+    EXPECT_EQ(stat_Sum({1, 2, 4, 8}).As<int>(), 15);
+    static_assert(!isSummedAsThree<int>); // 1D elements, or 1 by 2 of one value
+}
+
+TEST(Everyday, ArraysWithoutACalibrationAreMadeOfListsToo) {
+    const parr_c1DNumberArray pair{1, 2};
+    EXPECT_EQ(elementsOf<int>(pair), (std::vector<int>{1, 2}));
+    EXPECT_EQ(parr_c1DNumberArray({0.5F}).DataType(), dtyp_Float);
+    EXPECT_EQ(parr_c1DNumberArray({std::complex(1.0, 2.0)}).DataType(), dtyp_ComplexDouble);
+    const parr_c2DNumberArray plane(2, 1, {3.0, 4.0});
+    EXPECT_EQ(plane.Number(1, 0).As<double>(), 4);
+    EXPECT_EQ(refusalOf([] { parr_c2DNumberArray(2, 2, {1, 2, 3}); }), sizeRefusal);
+    static_assert(!isMadeOf<parr_c1DNumberArray, std::initializer_list<long>>);
+    static_assert(!isMadeOf<parr_c2DNumberArray, int, int, std::initializer_list<bool>>);
+}
+
+TEST(Everyday, ListsMayBeEmpty) {
+    const darr_c1DArray line({});
+    EXPECT_EQ(line.Size(), 0);
+    EXPECT_EQ(line.DataType(), dtyp_Double);
+    EXPECT_EQ(darr_c1DArray({}, cal).Cal(), cal);
+    EXPECT_EQ(parr_c1DNumberArray({}).Size(), 0);
+    EXPECT_EQ(darr_c2DArray(3, 0, {}).SizeX(), 3);
 }
 
 // What was written before lists were understood still means the same.
@@ -160,7 +188,7 @@ TEST(Everyday, CountsAndFillsAreNotTakenForLists) {
     EXPECT_EQ(counted.Size(), 3);
     const darr_c1DArray filled{3, 7, cal};
     EXPECT_EQ(elementsOf<int>(filled), std::vector<int>(3, 7));
-    const parr_c1DNumberArray bare{3, 7};
+    const parr_c1DNumberArray bare(3, 7);
     EXPECT_EQ(elementsOf<int>(bare), std::vector<int>(3, 7));
     EXPECT_EQ(darr_c1DArray{counted}.Size(), 3);
     EXPECT_EQ(darr_c1DArray{}.Size(), 0);
