@@ -97,7 +97,7 @@ DATAPROCESSING_EXPORT nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cMo
                                                                   std::span<const double> p);
 
 /// What a fit makes smallest.
-enum nlsq_eObjective {
+enum nlsq_eObjective : int {
     /// The sum of w (y - f)^2.
     nlsq_LeastSquares,
     /// The deviance of counts, 2 sum (f - y + y ln(y / f)): its smallest value is the maximum of
@@ -107,7 +107,7 @@ enum nlsq_eObjective {
 };
 
 /// What the standard errors rest on.
-enum nlsq_eErrors {
+enum nlsq_eErrors : int {
     /// For nlsq_Fit as given with standard deviations and with the likelihood, otherwise from the
     /// scatter; for peaks, whose weights are 1 / variance, as given.
     nlsq_ErrorsByDefault,
@@ -121,7 +121,7 @@ enum nlsq_eErrors {
 /// What a fit may do with one parameter. Made by one of the functions.
 struct DATAPROCESSING_EXPORT nlsq_sParameter {
     /// The kinds.
-    enum eKind {
+    enum eKind : int {
         Moving,   ///< Moves within its bounds, which may be infinite.
         Staying,  ///< Stays at its start.
         Following ///< Is factor x another parameter + offset.

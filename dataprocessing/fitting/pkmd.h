@@ -27,7 +27,7 @@
 #include "dataprocessing/valuemodel/darr.h"
 
 /// The shapes of peaks; z = (x - position) / width.
-enum pkmd_eShape {
+enum pkmd_eShape : int {
     /// height exp(-z^2 / 2). The width is the standard deviation; the area is height x width x
     /// sqrt(2 pi).
     pkmd_Gaussian,
