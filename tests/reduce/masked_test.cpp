@@ -206,7 +206,6 @@ TEST(MaskedStatistics, RefuseMasksThatLieElsewhere) {
     // The same place in other words.
     EXPECT_EQ(stat_Sum(line, barr_c1DBoolArray(truths, {8, 0.5, 0})).As<double>(), 21);
     // The very same, where nothing has a position.
-    constexpr double infinity = std::numeric_limits<double>::infinity();
     const cal_c1DArrayCal nowhere(8, infinity, 0);
     const darr_c1DArray lost = lineOf(countedElements<int>(6), nowhere);
     EXPECT_EQ(stat_Sum(lost, barr_c1DBoolArray(truths, nowhere)).As<double>(), 21);
