@@ -444,7 +444,8 @@ double Search::SlackOver(const rnge_c1DRange& range) const {
 /// it describes the spectrum as well.
 bool Search::TakeStructures() {
     bool hasTaken = false;
-    for (const auto& [chain, isOfMany] : Chains()) {
+    for (const auto& [range, isOfMany] : Chains()) {
+        const rnge_c1DRange& chain = range; // what clang lets a lambda take
         const bool isTried =
             std::any_of(triedChains_.begin(), triedChains_.end(), [&](const rnge_c1DRange& tried) {
                 return (tried & chain).Length() > chain.Length() / 2;

@@ -32,6 +32,7 @@ void tellDetector(Story& story) {
 
 darr_c1DArray curveOf(const WidthLaw& law, const cal_c1DArrayCal& cal, int size) {
     std::vector<double> widths;
+    widths.reserve(static_cast<std::size_t>(size));
     for (int i = 0; i < size; ++i)
         widths.push_back(law.At(cal.Position(i)));
     return darr_c1DArray(std::span<const double>(widths), cal);

@@ -91,10 +91,7 @@ Spectrum spectrumOf(Values values, const TextFile& file) {
     else if (holdsAll<std::uint32_t>(values.y))
         counts.Convert(dtyp_UInt32);
     Spectrum spectrum{std::move(counts), values.axis, values.unit, std::move(values.remarks)};
-    if (values.x.empty() && !values.calibration) {
-        spectrum.axis = "channel";
-        spectrum.unit.clear();
-    } else if (spectrum.unit == "channel") {
+    if ((values.x.empty() && !values.calibration) || spectrum.unit == "channel") {
         spectrum.axis = "channel";
         spectrum.unit.clear();
     } else if (spectrum.axis.empty())
