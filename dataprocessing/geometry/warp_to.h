@@ -59,12 +59,12 @@ enum warp_eInterpolation : int {
 
 /// A map of positions: (x, y) to (m00 x + m01 y + shiftX, m10 x + m11 y + shiftY).
 struct warp_s2x3Map {
-    double m00 = 1;
-    double m01 = 0;
-    double shiftX = 0;
-    double m10 = 0;
-    double m11 = 1;
-    double shiftY = 0;
+    double m00 = 1;    ///< What x adds to x.
+    double m01 = 0;    ///< What y adds to x.
+    double shiftX = 0; ///< Added to x, in its unit.
+    double m10 = 0;    ///< What x adds to y.
+    double m11 = 1;    ///< What y adds to y.
+    double shiftY = 0; ///< Added to y, in its unit.
 };
 
 /// The image mapped by `map`.
