@@ -12,31 +12,17 @@
 
 #include "tests/faults/bytes.h"
 #include "tests/support/arrays.h"
+#include "tests/support/records.h"
 #include "tests/support/refusal.h"
 
 namespace {
 
-constexpr rcrd_eForm forms[] = {rcrd_Binary, rcrd_Text};
 constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-
-const std::string damaged = "rcrd:7: The record is damaged or ends too early.";
-
-template<class Value>
-std::string saved(const Value& value, rcrd_eForm form) {
-    std::ostringstream stream;
-    rcrd_Save(stream, value, form);
-    return stream.str();
-}
 
 template<class Value>
 std::string refusalOfLoading(const std::string& bytes, const Value& target) {
-    std::istringstream stream(bytes);
-    Value copy(target);
-    std::string refusal = userRefusalOf([&] { rcrd_Load(stream, copy); });
-    if (refusal != "none") {
-        EXPECT_EQ(saved(copy, rcrd_Text), saved(target, rcrd_Text));
-    }
-    return refusal;
+    return refusalOfLoading(bytes, target,
+                            [](const Value& value) { return saved(value, rcrd_Text); });
 }
 
 std::string replaced(std::string text, const std::string& what, const std::string& by) {

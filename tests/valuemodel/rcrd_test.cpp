@@ -19,35 +19,19 @@
 #include "tests/failing_new.h"
 #include "tests/faults/bytes.h"
 #include "tests/support/arrays.h"
+#include "tests/support/records.h"
 #include "tests/support/refusal.h"
 #include "tests/valuemodel/rcrd_samples.h"
 
 namespace {
 
-constexpr rcrd_eForm forms[] = {rcrd_Binary, rcrd_Text};
-
 const std::string nothingMore = "rcrd:4: The stream has nothing more to load.";
 const std::string noSuchRecord = "rcrd:5: The stream has no record of such a value here.";
 const std::string later = "rcrd:6: A later version of the library wrote the record.";
-const std::string damaged = "rcrd:7: The record is damaged or ends too early.";
 
-template<class Value>
-std::string saved(const Value& value, rcrd_eForm form) {
-    std::ostringstream stream;
-    rcrd_Save(stream, value, form);
-    return stream.str();
-}
-
-/// What loading `bytes` into a copy of `target` refuses; the target has to stay as it was.
 template<class Value>
 std::string refusalOfLoading(const std::string& bytes, const Value& target) {
-    std::istringstream stream(bytes);
-    Value copy(target);
-    std::string refusal = userRefusalOf([&] { rcrd_Load(stream, copy); });
-    if (refusal != "none") {
-        EXPECT_EQ(bytesOf(copy), bytesOf(target));
-    }
-    return refusal;
+    return refusalOfLoading(bytes, target, [](const Value& value) { return bytesOf(value); });
 }
 
 template<class Value>
