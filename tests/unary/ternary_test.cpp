@@ -595,13 +595,13 @@ TEST(ExtremeLoop, GivesTheSameOnEveryLevelAndStaysInItsResult) {
                         ASSERT_EQ(loop == nullptr, type.IsComplex());
                         if (loop == nullptr)
                             continue;
-                        std::vector<unsigned char> expected(n * width + 2, untouched),
+                        std::vector<unsigned char> expected((n + 2) * width, untouched),
                             result = expected;
                         compare_LoopFor(type, isMaximum ? compare_Greater : compare_Less,
                                         form)(a.data(), b.data(), isFirst.data(), n);
                         choose_LoopFor(type, form != form_NumberFirst, form != form_NumberSecond)(
-                            isFirst.data(), a.data(), b.data(), expected.data() + 1, n);
-                        loop(a.data(), b.data(), result.data() + 1, n);
+                            isFirst.data(), a.data(), b.data(), expected.data() + width, n);
+                        loop(a.data(), b.data(), result.data() + width, n);
                         ASSERT_EQ(result, expected) << code << ' ' << form << ' ' << count;
                     }
         }
