@@ -1,7 +1,10 @@
-// The pictures of docs/fitting.md.
+// The pictures of docs/fitting.md, and that of the first page.
 #include <cmath>
+#include <random>
 #include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "chart.h"
 #include "pictures.h"
@@ -76,9 +79,80 @@ Picture messages() {
     return picture;
 }
 
+pkmd_cModel threeLines(double chromium, double iron) {
+    pkmd_cModel model;
+    for (const auto& [position, height] :
+         {std::pair{5.41, chromium}, {5.95, chromium / 4}, {6.4, iron}})
+        model.AddPeak(pkmd_Gaussian, position, height, 0.06);
+    model.AddPowerLaw(60, -2, 6);
+    return model;
+}
+
+/// Counts about these values, the same ones at every run.
+darr_c1DArray counted(const std::vector<double>& expected, const cal_c1DArrayCal& cal) {
+    std::mt19937 random(20261);
+    std::vector<double> counts;
+    for (const double mean : expected) {
+        double normal = -6;
+        for (int i = 0; i < 12; ++i)
+            normal += static_cast<double>(random()) / 4294967296.0;
+        counts.push_back(std::round(mean + std::sqrt(mean) * normal));
+    }
+    return darr_c1DArray{std::span(counts), cal};
+}
+
+Picture spectrum() {
+    Picture picture(700, 330,
+                    "Counts, three lines fitted to them over a power law, and their areas");
+    const cal_c1DArrayCal keV(4.9, 0.02, 0);
+    std::vector<double> at, expected(100);
+    for (int i = 0; i < 100; ++i)
+        at.push_back(keV.Position(i));
+    const pkmd_cModel truth = threeLines(300, 640);
+    truth.Values(truth.Starts(), at, expected);
+    const darr_c1DArray counts = counted(expected, keV);
+    const pkmd_cModel model = threeLines(200, 500);
+    const pkmd_sResult found = pkmd_Fit(model, counts);
+    const std::span<const double> parameters(found.fit.parameters);
+
+    const Axis x{4.9, 40, 310};
+    const Axis y{0, 290, -0.31};
+    const auto curve = [&](pkmd_eParts parts) {
+        std::vector<Point> line;
+        std::vector<double> fine, values(601);
+        for (int i = 0; i <= 600; ++i)
+            fine.push_back(4.9 + 2 * i / 600.0);
+        model.Values(parameters, fine, values, parts);
+        for (std::size_t i = 0; i < fine.size(); ++i)
+            line.push_back({x.Px(fine[i]), y.Px(values[i])});
+        return line;
+    };
+    for (int i = 0; i < counts.Size(); ++i)
+        picture.Dot({x.Px(keV.Position(i)), y.Px(counts[i])}, 2.2, "ink");
+    picture.Line(curve(pkmd_BackgroundOnly), "faint");
+    picture.Line(curve(pkmd_Everything), "orange");
+    const char* const lines[] = {"Cr Ka", "Cr Kb", "Fe Ka"};
+    for (std::size_t i = 0; i < found.peaks.size(); ++i) {
+        const pkmd_sPeak& peak = found.peaks[i];
+        const double top =
+            y.Px(parameters[static_cast<std::size_t>(model.Height(static_cast<int>(i)))]);
+        const Anchor anchor = i == 1 ? Anchor::Start : Anchor::Middle;
+        const double left = x.Px(peak.position) + (i == 1 ? -24 : 0);
+        picture.Text({left, top - 50}, lines[i], anchor, "blue");
+        picture.Text({left, top - 32},
+                     plain(std::round(peak.area / keV.Delta())) + " ± " +
+                         plain(std::round(peak.areaError / keV.Delta())),
+                     anchor, "blue");
+    }
+    picture.Text({x.Px(6.9), y.Px(80)}, "power law", Anchor::End, "faint");
+    drawTicks(picture, x, 296, 5, 0.2, 10);
+    return picture;
+}
+
 } // namespace
 
 void drawFitting(const std::string& folder) {
     background().Save(folder, "background");
     messages().Save(folder, "messages");
+    spectrum().Save(folder, "spectrum");
 }

@@ -294,7 +294,7 @@ def mean(self: Any, axis: int | None = None) -> Any:
 
 @_method(*ARRAYS)
 def var(self: Any, axis: int | None = None, ddof: int = 0) -> Any:
-    """The variance, sum of |x - mean|^2 / (n - ddof); in double precision.
+    """The variance, sum of abs(x - mean)^2 / (n - ddof); in double precision.
 
     ValueError without elements. With no more of them than ``ddof`` it is NaN.
 

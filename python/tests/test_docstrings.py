@@ -27,7 +27,7 @@ def test_examples_of_class(name):
     assert sum(r.failed for r in results) == 0
 
 
-@pytest.mark.parametrize(("page", "least"), [("docs/python.md", 10), ("README.md", 4)])
+@pytest.mark.parametrize(("page", "least"), [("docs/python.md", 10), ("docs/index.md", 5), ("README.md", 4)])
 def test_samples_of_the_guide(page, least):
     path = pathlib.Path(__file__).parents[2] / page
     blocks = re.findall(r"^```python\n(.*?)^```", path.read_text(), re.M | re.S)

@@ -1,0 +1,111 @@
+"""The site: what Sphinx makes of the pages that docs/site/pages has laid out below build/docs/source."""
+
+import logging
+import pathlib
+import re
+import sys
+import xml.etree.ElementTree as xml
+
+from docutils import nodes
+from sphinx import addnodes
+
+ROOT = pathlib.Path(__file__).parents[1]
+XML = ROOT / "build/docs/xml"
+sys.path.insert(0, str(ROOT / "build/release/python"))
+
+project = "DataProcessing"
+version = release = re.search(r"\bVERSION (\S+)", (ROOT / "CMakeLists.txt").read_text().split("project(")[1])[1]
+extensions = [
+    "breathe", "myst_parser", "nbsphinx", "sphinx.ext.autodoc", "sphinx_copybutton", "sphinx_inline_tabs",
+]  # fmt: skip
+exclude_patterns = ["**.ipynb_checkpoints"]
+
+html_theme = "furo"
+html_title = f"DataProcessing {version}"
+html_static_path = [str(ROOT / "docs/site/static")]
+html_css_files = ["site.css"]
+html_copy_source = False
+html_show_copyright = False
+html_show_sphinx = False
+html_theme_options = {"navigation_with_keys": True}
+pygments_style, pygments_dark_style = "tango", "monokai"
+highlight_language = "none"
+
+breathe_projects = {"dataprocessing": str(XML)}
+breathe_default_project = "dataprocessing"
+breathe_show_include = False
+breathe_default_members = ("members", "undoc-members")
+
+myst_heading_anchors = 3
+myst_enable_extensions = ["html_image"]
+
+nbsphinx_execute = "auto"
+nbsphinx_codecell_lexer = "python3"  # IPython's own asks for the whole of IPython
+nbsphinx_timeout = 300
+
+autodoc_member_order = "bysource"
+autodoc_typehints = "none"
+autodoc_docstring_signature = True
+copybutton_prompt_text = r">>> |\.\.\. "
+copybutton_prompt_is_regexp = True
+
+
+class Reopened(logging.Filter):
+    """A namespace is declared on every page that shows something of it, which is no duplicate."""
+
+    def filter(self, record):
+        return not (str(record.msg).startswith("Duplicate C++") and re.search(r"cpp:type:: \w+'", record.getMessage()))
+
+
+def public_names():
+    """The label of the first declaration of every public name."""
+    found = {}
+    for path in sorted(XML.glob("*.xml")):
+        for compound in xml.parse(path).getroot().findall("compounddef"):
+            kind, scope = compound.get("kind"), compound.findtext("compoundname")
+            if compound.get("prot") == "private" or "::detail" in scope or kind not in ("class", "struct", "file"):
+                continue
+            if kind != "file":
+                found.setdefault(scope, compound.get("id"))
+            for member in compound.iter("memberdef"):
+                name = member.findtext("name")
+                if member.get("prot") == "public" and "_" in (name if kind == "file" else scope):
+                    found.setdefault(name if kind == "file" else f"{scope}::{name}", member.get("id"))
+    return found
+
+
+NAMES = {}
+
+
+def link_to(label, page, text):
+    link = addnodes.pending_xref(
+        "", refdomain="std", reftype="ref", reftarget=label, refexplicit=True, refwarn=True, refdoc=page
+    )
+    link += text
+    return link
+
+
+def declared(role, raw, text, line, inliner, options=None, content=()):
+    """:declared:`label text`, where :ref: would turn the label into small letters."""
+    label, shown = text.split(" ", 1)
+    return [link_to(label, inliner.document.settings.env.docname, nodes.literal("", shown))], []
+
+
+def link_names(app, doctree):
+    """Public names in the text of the guide lead to where they are told about."""
+    if not NAMES:
+        NAMES.update(public_names())
+    if app.env.docname.startswith("reference"):
+        return
+    for literal in list(doctree.findall(nodes.literal)):
+        label = NAMES.get(re.sub(r"\(.*\)$", "", literal.astext()))
+        parents = (nodes.reference, addnodes.pending_xref, nodes.title)
+        if label and not isinstance(literal.parent, parents):
+            literal.replace_self(link_to(label, app.env.docname, literal.deepcopy()))
+
+
+def setup(app):
+    logging.getLogger("sphinx.sphinx.domains.cpp").addFilter(Reopened())
+    app.add_role("declared", declared)
+    app.connect("doctree-read", link_names)
+    return {"parallel_read_safe": True}
