@@ -170,6 +170,10 @@ struct nlsq_sControl {
     /// Ends with a step that promises to lower chi-squared by no more than this part of it; it is
     /// taken without another evaluation.
     double decreaseTolerance = 1e-18;
+    /// Ends likewise with a step after which chi-squared would fall by no more than this part of it
+    /// in all, were the promises to go on shrinking as slowly as in the last two steps. 0 does not
+    /// look that far.
+    double remainderTolerance = 0;
     /// The most evaluations of the model over all points.
     int mostEvaluations = 10000;
     /// Looked at before each evaluation.

@@ -83,7 +83,10 @@ private:
         // though there is much to gain. Shorter ones go where chi-squared falls.
         if (isCut && promised <= lost && whole > lost)
             return Reject(infinity);
-        if (promised <= control_.decreaseTolerance * result_.chiSquared && !IsDamped()) {
+        const double pace = isCut ? infinity : promised / promised_;
+        if (!IsDamped() && (promised <= control_.decreaseTolerance * result_.chiSquared ||
+                            Remainder(promised, std::max(pace, pace_)) <=
+                                control_.remainderTolerance * result_.chiSquared)) {
             // Not worth an evaluation, but free.
             Take(promised, length);
             return End(nlsq_DecreaseSmall);
@@ -100,6 +103,8 @@ private:
 
         damping_.Accept(isLost || !(promised > 0) ? 1 : decrease / promised);
         longest_ *= 4;
+        if (promised_ < infinity)
+            pace_ = pace;
         promised_ = promised;
         equations_.Accept();
         Take(promised, length);
@@ -115,6 +120,12 @@ private:
         result_.step = length;
         result_.decrease = result_.chiSquared > 0 ? promised / result_.chiSquared : 0;
         ++result_.iterations;
+    }
+
+    /// What is left to gain after a step that promises so much, when promises shrink at this pace.
+    static double Remainder(double promised, double pace) {
+        const double rest = std::sqrt(pace);
+        return rest < 1 ? promised * pace / ((1 - rest) * (1 - rest)) : infinity;
     }
 
     bool IsDamped() const noexcept { return damping_.Value() >= 1; }
@@ -208,6 +219,7 @@ private:
     std::vector<double> all_;
     double longest_ = 0;
     double promised_ = infinity; // by the last step
+    double pace_ = infinity;     // of that, beside the one before
     nlsq_sResult result_;
 };
 
@@ -215,7 +227,8 @@ private:
 
 void nlsq_CheckControl(const nlsq_sControl& control) {
     const bool isUsable = control.gradientTolerance >= 0 && control.stepTolerance >= 0 &&
-                          control.decreaseTolerance >= 0 && control.mostEvaluations > 0;
+                          control.decreaseTolerance >= 0 && control.remainderTolerance >= 0 &&
+                          control.mostEvaluations > 0;
     refuseIf(!isUsable, 12, "A tolerance is negative, or no evaluation is allowed.");
 }
 

@@ -224,7 +224,7 @@ struct pkmd_sOptions {
     double to = std::numeric_limits<double>::infinity();
     /// When it ends: less than 1e-6 standard errors from the optimum where chi-squared is about the
     /// number of channels.
-    nlsq_sControl control = {.decreaseTolerance = 5e-15};
+    nlsq_sControl control = {.remainderTolerance = 5e-17};
 };
 
 /// One peak of a result. Errors are standard errors.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace dataprocessing::detail {
 
@@ -122,9 +123,7 @@ pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels&
                                  std::span<const pkmd_sWindow> windows)
     : model_(model), channels_(channels), parameters_(parameters),
       isLikelihood_(channels.areCounts), p_(parameters.All()), terms_(p_.size()),
-      columns_(p_.size()), curve_(channels.x.size()), residuals_(channels.x.size()),
-      expectedWeights_(isLikelihood_ ? channels.x.size() : 0), products_(p_.size() * p_.size()),
-      slopes_(p_.size()) {
+      columns_(p_.size()), products_(p_.size() * p_.size()), slopes_(p_.size()) {
     for (std::size_t i = 0; i < p_.size(); ++i)
         terms_[i].Add(parameters_.LinkOf(i), 1);
     const std::size_t varying = parameters.Varying();
@@ -149,18 +148,28 @@ void pkmd_cEquations::Lay(std::span<const pkmd_sWindow> windows) {
         for (std::size_t k = 0; k < many; ++k)
             columns_[at(peak.first) + k].window = window;
         needed += many * window.Count();
+        groups_.push_back({at(peak.first), many, false});
     }
-    for (const pkmd_cModel::sBackground& background : model_.Backgrounds())
-        for (int k = 0; k < background.count; ++k) {
-            columns_[at(background.first + k)].window = {0, count};
-            needed += count;
-        }
-    storage_.resize(needed);
-    double* free = storage_.data();
-    for (sColumn& column : columns_) {
-        column.data = free;
-        free += column.window.Count();
+    for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
+        const std::size_t many = at(background.count);
+        for (std::size_t k = 0; k < many; ++k)
+            columns_[at(background.first) + k].window = {0, count};
+        needed += many * count;
+        for (std::size_t k = 0; k < many; k += pkmd_mostColumns)
+            groups_.push_back(
+                {at(background.first) + k, std::min(pkmd_mostColumns, many - k), true});
     }
+    constexpr std::size_t ofChannels = 3;
+    // A thread keeps blocks of this size: the next fit finds its pages in place.
+    constexpr std::size_t leastKept = std::size_t{128} << 10;
+    storage_ = mem_cBlock(std::max((needed + ofChannels * count) * sizeof(double), leastKept));
+    double* free = static_cast<double*>(storage_.Data());
+    const auto take = [&](std::size_t many) { return std::exchange(free, free + many); };
+    for (sColumn& column : columns_)
+        column.data = take(column.window.Count());
+    curve_ = take(count);
+    residuals_ = take(count);
+    expectedWeights_ = take(count);
 
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
         const bool isLinear =
@@ -183,8 +192,10 @@ void pkmd_cEquations::Lay(std::span<const pkmd_sWindow> windows) {
             break;
         case pkmd_cModel::Curve:
             // What follows the spectrum takes no part.
-            std::copy_n(background.curve.begin() + static_cast<std::ptrdiff_t>(channels_.first),
-                        std::min(count, background.curve.size() - channels_.first), column);
+            std::fill(
+                std::copy_n(background.curve.begin() + static_cast<std::ptrdiff_t>(channels_.first),
+                            std::min(count, background.curve.size() - channels_.first), column),
+                column + count, 0.0);
             break;
         case pkmd_cModel::PowerLaw:
         case pkmd_cModel::Exponential: {
@@ -208,11 +219,10 @@ double pkmd_cEquations::Try(std::span<const double> q) {
     FillCurve();
     const std::size_t count = channels_.x.size();
     const double* const part = channels_.taking == count ? nullptr : channels_.weights.data();
-    const double chiSquared = isLikelihood_
-                                  ? pkmd_Deviance(channels_.y.data(), part, curve_.data(), count,
-                                                  residuals_.data(), expectedWeights_.data())
-                                  : pkmd_Squares(channels_.y.data(), channels_.weights.data(),
-                                                 curve_.data(), count, residuals_.data());
+    const double chiSquared =
+        isLikelihood_
+            ? pkmd_Deviance(channels_.y.data(), part, curve_, count, residuals_, expectedWeights_)
+            : pkmd_Squares(channels_.y.data(), channels_.weights.data(), curve_, count, residuals_);
     if (!std::isfinite(chiSquared))
         return infinity;
     Multiply();
@@ -258,13 +268,13 @@ void pkmd_cEquations::FillCurve() {
     const std::size_t count = channels_.x.size();
     for (std::size_t k = 0; k < linear_.size(); ++k)
         linearFactors_[k] = p_[linearParameters_[k]];
-    pkmd_Combine(linear_.data(), linearFactors_.data(), linear_.size(), count, curve_.data());
+    pkmd_Combine(linear_.data(), linearFactors_.data(), linear_.size(), count, curve_);
     auto arguments = arguments_.begin();
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
         const std::size_t first = at(background.first);
         if (background.kind == pkmd_cModel::PowerLaw ||
             background.kind == pkmd_cModel::Exponential) {
-            pkmd_AddExponential(arguments->data(), count, p_[first], p_[first + 1], curve_.data(),
+            pkmd_AddExponential(arguments->data(), count, p_[first], p_[first + 1], curve_,
                                 columns_[first].data, columns_[first + 1].data);
             ++arguments;
         }
@@ -278,7 +288,7 @@ void pkmd_cEquations::FillCurve() {
                                 0,
                                 channels_.x.data() + window.first,
                                 window.Count(),
-                                curve_.data() + window.first,
+                                curve_ + window.first,
                                 {}};
         const std::size_t many = pkmd_Columns(peak.shape);
         if (many > 3)
@@ -291,75 +301,52 @@ void pkmd_cEquations::FillCurve() {
 
 /// The products of all columns that have channels in common, and the slopes along them.
 void pkmd_cEquations::Multiply() {
-    const std::vector<pkmd_cModel::sPeak>& peaks = model_.Peaks();
-    for (std::size_t a = 0; a < peaks.size(); ++a)
-        for (std::size_t b = 0; b <= a; ++b)
-            MultiplyGroups(at(peaks[a].first), pkmd_Columns(peaks[a].shape), at(peaks[b].first),
-                           pkmd_Columns(peaks[b].shape));
     // The weights of least squares stay.
     const bool isKnown = !isLikelihood_ && isBackgroundLinear_ && hasBackgroundProducts_;
-    for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
-        const std::size_t first = at(background.first);
-        for (const pkmd_cModel::sPeak& peak : peaks)
-            MultiplyGroups(at(peak.first), pkmd_Columns(peak.shape), first, at(background.count));
-        if (!isKnown)
-            for (const pkmd_cModel::sBackground& other : model_.Backgrounds())
-                if (other.first <= background.first)
-                    MultiplyGroups(first, at(background.count), at(other.first), at(other.count));
+    for (std::size_t a = 0; a < groups_.size(); ++a) {
+        const sGroup& group = groups_[a];
+        std::array<const double*, pkmd_mostColumns> data;
+        for (std::size_t k = 0; k < group.count; ++k)
+            data[k] = columns_[group.first + k].data;
+        const pkmd_sWindow& window = columns_[group.first].window;
+        const double* const residuals = residuals_ + window.first;
+        double* const slopes = slopes_.data() + group.first;
+        if (isKnown && group.isBackground) {
+            pkmd_Dots(residuals, data.data(), group.count, window.Count(), slopes);
+        } else {
+            std::array<double, pkmd_mostColumns*(pkmd_mostColumns + 1) / 2> squares;
+            pkmd_NormalSums(WeightsNow() + window.first, residuals, data.data(), group.count,
+                            window.Count(), squares.data(), slopes);
+            const double* square = squares.data();
+            for (std::size_t i = 0; i < group.count; ++i)
+                for (std::size_t j = 0; j <= i; ++j)
+                    Product(group.first + i, group.first + j) = *square++;
+        }
+        for (std::size_t b = 0; b < a; ++b)
+            if (!(isKnown && group.isBackground && groups_[b].isBackground))
+                MultiplyGroups(group, groups_[b]);
     }
     hasBackgroundProducts_ = true;
-
-    for (std::size_t first = 0; first < columns_.size();) {
-        std::array<const double*, pkmd_mostColumns> data;
-        std::size_t many = 0;
-        const pkmd_sWindow& window = columns_[first].window;
-        while (many < data.size() && first + many < columns_.size() &&
-               columns_[first + many].window.first == window.first &&
-               columns_[first + many].window.last == window.last) {
-            data[many] = columns_[first + many].data;
-            ++many;
-        }
-        pkmd_Dots(residuals_.data() + window.first, data.data(), many, window.Count(),
-                  slopes_.data() + first);
-        first += many;
-    }
 }
 
-/// The products of some columns that follow each other with others; of a group with itself the
-/// lower half, the lower index always being the second.
-void pkmd_cEquations::MultiplyGroups(std::size_t first, std::size_t count, std::size_t otherFirst,
-                                     std::size_t otherCount) {
-    const pkmd_sWindow& mine = columns_[first].window;
-    const pkmd_sWindow& others = columns_[otherFirst].window;
+/// The products of the columns of two groups, the lower index always being the second. Those of
+/// groups without a common channel stay 0.
+void pkmd_cEquations::MultiplyGroups(const sGroup& one, const sGroup& other) {
+    const pkmd_sWindow& mine = columns_[one.first].window;
+    const pkmd_sWindow& others = columns_[other.first].window;
     const pkmd_sWindow both = overlap(mine, others);
-    // Products that nothing is added to stay 0.
     if (both.Count() == 0)
         return;
-    std::array<const double*, 16> data;
-    std::array<double, 16> sums;
-    if (first == otherFirst && count <= pkmd_mostColumns) {
-        for (std::size_t k = 0; k < count; ++k)
-            data[k] = columns_[first + k].data;
-        pkmd_WeightedSquares(WeightsNow() + mine.first, data.data(), count, mine.Count(),
-                             sums.data());
-        const double* sum = sums.data();
-        for (std::size_t i = first; i < first + count; ++i)
-            for (std::size_t j = first; j <= i; ++j)
-                Product(i, j) = *sum++;
-        return;
-    }
-    for (std::size_t i = first; i < first + count; ++i) {
-        const double* const column = columns_[i].data + (both.first - mine.first);
-        const std::size_t end = first == otherFirst ? i + 1 : otherFirst + otherCount;
-        for (std::size_t j = otherFirst; j < end;) {
-            std::size_t many = 0;
-            for (; many < data.size() && j + many < end; ++many)
-                data[many] = columns_[j + many].data + (both.first - others.first);
-            pkmd_WeightedDots(column, WeightsNow() + both.first, data.data(), many, both.Count(),
-                              sums.data());
-            for (std::size_t k = 0; k < many; ++k)
-                Product(std::max(i, j + k), std::min(i, j + k)) = sums[k];
-            j += many;
+    std::array<const double*, pkmd_mostColumns> data;
+    for (std::size_t k = 0; k < other.count; ++k)
+        data[k] = columns_[other.first + k].data + (both.first - others.first);
+    for (std::size_t i = one.first; i < one.first + one.count; ++i) {
+        std::array<double, pkmd_mostColumns> sums;
+        pkmd_WeightedDots(columns_[i].data + (both.first - mine.first), WeightsNow() + both.first,
+                          data.data(), other.count, both.Count(), sums.data());
+        for (std::size_t k = 0; k < other.count; ++k) {
+            const std::size_t j = other.first + k;
+            Product(std::max(i, j), std::min(i, j)) = sums[k];
         }
     }
 }

@@ -12,6 +12,7 @@
 #include "dataprocessing/algebra/nlsq_steps.h"
 #include "dataprocessing/fitting/pkmd.h"
 #include "dataprocessing/fitting/pkmd_kernels.h"
+#include "dataprocessing/platform/memory.h"
 
 namespace dataprocessing::detail {
 
@@ -92,6 +93,12 @@ private:
         double* data = nullptr; // of the window's first channel
         pkmd_sWindow window;
     };
+    /// Columns over the same window that follow each other, up to pkmd_mostColumns of them.
+    struct sGroup {
+        std::size_t first;
+        std::size_t count;
+        bool isBackground;
+    };
     /// What a parameter is made of, to first order.
     struct sTerms {
         std::size_t count = 0;
@@ -109,12 +116,11 @@ private:
     bool HasValue();
     void FillCurve();
     void Multiply();
-    void MultiplyGroups(std::size_t first, std::size_t count, std::size_t otherFirst,
-                        std::size_t otherCount);
+    void MultiplyGroups(const sGroup& one, const sGroup& other);
     void Collect();
     double& Product(std::size_t i, std::size_t j) { return products_[i * columns_.size() + j]; }
     const double* WeightsNow() const {
-        return isLikelihood_ ? expectedWeights_.data() : channels_.weights.data();
+        return isLikelihood_ ? expectedWeights_ : channels_.weights.data();
     }
 
     const pkmd_cModel& model_;
@@ -127,14 +133,15 @@ private:
     std::vector<double> p_;
     std::vector<sTerms> terms_;
     std::vector<sColumn> columns_;
+    std::vector<sGroup> groups_;
     std::vector<std::size_t> linearParameters_; // of the backgrounds
     std::vector<const double*> linear_;         // their columns
     std::vector<double> linearFactors_;
-    std::vector<double> storage_;                // of the columns
+    mem_cBlock storage_;                         // of the columns and of what the channels have
     std::vector<std::vector<double>> arguments_; // of the exponentials
-    std::vector<double> curve_;
-    std::vector<double> residuals_;
-    std::vector<double> expectedWeights_;
+    double* curve_ = nullptr;
+    double* residuals_ = nullptr;
+    double* expectedWeights_ = nullptr;
     std::vector<double> products_; // of the columns, by rows; the lower half
     std::vector<double> slopes_;   // of chi-squared along the columns
     sPlace here_;

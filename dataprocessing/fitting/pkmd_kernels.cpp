@@ -70,9 +70,9 @@ void pkmd_WeightedDots(const double* a, const double* w, const double* const* b,
     LEVEL_SELECT(pkmd_AllDots<true>)(a, w, b, many, count, sums);
 }
 
-void pkmd_WeightedSquares(const double* w, const double* const* b, std::size_t many,
-                          std::size_t count, double* sums) {
-    LEVEL_SELECT(pkmd_AllSquares)(w, b, many, count, sums);
+void pkmd_NormalSums(const double* w, const double* residuals, const double* const* b,
+                     std::size_t many, std::size_t count, double* squares, double* slopes) {
+    LEVEL_SELECT(pkmd_Normals)(w, residuals, b, many, count, squares, slopes);
 }
 
 void pkmd_CountWeights(const double* y, std::size_t count, double* w) {

@@ -60,10 +60,10 @@ void pkmd_Dots(const double* a, const double* const* b, std::size_t many, std::s
 void pkmd_WeightedDots(const double* a, const double* w, const double* const* b, std::size_t many,
                        std::size_t count, double* sums);
 
-/// Sets sums to those of b[k] w b[j], of the pairs (0, 0), (1, 0), (1, 1), (2, 0) and so on, for 1
-/// to pkmd_mostColumns of them.
-void pkmd_WeightedSquares(const double* w, const double* const* b, std::size_t many,
-                          std::size_t count, double* sums);
+/// Sets squares to the sums of b[k] w b[j], of the pairs (0, 0), (1, 0), (1, 1), (2, 0) and so on,
+/// and slopes to those of residuals b[k], for 1 to pkmd_mostColumns of them.
+void pkmd_NormalSums(const double* w, const double* residuals, const double* const* b,
+                     std::size_t many, std::size_t count, double* squares, double* slopes);
 
 /// Sets w to 1 / max(y, 1), the weights of counts.
 void pkmd_CountWeights(const double* y, std::size_t count, double* w);

@@ -584,7 +584,7 @@ def curve(
     "given" takes deviations for what they are, "scatter" up to a factor. ``derivatives(x, p0, p1, ...)`` gives a row
     for each parameter; without it they are taken by differences. ``observer(iteration, chi_square, parameters)``
     ends the fit when its answer is true. Further arguments are tolerances: ``gradient_tolerance``,
-    ``step_tolerance``, ``decrease_tolerance``, ``most_evaluations``.
+    ``step_tolerance``, ``decrease_tolerance``, ``remainder_tolerance``, ``most_evaluations``.
 
     What the model raises comes through. FitError, with the state in ``result``, where the model has no value at the
     start and after too many evaluations. Where no step lowers chi-square, or the observer ends the fit, ``success``

@@ -135,6 +135,8 @@ nlsq_sControl controlOf(nlsq_sControl control, const py::dict& given) {
             control.stepTolerance = py::cast<double>(value);
         else if (name == "decrease_tolerance")
             control.decreaseTolerance = py::cast<double>(value);
+        else if (name == "remainder_tolerance")
+            control.remainderTolerance = py::cast<double>(value);
         else if (name == "most_evaluations")
             control.mostEvaluations = py::cast<int>(value);
         else if (name == "observer") {

@@ -233,15 +233,17 @@ TEST(PeakModel, DevianceIsTheSumOfItsTerms) {
     }
 }
 
-TEST(PeakModel, SquaresOfColumnsAreTheirProducts) {
+TEST(PeakModel, NormalSumsAreThoseOfTheProducts) {
     using namespace dataprocessing::detail;
     constexpr std::size_t count = 40;
-    std::vector<double> w(count);
+    std::vector<double> w(count), residuals(count);
     std::array<std::vector<double>, pkmd_mostColumns> columns;
     std::mt19937 random(3);
     std::uniform_real_distribution<> uniform(-1, 1);
     for (double& weight : w)
         weight = uniform(random) + 1;
+    for (double& residual : residuals)
+        residual = uniform(random);
     std::array<const double*, pkmd_mostColumns> data;
     for (std::size_t k = 0; k < data.size(); ++k) {
         columns[k].resize(count);
@@ -250,15 +252,19 @@ TEST(PeakModel, SquaresOfColumnsAreTheirProducts) {
         data[k] = columns[k].data();
     }
     for (std::size_t many = 1; many <= data.size(); ++many) {
-        std::vector<double> sums(many * (many + 1) / 2);
-        pkmd_WeightedSquares(w.data(), data.data(), many, count, sums.data());
+        std::vector<double> squares(many * (many + 1) / 2), slopes(many);
+        pkmd_NormalSums(w.data(), residuals.data(), data.data(), many, count, squares.data(),
+                        slopes.data());
         std::size_t next = 0;
-        for (std::size_t k = 0; k < many; ++k)
+        for (std::size_t k = 0; k < many; ++k) {
+            double expected = 0;
             for (std::size_t j = 0; j <= k; ++j) {
-                double expected = 0;
                 pkmd_WeightedDots(data[k], w.data(), data.data() + j, 1, count, &expected);
-                EXPECT_EQ(sums[next++], expected) << many << ": " << k << ", " << j;
+                EXPECT_EQ(squares[next++], expected) << many << ": " << k << ", " << j;
             }
+            pkmd_Dots(residuals.data(), data.data() + k, 1, count, &expected);
+            EXPECT_EQ(slopes[k], expected) << many << ": " << k;
+        }
     }
 }
 
@@ -798,7 +804,7 @@ TEST(PeakFit, WindowsMoveTheOptimumAsLittleAsIsSaid) {
     for (const nlsq_eObjective objective : {nlsq_PoissonLikelihood, nlsq_LeastSquares}) {
         pkmd_sOptions options;
         options.objective = objective;
-        options.control.decreaseTolerance = 1e-22;
+        options.control = {.decreaseTolerance = 1e-22};
         options.windows = 14;
         const nlsq_sResult whole = pkmd_Fit(model, spectrum.array, options).fit;
         const auto distance = [&](double windows) {
@@ -819,6 +825,41 @@ TEST(PeakFit, WindowsMoveTheOptimumAsLittleAsIsSaid) {
     }
 }
 
+// Distances from the optimum, in standard errors, of pairs of peaks that overlap.
+TEST(PeakFit, EndsAtTheOptimumWithoutStepsToSpare) {
+    std::mt19937_64 random(4);
+    const auto between = [&](double a, double b) {
+        return std::uniform_real_distribution<>(a, b)(random);
+    };
+    int evaluations = 0;
+    int more = 0;
+    for (unsigned spectra = 0; spectra < 200; ++spectra) {
+        const double high = std::pow(10, between(2.5, 5));
+        pkmd_cModel model;
+        model.AddPeak(pkmd_Gaussian, 60, high, 5);
+        model.AddPeak(pkmd_Gaussian, 60 + between(12, 30), between(0.3, 1) * high, 5);
+        model.AddPolynomial({between(0.01, 0.1) * high, 0}, 75, 75);
+        const Spectrum spectrum(model, 150, cal_c1DArrayCal(0, 1, 0), spectra + 1);
+        for (int i = 0; i < 6; ++i)
+            model.SetStart(i, model.Starts()[static_cast<std::size_t>(i)] *
+                                  (1 + between(-0.03, 0.03)));
+        pkmd_sOptions options;
+        options.windows = 9;
+        options.objective = spectra % 2 != 0 ? nlsq_LeastSquares : nlsq_PoissonLikelihood;
+        const nlsq_sResult found = pkmd_Fit(model, spectrum.array, options).fit;
+        options.control = {.decreaseTolerance = 1e-22};
+        const nlsq_sResult whole = pkmd_Fit(model, spectrum.array, options).fit;
+        ASSERT_TRUE(found.Converged());
+        evaluations += found.evaluations;
+        more += whole.evaluations - found.evaluations;
+        for (std::size_t i = 0; i < found.parameters.size(); ++i)
+            EXPECT_NEAR(found.parameters[i], whole.parameters[i], 1e-6 * whole.standardErrors[i])
+                << spectra << ": " << i;
+    }
+    EXPECT_LT(evaluations, 200 * 9);
+    EXPECT_GT(more, 200);
+}
+
 // What is cut off a peak is small beside the noise, however high it is and whatever it starts from.
 TEST(PeakFit, WindowsAreWideEnoughForHighPeaks) {
     const cal_c1DArrayCal scale(0, 0.01237, 0);
@@ -833,7 +874,7 @@ TEST(PeakFit, WindowsAreWideEnoughForHighPeaks) {
                     model.SetStart(2, 0.2 * start);
                     pkmd_sOptions options;
                     options.objective = objective;
-                    options.control.decreaseTolerance = 1e-22;
+                    options.control = {.decreaseTolerance = 1e-22};
                     const nlsq_sResult found = pkmd_Fit(model, spectrum.array, options).fit;
                     options.windows = 9;
                     const nlsq_sResult whole = pkmd_Fit(model, spectrum.array, options).fit;
