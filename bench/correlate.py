@@ -1,25 +1,9 @@
 #!/usr/bin/python3
-"""Correlations, convolutions and bands by OpenCV on one thread, the peer of bench_correlate.
+"""Correlations, convolutions and bands by OpenCV on one thread, the peer of bench_correlate. The transforms of both
+sides are in single precision and differ by a constant factor."""
+from peer import compare, np, opencv, real, within
 
-usage: correlate.py DIRECTORY   (where bench_correlate left samples of its results)
-
-Compares the samples first, then prints times in the same form. The transforms of both sides are in
-single precision and differ by a constant factor.
-"""
-import sys
-
-from peer import ours, real, report
-
-import numpy as np
-
-try:
-    import cv2
-except ImportError:
-    print("note absent OpenCV is not installed (Debian: python3-opencv)")
-    sys.exit(0)
-
-cv2.setNumThreads(1)
-cv2.setUseOptimized(True)
+cv2 = opencv()
 BACK = cv2.DFT_SCALE | cv2.DFT_REAL_OUTPUT
 
 
@@ -52,30 +36,22 @@ def cross_in_band(a, b):
     return np.fft.fftshift(cv2.idft(product, flags=BACK))
 
 
-def agrees(directory, name, result):
-    """Up to the factor, and to the rounding of transforms in single precision."""
-    sample = ours(directory, name, result.size, np.complex64 if name == "auto" else np.float32)
-    if name == "auto":  # ours is of the centred spectrum, which changes every other sign
-        signs = 1 - 2 * (np.arange(result.shape[0]) % 2)
-        result = result * signs * signs[:, np.newaxis]
-    theirs = result.reshape(-1)[::max(1, result.size // 4096)]
-    if name == "band":
-        return np.mean(sample == theirs) > 0.999  # the edges are rounded differently
-    if sample.shape != theirs.shape:
-        return False
-    factor = np.dot(sample.real.astype(np.float64), theirs) / np.dot(theirs, theirs)
-    return factor != 0 and bool(
-        np.max(np.abs(sample / factor - theirs)) <= 1e-5 * np.max(np.abs(theirs)))
+def up_to_a_factor(sample, theirs):
+    """And to the rounding of transforms in single precision."""
+    factor = np.dot(sample.real.astype(np.float64), theirs.real) / np.dot(theirs.real, theirs.real)
+    return factor != 0 and np.max(np.abs(sample / factor - theirs)) <= 1e-5 * np.max(np.abs(theirs))
 
 
-def main():
-    directory = sys.argv[1] if len(sys.argv) > 1 else "."
-    print("note peer OpenCV", cv2.__version__)
-    for side in (512, 2048):
-        a, b = (real(side * side, which).reshape(side, side) for which in (1, 2))
-        for call in (cross, auto, convolute, cross_in_band, band):
-            good = agrees(directory, call.__name__, call(a, b))
-            report(call.__name__, a.size, good, lambda: call(a, b))
+def signs(side):
+    """Ours is of the centred spectrum, which changes every other sign; a sample has whole columns of one sign."""
+    change = 1 - 2 * (np.arange(side) % 2)
+    return (change * change[:, np.newaxis]).reshape(-1)[::max(1, side * side // 4096)]
 
 
-main()
+for side in (512, 2048):
+    a, b = (real(side * side, which).reshape(side, side) for which in (1, 2))
+    for call in (cross, convolute, cross_in_band):
+        compare({call.__name__: lambda: call(a, b)}, agrees=up_to_a_factor)
+    compare({"auto": lambda: auto(a, b)}, kind=np.complex64,
+            agrees=lambda sample, theirs: up_to_a_factor(sample, theirs * signs(side)))
+    compare({"band": lambda: band(a, b)}, agrees=within(0, 0.999))  # the edges are rounded differently

@@ -1,29 +1,17 @@
 #!/usr/bin/python3
-"""Smoothing and peaks by scipy, the peer of bench_filter.
+"""Smoothing and peaks by scipy, the peer of bench_filter, which has no such background; its peer is the same loop in
+numpy. Peaks agree to the order of adding, medians exactly, averages to a few epsilon of the values, backgrounds to that
+of their scale, which is steep."""
+from peer import compare, double, needed, np, of_largest, real, within
 
-usage: filter.py DIRECTORY   (where bench_filter left samples of its results)
-
-Compares the samples first, then prints times in the same form. scipy has no such background; its peer
-is the same loop in numpy.
-"""
-import sys
-
-from peer import ours, real, report
-
-import numpy as np
-
-try:
-    import scipy
-    from scipy import ndimage, signal
-except ImportError:
-    print("note absent scipy is not installed (Debian: python3-scipy)")
-    sys.exit(0)
+needed("scipy", "scipy", "python3-scipy")
+from scipy import ndimage, signal
 
 
 def spectrum(count):
     i = np.arange(count)
     t = (i % 300 - 150.0) / 12
-    return 400 * np.exp(-t * t) + 50 * real(count, 1).astype(np.float64)
+    return 400 * np.exp(-t * t) + 50 * double(count, 1)
 
 
 def peaks(array, **options):
@@ -31,65 +19,27 @@ def peaks(array, **options):
     return np.array([found.size, found.sum(), figures["prominences"].sum(), figures["widths"].sum()])
 
 
-def scale(y):
-    return np.log(np.log(np.sqrt(y + 1) + 1) + 1)
-
-
 def background(y, iterations):
-    v = scale(y)
+    v = np.log(np.log(np.sqrt(y + 1) + 1) + 1)
     for p in range(iterations, 0, -1):
         v[p:-p] = np.minimum(v[p:-p], 0.5 * v[:-2 * p] + 0.5 * v[2 * p:])
     return np.minimum(y, (np.exp(np.exp(v) - 1) - 1) ** 2 - 1)
 
 
-LINES = {
-    "peaks_prominent": "peaks(lines, prominence=100)",
-    "peaks_apart": "peaks(lines, prominence=100, distance=20)",
-    "peaks_of_noise": "peaks(noise, prominence=0.5)",
-    "polynomial_5_2": "signal.savgol_filter(a, 5, 2)",
-    "polynomial_21_3": "signal.savgol_filter(a, 21, 3)",
-    "gauss_line_2": "ndimage.gaussian_filter1d(a, 2)",
-    "median_line_5": "ndimage.median_filter(a, 5)",
-    "background_24": "background(lines, 24)",
-}
-IMAGES = {
-    "gauss_image_1": "ndimage.gaussian_filter(a, 1)",
-    "gauss_image_4": "ndimage.gaussian_filter(a, 4)",
-    "median_image_3": "ndimage.median_filter(a, 3)",
-    "median_image_9": "ndimage.median_filter(a, 9)",
-}
-
-
-def agrees(directory, name, count, result):
-    """Peaks agree to the order of adding, medians exactly, averages to 8 epsilon of the values,
-    backgrounds to that of their scale, which is steep."""
-    if name.startswith("peaks"):
-        return bool(np.allclose(ours(directory, name, count, np.float64), result, rtol=1e-12, atol=0))
-    result = result.ravel()
-    sample = ours(directory, name, count, result.dtype)
-    theirs = result[:: max(1, result.size // 4096)]
-    if name.startswith("median"):
-        return np.array_equal(sample, theirs)
-    tolerance = (4096 if name.startswith("background") else 8) * np.finfo(result.dtype).eps
-    return bool(np.all(np.abs(sample - theirs) <= tolerance * np.abs(result).max()))
-
-
-def compare(directory, cases, count, names):
-    for name, statement in cases.items():
-        report(name, count, agrees(directory, name, count, eval(statement, names)), statement, names)
-
-
-def main():
-    directory = sys.argv[1] if len(sys.argv) > 1 else "."
-    print("note peer scipy", scipy.__version__)
-    shared = {"signal": signal, "ndimage": ndimage, "peaks": peaks, "background": background}
-    for count in (4096, 1 << 20):
-        compare(directory, LINES, count, shared | {
-            "lines": spectrum(count), "noise": real(count, 2).astype(np.float64),
-            "a": real(count, 1)})
-    for side in (256, 1024):
-        compare(directory, IMAGES, side * side,
-                shared | {"a": real(side * side, 3).reshape(side, side)})
-
-
-main()
+single = np.finfo(np.float32).eps
+for count in (4096, 1 << 20):
+    lines, noise, a = spectrum(count), double(count, 2), real(count, 1)
+    compare({"peaks_prominent": lambda: peaks(lines, prominence=100),
+             "peaks_apart": lambda: peaks(lines, prominence=100, distance=20),
+             "peaks_of_noise": lambda: peaks(noise, prominence=0.5)},
+            agrees=within(lambda theirs: 1e-12 * np.abs(theirs)), count=count)
+    compare({"polynomial_5_2": lambda: signal.savgol_filter(a, 5, 2),
+             "polynomial_21_3": lambda: signal.savgol_filter(a, 21, 3),
+             "gauss_line_2": lambda: ndimage.gaussian_filter1d(a, 2)}, agrees=of_largest(8 * single))
+    compare({"median_line_5": lambda: ndimage.median_filter(a, 5)})
+    compare({"background_24": lambda: background(lines, 24)}, agrees=of_largest(4096 * np.finfo(float).eps))
+for side in (256, 1024):
+    image = real(side * side, 3).reshape(side, side)
+    compare({f"gauss_image_{sigma}": lambda sigma=sigma: ndimage.gaussian_filter(image, sigma) for sigma in (1, 4)},
+            agrees=of_largest(8 * single))
+    compare({f"median_image_{width}": lambda width=width: ndimage.median_filter(image, width) for width in (3, 9)})

@@ -36,7 +36,10 @@ def side(lines):
                 said["notes"][words[1]] = text
         elif len(words) == 4 and words[0] in ("time", "check", "memory") and words[2].isdigit():
             key = (words[1], int(words[2]))
-            said[words[0]][key] = words[3] == "agree" if words[0] == "check" else number(words[3])
+            if words[0] == "check":  # of several peers, each has to agree
+                said["check"][key] = words[3] == "agree" and said["check"].get(key, True)
+            else:
+                said[words[0]][key] = number(words[3])
             said["peer"].setdefault(key, said["notes"].get("peer"))
     return said
 

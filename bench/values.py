@@ -1,16 +1,7 @@
 #!/usr/bin/python3
-"""Conversions, resampling and selections by numpy, the peer of bench_values.
-
-usage: values.py DIRECTORY   (where bench_values left samples of its results)
-
-Compares the samples first, then prints times in the same form. Numpy interpolates in double
-precision and wants the positions, which are made beforehand and not timed.
-"""
-import sys
-
-from peer import bits, ours, real, report
-
-import numpy as np
+"""Conversions, resampling and selections by numpy, the peer of bench_values. Numpy interpolates in double precision and
+wants the positions, which are made beforehand and not timed."""
+from peer import compare, double, np, pairs, real, short, within
 
 SIDE = 2048
 
@@ -41,61 +32,26 @@ def rebin(counts, delta):
     return np.diff(np.interp(edges, np.arange(counts.size + 1.0), upto)).astype(np.float32)
 
 
-CASES = {
+EXACT = {
     "u16_to_float": "u.astype(np.float32)",
     "double_to_float": "d.astype(np.float32)",
     "float_to_u8": "np.clip(np.rint(f), 0, 255).astype(np.uint8)",
-    "complex_modulus": "np.abs(c)",
     "select_half": "a[quarter:quarter + half].copy()",
+}
+INTERPOLATED = {
+    "complex_modulus": "np.abs(c)",
     "rescale_line": "np.interp(fine, stored, a).astype(np.float32)",
     "rebin_line": "rebin(a, 1.75)",
     "subtract_coarse": "a - np.interp(stored, coarse_positions, coarse).astype(np.float32)",
 }
-IMAGE_CASES = {
-    "select_window": "image[512:1536, 512:1536].copy()",
-    "rescale_image": "rescale_image(image, x)",
-}
-
-
-def inputs(count):
+near = within(1e-6)  # elements are about 1; each step of the interpolation rounds once
+for count in (100000, 1 << 24):
     stored = np.arange(count, dtype=np.float64)
-    return {
-        "np": np, "rebin": rebin, "a": real(count, 1), "coarse": real(count // 2, 2),
-        "u": (bits(count, 1) >> np.uint32(16)).astype(np.uint16),
-        "d": real(count, 2).astype(np.float64), "f": np.float32(200) * real(count, 3),
-        "c": real(count, 4) + np.complex64(1j) * real(count, 5),
-        "quarter": count // 4, "half": count // 2, "stored": stored,
-        "fine": positions(count, 0.75), "coarse_positions": stored[::2].copy(),
-    }
-
-
-def image_inputs():
-    return {"np": np, "rescale_image": rescale_image, "x": positions(SIDE, 0.75),
-            "image": real(SIDE * SIDE, 1).reshape(SIDE, SIDE)}
-
-
-def compare_and_time(directory, name, statement, names):
-    result = eval(statement, names).reshape(-1)
-    theirs = result[::max(1, result.size // 4096)]
-    sample = ours(directory, name, result.size, result.dtype)
-    if name in ("complex_modulus", "rescale_line", "rebin_line", "subtract_coarse", "rescale_image"):
-        # Elements are about 1; each step of the interpolation rounds once.
-        good = sample.shape == theirs.shape and bool(np.all(np.abs(sample - theirs) <= 1e-6))
-    else:
-        good = np.array_equal(sample, theirs)
-    report(name, result.size, good, statement, names)
-
-
-def main():
-    directory = sys.argv[1] if len(sys.argv) > 1 else "."
-    print("note peer numpy", np.__version__)
-    for count in (100000, 1 << 24):
-        names = inputs(count)
-        for name, statement in CASES.items():
-            compare_and_time(directory, name, statement, names)
-    names = image_inputs()
-    for name, statement in IMAGE_CASES.items():
-        compare_and_time(directory, name, statement, names)
-
-
-main()
+    names = {"np": np, "rebin": rebin, "a": real(count, 1), "coarse": real(count // 2, 2), "u": short(count, 1),
+             "d": double(count, 2), "f": np.float32(200) * real(count, 3), "c": pairs(count, 4), "quarter": count // 4,
+             "half": count // 2, "stored": stored, "fine": positions(count, 0.75), "coarse_positions": stored[::2].copy()}
+    compare(EXACT, names)
+    compare(INTERPOLATED, names, near)
+image, x = real(SIDE * SIDE, 1).reshape(SIDE, SIDE), positions(SIDE, 0.75)
+compare({"select_window": lambda: image[512:1536, 512:1536].copy()})
+compare({"rescale_image": lambda: rescale_image(image, x)}, agrees=near)
