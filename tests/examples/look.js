@@ -1,26 +1,4 @@
-#!/usr/bin/env python3
-"""tour_report PROGRAM [ARGUMENT...]: the report of the tour in a browser, on a telephone and on a desktop, light and
-dark: everything is drawn, legible and within the window, and nothing is asked for. Skipped where there is
-no Chromium, its driver or selenium (Debian: chromium-driver, python3-selenium)."""
-
-import json
-import os
-import shutil
-import subprocess
-import sys
-import tempfile
-from pathlib import Path
-
-try:
-    from selenium import webdriver
-    from selenium.webdriver.chrome.service import Service
-except ImportError:
-    print("skipped: there is no selenium (Debian: python3-selenium)")
-    sys.exit(77)
-
-SCREENS = {"telephone": (390, 844), "small telephone": (320, 640), "tablet": (768, 1024), "desktop": (1280, 900)}
-
-LOOK = """
+// What is wrong with the report that the browser shows at the width of arguments[0], and what there is to be seen.
 const done = arguments[1], width = arguments[0];
 (async () => {
   const wrong = [];
@@ -30,7 +8,7 @@ const done = arguments[1], width = arguments[0];
 
   // Colours, with what shines through mixed in.
   const parse = text => {
-    const parts = text.match(/[\\d.]+/g).map(Number);
+    const parts = text.match(/[\d.]+/g).map(Number);
     return parts.length > 3 ? parts : [...parts, 1];
   };
   const behind = element => {
@@ -129,66 +107,3 @@ const done = arguments[1], width = arguments[0];
     check(document.querySelector(link.getAttribute('href')), `${link.textContent} leads nowhere`);
   return {wrong, steps: sections.length, pictures, texts};
 })().then(done, error => done({wrong: [String(error)], steps: 0, pictures: 0, texts: 0}));
-"""
-
-
-def browser(program, driver):
-    options = webdriver.ChromeOptions()
-    options.binary_location = program
-    for argument in ("--headless=new", "--disable-gpu", "--disable-dev-shm-usage", "--hide-scrollbars",
-                     *(["--no-sandbox"] if os.geteuid() == 0 else [])):
-        options.add_argument(argument)
-    options.set_capability("goog:loggingPrefs", {"performance": "ALL", "browser": "ALL"})
-    return webdriver.Chrome(service=Service(driver), options=options)
-
-
-def complaints(chromium, url):
-    """What the page asked for and what the browser had to say about it."""
-    for entry in chromium.get_log("performance"):
-        event = json.loads(entry["message"])["message"]
-        asked = event["params"].get("request", {}).get("url", url)
-        if event["method"] == "Network.requestWillBeSent" and asked != url and not asked.startswith("data:"):
-            yield "asks for " + asked
-    for entry in chromium.get_log("browser"):
-        yield "makes the browser say: " + entry["message"]
-
-
-def look(chromium, url, width, height, scheme):
-    """What is wrong with the page on a screen of this size, light or dark, and what there is to be seen."""
-    chromium.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
-        "width": width, "height": height, "deviceScaleFactor": 2, "mobile": width < 600})
-    chromium.execute_cdp_cmd("Emulation.setEmulatedMedia", {
-        "features": [{"name": "prefers-color-scheme", "value": scheme}]})
-    chromium.get(url)
-    seen = chromium.execute_async_script(LOOK, width)
-    wrong = seen["wrong"] + list(complaints(chromium, url))
-    if seen["steps"] < (13 if sys.argv[2:] else 15) or seen["pictures"] < 40 or seen["texts"] < 500:
-        wrong.append("there is less to be seen than there should be")
-    return wrong, f"{seen['steps']} steps, {seen['pictures']} pictures and curves, {seen['texts']} texts"
-
-
-def main():
-    program = next(filter(None, map(shutil.which, ("chromium", "chromium-browser", "google-chrome"))), None)
-    driver = shutil.which("chromedriver")
-    if program is None or driver is None:
-        print("skipped: there is no Chromium with its driver")
-        return 77
-    failures = 0
-    with tempfile.TemporaryDirectory() as work:
-        subprocess.run(sys.argv[1:], cwd=work, check=True, stdout=subprocess.DEVNULL)
-        url = (Path(work) / "tour-out/report.html").as_uri()
-        chromium = browser(program, driver)
-        try:
-            chromium.set_script_timeout(120)
-            for screen, (width, height) in SCREENS.items():
-                for scheme in ("light", "dark"):
-                    wrong, seen = look(chromium, url, width, height, scheme)
-                    print(f"{screen}, {scheme}: {seen}; {len(wrong)} failures")
-                    print(*(f"  FAILED: {line}" for line in wrong[:20]), sep="\n", end="\n" if wrong else "")
-                    failures += len(wrong)
-        finally:
-            chromium.quit()
-    return 1 if failures else 0
-
-
-sys.exit(main())

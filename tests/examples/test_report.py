@@ -1,0 +1,181 @@
+"""The report of the tour. As a file it is well-formed, needs no other file, has all that is told on the terminal, and its
+pictures are whole. In a browser, on a telephone and on a desktop, light and dark, everything is drawn, legible and within
+the window, and nothing is asked for."""
+import base64
+import json
+import os
+import pathlib
+import re
+import shutil
+import struct
+import xml.etree.ElementTree as ElementTree
+import zlib
+
+import pytest
+
+LOOK = pathlib.Path(__file__).with_name("look.js").read_text()
+
+
+def text_of(element):
+    return " ".join("".join(element.itertext()).split())
+
+
+def parsed(path):
+    text = path.read_text()
+    assert text.startswith("<!DOCTYPE html>\n<html")
+    return ElementTree.fromstring(text.removeprefix("<!DOCTYPE html>\n"))
+
+
+def check_alone(page):
+    """Nothing is fetched and nothing is run."""
+    for element in page.iter():
+        assert element.tag not in ("script", "link", "iframe", "object", "embed", "base")
+        for name, value in element.attrib.items():
+            assert not name.startswith("on")
+            if name in ("src", "href", "srcset", "poster", "data"):
+                assert value.startswith(("#", "data:image/png;base64,"))
+    for style in page.iter("style"):
+        assert not re.search(r"url\(|@import", style.text)
+    assert [meta.get("content") for meta in page.iter("meta") if meta.get("http-equiv") == "Content-Security-Policy"] == [
+        "default-src 'none'; style-src 'unsafe-inline'; img-src data:"]
+
+
+def size_of_png(address):
+    """Its parts have the right check sums, and its pixels are all there: width, height, how many bytes differ."""
+    data = base64.b64decode(address.split(",", 1)[1], validate=True)
+    assert data[:8] == b"\x89PNG\r\n\x1a\n"
+    at, parts = 8, {}
+    while at < len(data):
+        length, name = struct.unpack(">I4s", data[at:at + 8])
+        content = data[at + 8:at + 8 + length]
+        assert struct.unpack(">I", data[at + 8 + length:at + 12 + length]) == (zlib.crc32(name + content),)
+        parts[name] = parts.get(name, b"") + content
+        at += 12 + length
+    assert {b"IHDR", b"PLTE", b"IDAT", b"IEND"} <= set(parts)
+    width, height = struct.unpack(">II", parts[b"IHDR"][:8])
+    assert parts[b"IHDR"][8:] == bytes([8, 3, 0, 0, 0]) and len(parts[b"PLTE"]) == 768  # 256 colours
+    rows = zlib.decompress(parts[b"IDAT"])
+    assert len(rows) == height * (width + 1) and not any(rows[::width + 1])  # no row is filtered
+    return width, height, len(set(rows))
+
+
+def check_pictures(page):
+    for number, figure in enumerate(page.iter("figure"), 1):
+        assert text_of(figure.find("figcaption")).startswith(f"Figure {number}. ")
+        pictures = [svg for svg in figure.iter("svg") if svg.get("aria-hidden") != "true"]
+        assert pictures
+        for svg in pictures:
+            assert svg.get("role") == "img" and len(svg.get("aria-label", "")) > 40
+            names = [text for text in svg.iter("text") if "name" in text.get("class", "")]
+            assert len(names) >= 2 and all(map(text_of, names))
+            assert len([text for text in svg.iter("text") if text.get("class") in ("left", "below")]) >= 4
+            images = [size_of_png(image.get("href")) for image in svg.iter("image")]
+            paths = [(path.get("class", ""), path.get("d")) for path in svg.iter("path")]
+            curves = [(kind, d) for kind, d in paths if "curve" in kind]
+            if images:
+                (width, height, colours), bar = images
+                assert width >= 64 and height >= 64 and colours > 3 and bar == (256, 1, 256)
+            else:
+                assert curves
+            for kind, d in curves:
+                assert d.count("M") + d.count("L") > 50 or "dots" in kind
+                assert not re.search(r"nan|inf|e", d)
+
+
+def check_steps(page, terminal):
+    """Each step has its heading, something said, and a link; all that the terminal says is there."""
+    sections = page.findall("body/main/section")
+    assert [text_of(section.find("h2")) for section in sections] == re.findall(r"^\d+\. .*", terminal, re.MULTILINE)
+    for section, link in zip(sections, page.iter("a"), strict=True):
+        assert link.get("href") == "#" + section.get("id")
+        assert any(len(text_of(p)) > 40 for p in section.findall("p"))
+        assert any(section.find(".//" + tag) is not None for tag in ("figure", "table", "pre"))
+    squeezed = text_of(page.find("body")).replace(" ", "")
+    apart = re.sub(r"\[figure (\d+): ([^]]*)\]", lambda m: f"Figure {m[1]}. {' '.join(m[2].split())}", terminal)
+    for line in apart.splitlines():  # the cells of a table follow each other without blanks
+        assert line.startswith("The report, with all pictures: ") or "".join(line.split()) in squeezed
+    for table in page.iter("table"):
+        heads, rows = table.findall("thead/tr/th"), table.findall("tbody/tr")
+        assert len(text_of(table.find("caption"))) > 5 and len(heads) > 1 and rows and all(map(text_of, heads))
+        assert all(len(row.findall("td")) == len(heads) for row in rows)
+
+
+def test_file(tour, tmp_path):
+    done = tour()
+    assert (done.returncode, done.stderr) == (0, "")
+    report = tmp_path / "tour-out/report.html"
+    assert [path.name for path in report.parent.iterdir()] == ["report.html"]
+    page = parsed(report)
+    check_alone(page)
+    names = {meta.get("name"): meta.get("content") for meta in page.iter("meta")}
+    assert (page.get("lang"), names["viewport"], names["color-scheme"], page.find("head/meta[@charset]").get("charset")) == (
+        "en", "width=device-width, initial-scale=1", "light dark", "utf-8")
+    assert text_of(page.find("head/title")) == "A tour of DataProcessing" and len(list(page.iter("h1"))) == 1
+    check_pictures(page)
+    assert len(list(page.iter("figure"))) == 15
+    check_steps(page, done.stdout)
+    before = report.read_bytes()
+    tour()
+    assert report.read_bytes() == before
+
+
+def test_file_of_strange_input(tour, tmp_path):
+    """Names of files are shown as they are, whatever is in them, and numbers that leave nothing of an axis are drawn all
+    the same."""
+    path = os.fsencode(tmp_path) + b"/<b>&amp;\"' \xc3\xa4 \xff \xed\xa0\x80"
+    with open(path, "wb") as file:
+        file.writelines(b"%de-323\n" % i for i in range(1, 1001))
+    assert tour(b"--spectrum=" + path).returncode == 0
+    page = parsed(tmp_path / "tour-out/report.html")
+    check_alone(page)
+    check_pictures(page)
+    assert text_of(page.findall("body/header//td")[1]) == f"{tmp_path}/<b>&amp;\"' ä � ���"
+
+
+# ---- In a browser ------------------------------------------------------------------------------------------------------
+
+@pytest.fixture(scope="module")
+def chromium():
+    """Skipped where there is no Chromium, its driver or selenium (Debian: chromium-driver, python3-selenium)."""
+    webdriver = pytest.importorskip("selenium.webdriver")
+    service = pytest.importorskip("selenium.webdriver.chrome.service")
+    program = next(filter(None, map(shutil.which, ("chromium", "chromium-browser", "google-chrome"))), None)
+    driver = shutil.which("chromedriver")
+    if program is None or driver is None:
+        pytest.skip("there is no Chromium with its driver")
+    options = webdriver.ChromeOptions()
+    options.binary_location = program
+    for argument in ("--headless=new", "--disable-gpu", "--disable-dev-shm-usage", "--hide-scrollbars",
+                     *(["--no-sandbox"] if os.geteuid() == 0 else [])):
+        options.add_argument(argument)
+    options.set_capability("goog:loggingPrefs", {"performance": "ALL", "browser": "ALL"})
+    browser = webdriver.Chrome(service=service.Service(driver), options=options)
+    browser.set_script_timeout(120)
+    yield browser
+    browser.quit()
+
+
+def complaints(chromium, url):
+    """What the page asked for and what the browser had to say about it."""
+    for entry in chromium.get_log("performance"):
+        event = json.loads(entry["message"])["message"]
+        asked = event["params"].get("request", {}).get("url", url)
+        if event["method"] == "Network.requestWillBeSent" and asked != url and not asked.startswith("data:"):
+            yield "asks for " + asked
+    for entry in chromium.get_log("browser"):
+        yield "makes the browser say: " + entry["message"]
+
+
+def test_browser(chromium, tour, tmp_path):
+    assert tour().returncode == 0
+    url = (tmp_path / "tour-out/report.html").as_uri()
+    for width, height in ((390, 844), (320, 640), (768, 1024), (1280, 900)):
+        for scheme in ("light", "dark"):
+            chromium.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
+                "width": width, "height": height, "deviceScaleFactor": 2, "mobile": width < 600})
+            chromium.execute_cdp_cmd("Emulation.setEmulatedMedia", {
+                "features": [{"name": "prefers-color-scheme", "value": scheme}]})
+            chromium.get(url)
+            seen = chromium.execute_async_script(LOOK, width)
+            assert (width, scheme, seen["wrong"] + list(complaints(chromium, url))) == (width, scheme, [])
+            assert seen["steps"] >= 15 and seen["pictures"] >= 40 and seen["texts"] >= 500
