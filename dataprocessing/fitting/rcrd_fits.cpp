@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "dataprocessing/exchange/obty.h"
-#include "dataprocessing/exchange/tgio_lasting.h"
 #include "dataprocessing/valuemodel/rcrd_object.h"
 
 using namespace dataprocessing::detail;
@@ -57,56 +56,19 @@ struct rcrd_cFits {
     static double& Offset(plft_c1DOffsetPolyFittingFunction& fit) noexcept { return fit.offset_; }
 };
 
+// clang-format off
+template<> constexpr rcrd_sKind rcrd_kindOf<nlsq_sResult> = {obty_FitResultString, obty_FitResultType};
+template<> constexpr rcrd_sKind rcrd_kindOf<pkmd_sResult> = {obty_PeakFitResultString, obty_PeakFitResultType};
+template<> constexpr rcrd_sKind rcrd_kindOf<plft_c1DPolyFittingFunction> = {obty_PolynomialString, obty_PolynomialType};
+template<> constexpr rcrd_sKind rcrd_kindOf<plft_c1DOffsetPolyFittingFunction> = {obty_OffsetPolynomialString, obty_OffsetPolynomialType};
+template<> constexpr rcrd_sKind rcrd_kindOf<pwft_cPowerLawFittingFunction> = {obty_PowerLawString, obty_PowerLawType};
+template<> constexpr rcrd_sKind rcrd_kindOf<gsft_cGaussian> = {obty_GaussianString, obty_GaussianType};
+template<> constexpr rcrd_sKind rcrd_kindOf<gsft_cResolution> = {obty_ResolutionString, obty_ResolutionType};
+// clang-format on
+
 } // namespace dataprocessing::detail
 
 namespace {
-
-/// The objects that fits are in streams.
-template<class Value>
-struct sKind;
-template<>
-struct sKind<nlsq_sResult> {
-    static constexpr const char* name = obty_FitResultString;
-    static constexpr unsigned short number = obty_FitResultType;
-};
-template<>
-struct sKind<pkmd_sResult> {
-    static constexpr const char* name = obty_PeakFitResultString;
-    static constexpr unsigned short number = obty_PeakFitResultType;
-};
-template<>
-struct sKind<plft_c1DPolyFittingFunction> {
-    static constexpr const char* name = obty_PolynomialString;
-    static constexpr unsigned short number = obty_PolynomialType;
-};
-template<>
-struct sKind<plft_c1DOffsetPolyFittingFunction> {
-    static constexpr const char* name = obty_OffsetPolynomialString;
-    static constexpr unsigned short number = obty_OffsetPolynomialType;
-};
-template<>
-struct sKind<pwft_cPowerLawFittingFunction> {
-    static constexpr const char* name = obty_PowerLawString;
-    static constexpr unsigned short number = obty_PowerLawType;
-};
-template<>
-struct sKind<gsft_cGaussian> {
-    static constexpr const char* name = obty_GaussianString;
-    static constexpr unsigned short number = obty_GaussianType;
-};
-template<>
-struct sKind<gsft_cResolution> {
-    static constexpr const char* name = obty_ResolutionString;
-    static constexpr unsigned short number = obty_ResolutionType;
-};
-
-template<class Value>
-struct sImageOf {
-    static const tgio_cObjectType& Type() {
-        static const tgio_cLasting type(sKind<Value>::name, sKind<Value>::number);
-        return type.value;
-    }
-};
 
 bool isSquareOf(const std::vector<double>& matrix, std::size_t count) {
     return matrix.size() == count * count;
@@ -155,7 +117,7 @@ template<class Value>
 class cImage;
 
 template<>
-class cImage<nlsq_sResult> final : public sImageOf<nlsq_sResult> {
+class cImage<nlsq_sResult> final : public rcrd_sImageOf<nlsq_sResult> {
 public:
     cImage() = default;
     explicit cImage(const nlsq_sResult& fit) : result_{fit, fit.end} {}
@@ -172,7 +134,7 @@ private:
 };
 
 template<>
-class cImage<pkmd_sResult> final : public sImageOf<pkmd_sResult> {
+class cImage<pkmd_sResult> final : public rcrd_sImageOf<pkmd_sResult> {
 public:
     cImage() = default;
     explicit cImage(const pkmd_sResult& value)
@@ -225,7 +187,7 @@ private:
 
 /// Polynomials of all kinds.
 template<class Value>
-class cImage final : public sImageOf<Value> {
+class cImage final : public rcrd_sImageOf<Value> {
 public:
     cImage() = default;
     explicit cImage(const Value& fit) : saved_(rcrd_cFits::Of(fit)) {
@@ -266,7 +228,7 @@ private:
 };
 
 template<>
-class cImage<gsft_cGaussian> final : public sImageOf<gsft_cGaussian> {
+class cImage<gsft_cGaussian> final : public rcrd_sImageOf<gsft_cGaussian> {
 public:
     cImage() = default;
     explicit cImage(const gsft_cGaussian& peak)
@@ -292,7 +254,7 @@ private:
 };
 
 template<>
-class cImage<gsft_cResolution> final : public sImageOf<gsft_cResolution> {
+class cImage<gsft_cResolution> final : public rcrd_sImageOf<gsft_cResolution> {
 public:
     cImage() = default;
     explicit cImage(const gsft_cResolution& law)

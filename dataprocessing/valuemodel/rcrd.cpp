@@ -5,9 +5,26 @@
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/exchange/obty.h"
-#include "dataprocessing/exchange/tgio_lasting.h"
 #include "dataprocessing/valuemodel/barr_make.h"
 #include "dataprocessing/valuemodel/rcrd_object.h"
+
+namespace dataprocessing::detail {
+
+// clang-format off
+template<> constexpr rcrd_sKind rcrd_kindOf<pnum_cNumber> = {obty_NumberString, obty_NumberType};
+template<> constexpr rcrd_sKind rcrd_kindOf<parr_c1DNumberArray> = {obty_NumberArray1DString, obty_NumberArray1DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<parr_c2DNumberArray> = {obty_NumberArray2DString, obty_NumberArray2DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<darr_c1DArray> = {obty_Array1DString, obty_Array1DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<darr_c2DArray> = {obty_Array2DString, obty_Array2DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<barr_c1DBoolArray> = {obty_BoolArray1DString, obty_BoolArray1DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<barr_c2DBoolArray> = {obty_BoolArray2DString, obty_BoolArray2DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<cal_c1DArrayCal> = {obty_Calibration1DString, obty_Calibration1DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<cal_c2DArrayCal> = {obty_Calibration2DString, obty_Calibration2DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<rnge_c1DRange> = {obty_Range1DString, obty_Range1DType};
+template<> constexpr rcrd_sKind rcrd_kindOf<rnge_c2DRange> = {obty_Range2DString, obty_Range2DType};
+// clang-format on
+
+} // namespace dataprocessing::detail
 
 using namespace dataprocessing::detail;
 
@@ -71,49 +88,11 @@ Value withSizes(dtyp_cDataType type, int sizeX, int sizeY) {
         return {sizeX, type, cal_c1DArrayCal()};
 }
 
-struct sKind {
-    const char* name;
-    unsigned short number;
-};
-template<class Value>
-constexpr sKind kindOf = {};
-template<>
-constexpr sKind kindOf<pnum_cNumber> = {obty_NumberString, obty_NumberType};
-template<>
-constexpr sKind kindOf<parr_c1DNumberArray> = {obty_NumberArray1DString, obty_NumberArray1DType};
-template<>
-constexpr sKind kindOf<parr_c2DNumberArray> = {obty_NumberArray2DString, obty_NumberArray2DType};
-template<>
-constexpr sKind kindOf<darr_c1DArray> = {obty_Array1DString, obty_Array1DType};
-template<>
-constexpr sKind kindOf<darr_c2DArray> = {obty_Array2DString, obty_Array2DType};
-template<>
-constexpr sKind kindOf<barr_c1DBoolArray> = {obty_BoolArray1DString, obty_BoolArray1DType};
-template<>
-constexpr sKind kindOf<barr_c2DBoolArray> = {obty_BoolArray2DString, obty_BoolArray2DType};
-template<>
-constexpr sKind kindOf<cal_c1DArrayCal> = {obty_Calibration1DString, obty_Calibration1DType};
-template<>
-constexpr sKind kindOf<cal_c2DArrayCal> = {obty_Calibration2DString, obty_Calibration2DType};
-template<>
-constexpr sKind kindOf<rnge_c1DRange> = {obty_Range1DString, obty_Range1DType};
-template<>
-constexpr sKind kindOf<rnge_c2DRange> = {obty_Range2DString, obty_Range2DType};
-
-/// What an image says of its kind.
-template<class Value>
-struct sImageOf {
-    static const tgio_cObjectType& Type() {
-        static const tgio_cLasting type(kindOf<Value>.name, kindOf<Value>.number);
-        return type.value;
-    }
-};
-
 template<class Value>
 class cImage;
 
 template<>
-class cImage<pnum_cNumber> final : public rcrd_cArray, public sImageOf<pnum_cNumber> {
+class cImage<pnum_cNumber> final : public rcrd_cArray, public rcrd_sImageOf<pnum_cNumber> {
 public:
     cImage() = default;
     explicit cImage(const pnum_cNumber& number) : number_(number), type_(number.DataType()) {}
@@ -142,7 +121,7 @@ private:
 
 /// Arrays of all kinds.
 template<class Value>
-class cImage final : public rcrd_cArray, public sImageOf<Value> {
+class cImage final : public rcrd_cArray, public rcrd_sImageOf<Value> {
 public:
     cImage() = default;
     explicit cImage(const Value& value) : source_(&value) {
@@ -223,7 +202,7 @@ private:
 };
 
 template<>
-class cImage<cal_c1DArrayCal> final : public sImageOf<cal_c1DArrayCal> {
+class cImage<cal_c1DArrayCal> final : public rcrd_sImageOf<cal_c1DArrayCal> {
 public:
     cImage() = default;
     explicit cImage(const cal_c1DArrayCal& cal) : axis_(cal) {}
@@ -240,7 +219,7 @@ private:
 };
 
 template<>
-class cImage<cal_c2DArrayCal> final : public sImageOf<cal_c2DArrayCal> {
+class cImage<cal_c2DArrayCal> final : public rcrd_sImageOf<cal_c2DArrayCal> {
 public:
     cImage() = default;
     explicit cImage(const cal_c2DArrayCal& cal) : x_(cal.X()), y_(cal.Y()) {}
@@ -259,7 +238,7 @@ private:
 };
 
 template<>
-class cImage<rnge_c1DRange> final : public sImageOf<rnge_c1DRange> {
+class cImage<rnge_c1DRange> final : public rcrd_sImageOf<rnge_c1DRange> {
 public:
     cImage() = default;
     explicit cImage(const rnge_c1DRange& range) : start_(range.Start()), end_(range.End()) {}
@@ -278,7 +257,7 @@ private:
 };
 
 template<>
-class cImage<rnge_c2DRange> final : public sImageOf<rnge_c2DRange> {
+class cImage<rnge_c2DRange> final : public rcrd_sImageOf<rnge_c2DRange> {
 public:
     cImage() = default;
     explicit cImage(const rnge_c2DRange& range)

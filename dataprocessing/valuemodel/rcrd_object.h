@@ -23,10 +23,29 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/exchange/tgio_attempt.h"
 #include "dataprocessing/exchange/tgio_blocks.h"
+#include "dataprocessing/exchange/tgio_lasting.h"
 #include "dataprocessing/valuemodel/rcrd.h"
 #include "dataprocessing/valuemodel/rcrd_elements.h"
 
 namespace dataprocessing::detail {
+
+/// What the records of a type are called; each type that has records has one of its own.
+struct rcrd_sKind {
+    const char* name;
+    unsigned short number;
+};
+template<class Value>
+inline constexpr rcrd_sKind rcrd_kindOf = {};
+
+/// The part of an image that says so.
+template<class Value>
+struct rcrd_sImageOf {
+    static const tgio_cObjectType& Type() {
+        static_assert(rcrd_kindOf<Value>.name != nullptr);
+        static const tgio_cLasting type(rcrd_kindOf<Value>.name, rcrd_kindOf<Value>.number);
+        return type.value;
+    }
+};
 
 /// What a field is called in both forms.
 struct rcrd_sField {
