@@ -15,10 +15,12 @@ namespace {
 
 /// 1 where the ramp lies within the band, 0 elsewhere, at the ramp's own positions.
 template<class Array>
-Array maskOf(const Array& ramp, double low, double high) {
+Array maskOf(Array ramp, double low, double high) {
+    const auto cal = ramp.Cal();
     const auto inside = (ramp > pnum_cNumber(low)) & (ramp < pnum_cNumber(high));
+    ramp = Array(); // its storage becomes that of the mask
     Array mask = tnry_Ternary(inside, pnum_cNumber(1.0F), pnum_cNumber(0.0F));
-    mask.SetCal(ramp.Cal());
+    mask.SetCal(cal);
     return mask;
 }
 
