@@ -128,4 +128,14 @@ inline void printSelf() {
 #endif
 }
 
+/// The `size` numbers that the benchmark has left of a case.
+inline std::vector<double> solutionOf(const std::filesystem::path& directory, const char* name,
+                                      std::size_t size) {
+    std::vector<double> values(size);
+    std::ifstream file(directory / (name + ("." + std::to_string(size))), std::ios::binary);
+    file.read(reinterpret_cast<char*>(values.data()),
+              static_cast<std::streamsize>(size * sizeof(double)));
+    return values;
+}
+
 } // namespace bench

@@ -7,7 +7,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <vector>
 
 #include <ceres/ceres.h>
@@ -78,14 +77,6 @@ std::vector<double> fit(const std::vector<double>& y) {
     return a;
 }
 
-std::vector<double> read(const std::filesystem::path& path, std::size_t size) {
-    std::vector<double> values(size);
-    std::ifstream file(path, std::ios::binary);
-    file.read(reinterpret_cast<char*>(values.data()),
-              static_cast<std::streamsize>(size * sizeof(double)));
-    return values;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -93,8 +84,7 @@ int main(int argc, char** argv) {
     std::printf("note peer Ceres %s\n", CERES_VERSION_STRING);
     const std::vector<double> y = bench::counts();
     const std::vector<double> solution = fit(y);
-    const std::vector<double> ours =
-        read(directory / ("five_peaks." + std::to_string(solution.size())), solution.size());
+    const std::vector<double> ours = bench::solutionOf(directory, "five_peaks", solution.size());
     const double ourCost = bench::costOf(y, ours);
     const double cost = bench::costOf(y, solution);
     std::printf("check five_peaks %d %s\n", bench::count,

@@ -9,7 +9,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <vector>
 
 #include <ceres/ceres.h>
@@ -122,14 +121,6 @@ struct Small {
     const Problem& data;
 };
 
-std::vector<double> read(const std::filesystem::path& path, std::size_t size) {
-    std::vector<double> values(size);
-    std::ifstream file(path, std::ios::binary);
-    file.read(reinterpret_cast<char*>(values.data()),
-              static_cast<std::streamsize>(size * sizeof(double)));
-    return values;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -141,7 +132,7 @@ int main(int argc, char** argv) {
     const Problem problem(y, 6);
     const std::vector<double> solution = fit(Problem(y, 40), true);
     const std::vector<double> ours =
-        read(directory / ("five_free_peaks." + std::to_string(solution.size())), solution.size());
+        bench::solutionOf(directory, "five_free_peaks", solution.size());
     double away = 0;
     double errors = 0;
     for (std::size_t i = 0; i < bench::parameters; ++i) {

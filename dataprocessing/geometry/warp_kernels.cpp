@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "dataprocessing/base/dtyp_visit.h"
+#include "dataprocessing/geometry/warp_span.h"
 
 #define LEVEL_KERNELS "dataprocessing/geometry/warp_kernels.inc"
 #include "dataprocessing/platform/level_each.h"
@@ -48,36 +49,20 @@ struct sProducts {
     }
 };
 
-/// The columns [first, last) of a strip.
-struct sSpan {
-    int first;
-    int last;
-};
-
-/// The first column of the span from which on `holds` is true; before it is false throughout.
-template<class Predicate>
-int firstWhere(sSpan span, Predicate holds) {
-    while (span.first < span.last) {
-        const int middle = span.first + (span.last - span.first) / 2;
-        if (holds(middle))
-            span.last = middle;
-        else
-            span.first = middle + 1;
-    }
-    return span.first;
-}
-
 /// The columns whose mapped coordinate lies in [0, limit). Along a row the coordinate only rises or
 /// only falls, because every rounded product and sum of finite numbers does, so these columns have
 /// no gap. What is not finite maps nothing into the image.
-sSpan inside(sSpan span, const sProducts& product, double addend, double shift, int limit) {
+warp_sSpan inside(warp_sSpan span, const sProducts& product, double addend, double shift,
+                  int limit) {
     if (!std::isfinite(product.factor) || !std::isfinite(addend) || !std::isfinite(shift))
         return {0, 0};
     const auto isInFront = [&](int x) { return product.of[x] + addend + shift + 0.5 < 0; };
     const auto isBehind = [&](int x) { return product.of[x] + addend + shift + 0.5 >= limit; };
     if (product.factor >= 0)
-        return {firstWhere(span, [&](int x) { return !isInFront(x); }), firstWhere(span, isBehind)};
-    return {firstWhere(span, [&](int x) { return !isBehind(x); }), firstWhere(span, isInFront)};
+        return {warp_FirstWhere(span, [&](int x) { return !isInFront(x); }),
+                warp_FirstWhere(span, isBehind)};
+    return {warp_FirstWhere(span, [&](int x) { return !isBehind(x); }),
+            warp_FirstWhere(span, isInFront)};
 }
 
 } // namespace
@@ -100,7 +85,7 @@ void warp_Sample(const warp_sImage& image, const warp_sMap& map, int sizeX, int 
         for (int y = 0; y < sizeY; ++y) {
             const warp_sRow row{productX.of,    productY.of, matrix.m01 * y,
                                 matrix.m11 * y, shiftX,      shiftY};
-            sSpan span = inside({0, count}, productX, row.addendX, shiftX, image.sizeX);
+            warp_sSpan span = inside({0, count}, productX, row.addendX, shiftX, image.sizeX);
             span = inside(span, productY, row.addendY, shiftY, image.sizeY);
             std::memset(line, 0, bytes(span.first));
             kernel.stretch(image, row, span.first, span.last, line);

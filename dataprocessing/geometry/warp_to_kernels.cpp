@@ -52,19 +52,6 @@ sMethod methodFor(int interpolation) {
     return {LEVEL_SELECT(warp_Cubically<Stored, Part<Stored>, parts>), size, 2};
 }
 
-/// The first column of the span from which on `holds` is true; before it is false throughout.
-template<class Predicate>
-int firstWhere(warp_sSpan span, Predicate holds) {
-    while (span.first < span.last) {
-        const int middle = span.first + (span.last - span.first) / 2;
-        if (holds(middle))
-            span.last = middle;
-        else
-            span.first = middle + 1;
-    }
-    return span.first;
-}
-
 /// The columns of the span whose index, shifted, lies in [low, high). Along a row the index only
 /// rises or only falls, because rounded products and sums do, so these columns have no gap.
 warp_sSpan inside(warp_sSpan span, const warp_sLine& line, double shift, double low, double high) {
@@ -74,8 +61,10 @@ warp_sSpan inside(warp_sSpan span, const warp_sLine& line, double shift, double 
     const auto isInFront = [&](int x) { return !(index(x) >= low); }; // as is NaN,
     const auto isBehind = [&](int x) { return !(index(x) < high); };  // on either side
     if (line.step >= 0)
-        return {firstWhere(span, [&](int x) { return !isInFront(x); }), firstWhere(span, isBehind)};
-    return {firstWhere(span, [&](int x) { return !isBehind(x); }), firstWhere(span, isInFront)};
+        return {warp_FirstWhere(span, [&](int x) { return !isInFront(x); }),
+                warp_FirstWhere(span, isBehind)};
+    return {warp_FirstWhere(span, [&](int x) { return !isBehind(x); }),
+            warp_FirstWhere(span, isInFront)};
 }
 
 /// The row `y` of the result along an axis. An index near a whole one is that one first; of those

@@ -5,6 +5,7 @@
 
 #include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/geometry/warp_kernels.h"
+#include "dataprocessing/geometry/warp_span.h"
 
 namespace dataprocessing::detail {
 
@@ -14,12 +15,6 @@ struct warp_sLine {
     double start;
     double tolerance; ///< within which an index is the whole one
     double half;      ///< the nearest element is the floor of the index plus this
-};
-
-/// The columns [first, last) of the result.
-struct warp_sSpan {
-    int first;
-    int last;
 };
 
 /// From the element (x, y) of the result to a real-valued index of the image along one of its axes:

@@ -15,6 +15,7 @@
 #include "tests/support/arrays.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
+#include "tests/support/shares.h"
 
 namespace {
 
@@ -30,18 +31,6 @@ sValue valueOf(const T& element) {
         return {element.re, element.im};
     else
         return {static_cast<long double>(element), 0};
-}
-
-template<class T>
-using ResultOf = std::conditional_t<std::is_integral_v<T>, double, T>;
-
-template<class T>
-std::vector<T> randomElements(int count, std::mt19937& random) {
-    std::uniform_real_distribution<double> real(0, 120);
-    std::vector<T> elements;
-    for (int i = 0; i < count; ++i)
-        elements.push_back(elementOf<T>(real(random), -real(random)));
-    return elements;
 }
 
 /// Differs from `wanted` by no more than the roundings of `terms` products of that size and, in

@@ -7,17 +7,6 @@
 
 using oracle::Exact;
 
-namespace {
-
-std::vector<float> someReals(int count, unsigned seed) {
-    std::vector<float> values;
-    for (const ComplexFloat& z : oracle::someValues(static_cast<std::size_t>(count), seed))
-        values.push_back(z.re);
-    return values;
-}
-
-} // namespace
-
 TEST(BandPassFilter, PassesTheStrictInsideOfTheBand) {
     struct Case {
         int n;

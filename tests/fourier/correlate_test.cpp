@@ -13,13 +13,6 @@ using oracle::Exact;
 
 namespace {
 
-std::vector<float> someReals(int count, unsigned seed) {
-    std::vector<float> values;
-    for (const ComplexFloat& z : oracle::someValues(static_cast<std::size_t>(count), seed))
-        values.push_back(z.re);
-    return values;
-}
-
 int wrapped(int i, int n) { return (i % n + n) % n; }
 
 /// sum over k of a[k + shift] b[k], both circular; with `reversed`, of a[shift - k] b[k].

@@ -203,6 +203,14 @@ inline std::vector<Exact> scaled(std::vector<Exact> values, long double factor) 
 
 } // namespace oracle
 
+/// The real parts of some values.
+inline std::vector<float> someReals(int count, unsigned seed) {
+    std::vector<float> values;
+    for (const ComplexFloat& z : oracle::someValues(static_cast<std::size_t>(count), seed))
+        values.push_back(z.re);
+    return values;
+}
+
 template<class T>
 darr_c1DArray lineOf(const std::vector<T>& values, const cal_c1DArrayCal& cal = {}) {
     return darr_c1DArray(std::span<const T>(values), cal);

@@ -38,13 +38,6 @@ std::vector<float> counted(int count) {
     return values;
 }
 
-std::vector<float> someReals(int count, unsigned seed) {
-    std::vector<float> values;
-    for (const ComplexFloat& z : oracle::someValues(static_cast<std::size_t>(count), seed))
-        values.push_back(z.re);
-    return values;
-}
-
 /// The values, followed by their mean up to a power of two.
 std::vector<Exact> expanded(std::vector<Exact> values) {
     Exact mean = 0;

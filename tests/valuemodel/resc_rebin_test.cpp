@@ -13,11 +13,9 @@
 #include "tests/support/arrays.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
+#include "tests/support/shares.h"
 
 namespace {
-
-template<class T>
-using ResultOf = std::conditional_t<std::is_integral_v<T>, double, T>;
 
 template<class T>
 long double partOf(const T& element, bool imaginary) {
@@ -36,15 +34,6 @@ long double shareOf(int i, const cal_cArrayCal& elements, int j, const cal_cArra
     const long double low = std::max(positionOf(elements, i), positionOf(bins, j));
     const long double high = std::min(positionOf(elements, i + 1), positionOf(bins, j + 1));
     return high > low ? (high - low) / elements.Delta() : 0;
-}
-
-template<class T>
-std::vector<T> randomElements(int count, std::mt19937& random) {
-    std::uniform_real_distribution<double> real(0, 120);
-    std::vector<T> elements;
-    for (int i = 0; i < count; ++i)
-        elements.push_back(elementOf<T>(real(random), -real(random)));
-    return elements;
 }
 
 /// Every bin holds what every element leaves in it. A tolerance of 2e-6 elements is what snapping
