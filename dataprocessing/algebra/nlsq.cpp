@@ -78,10 +78,11 @@ bool isScaledByScatter(const nlsq_sOptions& options) {
     return options.objective == nlsq_LeastSquares && options.standardDeviations.empty();
 }
 
-/// A block of points on their way into the equations: what a point adds to chi-squared, and the
-/// factor of its row.
+/// A point on its way into the equations: what it adds to chi-squared, its residual, times the
+/// factor of its row, and that factor.
 struct sPoint {
     double chiSquared;
+    double residual;
     double root;
 };
 
@@ -97,7 +98,10 @@ public:
         for (std::size_t i = 0; i < y.size(); ++i) {
             const double value = roots_.empty() ? y[i] : y[i] * roots_[i];
             size_ += value * value;
+            mean_ += y[i] / static_cast<double>(y.size());
         }
+        if (mean_ == 0)
+            mean_ = 1;
         size_ = std::sqrt(size_);
         for (sPlace* place : {&here_, &there_}) {
             place->triangle.resize(count_ * count_);
@@ -117,6 +121,7 @@ public:
         if (!areFinite(p_))
             return infinity;
         rcps::cTriangle triangle(static_cast<int>(count_));
+        there_.least = infinity;
         double chiSquared = 0;
         for (std::size_t first = 0; first < x_.size(); first += nlsq_blockSize) {
             const std::size_t rows = std::min(nlsq_blockSize, x_.size() - first);
@@ -131,6 +136,29 @@ public:
     }
 
     void Accept() noexcept override { std::swap(here_, there_); }
+
+    double PositivePart(std::span<const double> from, std::span<const double> to) override {
+        if (!isLikelihood_)
+            return 0;
+        double part = infinity;
+        std::array<double, nlsq_blockSize> before;
+        for (std::size_t first = 0; first < x_.size(); first += nlsq_blockSize) {
+            const std::size_t rows = std::min(nlsq_blockSize, x_.size() - first);
+            const std::span<double> values = std::span(values_).first(rows);
+            parameters_.Expand(from, p_);
+            model_.Evaluate(x_.subspan(first, rows), p_, values, {});
+            before = values_;
+            parameters_.Expand(to, p_);
+            model_.Evaluate(x_.subspan(first, rows), p_, values, {});
+            for (std::size_t i = 0; i < rows; ++i)
+                part = std::min(part, nlsq_PositivePart(before[i], values[i]));
+        }
+        return part < infinity ? part : 0;
+    }
+
+    bool IsNearlyZero() const noexcept override { return here_.least < nlsq_nearlyZero * mean_; }
+    void SetBarrier(bool hasBarrier) override { barrier_ = hasBarrier ? nlsq_barrier * mean_ : 0; }
+
     double Rounding(double chiSquared) const noexcept override {
         // Residuals are as uncertain as the values, logarithms of counts as the counts.
         const double size = isLikelihood_ ? size_ : size_ * std::sqrt(chiSquared);
@@ -192,6 +220,7 @@ private:
         std::vector<double> right;
         std::vector<double> gradient;
         std::vector<double> norms;
+        double least = 0; // of the values
     };
 
     /// What rounding leaves of a singular value that is zero, with columns of norm 1.
@@ -209,11 +238,12 @@ private:
         double chiSquared = 0;
         for (std::size_t i = 0; i < rows; ++i) {
             const double y = y_[first + i];
-            const sPoint point =
-                isLikelihood_ ? Count(y, values[i]) : Weighted(y, values[i], first + i);
+            const sPoint point = isLikelihood_ ? Count(y > 0 ? y : barrier_, values[i])
+                                               : Weighted(y, values[i], first + i);
             chiSquared += point.chiSquared;
             roots[i] = point.root;
-            residuals[i] = (y - values[i]) * point.root;
+            residuals[i] = point.residual;
+            there_.least = std::min(there_.least, values[i]);
         }
 
         for (std::size_t j = 0; j < count_; ++j)
@@ -235,14 +265,22 @@ private:
     sPoint Weighted(double y, double value, std::size_t i) const {
         const double root = roots_.empty() ? 1 : roots_[i];
         const double residual = (y - value) * root;
-        return {residual * residual, root};
+        return {residual * residual, residual, root};
     }
 
-    static sPoint Count(double y, double value) {
+    /// Beside a barrier, weights of values below their counts are those of the true curvature.
+    sPoint Count(double y, double value) const {
         if (!(value > 0))
-            return {infinity, 0};
+            return {infinity, 0, 0};
         const double part = y > 0 ? y * std::log(y / value) : 0;
-        return {2 * (value - y + part), 1 / std::sqrt(value)};
+        double root = 1 / std::sqrt(value);
+        double residual = (y - value) * root;
+        if (barrier_ > 0 && y > value) {
+            const double steeper = std::sqrt(y / value);
+            root *= steeper;
+            residual /= steeper;
+        }
+        return {2 * (value - y + part), residual, root};
     }
 
     void Take(rcps::cTriangle& triangle) {
@@ -314,7 +352,9 @@ private:
     bool isLikelihood_;
     const nlsq_cParameters& parameters_;
     std::size_t count_;
-    double size_ = 0; // the norm of the values
+    double mean_ = 0;    // of the counts, 1 where there are none
+    double barrier_ = 0; // what is added where there are none
+    double size_ = 0;    // the norm of the values
     sPlace here_;
     sPlace there_;
     std::vector<double> p_;

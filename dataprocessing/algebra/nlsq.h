@@ -258,7 +258,9 @@ struct DATAPROCESSING_EXPORT nlsq_sResult {
 /// that each column has had. mu starts at 1e-3 and follows the ratio of actual to promised
 /// decrease. With bounds, parameters that a bound holds leave the step, and what would pass a bound
 /// ends on it; where the rest of the step then promises nothing, a shorter one is tried. With the
-/// likelihood, weights are 1 / f: the expected curvature, which channels without counts have, too.
+/// likelihood, weights are 1 / f: the expected curvature, which channels without counts have, too;
+/// a step to where the model is not positive is shortened, and where the data push it to 0 it comes
+/// within 1e-7 of the mean of the counts, by a barrier.
 /// Where chi-squared is too coarse to tell a step's worth, the gradient does.
 ///
 /// A fit that ends early or nowhere returns all the same, and says so in `end`. Results are the

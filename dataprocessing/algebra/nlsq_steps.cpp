@@ -46,8 +46,15 @@ public:
         LookAround();
         // A first step that is much longer than the parameters are leads anywhere.
         longest_ = Length(q_) > 0 ? Length(q_) : infinity;
-        while (!IsOver()) {
-        }
+        GoOn();
+        if (!hasBarrier_)
+            return;
+        // What it did is undone, unless it is what the fit ended at.
+        Rebase(false);
+        if (result_.Converged() && !equations_.IsNearlyZero())
+            GoOn();
+        if (hasBarrier_)
+            Rebase(false);
     }
 
     std::span<const double> Variables() const noexcept { return q_; }
@@ -55,6 +62,23 @@ public:
     nlsq_sResult& Result() noexcept { return result_; }
 
 private:
+    void GoOn() {
+        while (!IsOver()) {
+        }
+    }
+
+    /// Stands where it stood, with a barrier or without.
+    void Rebase(bool hasBarrier) {
+        equations_.SetBarrier(hasBarrier);
+        hasBarrier_ = hasBarrier;
+        result_.chiSquared = equations_.Try(q_);
+        ++result_.evaluations;
+        equations_.Accept();
+        LookAround();
+        promised_ = infinity;
+        pace_ = infinity;
+    }
+
     /// One attempt at a step. Answers true when the fit has ended.
     bool IsOver() {
         if (result_.gradient <= control_.gradientTolerance)
@@ -71,8 +95,8 @@ private:
         const bool isCut = PassesBound();
         const double whole = isCut ? Promise() : 0;
         Walk();
-        const double promised = Promise();
-        const double length = Length(step_) / std::max(Length(tried_), Length(q_));
+        double promised = Promise();
+        double length = Length(step_) / std::max(Length(tried_), Length(q_));
         if (!(length > 0))
             return EndOfShortStep();
         // What rounding hides of the decrease, the promises show: they have to become smaller.
@@ -92,8 +116,22 @@ private:
             return End(nlsq_DecreaseSmall);
         }
 
-        const double chiSquared = equations_.Try(tried_);
+        double chiSquared = equations_.Try(tried_);
         ++result_.evaluations;
+        bool isShortened = false;
+        constexpr int mostTimes = 3;
+        for (int times = 0; !std::isfinite(chiSquared) && times < mostTimes; ++times) {
+            const double part = equations_.PositivePart(q_, tried_);
+            if (!(part > 0))
+                break;
+            constexpr double almost = 0.9;
+            Shorten(almost * part);
+            promised = Promise();
+            length *= almost * part;
+            chiSquared = equations_.Try(tried_);
+            ++result_.evaluations;
+            isShortened = true;
+        }
         const double decrease = result_.chiSquared - chiSquared;
         const bool isLost = std::fabs(promised) <= lost && !IsDamped();
         const bool isBetter =
@@ -109,7 +147,11 @@ private:
         equations_.Accept();
         Take(promised, length);
         result_.chiSquared = chiSquared;
+        hasBeenShortened_ = hasBeenShortened_ || isShortened;
         LookAround();
+        // Where the data push a value to 0, what is left of it shortens all steps.
+        if (isShortened && !hasBarrier_ && equations_.IsNearlyZero())
+            Rebase(true);
         if (!IsToGoOn())
             return End(nlsq_StoppedByObserver);
         return length <= control_.stepTolerance && EndOfShortStep();
@@ -143,10 +185,13 @@ private:
     void LookAround() {
         const std::span<const double> gradient = equations_.Gradient();
         const std::span<const double> norms = equations_.Norms();
+        // Weights there are those of the edge, in whatever parameters.
+        const bool isAtEdge = hasBeenShortened_ && equations_.IsNearlyZero();
         for (std::size_t j = 0; j < q_.size(); ++j) {
             isHeld_[j] = static_cast<char>((q_[j] <= parameters_.Lower()[j] && gradient[j] <= 0) ||
                                            (q_[j] >= parameters_.Upper()[j] && gradient[j] >= 0));
-            scale_[j] = std::max(scale_[j], norms[j]);
+            if (!isAtEdge || scale_[j] == 0)
+                scale_[j] = std::max(scale_[j], norms[j]);
         }
         result_.gradient = 0;
         const double length = std::sqrt(result_.chiSquared);
@@ -176,6 +221,13 @@ private:
             tried_[j] =
                 std::clamp(q_[j] + step_[j], parameters_.Lower()[j], parameters_.Upper()[j]);
             step_[j] = tried_[j] - q_[j];
+        }
+    }
+
+    void Shorten(double part) {
+        for (std::size_t j = 0; j < q_.size(); ++j) {
+            step_[j] *= part;
+            tried_[j] = q_[j] + step_[j];
         }
     }
 
@@ -217,6 +269,8 @@ private:
     std::vector<double> scale_;
     std::vector<char> isHeld_;
     std::vector<double> all_;
+    bool hasBeenShortened_ = false;
+    bool hasBarrier_ = false;
     double longest_ = 0;
     double promised_ = infinity; // by the last step
     double pace_ = infinity;     // of that, beside the one before
@@ -224,6 +278,8 @@ private:
 };
 
 } // namespace
+
+double nlsq_cEquations::PositivePart(std::span<const double>, std::span<const double>) { return 0; }
 
 void nlsq_CheckControl(const nlsq_sControl& control) {
     const bool isUsable = control.gradientTolerance >= 0 && control.stepTolerance >= 0 &&

@@ -4,6 +4,7 @@
 /// The steps of a nonlinear fit, whatever its equations are made of.
 
 #include <cstddef>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -12,6 +13,19 @@
 #include "dataprocessing/algebra/nlsq_parameters.h"
 
 namespace dataprocessing::detail {
+
+/// A value below this part of the mean of the counts is next to nothing.
+inline constexpr double nlsq_nearlyZero = 1e-6;
+/// This part of the mean is added to channels without counts where a barrier is needed.
+inline constexpr double nlsq_barrier = 1e-7;
+
+/// The part of the way from a positive value to another on which it stays positive; infinite where
+/// that is all of it, 0 for no number.
+constexpr double nlsq_PositivePart(double from, double to) noexcept {
+    if (to > 0)
+        return std::numeric_limits<double>::infinity();
+    return to <= 0 ? from / (from - to) : 0;
+}
 
 /// The damping of the steps of one fit: it follows how well the promise of each was kept.
 class nlsq_cDamping {
@@ -46,6 +60,16 @@ public:
     virtual double Try(std::span<const double> q) = 0;
     /// Stands where it tried.
     virtual void Accept() noexcept = 0;
+
+    /// After a Try without a value: the part of the way to `to` from `from`, where there is one, on
+    /// which the values of the model stay positive, were it linear. 0 where that is not what is
+    /// missing.
+    virtual double PositivePart(std::span<const double> from, std::span<const double> to);
+    /// Whether a value of the model, where it stands, is next to nothing beside the data.
+    virtual bool IsNearlyZero() const noexcept { return false; }
+    /// Puts a barrier before values of 0, or takes it away: next to nothing is added to the data.
+    /// Counts from the next Try on.
+    virtual void SetBarrier(bool) {}
 
     /// About how far off rounding may put an F of this size.
     virtual double Rounding(double chiSquared) const noexcept = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numeric>
 #include <utility>
 
 namespace dataprocessing::detail {
@@ -134,6 +135,9 @@ pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels&
     }
     triangle_.resize(varying * varying);
     firsts_.resize(varying);
+    const double sum = std::accumulate(channels.y.begin(), channels.y.end(), 0.0);
+    if (sum > 0)
+        mean_ = sum / static_cast<double>(channels.taking);
     Lay(windows);
 }
 
@@ -219,17 +223,56 @@ double pkmd_cEquations::Try(std::span<const double> q) {
     FillCurve();
     const std::size_t count = channels_.x.size();
     const double* const part = channels_.taking == count ? nullptr : channels_.weights.data();
+    const double* const y = counts_.empty() ? channels_.y.data() : counts_.data();
     const double chiSquared =
-        isLikelihood_
-            ? pkmd_Deviance(channels_.y.data(), part, curve_, count, residuals_, expectedWeights_)
-            : pkmd_Squares(channels_.y.data(), channels_.weights.data(), curve_, count, residuals_);
+        isLikelihood_ ? pkmd_Deviance(y, part, curve_, count, residuals_, expectedWeights_)
+                      : pkmd_Squares(y, channels_.weights.data(), curve_, count, residuals_);
     if (!std::isfinite(chiSquared))
         return infinity;
+    // Beside a barrier the true curvature, where that is more than the expected one.
+    for (std::size_t i = 0; i < counts_.size(); ++i)
+        expectedWeights_[i] *= std::max(1.0, y[i] * expectedWeights_[i]);
     Multiply();
     Collect();
     if (!areFinite(there_.gradient) || !areFinite(there_.norms))
         return infinity;
     return chiSquared;
+}
+
+double pkmd_cEquations::PositivePart(std::span<const double> from, std::span<const double> to) {
+    if (!isLikelihood_)
+        return 0;
+    parameters_.Expand(from, p_);
+    if (!HasValue())
+        return 0;
+    FillCurve();
+    std::copy_n(curve_, channels_.x.size(), residuals_);
+    parameters_.Expand(to, p_);
+    if (!HasValue())
+        return 0;
+    FillCurve();
+    double part = infinity;
+    for (std::size_t i = 0; i < channels_.x.size(); ++i)
+        if (channels_.weights[i] > 0)
+            part = std::min(part, nlsq_PositivePart(residuals_[i], curve_[i]));
+    return part < infinity ? part : 0;
+}
+
+bool pkmd_cEquations::IsNearlyZero() const noexcept {
+    for (std::size_t i = 0; i < channels_.x.size(); ++i)
+        if (channels_.weights[i] > 0 && curve_[i] < nlsq_nearlyZero * mean_)
+            return true;
+    return false;
+}
+
+void pkmd_cEquations::SetBarrier(bool hasBarrier) {
+    counts_.clear();
+    if (!hasBarrier)
+        return;
+    counts_ = channels_.y;
+    for (std::size_t i = 0; i < counts_.size(); ++i)
+        if (counts_[i] == 0 && channels_.weights[i] > 0)
+            counts_[i] = nlsq_barrier * mean_;
 }
 
 double pkmd_cEquations::Rounding(double chiSquared) const noexcept {

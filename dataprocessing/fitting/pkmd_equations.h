@@ -74,6 +74,9 @@ public:
 
     double Try(std::span<const double> q) override;
     void Accept() noexcept override { std::swap(here_, there_); }
+    double PositivePart(std::span<const double> from, std::span<const double> to) override;
+    bool IsNearlyZero() const noexcept override;
+    void SetBarrier(bool hasBarrier) override;
     double Rounding(double chiSquared) const noexcept override;
     std::span<const double> Gradient() const noexcept override { return here_.gradient; }
     std::span<const double> Norms() const noexcept override { return here_.norms; }
@@ -139,7 +142,9 @@ private:
     std::vector<double> linearFactors_;
     mem_cBlock storage_;                         // of the columns and of what the channels have
     std::vector<std::vector<double>> arguments_; // of the exponentials
-    double* curve_ = nullptr;
+    double mean_ = 1;                            // of the counts
+    std::vector<double> counts_; // with a barrier where there are none; empty without one
+    double* curve_ = nullptr;    // of the last Try
     double* residuals_ = nullptr;
     double* expectedWeights_ = nullptr;
     std::vector<double> products_; // of the columns, by rows; the lower half

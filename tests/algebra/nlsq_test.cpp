@@ -552,6 +552,92 @@ TEST(Nlsq, EndsWhereLittleIsLeftToGainAtThePaceOfItsSteps) {
     }
 }
 
+/// The deviance of a line through `first` and `last` at both ends, infinite where it is not
+/// positive.
+double devianceOfLine(const std::vector<double>& y, double first, double last) {
+    double sum = 0;
+    for (std::size_t i = 0; i < y.size(); ++i) {
+        const double t = static_cast<double>(i) / static_cast<double>(y.size() - 1);
+        const double value = first * (1 - t) + last * t;
+        if (value < 0 || (value == 0 && y[i] > 0))
+            return std::numeric_limits<double>::infinity();
+        sum += 2 * (value - y[i] + (y[i] > 0 ? y[i] * std::log(y[i] / value) : 0));
+    }
+    return sum;
+}
+
+/// The least value of a convex function from 0 to 60, by golden sections.
+template<class Function>
+double leastOf(Function function) {
+    double low = 0;
+    double high = 60;
+    for (int i = 0; i < 70; ++i) {
+        const double a = low + 0.381966 * (high - low);
+        const double b = high - 0.381966 * (high - low);
+        if (function(a) <= function(b))
+            high = b;
+        else
+            low = a;
+    }
+    return std::min(function(0.0), function(low / 2 + high / 2));
+}
+
+// Half of these lines are likeliest where they touch 0 at an end.
+TEST(Nlsq, LikelihoodIsLargestAtTheEdgeOfAPositiveModelToo) {
+    const nlsq_cFunctionModel straight([](double t, Parameters p) { return p[0] + p[1] * t; },
+                                       [](double t, Parameters, std::span<double> d) {
+                                           d[0] = 1;
+                                           d[1] = t;
+                                       });
+    std::mt19937 random(5);
+    std::uniform_real_distribution<> exponent(-2, 1);
+    int atEdge = 0;
+    for (int spectra = 0; spectra < 60; ++spectra) {
+        const double first = std::pow(10, exponent(random));
+        const double last = std::pow(10, exponent(random));
+        std::vector<double> positions, counts;
+        double sum = 0;
+        for (int i = 0; i < 20; ++i) {
+            positions.push_back(i);
+            counts.push_back(std::poisson_distribution<>(first + (last - first) * i / 19)(random));
+            sum += counts.back();
+        }
+        if (sum == 0)
+            continue;
+        nlsq_sOptions options;
+        options.objective = nlsq_PoissonLikelihood;
+        const nlsq_sResult found =
+            nlsq_Fit(straight, positions, counts, std::vector{sum / 20, 0.0}, options);
+        const double best = leastOf([&](double a) {
+            return leastOf([&](double b) { return devianceOfLine(counts, a, b); });
+        });
+        EXPECT_TRUE(found.Converged()) << spectra << ": " << nlsq_Text(found.end);
+        EXPECT_NEAR(found.chiSquared, best, 1e-5) << spectra;
+        EXPECT_LT(found.evaluations, 200) << spectra;
+        const double end = found.parameters[0] + 19 * found.parameters[1];
+        EXPECT_GE(std::min(found.parameters[0], end), 0);
+        atEdge += std::min(found.parameters[0], end) < 1e-5;
+    }
+    EXPECT_GT(atEdge, 20);
+}
+
+// Without a count, nothing is likeliest.
+TEST(Nlsq, LikelihoodOfNoCountsIsThatOfNothing) {
+    const nlsq_cFunctionModel constant([](double, Parameters p) { return p[0]; });
+    nlsq_sOptions options;
+    options.objective = nlsq_PoissonLikelihood;
+    const std::vector<double> positions{0, 1, 2, 3}, none(4);
+    for (const bool isBounded : {false, true}) {
+        if (isBounded)
+            options.parameters = {nlsq_sParameter::Bounded(0, 10)};
+        const nlsq_sResult found = nlsq_Fit(constant, positions, none, std::vector{2.0}, options);
+        EXPECT_TRUE(found.Converged()) << nlsq_Text(found.end);
+        EXPECT_NEAR(found.parameters[0], 0, 2e-7);
+        EXPECT_NEAR(found.chiSquared, 0, 2e-6);
+        EXPECT_LT(found.evaluations, 100);
+    }
+}
+
 TEST(Nlsq, KeepsAwayFromWhereTheModelHasNoValue) {
     const nlsq_cFunctionModel root([](double x, Parameters p) { return std::sqrt(p[0] - x); });
     std::vector<double> y;

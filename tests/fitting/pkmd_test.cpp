@@ -860,6 +860,41 @@ TEST(PeakFit, EndsAtTheOptimumWithoutStepsToSpare) {
     EXPECT_GT(more, 200);
 }
 
+// The deviance of a line that may touch 0, from the same problem in other coordinates: values at
+// the ends, which are bounded.
+TEST(PeakFit, LikelihoodIsLargestAtTheEdgeOfAPositiveBackgroundToo) {
+    std::mt19937 random(8);
+    int atEdge = 0;
+    for (int spectra = 0; spectra < 60; ++spectra) {
+        const double last = spectra % 3 == 0 ? 0.5 : 0.02;
+        std::vector<double> y;
+        for (int i = 0; i < 64; ++i)
+            y.push_back(std::poisson_distribution<>(
+                1 + (last - 1) * i / 63 + 40 * std::exp(-0.5 * (i - 30) * (i - 30) / 9.0))(random));
+        const darr_c1DArray counts{std::span<const double>(y), cal_c1DArrayCal(0, 1, 0)};
+        pkmd_cModel model;
+        model.AddPeak(pkmd_Gaussian, 30, 40, 3);
+        pkmd_cModel other = model;
+        const int line = model.AddPolynomial({0.5, 0}, 31.5, 31.5);
+        std::vector<double> falling, rising;
+        for (int i = 0; i < 64; ++i) {
+            rising.push_back(i / 63.0 + 1e-9);
+            falling.push_back(1 - i / 63.0 + 1e-9);
+        }
+        for (const std::vector<double>& curve : {falling, rising})
+            other.Bound(other.AddCurve(darr_c1DArray{std::span<const double>(curve)}, 0.5), 0, 1e3);
+        const pkmd_sResult found = pkmd_Fit(model, counts);
+        const pkmd_sResult bounded = pkmd_Fit(other, counts);
+        ASSERT_TRUE(found.fit.Converged()) << spectra;
+        ASSERT_TRUE(bounded.fit.Converged()) << spectra;
+        EXPECT_NEAR(found.fit.chiSquared, bounded.fit.chiSquared, 1e-4) << spectra;
+        EXPECT_NEAR(found.peaks[0].area, bounded.peaks[0].area, 1e-3 * found.peaks[0].areaError);
+        const auto at = static_cast<std::size_t>(line);
+        atEdge += found.fit.parameters[at] + found.fit.parameters[at + 1] < 1e-5;
+    }
+    EXPECT_GT(atEdge, 10);
+}
+
 // What is cut off a peak is small beside the noise, however high it is and whatever it starts from.
 TEST(PeakFit, WindowsAreWideEnoughForHighPeaks) {
     const cal_c1DArrayCal scale(0, 0.01237, 0);
