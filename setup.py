@@ -1,6 +1,8 @@
 """The extension module is built by CMake, like everything else; what it is called stands in pyproject.toml."""
 
+import os
 import pathlib
+import shlex
 import subprocess
 import sys
 
@@ -10,12 +12,11 @@ from setuptools.command.build_ext import build_ext
 
 class CMakeExtension(build_ext):
     def build_extension(self, ext):
-        root = pathlib.Path(__file__).resolve().parent
+        source = pathlib.Path(__file__).resolve().parent / "python"
         build = pathlib.Path(self.build_temp).resolve()
-        parts = [f"-DDATAPROCESSING_{part}=OFF" for part in ("TESTS", "BENCH", "EXAMPLES", "INSTALL")]
         subprocess.run(
-            ["cmake", "-S", root, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release", *parts,
-             "-DDATAPROCESSING_PYTHON=ON", f"-DPython3_EXECUTABLE={sys.executable}"],
+            ["cmake", "--fresh", "-S", source, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
+             f"-DPython3_EXECUTABLE={sys.executable}", *shlex.split(os.environ.get("CMAKE_ARGS", ""))],
             check=True,
         )  # fmt: skip
         subprocess.run(["cmake", "--build", build, "--target", "dataprocessing_python"], check=True)

@@ -515,6 +515,11 @@ def __reduce_ex__(self: Any, protocol: int) -> Any:
     return (_rebuild, state, own) if own else (_rebuild, state)
 
 
+@_method(*ARRAYS, *MASKS)
+def __reduce__(self: Any) -> Any:
+    return self.__reduce_ex__(2)
+
+
 _cls: Any
 for _cls in ARRAYS:
     _cls.__array_ufunc__ = array_ufunc

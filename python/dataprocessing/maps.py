@@ -30,73 +30,27 @@ OverflowError where that would change them.
 
 from __future__ import annotations
 
-import enum
 import math
-import sys
-from collections.abc import Iterable, Mapping, Sequence
-from dataclasses import dataclass, field
-from typing import TYPE_CHECKING, Any, NamedTuple
+from collections.abc import Iterable, Mapping
+from typing import Any, NamedTuple
 
 import numpy as np
 
-from dataprocessing import _core
-from dataprocessing._core import Axis, Background, FitError, Weights
+from dataprocessing import _core, _map_blocks
+from dataprocessing._core import Axis, Background, Weights
+from dataprocessing._map_blocks import Fit, Map, Planes, Status
+from dataprocessing._map_each import Applied, Rescaled, apply, gaussians, rescale
+from dataprocessing._map_store import load, store
 from dataprocessing._peak_model import PeakModel
-from dataprocessing.fitting import _ERRORS, _OBJECTIVES, _choice, _failure, _pairs
+from dataprocessing.fitting import _ERRORS, _OBJECTIVES, _choice, _pairs
 
-if TYPE_CHECKING:
-    from numpy.typing import NDArray
-
-__all__ = ["Planes", "Status", "Sums", "integrate", "linear", "peaks", "polynomial", "power_law", "sum"]
+__all__ = [
+    "Applied", "Planes", "Rescaled", "Status", "Sums", "apply", "gaussians", "integrate", "linear", "load", "peaks",
+    "polynomial", "power_law", "rescale", "store", "sum",
+]  # fmt: skip
 
 _WEIGHTS = {"counts": Weights.OF_COUNTS, "equal": Weights.EQUAL, "model": Weights.OF_MODEL}
 _BACKGROUNDS = {"nothing": Background.NONE, "polynomial": Background.POLYNOMIAL, "power law": Background.POWER_LAW}
-
-
-class Status(enum.IntEnum):
-    """What became of a spectrum."""
-
-    GOOD = 0
-    """There is a result."""
-    NOT_FINITE = 1
-    """A value that was needed is NaN or infinite, or too large to be squared."""
-    EMPTY = 2
-    """All values that were needed are 0."""
-    NEGATIVE = 3
-    """A value is negative where only counts will do."""
-    NOT_CONVERGED = 4
-    """The steps led nowhere, or there were too many of them."""
-    UNDETERMINED = 5
-    """The data do not tell all parameters; of peaks, the planes have what is known."""
-
-
-@dataclass(frozen=True)
-class Planes:
-    """What came out of every spectrum of a map; ``planes["name"]`` is the plane of a parameter."""
-
-    values: dict[str, Any]
-    """The parameters, by name."""
-    errors: dict[str, Any]
-    """Their standard errors, by the same names."""
-    iterations: Any
-    """The steps that were taken."""
-    status: Any
-    """What became of it, a :class:`Status`."""
-    chi_square: Any = None
-    """What was made smallest; None where nothing was."""
-    areas: dict[str, Any] = field(default_factory=dict)
-    """The areas of peaks, by their names."""
-    area_errors: dict[str, Any] = field(default_factory=dict)
-    """Their standard errors."""
-    fixed: dict[str, float] = field(default_factory=dict)
-    """Numbers that the parameters refer to, the same for all spectra."""
-
-    def __getitem__(self, name: str) -> Any:
-        return self.values[name]
-
-    def __repr__(self) -> str:
-        shape = "x".join(map(str, self.status.shape)) or "1"
-        return f"<Planes of {shape} spectra: {', '.join(self.values)}>"
 
 
 class Sums(NamedTuple):
@@ -104,188 +58,6 @@ class Sums(NamedTuple):
 
     spectrum: Any
     image: Any
-
-
-# ---- Blocks -------------------------------------------------------------------------------------
-
-
-def _elements(block: Any) -> Any:
-    """The block with elements and strides that the library takes, in place if it has them."""
-    kind, width = block.dtype.kind, block.dtype.itemsize
-    if kind == "b":
-        block = block.view("u1")
-    elif kind in "iu" and width == 8:
-        exact = block.astype("f8")
-        # The way back is exact where the way there was, and 2^63 or 2^64 have none.
-        limit = 2.0**63 if kind == "i" else 2.0**64
-        if not (np.all(exact < limit) and np.array_equal(exact.astype(block.dtype), block)):
-            raise OverflowError("an integer of the map is held exactly by none of the element types")
-        block = exact
-    elif kind == "f" and width == 2:
-        block = block.astype("f4")
-    elif kind not in "iuf" or width > 8:
-        raise TypeError(f"the elements of a map are real numbers, not {block.dtype}")
-    even = all(stride % block.itemsize == 0 for stride in block.strides)
-    if not (block.dtype.isnative and block.flags.aligned and even):
-        block = block.astype(block.dtype.newbyteorder("="), order="C", copy=True)
-    return block if block.ndim <= 3 else block.reshape(math.prod(block.shape[:-2]), *block.shape[-2:])
-
-
-@dataclass(frozen=True)
-class _Fit:
-    """A fit, told by what it is made of: processes get this, and make the fit again."""
-
-    kind: str
-    arguments: tuple[Any, ...]
-    names: list[str]
-    scales: list[float] | None = None
-    has_chi: bool = True
-    peaks: list[str] | None = None
-    started: tuple[str, ...] = ()
-
-    def made(self) -> Any:
-        """The library's object."""
-        given = [one._core if isinstance(one, PeakModel) else one for one in self.arguments]
-        return getattr(_core, self.kind)(*given)
-
-    def outputs(self) -> list[tuple[str, str]]:
-        """The further dimension and the type of each array that a block gives."""
-        of_peaks = [("peak", "f8")] * 2 if self.peaks is not None else []
-        chi = [("", "f8")] if self.has_chi else []
-        return [("parameter", "f8"), ("parameter", "f8"), ("", "i4"), ("", "u1"), *chi, *of_peaks]
-
-    def sizes(self) -> dict[str, int]:
-        """How long those dimensions are."""
-        sizes = {"parameter": len(self.names)}
-        return sizes if self.peaks is None else {**sizes, "peak": len(self.peaks)}
-
-    def planes(self, out: Sequence[Any], fixed: dict[str, float]) -> Planes:
-        """Such arrays by name."""
-        values, deviations, iterations, status, *rest = out
-        areas, area_errors = [_named(one, self.peaks or ()) for one in rest[-2:]] if self.peaks is not None else [{}, {}]
-        chi = rest[0] if self.has_chi else None
-        names = self.names
-        return Planes(
-            _named(values, names), _named(deviations, names), iterations, status, chi, areas, area_errors, fixed
-        )
-
-
-def _named(planes: Any, names: Sequence[str]) -> dict[str, Any]:
-    return {name: planes[..., j] for j, name in enumerate(names)}
-
-
-@dataclass(frozen=True)
-class _Call:
-    """A fit on its way through a map, one block after the other."""
-
-    fit: _Fit
-    errors: str
-    _made: list[Any] = field(default_factory=list, compare=False)
-
-    def __reduce__(self) -> tuple[Any, ...]:
-        return _Call, (self.fit, self.errors)
-
-    def __call__(self, block: Any, *starts: Any) -> tuple[NDArray[Any], ...]:
-        if not self._made:
-            self._made.append(self.fit.made())
-        shape = block.shape[:-1]
-        first = [self._starts(starts, shape)] if starts else []
-        values, deviations, chi, iterations, status, *areas = self._made[0].run(_elements(block), *first)
-        for j, scale in enumerate(self.fit.scales or ()):
-            values[j] /= scale
-            deviations[j] /= scale
-        status = status.reshape(shape)
-        if self.errors == "raise":
-            _refuse_bad(status)
-        single = [iterations.reshape(shape), status, *([chi.reshape(shape)] if self.fit.has_chi else [])]
-        several = [np.moveaxis(one.reshape(len(one), *shape), 0, -1) for one in (values, deviations, *areas)]
-        return (*several[:2], *single, *several[2:])
-
-    def _starts(self, starts: Sequence[Any], shape: tuple[int, ...]) -> NDArray[Any]:
-        """Where each spectrum starts, one plane after the other."""
-        model = self.fit.arguments[0]
-        first = np.empty((len(self.fit.names), *shape))
-        first.T[...] = model._core.starts()
-        for name, plane in zip(self.fit.started, starts):
-            first[self.fit.names.index(name)] = plane
-        return first
-
-
-def _refuse_bad(status: NDArray[Any]) -> None:
-    bad = np.argwhere(status)
-    if len(bad):
-        at = tuple(map(int, bad[0]))
-        word = Status(int(status[at])).name.lower().replace("_", " ")
-        raise _failure(FitError, f"{len(bad)} of {status.size} spectra have no result; the first, {at}, is {word}.")
-
-
-# ---- Maps ---------------------------------------------------------------------------------------
-
-
-def _is_data_array(data: Any) -> bool:
-    xarray = sys.modules.get("xarray")
-    return xarray is not None and isinstance(data, xarray.DataArray)
-
-
-def _is_dask(data: Any) -> bool:
-    dask = sys.modules.get("dask.array")
-    return dask is not None and isinstance(data, dask.Array)
-
-
-class _Map:
-    """A map of any kind: its channels, their axis, and how it is gone through."""
-
-    def __init__(self, data: Any, axis: Axis | None, dim: str | None) -> None:
-        self.is_labelled, self.is_lazy = _is_data_array(data), _is_dask(data)
-        if dim is not None and not self.is_labelled:
-            raise TypeError("only a DataArray has a dim; the spectra of others lie along the last dimension")
-        self.data = data if self.is_labelled or self.is_lazy else np.asarray(data)
-        if self.data.ndim == 0:
-            raise ValueError("a map has spectra, not one number")
-        if not self.is_labelled:
-            self.axis, self.channels = axis or Axis(), self.data.shape[-1]
-            return
-        self.dim = self.data.dims[-1] if dim is None else dim
-        if self.dim not in self.data.dims:
-            raise ValueError(f"no dimension is called {self.dim!r}; there are {', '.join(map(repr, self.data.dims))}")
-        self.channels = self.data.sizes[self.dim]
-        self.axis = axis or self._coordinates()
-
-    def _coordinates(self) -> Axis:
-        if self.dim not in self.data.coords:
-            return Axis()
-        coordinate = self.data.coords[self.dim]
-        return Axis.from_positions(coordinate.values, 1e-3, str(self.dim), str(coordinate.attrs.get("units", "")))
-
-    def run(self, fit: _Fit, errors: str, starts: Iterable[Any] = (), fixed: dict[str, float] | None = None) -> Planes:
-        """The planes of a fit, of the map's own kind."""
-        if errors not in ("raise", "nan"):
-            raise ValueError(f"errors is 'raise' or 'nan', not {errors!r}")
-        call = _Call(fit, errors)
-        call._made.append(fit.made())  # what it refuses, it refuses now
-        return fit.planes(self._through(call, list(starts)), fixed or {})
-
-    def _through(self, call: _Call, starts: list[Any]) -> Any:
-        types = [kind for _, kind in call.fit.outputs()]
-        if self.is_labelled:
-            import xarray
-
-            data = self.data if self.data.chunks is None else self.data.chunk({self.dim: -1})
-            return xarray.apply_ufunc(
-                call, data, *starts, input_core_dims=[[self.dim], *([] for _ in starts)],
-                output_core_dims=[[one] if one else [] for one, _ in call.fit.outputs()], dask="parallelized",
-                output_dtypes=types, dask_gufunc_kwargs={"output_sizes": call.fit.sizes()},
-            )  # fmt: skip
-        if self.is_lazy:
-            import dask.array
-
-            data = self.data.rechunk({-1: -1})
-            planes = [dask.array.broadcast_to(one, data.shape[:-1]).rechunk(data.chunks[:-1]) for one in starts]
-            signature = f"(channel){',()' * len(starts)}->{','.join(f'({one})' for one, _ in call.fit.outputs())}"
-            return dask.array.apply_gufunc(
-                call, signature, data, *planes, output_dtypes=types, output_sizes=call.fit.sizes()
-            )
-        return call(self.data, *starts)
 
 
 # ---- What there is ------------------------------------------------------------------------------
@@ -296,7 +68,7 @@ def _ranges(ranges: Any) -> list[tuple[float, float]]:
 
 
 def _sum_block(block: Any, onto: Any = None) -> tuple[Any, Any]:
-    spectrum, image = _core.maps_sum(_elements(block), onto)
+    spectrum, image = _core.maps_sum(_map_blocks.elements(block), onto)
     return spectrum, image.reshape(block.shape[:-1])
 
 
@@ -310,7 +82,7 @@ def _sum_spectrum(block: Any, onto: Any = None) -> Any:
 
 def _sums(data: Any) -> Sums:
     """The sums of a map without labels."""
-    if not _is_dask(data):
+    if not _map_blocks.is_dask(data):
         return Sums(*_sum_block(data))
     import dask.array
 
@@ -340,7 +112,7 @@ def sum(data: Any, *, dim: str | None = None) -> Sums:
         >>> dp.maps.sum(np.array([[1, 2, 3], [4, 5, 6]], "u2"))
         Sums(spectrum=array([5., 7., 9.]), image=array([ 6., 15.]))
     """
-    given = _Map(data, Axis(), dim)
+    given = Map(data, Axis(), dim)
     if not given.is_labelled:
         return _sums(given.data)
     spectrum, image = _sums(given.data.transpose(..., given.dim).data)
@@ -364,11 +136,11 @@ def integrate(
         >>> dp.maps.integrate(counts, {"Fe": (2, 3)}, background="polynomial", ranges=[(0, 1), (4, 5)])["Fe"]
         array([8.])
     """
-    given = _Map(data, axis, dim)
+    given = Map(data, axis, dim)
     named = windows if isinstance(windows, Mapping) else {f"window {k + 1}": w for k, w in enumerate(_pairs(windows))}
     curve = _choice(_BACKGROUNDS, background, "background")
     arguments = (given.channels, given.axis, _ranges(list(named.values())), curve, _ranges(ranges), order)
-    return given.run(_Fit("maps_cIntegral", arguments, list(named), has_chi=False), errors)
+    return given.run(Fit("maps_cIntegral", arguments, list(named), has_chi=False), errors)
 
 
 def power_law(
@@ -387,11 +159,11 @@ def power_law(
         >>> fit["amplitude"].round(6), fit["exponent"].round(6)
         (array([800.]), array([-3.]))
     """
-    given = _Map(data, axis, dim)
+    given = Map(data, axis, dim)
     pairs = _ranges(ranges)
     ends = [end for pair in pairs for end in pair]
     at = float(reference) if reference is not None else (min(ends) + max(ends)) / 2 if ends else 1.0
-    fit = _Fit("maps_cPowerLaw", (given.channels, given.axis, pairs, at), ["amplitude", "exponent"])
+    fit = Fit("maps_cPowerLaw", (given.channels, given.axis, pairs, at), ["amplitude", "exponent"])
     return given.run(fit, errors, fixed={"reference": at})
 
 
@@ -410,7 +182,7 @@ def polynomial(
         >>> fit["c1"].round(6), fit.fixed
         (array([4.]), {'offset': 15.0})
     """
-    given = _Map(data, axis, dim)
+    given = Map(data, axis, dim)
     first, last = given.axis.position(0), given.axis.position(max(given.channels - 1, 0))
     middle = (first + last) / 2 if offset is None else float(offset)
     # Coefficients of (x - offset) / scale are well apart; a power of two goes and comes exactly.
@@ -418,7 +190,7 @@ def polynomial(
     scale = 2.0 ** round(math.log2(half)) if half > 0 else 1.0
     arguments = (given.channels, given.axis, order, middle, scale, _choice(_WEIGHTS, weights, "weights"))
     powers = range(max(order, 0) + 1)
-    fit = _Fit("maps_polynomial", arguments, [f"c{j}" for j in powers], [scale**j for j in powers])
+    fit = Fit("maps_polynomial", arguments, [f"c{j}" for j in powers], [scale**j for j in powers])
     return given.run(fit, errors, fixed={"offset": middle})
 
 
@@ -440,7 +212,7 @@ def linear(
         >>> abs(fit["line"].round(6)), fit["background"].round(6)
         (array([10.,  0.]), array([10.,  5.]))
     """
-    given = _Map(data, Axis(), dim)
+    given = Map(data, Axis(), dim)
     named = shapes if isinstance(shapes, Mapping) else {f"c{j}": shape for j, shape in enumerate(shapes)}
     rows = np.array([np.asarray(shape, dtype="f8") for shape in named.values()]).reshape(len(named), -1)
     if rows.shape[1] != given.channels:
@@ -450,7 +222,7 @@ def linear(
     if set(held) - set(names):
         raise ValueError(f"nonnegative names {sorted(set(held) - set(names))}; there are {', '.join(names)}")
     arguments = (rows, _choice(_WEIGHTS, weights, "weights"), [names.index(name) for name in held])
-    return given.run(_Fit("maps_cLinear", arguments, names), errors)
+    return given.run(Fit("maps_cLinear", arguments, names), errors)
 
 
 def peaks(
@@ -478,7 +250,7 @@ def peaks(
         >>> fit[fe.position].round(3), fit.areas["Fe"].round(1)
         (array([6.4, 6.4]), array([135.4,  60.2]))
     """
-    given = _Map(data, axis, dim)
+    given = Map(data, axis, dim)
     kept = model.copy()
     named = dict(starts or {})
     for name in named:
@@ -489,5 +261,5 @@ def peaks(
         None if weights is None else np.asarray(weights, dtype="f8"),
         _choice(_ERRORS, standard_errors, "standard_errors"), windows, begin, end, tolerance, most_evaluations,
     )  # fmt: skip
-    fit = _Fit("maps_cPeaks", arguments, kept.names, peaks=list(kept.peak_names), started=tuple(named))
+    fit = Fit("maps_cPeaks", arguments, kept.names, peaks=list(kept.peak_names), started=tuple(named))
     return given.run(fit, errors, named.values())

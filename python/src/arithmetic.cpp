@@ -1,7 +1,9 @@
 #include "arithmetic.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <type_traits>
 
 #include "alignment.h"
@@ -147,6 +149,47 @@ void mergeAxes(A& result, const B& a, const B& b) {
         result.axes[axis] = mergedAxis(a.axes[axis], b.axes[axis]);
 }
 
+// ---- Elements that lie in an array of numpy's ---------------------------------------------------
+
+template<class T, class Operation>
+void combine(const T* first, const T* second, T* results, int count, Operation operation) {
+    for (int i = 0; i < count; ++i)
+        results[i] = operation(first[i], second[i]);
+}
+
+template<class T>
+void combineBy(bnry_eAritBinaryOperation operation, const T* first, const T* second, T* results,
+               int count) {
+    if (operation == bnry_Add)
+        combine(first, second, results, count, std::plus());
+    else if (operation == bnry_Subtract)
+        combine(first, second, results, count, std::minus());
+    else if (operation == bnry_Multiply)
+        combine(first, second, results, count, std::multiplies());
+    else
+        combine(first, second, results, count, std::divides());
+}
+
+template<class T>
+bool hasZero(const T* elements, int count) {
+    return std::find(elements, elements + count, T(0)) != elements + count;
+}
+
+template<class T, class A>
+std::optional<A> inPlace(bnry_eAritBinaryOperation operation, const A& array, const T* elements,
+                         eOrder order) {
+    const int count = array.Count();
+    const T* own = array.values.template Elements<T>().data();
+    const T* first = order == ArrayFirst ? own : elements;
+    const T* second = order == ArrayFirst ? elements : own;
+    const cWithoutGil released(2LL * count, nanosecondsOf(operation));
+    if (operation == bnry_Divide && hasZero(second, count))
+        return std::nullopt;
+    A result = uninitialisedLike(array, dtyp_Of<T>());
+    combineBy(operation, first, second, result.values.template Elements<T>().data(), count);
+    return result;
+}
+
 // ---- Comparisons -------------------------------------------------------------------------------
 
 bool isSigned(dtyp_cDataType type) { return type.Code() >= dtyp_Int8 && type.Code() <= dtyp_Int32; }
@@ -238,6 +281,20 @@ A arithmetic(bnry_eAritBinaryOperation operation, const A& a, const A& b) {
     return result;
 }
 
+template<class A>
+std::optional<A> arithmeticInPlace(bnry_eAritBinaryOperation operation, const A& array,
+                                   const void* elements, eOrder order) {
+    if (operation == bnry_Power)
+        return std::nullopt;
+    std::optional<A> result =
+        array.values.DataType() == dtyp_Float
+            ? inPlace(operation, array, static_cast<const float*>(elements), order)
+            : inPlace(operation, array, static_cast<const double*>(elements), order);
+    if (result)
+        result->labels = operation <= bnry_Subtract ? mergedValues(array.labels, {}) : cLabels();
+    return result;
+}
+
 template<class A, class Mask>
 Mask comparison(bnry_eCompBinaryOperation operation, const A& a, const pnum_cNumber& b) {
     const dtyp_cDataType type = commonType(a.values.DataType(), b.DataType());
@@ -281,6 +338,10 @@ template sArray1D arithmetic(bnry_eAritBinaryOperation, const sArray1D&, const p
 template sArray2D arithmetic(bnry_eAritBinaryOperation, const sArray2D&, const pnum_cNumber&);
 template sArray1D arithmetic(bnry_eAritBinaryOperation, const sArray1D&, const sArray1D&);
 template sArray2D arithmetic(bnry_eAritBinaryOperation, const sArray2D&, const sArray2D&);
+template std::optional<sArray1D> arithmeticInPlace(bnry_eAritBinaryOperation, const sArray1D&,
+                                                   const void*, eOrder);
+template std::optional<sArray2D> arithmeticInPlace(bnry_eAritBinaryOperation, const sArray2D&,
+                                                   const void*, eOrder);
 template sMask1D comparison<sArray1D, sMask1D>(bnry_eCompBinaryOperation, const sArray1D&,
                                                const pnum_cNumber&);
 template sMask2D comparison<sArray2D, sMask2D>(bnry_eCompBinaryOperation, const sArray2D&,

@@ -4,6 +4,8 @@
 // and its alignment, and with the value that the operands say where the library keeps an old
 // surprise.
 
+#include <optional>
+
 #include "objects.h"
 
 namespace dataprocessing::python {
@@ -15,6 +17,15 @@ template<class A>
 A arithmetic(bnry_eAritBinaryOperation operation, const A& a, const pnum_cNumber& b);
 template<class A>
 A arithmetic(bnry_eAritBinaryOperation operation, const A& a, const A& b);
+
+/// On which side of an operation the array stands.
+enum eOrder { ArrayFirst, ArraySecond };
+
+/// An array with as many elements of its own type at `elements`, single or double precision, read
+/// where they are; none where the result takes more than the operation: a power, a divisor with 0.
+template<class A>
+std::optional<A> arithmeticInPlace(bnry_eAritBinaryOperation operation, const A& array,
+                                   const void* elements, eOrder order);
 
 /// The mask of the comparison, on the axes of the data. Operands of different types are compared in
 /// a type that holds both.

@@ -39,11 +39,6 @@ dtyp_cDataType typeOfElements(const Object& object) {
     return object.values.DataType();
 }
 
-bool isNative(const py::dtype& dtype) {
-    const char order = py::detail::array_descriptor_proxy(dtype.ptr())->byteorder;
-    return order == '=' || order == '|';
-}
-
 py::module_ numpy() { return py::module_::import("numpy"); }
 
 bool fitsDouble(const py::array& integers) {
@@ -225,7 +220,14 @@ const char* formatOf(dtyp_cDataType type) {
 
 template<class Object>
 int getBuffer(PyObject* self, Py_buffer* buffer, int flags) {
-    Object& object = held<Object>(self);
+    const Object* made = nullptr;
+    try {
+        made = &held<Object>(self);
+    } catch (const py::builtin_exception& error) {
+        error.set_error();
+        return -1;
+    }
+    const Object& object = *made;
     constexpr int n = Object::dimensions;
     auto* numbers = new (std::nothrow) Py_ssize_t[2 * n];
     if (numbers == nullptr) {
@@ -242,7 +244,7 @@ int getBuffer(PyObject* self, Py_buffer* buffer, int flags) {
         stride *= object.Size(axis);
     }
     *buffer = Py_buffer{};
-    buffer->buf = object.Count() > 0 ? object.values.Data() : nothing;
+    buffer->buf = object.Count() > 0 ? const_cast<void*>(object.values.Data()) : nothing;
     buffer->obj = self;
     Py_INCREF(self);
     buffer->len = object.Count() * width;

@@ -96,6 +96,8 @@ py::dtype dtypeOf(dtyp_cDataType type) {
             made[code] = py::dtype(names[code]).release().ptr();
         return made;
     }();
+    if (!type.IsKnown())
+        throw py::type_error("an object without a value: its __init__ was not called");
     return py::reinterpret_borrow<py::dtype>(all[static_cast<std::size_t>(type.Code())]);
 }
 
@@ -113,6 +115,11 @@ dtyp_cDataType codeOf(const py::dtype& dtype) {
     default:
         return dtyp_cDataType(0);
     }
+}
+
+bool isNative(const py::dtype& dtype) {
+    const char order = py::detail::array_descriptor_proxy(dtype.ptr())->byteorder;
+    return order == '=' || order == '|';
 }
 
 dtyp_cDataType requestedType(const py::handle& dtype) {

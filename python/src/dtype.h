@@ -17,6 +17,9 @@ py::dtype dtypeOf(dtyp_cDataType type);
 /// The element type of a numpy type, 0 when there is none of exactly that kind and width.
 dtyp_cDataType codeOf(const py::dtype& dtype);
 
+/// Whether elements are in this machine's byte order.
+bool isNative(const py::dtype& dtype);
+
 /// The element type that users ask for by a dtype or what numpy takes for one; TypeError for one
 /// that the library has not.
 dtyp_cDataType requestedType(const py::handle& dtype);

@@ -20,11 +20,15 @@ bool isInstance(PyObject* object) noexcept {
     return PyObject_TypeCheck(object, typeOf<T>);
 }
 
-/// What an instance of T's type, or of a subclass, holds.
+/// What an instance of T's type, or of a subclass, holds. TypeError where `__new__` made it and no
+/// `__init__` followed.
 template<class T>
 T& held(PyObject* object) {
     auto* instance = reinterpret_cast<pybind11::detail::instance*>(object);
-    return *static_cast<T*>(instance->get_value_and_holder().value_ptr());
+    auto* value = static_cast<T*>(instance->get_value_and_holder().value_ptr());
+    if (value == nullptr)
+        throw pybind11::type_error("an object without a value: its __init__ was not called");
+    return *value;
 }
 
 template<class T>

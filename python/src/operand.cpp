@@ -33,10 +33,19 @@ py::array broadcast(const py::array& values, const A& array) {
     return py::array(py::module_::import("numpy").attr("broadcast_to")(values, shape));
 }
 
+/// Whether elements of `type` can be read where they are.
+bool canStay(const py::array& values, dtyp_cDataType type) {
+    constexpr int inOrder = py::array::c_style;
+    constexpr int asInMemory = inOrder | int(py::detail::npy_api::NPY_ARRAY_ALIGNED_);
+    return (type == dtyp_Float || type == dtyp_Double) && codeOf(values.dtype()) == type &&
+           (values.flags() & asInMemory) == asInMemory && isNative(values.dtype()) &&
+           values.size() > 0;
+}
+
 } // namespace
 
 template<class A>
-cOperand<A>::cOperand(PyObject* object, const A& array) {
+cOperand<A>::cOperand(PyObject* object, const A& array) : beside_(array) {
     array_ = tryHeld<A>(object);
     if (array_ != nullptr)
         return;
@@ -46,14 +55,14 @@ cOperand<A>::cOperand(PyObject* object, const A& array) {
     if (isInstance<sArray1D>(object) || isInstance<sArray2D>(object))
         throw py::type_error("a 1D array and a 2D array do not combine");
     if (isPlainArray(object) || PyList_Check(object) || PyTuple_Check(object)) {
-        Broadcast(object, array);
+        Broadcast(object);
         return;
     }
     isNumber_ = strongNumber(object, number_);
 }
 
 template<class A>
-void cOperand<A>::Broadcast(const py::handle& values, const A& array) {
+void cOperand<A>::Broadcast(const py::handle& values) {
     const py::array in = asNumpy(values);
     if (in.ndim() == 0) {
         isNumber_ = strongNumber(in[py::tuple()].ptr(), number_);
@@ -61,11 +70,20 @@ void cOperand<A>::Broadcast(const py::handle& values, const A& array) {
     }
     bool same = in.ndim() == A::dimensions;
     for (int axis = 0; same && axis < A::dimensions; ++axis)
-        same = in.shape(axis) == array.Size(axis);
-    made_ = fromNumpy<A>(same ? in : broadcast(in, array), storedType(in));
+        same = in.shape(axis) == beside_.Size(axis);
+    inPlace_ = same ? in : broadcast(in, beside_);
+    if (!same || !canStay(in, beside_.values.DataType()))
+        Copy();
+}
+
+template<class A>
+void cOperand<A>::Copy() {
+    const auto in = inPlace_.cast<py::array>();
+    made_ = fromNumpy<A>(in, storedType(in));
     for (int axis = 0; axis < A::dimensions; ++axis)
-        made_.SetAxis(axis, array.Axis(axis));
+        made_.SetAxis(axis, beside_.Axis(axis));
     array_ = &made_;
+    inPlace_ = py::none();
 }
 
 template class cOperand<sArray1D>;

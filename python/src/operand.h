@@ -2,6 +2,7 @@
 
 // What stands beside an array in an operation.
 
+#include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
 #include "objects.h"
@@ -25,16 +26,24 @@ public:
     const A& Array() const noexcept { return *array_; }
     const pnum_cNumber& Number() const noexcept { return number_; }
 
+    /// True of an ndarray of the array's shape and floating type, whose elements an operation may
+    /// read where they are; it is no array until Copy() made it one.
+    bool IsInPlace() const noexcept { return !inPlace_.is_none(); }
+    const void* Elements() const { return inPlace_.cast<pybind11::array>().data(); }
+    void Copy();
+
 private:
     cOperand(const cOperand&) = delete;
     cOperand& operator=(const cOperand&) = delete;
 
-    void Broadcast(const pybind11::handle& values, const A& array);
+    void Broadcast(const pybind11::handle& values);
 
+    const A& beside_;
     const A* array_ = nullptr;
     bool isNumber_ = false;
     pnum_cNumber number_;
     A made_;
+    pybind11::object inPlace_ = pybind11::none();
 };
 
 } // namespace dataprocessing::python

@@ -1,5 +1,8 @@
 #include "operators.h"
 
+#include <optional>
+#include <utility>
+
 #include "arithmetic.h"
 #include "instances.h"
 #include "masks.h"
@@ -41,17 +44,32 @@ PyObject* slot(Body body) noexcept {
     return nullptr;
 }
 
+/// One that is no array yet becomes one where the result is not that of the operands alone.
+template<class A>
+PyObject* withElements(bnry_eAritBinaryOperation operation, const A& array, cOperand<A>& other,
+                       eOrder order) {
+    if (std::optional<A> made = arithmeticInPlace(operation, array, other.Elements(), order))
+        return release(*std::move(made));
+    other.Copy();
+    return release(order == ArrayFirst ? arithmetic(operation, array, other.Array())
+                                       : arithmetic(operation, other.Array(), array));
+}
+
 template<class A, class Mask, bnry_eAritBinaryOperation operation>
 PyObject* arithmeticSlot(PyObject* left, PyObject* right) {
     return slot([&]() -> PyObject* {
         if (const A* a = tryHeld<A>(left)) {
-            const cOperand<A> b(right, *a);
+            cOperand<A> b(right, *a);
+            if (b.IsInPlace())
+                return withElements(operation, *a, b, ArrayFirst);
             if (b.IsArray())
                 return release(arithmetic(operation, *a, b.Array()));
             return b.IsNumber() ? release(arithmetic(operation, *a, b.Number())) : notImplemented();
         }
         const A& b = held<A>(right);
-        const cOperand<A> a(left, b);
+        cOperand<A> a(left, b);
+        if (a.IsInPlace())
+            return withElements(operation, b, a, ArraySecond);
         if (a.IsArray())
             return release(arithmetic(operation, a.Array(), b));
         return a.IsNumber() ? release(arithmetic(operation, a.Number(), b)) : notImplemented();
@@ -88,7 +106,9 @@ template<class A, class Mask>
 PyObject* comparisonSlot(PyObject* left, PyObject* right, int python) {
     return slot([&]() -> PyObject* {
         const A& a = held<A>(left);
-        const cOperand<A> b(right, a);
+        cOperand<A> b(right, a);
+        if (b.IsInPlace())
+            b.Copy();
         const bnry_eCompBinaryOperation operation = comparisonOf(python);
         if (b.IsArray())
             return release(comparison<A, Mask>(operation, a, b.Array()));

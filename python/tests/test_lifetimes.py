@@ -2,6 +2,8 @@
 
 import gc
 import resource
+import subprocess
+import sys
 import weakref
 
 import dataprocessing as dp
@@ -61,3 +63,46 @@ def test_cycles_through_callbacks_are_collected():
     del owner
     gc.collect()
     assert reference() is None
+
+
+WITHOUT_A_VALUE = """
+import copy, pickle, sys
+import dataprocessing as dp, numpy as np
+cls = getattr(dp, sys.argv[1])
+good = {"Array1D": lambda: dp.Array1D([1.0, 2.0]), "Array2D": lambda: dp.Array2D(np.ones((2, 3))), "Axis": dp.Axis,
+        "Mask1D": lambda: dp.Array1D([1.0]) > 0, "Mask2D": lambda: dp.Array2D(np.ones((2, 3))) > 0}[sys.argv[1]]()
+def attempt(use):
+    made = cls.__new__(cls)
+    try:
+        use(made)
+    except (TypeError, ValueError, AttributeError, IndexError, SystemError, dp.DataProcessingError):
+        pass
+def called(name, *given):
+    return lambda made: getattr(made, name)(*given)
+names = [name for name in dir(cls) if name not in ("__class__", "__init_subclass__", "__subclasshook__", "__new__")]
+for name in names:
+    for given in ((), (1,), (1.5,), (good,), (0, 1), ("f8",)):
+        attempt(called(name, *given))
+for use in (memoryview, np.asarray, np.sqrt, repr, copy.deepcopy, pickle.dumps, lambda made: made + good,
+            lambda made: good + made, lambda made: made == good, lambda made: good == made, lambda made: made & good,
+            lambda made: -made, lambda made: ~made, lambda made: dp.Array1D(made), lambda made: dp.Array1D([1], made),
+            lambda made: dp.fft(made), lambda made: dp.where(made, good, good), lambda made: np.add(made, good)):
+    attempt(use)
+for name in dp.__all__:
+    function = getattr(dp, name)
+    if callable(function):
+        for given in ((), (good,), (2,), (1.0, 2.0)):
+            attempt(lambda made: function(made, *given))
+            attempt(lambda made: function(*given, made))
+print("alive")
+"""
+
+
+@pytest.mark.parametrize("name", ["Array1D", "Array2D", "Mask1D", "Mask2D", "Axis"])
+def test_objects_without_a_value_do_no_harm(name):
+    done = subprocess.run([sys.executable, "-W", "ignore", "-c", WITHOUT_A_VALUE, name], capture_output=True, text=True)
+    assert done.stdout == "alive\n", (done.returncode, done.stderr[-2000:])
+    a = dp.Array1D.__new__(dp.Array1D)
+    for use in (lambda: a + 1, lambda: dp.Array1D([1]) + a, lambda: a.values, lambda: memoryview(a)):
+        with pytest.raises(TypeError, match="without a value"):
+            use()

@@ -3,7 +3,7 @@
 import dataprocessing as dp
 import numpy as np
 import pytest
-from dataprocessing import maps
+from dataprocessing import _map_blocks, maps
 from test_maps import AXIS, CHANNELS, FITS, X, arrays, assert_same_bits, made, model
 
 dask = pytest.importorskip("dask")
@@ -49,8 +49,8 @@ def test_same_bits_by_every_scheduler(data, expected, scheduler):
 
 def test_one_call_for_each_chunk(data, monkeypatch):
     shapes = []
-    elements = maps._elements
-    monkeypatch.setattr(maps, "_elements", lambda block: shapes.append(block.shape) or elements(block))
+    elements = _map_blocks.elements
+    monkeypatch.setattr(_map_blocks, "elements", lambda block: shapes.append(block.shape) or elements(block))
     lazy = FITS["linear"](da.from_array(data, chunks=(10, 20, 30)), axis=AXIS)
     assert shapes == []
     computed(lazy, scheduler="synchronous")

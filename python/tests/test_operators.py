@@ -258,3 +258,51 @@ def test_floats_add_as_in_numpy(values):
     with np.errstate(all="ignore"):
         assert (dp.Array1D(x) + dp.Array1D(x[::-1])).values.tobytes() == (x + x[::-1]).tobytes()
         assert (3.5 - dp.Array1D(x)).values.tobytes() == (np.float32(3.5) - x).tobytes()
+
+
+def unaligned(values):
+    raw = np.zeros(values.nbytes + 1, "u1")[1:].view(values.dtype).reshape(values.shape)
+    raw[...] = values
+    assert not raw.flags.aligned
+    return raw
+
+
+WAYS = {
+    "as it is": lambda v: v, "backwards": lambda v: v[::-1].copy()[::-1], "other byte order": lambda v: v.byteswap().newbyteorder(),
+    "unaligned": unaligned, "columns first": np.asfortranarray, "list": np.ndarray.tolist, "other width": lambda v: v.astype({"f4": "f8", "f8": "f4", "c8": "c16"}[v.dtype.str[1:]]),
+    "integers": lambda v: np.clip(4 * v, 1, 100).astype("i2"),
+}  # fmt: skip
+
+
+@pytest.mark.parametrize("symbol", [*OPERATIONS, "**"])
+@pytest.mark.parametrize("way", WAYS)
+@pytest.mark.parametrize("dtype", ["f4", "f8", "c8"])
+@pytest.mark.parametrize("shape", [(1,), (37,), (5, 7)])
+def test_ndarrays_give_what_arrays_of_them_give(shape, dtype, way, symbol):
+    operation = {**OPERATIONS, "**": operator.pow}[symbol]
+    x, y = (np.random.default_rng(seed).uniform(0.5, 2, shape).astype(dtype) for seed in (1, 2))
+    a = dp.array(x, name="a", unit="V")
+    if dtype != "c8":
+        x.flat[0], y.flat[-1] = np.inf, -np.inf
+    elif way == "integers":
+        y = y.real.copy()
+    given = WAYS[way](y)
+    other = dp.array(given if way != "list" else np.array(given))
+    assert operation(a, given).identical(operation(a, other))
+    assert operation(given, a).identical(operation(other, a))
+    assert type(operation(given, a)) is type(a)
+
+
+@pytest.mark.parametrize("dtype", ["f4", "f8"])
+def test_zeros_in_ndarrays_are_refused_as_those_of_arrays_are(dtype):
+    a, zeros = dp.Array1D(np.ones(3, dtype)), np.array([1, -0.0, 2], dtype)
+    with pytest.raises(dp.DivisionByZeroError) as of_arrays:
+        a / dp.Array1D(zeros)
+    with pytest.raises(dp.DivisionByZeroError) as of_elements:
+        a / zeros
+    assert (of_elements.value.unit, of_elements.value.line) == (of_arrays.value.unit, of_arrays.value.line)
+    assert (zeros / a).values.tolist() == [1, 0, 2]
+    with pytest.raises(ValueError):
+        a + np.ones(4, dtype)
+    with pytest.raises(dp.DivisionByZeroError):
+        np.ones(3, dtype) / dp.Array1D(zeros)

@@ -1,0 +1,185 @@
+"""Planes in a file, block by block: memory holds what is at work, and what is there need not be made again."""
+
+from __future__ import annotations
+
+import contextlib
+import itertools
+import json
+import math
+import os
+import pathlib
+import uuid
+from collections.abc import Iterator
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+
+from dataprocessing._map_blocks import Planes, named
+
+if TYPE_CHECKING:
+    from numpy.typing import NDArray
+
+_MISSING = 255  # in the plane of status: this block was not computed yet
+_FILL = {"f": math.nan, "i": -1, "u": _MISSING}
+_LAST = "status"
+
+
+def _is_hdf5(path: str) -> bool:
+    return pathlib.PurePath(path).suffix in (".h5", ".hdf5")
+
+
+@contextlib.contextmanager
+def _opened(path: str, mode: str) -> Iterator[Any]:
+    """A group of arrays: an HDF5 file, which one process writes at a time, or a folder by zarr."""
+    if not _is_hdf5(path):
+        import zarr
+
+        yield zarr.open_group(path, mode=mode)
+        return
+    import h5py
+    from dask.utils import SerializableLock
+
+    with SerializableLock(path), h5py.File(path, mode) as file:
+        yield file
+
+
+def _write(path: str, region: tuple[slice, ...], names: list[str], *blocks: NDArray[Any]) -> int:
+    with _opened(path, "r+") as group:
+        for name, block in zip(names, blocks):
+            group[name][region] = block
+    return 1
+
+
+def _count(written: list[int]) -> int:
+    return len(written)
+
+
+def _stacks(planes: Planes) -> dict[str, Any]:
+    """Arrays of all planes of a kind, which dask cuts along the map alone, the status last."""
+    import dask.array
+
+    kept: dict[str, Any] | None = getattr(planes, "_stacks", None)
+    if kept is None:
+        raise TypeError("planes are stored as a fit made them, before they are computed or taken apart")
+    stacks = {name: one if isinstance(one, np.ndarray) else getattr(one, "data", one) for name, one in kept.items()}
+    made = {}
+    for name in [*(name for name in stacks if name != _LAST), _LAST]:
+        stack = stacks[name]
+        lazy = stack if isinstance(stack, dask.array.Array) else dask.array.from_array(np.asarray(stack), chunks=-1)
+        made[name] = lazy
+    return made
+
+
+def _regions(chunks: tuple[tuple[int, ...], ...]) -> list[tuple[slice, ...]]:
+    ends = [np.cumsum([0, *sizes]).tolist() for sizes in chunks]
+    return list(itertools.product(*([slice(a, b) for a, b in zip(one, one[1:])] for one in ends)))
+
+
+def _prepare(path: str, stacks: dict[str, Any], about: dict[str, Any], resume: bool) -> Any:
+    """Makes the arrays, or looks whether those that are there are these; which blocks are done."""
+    status = stacks[_LAST]
+    sizes = tuple(one[0] for one in status.chunks)
+    text = json.dumps({**about, "chunks": list(sizes)}, sort_keys=True)
+    if resume and os.path.exists(path):
+        with _opened(path, "r") as group:
+            if group.attrs.get("planes") != text or _LAST not in group:
+                raise ValueError(f"{path} holds planes of another fit, another map, or other chunks")
+            done = group[_LAST][...] != _MISSING
+        return [bool(done[region].all()) for region in _regions(status.chunks)]
+    with _opened(path, "w") as group:
+        for name, stack in stacks.items():
+            make = group.create_dataset if _is_hdf5(path) else group.create
+            further = stack.shape[status.ndim :]
+            make(
+                name, shape=stack.shape, chunks=(*sizes, *further) if stack.size and sizes else None, dtype=stack.dtype,
+                **{"fillvalue" if _is_hdf5(path) else "fill_value": _FILL[stack.dtype.kind]},
+            )  # fmt: skip
+        group.attrs["planes"] = text
+    return [False] * len(_regions(status.chunks))
+
+
+def store(planes: Planes, path: str | os.PathLike[str], *, resume: bool = False, compute: bool = True) -> Any:
+    """Computes the planes of a map block by block, each into its place in a file; how many blocks were computed.
+
+    ``path`` ends in .h5 or .hdf5 for an HDF5 file, which threads of one process may write; otherwise it is a folder
+    that zarr makes, for threads, processes and machines that share it. Memory holds the blocks that are at work, and
+    what dask reads ahead. What was there is replaced, or with ``resume`` looked at: blocks that are there are not
+    computed again. With ``compute=False`` nothing is computed yet, and a dask.delayed object comes back, which counts
+    the blocks once it is computed. Needs dask, and zarr or h5py.
+
+    ValueError for chunks of several sizes in a folder (``data.rechunk`` makes them equal), and for a file of another
+    fit when it is resumed; TypeError for planes that were computed already.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> import dask.array, tempfile                                   # doctest: +SKIP
+        >>> data = dask.array.from_zarr("map.zarr")                       # doctest: +SKIP
+        >>> planes = dp.maps.integrate(data, {"Fe": (6.2, 6.6)}, axis)    # doctest: +SKIP
+        >>> dp.maps.store(planes, "fe.zarr", resume=True)                 # doctest: +SKIP
+        64
+        >>> dp.maps.load("fe.zarr")["Fe"].mean().compute()                # doctest: +SKIP
+        120.7
+    """
+    import dask
+    from dask.delayed import Delayed
+    from dask.highlevelgraph import HighLevelGraph
+
+    where = os.path.abspath(os.fspath(path))
+    stacks = _stacks(planes)
+    status = stacks[_LAST]
+    for sizes in status.chunks:
+        even = all(size == sizes[0] for size in sizes[:-1]) and sizes[-1] <= sizes[0]
+        if not even and not _is_hdf5(where):
+            raise ValueError(f"chunks of {sizes} elements; those of a folder have one size, but for the last")
+    about = {
+        "names": list(planes.values), "peaks": list(planes.areas), "fixed": planes.fixed, "shape": list(status.shape),
+        "stacks": list(stacks), "made_by": getattr(planes, "_made_by"),
+    }  # fmt: skip
+    done = _prepare(where, stacks, about, resume)
+    name = f"store-{uuid.uuid4().hex}"
+    tasks: dict[Any, Any] = {}
+    blocks = itertools.product(*(range(len(sizes)) for sizes in status.chunks))
+    for k, (block, region) in enumerate(zip(blocks, _regions(status.chunks))):
+        if not done[k]:
+            keys = [(one.name, *block, *(0,) * (one.ndim - status.ndim)) for one in stacks.values()]
+            tasks[(name, k)] = (_write, where, region, list(stacks), *keys)
+    end = f"{name}-end"
+    # One plain graph, which every scheduler reads alike.
+    graph = HighLevelGraph.from_collections(
+        end, {**tasks, end: (_count, list(tasks))}, dependencies=dask.optimize(*stacks.values())
+    )
+    delayed = Delayed(end, graph.to_dict())
+    return delayed.compute() if compute else delayed
+
+
+def load(path: str | os.PathLike[str]) -> Planes:
+    """The planes that :func:`store` wrote, as dask arrays, which read what is asked for.
+
+    What was not computed yet is NaN, with a ``status`` of 255. FileNotFoundError and what zarr and h5py raise for a
+    file that is none.
+    """
+    import dask.array
+
+    where = os.path.abspath(os.fspath(path))
+    if not os.path.exists(where):
+        raise FileNotFoundError(where)
+    if _is_hdf5(where):
+        import h5py
+
+        group = h5py.File(where, "r")
+    else:
+        import zarr
+
+        group = zarr.open_group(where, mode="r")
+    about = json.loads(group.attrs["planes"])
+    chunks = [size or 1 for size in about["chunks"]]
+    out = {}
+    for one in about["stacks"]:
+        stack = group[one]
+        out[one] = dask.array.from_array(stack, chunks=(*chunks, *stack.shape[len(chunks) :]))
+    values, errors = named(out["values"], about["names"]), named(out["errors"], about["names"])
+    areas, area_errors = (
+        named(out[one], about["peaks"]) if one in out else {} for one in ("areas", "area_errors")
+    )
+    return Planes(
+        values, errors, out.get("iterations"), out["status"], out.get("chi_square"), areas, area_errors, about["fixed"]
+    )
