@@ -8,7 +8,12 @@ Arrays know where their elements lie, and arithmetic respects it:
     80
 """
 
-from dataprocessing import _arrays, _repr, fitting, interop, maps, plotting  # noqa: F401, they add methods
+from __future__ import annotations
+
+import importlib
+from typing import TYPE_CHECKING, Any
+
+from dataprocessing import _arrays, _repr, interop, plotting  # noqa: F401, they add methods
 from dataprocessing._core import (
     AlignmentWarning,
     Array1D,
@@ -87,6 +92,9 @@ from dataprocessing.geometry import (
     shear,
 )
 
+if TYPE_CHECKING:
+    from dataprocessing import fitting, maps, testing
+
 __version__ = "0.1.0"
 
 __all__ = [
@@ -99,3 +107,10 @@ __all__ = [
     "rebin", "register", "rescale", "resize", "rotate", "shear", "sin", "sinh", "smooth_gauss", "smooth_median",
     "smooth_savgol", "snip", "sqr", "sqrt", "tan", "tanh", "where", "zeros",
 ]
+
+
+def __getattr__(name: str) -> Any:
+    """Fits and maps are loaded when they are asked for: most of the import's time is theirs."""
+    if name in ("fitting", "maps", "testing"):
+        return importlib.import_module(f"dataprocessing.{name}")
+    raise AttributeError(f"module 'dataprocessing' has no attribute {name!r}")

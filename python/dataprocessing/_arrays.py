@@ -343,12 +343,11 @@ def _extreme(self: Any, which: str, axis: int | None, over: Any, interpolate: bo
         return _along(self, axis, lambda v, i: reduce(v, axis=i), self.unit)
     if self.size == 0:
         raise ValueError(f"the {which}imum of no elements")
-    if self.dtype.kind == "f" and np.isnan(self.values).any():
+    found = getattr(self.values, which)()
+    if skipna and np.isnan(found):
         rest = _without_nan(self.values)
-        if not skipna or rest.size == 0:
-            return self.dtype.type(math.nan)
-        return getattr(rest, which)()
-    return (_core.extr_min if which == "min" else _core.extr_max)(self)
+        return getattr(rest, which)() if rest.size else found
+    return found
 
 
 @_method(*ARRAYS)

@@ -8,7 +8,6 @@ import json
 import math
 import os
 import pathlib
-import uuid
 from collections.abc import Iterator
 from typing import TYPE_CHECKING, Any
 
@@ -135,7 +134,7 @@ def store(planes: Planes, path: str | os.PathLike[str], *, resume: bool = False,
         "stacks": list(stacks), "made_by": getattr(planes, "_made_by"),
     }  # fmt: skip
     done = _prepare(where, stacks, about, resume)
-    name = f"store-{uuid.uuid4().hex}"
+    name = f"store-{os.urandom(8).hex()}"
     tasks: dict[Any, Any] = {}
     blocks = itertools.product(*(range(len(sizes)) for sizes in status.chunks))
     for k, (block, region) in enumerate(zip(blocks, _regions(status.chunks))):

@@ -3,7 +3,6 @@
 from __future__ import annotations
 
 import base64
-import html
 import struct
 import zlib
 from typing import TYPE_CHECKING, Any
@@ -137,6 +136,8 @@ def _picture(values: NDArray[Any]) -> str:
 
 def markup(self: Any) -> str:
     """A table of what it is and a drawing of its elements."""
+    import html
+
     rows = [("type", f"{type(self).__name__} of {_kind(self)}"), ("shape", " x ".join(map(str, self.shape)))]
     for name in ("name", "unit"):
         if getattr(self, name, ""):
@@ -157,6 +158,8 @@ def markup(self: Any) -> str:
 
 def axis_markup(self: Axis) -> str:
     """The axis as its own text, escaped."""
+    import html
+
     return f"<code>{html.escape(repr(self))}</code>"
 
 

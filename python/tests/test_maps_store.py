@@ -242,3 +242,17 @@ print(resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before)
     said = subprocess.run([sys.executable, "-c", program], cwd=tmp_path, capture_output=True, text=True, check=True)
     whole, chunk = 1600 * 64 * CHANNELS * 2 / 1024, 64 * 64 * CHANNELS * 2 / 1024
     assert int(said.stdout) < 8 * chunk < whole / 3
+
+
+def test_samples_of_the_page(tmp_path, monkeypatch):
+    pytest.importorskip("zarr")
+    import doctest
+    import pathlib
+    import re
+
+    page = pathlib.Path(__file__).parents[2] / "docs/scaling.md"
+    monkeypatch.chdir(tmp_path)
+    blocks = re.findall(r"^```python\n(.*?)^```", page.read_text(), re.M | re.S)
+    test = doctest.DocTestParser().get_doctest("\n".join(blocks), {}, "scaling", str(page), 0)
+    result = doctest.DocTestRunner().run(test)
+    assert result.attempted > 10 and result.failed == 0
