@@ -26,7 +26,7 @@ int main() {
         for (std::size_t k = 0; k < channels; ++k) {
             const double z = (energies.Position(static_cast<int>(k)) - 6.0) / 0.08;
             counts.push_back(
-                static_cast<unsigned short>(10 + 5 * height * std::exp(-0.5 * z * z) + 0.5));
+                static_cast<unsigned short>(std::lround(10 + 5 * height * std::exp(-0.5 * z * z))));
         }
     pkmd_cModel model;
     model.AddPeak(pkmd_Gaussian, 6.0, 500, 0.08);

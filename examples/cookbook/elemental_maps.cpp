@@ -18,8 +18,8 @@ int main() {
         for (std::size_t x = 0; x < columns; ++x)
             for (std::size_t k = 0; k < channels; ++k)
                 counts.push_back(static_cast<unsigned short>(
-                    20 + 10 * static_cast<double>(x) * line(k, 5.415) +
-                    15 * static_cast<double>(y) * line(k, 6.404) + 0.5));
+                    std::lround(20 + 10 * static_cast<double>(x) * line(k, 5.415) +
+                                15 * static_cast<double>(y) * line(k, 6.404))));
 
     const maps_cStack stack(std::span<const unsigned short>(counts),
                             maps_sLayout::Dense(rows, columns, channels), energies);
@@ -29,7 +29,7 @@ int main() {
     std::vector<double> sums(2 * stack.Spectra()), errors(2 * stack.Spectra()); // plane after plane
     maps_cWorkspace workspace;
     windows.Run(stack, {sums, errors, {}, {}, {}}, workspace);
-    for (const std::size_t place : {0, 15, 11 * 16 + 15}) {
+    for (const std::size_t place : {std::size_t{0}, columns - 1, rows * columns - 1}) {
         const std::size_t iron = rows * columns + place;
         std::printf("row %zu, column %zu: Cr %.0f +- %.0f, Fe %.0f +- %.0f\n", place / columns,
                     place % columns, sums[place] + 0.0, errors[place], sums[iron] + 0.0,
