@@ -140,21 +140,22 @@ def draw(document, path):
     if not parts:
         return False
     matplotlib.use("svg")
-    matplotlib.rcParams.update({"svg.hashsalt": "ratios", "font.size": 8})
+    matplotlib.rcParams.update({"svg.hashsalt": "ratios", "svg.fonttype": "none", "font.size": 8})
     from matplotlib import pyplot
     counts = [len(rows) for _, rows in parts]
     figure, axes = pyplot.subplots(len(parts), sharex=True, squeeze=False, figsize=(8, 0.16 * sum(counts) + 0.5 * len(parts)),
                                    gridspec_kw={"height_ratios": [count + 0.5 for count in counts]}, layout="constrained")
     for axis, (name, rows) in zip(axes[:, 0], parts):
         known = [[value for value in row["launches"] if value is not None] for row in rows]
-        for y, (row, values) in enumerate(zip(rows, known)):
-            axis.plot([min(values), max(values)], [y, y], color=COLOURS[row["verdict"]], linewidth=3, alpha=0.5)
-            axis.plot(row["ratio"], y, "o", color=COLOURS[row["verdict"]], markersize=4)
+        colours = [COLOURS[row["verdict"]] for row in rows]
+        axis.hlines(range(len(rows)), list(map(min, known)), list(map(max, known)), colours, linewidth=3, alpha=0.5)
+        axis.scatter([row["ratio"] for row in rows], range(len(rows)), s=16, c=colours, zorder=3)
         axis.axvline(1, color="black", linewidth=0.8)
         axis.set(xscale="log", title=name, yticks=range(len(rows)),
                  yticklabels=[f"{row['name']} {row['elements']:,}" for row in rows])
         axis.set_ylim(len(rows) - 0.25, -0.75)
-        axis.grid(axis="x", which="both", linewidth=0.3)
+        axis.grid(axis="x", linewidth=0.3)
+        axis.minorticks_off()
     axes[-1, 0].set_xlabel("our time / the peer's, below 1 we are faster; grey: launches on both sides of 1")
     figure.savefig(path, metadata={"Date": None})
     pyplot.close(figure)
