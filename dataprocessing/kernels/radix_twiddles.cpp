@@ -9,12 +9,10 @@ namespace dataprocessing::detail {
 
 namespace {
 
-constexpr std::size_t mostPasses = 31;
+constexpr std::size_t mostPasses = keep_twiddles;
 
 /// A table: real parts, then imaginary parts.
-double* begin(const mem_cBlock& table) noexcept {
-    return static_cast<double*>(const_cast<void*>(table.Data()));
-}
+double* begin(void* table) noexcept { return static_cast<double*>(table); }
 
 std::size_t halfOf(std::size_t pass) noexcept { return std::size_t{1} << pass; }
 
@@ -42,7 +40,7 @@ struct sRecurrence {
 class cTableWalk {
 public:
     cTableWalk(mem_cBlock& table, std::size_t half)
-        : w_(half), re_(begin(table)), im_(re_ + half), end_(im_) {}
+        : w_(half), re_(begin(table.Data())), im_(re_ + half), end_(im_) {}
     bool IsAtEnd() const noexcept { return re_ == end_; }
     void Step() noexcept {
         *re_++ = w_.re;
@@ -106,23 +104,29 @@ private:
 
 } // namespace
 
-radix_cTwiddles::radix_cTwiddles(std::size_t n) {
+radix_cTwiddles::radix_cTwiddles(std::size_t n)
+    : tables_(static_cast<std::size_t>(std::countr_zero(n))) {
     const std::size_t count = static_cast<std::size_t>(std::countr_zero(n));
-    for (std::size_t p = 0; p < count; ++p)
-        tables_[p].Take(keep_Twiddles + p);
+    const auto setPass = [&](std::size_t p, const double* table) {
+        passes_.pass[p] = {table, table + halfOf(p)};
+    };
     std::size_t first = 0; // tables of shorter passes are there when a longer one is
-    while (first < count && tables_[first].block.Size() != 0)
-        ++first;
-    if (first < count) {
-        mem_cBlock made[mostPasses];
-        for (std::size_t p = first; p < count; ++p)
-            made[p] = mem_cBlock(2 * halfOf(p) * sizeof(double));
-        walk([&](std::size_t p) { return cTableWalk(made[p], halfOf(p)); }, first, count - 1);
-        for (std::size_t p = first; p < count; ++p)
-            tables_[p].block = std::move(made[p]);
+    for (; first < count; ++first) {
+        const double* const table = begin(tables_.Data(first));
+        if (table == nullptr)
+            break;
+        setPass(first, table);
     }
-    for (std::size_t p = 0; p < count; ++p)
-        passes_.pass[p] = {begin(tables_[p].block), begin(tables_[p].block) + halfOf(p)};
+    if (first == count)
+        return;
+    mem_cBlock made[mostPasses];
+    for (std::size_t p = first; p < count; ++p)
+        made[p] = mem_cBlock(2 * halfOf(p) * sizeof(double));
+    walk([&](std::size_t p) { return cTableWalk(made[p], halfOf(p)); }, first, count - 1);
+    for (std::size_t p = first; p < count; ++p) {
+        setPass(p, begin(made[p].Data()));
+        tables_.Set(p, std::move(made[p]));
+    }
 }
 
 radix_sWalk radix_FindWalk(std::size_t n) noexcept {

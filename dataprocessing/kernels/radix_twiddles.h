@@ -22,7 +22,7 @@ public:
     const radix_sPasses<double>& Passes() const noexcept { return passes_; }
 
 private:
-    keep_cLoan tables_[31];
+    keep_cTwiddlesLoan tables_;
     radix_sPasses<double> passes_;
 };
 

@@ -148,15 +148,48 @@ void keep_PutMiddle(void* allocated, std::size_t bytes) noexcept {
     shelf.total += bytes;
 }
 
+namespace {
+
+mem_sStorage take(std::size_t place) noexcept { return std::exchange(keep.loans[place], {}); }
+
+/// Keeps what was lent from `place`, or frees it.
+void put(std::size_t place, mem_sStorage lent) noexcept {
+    if (lent.bytes == 0)
+        return;
+    // Of two loans of one place that were open at the same time the one that ends last stays.
+    if (lent.bytes <= loanLimit && opened())
+        std::swap(keep.loans[place], lent);
+    if (lent.allocated != nullptr)
+        const mem_cBlock freed(lent);
+}
+
+} // namespace
+
 void keep_cLoan::Take(std::size_t place) noexcept {
-    block = mem_cBlock(std::exchange(keep.loans[place], {}));
+    block = mem_cBlock(take(place));
     place_ = place;
 }
 
 keep_cLoan::~keep_cLoan() {
-    // Of two loans of one place that were open at the same time the one that ends last stays.
-    if (place_ != keep_places && block.Size() != 0 && block.Size() <= loanLimit && opened())
-        block = mem_cBlock(std::exchange(keep.loans[place_], block.Detach()));
+    if (place_ != keep_places)
+        put(place_, block.Detach());
+}
+
+keep_cTwiddlesLoan::keep_cTwiddlesLoan(std::size_t count) noexcept : count_(count) {
+    for (std::size_t table = 0; table < count; ++table)
+        kept_[table] = take(keep_Twiddles + table);
+}
+
+keep_cTwiddlesLoan::~keep_cTwiddlesLoan() {
+    for (std::size_t table = 0; table < count_; ++table)
+        put(keep_Twiddles + table, kept_[table]);
+}
+
+void* keep_cTwiddlesLoan::Data(std::size_t table) const noexcept {
+    mem_cBlock block(kept_[table]);
+    void* const data = block.Data();
+    block.Detach();
+    return data;
 }
 
 } // namespace dataprocessing::detail

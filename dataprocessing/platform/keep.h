@@ -9,6 +9,7 @@
 /// the keep closed: it allocates what it needs, and its storage goes when it is released.
 
 #include <cstddef>
+#include <utility>
 
 #include "dataprocessing/platform/memory.h"
 
@@ -40,10 +41,11 @@ void keep_PutMiddle(void* allocated, std::size_t bytes) noexcept;
 
 /// What loans are for: each has a place of its own in the keep.
 enum keep_ePlace : std::size_t {
-    keep_Room = 0,     ///< room to work in, whose content means nothing
-    keep_Roots = 1,    ///< the tables of radix_cRoots
-    keep_Twiddles = 2, ///< the first of the tables of radix_cTwiddles
-    keep_places = keep_Twiddles + 31
+    keep_Room = 0,      ///< room to work in, whose content means nothing
+    keep_Roots = 1,     ///< the tables of radix_cRoots
+    keep_Twiddles = 2,  ///< the first of the tables of radix_cTwiddles
+    keep_twiddles = 31, ///< how many of those there are
+    keep_places = keep_Twiddles + keep_twiddles
 };
 
 /// A block that belongs to the thread between calls, and to one call while that runs: the
@@ -66,6 +68,26 @@ public:
 
 private:
     std::size_t place_ = keep_places;
+};
+
+/// Loans of the first `count` tables of radix_cTwiddles.
+class keep_cTwiddlesLoan {
+public:
+    explicit keep_cTwiddlesLoan(std::size_t count) noexcept;
+    keep_cTwiddlesLoan(const keep_cTwiddlesLoan&) = delete;
+    keep_cTwiddlesLoan& operator=(const keep_cTwiddlesLoan&) = delete;
+    ~keep_cTwiddlesLoan();
+
+    /// The first byte of table `table`; null where there is none.
+    void* Data(std::size_t table) const noexcept;
+    /// Sets a table, in the place of what there is.
+    void Set(std::size_t table, mem_cBlock block) noexcept {
+        const mem_cBlock before(std::exchange(kept_[table], block.Detach()));
+    }
+
+private:
+    std::size_t count_;
+    mem_sStorage kept_[keep_twiddles];
 };
 
 } // namespace dataprocessing::detail

@@ -51,6 +51,28 @@ TEST(Keep, HandsALoanOutAgainAtItsPlaceAlone) {
     });
 }
 
+TEST(Keep, LendsTheFirstTablesTogether) {
+    inThread([] {
+        put(keep_Twiddles, 100);
+        put(keep_Twiddles + 2, 300);
+        {
+            keep_cTwiddlesLoan tables(2);
+            EXPECT_EQ(static_cast<const char*>(tables.Data(0))[99], 7);
+            EXPECT_EQ(tables.Data(1), nullptr);
+            EXPECT_EQ(keptAt(keep_Twiddles), 0u) << "lent twice";
+            tables.Set(1, mem_cBlock(200));
+            EXPECT_NE(tables.Data(1), nullptr);
+        }
+        EXPECT_EQ(keptAt(keep_Twiddles), 100u);
+        EXPECT_EQ(keptAt(keep_Twiddles + 1), 200u);
+        EXPECT_EQ(keptAt(keep_Twiddles + 2), 300u) << "not asked for";
+        put(keep_Twiddles + 1, largestKept);
+        keep_cTwiddlesLoan(1).Set(0, mem_cBlock(largestKept + 1)); // too much to keep
+        EXPECT_EQ(keptAt(keep_Twiddles), 0u);
+        EXPECT_EQ(keptAt(keep_Twiddles + 1), largestKept);
+    });
+}
+
 TEST(Keep, HoldsLoansOfUpToEightMegabytes) {
     inThread([] {
         put(keep_Room, largestKept);
