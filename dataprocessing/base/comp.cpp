@@ -63,10 +63,13 @@ comp_cComplex<float> comp_Divide(const comp_cComplex<float>& a,
                                  const comp_cComplex<float>& b) noexcept {
     const double ar = a.re, ai = a.im, br = b.re, bi = b.im;
     const double d = br * br + bi * bi;
-    if (!isFinite(a) || !std::isfinite(d) || d == 0)
+    const double re = (ar * br + ai * bi) / d;
+    const double im = (ai * br - ar * bi) / d;
+    // Floats cannot overflow in double: one of these is not finite where an operand is not, and
+    // where the divisor is zero. What is finite leaves zero behind, in one test of all three.
+    if ((re - re) + (im - im) + (d - d) != 0) [[unlikely]]
         return divideSpecial(a, b);
-    return {static_cast<float>((ar * br + ai * bi) / d),
-            static_cast<float>((ai * br - ar * bi) / d)};
+    return {static_cast<float>(re), static_cast<float>(im)};
 }
 
 comp_cComplex<double> comp_Divide(const comp_cComplex<double>& a,
