@@ -6,24 +6,19 @@
 #include <ostream>
 
 #include "dataprocessing/base/arr.h"
+#include "dataprocessing/valuemodel/cal_index.h"
+
+using namespace dataprocessing::detail;
 
 const cal_c1DArrayCal cal_c1DArrayCal::Default;
 const cal_c2DArrayCal cal_c2DArrayCal::Default;
 
 double cal_cArrayCal::RealIndex(double x) const noexcept {
-    constexpr double whole = 0x1p52; // from there on an index has no fraction
-    const double index = (x - offset_) / delta_ + calIndex_;
-    if (!(std::fabs(index) < whole))
-        return index;
-    const double nearest = std::floor(index + 0.5);
-    return std::fabs(index - nearest) <= Tolerance(x) ? nearest : index;
+    return cal_RealIndexOf(offset_, delta_, calIndex_, x);
 }
 
 double cal_cArrayCal::Tolerance(double x) const noexcept {
-    const double larger = std::max(std::fabs(x), std::fabs(offset_));
-    const double lastPlace =
-        std::nextafter(larger, std::numeric_limits<double>::infinity()) - larger;
-    return std::max(1e-6, 4 * lastPlace / std::fabs(delta_));
+    return cal_ToleranceOf(offset_, delta_, x);
 }
 
 double cal_cArrayCal::NearestIndex(double x) const noexcept {

@@ -2,12 +2,16 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <vector>
 
+#include "dataprocessing/base/dtyp_visit.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/kernels/convert.h"
+#include "dataprocessing/valuemodel/cal_index.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/resc.h"
+
+#define LEVEL_KERNELS "dataprocessing/valuemodel/resc_rebin_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
 
 namespace dataprocessing::detail {
 
@@ -38,10 +42,10 @@ public:
     int Count() const { return bins_; }
     const cal_cArrayCal& Cal() const { return to_; }
 
-    /// The edge before bin `bin`, as a real index of the elements, at an end at most.
-    double Edge(int bin) const {
-        const double edge = from_.RealIndex(to_.Position(bin));
-        return edge > 0 ? std::min(edge, static_cast<double>(elements_)) : 0; // not NaN either
+    /// The edges before `count` bins from `first` on, as real indices of the elements, at an end at
+    /// most.
+    void Edges(int first, int count, double* edges) const {
+        LEVEL_SELECT(resc_Edges)(elements_, from_, to_, first, count, edges);
     }
 
 private:
@@ -73,57 +77,76 @@ cBins binsOf(int elements, const cal_cArrayCal& from, int bins, const cal_cArray
 /// Calls `take(element, share)` for the elements between two real indices, in their order.
 template<class Take>
 void forEachShare(double begin, double end, const Take& take) {
-    for (double element = std::floor(begin); element < end; ++element)
-        take(static_cast<std::size_t>(element),
-             std::min(end, element + 1) - std::max(begin, element));
+    std::ptrdiff_t element = static_cast<std::ptrdiff_t>(begin);
+    for (double low = begin; low < end; low = static_cast<double>(element)) {
+        const double next = static_cast<double>(element + 1);
+        take(element, std::min(end, next) - low);
+        ++element;
+    }
 }
 
-/// Rows of elements as doubles, each shared out along X once, while it is needed.
-class cRows {
-public:
-    cRows(const parr_cNumberArray& array, int sizeX, const cBins& bins)
-        : array_(array), bins_(bins), parts_(array.DataType().IsComplex() ? 2 : 1),
-          sizeX_(static_cast<std::size_t>(sizeX)), elements_(sizeX_ * parts_),
-          shared_(static_cast<std::size_t>(bins.Count()) * parts_) {}
-
-    /// Doubles in a row that is shared out.
-    std::size_t Width() const { return shared_.size(); }
-    dtyp_cDataType Numbers() const { return parts_ == 2 ? dtyp_ComplexDouble : dtyp_Double; }
-
-    const std::vector<double>& Row(std::size_t y) {
-        if (y == held_)
-            return shared_;
-        const dtyp_cDataType type = array_.DataType();
-        conv_Elements(static_cast<const unsigned char*>(array_.Data()) + y * sizeX_ * type.SizeOf(),
-                      type, elements_.data(), Numbers(), sizeX_, conv_RealPart);
-        std::fill(shared_.begin(), shared_.end(), 0.0);
-        double begin = bins_.Edge(0);
-        double* bin = shared_.data();
-        for (int i = 0; i < bins_.Count(); ++i, bin += parts_) {
-            const double end = bins_.Edge(i + 1);
-            forEachShare(begin, end, [&](std::size_t element, double share) {
-                for (std::size_t part = 0; part < parts_; ++part)
-                    bin[part] += share * elements_[element * parts_ + part];
-            });
-            begin = end;
-        }
-        held_ = y;
-        return shared_;
+/// Writes to each of `count` bins the sum of the shares of the elements between its edges. Complex
+/// elements have two sums.
+template<class T>
+void shareOut(const T* elements, const double* edges, std::size_t count, double* sums) {
+    for (std::size_t bin = 0; bin < count; ++bin) {
+        double re = 0;
+        [[maybe_unused]] double im = 0;
+        forEachShare(edges[bin], edges[bin + 1], [&](std::ptrdiff_t element, double share) {
+            if constexpr (isComplex<T>) {
+                re += share * static_cast<double>(elements[element].re);
+                im += share * static_cast<double>(elements[element].im);
+            } else {
+                re += share * static_cast<double>(elements[element]);
+            }
+        });
+        *sums++ = re;
+        if constexpr (isComplex<T>)
+            *sums++ = im;
     }
-
-private:
-    const parr_cNumberArray& array_;
-    const cBins& bins_;
-    std::size_t parts_;
-    std::size_t sizeX_;
-    std::size_t held_ = std::numeric_limits<std::size_t>::max();
-    std::vector<double> elements_;
-    std::vector<double> shared_;
-};
+}
 
 dtyp_cDataType resultType(dtyp_cDataType type) {
     conv_Check(type, dtyp_ComplexDouble, conv_RealPart);
     return type.Code() < dtyp_Float ? dtyp_cDataType(dtyp_Double) : type;
+}
+
+/// So many bins of a row are computed at a time: what belongs to them stays in the first cache.
+constexpr int stripBins = 256;
+
+/// Fills the bins [first, first + count) of every row of `result`: rows of elements are shared out
+/// along X, each once and while it is needed, and then along Y.
+template<class T>
+void rebinStrip(const T* elements, int sizeX, const cBins& alongX, const cBins& alongY, int first,
+                int count, parr_cNumberArray& result) {
+    constexpr std::size_t parts = isComplex<T> ? 2 : 1;
+    const dtyp_cDataType numbers = parts == 2 ? dtyp_ComplexDouble : dtyp_Double;
+    const std::size_t bins = static_cast<std::size_t>(count);
+    double edges[stripBins + 1];
+    alongX.Edges(first, count + 1, edges);
+
+    double shared[stripBins * parts];
+    double sums[stripBins * parts];
+    std::ptrdiff_t held = -1;
+    double edgesY[2];
+    for (int y = 0; y < alongY.Count(); ++y) {
+        std::fill_n(sums, bins * parts, 0.0);
+        alongY.Edges(y, 2, edgesY);
+        forEachShare(edgesY[0], edgesY[1], [&](std::ptrdiff_t row, double share) {
+            if (row != held)
+                shareOut(elements + row * sizeX, edges, bins, shared);
+            held = row;
+            for (std::size_t i = 0; i < bins * parts; ++i)
+                sums[i] += share * shared[i];
+        });
+        const std::size_t place =
+            static_cast<std::size_t>(y) * static_cast<std::size_t>(alongX.Count()) +
+            static_cast<std::size_t>(first);
+        const dtyp_cDataType type = result.DataType();
+        conv_Elements(sums, numbers,
+                      static_cast<unsigned char*>(result.Data()) + place * type.SizeOf(), type,
+                      bins, conv_RealPart);
+    }
 }
 
 /// Fills `result`, whose rows are those of `alongY`.
@@ -131,21 +154,14 @@ void rebin(const parr_cNumberArray& array, int sizeX, const cBins& alongX, const
            parr_cNumberArray& result) {
     if (result.Count() == 0)
         return;
-    cRows rows(array, sizeX, alongX);
-    std::vector<double> sum(rows.Width());
-    const std::size_t bytes = static_cast<std::size_t>(alongX.Count()) * result.DataType().SizeOf();
-    for (int y = 0; y < alongY.Count(); ++y) {
-        std::fill(sum.begin(), sum.end(), 0.0);
-        forEachShare(alongY.Edge(y), alongY.Edge(y + 1), [&](std::size_t row, double share) {
-            const std::vector<double>& shared = rows.Row(row);
-            for (std::size_t i = 0; i < sum.size(); ++i)
-                sum[i] += share * shared[i];
-        });
-        conv_Elements(sum.data(), rows.Numbers(),
-                      static_cast<unsigned char*>(result.Data()) +
-                          static_cast<std::size_t>(y) * bytes,
-                      result.DataType(), static_cast<std::size_t>(alongX.Count()), conv_RealPart);
-    }
+    dtyp_Visit(array.DataType(), [&]<class T>(dtyp_Tag<T>) {
+        for (int first = 0; first < alongX.Count();) {
+            const int count = std::min(stripBins, alongX.Count() - first);
+            rebinStrip(static_cast<const T*>(array.Data()), sizeX, alongX, alongY, first, count,
+                       result);
+            first += count;
+        }
+    });
 }
 
 darr_c1DArray rebinned(const darr_c1DArray& array, const cBins& bins) {

@@ -1,8 +1,10 @@
 #include "dataprocessing/valuemodel/cal.h"
 #include "tests/support/constants.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
+#include <limits>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -100,6 +102,21 @@ TEST(Calibration, IndexOfAPositionWithoutOneIsZero) {
     EXPECT_EQ(cal_cArrayCal(0, 1, 7).Index(std::nan("")), 0);
     EXPECT_EQ(cal_cArrayCal(3, 0, 7).Index(3), 0); // 0 / 0
     EXPECT_EQ(cal_cArrayCal(3, 0, 7).Index(4), INT_MAX);
+}
+
+TEST(Calibration, ToleranceIsFourLastPlacesOrAMillionth) {
+    constexpr double largest = std::numeric_limits<double>::max();
+    constexpr double smallest = std::numeric_limits<double>::min();
+    for (const double delta : {0.1, -3.0, 1e-12, 1e-300, infinity})
+        for (const double offset : {0.0, -0.0, 1e9, -1.7e9, 5e-324, smallest, largest, infinity})
+            for (const double x : {0.0, -1e9, 2e9, 4503599627370497.0, 5e-324, -largest, -infinity,
+                                   static_cast<double>(notANumber)}) {
+                const double larger = std::max(std::fabs(x), std::fabs(offset));
+                const double places = 4 * (std::nextafter(larger, infinity) - larger);
+                EXPECT_EQ(cal_cArrayCal(offset, delta, 3).Tolerance(x),
+                          std::max(1e-6, places / std::fabs(delta)))
+                    << offset << ", " << delta << ", " << x;
+            }
 }
 
 TEST(Calibration, Prints) {

@@ -10,6 +10,7 @@
 
 #include "dataprocessing/reduce/stat.h"
 #include "dataprocessing/valuemodel/resc.h"
+#include "tests/failing_new.h"
 #include "tests/support/arrays.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
@@ -187,6 +188,65 @@ TEST(Rebin, DoesNotMindWhatIsNotOverlapped) {
     EXPECT_EQ(found[4], 2);
     EXPECT_EQ(found[6], infinity);
     EXPECT_EQ(found[9], 2.5);
+}
+
+TEST(Rebin, LeavesNothingInBinsWithoutWidth) {
+    const darr_c1DArray line = lineOf<double>({1, notANumber, 4});
+    const darr_c1DArray grid(3, dtyp_Int8, {1.5, 1e-300, 0});
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(line, grid)), (std::vector<double>{0, 0, 0}));
+}
+
+// Many bins are computed together, in vectors and in strips of the rows.
+TEST(Rebin, GivesEachBinWhatItHasAlone) {
+    std::mt19937 random(4);
+    forEachElementType([&]<class T>(int code) {
+        for (const int count : {1, 2, 7, 255, 256, 257, 511, 513, 1000}) {
+            const auto elements = randomElements<T>(300, random);
+            const cal_c1DArrayCal cal(count % 2 == 0 ? -0.7 : 1.7e9, 0.3, 2);
+            const darr_c1DArray line = lineOf(elements, cal);
+            const cal_cArrayCal bins(cal.Offset() - 5.3, 100.0 / count, 4);
+            using Result = ResultOf<T>;
+            const darr_c1DArray all =
+                resc_Rebin(line, darr_c1DArray(count, dtyp_Int8, cal_c1DArrayCal(bins)));
+            for (int bin = 0; bin < count; ++bin) {
+                const cal_c1DArrayCal alone(bins.Offset(), bins.Delta(), bins.CalIndex() - bin);
+                ASSERT_EQ(
+                    elementsOf<Result>(all)[static_cast<std::size_t>(bin)],
+                    elementsOf<Result>(resc_Rebin(line, darr_c1DArray(1, dtyp_Int8, alone)))[0])
+                    << code << ": " << bin << " of " << count;
+            }
+        }
+    });
+}
+
+TEST(Rebin, OfAnImageIsThatOfItsRowsWhereTheyStay) {
+    std::mt19937 random(5);
+    constexpr int sizeX = 700, sizeY = 3, bins = 600;
+    const auto elements = randomElements<comp_cComplex<float>>(sizeX * sizeY, random);
+    const cal_cArrayCal from(0, 1, 0), to(-3.3, 1.19, 0);
+    const darr_c2DArray image =
+        resc_Rebin(planeOf(sizeX, sizeY, elements, cal_c2DArrayCal(from, from)),
+                   darr_c2DArray(bins, sizeY, dtyp_Int8, cal_c2DArrayCal(to, from)));
+    for (int y = 0; y < sizeY; ++y) {
+        const auto row = elements.begin() + y * sizeX;
+        const darr_c1DArray line =
+            resc_Rebin(lineOf(std::vector<comp_cComplex<float>>(row, row + sizeX)),
+                       darr_c1DArray(bins, dtyp_Int8, cal_c1DArrayCal(to)));
+        EXPECT_EQ(elementsOf<comp_cComplex<float>>(image.LineAtY(y)),
+                  elementsOf<comp_cComplex<float>>(line))
+            << y;
+    }
+}
+
+TEST(Rebin, TakesNoMemoryButForTheResult) {
+    const darr_c1DArray line(100000, 1.0F, cal_c1DArrayCal());
+    const darr_c2DArray image(400, 300, 1.0F, cal_c2DArrayCal());
+    const PeakOfNew peak;
+    const std::size_t bytes =
+        sizeof(float) * static_cast<std::size_t>(resc_Rebin(line, 0.7).Size() +
+                                                 resc_Rebin(image, 0.7, 0.7).Count());
+    constexpr std::size_t lastPages = 16384;
+    EXPECT_LT(peak.Bytes(), bytes + lastPages);
 }
 
 TEST(Rebin, OfNothingIsNothingOrZero) {

@@ -1,0 +1,34 @@
+#pragma once
+
+/// @file
+/// The rule for positions as plain functions, for loops over many of them. They have no branch, so
+/// that such a loop fills vectors.
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+
+namespace dataprocessing::detail {
+
+/// cal_cArrayCal::Tolerance of a calibration of this offset and delta.
+inline double cal_ToleranceOf(double offset, double delta, double x) noexcept {
+    const double larger = std::max(std::fabs(x), std::fabs(offset));
+    // The next number is the one of the next bits; from infinity and NaN on there is none.
+    const double lastPlace =
+        std::bit_cast<double>(std::bit_cast<std::uint64_t>(larger) + 1) - larger;
+    return std::max(1e-6, 4 * lastPlace / std::fabs(delta));
+}
+
+/// cal_cArrayCal::RealIndex of a calibration of this offset, delta and index.
+inline double cal_RealIndexOf(double offset, double delta, double calIndex, double x) noexcept {
+    constexpr double whole = 0x1p52; // from there on an index has no fraction
+    const double index = (x - offset) / delta + calIndex;
+    const double nearest = std::floor(index + 0.5);
+    const double distance = std::fabs(index - nearest);
+    const bool isWhole =
+        (std::fabs(index) < whole) & (distance <= cal_ToleranceOf(offset, delta, x));
+    return isWhole ? nearest : index;
+}
+
+} // namespace dataprocessing::detail
