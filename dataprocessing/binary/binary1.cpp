@@ -42,7 +42,7 @@ dtyp_cDataType commonType(dtyp_cDataType a, dtyp_cDataType b, eOperation operati
         throw expt_cProgramException("binary1", 1, "Unknown operation.");
     const dtyp_cDataType type = pair_Type(a, b, bnry_ResultType(a, b, operation));
     // Only two operands of one unknown type come here with it: a scan of the divisor refuses it.
-    if (operation == bnry_Divide)
+    if (operation == bnry_Divide && !type.IsKnown())
         scan_LoopFor(type, scan_Zero);
     return type;
 }
@@ -62,7 +62,7 @@ auto operate(eOperation operation, const A& a, const B& b) {
     // off counts, and the zeros that it adds do not.
     const bool isTesting = operation == bnry_Divide && pair.IsAligned();
     if (operation == bnry_Divide && !isTesting)
-        refuseZeroDivisor(algn_Count(pair_Axes(b)));
+        refuseZeroDivisor(pair_Count(pair_Axes(b)));
     pair.Align(pair_NothingIsFine);
     const auto unset = [&] {
         try {

@@ -28,13 +28,13 @@ namespace {
 
 using eComparison = bnry_eCompBinaryOperation;
 
-type_cBoolean unsetMask(const pnum_cNumber&, const algn_sAxes&) { return {}; }
+type_cBoolean unsetMask(const pnum_cNumber&, pair_sNowhere) { return {}; }
 template<class Array>
 barr_Mask<Array> unsetMask(const Array&, const algn_sAxes& axes) {
     return barr_Unset<barr_Mask<Array>>(axes.x.Count(), axes.y.Count());
 }
 
-void setCal(type_cBoolean&, const algn_sAxes&) {}
+void setCal(type_cBoolean&, pair_sNowhere) {}
 void setCal(barr_c1DBoolArray& mask, const algn_sAxes& axes) {
     mask.SetCal(cal_c1DArrayCal(axes.x.Cal()));
 }

@@ -10,6 +10,7 @@
 #include <limits>
 #include <utility>
 
+#include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/platform/stream.h"
 #include "dataprocessing/valuemodel/pnum.h"
 #include "dataprocessing/valuemodel/view.h"
@@ -20,16 +21,26 @@ namespace dataprocessing::detail {
 /// fetched a block at a time. It refers to what it was made from.
 class blocks_cSource {
 public:
+    /// Nothing, which is not read.
+    blocks_cSource() noexcept = default;
     /// A number: one element, of its type.
     explicit blocks_cSource(const pnum_cNumber& number) noexcept
-        : data_(number.Data()), stored_(number.DataType()) {}
-    /// An array: the elements that `view` sees, in its type.
-    explicit blocks_cSource(const view_cView& view) noexcept
-        : data_(view.Stored()), stored_(data_ != nullptr ? view.StoredType() : dtyp_cDataType(0)),
-          isArray_(true), fetched_(view.Direct() == nullptr ? &view : nullptr) {}
+        : data_(number.Data()), stored_(number.DataType()), wanted_(stored_) {}
     /// An array: elements of `type` where they are.
     blocks_cSource(const void* elements, dtyp_cDataType type) noexcept
-        : data_(elements), stored_(type), isArray_(true) {}
+        : blocks_cSource(elements, type, type) {}
+    /// An array: elements that are `stored` as one type and wanted in another.
+    blocks_cSource(const void* elements, dtyp_cDataType stored, dtyp_cDataType wanted,
+                   conv_eComplexConversion mode = conv_RealPart) noexcept
+        : data_(elements), stored_(stored), wanted_(wanted), mode_(mode), isArray_(true) {}
+    /// An array: the elements that `view` sees, in its type.
+    explicit blocks_cSource(const view_cView& view) noexcept
+        : blocks_cSource(view.Stored(), view.StoredType(), view.Type(), view.Mode()) {
+        if (data_ == nullptr) {
+            stored_ = dtyp_cDataType(0);
+            view_ = &view;
+        }
+    }
 
     /// Whether there are many elements rather than one.
     bool IsArray() const noexcept { return isArray_; }
@@ -39,27 +50,33 @@ public:
     /// The elements as they are stored, in their StoredType(), which is known.
     blocks_cSource Stored() const noexcept {
         blocks_cSource source = *this;
-        source.fetched_ = nullptr;
+        source.wanted_ = stored_;
+        source.view_ = nullptr;
         return source;
     }
     /// The bytes of an element that has to be fetched; 0 where none has.
-    std::size_t FetchedSize() const noexcept {
-        return fetched_ != nullptr ? fetched_->Type().SizeOf() : 0;
-    }
+    std::size_t FetchedSize() const noexcept { return stored_ != wanted_ ? wanted_.SizeOf() : 0; }
     /// The elements from `first` up to `first + count`: where they are, or in `block`, which has
     /// room for them. For a number, its element.
     const void* Read(std::size_t first, std::size_t count, void* block) const {
-        if (fetched_ == nullptr)
-            return static_cast<const std::byte*>(data_) + (isArray_ ? first * stored_.SizeOf() : 0);
-        fetched_->Fetch(first, count, block);
+        const std::byte* const elements =
+            static_cast<const std::byte*>(data_) + (isArray_ ? first * stored_.SizeOf() : 0);
+        if (stored_ == wanted_)
+            return elements;
+        if (view_ != nullptr)
+            view_->Fetch(first, count, block);
+        else
+            conv_Elements(elements, stored_, block, wanted_, count, mode_);
         return block;
     }
 
 private:
-    const void* data_;
-    dtyp_cDataType stored_;
+    const void* data_ = nullptr;
+    dtyp_cDataType stored_{0};
+    dtyp_cDataType wanted_{0};
+    conv_eComplexConversion mode_ = conv_RealPart;
     bool isArray_ = false;
-    const view_cView* fetched_ = nullptr;
+    const view_cView* view_ = nullptr; // of elements that are not stored in their order
 };
 
 /// What a loop goes over: the elements [first, last) of a result. A loop that only looks has none,
@@ -74,8 +91,8 @@ struct blocks_sRange {
 };
 
 template<class Step, class... Sources, std::size_t... I>
-bool blocks_RunIndexed(const blocks_sRange& range, const Step& step, std::index_sequence<I...>,
-                       const Sources&... sources) {
+[[gnu::noinline]] bool blocks_RunIndexed(const blocks_sRange& range, const Step& step,
+                                         std::index_sequence<I...>, const Sources&... sources) {
     // A block of each, and what they come from, stay in the first-level cache.
     constexpr std::size_t blockBytes = 8192;
     alignas(64) std::byte blocks[sizeof...(I)][blockBytes];
@@ -104,6 +121,11 @@ bool blocks_RunIndexed(const blocks_sRange& range, const Step& step, std::index_
 /// step wanted to go on. Nothing is allocated.
 template<class Step, class... Sources>
 bool blocks_Run(const blocks_sRange& range, const Step& step, const Sources&... sources) {
+    const std::size_t count = range.last - range.first;
+    const bool isInPlace = ((sources.FetchedSize() == 0) && ...);
+    if (isInPlace && count <= range.most && count * range.size < stream_From) [[likely]]
+        return count == 0 || step(static_cast<std::byte*>(range.result) + range.first * range.size,
+                                  count, sources.Read(range.first, count, nullptr)...);
     return blocks_RunIndexed(range, step, std::index_sequence_for<Sources...>(), sources...);
 }
 

@@ -4,7 +4,9 @@
 /// Pairing: what happens to two operands before a loop runs over them, whichever of them are
 /// numbers and which arrays.
 
+#include <optional>
 #include <type_traits>
+#include <utility>
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/operand/algn.h"
@@ -14,8 +16,13 @@
 
 namespace dataprocessing::detail {
 
+/// Where a number lies.
+struct pair_sNowhere {};
+
+/// Whether an operand is a number, or where it lies is where numbers do.
 template<class Operand>
-inline constexpr bool pair_isNumber = std::is_same_v<Operand, pnum_cNumber>;
+inline constexpr bool pair_isNumber =
+    std::is_same_v<Operand, pnum_cNumber> || std::is_same_v<Operand, pair_sNowhere>;
 
 /// The operand that a result takes its kind and its calibration from: the first array, or a number
 /// where there is none.
@@ -51,7 +58,7 @@ inline dtyp_cDataType pair_Type(dtyp_cDataType a, dtyp_cDataType b, dtyp_cDataTy
 enum pair_eNothing { pair_NothingIsFine, pair_NothingIsRefused };
 
 /// A value where `axes` say, with elements of `type` that are not set.
-inline pnum_cNumber pair_Unset(const pnum_cNumber&, dtyp_cDataType type, const algn_sAxes&) {
+inline pnum_cNumber pair_Unset(const pnum_cNumber&, dtyp_cDataType type, pair_sNowhere) {
     return pnum_cNumber(type);
 }
 template<class Array>
@@ -59,34 +66,55 @@ Array pair_Unset(const Array& model, dtyp_cDataType type, const algn_sAxes& axes
     return view_Shaped(model, type, axes.x, axes.y);
 }
 
-/// One operand of two, seen in `type`.
-template<class Operand>
-class pair_cSide {
-public:
-    pair_cSide(const Operand& array, dtyp_cDataType type, const algn_sAxes& axes) noexcept
-        : view_(algn_View(array, type, axes)) {}
-    blocks_cSource Source() const noexcept { return blocks_cSource(view_); }
-
-private:
-    view_cView view_;
-};
-template<>
-class pair_cSide<pnum_cNumber> {
-public:
-    pair_cSide(const pnum_cNumber& number, dtyp_cDataType type, const algn_sAxes&)
-        : converted_(conv_Convert(number, type)) {}
-    blocks_cSource Source() const noexcept { return blocks_cSource(converted_); }
-
-private:
-    pnum_cNumber converted_;
-};
-
-/// Where an operand lies; a number, at one point.
-inline algn_sAxes pair_Axes(const pnum_cNumber&) noexcept { return {{1, {}}, {1, {}}}; }
+/// Where an operand lies.
+inline pair_sNowhere pair_Axes(const pnum_cNumber&) noexcept { return {}; }
 template<class Array>
 algn_sAxes pair_Axes(const Array& array) noexcept {
     return algn_Axes(array);
 }
+/// How many elements lie there.
+inline std::size_t pair_Count(pair_sNowhere) noexcept { return 1; }
+inline std::size_t pair_Count(const algn_sAxes& axes) noexcept { return algn_Count(axes); }
+
+template<class Operand>
+using pair_tAxes = decltype(pair_Axes(std::declval<const Operand&>()));
+
+/// One operand of two, seen in `type` where `axes` say. It refers to the operand.
+template<class Operand>
+class pair_cSide {
+public:
+    pair_cSide(const Operand& array, dtyp_cDataType type, const algn_sAxes& axes) noexcept {
+        See(array, type, axes);
+    }
+    pair_cSide(const pair_cSide&) = delete;
+    pair_cSide& operator=(const pair_cSide&) = delete;
+
+    void See(const Operand& array, dtyp_cDataType type, const algn_sAxes& axes) noexcept {
+        if (axes.x.IsWhole() && axes.y.IsWhole())
+            source_ = blocks_cSource(array.Data(), array.DataType(), type);
+        else
+            source_ = blocks_cSource(view_.emplace(algn_View(array, type, axes)));
+    }
+    const blocks_cSource& Source() const noexcept { return source_; }
+
+private:
+    std::optional<view_cView> view_; // of elements that are not seen in their order
+    blocks_cSource source_;
+};
+template<>
+class pair_cSide<pnum_cNumber> {
+public:
+    pair_cSide(const pnum_cNumber& number, dtyp_cDataType type, pair_sNowhere)
+        : converted_(conv_Convert(number, type)) {}
+    pair_cSide(const pair_cSide&) = delete;
+    pair_cSide& operator=(const pair_cSide&) = delete;
+
+    const blocks_cSource& Source() const noexcept { return source_; }
+
+private:
+    pnum_cNumber converted_;
+    blocks_cSource source_{converted_};
+};
 
 /// Two operands of one operation, as a loop reads them in their common type.
 template<class A, class B>
@@ -95,8 +123,8 @@ public:
     /// Sees both where they lie.
     pair_cOperands(const A& a, const B& b, dtyp_cDataType type)
         : a_(a), b_(b), type_(type), axesA_(pair_Axes(a)), axesB_(pair_Axes(b)),
-          first_(a, type, axesA_), second_(b, type, axesB_),
-          isAligned_(!areArrays || algn_IsAligned(axesA_, axesB_)) {}
+          first_(a, type, axesA_), second_(b, type, axesB_), isAligned_(IsAligned(axesA_, axesB_)) {
+    }
     pair_cOperands(const pair_cOperands&) = delete;
     pair_cOperands& operator=(const pair_cOperands&) = delete;
 
@@ -105,34 +133,42 @@ public:
     /// Brings two arrays to where they do. Throws the errors of algn_Align, and the index error
     /// when nothing is left and that is refused.
     void Align(pair_eNothing nothing) {
-        if (isAligned_)
-            return;
-        algn_Align(axesA_, axesB_);
-        if (nothing == pair_NothingIsRefused && algn_Count(axesA_) == 0)
-            arr_IndexError(0, 0);
-        first_ = pair_cSide<A>(a_, type_, axesA_);
-        second_ = pair_cSide<B>(b_, type_, axesB_);
+        if constexpr (areArrays)
+            if (!isAligned_) {
+                algn_Align(axesA_, axesB_);
+                if (nothing == pair_NothingIsRefused && algn_Count(axesA_) == 0)
+                    arr_IndexError(0, 0);
+                first_.See(a_, type_, axesA_);
+                second_.See(b_, type_, axesB_);
+            }
     }
 
     /// Where the result lies.
-    const algn_sAxes& Axes() const noexcept { return pair_isNumber<A> ? axesB_ : axesA_; }
+    const auto& Axes() const noexcept { return pair_Model(axesA_, axesB_); }
     /// The number of elements of the result.
-    std::size_t Count() const noexcept { return algn_Count(Axes()); }
+    std::size_t Count() const noexcept { return pair_Count(Axes()); }
     /// A result like `a` and `b` there, with elements of their type that are not set.
     auto Unset() const { return pair_Unset(pair_Model(a_, b_), type_, Axes()); }
     /// The first operand.
-    blocks_cSource First() const noexcept { return first_.Source(); }
+    const blocks_cSource& First() const noexcept { return first_.Source(); }
     /// The second operand.
-    blocks_cSource Second() const noexcept { return second_.Source(); }
+    const blocks_cSource& Second() const noexcept { return second_.Source(); }
 
 private:
     static constexpr bool areArrays = !pair_isNumber<A> && !pair_isNumber<B>;
 
+    static bool IsAligned(const pair_tAxes<A>& a, const pair_tAxes<B>& b) noexcept {
+        if constexpr (areArrays)
+            return algn_IsAligned(a, b);
+        else
+            return true;
+    }
+
     const A& a_;
     const B& b_;
     dtyp_cDataType type_;
-    algn_sAxes axesA_;
-    algn_sAxes axesB_;
+    pair_tAxes<A> axesA_;
+    pair_tAxes<B> axesB_;
     pair_cSide<A> first_;
     pair_cSide<B> second_;
     bool isAligned_;

@@ -33,16 +33,26 @@ level_eSet choose() noexcept {
     return highest;
 }
 
-std::atomic<level_eSet>& inUse() noexcept {
-    static std::atomic<level_eSet> level = choose();
-    return level;
+constexpr int notChosen = -1;
+
+// Every call of a kernel asks: one load, and no guard of a first call.
+constinit std::atomic<int> inUse = notChosen;
+
+/// Threads that choose at the same time choose the same.
+[[gnu::noinline]] int chosen() noexcept {
+    int before = notChosen;
+    const int level = choose();
+    return inUse.compare_exchange_strong(before, level) ? level : before;
 }
 
 } // namespace
 
-level_eSet level_Current() noexcept { return inUse().load(std::memory_order_relaxed); }
+level_eSet level_Current() noexcept {
+    const int level = inUse.load(std::memory_order_relaxed);
+    return static_cast<level_eSet>(level != notChosen ? level : chosen());
+}
 
-void level_Use(level_eSet level) noexcept { inUse().store(level, std::memory_order_relaxed); }
+void level_Use(level_eSet level) noexcept { inUse.store(level, std::memory_order_relaxed); }
 
 const char* level_Name(level_eSet level) noexcept {
     switch (level) {

@@ -8,6 +8,7 @@
 #include "dataprocessing/unary/ternary.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/darr_value.h"
+#include "dataprocessing/valuemodel/view_make.h"
 
 namespace dataprocessing::detail {
 
@@ -18,41 +19,34 @@ void refuseEmpty(const parr_cNumberArray& array) {
         throw expt_cUserException("extrem1", 383, "Cannot calculate extremum on empty array.");
 }
 
-/// The elements [first, last) as they are searched: complex ones as doubles.
-view_cView searched(const parr_cNumberArray& array, int first, int last,
-                    conv_eComplexConversion conversion) {
+/// The type that elements are searched in: complex ones as doubles.
+dtyp_cDataType searchedType(const parr_cNumberArray& array, conv_eComplexConversion conversion) {
     const dtyp_cDataType stored = array.DataType();
     const dtyp_cDataType type = stored.IsComplex() ? dtyp_Double : stored;
     conv_Check(stored, type, conversion);
-    return {static_cast<const unsigned char*>(array.Data()) +
-                static_cast<std::size_t>(first) * stored.SizeOf(),
-            stored,
-            type,
-            view_cAxis(last - first, cal_cArrayCal()),
-            view_cAxis(1, cal_cArrayCal()),
-            conversion};
-}
-view_cView searched(const parr_cNumberArray& array, conv_eComplexConversion conversion) {
-    return searched(array, 0, array.Count(), conversion);
+    return type;
 }
 
-/// Runs all searches over the elements in one pass, in blocks that stay in the cache for the next
-/// search; each begins with the first element.
+/// Runs all searches over the elements [from, to) in one pass, in blocks that stay in the cache for
+/// the next search; each begins with the first element.
 template<std::size_t Count>
-void search(const view_cView& view, const extr_eKind (&kinds)[Count], extr_sBest (&best)[Count]) {
+void search(const parr_cNumberArray& array, int from, int to, conv_eComplexConversion conversion,
+            const extr_eKind (&kinds)[Count], extr_sBest (&best)[Count]) {
+    const dtyp_cDataType type = searchedType(array, conversion);
     std::size_t first = 0;
     const auto step = [&](void*, std::size_t count, const void* elements) {
         for (std::size_t k = 0; k < Count; ++k) {
             if (first == 0)
-                best[k].value = pnum_cNumber(view.Type(), elements);
+                best[k].value = pnum_cNumber(type, elements);
             extr_Continue(kinds[k], elements, first, count, best[k]);
         }
         first += count;
         return true;
     };
     constexpr std::size_t mostBytes = 131072;
-    blocks_Run({nullptr, 0, 0, view.Count(), mostBytes / view.Type().SizeOf()}, step,
-               blocks_cSource(view));
+    blocks_Run({nullptr, 0, static_cast<std::size_t>(from), static_cast<std::size_t>(to),
+                mostBytes / type.SizeOf()},
+               step, blocks_cSource(array.Data(), array.DataType(), type, conversion));
 }
 
 /// The extremum; `index` is written unless the type is unknown.
@@ -62,7 +56,7 @@ pnum_cNumber extremum(extr_eKind kind, const parr_cNumberArray& array, int& inde
     if (!array.DataType().IsKnown())
         return 0.0f;
     extr_sBest best[1];
-    search(searched(array, conversion), {kind}, best);
+    search(array, 0, array.Count(), conversion, {kind}, best);
     index = static_cast<int>(best[0].index);
     return best[0].value;
 }
@@ -122,7 +116,7 @@ void extrema(const parr_cNumberArray& array, pnum_cNumber& min, pnum_cNumber& ma
     refuseEmpty(array);
     extr_sBest best[2] = {{0.0f}, {0.0f}};
     if (array.DataType().IsKnown())
-        search(searched(array, conversion), {extr_Minimum, extr_Maximum}, best);
+        search(array, 0, array.Count(), conversion, {extr_Minimum, extr_Maximum}, best);
     min = best[0].value;
     max = best[1].value;
 }
@@ -135,7 +129,8 @@ pnum_cNumber extremum(extr_eKind kind, const darr_c1DArray& array, const rnge_c1
     const auto better = [&](const pnum_cNumber& a, const pnum_cNumber& b) {
         return kind == extr_Minimum ? trny_min(a, b) : trny_max(a, b);
     };
-    const view_cView all = searched(array, conversion);
+    const view_cView all(array.Data(), array.DataType(), searchedType(array, conversion),
+                         view_X(array), view_Y(array), conversion);
     const pnum_cNumber start = darr_ValueAt(all, array.Cal(), range.Start(), interpolation);
     const pnum_cNumber end = darr_ValueAt(all, array.Cal(), range.End(), interpolation);
     const rnge_c1DIndexRange inside(range, array.Cal(),
@@ -146,7 +141,7 @@ pnum_cNumber extremum(extr_eKind kind, const darr_c1DArray& array, const rnge_c1
     if (first >= last)
         return better(start, end);
     extr_sBest best[1];
-    search(searched(array, first, last, conversion), {kind}, best);
+    search(array, first, last, conversion, {kind}, best);
     return better(better(best[0].value, start), end);
 }
 

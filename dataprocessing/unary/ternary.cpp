@@ -32,7 +32,7 @@ std::size_t countOf(const Mask& mask) {
 /// Where a value lies once it is brought to where the condition does.
 template<class Value>
 struct sMatched {
-    algn_sAxes axes;
+    pair_tAxes<Value> axes;
     bool isChanged = false; // in place or in type
 
     template<class Mask>
@@ -63,12 +63,11 @@ auto select(const Mask& condition, const A& a, const B& b) {
     auto result = [&] {
         if constexpr (pair_isNumber<A> != pair_isNumber<B>)
             if (matchedA.isChanged || matchedB.isChanged)
-                return pair_Unset(pair_Model(a, b), type,
-                                  pair_isNumber<A> ? matchedB.axes : matchedA.axes);
+                return pair_Unset(pair_Model(a, b), type, pair_Model(matchedA.axes, matchedB.axes));
         return shapedLike(condition, type);
     }();
-    const blocks_cSource sourceA = first.Source();
-    const blocks_cSource sourceB = second.Source();
+    const blocks_cSource& sourceA = first.Source();
+    const blocks_cSource& sourceB = second.Source();
     const choose_Loop loop = choosingLoop(type, sourceA, sourceB);
     const auto step = [loop](void* target, std::size_t count, const void* c, const void* x,
                              const void* y) {

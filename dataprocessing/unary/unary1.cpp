@@ -35,8 +35,10 @@ constexpr sWidening widening(const darr_c2DArray&) {
     return {parr_c2DNumberArray::t2DValueArray, parr_c2DNumberArray::t2DComplexArray};
 }
 
-int countOf(const pnum_cNumber&) { return 1; }
-int countOf(const parr_cNumberArray& array) { return array.Count(); }
+std::size_t countOf(const pnum_cNumber&) { return 1; }
+std::size_t countOf(const parr_cNumberArray& array) {
+    return static_cast<std::size_t>(array.Count());
+}
 
 pnum_cNumber makeResult(const pnum_cNumber&, dtyp_cDataType type) { return pnum_cNumber(type); }
 template<class Array>
@@ -45,11 +47,11 @@ Array makeResult(const Array& operand, dtyp_cDataType type) {
 }
 
 /// Refuses what has no result at all.
-void checkDomain(eOperation operation, const view_cView& operand) {
+void checkDomain(eOperation operation, const blocks_cSource& operand, dtyp_cDataType type,
+                 std::size_t count) {
     if (operation != unry_Acos && operation != unry_Asin)
         return;
-    if (scan_Source(blocks_cSource(operand), operand.Type(), scan_AbsLargerThanUnity,
-                    operand.Count()))
+    if (scan_Source(operand, type, scan_AbsLargerThanUnity, count))
         throw expt_cUserException("unary1", operation == unry_Acos ? 264 : 268, expt_DomainError);
 }
 
@@ -74,12 +76,11 @@ dtyp_cDataType resultType(eOperation operation, dtyp_cDataType computed) {
     return computed == dtyp_ComplexFloat ? dtyp_Float : dtyp_Double;
 }
 
-/// Computes the elements of `result` by way of the type `computed`. Stops and answers false when an
-/// element of the operand is `excluded`.
+/// Computes the elements of `result` from those of `operand`, which are of type `working`, by way
+/// of the type `computed`. Stops and answers false when an element of the operand is `excluded`.
 template<class Value>
-bool compute(eOperation operation, const view_cView& operand, dtyp_cDataType computed,
-             Value& result, std::optional<scan_eKind> excluded) {
-    const dtyp_cDataType working = operand.Type();
+bool compute(eOperation operation, const blocks_cSource& operand, dtyp_cDataType working,
+             dtyp_cDataType computed, Value& result, std::optional<scan_eKind> excluded) {
     const dtyp_cDataType wanted = result.DataType();
     const bool widens = working != computed;
     const bool narrows = computed != wanted;
@@ -101,12 +102,12 @@ bool compute(eOperation operation, const view_cView& operand, dtyp_cDataType com
             conv_Elements(values, computed, target, wanted, count, conv_RealPart);
         return true;
     };
-    blocks_sRange range{result.Data(), wanted.SizeOf(), 0, operand.Count()};
+    blocks_sRange range{result.Data(), wanted.SizeOf(), 0, countOf(result)};
     if (widens || narrows)
         range.most = converted;
     else if (isExcluded != nullptr)
         range.most = 2048; // what was looked at is still in the cache
-    return blocks_Run(range, step, blocks_cSource(operand));
+    return blocks_Run(range, step, operand);
 }
 
 template<class Value>
@@ -118,21 +119,19 @@ Value operate(eOperation operation, const Value& operand) {
     if (!working.IsKnown())
         return makeResult(operand, working);
 
-    const view_cView view(operand.Data(), operand.DataType(), working,
-                          view_cAxis(countOf(operand), cal_cArrayCal()),
-                          view_cAxis(1, cal_cArrayCal()));
+    const blocks_cSource source(operand.Data(), operand.DataType(), working);
     dtyp_cDataType computed = working;
     if (working.IsReal()) {
-        checkDomain(operation, view);
+        checkDomain(operation, source, working, countOf(operand));
         if (const std::optional<scan_eKind> excluded = leavesReals(operation)) {
             Value result = makeResult(operand, working);
-            if (compute(operation, view, working, result, excluded))
+            if (compute(operation, source, working, working, result, excluded))
                 return result;
             computed = widening(operand).toComplex;
         }
     }
     Value result = makeResult(operand, resultType(operation, computed));
-    compute(operation, view, computed, result, std::nullopt);
+    compute(operation, source, working, computed, result, std::nullopt);
     return result;
 }
 

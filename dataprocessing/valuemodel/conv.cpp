@@ -9,9 +9,7 @@
 
 namespace dataprocessing::detail {
 
-void conv_Check(dtyp_cDataType from, dtyp_cDataType to, conv_eComplexConversion mode) {
-    if (from == to)
-        return;
+void conv_CheckDifferent(dtyp_cDataType from, dtyp_cDataType to, conv_eComplexConversion mode) {
     if (!from.IsKnown() || !to.IsKnown())
         throw expt_cProgramException("conv", 1, "Unknown element type.");
     if (from.IsComplex() && to.IsReal() && (mode < conv_RealPart || mode > conv_Phase))
@@ -36,6 +34,8 @@ using namespace dataprocessing::detail;
 
 pnum_cNumber conv_Convert(const pnum_cNumber& value, dtyp_cDataType type,
                           conv_eComplexConversion mode) {
+    if (value.DataType() == type)
+        return value;
     conv_Check(value.DataType(), type, mode);
     pnum_cNumber result(type);
     conv_Elements(value.Data(), value.DataType(), result.Data(), type, 1, mode);

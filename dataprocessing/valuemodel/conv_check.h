@@ -8,8 +8,13 @@
 
 namespace dataprocessing::detail {
 
-/// Throws the errors of conv_Convert for a conversion that must not run. Equal types are always
-/// accepted.
-void conv_Check(dtyp_cDataType from, dtyp_cDataType to, conv_eComplexConversion mode);
+/// Throws the errors of conv_Convert for a conversion between two types that must not run.
+void conv_CheckDifferent(dtyp_cDataType from, dtyp_cDataType to, conv_eComplexConversion mode);
+
+/// The same for any two types. Equal ones are always accepted.
+inline void conv_Check(dtyp_cDataType from, dtyp_cDataType to, conv_eComplexConversion mode) {
+    if (from != to)
+        conv_CheckDifferent(from, to, mode);
+}
 
 } // namespace dataprocessing::detail

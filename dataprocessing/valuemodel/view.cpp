@@ -94,8 +94,8 @@ void view_cAxis::Rescale(double delta) {
         rescaledCount_ = count;
         count_ = count;
         rescaled_ = true;
-        const double tolerance = std::max(cal_.Tolerance(Start()), cal_.Tolerance(End()));
-        places_ = view_cPlaces(delta, storedDelta, tolerance);
+        storedDelta_ = storedDelta;
+        tolerance_ = std::max(cal_.Tolerance(Start()), cal_.Tolerance(End()));
     }
     cal_ = rescaled;
 }
@@ -113,20 +113,25 @@ void view_cAxis::Select(long long first, long long last) {
 }
 
 void view_cView::Fetch(std::size_t first, std::size_t count, void* target) const {
+    if (const void* const elements = Stored())
+        return conv_Elements(at(elements, first * stored_.SizeOf()), stored_, target, seen_, count,
+                             mode_);
     const std::size_t size = seen_.SizeOf();
     const std::size_t columns = static_cast<std::size_t>(x_.Count());
+    const sPlaces places{x_.Places(), y_.Places()};
     while (size != 0 && count > 0) {
         const std::size_t x = first % columns;
         const std::size_t n = std::min(columns - x, count);
-        Row(static_cast<long long>(first / columns), static_cast<long long>(x), static_cast<int>(n),
-            target);
+        Row(places, static_cast<long long>(first / columns), static_cast<long long>(x),
+            static_cast<int>(n), target);
         first += n;
         count -= n;
         target = at(target, n * size);
     }
 }
 
-void view_cView::Row(long long y, long long x, int count, void* target) const {
+void view_cView::Row(const sPlaces& places, long long y, long long x, int count,
+                     void* target) const {
     const std::size_t size = seen_.SizeOf();
     const long long row = y_.first_ + y;
     const long long column = x_.first_ + x;
@@ -137,7 +142,7 @@ void view_cView::Row(long long y, long long x, int count, void* target) const {
     std::memset(target, 0, before);
     if (clip.inside > 0) {
         if (x_.rescaled_ || y_.rescaled_) {
-            RescaledRow(row, column + clip.before, clip.inside, at(target, before));
+            RescaledRow(places, row, column + clip.before, clip.inside, at(target, before));
         } else {
             const std::size_t index =
                 static_cast<std::size_t>(row) * static_cast<std::size_t>(x_.storedCount_) +
@@ -151,7 +156,8 @@ void view_cView::Row(long long y, long long x, int count, void* target) const {
 
 // What is interpolated are the elements in the type that is seen: conversion comes first. Both
 // axes are interpolated in double and rounded to that type once.
-void view_cView::RescaledRow(long long row, long long column, int count, void* target) const {
+void view_cView::RescaledRow(const sPlaces& places, long long row, long long column, int count,
+                             void* target) const {
     constexpr int capacity = 256;
     constexpr int widest = 2; // doubles per element
     alignas(16) unsigned char elements[capacity * 16];
@@ -164,14 +170,14 @@ void view_cView::RescaledRow(long long row, long long column, int count, void* t
     const dtyp_cDataType wideType = parts == 2 ? dtyp_ComplexDouble : dtyp_Double;
     int firstRow = 0;
     double betweenRows = 0;
-    y_.places_.Fill(row, 1, y_.storedCount_, &firstRow, &betweenRows);
+    places.y.Fill(row, 1, y_.storedCount_, &firstRow, &betweenRows);
     const int rowCount = betweenRows == 0 ? 1 : 2;
     const int stretch =
-        static_cast<int>(std::clamp((capacity - 2) / x_.places_.Ratio(), 1.0, capacity - 2.0));
+        static_cast<int>(std::clamp((capacity - 2) / places.x.Ratio(), 1.0, capacity - 2.0));
 
     for (int done = 0; done < count; done += stretch) {
         const int n = std::min(stretch, count - done);
-        x_.places_.Fill(column + done, n, x_.storedCount_, indices, between);
+        places.x.Fill(column + done, n, x_.storedCount_, indices, between);
         const long long first = indices[0];
         const long long end = indices[n - 1] + (between[n - 1] == 0 ? 1LL : 2LL);
         const std::size_t stored = static_cast<std::size_t>(end - first);

@@ -83,16 +83,22 @@ public:
     double End() const noexcept { return cal_.Position(count_); }
     /// True when the stored elements are seen as they are.
     bool IsWhole() const noexcept { return !rescaled_ && first_ == 0 && count_ == storedCount_; }
+    /// Where the rescaled elements lie among the stored ones.
+    view_cPlaces Places() const noexcept {
+        return rescaled_ ? view_cPlaces(cal_.Delta(), storedDelta_, tolerance_) : view_cPlaces();
+    }
 
 private:
     friend class view_cView;
 
+    // Axes are made for every operand of every operation: what only few need is worked out there.
     int storedCount_;
     int rescaledCount_;
     int count_;
     bool rescaled_ = false;
     long long first_ = 0; // index in the rescaled elements of the first one seen
-    view_cPlaces places_; // of the rescaled elements
+    double storedDelta_ = 0;
+    double tolerance_ = 0;
     cal_cArrayCal cal_;
 };
 
@@ -120,6 +126,8 @@ public:
     std::size_t Count() const noexcept {
         return static_cast<std::size_t>(x_.Count()) * static_cast<std::size_t>(y_.Count());
     }
+    /// How complex elements are seen as real ones.
+    conv_eComplexConversion Mode() const noexcept { return mode_; }
     /// The X axis.
     const view_cAxis& X() const noexcept { return x_; }
     /// The Y axis.
@@ -136,8 +144,13 @@ public:
     void Fetch(std::size_t first, std::size_t count, void* target) const;
 
 private:
-    void Row(long long y, long long x, int count, void* target) const;
-    void RescaledRow(long long row, long long column, int count, void* target) const;
+    struct sPlaces {
+        view_cPlaces x;
+        view_cPlaces y;
+    };
+    void Row(const sPlaces& places, long long y, long long x, int count, void* target) const;
+    void RescaledRow(const sPlaces& places, long long row, long long column, int count,
+                     void* target) const;
 
     const void* data_;
     dtyp_cDataType stored_;
