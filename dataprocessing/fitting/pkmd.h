@@ -274,3 +274,27 @@ DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sRe
 /// control; std::bad_alloc.
 DATAPROCESSING_EXPORT pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
                                             const pkmd_sOptions& options = {});
+
+/// Where a parameter lies, with a probability of 68.3 %.
+struct pkmd_sInterval {
+    double lower; ///< From here
+    double upper; ///< to here.
+};
+
+/// The interval of one parameter in which chi-squared, or the deviance, rises by no more than 1
+/// over that of `found`, all other parameters being fitted anew: what the standard error says where
+/// the likelihood is a parabola, and still says where it is none, as of few counts.
+///
+/// `found` is what pkmd_Fit gave for the same model, spectrum and options. Ends are within 1e-4 of
+/// half of the interval; an end that is not reached is the bound of the parameter, or infinite.
+/// Takes about eight fits.
+///
+/// Throws expt_cProgramException: ("pkmd", 11) for a parameter that is fixed or tied, and after a
+/// fit that did not converge; ("pkmd", 2) where there is no such parameter, ("pkmd", 3) for a width
+/// that follows a law; what pkmd_Fit throws.
+///
+///     const auto [lower, upper] = pkmd_Interval(model, spectrum, found, model.Width(0));
+DATAPROCESSING_EXPORT pkmd_sInterval pkmd_Interval(const pkmd_cModel& model,
+                                                   const darr_c1DArray& spectrum,
+                                                   const pkmd_sResult& found, int parameter,
+                                                   const pkmd_sOptions& options = {});

@@ -392,6 +392,19 @@ void addPeakModels(Table& table) {
         text << pkmd_Fit(model, of.spectrum, options);
         return text.str();
     });
+    table.Add("interval of the height of a peak", [](Operands& of) {
+        pkmd_cModel model;
+        const int peak = model.AddPeak(pkmd_Gaussian, 6400, 1000, 60);
+        model.Fix(model.Position(peak));
+        model.Fix(model.Width(peak));
+        model.AddPolynomial({1000});
+        pkmd_sOptions options;
+        options.objective = nlsq_LeastSquares;
+        const pkmd_sResult found = pkmd_Fit(model, of.spectrum, options);
+        const pkmd_sInterval interval =
+            pkmd_Interval(model, of.spectrum, found, model.Height(peak), options);
+        return bytesOf(interval.lower, interval.upper);
+    });
     table.Add("model of the peaks found", [](Operands& of) {
         const std::vector<peak_sPeak> found = peak_Find(of.spectrum, {.prominence = 50});
         return bytesOf(pkmd_ModelOf(of.spectrum, found).ParameterCount());

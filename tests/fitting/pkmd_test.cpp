@@ -1049,6 +1049,78 @@ TEST(PeakFit, PullsAreThoseOfTheErrors) {
     }
 }
 
+// Of few counts the likelihood is no parabola: its own intervals hold the truth as often as they
+// say.
+TEST(PeakFit, IntervalsHoldTheTruthAtFewCounts) {
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 50.3, 100 / (5 * std::sqrt(2 * std::numbers::pi)), 5);
+    model.AddPolynomial({0.2}, 50, 50);
+    constexpr int spectra = 600;
+    std::array<int, 4> held{};
+    for (unsigned k = 1; k <= spectra; ++k) {
+        const Spectrum spectrum(model, 101, cal_c1DArrayCal(0, 1, 0), k);
+        const pkmd_sResult found = pkmd_Fit(model, spectrum.array);
+        ASSERT_TRUE(found.fit.Converged());
+        for (std::size_t i = 0; i < held.size(); ++i) {
+            const auto [lower, upper] =
+                pkmd_Interval(model, spectrum.array, found, static_cast<int>(i));
+            EXPECT_LT(lower, found.fit.parameters[i]);
+            EXPECT_GT(upper, found.fit.parameters[i]);
+            held[i] += lower <= model.Starts()[i] && model.Starts()[i] <= upper;
+        }
+    }
+    // Three standard deviations of so many.
+    for (const int often : held)
+        EXPECT_NEAR(often / double{spectra}, 0.683, 0.057);
+}
+
+TEST(PeakFit, IntervalEndsWhereTheDevianceHasRisenByOne) {
+    // One channel of n counts and a constant: 2 (c - n + n ln(n / c)) = 1.
+    const std::vector<double> counts{9};
+    const darr_c1DArray one{std::span<const double>(counts)};
+    pkmd_cModel model;
+    model.AddPolynomial({5});
+    const pkmd_sResult found = pkmd_Fit(model, one);
+    const auto [lower, upper] = pkmd_Interval(model, one, found, 0);
+    for (const double end : {lower, upper})
+        EXPECT_NEAR(2 * (end - 9 + 9 * std::log(9 / end)), 1, 3e-4);
+    EXPECT_LT(lower, 9);
+    EXPECT_GT(upper, 9);
+    EXPECT_GT(upper - 9, 9 - lower);
+
+    model.Bound(0, 8, 100);
+    EXPECT_EQ(pkmd_Interval(model, one, found, 0).lower, 8);
+    EXPECT_EQ(pkmd_Interval(model, one, found, 0).upper, upper);
+
+    // Of a straight line by least squares they are the standard errors, also those of the scatter.
+    std::vector<double> y;
+    for (int i = 0; i < 40; ++i)
+        y.push_back(100 + 2 * i + 7 * std::sin(i * i));
+    const darr_c1DArray line{std::span<const double>(y)};
+    pkmd_cModel straight;
+    straight.AddPolynomial({90, 1}, 20, 10);
+    for (const nlsq_eErrors errors : {nlsq_ErrorsAsGiven, nlsq_ErrorsFromScatter}) {
+        pkmd_sOptions options;
+        options.objective = nlsq_LeastSquares;
+        options.errors = errors;
+        const pkmd_sResult fit = pkmd_Fit(straight, line, options);
+        for (int i = 0; i < 2; ++i) {
+            const auto [low, high] = pkmd_Interval(straight, line, fit, i, options);
+            const double error = fit.fit.standardErrors[static_cast<std::size_t>(i)];
+            const double middle = fit.fit.parameters[static_cast<std::size_t>(i)];
+            EXPECT_NEAR(high - middle, error, 1e-3 * error);
+            EXPECT_NEAR(middle - low, error, 1e-3 * error);
+        }
+    }
+    model.Fix(0);
+    expectRefusal(11, [&] { pkmd_Interval(model, one, found, 0); });
+    model.Free(0);
+    pkmd_sResult unfinished = found;
+    unfinished.fit.end = nlsq_MostEvaluations;
+    expectRefusal(11, [&] { pkmd_Interval(model, one, unfinished, 0); });
+    expectRefusal(2, [&] { pkmd_Interval(model, one, found, 1); });
+}
+
 TEST(PeakModel, NamesAndNumbers) {
     pkmd_cModel model;
     EXPECT_EQ(model.AddPeak(pkmd_Gaussian, 1, 2, 3), 0);

@@ -1,0 +1,76 @@
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+
+#include "dataprocessing/fitting/pkmd.h"
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// Where `riseAt(distance)` comes up to 1, from 0 at a distance of 0 and about 1 at one of `error`;
+/// `most` where it does not before. Its root is nearly a straight line, which is followed.
+template<class RiseAt>
+double distanceOfOne(double error, double most, RiseAt riseAt) {
+    double inside = 0;
+    double rootInside = 0;
+    double outside = infinity;
+    double rootOutside = infinity;
+    double distance = std::min(error, most);
+    constexpr int mostTries = 60;
+    constexpr double enough = 1e-4;
+    for (int i = 0; i < mostTries; ++i) {
+        const double root = std::sqrt(std::max(riseAt(distance), 0.0));
+        if (std::fabs(root - 1) <= enough)
+            return distance;
+        if (root < 1) {
+            if (distance >= most)
+                return most;
+            inside = distance;
+            rootInside = root;
+        } else {
+            outside = distance;
+            rootOutside = root;
+        }
+        if (outside == infinity) {
+            constexpr double fastest = 4;
+            distance = std::min(most, distance * std::clamp(1.05 / root, 1.1, fastest));
+        } else if (rootOutside == infinity) {
+            distance = inside / 2 + outside / 2;
+        } else {
+            const double part = (1 - rootInside) / (rootOutside - rootInside);
+            distance = inside + std::clamp(part, 0.05, 0.95) * (outside - inside);
+        }
+    }
+    if (outside == infinity)
+        return infinity;
+    return distance;
+}
+
+} // namespace
+
+pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spectrum,
+                             const pkmd_sResult& found, int parameter,
+                             const pkmd_sOptions& options) {
+    pkmd_cModel other = model;
+    other.SetStarts(found.fit.parameters);
+    other.Fix(parameter);
+    const nlsq_sParameter& kind = model.Kinds()[static_cast<std::size_t>(parameter)];
+    if (kind.kind != nlsq_sParameter::Moving || !found.fit.Converged())
+        throw expt_cProgramException("pkmd", 11,
+                                     "The parameter does not move, or the fit did not converge.");
+    const auto number = static_cast<std::size_t>(parameter);
+    const double best = found.fit.parameters[number];
+    const double error = found.fit.standardErrors[number];
+    const double one = options.errors == nlsq_ErrorsFromScatter ? found.fit.ReducedChiSquared() : 1.0;
+    const double unit = error > 0 ? error : std::max(1e-3 * std::fabs(best), 1e-6);
+    const auto distance = [&](double side, double most) {
+        return distanceOfOne(unit, most, [&](double away) {
+            other.SetStart(parameter, best + side * away);
+            const nlsq_sResult there = pkmd_Fit(other, spectrum, options).fit;
+            return there.Converged() ? (there.chiSquared - found.fit.chiSquared) / one : infinity;
+        });
+    };
+    return {best - distance(-1, best - kind.lower), best + distance(1, kind.upper - best)};
+}
