@@ -63,7 +63,8 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
     const auto number = static_cast<std::size_t>(parameter);
     const double best = found.fit.parameters[number];
     const double error = found.fit.standardErrors[number];
-    const double one = options.errors == nlsq_ErrorsFromScatter ? found.fit.ReducedChiSquared() : 1.0;
+    const double one =
+        options.errors == nlsq_ErrorsFromScatter ? found.fit.ReducedChiSquared() : 1.0;
     const double unit = error > 0 ? error : std::max(1e-3 * std::fabs(best), 1e-6);
     const auto distance = [&](double side, double most) {
         return distanceOfOne(unit, most, [&](double away) {
