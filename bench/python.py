@@ -7,6 +7,7 @@
 import datetime
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -77,7 +78,9 @@ def table():
 
 def about():
     cpu = next((line.split(":")[1].strip() for line in open("/proc/cpuinfo") if line.startswith("model name")), "unknown")
-    level = os.environ.get("DATAPROCESSING_LEVEL", "the highest of this machine")
+    flags = set(re.search(r"^flags\s*:(.*)$", pathlib.Path("/proc/cpuinfo").read_text(), re.M)[1].split())
+    highest = "v4" if {"avx512f", "avx512bw", "avx512vl"} <= flags else "v3" if {"avx2", "fma", "bmi2"} <= flags else "baseline"
+    level = os.environ.get("DATAPROCESSING_LEVEL", highest)
     return (
         f"{ABOUT}Taken {datetime.datetime.now(datetime.timezone.utc):%Y-%m-%d %H:%M} UTC on {cpu}, load "
         f"{os.getloadavg()[0]:.1f}, level: {level}, numpy {np.__version__}. `import dataprocessing` takes "

@@ -16,6 +16,7 @@ from dataprocessing._core import Array1D, Array2D, Mask1D, Mask2D
 
 _ARRAYS = (Array1D, Array2D)
 _OURS = (Array1D, Array2D, Mask1D, Mask2D)
+_KNOWN = {*_OURS, np.ndarray, int, float, complex}
 
 _SLOTS: dict[np.ufunc, tuple[str, str]] = {
     np.add: ("__add__", "__radd__"),
@@ -88,8 +89,9 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
 
 def array_ufunc(self: Any, ufunc: np.ufunc, method: str, *inputs: Any, **kwargs: Any) -> Any:
     """numpy calls it for every universal function that meets an array of ours."""
-    if any(_is_foreign(x) for x in inputs) or any(_is_foreign(x) for x in kwargs.get("out", ())):
-        return NotImplemented
+    for x in (*inputs, *kwargs["out"]) if "out" in kwargs else inputs:
+        if type(x) not in _KNOWN and _is_foreign(x):
+            return NotImplemented
     if method == "__call__" and not kwargs:
         slots = _SLOTS.get(ufunc)
         if slots is not None:

@@ -1,5 +1,10 @@
 """What several tests share."""
 
+import os
+import pathlib
+import sys
+
+import dataprocessing
 import numpy as np
 import pytest
 
@@ -22,3 +27,14 @@ def sample(dtype):
 @pytest.fixture(params=DTYPES)
 def dtype(request):
     return request.param
+
+
+@pytest.fixture
+def kernel(monkeypatch):
+    """Notebooks are run by this interpreter's kernel, or the system's, with the package that is tested."""
+    pytest.importorskip("nbclient")
+    pytest.importorskip("ipykernel")
+    package = str(pathlib.Path(dataprocessing.__file__).parents[1])
+    before = os.environ.get("PYTHONPATH")
+    monkeypatch.setenv("PYTHONPATH", f"{package}{os.pathsep}{before}" if before else package)
+    monkeypatch.setenv("PATH", f"{pathlib.Path(sys.executable).parent}{os.pathsep}{os.environ['PATH']}")

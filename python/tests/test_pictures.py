@@ -11,7 +11,6 @@ import pathlib
 import re
 import shutil
 import subprocess
-import sys
 
 import dataprocessing as dp
 import numpy as np
@@ -111,16 +110,14 @@ def browser():
 def run_notebook():
     nbformat = pytest.importorskip("nbformat")
     nbclient = pytest.importorskip("nbclient")
-    pytest.importorskip("ipykernel")
     notebook = nbformat.v4.new_notebook(cells=[nbformat.v4.new_code_cell(cell) for cell in CELLS])
     nbclient.NotebookClient(notebook, timeout=120).execute()
     return [cell.outputs[-1]["data"]["text/html"] for cell in notebook.cells]
 
 
-def test_notebook_in_a_browser(tmp_path, monkeypatch):
+def test_notebook_in_a_browser(kernel, tmp_path):
     image = pytest.importorskip("matplotlib.image")
     program = browser()
-    monkeypatch.setenv("PATH", f"{pathlib.Path(sys.executable).parent}{os.pathsep}{os.environ['PATH']}")
     shown = run_notebook()
     page = tmp_path / "page.html"
     # Drawings have the size that they claim, pictures are loaded, and no text is taken for markup.

@@ -1,21 +1,16 @@
 """The tour runs from its first cell to its last, and shows what it tells of."""
 
-import os
 import pathlib
-import sys
 
 import pytest
 
 FOLDER = pathlib.Path(__file__).parents[2] / "examples/python"
 
 
-def test_tour(monkeypatch):
+def test_tour(kernel, monkeypatch):
     nbformat = pytest.importorskip("nbformat")
     nbclient = pytest.importorskip("nbclient")
-    pytest.importorskip("ipykernel")
     pytest.importorskip("matplotlib")
-    # The kernel is this interpreter, which is not the first of its name everywhere.
-    monkeypatch.setenv("PATH", f"{pathlib.Path(sys.executable).parent}{os.pathsep}{os.environ['PATH']}")
     monkeypatch.setenv("MPLBACKEND", "module://matplotlib_inline.backend_inline")
     notebook = nbformat.read(FOLDER / "tour.ipynb", as_version=4)
     assert len(notebook.cells) == 15
