@@ -19,6 +19,7 @@
 #include "tests/binary/arith_oracle.h"
 #include "tests/binary/arith_values.h"
 #include "tests/failing_new.h"
+#include "tests/support/bounds.h"
 #include "tests/support/constants.h"
 #include "tests/support/refusal.h"
 #include "tests/support/refusal_expected.h"
@@ -355,6 +356,7 @@ TEST(Division, AZeroDivisorIsRefusedBeforeAnAlignmentThatFails) {
 TEST(Division, QuotientsOfComplexNumbersAreNearTheExactOnes) {
     std::mt19937 random(17);
     std::uniform_real_distribution<double> part(-100, 100);
+    const double bound = statedBound("complex quotients") * epsilon;
     for (int i = 0; i < 1000; ++i) {
         const double ar = part(random), ai = part(random), br = part(random), bi = part(random);
         const std::complex<long double> exact =
@@ -362,7 +364,7 @@ TEST(Division, QuotientsOfComplexNumbersAreNearTheExactOnes) {
         const auto quotient = oracle::operateWithLibrary(3, number(10, ar, ai), number(10, br, bi));
         const auto& element = quotient.value.elements[0];
         const auto error = std::abs(std::complex<long double>(element.re, element.im) - exact);
-        EXPECT_LE(error, 4 * std::numeric_limits<double>::epsilon() * std::abs(exact));
+        EXPECT_LE(error, bound * std::abs(exact));
     }
 }
 

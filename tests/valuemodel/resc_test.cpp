@@ -11,6 +11,7 @@
 
 #include "dataprocessing/base/arr.h"
 #include "tests/support/arrays.h"
+#include "tests/support/bounds.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
@@ -39,7 +40,8 @@ struct sPlace {
 /// tie that the roundings decide.
 template<class Part>
 void checkPart(Part got, long double wanted, long double scale) {
-    const long double tolerance = 8 * epsilon * scale;
+    static const double bound = statedBound("`resc_Rescale`") * epsilon;
+    const long double tolerance = bound * scale;
     if constexpr (std::is_floating_point_v<Part>) {
         const long double rounding =
             std::is_same_v<Part, float>
