@@ -120,7 +120,9 @@ private:
         ++result_.evaluations;
         bool isShortened = false;
         constexpr int mostTimes = 3;
-        for (int times = 0; !std::isfinite(chiSquared) && times < mostTimes; ++times) {
+        for (int times = 0; !std::isfinite(chiSquared) && times < mostTimes &&
+                            result_.evaluations < control_.mostEvaluations;
+             ++times) {
             const double part = equations_.PositivePart(q_, tried_);
             if (!(part > 0))
                 break;

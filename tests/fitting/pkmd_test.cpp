@@ -966,6 +966,16 @@ TEST(PeakFit, ObserverCountsOnWhereWindowsAreLaidAgain) {
     EXPECT_GE(result.fit.iterations, last);
     EXPECT_LE(result.fit.iterations, last + 1);
     EXPECT_GE(last, 5);
+    // Evaluations are counted over all windows, up to as many as are allowed.
+    options.control.observer = {};
+    for (int most = 1; most < result.fit.evaluations; ++most) {
+        options.control.mostEvaluations = most;
+        const nlsq_sResult few = pkmd_Fit(model, spectrum.array, options).fit;
+        EXPECT_EQ(few.evaluations, most);
+        EXPECT_EQ(few.end, nlsq_MostEvaluations);
+    }
+    options.control.mostEvaluations = result.fit.evaluations + 1;
+    EXPECT_EQ(pkmd_Fit(model, spectrum.array, options).fit.parameters, result.fit.parameters);
     // Widths that follow a law are told as they are.
     pkmd_cModel law;
     law.AddPeak(pkmd_Gaussian, 20, 100, 2);
