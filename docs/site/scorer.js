@@ -3,7 +3,7 @@
 var Scorer = {
   score: ([page, title, anchor, description, score]) => {
     const isObject = description !== null;
-    if (isObject) return /::|\..*\./.test(title) ? score / 10 : score;
+    if (isObject) return /::|\..*\./.test(title) || score < 30 ? score / 10 : score; // whole names first
     if (/^(CHANGELOG|CONTRIBUTING|README|bench|packaging|design)/.test(page)) return score * 0.3;
     if (/^reference\//.test(page)) return score * 0.4;
     if (/^(tasks|compare|tour)$/.test(page)) return score * 0.8;
