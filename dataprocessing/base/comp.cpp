@@ -65,9 +65,9 @@ comp_cComplex<float> comp_Divide(const comp_cComplex<float>& a,
     const double d = br * br + bi * bi;
     const double re = (ar * br + ai * bi) / d;
     const double im = (ai * br - ar * bi) / d;
-    // Floats cannot overflow in double: one of these is not finite where an operand is not, and
-    // where the divisor is zero. What is finite leaves zero behind, in one test of all three.
-    if ((re - re) + (im - im) + (d - d) != 0) [[unlikely]]
+    // Floats cannot overflow in double, nor can this sum: one of its terms is not finite where an
+    // operand is not, and where the divisor is zero.
+    if (!std::isfinite(re + im + d)) [[unlikely]]
         return divideSpecial(a, b);
     return {static_cast<float>(re), static_cast<float>(im)};
 }

@@ -105,15 +105,17 @@ template<>
 class pair_cSide<pnum_cNumber> {
 public:
     pair_cSide(const pnum_cNumber& number, dtyp_cDataType type, pair_sNowhere)
-        : converted_(conv_Convert(number, type)) {}
+        : source_(number.DataType() == type
+                      ? blocks_cSource(number)
+                      : blocks_cSource(converted_.emplace(conv_Convert(number, type)))) {}
     pair_cSide(const pair_cSide&) = delete;
     pair_cSide& operator=(const pair_cSide&) = delete;
 
     const blocks_cSource& Source() const noexcept { return source_; }
 
 private:
-    pnum_cNumber converted_;
-    blocks_cSource source_{converted_};
+    std::optional<pnum_cNumber> converted_; // of a number of another type
+    blocks_cSource source_;
 };
 
 /// Two operands of one operation, as a loop reads them in their common type.
