@@ -43,7 +43,7 @@ view_cPlaces::view_cPlaces(double delta, double storedDelta, double tolerance) n
     : ratio_(delta / storedDelta) {
     constexpr double half = 0x1p62;
     tolerance_ = static_cast<std::uint64_t>(std::clamp(tolerance * 0x1p63, 1.0, half));
-    if (!(ratio_ < 0x1p31)) { // only element 0 lies on such an axis
+    if (!(std::fabs(ratio_) < 0x1p31)) { // only element 0 lies on such an axis
         step_ = 0;
         return;
     }

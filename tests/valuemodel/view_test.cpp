@@ -6,6 +6,7 @@
 #include <limits>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "dataprocessing/valuemodel/view_make.h"
@@ -15,6 +16,7 @@ using dataprocessing::detail::view_cAxis;
 using dataprocessing::detail::view_cView;
 using dataprocessing::detail::view_X;
 using dataprocessing::detail::view_Y;
+using testing::Each;
 
 namespace {
 
@@ -87,6 +89,20 @@ TEST(ViewAxis, CountsThatNoArrayCanHaveAreRefused) {
     EXPECT_EQ(refusalOf([] { view_cAxis(INT_MAX, cal_cArrayCal()).Rescale(1); }), "none");
     EXPECT_EQ(refusalOf([] { view_cAxis(INT_MAX, cal_cArrayCal()).Rescale(0.999999999); }),
               sizeRefusal);
+}
+
+TEST(ViewAxis, WithoutALengthHasNoPlacesBeyondItsFirstElementInEitherDirection) {
+    for (const double delta : {1.0, -1.0})
+        for (const double storedDelta : {0.0, -0.0}) {
+            view_cAxis axis(5, cal_cArrayCal(3, storedDelta, 0));
+            axis.Rescale(delta);
+            EXPECT_EQ(axis.Count(), 0);
+            int indices[3];
+            double parts[3];
+            axis.Places().Fill(0, 3, 5, indices, parts);
+            EXPECT_THAT(indices, Each(0)) << delta << ' ' << storedDelta;
+            EXPECT_THAT(parts, Each(0.0)) << delta << ' ' << storedDelta;
+        }
 }
 
 TEST(ViewAxis, ARefusedSelectionOrDeltaChangesNothing) {
