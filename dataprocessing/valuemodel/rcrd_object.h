@@ -41,7 +41,7 @@ inline constexpr rcrd_sKind rcrd_kindOf = {};
 template<class Value>
 struct rcrd_sImageOf {
     static const tgio_cObjectType& Type() {
-        static_assert(rcrd_kindOf<Value>.name != nullptr);
+        static_assert(rcrd_kindOf<Value>.number != 0);
         static const tgio_cLasting type(rcrd_kindOf<Value>.name, rcrd_kindOf<Value>.number);
         return type.value;
     }
