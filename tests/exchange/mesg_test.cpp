@@ -1,7 +1,5 @@
 #include "dataprocessing/exchange/mesg.h"
 
-#include <cstdint>
-#include <cstring>
 #include <functional>
 #include <memory>
 #include <random>
@@ -16,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/failing_new.h"
+#include "tests/support/slots.h"
 
 namespace {
 
@@ -118,22 +117,11 @@ TEST(IdleSender, CostsTwoWordsAndNeverAllocates) {
 }
 
 TEST(Sender, CallsItsOperationsThroughFixedSlots) {
-#if defined(__x86_64__) && defined(__GNUC__)
-    // A pointer to a virtual member holds one more than its offset in the table, which starts with
-    // the two forms of the destructor.
-    const auto slot = [](auto member) {
-        std::uintptr_t offset = 0;
-        std::memcpy(&offset, &member, sizeof offset);
-        return (offset - 1) / sizeof(void*);
-    };
-    EXPECT_EQ(slot(&mesg_cSender::AddReceiver), 2u);
-    EXPECT_EQ(slot(&mesg_cSender::RemoveReceiver), 3u);
-    EXPECT_EQ(slot(&mesg_cSender::QueueMessage), 4u);
-    EXPECT_EQ(slot(&mesg_cSender::SendMessage), 5u);
-    EXPECT_EQ(slot(&mesg_cReceiver::ReceiveMessage), 2u);
-#else
-    GTEST_SKIP() << "the layout of member pointers is not known here";
-#endif
+    EXPECT_EQ(slotOf(&mesg_cSender::AddReceiver), 2u);
+    EXPECT_EQ(slotOf(&mesg_cSender::RemoveReceiver), 3u);
+    EXPECT_EQ(slotOf(&mesg_cSender::QueueMessage), 4u);
+    EXPECT_EQ(slotOf(&mesg_cSender::SendMessage), 5u);
+    EXPECT_EQ(slotOf(&mesg_cReceiver::ReceiveMessage), 2u);
 }
 
 TEST(Receiver, IsMadeAndDestroyedThroughDerivedClassesOnly) {
