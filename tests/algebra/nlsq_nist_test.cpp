@@ -2,6 +2,7 @@
 #include <cmath>
 #include <functional>
 #include <numbers>
+#include <numeric>
 #include <span>
 #include <string>
 #include <vector>
@@ -560,6 +561,42 @@ TEST(CertifiedLinear, WamplersPolynomials) {
                              {2152.32624678170, 0.112324854679312}),
                       8);
         }
+    }
+}
+
+// Straight lines through the origin, of integers only.
+TEST(CertifiedLinear, LinesWithoutAnIntercept) {
+    struct Case {
+        const char* name;
+        int first; // x, of which each is 1 more than the one before
+        std::vector<double> y;
+        double slope;
+        double slopeDeviation;
+        double residualDeviation;
+    };
+    const nlsq_cFunctionModel line([](double x, Parameters p) { return p[0] * x; },
+                                   [](double x, Parameters, Derivatives d) { d[0] = x; });
+    for (const Case& problem :
+         {Case{"NoInt1",
+               60,
+               {130, 131, 132, 133, 134, 135, 136, 137, 138, 139, 140},
+               2.07438016528926,
+               0.0165289256198347,
+               3.56753034006338},
+          Case{"NoInt2", 4, {3, 4, 4}, 0.727272727272727, 0.0420827318078432, 0.369274472937998}}) {
+        std::vector<double> x(problem.y.size());
+        std::iota(x.begin(), x.end(), problem.first);
+        const nlsq_sResult fit = nlsq_FitLinear(line, x, problem.y, 1);
+        const double right = digits({fit.parameters[0], fit.standardErrors[0],
+                                     std::sqrt(fit.chiSquared / fit.degreesOfFreedom)},
+                                    {problem.slope, problem.slopeDeviation,
+                                     problem.residualDeviation});
+        printDigits("linear", problem.name, right);
+        // All that the tables have.
+        EXPECT_GE(right, 14) << problem.name;
+        EXPECT_EQ(fit.end, nlsq_Solved);
+        EXPECT_EQ(fit.rank, 1);
+        EXPECT_EQ(fit.degreesOfFreedom, static_cast<int>(x.size()) - 1);
     }
 }
 
