@@ -14,6 +14,9 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 /// a step was good.
 constexpr double lostDecrease = 1e-12;
 
+/// This part of the way to where a model is no longer positive.
+constexpr double almost = 0.9;
+
 void refuseIf(bool isRefused, int line, const char* text) {
     if (isRefused)
         throw expt_cProgramException("nlsq", line, text);
@@ -33,7 +36,8 @@ public:
          const nlsq_sControl& control)
         : equations_(equations), parameters_(parameters), control_(control),
           q_(parameters.Start().begin(), parameters.Start().end()), tried_(q_.size()),
-          step_(q_.size()), scale_(q_.size()), isHeld_(q_.size()), all_(parameters.All()) {}
+          leap_(q_.size()), step_(q_.size()), last_(q_.size()), scale_(q_.size()),
+          isHeld_(q_.size()), all_(parameters.All()) {}
 
     void Run() {
         result_.chiSquared = equations_.Try(q_);
@@ -116,6 +120,14 @@ private:
             return End(nlsq_DecreaseSmall);
         }
 
+        if (!isCut && !IsDamped() && IsSlow(pace) && --untilLeap_ < 0) {
+            if (Leaps(promised, length, pace, lost))
+                return !IsToGoOn() && End(nlsq_StoppedByObserver);
+            // What was of no use is not worth trying as often.
+            leapless_ = 2 * leapless_ + 2;
+            untilLeap_ = leapless_;
+        }
+
         double chiSquared = equations_.Try(tried_);
         ++result_.evaluations;
         bool isShortened = false;
@@ -126,7 +138,6 @@ private:
             const double part = equations_.PositivePart(q_, tried_);
             if (!(part > 0))
                 break;
-            constexpr double almost = 0.9;
             Shorten(almost * part);
             promised = Promise();
             length *= almost * part;
@@ -161,6 +172,7 @@ private:
 
     void Take(double promised, double length) {
         std::swap(q_, tried_);
+        std::swap(step_, last_);
         result_.step = length;
         result_.decrease = result_.chiSquared > 0 ? promised / result_.chiSquared : 0;
         ++result_.iterations;
@@ -170,6 +182,63 @@ private:
     static double Remainder(double promised, double pace) {
         const double rest = std::sqrt(pace);
         return rest < 1 ? promised * pace / ((1 - rest) * (1 - rest)) : infinity;
+    }
+
+    /// Whether each of the last steps left most of the distance.
+    bool IsSlow(double pace) const noexcept {
+        constexpr double slow = 0.5;
+        return pace > slow && pace_ > slow && pace < 1;
+    }
+
+    /// Where the curvature is not that of the equations, all steps are too short by the same part,
+    /// or too long and lead to and fro. Goes as far as all of them would have led, or almost to
+    /// where the model is no longer positive, if that gains more than one of them.
+    bool Leaps(double promised, double length, double pace, double lost) {
+        constexpr double farthest = 1000;
+        double rest = 0;
+        for (std::size_t j = 0; j < q_.size(); ++j)
+            rest += step_[j] * scale_[j] * (last_[j] * scale_[j]);
+        rest = std::copysign(std::sqrt(pace), rest);
+        double factor = std::min(1 / (1 - rest), farthest);
+        if (!CanLeap(factor))
+            return false;
+        double chiSquared = equations_.Try(leap_);
+        ++result_.evaluations;
+        if (!std::isfinite(chiSquared)) {
+            factor *= almost * equations_.PositivePart(q_, leap_);
+            if (!(factor > 1) || !CanLeap(factor))
+                return false;
+            chiSquared = equations_.Try(leap_);
+            ++result_.evaluations;
+        }
+        const double decrease = result_.chiSquared - chiSquared;
+        const bool isBetter = promised <= lost ? decrease >= -2 * lost && promised < promised_
+                                               : decrease > (1 + rest) * promised;
+        if (!isBetter)
+            return false;
+        equations_.Accept();
+        std::swap(tried_, leap_);
+        for (double& element : step_)
+            element *= factor;
+        Take(promised, factor * length);
+        result_.chiSquared = chiSquared;
+        // Paces count from here.
+        promised_ = promised;
+        pace_ = infinity;
+        leapless_ = 0;
+        untilLeap_ = 0;
+        LookAround();
+        return true;
+    }
+
+    /// Whether so many steps at once stay within the bounds, and leave an evaluation for one alone.
+    bool CanLeap(double factor) {
+        for (std::size_t j = 0; j < q_.size(); ++j) {
+            leap_[j] = q_[j] + factor * step_[j];
+            if (!(leap_[j] >= parameters_.Lower()[j] && leap_[j] <= parameters_.Upper()[j]))
+                return false;
+        }
+        return result_.evaluations + 1 < control_.mostEvaluations;
     }
 
     bool IsDamped() const noexcept { return damping_.Value() >= 1; }
@@ -267,12 +336,16 @@ private:
     nlsq_cDamping damping_;
     std::vector<double> q_;
     std::vector<double> tried_;
+    std::vector<double> leap_;
     std::vector<double> step_;
+    std::vector<double> last_; // the step before
     std::vector<double> scale_;
     std::vector<char> isHeld_;
     std::vector<double> all_;
     bool hasBeenShortened_ = false;
     bool hasBarrier_ = false;
+    int leapless_ = 0; // slow steps after the last leap that was of no use
+    int untilLeap_ = 0;
     double longest_ = 0;
     double promised_ = infinity; // by the last step
     double pace_ = infinity;     // of that, beside the one before
