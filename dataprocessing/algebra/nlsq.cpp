@@ -156,7 +156,9 @@ public:
         return part < infinity ? part : 0;
     }
 
-    bool IsNearlyZero() const noexcept override { return here_.least < nlsq_nearlyZero * mean_; }
+    bool IsNearlyZero() const noexcept override {
+        return isLikelihood_ && here_.least < nlsq_nearlyZero * mean_;
+    }
     void SetBarrier(bool hasBarrier) override { barrier_ = hasBarrier ? nlsq_barrier * mean_ : 0; }
 
     double Rounding(double chiSquared) const noexcept override {

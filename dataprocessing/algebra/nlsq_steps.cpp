@@ -115,8 +115,9 @@ private:
         if (!IsDamped() && (promised <= control_.decreaseTolerance * result_.chiSquared ||
                             Remainder(promised, std::max(pace, pace_)) <=
                                 control_.remainderTolerance * result_.chiSquared)) {
-            // Not worth an evaluation, but free.
-            Take(promised, length);
+            // Not worth an evaluation, but free, unless it may lead to where there is no value.
+            if (!equations_.IsNearlyZero())
+                Take(promised, length);
             return End(nlsq_DecreaseSmall);
         }
 
@@ -387,10 +388,17 @@ void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameter
     if (result.end == nlsq_NoValue)
         return;
 
-    const nlsq_sCovariance inverse = equations.Covariance(isHeld);
-    result.rank = inverse.rank;
     result.free = static_cast<int>(
         varying - static_cast<std::size_t>(std::count(isHeld.begin(), isHeld.end(), char{1})));
+    nlsq_sCovariance inverse = equations.Covariance(isHeld);
+    if (inverse.rank < result.free && equations.BringsOutMore()) {
+        ++result.evaluations;
+        if (std::isfinite(equations.Try(q))) {
+            equations.Accept();
+            inverse = equations.Covariance(isHeld);
+        }
+    }
+    result.rank = inverse.rank;
     result.degreesOfFreedom = std::max(0, static_cast<int>(points) - result.rank);
     for (std::size_t j = 0; j < varying; ++j)
         if (isHeld[j])

@@ -65,7 +65,8 @@ public:
     /// which the values of the model stay positive, were it linear. 0 where that is not what is
     /// missing.
     virtual double PositivePart(std::span<const double> from, std::span<const double> to);
-    /// Whether a value of the model, where it stands, is next to nothing beside the data.
+    /// Whether a value of the model, which has to be positive, is next to nothing beside the data
+    /// where it stands.
     virtual bool IsNearlyZero() const noexcept { return false; }
     /// Puts a barrier before values of 0, or takes it away: next to nothing is added to the data.
     /// Counts from the next Try on.
@@ -85,6 +86,9 @@ public:
                        std::span<double> step) = 0;
     /// h'J'WJh where it stands.
     virtual double Curvature(std::span<const double> step) const noexcept = 0;
+    /// Whether a Try may bring out directions that the covariance, where it stands, lost in
+    /// rounding.
+    virtual bool BringsOutMore() { return false; }
     /// The inverse of J'WJ where it stands, among those that are not held.
     virtual nlsq_sCovariance Covariance(std::span<const char> isHeld) = 0;
 };

@@ -232,6 +232,8 @@ double pkmd_cEquations::Try(std::span<const double> q) {
     // Beside a barrier the true curvature, where that is more than the expected one.
     for (std::size_t i = 0; i < counts_.size(); ++i)
         expectedWeights_[i] *= std::max(1.0, y[i] * expectedWeights_[i]);
+    if (areWeightsLimited_)
+        LimitWeights();
     Multiply();
     Collect();
     if (!areFinite(there_.gradient) || !areFinite(there_.norms))
@@ -260,9 +262,24 @@ double pkmd_cEquations::PositivePart(std::span<const double> from, std::span<con
 
 bool pkmd_cEquations::IsNearlyZero() const noexcept {
     for (std::size_t i = 0; i < channels_.x.size(); ++i)
-        if (channels_.weights[i] > 0 && curve_[i] < nlsq_nearlyZero * mean_)
+        if (isLikelihood_ && channels_.weights[i] > 0 && curve_[i] < nlsq_nearlyZero * mean_)
             return true;
     return false;
+}
+
+bool pkmd_cEquations::BringsOutMore() {
+    if (areWeightsLimited_ || !IsNearlyZero())
+        return false;
+    areWeightsLimited_ = true;
+    return true;
+}
+
+/// Where the curve touches 0, the weight of one channel hides those of all others in the products.
+void pkmd_cEquations::LimitWeights() {
+    constexpr double nothing = 1e-10;
+    const double most = 1 / (nothing * mean_);
+    for (std::size_t i = 0; i < channels_.x.size(); ++i)
+        expectedWeights_[i] = std::min(expectedWeights_[i], most);
 }
 
 void pkmd_cEquations::SetBarrier(bool hasBarrier) {

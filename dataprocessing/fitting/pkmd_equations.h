@@ -77,6 +77,7 @@ public:
     double PositivePart(std::span<const double> from, std::span<const double> to) override;
     bool IsNearlyZero() const noexcept override;
     void SetBarrier(bool hasBarrier) override;
+    bool BringsOutMore() override;
     double Rounding(double chiSquared) const noexcept override;
     std::span<const double> Gradient() const noexcept override { return here_.gradient; }
     std::span<const double> Norms() const noexcept override { return here_.norms; }
@@ -118,6 +119,7 @@ private:
     void Lay(std::span<const pkmd_sWindow> windows);
     bool HasValue();
     void FillCurve();
+    void LimitWeights();
     void Multiply();
     void MultiplyGroups(const sGroup& one, const sGroup& other);
     void Collect();
@@ -130,6 +132,7 @@ private:
     const pkmd_sChannels& channels_;
     const nlsq_cParameters& parameters_;
     bool isLikelihood_;
+    bool areWeightsLimited_ = false;
     bool isBackgroundLinear_ = true;
     bool hasBackgroundProducts_ = false;
 

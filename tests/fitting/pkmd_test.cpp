@@ -895,6 +895,49 @@ TEST(PeakFit, LikelihoodIsLargestAtTheEdgeOfAPositiveBackgroundToo) {
     EXPECT_GT(atEdge, 10);
 }
 
+// Errors of lines that touch 0 are those of the same fit by orthogonal transformations.
+TEST(PeakFit, LinesThatTouchZeroAreDetermined) {
+    const nlsq_cFunctionModel straight(
+        [](double t, std::span<const double> p) { return p[0] + p[1] * t; },
+        [](double t, std::span<const double>, std::span<double> d) {
+            d[0] = 1;
+            d[1] = t;
+        });
+    std::mt19937 random(5);
+    std::uniform_real_distribution<> exponent(-2, 1);
+    int atEdge = 0;
+    for (int spectra = 0; spectra < 200; ++spectra) {
+        const double first = std::pow(10, exponent(random));
+        const double last = std::pow(10, exponent(random));
+        std::vector<double> x, y;
+        for (int i = 0; i < 20; ++i) {
+            x.push_back(i);
+            y.push_back(std::poisson_distribution<>(first + (last - first) * i / 19)(random) +
+                        (i == 9 ? 1 : 0));
+        }
+        pkmd_cModel model;
+        model.AddPolynomial({1, 0});
+        const nlsq_sResult found =
+            pkmd_Fit(model, darr_c1DArray{std::span<const double>(y), cal_c1DArrayCal(0, 1, 0)})
+                .fit;
+        nlsq_sOptions options;
+        options.objective = nlsq_PoissonLikelihood;
+        const nlsq_sResult expected = nlsq_Fit(straight, x, y, model.Starts(), options);
+        const double end = found.parameters[0] + 19 * found.parameters[1];
+        EXPECT_GT(std::min(found.parameters[0], end), 0) << spectra;
+        EXPECT_LT(found.evaluations, 100) << spectra;
+        EXPECT_EQ(found.rank, 2) << spectra;
+        EXPECT_THAT(found.undetermined, IsEmpty()) << spectra;
+        // Where one of them has not quite reached the edge, they differ.
+        for (std::size_t i = 0; i < 2; ++i)
+            EXPECT_NEAR(found.standardErrors[i], expected.standardErrors[i],
+                        1e-2 * expected.standardErrors[i] + 1e-3)
+                << spectra;
+        atEdge += std::min(found.parameters[0], end) < 1e-5;
+    }
+    EXPECT_GT(atEdge, 50);
+}
+
 // What is cut off a peak is small beside the noise, however high it is and whatever it starts from.
 TEST(PeakFit, WindowsAreWideEnoughForHighPeaks) {
     const cal_c1DArrayCal scale(0, 0.01237, 0);
