@@ -53,4 +53,8 @@ inline constexpr const char obty_GaussianString[] = "Gaussian";
 inline constexpr unsigned short obty_GaussianType = 4114;
 inline constexpr const char obty_ResolutionString[] = "Resolution";
 inline constexpr unsigned short obty_ResolutionType = 4115;
+inline constexpr const char obty_PeakModelString[] = "PeakModel";
+inline constexpr unsigned short obty_PeakModelType = 4116;
+inline constexpr const char obty_MultiPowerLawString[] = "MultiPowerLaw";
+inline constexpr unsigned short obty_MultiPowerLawType = 4117;
 /// @}

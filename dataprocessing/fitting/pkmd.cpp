@@ -121,7 +121,7 @@ int pkmd_cModel::AddCurve(const darr_c1DArray& curve, double factor) {
     refuseIf(curve.DataType().Code() >= dtyp_ComplexFloat, 1, "A curve is complex or not finite.");
     const darr_c1DArray values = conv_Convert(curve, dtyp_Double);
     const std::span<const double> elements = values.Elements<double>();
-    return Add({Curve, 0, 0, 0, 1, {elements.begin(), elements.end()}}, std::array{factor});
+    return Add({GivenCurve, 0, 0, 0, 1, {elements.begin(), elements.end()}}, std::array{factor});
 }
 
 int pkmd_cModel::SetWidthLaw(double width, double slope, double reference) {
@@ -175,7 +175,7 @@ std::string pkmd_cModel::Name(int parameter) const {
         return (which == 0 ? "amplitude of the power law" : "exponent of the power law") + number;
     case Exponential:
         return (which == 0 ? "amplitude of the exponential" : "rate of the exponential") + number;
-    case Curve:
+    case GivenCurve:
         break;
     }
     return "factor of the curve" + number;
@@ -241,7 +241,7 @@ void pkmd_cModel::Values(std::span<const double> p, std::span<const double> x, s
             case Exponential:
                 curve[i] += c[0] * std::exp(c[1] * (x[i] - background.reference));
                 break;
-            case Curve:
+            case GivenCurve:
                 break;
             }
     }
@@ -261,6 +261,24 @@ void pkmd_cModel::Values(std::span<const double> p, std::span<const double> x, s
     std::copy_n(curve.begin(), y.size(), y.begin());
 }
 
+darr_c1DArray pkmd_cModel::Curve(const cal_c1DArrayCal& cal, int count, pkmd_eParts parts) const {
+    darr_c1DArray result(count, dtyp_Double, cal);
+    const std::span<double> values = result.Elements<double>();
+    std::vector<double> positions(values.size());
+    for (std::size_t i = 0; i < positions.size(); ++i)
+        positions[i] = cal.Position(static_cast<long long>(i));
+    Values(starts_, positions, values, parts);
+    for (const sBackground& background : backgrounds_) {
+        if (background.kind != GivenCurve)
+            continue;
+        refuseIf(background.curve.size() != values.size(), 10,
+                 "A curve has not as many channels as the spectrum.");
+        for (std::size_t i = 0; i < values.size(); ++i)
+            values[i] += starts_[at(background.first)] * background.curve[i];
+    }
+    return result;
+}
+
 namespace {
 
 void check(const pkmd_cModel& model, int count, const pkmd_sOptions& options) {
@@ -275,8 +293,8 @@ void check(const pkmd_cModel& model, int count, const pkmd_sOptions& options) {
              6, "A weight is negative or not finite.");
     refuseIf(!(options.windows > 0), 8, "Windows have to be positive.");
     for (const pkmd_cModel::sBackground& background : model.Backgrounds())
-        refuseIf(background.kind == pkmd_cModel::Curve && background.curve.size() != at(count), 10,
-                 "A curve has not as many channels as the spectrum.");
+        refuseIf(background.kind == pkmd_cModel::GivenCurve && background.curve.size() != at(count),
+                 10, "A curve has not as many channels as the spectrum.");
     nlsq_CheckControl(options.control);
 }
 

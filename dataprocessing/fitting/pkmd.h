@@ -26,6 +26,10 @@
 #include "dataprocessing/valuemodel/cal.h"
 #include "dataprocessing/valuemodel/darr.h"
 
+namespace dataprocessing::detail {
+struct rcrd_cFits;
+} // namespace dataprocessing::detail
+
 /// The shapes of peaks; z = (x - position) / width.
 enum pkmd_eShape : int {
     /// height exp(-z^2 / 2). The width is the standard deviation; the area is height x width x
@@ -146,13 +150,23 @@ public:
     void Values(std::span<const double> p, std::span<const double> x, std::span<double> y,
                 pkmd_eParts parts = pkmd_Everything) const;
 
+    /// The model for its starts as an array of doubles: `count` elements on `cal`, curves given
+    /// channel by channel with them. After SetStarts(result.fit.parameters) that is what was
+    /// fitted. Throws the size error for a negative count, expt_cProgramException ("pkmd", 10) for
+    /// a curve with another number of channels; std::bad_alloc.
+    ///
+    ///     const darr_c1DArray net =
+    ///         spectrum - model.Curve(spectrum.Cal(), spectrum.Size(), pkmd_BackgroundOnly);
+    darr_c1DArray Curve(const cal_c1DArrayCal& cal, int count,
+                        pkmd_eParts parts = pkmd_Everything) const;
+
     /// @cond
     struct sPeak {
         pkmd_eShape shape;
         int first;
         bool hasLaw;
     };
-    enum eBackground { Polynomial, PowerLaw, Exponential, Curve };
+    enum eBackground { Polynomial, PowerLaw, Exponential, GivenCurve };
     struct sBackground {
         eBackground kind;
         int first;
@@ -171,6 +185,8 @@ public:
     /// @endcond
 
 private:
+    friend dataprocessing::detail::rcrd_cFits;
+
     DATAPROCESSING_NO_EXPORT int Add(std::span<const double> starts);
     DATAPROCESSING_NO_EXPORT int Add(sBackground background, std::span<const double> starts);
     DATAPROCESSING_NO_EXPORT const sPeak& PeakAt(int peak) const;

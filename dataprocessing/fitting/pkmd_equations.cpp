@@ -176,8 +176,8 @@ void pkmd_cEquations::Lay(std::span<const pkmd_sWindow> windows) {
     expectedWeights_ = take(count);
 
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
-        const bool isLinear =
-            background.kind == pkmd_cModel::Polynomial || background.kind == pkmd_cModel::Curve;
+        const bool isLinear = background.kind == pkmd_cModel::Polynomial ||
+                              background.kind == pkmd_cModel::GivenCurve;
         for (int k = 0; isLinear && k < background.count; ++k) {
             linearParameters_.push_back(at(background.first + k));
             linear_.push_back(columns_[at(background.first + k)].data);
@@ -194,7 +194,7 @@ void pkmd_cEquations::Lay(std::span<const pkmd_sWindow> windows) {
                         lower[i] * ((channels_.x[i] - background.reference) / background.scale);
             }
             break;
-        case pkmd_cModel::Curve:
+        case pkmd_cModel::GivenCurve:
             // What follows the spectrum takes no part.
             std::fill(
                 std::copy_n(background.curve.begin() + static_cast<std::ptrdiff_t>(channels_.first),

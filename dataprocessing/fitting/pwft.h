@@ -128,6 +128,8 @@ public:
     double PeakIntensityError(double position) const;
 
 private:
+    friend dataprocessing::detail::rcrd_cFits;
+
     struct DATAPROCESSING_NO_EXPORT sPeak {
         sPeak(double center, const rnge_c1DRange& below, const rnge_c1DRange& over, int order);
         sPeak(const sPeak& other);

@@ -493,6 +493,24 @@ void addRecords(Table& table) {
         table, "power law", [](Operands & of) -> const auto& { return of.powerLaw; },
         [](Operands& of) { return pwft_cPowerLawFittingFunction(2, of.selection); });
     addRecords(
+        table, "power laws of many peaks",
+        [](Operands& of) {
+            pwft_cMultiPowerLawFitFunc laws(1, of.selection);
+            laws.AddPeak(3, 0, 2, 0, 1);
+            return laws;
+        },
+        [](Operands& of) { return pwft_cMultiPowerLawFitFunc(2, of.selection); });
+    addRecords(
+        table, "model of peaks",
+        [](Operands&) {
+            pkmd_cModel model;
+            model.AddPeak(pkmd_Voigt, 3, 20, 1, 0.5);
+            model.AddCurve({1, 2, 3}, 1);
+            model.SetWidthLaw(1, 0, 3);
+            return model;
+        },
+        [](Operands&) { return pkmd_cModel(); });
+    addRecords(
         table, "peak", [](Operands & of) -> const auto& { return of.high; },
         [](Operands& of) { return of.low; });
     addRecords(

@@ -94,6 +94,73 @@ struct Data {
     Data() { selection.AddLocalRange(counts.Range()); }
 };
 
+/// Parts of every kind, some of them added after the law of widths.
+pkmd_cModel sampleModel() {
+    const std::vector<double> curve{1, 2.5, 4, 2, 1, 0, 0, 1e-3};
+    pkmd_cModel model;
+    const int line = model.AddPolynomial({20, -1.5}, 6, 2);
+    model.AddPeak(pkmd_Gaussian, 6.4, 900, 0.06);
+    model.AddPeak(pkmd_PseudoVoigt, 7, 300, 0.06, 0.25);
+    model.AddCurve(darr_c1DArray{std::span(curve)}, 0.5);
+    const int law = model.SetWidthLaw(0.07, 0.003, 6);
+    model.AddPowerLaw(3, -2, 6);
+    model.AddPeak(pkmd_TailedGaussian, 5, 50, 0.1, -0.2);
+    model.AddExponential(4, -1, 5);
+    model.AddPeak(pkmd_Voigt, 8, 70, 0.1, 0.05);
+    model.AddPeak(pkmd_Lorentzian, 9, 60, 0.1);
+    model.Fix(line + 1);
+    model.Bound(model.Position(0), 6.3, 6.5);
+    model.Tie(model.Height(1), model.Height(0), 0.3, 5);
+    model.Bound(law, 0, std::numeric_limits<double>::infinity());
+    model.SetStart(model.Width(3), -1);
+    return model;
+}
+
+std::string figuresOf(const pkmd_cModel& model) {
+    std::string figures;
+    for (int i = 0; i < model.ParameterCount(); ++i) {
+        const auto at = static_cast<std::size_t>(i);
+        const nlsq_sParameter& kind = model.Kinds()[at];
+        figures += bytesOf(model.Name(i), model.Starts()[at], kind.kind, kind.lower, kind.upper,
+                           kind.to, kind.factor, kind.offset);
+    }
+    std::vector<double> x, y;
+    for (double position = 4.5; position < 10; position += 0.25)
+        x.push_back(position);
+    y.resize(x.size());
+    model.Values(model.Starts(), x, y);
+    figures += bytesOf(y);
+    for (const pkmd_cModel::sBackground& background : model.Backgrounds())
+        figures += bytesOf(background.curve);
+    return figures;
+}
+
+/// A background of two peaks, fitted; without deviations the first has too few points below it.
+pwft_cMultiPowerLawFitFunc sampleBackground(Data& data, bool hasDeviations) {
+    pwft_cMultiPowerLawFitFunc background(1, data.selection);
+    background.AddPeak(7, 0, 5, 0, 2);
+    background.AddPeak(3, hasDeviations ? -2 : 0, hasDeviations ? 3 : 1, 0, 1);
+    if (hasDeviations)
+        background.Refit(data.counts,
+                         darr_c1DArray(std::vector<double>(8, 3.0), data.counts.Cal()));
+    else
+        background.Refit(data.counts);
+    return background;
+}
+
+std::string figuresOf(const pwft_cMultiPowerLawFitFunc& background) {
+    std::string figures = bytesOf(background.Order());
+    for (int k = 0; k < background.PeakCount(); ++k) {
+        const pwft_cPowerLawFittingFunction& law = background.PowerLaw(k);
+        figures += bytesOf(law.Order(), law.Coefficients(), law.Covariance(), law.StandardErrors(),
+                           law.Rank(), law.ResidualSum(), law.DegreesOfFreedom());
+    }
+    for (const double position : {3.0, 7.0})
+        figures +=
+            bytesOf(background.PeakIntensity(position), background.PeakIntensityError(position));
+    return figures + bytesOf(background.Curve(cal_c1DArrayCal(2, 1, 0), 8));
+}
+
 /// A function, a fit of it, and the same once more, by way of a record.
 template<class Function>
 void checkFunction() {
@@ -187,6 +254,58 @@ TEST(FitRecord, FunctionsComeBackWithTheirCurvesAndErrors) {
     checkFunction<pwft_cPowerLawFittingFunction>();
 }
 
+TEST(FitRecord, ModelsOfPeaksComeBack) {
+    for (const rcrd_eForm form : forms)
+        for (const pkmd_cModel& model : {sampleModel(), pkmd_cModel()}) {
+            pkmd_cModel loaded;
+            loaded.AddPeak(pkmd_Gaussian, 1, 1, 1);
+            std::istringstream stream(saved(model, form));
+            rcrd_Load(stream, loaded);
+            EXPECT_EQ(figuresOf(loaded), figuresOf(model));
+            EXPECT_EQ(saved(loaded, form), saved(model, form));
+        }
+    // What is loaded is fitted as what was saved.
+    Data data;
+    pkmd_cModel model, loaded;
+    model.AddExponential(90, -0.25, 2);
+    model.AddPeak(pkmd_Gaussian, 5, 3, 1);
+    std::istringstream stream(saved(model, rcrd_Binary));
+    rcrd_Load(stream, loaded);
+    EXPECT_EQ(figuresOf(pkmd_Fit(loaded, data.counts)), figuresOf(pkmd_Fit(model, data.counts)));
+}
+
+TEST(FitRecord, BackgroundsOfManyPeaksComeBack) {
+    for (const rcrd_eForm form : forms)
+        for (const bool hasDeviations : {false, true}) {
+            Data data;
+            const pwft_cMultiPowerLawFitFunc fitted = sampleBackground(data, hasDeviations);
+            ASSERT_EQ(fitted.PowerLaw(0).Rank(), hasDeviations ? 2 : 0);
+            ASSERT_EQ(fitted.PowerLaw(1).Rank(), 2);
+            pwft_cMultiPowerLawFitFunc loaded(3, data.selection);
+            loaded.SetName("loaded");
+            loaded.AddPeak(1, 2, 3, 4, 5);
+            std::istringstream stream(saved(fitted, form));
+            rcrd_Load(stream, loaded);
+            EXPECT_EQ(loaded.Name(), "loaded");
+            EXPECT_EQ(loaded.PeakCount(), 2);
+            EXPECT_EQ(figuresOf(loaded), figuresOf(fitted));
+            EXPECT_EQ(saved(loaded, form), saved(fitted, form));
+            loaded.Refit(data.counts);
+            pwft_cMultiPowerLawFitFunc again(fitted);
+            again.Refit(data.counts);
+            EXPECT_EQ(figuresOf(loaded), figuresOf(again));
+
+            for (const int order : {2, -1}) {
+                const pwft_cMultiPowerLawFitFunc never(order, data.selection);
+                std::istringstream unfitted(saved(never, form));
+                rcrd_Load(unfitted, loaded);
+                EXPECT_EQ(loaded.Order(), order);
+                EXPECT_EQ(loaded.PeakCount(), 0);
+                EXPECT_EQ(loaded.PeakIntensity(7), 0);
+            }
+        }
+}
+
 TEST(FitRecord, PeaksAndResolutionsComeBack) {
     for (const rcrd_eForm form : forms) {
         gsft_cGaussian reference(1, 2, 3), peak(7, 8, 9);
@@ -241,16 +360,75 @@ TEST(FitRecord, NumbersThatDoNotGoTogetherAreRefused) {
              {"Rank 2", "Rank -1"},
              {"Points 8", "Points 1"}})
         EXPECT_EQ(refusalOfLoading(replaced(text, what, by), line), damaged) << by;
+    const std::string model = saved(sampleModel(), rcrd_Text);
+    for (const auto& [what, by] : std::vector<std::pair<std::string, std::string>>{
+             {"Parts \"5 ", "Parts \""},
+             {"Parts \"5 ", "Parts \"-1 "},
+             {"Parts \"5 ", "Parts \"10 "},
+             {"Parts \"5 ", "Parts \"9 "},
+             {"Parts \"5 ", "Parts \"7 "},
+             {"Counts \"2 ", "Counts \"3 "},
+             {"Counts \"2 ", "Counts \"0 "},
+             {"Counts \"2 ", "Counts \"-2 "},
+             {"Counts \"2 ", "Counts \"2000000000 "},
+             {"Counts \"2 0 0 8 ", "Counts \"2 0 0 9 "},
+             {"Counts \"2 0 0 8 ", "Counts \"2 0 0 7 "},
+             {"References \"6 ", "References \"nan "},
+             {"Scales \"2 ", "Scales \"0 "},
+             {"Curves \"1 ", "Curves \"inf "},
+             {"Starts \"20 ", "Starts \""},
+             {"Starts \"20 ", "Starts \"nan "},
+             {"Kinds \"0 1 ", "Kinds \"0 3 "},
+             {"Kinds \"0 1 ", "Kinds \"0 -1 "},
+             {"Kinds \"0 1 0 0 1 ", "Kinds \"0 1 0 0 0 "},
+             {"Lower \"-inf ", "Lower \""},
+             {"Upper \"inf ", "Upper \""},
+             {"To \"0 ", "To \""},
+             {"To \"0 0 0 0 0 0 3 ", "To \"0 0 0 0 0 0 99 "},
+             {"To \"0 0 0 0 0 0 3 ", "To \"0 0 0 0 0 0 4 "},
+             {"    Factors \"1 ", "    Factors \""},
+             {"TieOffsets \"0 ", "TieOffsets \""}})
+        EXPECT_EQ(refusalOfLoading(replaced(model, what, by), sampleModel()), damaged) << by;
+    const pwft_cMultiPowerLawFitFunc background = sampleBackground(data, false);
+    const std::string laws = saved(background, rcrd_Text);
+    for (const auto& [what, by] : std::vector<std::pair<std::string, std::string>>{
+             {"Order 1", "Order 2"},
+             {"Order 1", "Order -1"},
+             {"Order 1", "Order 2147483647"},
+             {"Positions \"3 7\"", "Positions \"3\""},
+             {"Positions \"3 7\"", "Positions \"7 3\""},
+             {"Ranges \"2 ", "Ranges \""},
+             {"Ranks \"0 2\"", "Ranks \"2 2\""},
+             {"Ranks \"0 2\"", "Ranks \"0 3\""},
+             {"Ranks \"0 2\"", "Ranks \"-1 2\""},
+             {"Ranks \"0 2\"", "Ranks \"0 0\""},
+             {"Points \"", "Points \"1 "},
+             {"ResidualSums \"", "ResidualSums \"1 "},
+             {"Coefficients \"", "Coefficients \"1 "},
+             {"Covariance \"", "Covariance \"1 "},
+             {"StandardErrors \"", "StandardErrors \"1 "}})
+        EXPECT_EQ(refusalOfLoading(replaced(laws, what, by), background), damaged) << by;
+    const pwft_cMultiPowerLawFitFunc weighted = sampleBackground(data, true);
+    EXPECT_EQ(
+        refusalOfLoading(replaced(saved(weighted, rcrd_Text), "Deviations \"3 ", "Deviations \""),
+                         weighted),
+        damaged);
     EXPECT_EQ(refusalOfLoading(replaced(text, "Version 1", "Version 2"), line),
               "rcrd:6: A later version of the library wrote the record.");
 }
 
 TEST(FitRecord, CutOffAnywhereIsRefused) {
     for (const rcrd_eForm form : forms) {
-        const std::string whole = saved(samplePeaks(), form);
-        for (std::size_t size = 0; size < whole.size(); ++size)
-            EXPECT_TRUE(refusalOfLoading(whole.substr(0, size), samplePeaks()).starts_with("rcrd:"))
-                << size;
+        Data data;
+        const auto check = [&](const auto& value) {
+            const std::string whole = saved(value, form);
+            for (std::size_t size = 0; size < whole.size(); ++size)
+                EXPECT_TRUE(refusalOfLoading(whole.substr(0, size), value).starts_with("rcrd:"))
+                    << size;
+        };
+        check(samplePeaks());
+        check(sampleModel());
+        check(sampleBackground(data, true));
     }
 }
 
@@ -305,5 +483,27 @@ TEST(FitRecord, FilesOfVersion1AreReadForEver) {
                         saved(offset, form) + saved(powerLaw, form) + saved(peak, form) +
                         saved(law, form) ==
                     contentOf(name));
+    }
+}
+
+// So were these, with kinds that version 1 has had since.
+TEST(FitRecord, FilesOfModelsAreReadForEver) {
+    for (const rcrd_eForm form : forms) {
+        const std::string name = form == rcrd_Text ? "version1_models.txt" : "version1_models.rec";
+        std::ifstream file(recordFile(name), std::ios::binary);
+        ASSERT_TRUE(file) << name;
+        Data data;
+        pkmd_cModel model;
+        pwft_cMultiPowerLawFitFunc background(0, data.selection);
+        rcrd_Load(file, model);
+        rcrd_Load(file, background);
+        EXPECT_EQ(file.peek(), std::ifstream::traits_type::eof());
+        EXPECT_EQ(figuresOf(model), figuresOf(sampleModel()));
+        EXPECT_EQ(background.Order(), 1);
+        EXPECT_EQ(background.PeakCount(), 2);
+        EXPECT_EQ(background.PowerLaw(1).Covariance()(1, 1), 0.0625);
+        EXPECT_EQ(background.PowerLaw(1).DegreesOfFreedom(), 3);
+        EXPECT_EQ(background.Coefficients(1)[1], -2);
+        EXPECT_TRUE(saved(model, form) + saved(background, form) == contentOf(name));
     }
 }

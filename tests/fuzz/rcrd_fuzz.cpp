@@ -60,5 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     loadAnything(input, plft_c1DPolyFittingFunction(1, selection));
     loadAnything(input, plft_c1DOffsetPolyFittingFunction(1, selection));
     loadAnything(input, pwft_cPowerLawFittingFunction(1, selection));
+    loadAnything(input, pwft_cMultiPowerLawFitFunc(1, selection));
+    loadAnything<pkmd_cModel>(input);
     return 0;
 }
