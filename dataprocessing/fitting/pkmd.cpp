@@ -520,8 +520,12 @@ pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
 }
 
 std::ostream& operator<<(std::ostream& out, const pkmd_sResult& result) {
-    // Made apart, in no language, so that the stream keeps its state.
-    std::ostringstream text;
+    // Made apart, so that the stream keeps its state.
+    return out << pkmd_Report(result);
+}
+
+std::string pkmd_Report(const pkmd_sResult& result, const pkmd_sUnits& units) {
+    std::ostringstream text; // in no language
     text.imbue(std::locale::classic());
     const nlsq_sResult& fit = result.fit;
     text << std::setprecision(6) << (fit.Converged() ? "Converged" : "Not converged") << ": "
@@ -530,10 +534,19 @@ std::ostream& operator<<(std::ostream& out, const pkmd_sResult& result) {
          << "chi-squared " << fit.chiSquared << ", " << result.channels << " channels, rank "
          << fit.rank << " of " << fit.free << ", reduced " << fit.ReducedChiSquared() << '\n';
 
-    const auto number = [&](double value) { text << std::setw(13) << value; };
+    const auto number = [&](const auto& value) { text << std::setw(13) << value; };
     if (!result.peaks.empty()) {
         text << "peak     position        error       height        error        width        "
                 "error         area        error\n";
+        if (!units.position.empty() || !units.value.empty()) {
+            const std::string both = units.position.empty() || units.value.empty() ? "" : " ";
+            const std::string area = units.value + both + units.position;
+            text << std::setw(4) << "";
+            for (const std::string* unit : {&units.position, &units.value, &units.position, &area})
+                for (int twice = 0; twice < 2; ++twice)
+                    number(*unit);
+            text << '\n';
+        }
         for (std::size_t k = 0; k < result.peaks.size(); ++k) {
             const pkmd_sPeak& peak = result.peaks[k];
             text << std::setw(4) << k;
@@ -566,5 +579,5 @@ std::ostream& operator<<(std::ostream& out, const pkmd_sResult& result) {
                 text << "correlation " << std::setprecision(3) << correlation << ": "
                      << result.names[j] << ", " << result.names[i] << '\n';
         }
-    return out << text.str();
+    return text.str();
 }

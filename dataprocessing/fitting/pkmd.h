@@ -266,6 +266,20 @@ struct pkmd_sResult {
     int channels = 0;               ///< How many took part.
 };
 
+/// What a report calls the units of positions and of values, "keV" and "counts"; nothing where they
+/// are empty.
+struct pkmd_sUnits {
+    std::string position = {}; ///< Of positions and widths.
+    std::string value = {};    ///< Of heights; areas are in those times units of positions.
+};
+
+/// The report that is printed of a result, with a line of units below the heads of the table of
+/// peaks. Throws std::bad_alloc.
+///
+///     std::cout << pkmd_Report(pkmd_Fit(model, spectrum), {"keV", "counts"});
+DATAPROCESSING_EXPORT std::string pkmd_Report(const pkmd_sResult& result,
+                                              const pkmd_sUnits& units = {});
+
 /// Prints a report: how the fit ended, the peaks with their areas, all parameters, and the
 /// correlations above 0.9.
 DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sResult& result);

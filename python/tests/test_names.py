@@ -35,6 +35,7 @@ LEFT_OUT = r"""
     nlsq_cModel                a Python function
     maps_c(Stack|Workspace)    numpy's arrays, a thread's own
     pkmd_Interval              an interval by the likelihood, for C++ alone so far
+    pkmd_Report                a report with units, for C++ alone so far
     rcrd_                      records, which are for C++ alone so far; Python pickles
     .*::DerivativeError        a Python function's
 """
@@ -47,7 +48,7 @@ SAID = {
     "darr_c2DArray::LineAtX": "line_at_x", "rnge_c2DRange::operator&": "rnge_c2DRange.intersection",
     "operator!": "bnry_not", "operator||": "bnry_or", "operator|": "rnge_c1DRange.union",
     **{f"operator{o}": "bnry_operate" for o in "+ - * / += -= *= /= == != < <= > >=".split()},
-    "cal_cArrayCal": "Axis", "cal_c1DArrayCal": "Axis", "cal_c2DArrayCal": "Axis",
+    "pkmd_cModel::Curve": "pkmd_cModel.values", "cal_cArrayCal": "Axis", "cal_c1DArrayCal": "Axis", "cal_c2DArrayCal": "Axis",
     "cal_cArrayCal::Index": "Axis.nearest", "cal_cArrayCal::NearestIndex": "Axis.nearest",
     "cal_cArrayCal::Default": "Axis", "cal_c1DArrayCal::Default": "Axis", "cal_c2DArrayCal::Default": "Axis",
     "darr_c1DArray": "Array1D", "darr_c2DArray": "Array2D", "parr_c1DNumberArray": "Array1D",

@@ -377,7 +377,9 @@ void addPeakModels(Table& table) {
         options.objective = nlsq_LeastSquares;
         options.control.mostEvaluations = 20;
         const pkmd_sResult result = pkmd_Fit(model, of.spectrum, options);
-        return bytesOfFit(result.fit) + bytesOf(result.peaks[0].area, result.peaks[1].areaError);
+        return bytesOfFit(result.fit) + bytesOf(result.peaks[0].area, result.peaks[1].areaError) +
+               pkmd_Report(result, {"keV", "counts"}) +
+               bytesOf(model.Curve(of.spectrum.Cal(), of.spectrum.Size()));
     });
     table.Add("fit of peaks that follow a law", [](Operands& of) {
         pkmd_cModel model;

@@ -646,6 +646,21 @@ TEST(PeakFit, ReportTellsEverything) {
     without.Bound(without.Width(0), -2, -1);
     EXPECT_THAT(reportOf(without, {7, 8, 7}),
                 AllOf(HasSubstr("no value"), Not(HasSubstr("fixed"))));
+    const pkmd_sResult fitted = pkmd_Fit(model, spectrum.array);
+    std::ostringstream bare;
+    bare << fitted;
+    EXPECT_EQ(pkmd_Report(fitted), bare.str());
+    const std::string units =
+        "              keV          keV       counts       counts          keV          "
+        "keV   counts keV   counts keV\n";
+    std::string report = pkmd_Report(fitted, {"keV", "counts"});
+    ASSERT_THAT(report, HasSubstr(units));
+    report.erase(report.find(units), units.size());
+    EXPECT_EQ(report, bare.str());
+    EXPECT_THAT(pkmd_Report(fitted, {.position = "keV"}),
+                HasSubstr("          keV          keV\n"));
+    EXPECT_THAT(pkmd_Report(fitted, {.value = "counts"}),
+                HasSubstr("       counts       counts\n"));
     std::ostringstream empty;
     empty << pkmd_sResult();
     EXPECT_THAT(empty.str(), HasSubstr("Not converged"));
@@ -1172,6 +1187,34 @@ TEST(PeakFit, IntervalEndsWhereTheDevianceHasRisenByOne) {
     unfinished.fit.end = nlsq_MostEvaluations;
     expectRefusal(11, [&] { pkmd_Interval(model, one, unfinished, 0); });
     expectRefusal(2, [&] { pkmd_Interval(model, one, found, 1); });
+}
+
+TEST(PeakModel, CurvesAreItsValuesOnACalibration) {
+    const std::vector<double> given{1, 2, 3, 4, 5};
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 6.4, 900, 0.06);
+    model.AddPolynomial({30, -5}, 6.5, 1);
+    const cal_c1DArrayCal cal(6.3, 0.05, 0);
+    const auto valuesOf = [&](pkmd_eParts parts) {
+        std::vector<double> x, y(5);
+        for (int i = 0; i < 5; ++i)
+            x.push_back(cal.Position(i));
+        model.Values(model.Starts(), x, y, parts);
+        return y;
+    };
+    for (const pkmd_eParts parts : {pkmd_Everything, pkmd_BackgroundOnly}) {
+        const darr_c1DArray curve = model.Curve(cal, 5, parts);
+        EXPECT_EQ(curve.DataType().Code(), dtyp_Double);
+        EXPECT_TRUE(curve.Cal() == cal);
+        EXPECT_THAT(curve.Elements<double>(), testing::ElementsAreArray(valuesOf(parts)));
+    }
+    EXPECT_EQ(model.Curve(cal, 0).Size(), 0);
+    model.AddCurve(darr_c1DArray{std::span(given)}, 2);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_EQ(model.Curve(cal, 5, pkmd_BackgroundOnly)[i],
+                  valuesOf(pkmd_BackgroundOnly)[static_cast<std::size_t>(i)] + 2 * (i + 1));
+    expectRefusal(10, [&] { model.Curve(cal, 4); });
+    EXPECT_THROW(model.Curve(cal, -1), arr_cSizeException);
 }
 
 TEST(PeakModel, NamesAndNumbers) {
