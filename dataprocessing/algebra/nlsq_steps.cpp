@@ -51,14 +51,12 @@ public:
         // A first step that is much longer than the parameters are leads anywhere.
         longest_ = Length(q_) > 0 ? Length(q_) : infinity;
         GoOn();
-        if (!hasBarrier_)
-            return;
-        // What it did is undone, unless it is what the fit ended at.
-        Rebase(false);
-        if (result_.Converged() && !equations_.IsNearlyZero())
-            GoOn();
-        if (hasBarrier_)
+        // What a barrier did is undone, unless it is what the fit ended at.
+        while (hasBarrier_) {
             Rebase(false);
+            if (result_.Converged() && !equations_.IsNearlyZero())
+                GoOn();
+        }
     }
 
     std::span<const double> Variables() const noexcept { return q_; }

@@ -659,6 +659,43 @@ TEST(Nlsq, LikelihoodIsLargestAlsoWhereTheWayIsLong) {
     }
 }
 
+// From ends next to nothing a parabola seems to be at the edge; what helps there is not in what it
+// ends at.
+TEST(Nlsq, LikelihoodIsLargestInsideAfterAWayAlongTheEdge) {
+    const nlsq_cFunctionModel parabola(
+        [](double t, Parameters p) {
+            return p[0] * (1 - t) * (1 - 2 * t) + p[1] * t * (2 * t - 1) + p[2] * 4 * t * (1 - t);
+        },
+        [](double t, Parameters, Derivatives d) {
+            d[0] = (1 - t) * (1 - 2 * t);
+            d[1] = t * (2 * t - 1);
+            d[2] = 4 * t * (1 - t);
+        });
+    const std::vector<double> counts[] = {
+        {0, 1, 0, 0, 0, 1, 2, 0, 2, 3, 1, 1, 1, 1, 3, 2, 4, 4, 4, 2},
+        {0, 2, 0, 4, 2, 1, 1, 2, 0, 0, 1, 1, 0, 2, 2, 0, 0, 0, 1, 0},
+        {2, 4, 4, 5, 5, 0, 3, 2, 0, 1, 0, 1, 1, 2, 1, 0, 0, 0, 1, 0}};
+    std::vector<double> x;
+    for (int i = 0; i < 20; ++i)
+        x.push_back(i / 19.0);
+    nlsq_sOptions options;
+    options.objective = nlsq_PoissonLikelihood;
+    for (const std::vector<double>& y : counts) {
+        const nlsq_sResult expected = nlsq_Fit(parabola, x, y, std::vector{1.0, 1.0, 1.0}, options);
+        ASSERT_TRUE(expected.Converged());
+        for (const double first : {1e-9, 1e-8})
+            for (const double last : {1e-7, 1e-4})
+                for (const double middle : {0.01, 0.1, 1.0, 10.0}) {
+                    const nlsq_sResult fit =
+                        nlsq_Fit(parabola, x, y, std::vector{first, last, middle}, options);
+                    EXPECT_TRUE(fit.Converged()) << first << ' ' << last << ' ' << middle;
+                    for (std::size_t i = 0; i < 3; ++i)
+                        EXPECT_NEAR(fit.parameters[i], expected.parameters[i], 2e-8)
+                            << first << ' ' << last << ' ' << middle;
+                }
+    }
+}
+
 // From next to nothing, a whole first step would lead to where the exponential is gone.
 TEST(Nlsq, TinyStartsLeadToTheOptimum) {
     const std::vector<double> x = positions(50);
