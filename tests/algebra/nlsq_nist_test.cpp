@@ -587,10 +587,10 @@ TEST(CertifiedLinear, LinesWithoutAnIntercept) {
         std::vector<double> x(problem.y.size());
         std::iota(x.begin(), x.end(), problem.first);
         const nlsq_sResult fit = nlsq_FitLinear(line, x, problem.y, 1);
-        const double right = digits({fit.parameters[0], fit.standardErrors[0],
-                                     std::sqrt(fit.chiSquared / fit.degreesOfFreedom)},
-                                    {problem.slope, problem.slopeDeviation,
-                                     problem.residualDeviation});
+        const double right =
+            digits({fit.parameters[0], fit.standardErrors[0],
+                    std::sqrt(fit.chiSquared / fit.degreesOfFreedom)},
+                   {problem.slope, problem.slopeDeviation, problem.residualDeviation});
         printDigits("linear", problem.name, right);
         // All that the tables have.
         EXPECT_GE(right, 14) << problem.name;
