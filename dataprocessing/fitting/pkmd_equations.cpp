@@ -261,8 +261,10 @@ double pkmd_cEquations::PositivePart(std::span<const double> from, std::span<con
 }
 
 bool pkmd_cEquations::IsNearlyZero() const noexcept {
+    if (!isLikelihood_)
+        return false;
     for (std::size_t i = 0; i < channels_.x.size(); ++i)
-        if (isLikelihood_ && channels_.weights[i] > 0 && curve_[i] < nlsq_nearlyZero * mean_)
+        if (channels_.weights[i] > 0 && curve_[i] < nlsq_nearlyZero * mean_)
             return true;
     return false;
 }
