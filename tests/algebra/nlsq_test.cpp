@@ -918,7 +918,7 @@ TEST(Nlsq, MisuseIsRefused) {
     const auto refused = [&](int lineNumber, const nlsq_sOptions& options) {
         expectRefusal(lineNumber, [&] { nlsq_Fit(decay, x, y, start, options); });
     };
-    expectRefusal(1, [] { nlsq_cFunctionModel(nlsq_cFunctionModel::Function()); });
+    expectRefusal(1, [] { nlsq_cFunctionModel{nlsq_cFunctionModel::Function()}; });
     expectRefusal(1, [] {
         nlsq_cFunctionModel([](double, Parameters) { return 0.0; },
                             nlsq_cFunctionModel::Gradient());
