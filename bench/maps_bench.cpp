@@ -5,6 +5,7 @@
 #include <cmath>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "bench/measure.h"
@@ -113,6 +114,20 @@ int main(int argc, char** argv) {
         const maps_sPlanes to = planes.All();
         measure(linear.name, planes.both, [&] { fit.Run(stack, to, workspace); });
     }
+
+    const maps_cFilter rebin = maps_Rebin(channels, scale, 2);
+    const maps_cFilter smooth = maps_Smooth(channels, scale, 9, 2);
+    for (const auto& [name, filter] : {std::pair{"rebin", &rebin}, {"smooth", &smooth}}) {
+        std::vector<double> made(filter->Channels() * spectra);
+        measure(name, made, [&] { filter->Run(stack, {made, {}, {}}, workspace); });
+    }
+
+    std::vector<double> reference(channels);
+    maps_Sum(stack, reference, {}, workspace);
+    Planes shifts(2);
+    const maps_sPlanes toShifts = shifts.All();
+    const maps_cAlign align(reference, scale, 10);
+    measure("align", shifts.both, [&] { align.Run(stack, toShifts, workspace); });
 
     pkmd_cModel model;
     const std::vector<double> start = bench::start();

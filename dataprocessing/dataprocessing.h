@@ -42,6 +42,8 @@
 #include "dataprocessing/geometry/trns.h"
 #include "dataprocessing/geometry/warp.h"
 #include "dataprocessing/geometry/warp_to.h"
+#include "dataprocessing/maps/maps_align.h"
+#include "dataprocessing/maps/maps_filter.h"
 #include "dataprocessing/maps/maps_integrate.h"
 #include "dataprocessing/maps/maps_linear.h"
 #include "dataprocessing/maps/maps_peaks.h"

@@ -7,6 +7,7 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/filter/smth_line.h"
 #include "dataprocessing/filter/smth_polynomials.h"
+#include "dataprocessing/filter/smth_weights.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
 namespace dataprocessing::detail {
@@ -32,28 +33,6 @@ void requireKnown(dtyp_cDataType type) {
         conv_Check(type, dtyp_Double, conv_RealPart);
 }
 
-constexpr double widestSigma = 1 << 20;
-
-/// The weights of an axis; 4 sigma wide on both sides, and adding up to 1.
-std::vector<double> gaussWeights(double sigma, double delta) {
-    const double elements = sigma == 0 ? 0 : sigma / std::fabs(delta);
-    if (!(sigma >= 0) || !(elements <= widestSigma))
-        throw expt_cProgramException("smth", 4,
-                                     "The sigma is negative or spans too many elements.");
-    const long reach = std::lround(4 * elements);
-    const auto weight = [elements](long d) {
-        const long double t = d == 0 ? 0 : d / static_cast<long double>(elements);
-        return std::exp(-t * t / 2);
-    };
-    long double sum = 0;
-    for (long d = -reach; d <= reach; ++d)
-        sum += weight(d);
-    std::vector<double> weights;
-    for (long d = -reach; d <= reach; ++d)
-        weights.push_back(static_cast<double>(weight(d) / sum));
-    return weights;
-}
-
 template<class Array>
 Array averaged(const Array& array, const std::vector<double>& weightsX,
                const std::vector<double>& weightsY) {
@@ -73,26 +52,17 @@ const std::vector<double> alone = {1.0};
 using namespace dataprocessing::detail;
 
 darr_c1DArray smth_SavitzkyGolay(const darr_c1DArray& array, int width, int order, int derivative) {
-    if (width < 1 || width % 2 == 0)
-        throw expt_cProgramException("smth", 1, "The width is not odd and positive.");
-    if (order < 0 || order >= width || order > smth_highestOrder)
-        throw expt_cProgramException("smth", 2, "The order does not fit the width.");
-    if (derivative < 0)
-        throw expt_cProgramException("smth", 3, "The derivative is negative.");
+    smth_CheckPolynomial(width, order, derivative);
     requireKnown(array.DataType());
     if (array.Size() == 0)
         return resultOf(array);
     if (array.Size() < width)
         arr_SizeError(array.Size(), width);
-    const double delta = array.Cal().Delta();
-    if (derivative > 0 && (delta == 0 || !std::isfinite(delta)))
-        throw expt_cProgramException("smth", 6,
-                                     "A derivative needs a delta that is finite and not zero.");
+    const long double scale = smth_DerivativeScale(array.Cal().Delta(), derivative);
     const dtyp_cDataType type = smth_ResultType(array.DataType());
     if (derivative > order)
         return {array.Size(), pnum_cNumber(type), array.Cal()};
 
-    const long double scale = std::pow(static_cast<long double>(delta), -derivative);
     std::vector<double> weights;
     for (const long double weight : smth_CentralWeights(width, order, derivative))
         weights.push_back(static_cast<double>(weight * scale));
@@ -111,10 +81,10 @@ darr_c1DArray smth_SavitzkyGolay(const darr_c1DArray& array, int width, int orde
 }
 
 darr_c1DArray smth_Gauss(const darr_c1DArray& array, double sigma) {
-    return averaged(array, gaussWeights(sigma, array.Cal().Delta()), alone);
+    return averaged(array, smth_GaussWeights(sigma, array.Cal().Delta()), alone);
 }
 
 darr_c2DArray smth_Gauss(const darr_c2DArray& array, double sigmaX, double sigmaY) {
-    return averaged(array, gaussWeights(sigmaX, array.Cal().X().Delta()),
-                    gaussWeights(sigmaY, array.Cal().Y().Delta()));
+    return averaged(array, smth_GaussWeights(sigmaX, array.Cal().X().Delta()),
+                    smth_GaussWeights(sigmaY, array.Cal().Y().Delta()));
 }

@@ -12,9 +12,13 @@
 
 namespace dataprocessing::detail {
 
+void smth_SumRows(const double* const* rows, const double* weights, std::size_t count,
+                  double* target, std::size_t size) {
+    LEVEL_SELECT(smth_SumRows)(rows, weights, count, target, size);
+}
+
 void smth_Combine(const smth_sSource& source, std::span<const double> weightsX,
                   std::span<const double> weightsY, void* target) {
-    const auto sumRows = LEVEL_SELECT(smth_SumRows);
     const int marginX = static_cast<int>(weightsX.size() / 2);
     const int marginY = static_cast<int>(weightsY.size() / 2);
     const dtyp_cDataType type = smth_ResultType(source.type);
@@ -44,14 +48,15 @@ void smth_Combine(const smth_sSource& source, std::span<const double> weightsX,
                     rows[k] = strip.Row(
                         smth_Mirrored(static_cast<long long>(k) + y - marginY, source.sizeY),
                         fetch);
-                sumRows(rows.data(), weightsY.data(), weightsY.size(), combined.data(),
-                        combined.size());
+                smth_SumRows(rows.data(), weightsY.data(), weightsY.size(), combined.data(),
+                             combined.size());
             } else {
                 line = strip.Row(y, fetch);
             }
             for (std::size_t k = 0; k < weightsX.size(); ++k)
                 rows[k] = line + k * parts;
-            sumRows(rows.data(), weightsX.data(), weightsX.size(), result.data(), result.size());
+            smth_SumRows(rows.data(), weightsX.data(), weightsX.size(), result.data(),
+                         result.size());
             conv_Elements(result.data(), numbers,
                           static_cast<unsigned char*>(target) + placeOf(begin, y) * type.SizeOf(),
                           type, count, conv_RealPart);

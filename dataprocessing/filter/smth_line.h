@@ -3,6 +3,7 @@
 /// @file
 /// Weighted sums of neighbours, along one or two axes.
 
+#include <cstddef>
 #include <span>
 
 #include "dataprocessing/base/dtyp.h"
@@ -29,5 +30,10 @@ constexpr dtyp_cDataType smth_ResultType(dtyp_cDataType type) noexcept {
 /// std::bad_alloc.
 void smth_Combine(const smth_sSource& source, std::span<const double> weightsX,
                   std::span<const double> weightsY, void* target);
+
+/// Sets target[i] to rows[0][i] weights[0] + rows[1][i] weights[1] + ..., added in this order, of
+/// `count` rows, one at least.
+void smth_SumRows(const double* const* rows, const double* weights, std::size_t count,
+                  double* target, std::size_t size);
 
 } // namespace dataprocessing::detail

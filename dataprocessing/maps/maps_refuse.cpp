@@ -41,4 +41,10 @@ void maps_CheckPlanes(const maps_sPlanes& planes, std::size_t parameters, std::s
     maps_CheckPlane(planes.status, spectra);
 }
 
+void maps_CheckSpectra(const maps_sSpectra& made, std::size_t channels, std::size_t spectra) {
+    maps_CheckPlane(made.values, channels * spectra);
+    maps_CheckPlane(made.standardErrors, channels * spectra);
+    maps_CheckPlane(made.status, spectra);
+}
+
 } // namespace dataprocessing::detail

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <span>
 
+#include "dataprocessing/maps/maps_filter.h"
 #include "dataprocessing/maps/maps_stack.h"
 
 namespace dataprocessing::detail {
@@ -25,5 +26,7 @@ void maps_CheckPlane(std::span<T> plane, std::size_t count) {
 }
 /// Refuses planes of another size than those of `parameters` of so many spectra.
 void maps_CheckPlanes(const maps_sPlanes& planes, std::size_t parameters, std::size_t spectra);
+/// Refuses spectra of another size than `spectra` of so many channels.
+void maps_CheckSpectra(const maps_sSpectra& made, std::size_t channels, std::size_t spectra);
 
 } // namespace dataprocessing::detail

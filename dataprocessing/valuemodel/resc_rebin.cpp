@@ -1,89 +1,15 @@
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
-#include <limits>
 
 #include "dataprocessing/base/dtyp_visit.h"
-#include "dataprocessing/base/expt.h"
 #include "dataprocessing/kernels/convert.h"
-#include "dataprocessing/valuemodel/cal_index.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/resc.h"
-
-#define LEVEL_KERNELS "dataprocessing/valuemodel/resc_rebin_kernels.inc"
-#include "dataprocessing/platform/level_each.h"
+#include "dataprocessing/valuemodel/resc_bins.h"
 
 namespace dataprocessing::detail {
 
 namespace {
-
-/// Refuses what does not say how wide elements are and where.
-void require(const cal_cArrayCal& cal) {
-    if (cal.Delta() == 0 || !std::isfinite(cal.Delta()))
-        throw expt_cProgramException("resc", 1, "The delta is zero or not finite.");
-    if (!std::isfinite(cal.Offset()))
-        throw expt_cProgramException("resc", 2, "The offset is not finite.");
-}
-
-void require(const cal_cArrayCal& from, const cal_cArrayCal& to) {
-    require(from);
-    require(to);
-    if (std::signbit(from.Delta()) != std::signbit(to.Delta()))
-        throw expt_cProgramException(
-            "resc", 1, "Axes that run in opposite directions cannot be brought to one delta.");
-}
-
-/// The elements of one axis and the bins that they are shared out to.
-class cBins {
-public:
-    cBins(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to)
-        : elements_(elements), bins_(bins), from_(from), to_(to) {}
-
-    int Count() const { return bins_; }
-    const cal_cArrayCal& Cal() const { return to_; }
-
-    /// The edges before `count` bins from `first` on, as real indices of the elements, at an end at
-    /// most.
-    void Edges(int first, int count, double* edges) const {
-        LEVEL_SELECT(resc_Edges)(elements_, from_, to_, first, count, edges);
-    }
-
-private:
-    int elements_;
-    int bins_;
-    cal_cArrayCal from_;
-    cal_cArrayCal to_;
-};
-
-cBins binsOf(int elements, const cal_cArrayCal& from, double delta) {
-    require(from);
-    const cal_cArrayCal to(from.Position(0), delta, 0);
-    require(from, to);
-    double bins = std::ceil(to.RealIndex(from.Position(elements)));
-    constexpr double most = std::numeric_limits<int>::max();
-    if (!(bins >= 0 && bins <= most))
-        arr_SizeError();
-    // What is next to nothing of a wide bin may be whole elements.
-    if (bins < most && from.RealIndex(to.Position(static_cast<int>(bins))) < elements)
-        ++bins;
-    return {elements, from, static_cast<int>(bins), to};
-}
-
-cBins binsOf(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to) {
-    require(from, to);
-    return {elements, from, bins, to};
-}
-
-/// Calls `take(element, share)` for the elements between two real indices, in their order.
-template<class Take>
-void forEachShare(double begin, double end, const Take& take) {
-    std::ptrdiff_t element = static_cast<std::ptrdiff_t>(begin);
-    for (double low = begin; low < end; low = static_cast<double>(element)) {
-        const double next = static_cast<double>(element + 1);
-        take(element, std::min(end, next) - low);
-        ++element;
-    }
-}
 
 /// Writes to each of `count` bins the sum of the shares of the elements between its edges. Complex
 /// elements have two sums.
@@ -92,7 +18,7 @@ void shareOut(const T* elements, const double* edges, std::size_t count, double*
     for (std::size_t bin = 0; bin < count; ++bin) {
         double re = 0;
         [[maybe_unused]] double im = 0;
-        forEachShare(edges[bin], edges[bin + 1], [&](std::ptrdiff_t element, double share) {
+        resc_ForEachShare(edges[bin], edges[bin + 1], [&](std::ptrdiff_t element, double share) {
             if constexpr (isComplex<T>) {
                 re += share * static_cast<double>(elements[element].re);
                 im += share * static_cast<double>(elements[element].im);
@@ -117,8 +43,8 @@ constexpr int stripBins = 256;
 /// Fills the bins [first, first + count) of every row of `result`: rows of elements are shared out
 /// along X, each once and while it is needed, and then along Y.
 template<class T>
-void rebinStrip(const T* elements, int sizeX, const cBins& alongX, const cBins& alongY, int first,
-                int count, parr_cNumberArray& result) {
+void rebinStrip(const T* elements, int sizeX, const resc_cBins& alongX, const resc_cBins& alongY,
+                int first, int count, parr_cNumberArray& result) {
     constexpr std::size_t parts = isComplex<T> ? 2 : 1;
     const dtyp_cDataType numbers = parts == 2 ? dtyp_ComplexDouble : dtyp_Double;
     const std::size_t bins = static_cast<std::size_t>(count);
@@ -132,7 +58,7 @@ void rebinStrip(const T* elements, int sizeX, const cBins& alongX, const cBins& 
     for (int y = 0; y < alongY.Count(); ++y) {
         std::fill_n(sums, bins * parts, 0.0);
         alongY.Edges(y, 2, edgesY);
-        forEachShare(edgesY[0], edgesY[1], [&](std::ptrdiff_t row, double share) {
+        resc_ForEachShare(edgesY[0], edgesY[1], [&](std::ptrdiff_t row, double share) {
             if (row != held)
                 shareOut(elements + row * sizeX, edges, bins, shared);
             held = row;
@@ -150,8 +76,8 @@ void rebinStrip(const T* elements, int sizeX, const cBins& alongX, const cBins& 
 }
 
 /// Fills `result`, whose rows are those of `alongY`.
-void rebin(const parr_cNumberArray& array, int sizeX, const cBins& alongX, const cBins& alongY,
-           parr_cNumberArray& result) {
+void rebin(const parr_cNumberArray& array, int sizeX, const resc_cBins& alongX,
+           const resc_cBins& alongY, parr_cNumberArray& result) {
     if (result.Count() == 0)
         return;
     dtyp_Visit(array.DataType(), [&]<class T>(dtyp_Tag<T>) {
@@ -164,14 +90,15 @@ void rebin(const parr_cNumberArray& array, int sizeX, const cBins& alongX, const
     });
 }
 
-darr_c1DArray rebinned(const darr_c1DArray& array, const cBins& bins) {
+darr_c1DArray rebinned(const darr_c1DArray& array, const resc_cBins& bins) {
     darr_c1DArray result(bins.Count(), resultType(array.DataType()), cal_c1DArrayCal(bins.Cal()));
-    const cBins row(1, {}, 1, {});
+    const resc_cBins row(1, {}, 1, {});
     rebin(array, array.Size(), bins, row, result);
     return result;
 }
 
-darr_c2DArray rebinned(const darr_c2DArray& array, const cBins& alongX, const cBins& alongY) {
+darr_c2DArray rebinned(const darr_c2DArray& array, const resc_cBins& alongX,
+                       const resc_cBins& alongY) {
     darr_c2DArray result(alongX.Count(), alongY.Count(), resultType(array.DataType()),
                          cal_c2DArrayCal(alongX.Cal(), alongY.Cal()));
     rebin(array, array.SizeX(), alongX, alongY, result);
@@ -185,19 +112,20 @@ darr_c2DArray rebinned(const darr_c2DArray& array, const cBins& alongX, const cB
 using namespace dataprocessing::detail;
 
 darr_c1DArray resc_Rebin(const darr_c1DArray& array, double delta) {
-    return rebinned(array, binsOf(array.Size(), array.Cal(), delta));
+    return rebinned(array, resc_BinsOf(array.Size(), array.Cal(), delta));
 }
 
 darr_c1DArray resc_Rebin(const darr_c1DArray& array, const darr_c1DArray& grid) {
-    return rebinned(array, binsOf(array.Size(), array.Cal(), grid.Size(), grid.Cal()));
+    return rebinned(array, resc_BinsOf(array.Size(), array.Cal(), grid.Size(), grid.Cal()));
 }
 
 darr_c2DArray resc_Rebin(const darr_c2DArray& array, double deltaX, double deltaY) {
-    return rebinned(array, binsOf(array.SizeX(), array.Cal().X(), deltaX),
-                    binsOf(array.SizeY(), array.Cal().Y(), deltaY));
+    return rebinned(array, resc_BinsOf(array.SizeX(), array.Cal().X(), deltaX),
+                    resc_BinsOf(array.SizeY(), array.Cal().Y(), deltaY));
 }
 
 darr_c2DArray resc_Rebin(const darr_c2DArray& array, const darr_c2DArray& grid) {
-    return rebinned(array, binsOf(array.SizeX(), array.Cal().X(), grid.SizeX(), grid.Cal().X()),
-                    binsOf(array.SizeY(), array.Cal().Y(), grid.SizeY(), grid.Cal().Y()));
+    return rebinned(array,
+                    resc_BinsOf(array.SizeX(), array.Cal().X(), grid.SizeX(), grid.Cal().X()),
+                    resc_BinsOf(array.SizeY(), array.Cal().Y(), grid.SizeY(), grid.Cal().Y()));
 }

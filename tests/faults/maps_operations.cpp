@@ -43,6 +43,18 @@ std::string bytesOfRun(const Fit& fit, std::size_t parameters, bool hasChiSquare
     return bytes;
 }
 
+std::string bytesOfFilter(const maps_cFilter& filter) {
+    std::vector<double> values(filter.Channels() * spectra);
+    std::vector<double> errors(values.size());
+    maps_cWorkspace workspace;
+    filter.Run(stack(), {values, errors, {}}, workspace);
+    std::string bytes;
+    for (const std::vector<double>& plane : {values, errors})
+        for (const double value : plane)
+            putBytes(bytes, value);
+    return bytes;
+}
+
 std::string bytesOfPeaks(const maps_cPeaks& fit) {
     std::vector<double> values(fit.ParameterCount() * spectra);
     std::vector<double> errors(values.size());
@@ -90,6 +102,28 @@ Table mapsOperations() {
                                  {maps_sBackground::PowerLaw, {{100, 120}}});
         const maps_cIntegral same(std::move(windows));
         return bytesOfRun(same, same.WindowCount(), false);
+    });
+    table.Add("other channels for a map", [](Operands&) {
+        maps_cFilter filter = maps_Rebin(channels, scale, 1.7);
+        std::string bytes = bytesOfFilter(filter);
+        filter = maps_Rebin(channels, scale, 30, cal_c1DArrayCal(101, 0.5, 0));
+        const maps_cFilter same(std::move(filter));
+        bytes += bytesOfFilter(same) + bytesOf(same.Channels(), same.Cal().Delta());
+        return bytes + bytesOfFilter(maps_Smooth(channels, scale, 5, 2, 1)) +
+               bytesOfFilter(maps_SmoothGauss(channels, scale, 2.5));
+    });
+    table.Add("shifts of a map", [](Operands&) {
+        std::vector<double> reference;
+        for (std::size_t k = 0; k < channels; ++k)
+            reference.push_back(30 + static_cast<double>(k % 7));
+        maps_cAlign align(reference, scale, 2);
+        align = maps_cAlign(reference, scale, 3, {.from = 104});
+        const maps_cAlign same(std::move(align));
+        const std::vector<double> shifts(spectra, 1.25);
+        std::vector<double> values(spectra * channels);
+        maps_cWorkspace workspace;
+        maps_Shift(stack(), shifts, {values, {}, {}}, workspace);
+        return bytesOfRun(same, 2) + bytesOf(values[5], values[channels]);
     });
     table.Add("peaks of a map", [](Operands&) {
         pkmd_cModel model;

@@ -1,0 +1,291 @@
+#include "dataprocessing/maps/maps_align.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+#include "dataprocessing/filter/smth_line.h"
+#include "dataprocessing/fitting/pkmd_kernels.h"
+#include "dataprocessing/maps/maps_refuse.h"
+#include "dataprocessing/maps/maps_room.h"
+#include "dataprocessing/maps/maps_rows.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+/// Channels that interpolation takes, those before the place and those from there on.
+constexpr std::ptrdiff_t before = 3;
+constexpr std::size_t nodes = 6;
+
+/// What each of the channels -3 to 2 from a place contributes to the value `fraction` of a channel
+/// below it, and to its change with the fraction: Lagrange's polynomials.
+struct sInterpolation {
+    std::array<double, nodes> value;
+    std::array<double, nodes> slope;
+
+    explicit sInterpolation(double fraction) {
+        for (std::size_t i = 0; i < nodes; ++i) {
+            double product = 1;
+            double change = 0;
+            for (std::size_t j = 0; j < nodes; ++j) {
+                if (j == i)
+                    continue;
+                const double distance = static_cast<double>(i) - static_cast<double>(j);
+                const double factor =
+                    (static_cast<double>(before) - fraction - static_cast<double>(j)) / distance;
+                change = change * factor - product / distance;
+                product *= factor;
+            }
+            value[i] = product;
+            slope[i] = change;
+        }
+    }
+};
+
+} // namespace
+
+struct maps_sAlignment {
+    std::vector<double> reference; ///< Followed by zeros as far as whole vectors reach.
+    std::size_t channels;
+    cal_c1DArrayCal cal;
+    maps_sAlignOptions options;
+    std::ptrdiff_t most = 0;   ///< The largest shift, in channels.
+    maps_sChannelRange part;   ///< The channels that take part.
+    std::vector<double> logs;  ///< Of the reference, or of next to nothing.
+    std::vector<double> sums;  ///< Of the reference at shifts from -most to most.
+    std::vector<double> scale; ///< Their logarithms.
+
+    maps_sAlignment(std::span<const double> given, const cal_c1DArrayCal& calibration,
+                    double mostShift, const maps_sAlignOptions& how);
+
+    /// The reference at a shift, in channels, and its derivative by that; zeros follow.
+    void Interpolate(double shift, double* values, double* slopes) const;
+    /// The most likely shift by whole channels, counted from -most.
+    std::size_t Start(const double* row, double sum, std::span<const double*> logsAt,
+                      std::span<double> likelihoods) const;
+};
+
+maps_sAlignment::maps_sAlignment(std::span<const double> given, const cal_c1DArrayCal& calibration,
+                                 double mostShift, const maps_sAlignOptions& how)
+    : reference(given.begin(), given.end()), channels(given.size()), cal(calibration),
+      options(how) {
+    const double delta = std::fabs(cal.Delta());
+    maps_RefuseOptions(!(delta > 0) || !std::isfinite(delta) || !(mostShift >= 0) ||
+                       !(mostShift / delta < static_cast<double>(std::size_t{1} << 31)) ||
+                       !(how.tolerance > 0) || how.mostSteps < 1);
+    maps_RefuseShapes(!std::all_of(given.begin(), given.end(),
+                                   [](double value) { return std::isfinite(value); }));
+    most = static_cast<std::ptrdiff_t>(std::ceil(mostShift / delta));
+    part = maps_ChannelsIn(cal, channels, how.from, how.to);
+    const auto margin = static_cast<std::size_t>(most + before);
+    part.first = std::max(part.first, margin);
+    part.last = std::min(part.last, channels - std::min(channels, margin));
+    maps_RefuseRange(part.last < part.first + 3);
+
+    double mean = 0;
+    for (const double value : reference)
+        mean += std::max(value, 0.0) / static_cast<double>(channels);
+    maps_RefuseShapes(!(mean > 0) || !std::isfinite(mean));
+    reference.resize(channels + maps_lanes);
+    logs.resize(reference.size());
+    // Where the reference is next to nothing, counts by chance should not rule a shift out.
+    constexpr double leastPart = 1e-3;
+    for (std::size_t k = 0; k < channels; ++k)
+        logs[k] = std::log(std::max(reference[k], leastPart * mean));
+    for (std::ptrdiff_t shift = -most; shift <= most; ++shift) {
+        const auto* const from = reference.data() + static_cast<std::ptrdiff_t>(part.first) - shift;
+        double sum = 0;
+        for (std::size_t k = 0; k < part.Count(); ++k)
+            sum += from[k];
+        maps_RefuseShapes(!(sum > 0) || !std::isfinite(sum));
+        sums.push_back(sum);
+        scale.push_back(std::log(sum));
+    }
+}
+
+void maps_sAlignment::Interpolate(double shift, double* values, double* slopes) const {
+    const double whole = std::floor(shift);
+    const sInterpolation terms(shift - whole);
+    std::array<const double*, nodes> rows{};
+    const double* const from = reference.data() + static_cast<std::ptrdiff_t>(part.first) -
+                               static_cast<std::ptrdiff_t>(whole) - before;
+    for (std::size_t n = 0; n < nodes; ++n)
+        rows[n] = from + n;
+    const std::size_t count = part.Count();
+    smth_SumRows(rows.data(), terms.value.data(), nodes, values, count);
+    smth_SumRows(rows.data(), terms.slope.data(), nodes, slopes, count);
+    std::fill(values + count, values + maps_WholeVectors(count), 0.0);
+    std::fill(slopes + count, slopes + maps_WholeVectors(count), 0.0);
+}
+
+std::size_t maps_sAlignment::Start(const double* row, double sum, std::span<const double*> logsAt,
+                                   std::span<double> likelihoods) const {
+    for (std::size_t i = 0; i < logsAt.size(); ++i)
+        logsAt[i] = logs.data() + static_cast<std::ptrdiff_t>(part.first) + most -
+                    static_cast<std::ptrdiff_t>(i);
+    pkmd_Dots(row, logsAt.data(), logsAt.size(), maps_WholeVectors(part.Count()),
+              likelihoods.data());
+    std::size_t best = 0;
+    for (std::size_t i = 0; i < likelihoods.size(); ++i) {
+        likelihoods[i] -= sum * scale[i];
+        if (likelihoods[i] > likelihoods[best])
+            best = i;
+    }
+    return best;
+}
+
+} // namespace dataprocessing::detail
+
+using namespace dataprocessing::detail;
+
+maps_cAlign::maps_cAlign(std::span<const double> reference, const cal_c1DArrayCal& cal,
+                         double mostShift, const maps_sAlignOptions& options)
+    : alignment_(std::make_unique<maps_sAlignment>(reference, cal, mostShift, options)) {}
+maps_cAlign::~maps_cAlign() = default;
+maps_cAlign::maps_cAlign(maps_cAlign&&) noexcept = default;
+maps_cAlign& maps_cAlign::operator=(maps_cAlign&&) noexcept = default;
+
+namespace {
+
+constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
+
+/// What became of one spectrum; shifts are in channels.
+struct sAligned {
+    maps_eStatus status = maps_NotConverged;
+    int steps = 0;
+    double shift = nothing;
+    double factor = nothing;
+    double shiftError = nothing;
+    double factorError = nothing;
+    double chiSquared = nothing;
+};
+
+/// Rows to work in, as long as the part.
+struct sRows {
+    double* y;
+    double* values;
+    double* slopes;
+    double* weights;
+};
+
+/// The sums of a row with the reference at a shift, and what they say.
+class cNormal {
+public:
+    cNormal(const maps_sAlignment& alignment, double shift, double factor, const sRows& rows) {
+        const std::size_t length = maps_WholeVectors(alignment.part.Count());
+        alignment.Interpolate(shift, rows.values, rows.slopes);
+        for (std::size_t k = 0; k < length; ++k)
+            rows.weights[k] = factor * rows.values[k];
+        const std::array<const double*, 2> shapes{rows.values, rows.slopes};
+        maps_CrossRow(rows.y, shapes, maps_WeighCurve, length, rows.weights, sums_);
+        determinant_ = sums_[0] * sums_[2] - sums_[1] * sums_[1];
+    }
+
+    bool IsSingular() const {
+        constexpr double leastPart = 1e-12;
+        return !(determinant_ > leastPart * sums_[0] * sums_[2]);
+    }
+    double Factor() const { return (sums_[2] * sums_[3] - sums_[1] * sums_[4]) / determinant_; }
+    /// Of the shift, times the factor.
+    double Step() const { return (sums_[0] * sums_[4] - sums_[1] * sums_[3]) / determinant_; }
+    double FactorError() const { return std::sqrt(sums_[2] / determinant_); }
+    double StepError() const { return std::sqrt(sums_[0] / determinant_); }
+    double ChiSquared() const {
+        return std::max(sums_[5] - Factor() * sums_[3] - Step() * sums_[4], 0.0);
+    }
+
+private:
+    /// Of values and slopes with the weights: vv, vs, ss, vy, sy, yy.
+    std::array<double, maps_coreSums> sums_{};
+    double determinant_;
+};
+
+sAligned aligned(const maps_sAlignment& alignment, const sRows& rows,
+                 std::span<const double*> logsAt, std::span<double> likelihoods) {
+    sAligned found;
+    const std::size_t length = maps_WholeVectors(alignment.part.Count());
+    double total = 0;
+    const double* const row = rows.y;
+    std::fill_n(rows.values, length, 1.0);
+    const double* const ones = rows.values;
+    pkmd_Dots(row, &ones, 1, length, &total);
+    if (!std::isfinite(total)) {
+        found.status = maps_NotFinite;
+        return found;
+    }
+    if (!(total > 0)) {
+        found.status = maps_Empty;
+        return found;
+    }
+    const std::size_t start = alignment.Start(row, total, logsAt, likelihoods);
+    const auto most = static_cast<double>(alignment.most);
+    double shift = static_cast<double>(start) - most;
+    double factor = total / alignment.sums[start];
+    double last = 0;
+    while (found.steps < alignment.options.mostSteps) {
+        const cNormal normal(alignment, shift, factor, rows);
+        ++found.steps;
+        if (normal.IsSingular()) {
+            found.status = maps_Undetermined;
+            return found;
+        }
+        const double next = normal.Factor();
+        if (!(next > 0) || !std::isfinite(next))
+            return found;
+        const double shiftError = normal.StepError() / next;
+        if (!(shiftError < static_cast<double>(alignment.channels))) {
+            found.status = maps_Undetermined;
+            return found;
+        }
+        double step = std::clamp(normal.Step() / next, -1.0, 1.0);
+        // Slopes jump a little from channel to channel; do not go to and fro over one.
+        if (step * last < 0 && std::fabs(step) > std::fabs(last) / 2)
+            step /= 2;
+        last = step;
+        const double to = std::clamp(shift + step, -most, most);
+        if (std::fabs(step) < alignment.options.tolerance * shiftError)
+            return {maps_Good,          found.steps, to, next, shiftError, normal.FactorError(),
+                    normal.ChiSquared()};
+        if (to == shift) // the limit is in the way
+            return found;
+        shift = to;
+        factor = next;
+    }
+    return found;
+}
+
+template<class T>
+void setAt(std::span<T> plane, std::size_t at, T value) {
+    if (!plane.empty())
+        plane[at] = value;
+}
+
+} // namespace
+
+void maps_cAlign::Run(const maps_cStack& stack, const maps_sPlanes& planes,
+                      maps_cWorkspace& workspace) const {
+    const maps_sAlignment& alignment = *alignment_;
+    const std::size_t spectra = stack.Spectra();
+    maps_CheckPlanes(planes, 2, spectra);
+    maps_RefuseChannels(stack.Channels() != alignment.channels || !(stack.Cal() == alignment.cal));
+    const std::size_t length = maps_WholeVectors(alignment.part.Count());
+    maps_sRoom& room = workspace.Room();
+    const sRows rows{room.Get(maps_sRoom::Row, length), room.Get(maps_sRoom::Curve, length),
+                     room.Get(maps_sRoom::Weighted, length), room.Get(maps_sRoom::Weights, length)};
+    std::vector<const double*> logsAt(alignment.sums.size());
+    std::vector<double> likelihoods(logsAt.size());
+    const double delta = alignment.cal.Delta();
+    for (std::size_t q = 0; q < spectra; ++q) {
+        maps_Fetch(stack, q, alignment.part.first, alignment.part.Count(), rows.y);
+        const sAligned found = aligned(alignment, rows, logsAt, likelihoods);
+        setAt(planes.status, q, found.status);
+        setAt(planes.iterations, q, found.steps);
+        setAt(planes.chiSquared, q, found.chiSquared);
+        setAt(planes.values, q, found.shift * delta);
+        setAt(planes.values, spectra + q, found.factor);
+        setAt(planes.standardErrors, q, found.shiftError * std::fabs(delta));
+        setAt(planes.standardErrors, spectra + q, found.factorError);
+    }
+}

@@ -1,0 +1,337 @@
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "dataprocessing/maps/maps_align.h"
+#include "tests/maps/map.h"
+#include "tests/support/levels.h"
+#include "tests/support/refusal.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsNan;
+
+constexpr std::size_t channels = 200;
+const cal_c1DArrayCal energies(10, 0.5, 0);
+
+/// Two lines over a falling background, at a channel.
+double curveAt(double k) {
+    return 2 + 8 * std::exp(-k / 60) + 40 * std::exp(-std::pow((k - 80) / 3, 2) / 2) +
+           15 * std::exp(-std::pow((k - 130) / 5, 2) / 2);
+}
+
+std::vector<double> referenceOf(double factor = 1) {
+    std::vector<double> reference;
+    for (std::size_t k = 0; k < channels; ++k)
+        reference.push_back(factor * curveAt(static_cast<double>(k)));
+    return reference;
+}
+
+Planes alignedOf(const maps_cAlign& align, const maps_cStack& stack) {
+    Planes planes(2, stack.Spectra());
+    maps_cWorkspace workspace;
+    align.Run(stack, planes.All(), workspace);
+    return planes;
+}
+
+/// Spectra without noise: the curve, shifted and multiplied.
+std::vector<double> shifted(const std::vector<double>& shifts, double factor) {
+    std::vector<double> values;
+    for (const double shift : shifts)
+        for (std::size_t k = 0; k < channels; ++k)
+            values.push_back(factor * curveAt(static_cast<double>(k) - shift));
+    return values;
+}
+
+TEST(MapAlign, FindsShiftsAndFactorsOfCurvesWithoutNoise) {
+    const std::vector<double> shifts{0, 1, -1, 0.5, 2.25, -3.7, 9.9, -9.99};
+    const auto values = shifted(shifts, 3);
+    const maps_cAlign align(referenceOf(), energies, 5);
+    const Planes planes = alignedOf(align, stackOf(std::span(values), channels, energies));
+    EXPECT_THAT(planes.status, Each(maps_Good));
+    for (std::size_t q = 0; q < shifts.size(); ++q) {
+        EXPECT_NEAR(planes.values[q], 0.5 * shifts[q], 2e-4) << q;
+        EXPECT_NEAR(planes.values[shifts.size() + q], 3, 1e-3) << q;
+        EXPECT_LT(planes.chiSquared[q], 1e-2);
+    }
+}
+
+TEST(MapAlign, ErrorsAreThoseOfCounts) {
+    const std::size_t spectra = 4000;
+    const auto shiftOf = [](std::size_t q) { return 4 * std::sin(static_cast<double>(q)); };
+    const auto counts = countsOf(
+        spectra, channels, [&](std::size_t q, double k) { return 0.3 * curveAt(k - shiftOf(q)); });
+    const maps_cAlign align(referenceOf(100), energies, 4);
+    const Planes planes = alignedOf(align, stackOf(std::span(counts), channels, energies));
+    EXPECT_THAT(planes.status, Each(maps_Good));
+    double sum[3] = {};
+    double squares[2] = {};
+    for (std::size_t q = 0; q < spectra; ++q) {
+        const double pulls[2] = {(planes.values[q] - 0.5 * shiftOf(q)) / planes.errors[q],
+                                 (planes.values[spectra + q] - 0.003) / planes.errors[spectra + q]};
+        for (int i = 0; i < 2; ++i) {
+            sum[i] += pulls[i] / static_cast<double>(spectra);
+            squares[i] += pulls[i] * pulls[i] / static_cast<double>(spectra);
+        }
+        sum[2] += planes.chiSquared[q] / static_cast<double>(spectra);
+    }
+    // Four standard deviations of such means.
+    const double tolerance = 4 / std::sqrt(static_cast<double>(spectra));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_NEAR(sum[i], 0, tolerance) << i;
+        EXPECT_NEAR(squares[i], 1, tolerance * std::sqrt(2.0)) << i;
+    }
+    const double degrees = channels - 2 * (8 + 3) - 2;
+    EXPECT_NEAR(sum[2] / degrees, 1, 0.02);
+}
+
+TEST(MapAlign, TakesTheRangeAlone) {
+    auto values = shifted({1.5, 1.5}, 1);
+    for (std::size_t k = 150; k < channels; ++k)
+        values[k] = 1e5;
+    const maps_cAlign align(referenceOf(), energies, 5, {.from = 30, .to = 80});
+    const Planes planes =
+        alignedOf(align, stackOf(std::span<const double>(values), channels, energies));
+    EXPECT_THAT(planes.status, Each(maps_Good));
+    EXPECT_NEAR(planes.values[0], 0.75, 1e-4);
+    EXPECT_EQ(planes.values[0], planes.values[1]);
+}
+
+TEST(MapAlign, AxesMayRunDownward) {
+    const cal_c1DArrayCal downward(10, -0.5, 0);
+    const auto values = shifted({1.5}, 1);
+    const maps_cAlign align(referenceOf(), downward, 5);
+    const Planes planes = alignedOf(align, stackOf(std::span(values), channels, downward));
+    EXPECT_NEAR(planes.values[0], -0.75, 1e-4);
+    EXPECT_GT(planes.errors[0], 0);
+}
+
+TEST(MapAlign, SaysWhatBecameOfBadSpectra) {
+    auto values = shifted({1, 2, 30, 0, 4}, 1);
+    values[100] = std::numeric_limits<double>::quiet_NaN();
+    std::fill_n(values.begin() + channels, channels, 0.0);
+    const maps_cAlign align(referenceOf(), energies, 5);
+    const Planes planes =
+        alignedOf(align, stackOf(std::span<const double>(values), channels, energies));
+    EXPECT_THAT(planes.status,
+                ElementsAre(maps_NotFinite, maps_Empty, maps_NotConverged, maps_Good, maps_Good));
+    for (const std::size_t bad : {0, 1, 2}) {
+        EXPECT_THAT(planes.values[bad], IsNan());
+        EXPECT_THAT(planes.errors[bad], IsNan());
+        EXPECT_THAT(planes.values[5 + bad], IsNan());
+        EXPECT_THAT(planes.chiSquared[bad], IsNan());
+    }
+    EXPECT_NEAR(planes.values[4], 2, 1e-4);
+    EXPECT_EQ(planes.iterations[0], 0);
+}
+
+TEST(MapAlign, AReferenceWithoutStructureTellsNoShift) {
+    const auto values = shifted({1}, 1);
+    const maps_cAlign align(std::vector<double>(channels, 3.7), energies, 5);
+    EXPECT_THAT(alignedOf(align, stackOf(std::span(values), channels, energies)).status,
+                ElementsAre(maps_Undetermined));
+}
+
+TEST(MapAlign, AReferenceWithHardlyAnyStructureTellsNoShift) {
+    auto reference = std::vector<double>(channels, 3.7);
+    for (std::size_t k = 0; k < channels; ++k)
+        reference[k] += 1e-4 * curveAt(static_cast<double>(k));
+    const auto values = countsOf(1, channels, [](std::size_t, double) { return 3.7; });
+    const maps_cAlign align(reference, energies, 5);
+    EXPECT_THAT(alignedOf(align, stackOf(std::span(values), channels, energies)).status,
+                ElementsAre(maps_Undetermined));
+}
+
+TEST(MapAlign, ShiftsBeyondTheLimitAreGivenUpSoon) {
+    const auto values = shifted({10.4, -10.6, 10, -9.9}, 1);
+    const maps_cAlign align(referenceOf(), energies, 5);
+    const Planes planes = alignedOf(align, stackOf(std::span(values), channels, energies));
+    EXPECT_THAT(planes.status,
+                ElementsAre(maps_NotConverged, maps_NotConverged, maps_Good, maps_Good));
+    EXPECT_LT(planes.iterations[0], 10);
+    EXPECT_LT(planes.iterations[1], 10);
+}
+
+TEST(MapAlign, StartsWhereCountsAreMostLikelyOnASlope) {
+    // Where a spectrum is cut off, more of it comes with a shift up the slope.
+    std::vector<double> reference;
+    std::vector<double> values;
+    const auto slope = [](double k) {
+        return 100 * std::exp(-k / 20) + std::exp(-std::pow((k - 100) / 2, 2));
+    };
+    for (std::size_t k = 0; k < channels; ++k) {
+        reference.push_back(slope(static_cast<double>(k)));
+        values.push_back(slope(static_cast<double>(k) - 0.25));
+    }
+    const maps_cAlign align(reference, energies, 20);
+    const Planes planes =
+        alignedOf(align, stackOf(std::span<const double>(values), channels, energies));
+    EXPECT_NEAR(planes.values[0], 0.125, 1e-3);
+    EXPECT_LE(planes.iterations[0], 5);
+}
+
+TEST(MapAlign, CountsByChanceWhereTheReferenceIsZeroRuleNothingOut) {
+    std::vector<double> reference(channels);
+    std::vector<double> values(channels);
+    for (const std::size_t k : {98, 99, 100, 101, 102}) {
+        const double line = std::exp(-std::pow(static_cast<double>(k) - 100, 2) / 2);
+        reference[k] = line;
+        values[k + 6] = 1000 * line;
+    }
+    values[100] = 1; // nowhere but at the shift 0 is this not impossible
+    const maps_cAlign align(reference, energies, 5);
+    const Planes planes =
+        alignedOf(align, stackOf(std::span<const double>(values), channels, energies));
+    EXPECT_THAT(planes.status, ElementsAre(maps_Good));
+    EXPECT_NEAR(planes.values[0], 3, 0.01);
+}
+
+TEST(MapAlign, ToleranceAndStepsEndTheFit) {
+    const auto values = shifted({2.4}, 1);
+    const auto stepsOf = [&](const maps_sAlignOptions& options) {
+        const maps_cAlign align(referenceOf(), energies, 5, options);
+        return alignedOf(align, stackOf(std::span(values), channels, energies));
+    };
+    const Planes loose = stepsOf({.tolerance = 0.1});
+    const Planes tight = stepsOf({.tolerance = 1e-9});
+    EXPECT_LT(loose.iterations[0], tight.iterations[0]);
+    EXPECT_NEAR(loose.values[0], tight.values[0], 0.1 * tight.errors[0]);
+    const int needed = tight.iterations[0];
+    EXPECT_THAT(stepsOf({.tolerance = 1e-9, .mostSteps = needed}).status, ElementsAre(maps_Good));
+    EXPECT_THAT(stepsOf({.tolerance = 1e-9, .mostSteps = needed - 1}).status,
+                ElementsAre(maps_NotConverged));
+}
+
+TEST(MapAlign, AShiftOfNothingFitsWithinAChannel) {
+    const auto values = shifted({0}, 2);
+    const maps_cAlign align(referenceOf(), energies, 0);
+    const Planes planes = alignedOf(align, stackOf(std::span(values), channels, energies));
+    EXPECT_THAT(planes.status, ElementsAre(maps_Good));
+    EXPECT_EQ(planes.values[0], 0);
+    EXPECT_NEAR(planes.values[1], 2, 1e-12);
+}
+
+TEST(MapAlign, BitsDependNeitherOnTheLevelNorOnTheCut) {
+    const std::size_t spectra = 21;
+    const auto counts = countsOf(spectra, channels, [](std::size_t q, double k) {
+        return curveAt(k - static_cast<double>(q % 5));
+    });
+    const maps_cAlign align(referenceOf(), energies, 4);
+    const auto fit = [&](const maps_cStack& stack, const maps_sPlanes& planes) {
+        maps_cWorkspace workspace;
+        align.Run(stack, planes, workspace);
+    };
+    const auto whole = hashOf(inParts(fit, 2, std::span(counts), channels, spectra, energies));
+    for (const auto level : levels()) {
+        const LevelInUse use(level);
+        for (const std::size_t part : {1, 2, 21})
+            EXPECT_EQ(hashOf(inParts(fit, 2, std::span(counts), channels, part, energies)), whole);
+    }
+}
+
+TEST(MapAlign, RefusesWhatHasNoMeaning) {
+    const auto refused = [](const std::vector<double>& reference, const cal_c1DArrayCal& cal,
+                            double most, const maps_sAlignOptions& options = {}) {
+        return refusalOf([&] { maps_cAlign(reference, cal, most, options); });
+    };
+    const auto good = referenceOf();
+    auto nan = good;
+    nan[7] = NAN;
+    EXPECT_EQ(refused(good, energies, 5), "none");
+    EXPECT_EQ(refused(good, energies, 47.5), "none");
+    EXPECT_EQ(refused(good, energies, 48), "maps:5");
+    EXPECT_EQ(refused(good, energies, 1e9), "maps:5");
+    EXPECT_EQ(refused({}, energies, 1), "maps:5");
+    EXPECT_EQ(refused(good, energies, 5, {.from = 300}), "maps:5");
+    EXPECT_EQ(refused(nan, energies, 5), "maps:6");
+    EXPECT_EQ(refused(std::vector<double>(channels), energies, 5), "maps:6");
+    EXPECT_EQ(refused(std::vector<double>(channels, -1), energies, 5), "maps:6");
+    EXPECT_EQ(refused(good, energies, -1), "maps:7");
+    EXPECT_EQ(refused(good, energies, NAN), "maps:7");
+    EXPECT_EQ(refused(good, energies, std::numeric_limits<double>::infinity()), "maps:7");
+    EXPECT_EQ(refused(good, cal_c1DArrayCal(0, 0, 0), 1), "maps:7");
+    EXPECT_EQ(refused(good, energies, 5, {.tolerance = 0}), "maps:7");
+    EXPECT_EQ(refused(good, energies, 5, {.mostSteps = 0}), "maps:7");
+
+    const maps_cAlign align(good, energies, 5);
+    const auto values = shifted({0, 1}, 1);
+    maps_cWorkspace workspace;
+    Planes planes(2, 3);
+    EXPECT_EQ(refusalOf([&] {
+                  align.Run(stackOf(std::span(values), channels, energies), planes.All(),
+                            workspace);
+              }),
+              "maps:3");
+    EXPECT_EQ(refusalOf([&] { align.Run(stackOf(std::span(values), channels), {}, workspace); }),
+              "maps:4");
+    EXPECT_EQ(
+        refusalOf([&] { align.Run(stackOf(std::span(values), 100, energies), {}, workspace); }),
+        "maps:4");
+}
+
+// ---- Shifting back -----------------------------------------------------------------------------
+
+TEST(MapShift, SharesCountsOutByTheirEdges) {
+    const std::vector<unsigned> counts{1, 2, 4, 8, 1, 2, 4, 8, 1, 2, 4, 8, 1, 2, 4, 8, 1, 2, 4, 8};
+    const cal_c1DArrayCal cal(0, 2, 0);
+    const maps_cStack stack = stackOf(std::span(counts), 4, cal);
+    std::vector<double> values(20);
+    std::vector<double> errors(20);
+    std::vector<maps_eStatus> status(5);
+    maps_cWorkspace workspace;
+    maps_Shift(stack, std::vector<double>{0, 2, -1, 8, -1e300}, {values, errors, status},
+               workspace);
+    EXPECT_THAT(values,
+                ElementsAre(1, 2, 4, 8, 2, 4, 8, 0, 0.5, 1.5, 3, 6, 0, 0, 0, 0, 0, 0, 0, 0));
+    EXPECT_DOUBLE_EQ(errors[9], std::sqrt(0.25 * 1 + 0.25 * 2));
+    EXPECT_DOUBLE_EQ(errors[4], std::sqrt(2.0));
+    EXPECT_THAT(status, Each(maps_Good));
+}
+
+TEST(MapShift, BringsLinesToWhereTheReferenceHasThem) {
+    const std::vector<double> shifts{3, -2, 0};
+    const auto values = shifted(shifts, 1);
+    const maps_cStack stack = stackOf(std::span(values), channels, energies);
+    std::vector<double> back(values.size());
+    maps_cWorkspace workspace;
+    maps_Shift(stack, std::vector<double>{1.5, -1, 0}, {back, {}, {}}, workspace);
+    for (std::size_t q = 0; q < shifts.size(); ++q)
+        for (std::size_t k = 5; k < channels - 5; ++k)
+            EXPECT_NEAR(back[q * channels + k], curveAt(static_cast<double>(k)), 1e-12);
+}
+
+TEST(MapShift, ShiftsThatAreNotFiniteStopNoOther) {
+    const std::vector<unsigned> counts{1, 2, 1, 2};
+    std::vector<double> values(4);
+    std::vector<double> errors(4);
+    std::vector<maps_eStatus> status(2);
+    maps_cWorkspace workspace;
+    maps_Shift(stackOf(std::span(counts), 2), std::vector<double>{NAN, 1}, {values, errors, status},
+               workspace);
+    EXPECT_THAT(status, ElementsAre(maps_NotFinite, maps_Good));
+    EXPECT_THAT(std::span(values).first(2), Each(IsNan()));
+    EXPECT_THAT(std::span(errors).first(2), Each(IsNan()));
+    EXPECT_THAT(std::span(values).last(2), ElementsAre(2, 0));
+}
+
+TEST(MapShift, RefusesOtherSizesAndChannelsWithoutAWidth) {
+    const std::vector<unsigned> counts{1, 2, 1, 2};
+    maps_cWorkspace workspace;
+    std::vector<double> wrong(3);
+    const std::vector<double> shifts(2);
+    const maps_cStack stack = stackOf(std::span(counts), 2);
+    EXPECT_EQ(refusalOf([&] { maps_Shift(stack, wrong, {}, workspace); }), "maps:3");
+    EXPECT_EQ(refusalOf([&] { maps_Shift(stack, shifts, {wrong, {}, {}}, workspace); }), "maps:3");
+    EXPECT_EQ(refusalOf([&] {
+                  maps_Shift(stackOf(std::span(counts), 2, cal_c1DArrayCal(0, 0, 0)), shifts, {},
+                             workspace);
+              }),
+              "maps:7");
+}
+
+} // namespace
