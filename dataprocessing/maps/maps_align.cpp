@@ -224,6 +224,7 @@ sAligned aligned(const maps_sAlignment& alignment, const sRows& rows,
     double shift = static_cast<double>(start) - most;
     double factor = total / alignment.sums[start];
     double last = 0;
+    double longest = 1;
     while (found.steps < alignment.options.mostSteps) {
         const cNormal normal(alignment, shift, factor, rows);
         ++found.steps;
@@ -239,10 +240,11 @@ sAligned aligned(const maps_sAlignment& alignment, const sRows& rows,
             found.status = maps_Undetermined;
             return found;
         }
-        double step = std::clamp(normal.Step() / next, -1.0, 1.0);
-        // Slopes jump a little from channel to channel; do not go to and fro over one.
-        if (step * last < 0 && std::fabs(step) > std::fabs(last) / 2)
-            step /= 2;
+        double step = normal.Step() / next;
+        // Slopes jump a little from channel to channel: do not go to and fro over one for ever.
+        if (step * last < 0)
+            longest = std::fabs(last) / 2;
+        step = std::clamp(step, -longest, longest);
         last = step;
         const double to = std::clamp(shift + step, -most, most);
         if (std::fabs(step) < alignment.options.tolerance * shiftError)

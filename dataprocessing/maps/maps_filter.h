@@ -34,7 +34,8 @@ struct maps_sSpectra {
 class DATAPROCESSING_EXPORT maps_cFilter {
 public:
     /// @cond
-    explicit maps_cFilter(std::unique_ptr<const dataprocessing::detail::maps_sFilter> filter);
+    DATAPROCESSING_NO_EXPORT explicit maps_cFilter(
+        std::unique_ptr<const dataprocessing::detail::maps_sFilter> filter);
     /// @endcond
     ~maps_cFilter();
     maps_cFilter(maps_cFilter&&) noexcept;            ///< Takes over.

@@ -40,13 +40,14 @@ from dataprocessing import _core, _map_blocks
 from dataprocessing._core import Axis, Background, Weights
 from dataprocessing._map_blocks import Fit, Map, Planes, Status
 from dataprocessing._map_each import Applied, Rescaled, apply, gaussians, rescale
+from dataprocessing._map_filters import Spectra, align, rebin, shift, smooth, smooth_gauss
 from dataprocessing._map_store import load, store
 from dataprocessing._peak_model import PeakModel
 from dataprocessing.fitting import _ERRORS, _OBJECTIVES, _choice, _pairs
 
 __all__ = [
-    "Applied", "Planes", "Rescaled", "Status", "Sums", "apply", "gaussians", "integrate", "linear", "load", "peaks",
-    "polynomial", "power_law", "rescale", "store", "sum",
+    "Applied", "Planes", "Rescaled", "Spectra", "Status", "Sums", "align", "apply", "gaussians", "integrate", "linear",
+    "load", "peaks", "polynomial", "power_law", "rebin", "rescale", "shift", "smooth", "smooth_gauss", "store", "sum",
 ]  # fmt: skip
 
 _WEIGHTS = {"counts": Weights.OF_COUNTS, "equal": Weights.EQUAL, "model": Weights.OF_MODEL}

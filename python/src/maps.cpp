@@ -284,6 +284,117 @@ void definePeaks(py::module_& module) {
             py::arg("block"), py::arg("starts") = py::none());
 }
 
+// ---- Spectra from spectra ----------------------------------------------------------------------
+
+/// Spectra of so many channels for each one of a block.
+class cSpectra {
+public:
+    cSpectra(const py::array& block, std::size_t channels)
+        : values_(shapeOf(block, channels)), errors_(shapeOf(block, channels)),
+          status_(planesOf(block, 1)) {}
+
+    maps_sSpectra Spans() {
+        const auto status = elementsOf(status_);
+        return {elementsOf(values_),
+                elementsOf(errors_),
+                {reinterpret_cast<maps_eStatus*>(status.data()), status.size()}};
+    }
+    py::tuple Tuple() const { return py::make_tuple(values_, errors_, status_); }
+
+private:
+    static std::vector<py::ssize_t> shapeOf(const py::array& block, std::size_t channels) {
+        std::vector<py::ssize_t> shape(block.shape(), block.shape() + block.ndim());
+        shape.back() = static_cast<py::ssize_t>(channels);
+        return shape;
+    }
+
+    py::array_t<double> values_;
+    py::array_t<double> errors_;
+    py::array_t<unsigned char> status_;
+};
+
+void defineFilters(py::module_& module) {
+    using tFit = tMapFit<maps_cFilter>;
+    py::class_<tFit>(module, "maps_cFilter", py::module_local())
+        .def("channels", [](const tFit& map) { return map.fit.Channels(); })
+        .def("axis", [](const tFit& map) { return sAxis{map.fit.Cal(), {}}; })
+        .def(
+            "run",
+            [](const tFit& map, const py::array& block) {
+                const maps_cStack stack = stackOf(block, map.cal);
+                cSpectra spectra(block, map.fit.Channels());
+                const maps_sSpectra spans = spectra.Spans();
+                {
+                    const py::gil_scoped_release released;
+                    map.fit.Run(stack, spans, workspace());
+                }
+                return spectra.Tuple();
+            },
+            py::arg("block"));
+    module.def(
+        "maps_rebin",
+        [](std::size_t channels, const sAxis& axis, double delta) {
+            const cal_c1DArrayCal cal(axis.cal);
+            return tFit{maps_Rebin(channels, cal, delta), cal};
+        },
+        py::arg("channels"), py::arg("axis"), py::arg("delta"));
+    module.def(
+        "maps_rebin",
+        [](std::size_t channels, const sAxis& axis, std::size_t gridChannels, const sAxis& grid) {
+            const cal_c1DArrayCal cal(axis.cal);
+            return tFit{maps_Rebin(channels, cal, gridChannels, cal_c1DArrayCal(grid.cal)), cal};
+        },
+        py::arg("channels"), py::arg("axis"), py::arg("grid_channels"), py::arg("grid"));
+    module.def(
+        "maps_smooth",
+        [](std::size_t channels, const sAxis& axis, int width, int order, int derivative) {
+            const cal_c1DArrayCal cal(axis.cal);
+            return tFit{maps_Smooth(channels, cal, width, order, derivative), cal};
+        },
+        py::arg("channels"), py::arg("axis"), py::arg("width"), py::arg("order"),
+        py::arg("derivative") = 0);
+    module.def(
+        "maps_smooth_gauss",
+        [](std::size_t channels, const sAxis& axis, double sigma) {
+            const cal_c1DArrayCal cal(axis.cal);
+            return tFit{maps_SmoothGauss(channels, cal, sigma), cal};
+        },
+        py::arg("channels"), py::arg("axis"), py::arg("sigma"));
+}
+
+void defineAlign(py::module_& module) {
+    using tFit = tMapFit<maps_cAlign>;
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    py::class_<tFit>(module, "maps_cAlign", py::module_local())
+        .def(py::init([](const tDoubles& reference, const sAxis& axis, double mostShift,
+                         double from, double to, double tolerance, int mostSteps) {
+                 const cal_c1DArrayCal cal(axis.cal);
+                 return tFit{maps_cAlign(spanOf(reference), cal, mostShift,
+                                         {from, to, tolerance, mostSteps}),
+                             cal};
+             }),
+             py::arg("reference"), py::arg("axis"), py::arg("most_shift"),
+             py::arg("start") = -infinity, py::arg("stop") = infinity, py::arg("tolerance") = 1e-4,
+             py::arg("most_steps") = 50)
+        .def(
+            "run", [](const tFit& map, const py::array& block) { return run(map, block, 2, true); },
+            py::arg("block"));
+    module.def(
+        "maps_shift",
+        [](const py::array& block, const sAxis& axis, const tDoubles& shifts) {
+            const maps_cStack stack = stackOf(block, cal_c1DArrayCal(axis.cal));
+            cSpectra spectra(block, stack.Channels());
+            const maps_sSpectra spans = spectra.Spans();
+            const auto by = spanOf(shifts);
+            {
+                const py::gil_scoped_release released;
+                maps_Shift(stack, by, spans, workspace());
+            }
+            return spectra.Tuple();
+        },
+        py::arg("block"), py::arg("axis"), py::arg("shifts"));
+}
+
 } // namespace
 
 void registerMaps(py::module_& module) {
@@ -292,6 +403,8 @@ void registerMaps(py::module_& module) {
     definePowerLaw(module);
     defineLinear(module);
     definePeaks(module);
+    defineFilters(module);
+    defineAlign(module);
 }
 
 } // namespace dataprocessing::python

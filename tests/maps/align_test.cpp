@@ -90,6 +90,25 @@ TEST(MapAlign, ErrorsAreThoseOfCounts) {
     EXPECT_NEAR(sum[2] / degrees, 1, 0.02);
 }
 
+TEST(MapAlign, EndsBetweenChannelsWhoseSlopesLeadToEachOther) {
+    // Spectra that were shifted back lie next to whole channels.
+    const std::size_t spectra = 600;
+    const auto counts = countsOf(spectra, channels, [&](std::size_t q, double k) {
+        return 20 * curveAt(k - 2 * std::sin(static_cast<double>(q)));
+    });
+    const maps_cAlign align(referenceOf(), energies, 2);
+    const maps_cStack stack = stackOf(std::span(counts), channels, energies);
+    const Planes planes = alignedOf(align, stack);
+    std::vector<double> back(counts.size());
+    maps_cWorkspace workspace;
+    maps_Shift(stack, std::span(planes.values).first(spectra), {back, {}, {}}, workspace);
+    const Planes again =
+        alignedOf(align, stackOf(std::span<const double>(back), channels, energies));
+    EXPECT_THAT(again.status, Each(maps_Good));
+    for (std::size_t q = 0; q < spectra; ++q)
+        EXPECT_NEAR(again.values[q], 0, 0.3 * again.errors[q]);
+}
+
 TEST(MapAlign, TakesTheRangeAlone) {
     auto values = shifted({1.5, 1.5}, 1);
     for (std::size_t k = 150; k < channels; ++k)
