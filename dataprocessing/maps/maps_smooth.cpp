@@ -77,7 +77,8 @@ maps_cFilter maps_SmoothGauss(std::size_t channels, const cal_c1DArrayCal& cal, 
         arr_SizeError();
     maps_sFilter filter = emptyFilter(channels, cal);
     const auto count = static_cast<int>(channels);
-    const auto reach = static_cast<int>(weights.size() / 2);
+    const auto terms = static_cast<int>(weights.size());
+    const int reach = terms / 2;
     std::vector<double> folded;
     for (int at = 0; at < count; ++at) {
         if (at >= reach && at < count - reach) {
@@ -89,9 +90,9 @@ maps_cFilter maps_SmoothGauss(std::size_t channels, const cal_c1DArrayCal& cal, 
         // Beyond an end stand the channels next to it, mirrored.
         const int first = at < reach ? 0 : std::max(0, count - 2 * reach);
         folded.assign(static_cast<std::size_t>(std::min(count - first, 2 * reach)), 0.0);
-        for (int k = -reach; k <= reach; ++k)
-            folded[static_cast<std::size_t>(smth_Mirrored(0LL + at + k, count) - first)] +=
-                weights[static_cast<std::size_t>(k + reach)];
+        for (int k = 0; k < terms; ++k)
+            folded[static_cast<std::size_t>(smth_Mirrored(0LL + at + k - reach, count) - first)] +=
+                weights[static_cast<std::size_t>(k)];
         filter.Add(1, static_cast<std::size_t>(first), folded);
     }
     return made(std::move(filter));

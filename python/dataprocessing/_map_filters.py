@@ -63,7 +63,8 @@ def _run(given: Map, call: Any, channels: int, axis: Axis, planes: tuple[Any, ..
     """Sends a map through, with planes that have a number for each spectrum."""
     if not given.is_labelled:
         outputs = [("position", "f8"), ("position", "f8"), ("", "u1")]
-        return Spectra(*given.through(call, outputs, {"position": channels}, planes), axis)
+        values, deviations, status = given.through(call, outputs, {"position": channels}, planes)
+        return Spectra(values, deviations, status, axis)
     moved = given.data.transpose(..., given.dim)
     dims = moved.dims[:-1]
     ordered = tuple(one.transpose(*dims).data if hasattr(one, "dims") else one for one in planes)

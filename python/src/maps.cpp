@@ -317,7 +317,10 @@ void defineFilters(py::module_& module) {
     using tFit = tMapFit<maps_cFilter>;
     py::class_<tFit>(module, "maps_cFilter", py::module_local())
         .def("channels", [](const tFit& map) { return map.fit.Channels(); })
-        .def("axis", [](const tFit& map) { return sAxis{map.fit.Cal(), {}}; })
+        .def("axis",
+             [](const tFit& map) {
+                 return sAxis{map.fit.Cal(), {}};
+             })
         .def(
             "run",
             [](const tFit& map, const py::array& block) {
