@@ -50,6 +50,7 @@ FITS = {
     "linear, not negative": lambda data, axis=None, **more: maps.linear(
         data, shapes(), weights="counts", nonnegative=["line"], **more
     ),
+    "shifts": lambda data, **more: maps.align(data, 40 + 400 * shapes()["line"], 0.2, **more),
 }  # fmt: skip
 
 
@@ -270,6 +271,24 @@ def test_every_status():
     assert set(maps.peaks(made(), twice, AXIS).status.ravel()) == {Status.UNDETERMINED}
     few = maps.peaks(made(), other_model(), AXIS, tolerance=1e-12, most_evaluations=1)
     assert set(few.status.ravel()) == {Status.NOT_CONVERGED}
+
+
+def test_planted_spectra_are_found_and_no_others():
+    rng = np.random.default_rng(7)
+    data = made((40, 50), "f8")
+    planted = rng.choice([0] * 6 + [Status.NOT_FINITE, Status.EMPTY, Status.NEGATIVE], data.shape[:-1])
+    channel = rng.integers(0, CHANNELS, data.shape[:-1])
+    for at in np.argwhere(planted == Status.NOT_FINITE):
+        data[(*at, channel[tuple(at)])] = rng.choice([np.nan, np.inf, -np.inf])
+    for at in np.argwhere(planted == Status.NEGATIVE):
+        data[(*at, channel[tuple(at)])] = -rng.integers(1, 5)
+    data[planted == Status.EMPTY] = 0
+    for chosen in (model(), other_model()):
+        planes = maps.peaks(data, chosen, AXIS)
+        assert np.array_equal(planes.status, planted)
+        for name, plane in arrays(planes).items():
+            if plane.dtype == "f8":
+                assert np.array_equal(np.isnan(plane), planted != 0), name
 
 
 def test_empty_maps(fit):
