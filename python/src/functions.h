@@ -14,6 +14,7 @@ void registerGeometry(pybind11::module_& module);
 void registerFilters(pybind11::module_& module);
 void registerMessages(pybind11::module_& module);
 void registerStreams(pybind11::module_& module);
+void registerRecords(pybind11::module_& module);
 void registerCurves(pybind11::module_& module);
 void registerModels(pybind11::module_& module);
 void registerMaps(pybind11::module_& module);

@@ -327,6 +327,19 @@ void definePeakModel(py::module_& module) {
             py::arg("parameters"), py::arg("x"), py::arg("background_only") = false);
 }
 
+pkmd_sOptions peakOptions(nlsq_eObjective objective, const py::object& weights, nlsq_eErrors errors,
+                          double windows, double from, double to, const py::dict& control) {
+    pkmd_sOptions options;
+    options.objective = objective;
+    options.weights = optional(weights);
+    options.errors = errors;
+    options.windows = windows;
+    options.from = from;
+    options.to = to;
+    options.control = controlOf(options.control, control);
+    return options;
+}
+
 void definePeakResult(py::module_& module) {
     module.def(
         "pkmd_model_of",
@@ -367,14 +380,8 @@ void definePeakResult(py::module_& module) {
         [](const pkmd_cModel& model, const sArray1D& spectrum, nlsq_eObjective objective,
            const py::object& weights, nlsq_eErrors errors, double windows, double from, double to,
            const py::kwargs& control) {
-            pkmd_sOptions options;
-            options.objective = objective;
-            options.weights = optional(weights);
-            options.errors = errors;
-            options.windows = windows;
-            options.from = from;
-            options.to = to;
-            options.control = controlOf(options.control, control);
+            const pkmd_sOptions options =
+                peakOptions(objective, weights, errors, windows, from, to, control);
             // An observer is Python's.
             if (options.control.observer)
                 return pkmd_Fit(model, spectrum.values, options);
@@ -386,6 +393,30 @@ void definePeakResult(py::module_& module) {
         py::arg("weights") = py::none(), py::arg("errors") = nlsq_ErrorsAsGiven,
         py::arg("windows") = 5.0, py::arg("start") = -std::numeric_limits<double>::infinity(),
         py::arg("stop") = std::numeric_limits<double>::infinity());
+}
+
+void definePeakAnswers(py::module_& module) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    module.def(
+        "pkmd_interval",
+        [](const pkmd_cModel& model, const sArray1D& spectrum, const pkmd_sResult& found,
+           int parameter, nlsq_eObjective objective, const py::object& weights, nlsq_eErrors errors,
+           double windows, double from, double to, const py::kwargs& control) {
+            const pkmd_sInterval interval =
+                pkmd_Interval(model, spectrum.values, found, parameter,
+                              peakOptions(objective, weights, errors, windows, from, to, control));
+            return py::make_tuple(interval.lower, interval.upper);
+        },
+        py::arg("model"), py::arg("spectrum"), py::arg("found"), py::arg("parameter"),
+        py::arg("objective") = nlsq_PoissonLikelihood, py::arg("weights") = py::none(),
+        py::arg("errors") = nlsq_ErrorsAsGiven, py::arg("windows") = 5.0,
+        py::arg("start") = -infinity, py::arg("stop") = infinity);
+    module.def(
+        "pkmd_report",
+        [](const pkmd_sResult& result, const std::string& position, const std::string& value) {
+            return pkmd_Report(result, {position, value});
+        },
+        py::arg("result"), py::arg("position") = "", py::arg("value") = "");
 }
 
 // ---- Linear systems ----------------------------------------------------------------------------
@@ -425,6 +456,7 @@ void registerModels(py::module_& module) {
     defineLeastSquares(module);
     definePeakModel(module);
     definePeakResult(module);
+    definePeakAnswers(module);
     defineEquations(module);
 }
 

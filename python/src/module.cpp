@@ -31,5 +31,6 @@ PYBIND11_MODULE(_core, module) {
     registerFilters(module);
     registerCurves(module);
     registerModels(module);
+    registerRecords(module);
     registerMaps(module);
 }

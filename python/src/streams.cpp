@@ -1,45 +1,11 @@
 // Tagged streams, over text and bytes in memory.
 
-#include <sstream>
-
+#include "streams.h"
 #include "functions.h"
-#include "instances.h"
 
 namespace dataprocessing::python {
 
-namespace py = pybind11;
-
 namespace {
-
-/// Bytes that are no UTF-8 survive in both directions.
-py::str toText(const str_cString& text) {
-    return py::reinterpret_steal<py::str>(
-        PyUnicode_DecodeUTF8(text.Text(), text.Length(), "surrogateescape"));
-}
-
-std::string bytesOf(const py::handle& text) {
-    if (py::isinstance<py::bytes>(text))
-        return py::cast<std::string>(text);
-    const auto bytes = py::reinterpret_steal<py::bytes>(
-        PyUnicode_AsEncodedString(text.ptr(), "utf-8", "surrogateescape"));
-    if (!bytes)
-        throw py::error_already_set();
-    return bytes;
-}
-
-str_cString wordOf(const py::handle& text) { return str_cString(bytesOf(text)); }
-
-/// A tagged stream with the storage that it goes to or comes from.
-template<class Stream, class Storage>
-struct sStream {
-    explicit sStream(const std::string& content = {})
-        : storage(content, std::ios::in | std::ios::out | std::ios::binary), stream(storage) {}
-    Storage storage;
-    Stream stream;
-};
-
-template<class Stream>
-using tIn = sStream<Stream, std::stringstream>;
 
 /// What was read, or None where the stream has failed.
 template<class T, class Stream>

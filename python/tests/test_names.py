@@ -34,9 +34,6 @@ LEFT_OUT = r"""
     parr_.*::(IndexOf|CheckedElements|CopyElements|NumberAt|ValueAt|RequireType)    inside of arrays
     nlsq_cModel                a Python function
     maps_c(Stack|Workspace)    numpy's arrays, a thread's own
-    pkmd_Interval              an interval by the likelihood, for C++ alone so far
-    pkmd_Report                a report with units, for C++ alone so far
-    rcrd_                      records, which are for C++ alone so far; Python pickles
     .*::DerivativeError        a Python function's
 """
 
