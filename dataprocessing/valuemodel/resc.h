@@ -39,11 +39,12 @@ DATAPROCESSING_EXPORT darr_c2DArray resc_Rescale(const darr_c2DArray& array, dou
 /// left out, and elements outside the array are 0.
 ///
 /// Integers give doubles; the other types themselves, complex ones part by part. Shares are added
-/// in the order of the elements, in double precision, and rounded once. An edge within the larger
-/// of 1e-6 and 4 units in the last place (of the position or the offset) of an edge of the array
-/// counts as that edge, so that bins that are meant to fit do, and integers then stay exact. An
-/// element that is not overlapped does not matter, even when it is infinite or NaN. An empty array
-/// gives zeros on a grid, and no element otherwise.
+/// in the order of the elements, in double precision, and rounded once. An edge within
+/// cal_cArrayCal::Tolerance, at the farther end of the array, of an edge of the array counts as
+/// that edge, so that bins that are meant to fit do, and integers then stay exact. A bin without
+/// width, whose two edges are one position or count as one edge of the array, holds 0. An element
+/// that is not overlapped does not matter, even when it is infinite or NaN. An empty array gives
+/// zeros on a grid, and no element otherwise.
 ///
 /// An axis may run downward; the result then does, too. Throws expt_cProgramException ("resc", 1)
 /// for a delta, of the array or of the result, that is zero or not finite, and for two of opposite

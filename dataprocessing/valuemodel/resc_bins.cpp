@@ -32,8 +32,12 @@ void require(const cal_cArrayCal& from, const cal_cArrayCal& to) {
 
 } // namespace
 
+resc_cBins::resc_cBins(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to)
+    : elements_(elements), bins_(bins), from_(from), to_(to),
+      tolerance_(cal_ToleranceAlong(from, elements)) {}
+
 void resc_cBins::Edges(int first, int count, double* edges) const {
-    LEVEL_SELECT(resc_Edges)(elements_, from_, to_, first, count, edges);
+    LEVEL_SELECT(resc_Edges)(elements_, from_, tolerance_, to_, first, count, edges);
 }
 
 resc_cBins resc_BinsOf(int elements, const cal_cArrayCal& from, double delta) {
@@ -44,10 +48,13 @@ resc_cBins resc_BinsOf(int elements, const cal_cArrayCal& from, double delta) {
     constexpr double most = std::numeric_limits<int>::max();
     if (!(bins >= 0 && bins <= most))
         arr_SizeError();
+    const resc_cBins covering(elements, from, static_cast<int>(bins), to);
+    double end = 0;
+    covering.Edges(covering.Count(), 1, &end);
     // What is next to nothing of a wide bin may be whole elements.
-    if (bins < most && from.RealIndex(to.Position(static_cast<int>(bins))) < elements)
-        ++bins;
-    return {elements, from, static_cast<int>(bins), to};
+    if (bins < most && end < elements)
+        return {elements, from, covering.Count() + 1, to};
+    return covering;
 }
 
 resc_cBins resc_BinsOf(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to) {

@@ -8,6 +8,7 @@
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/kernels/convert.h"
+#include "dataprocessing/valuemodel/cal_index.h"
 
 namespace dataprocessing::detail {
 
@@ -91,11 +92,11 @@ void view_cAxis::Rescale(double delta) {
     const cal_cArrayCal rescaled(Start(), delta, 0);
     const int count = rescaled.Count(storedCount_ * storedDelta);
     if (delta != storedDelta) {
+        tolerance_ = cal_ToleranceAlong(cal_, storedCount_);
+        storedDelta_ = storedDelta;
         rescaledCount_ = count;
         count_ = count;
         rescaled_ = true;
-        storedDelta_ = storedDelta;
-        tolerance_ = std::max(cal_.Tolerance(Start()), cal_.Tolerance(End()));
     }
     cal_ = rescaled;
 }

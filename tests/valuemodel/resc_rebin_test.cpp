@@ -128,6 +128,24 @@ TEST(Rebin, KeepsTheSum) {
     }
 }
 
+// Where a bin is less than what positions can tell apart, edges are moved, each to one place only.
+TEST(Rebin, CountsNoElementTwiceFarFromTheOrigin) {
+    const darr_c1DArray ones(8, 1.0, {0x1p48 - 4.1875, 1, 0});
+    for (const double delta : {0.03125, 0.0390625, 0.171875, 0.4375, 1.3}) {
+        EXPECT_EQ(stat_Sum(resc_Rebin(ones, delta)).As<double>(), 8) << delta;
+        const int bins = static_cast<int>(10 / delta);
+        EXPECT_EQ(
+            stat_Sum(resc_Rebin(ones, darr_c1DArray(bins, dtyp_Int8, {0x1p48 - 4.5, delta, 0})))
+                .As<double>(),
+            8)
+            << delta;
+    }
+    const darr_c1DArray fine = resc_Rebin(ones, 0.03125);
+    ASSERT_EQ(fine.Size(), 256);
+    for (const double& share : fine.Elements<double>())
+        EXPECT_LE(share, 1);
+}
+
 TEST(Rebin, CoversTheLastElementsHoweverWideTheBins) {
     const darr_c1DArray few(5, 1.0, cal_c1DArrayCal(-3, 1, 0));
     for (const double delta : {5.0, 4e6, 6e6, 1e9, 1e300}) {

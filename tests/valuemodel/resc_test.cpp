@@ -118,6 +118,16 @@ constexpr double deltas[] = {0.01, 0.1, 0.3, 1.0 / 3, 0.5, 0.7, 0.99, 1,
 
 } // namespace
 
+// 4.2 is as good as 4 where positions are 1/16 apart, which they are at the end of the stored ones.
+TEST(Rescale, TakesElementsExactlyWithinTheToleranceOfTheFartherEnd) {
+    const darr_c1DArray squares = lineOf<double>({0, 1, 4, 9, 16, 25, 36, 49}, {0x1p48 - 5, 1, 0});
+    const auto found = elementsOf<double>(resc_Rescale(squares, 2.1));
+    ASSERT_EQ(found.size(), 4u);
+    EXPECT_EQ(found[1], 4);
+    EXPECT_EQ(found[2], 16);
+    EXPECT_NEAR(found[3], 36 + 0.3 * 13, 1e-12);
+}
+
 TEST(Rescale, MatchesTheFormulaForEveryTypeAndDelta) {
     std::mt19937_64 random(3);
     forEachElementType([&]<class T>(int code) {
