@@ -1,4 +1,5 @@
 #include <bit>
+#include <utility>
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/fourier/four.h"
@@ -46,7 +47,9 @@ template<class Array>
 Array transformed(const Array& array, four_eDirection direction) {
     if (isFitting(array))
         return four_Transform(four_sOperand<Array>(array), direction);
-    return four_TransformTaken(expanded(array), direction);
+    Array whole = expanded(array);
+    whole.SetCal(array.Cal());
+    return four_TransformTaken(std::move(whole), direction);
 }
 
 } // namespace
@@ -100,26 +103,11 @@ darr_c2DArray four_Center(const darr_c2DArray& array) {
     return centred;
 }
 
-darr_c1DArray four_FFT(const darr_c1DArray& array) {
-    darr_c1DArray result = transformed(array, four_Forward);
-    const int size = result.Size();
-    result.SetCal(cal_c1DArrayCal(0, spectrumDelta(size, array.Cal()), size / 2));
-    return result;
-}
+darr_c1DArray four_FFT(const darr_c1DArray& array) { return transformed(array, four_Forward); }
 
-darr_c1DArray four_IFFT(const darr_c1DArray& array) {
-    darr_c1DArray result = transformed(array, four_Inverse);
-    result.SetCal(cal_c1DArrayCal(0, spectrumDelta(result.Size(), array.Cal()), 0));
-    return result;
-}
+darr_c1DArray four_IFFT(const darr_c1DArray& array) { return transformed(array, four_Inverse); }
 
-darr_c2DArray four_FFT(const darr_c2DArray& array) {
-    darr_c2DArray result = transformed(array, four_Forward);
-    const cal_c2DArrayCal& cal = array.Cal();
-    result.SetCal({{0, spectrumDelta(result.SizeX(), cal.X()), result.SizeX() / 2},
-                   {0, spectrumDelta(result.SizeY(), cal.Y()), result.SizeY() / 2}});
-    return result;
-}
+darr_c2DArray four_FFT(const darr_c2DArray& array) { return transformed(array, four_Forward); }
 
 darr_c2DArray four_IFFT(const darr_c2DArray& array) {
     darr_c2DArray result = transformed(array, four_Inverse);

@@ -8,7 +8,6 @@
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/fourier/four.h"
 #include "dataprocessing/kernels/convert.h"
-#include "dataprocessing/valuemodel/conv_check.h"
 
 namespace dataprocessing::detail {
 
@@ -38,14 +37,11 @@ void matchAndFit(Array& a, Array& b) {
 } // namespace
 
 template<class Array>
-const void* four_sOperand<Array>::Direct(dtyp_cDataType type) const {
-    conv_Check(array.DataType(), type, conv_RealPart);
-    return view_cView(array.Data(), array.DataType(), type, x, y).Direct();
-}
-
-template<class Array>
 void four_sOperand<Array>::Fetch(dtyp_cDataType type, void* target) const {
     const dtyp_cDataType own = array.DataType();
+    if (x.IsWhole() && y.IsWhole())
+        return conv_Elements(array.Data(), own, target, type,
+                             static_cast<std::size_t>(array.Count()), conv_RealPart);
     const view_cView view(array.Data(), own, own, x, y);
     if (own == type)
         return view.Fetch(0, view.Count(), target);

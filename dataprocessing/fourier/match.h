@@ -3,6 +3,7 @@
 /// @file
 /// Arrays as a transform wants to see them, before anything is copied.
 
+#include "dataprocessing/valuemodel/conv_check.h"
 #include "dataprocessing/valuemodel/view_make.h"
 
 namespace dataprocessing::detail {
@@ -18,7 +19,10 @@ struct four_sOperand {
 
     /// Its elements as elements of `type`, when they are stored like that; null otherwise. Throws
     /// the errors of conv_Convert.
-    const void* Direct(dtyp_cDataType type) const;
+    const void* Direct(dtyp_cDataType type) const {
+        conv_Check(array.DataType(), type, conv_RealPart);
+        return array.DataType() == type && x.IsWhole() && y.IsWhole() ? array.Data() : nullptr;
+    }
     /// Writes its elements as elements of `type`: those of the matched array, converted.
     void Fetch(dtyp_cDataType type, void* target) const;
 };

@@ -23,10 +23,6 @@ using Complex = comp_cComplex<float>;
 cal_cArrayCal transformedAxis(int size, const cal_cArrayCal& cal, four_eDirection direction) {
     return {0, 1.0 / (size * cal.Delta()), direction == four_Forward ? size / 2 : 0};
 }
-void setTransformedCal(darr_c1DArray& array, const cal_cArrayCal& x, const cal_cArrayCal&,
-                       four_eDirection direction) {
-    array.SetCal(cal_c1DArrayCal(transformedAxis(array.Size(), x, direction)));
-}
 void setTransformedCal(darr_c2DArray& array, const cal_cArrayCal& x, const cal_cArrayCal& y,
                        four_eDirection direction) {
     array.SetCal({transformedAxis(array.SizeX(), x, direction),
@@ -139,24 +135,6 @@ void transformLine(const Complex* elements, darr_c1DArray& result, four_eDirecti
                direction, direction == four_Forward ? radix_Centred : radix_Natural);
 }
 
-darr_c1DArray transformed(const four_sOperand<darr_c1DArray>& operand, four_eDirection direction) {
-    const void* elements = operand.Direct(dtyp_ComplexFloat);
-    darr_c1DArray result(operand.x.Count(), dtyp_ComplexFloat, cal_c1DArrayCal::Default);
-    if (elements == nullptr) {
-        operand.Fetch(dtyp_ComplexFloat, result.Data());
-        elements = result.Data();
-    }
-    transformLine(static_cast<const Complex*>(elements), result, direction);
-    return result;
-}
-
-darr_c1DArray transformedTaken(darr_c1DArray array, four_eDirection direction) {
-    if (array.DataType() != dtyp_ComplexFloat)
-        return transformed(four_sOperand<darr_c1DArray>(array), direction);
-    transformLine(array.Elements<Complex>().data(), array, direction);
-    return array;
-}
-
 // ---- Products -----------------------------------------------------------------------------------
 
 /// Multiplies spectra by what `prepare(first, count, factors)` finds for the elements from `first`
@@ -189,8 +167,15 @@ bool liesOnAGrid(const darr_c2DArray& array) {
 
 darr_c1DArray four_Transform(const four_sOperand<darr_c1DArray>& operand,
                              four_eDirection direction) {
-    darr_c1DArray result = transformed(operand, direction);
-    setTransformedCal(result, operand.x.Cal(), operand.y.Cal(), direction);
+    const void* elements = operand.Direct(dtyp_ComplexFloat);
+    const int size = operand.x.Count();
+    darr_c1DArray result(size, dtyp_ComplexFloat,
+                         cal_c1DArrayCal(transformedAxis(size, operand.x.Cal(), direction)));
+    if (elements == nullptr) {
+        operand.Fetch(dtyp_ComplexFloat, result.Data());
+        elements = result.Data();
+    }
+    transformLine(static_cast<const Complex*>(elements), result, direction);
     return result;
 }
 darr_c2DArray four_Transform(const four_sOperand<darr_c2DArray>& operand,
@@ -201,10 +186,11 @@ darr_c2DArray four_Transform(const four_sOperand<darr_c2DArray>& operand,
 }
 
 darr_c1DArray four_TransformTaken(darr_c1DArray array, four_eDirection direction) {
-    const cal_c1DArrayCal cal = array.Cal();
-    darr_c1DArray result = transformedTaken(std::move(array), direction);
-    setTransformedCal(result, cal, cal, direction);
-    return result;
+    if (array.DataType() != dtyp_ComplexFloat)
+        return four_Transform(four_sOperand<darr_c1DArray>(array), direction);
+    transformLine(array.Elements<Complex>().data(), array, direction);
+    array.SetCal(cal_c1DArrayCal(transformedAxis(array.Size(), array.Cal(), direction)));
+    return array;
 }
 darr_c2DArray four_TransformTaken(darr_c2DArray array, four_eDirection direction) {
     const cal_c2DArrayCal cal = array.Cal();

@@ -3,18 +3,18 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <utility>
 
 namespace dataprocessing::detail {
 
 namespace {
 
-constexpr std::size_t mostPasses = keep_twiddles;
-
-/// A table: real parts, then imaginary parts.
-double* begin(void* table) noexcept { return static_cast<double*>(table); }
+constexpr std::size_t mostPasses = 31;
 
 std::size_t halfOf(std::size_t pass) noexcept { return std::size_t{1} << pass; }
+/// The number of passes of a transform of `n` values.
+std::size_t passesOf(std::size_t n) noexcept {
+    return static_cast<std::size_t>(std::countr_zero(n));
+}
 
 /// The recurrence of one pass.
 struct sRecurrence {
@@ -36,11 +36,11 @@ struct sRecurrence {
     }
 };
 
-/// A recurrence on its way through its table.
+/// A recurrence on its way through its table: real parts, then imaginary parts.
 class cTableWalk {
 public:
-    cTableWalk(mem_cBlock& table, std::size_t half)
-        : w_(half), re_(begin(table.Data())), im_(re_ + half), end_(im_) {}
+    cTableWalk(double* table, std::size_t half)
+        : w_(half), re_(table), im_(table + half), end_(im_) {}
     bool IsAtEnd() const noexcept { return re_ == end_; }
     void Step() noexcept {
         *re_++ = w_.re;
@@ -104,33 +104,14 @@ private:
 
 } // namespace
 
-radix_cTwiddles::radix_cTwiddles(std::size_t n)
-    : tables_(static_cast<std::size_t>(std::countr_zero(n))) {
-    const std::size_t count = static_cast<std::size_t>(std::countr_zero(n));
-    const auto setPass = [&](std::size_t p, const double* table) {
-        passes_.pass[p] = {table, table + halfOf(p)};
-    };
-    std::size_t first = 0; // tables of shorter passes are there when a longer one is
-    for (; first < count; ++first) {
-        const double* const table = begin(tables_.Data(first));
-        if (table == nullptr)
-            break;
-        setPass(first, table);
-    }
-    if (first == count)
-        return;
-    mem_cBlock made[mostPasses];
-    for (std::size_t p = first; p < count; ++p)
-        made[p] = mem_cBlock(2 * halfOf(p) * sizeof(double));
-    walk([&](std::size_t p) { return cTableWalk(made[p], halfOf(p)); }, first, count - 1);
-    for (std::size_t p = first; p < count; ++p) {
-        setPass(p, begin(made[p].Data()));
-        tables_.Set(p, std::move(made[p]));
-    }
+template<>
+void radix_cTwiddles::Fill(std::size_t n) {
+    const std::size_t last = passesOf(n) - 1;
+    walk([&](std::size_t p) { return cTableWalk(Re(halfOf(p)), halfOf(p)); }, 0, last);
 }
 
 radix_sWalk radix_FindWalk(std::size_t n) noexcept {
-    const std::size_t begin = static_cast<std::size_t>(std::countr_zero(n)) - 4;
+    const std::size_t begin = passesOf(n) - 4;
     std::size_t end = begin + 4;
     while (end > begin && eighths[end - 1].isKnown)
         --end;

@@ -24,7 +24,8 @@ constexpr bool isSanitized = false;
 
 constexpr std::size_t largeLimit = isSanitized ? 0 : std::size_t{256} << 20;
 constexpr std::size_t shelfLimit = std::size_t{16} << 20;
-constexpr std::size_t loanLimit = std::size_t{8} << 20;
+constexpr std::size_t loanLimits[keep_places] = {std::size_t{8} << 20, std::size_t{8} << 20,
+                                                 std::size_t{16} << 20};
 // Blocks below this may lie among an allocator's pages of ordinary size, and to offer thousands of
 // those takes longer than to fill them.
 constexpr std::size_t offeredFrom = std::size_t{32} << 20;
@@ -68,6 +69,12 @@ struct sShelf {
     }
 };
 
+enum eState {
+    isUnused, // nothing has been kept yet
+    isOpen,
+    isClosed // the thread ends: from now on nothing is kept
+};
+
 /// All that a thread keeps. It has no destructor, so that it may be asked as long as the thread
 /// runs anything at all.
 struct sKeep {
@@ -77,7 +84,7 @@ struct sKeep {
     sBlock spare;
     sShelf shelf;
     mem_sStorage loans[keep_places];
-    bool closed; // the thread ends: from now on nothing is kept
+    eState state;
 
     void DropSpare() noexcept {
         if (spare.allocated != nullptr)
@@ -97,7 +104,7 @@ thread_local constinit sKeep keep{};
 struct sAtThreadEnd {
     bool registered = false;
     ~sAtThreadEnd() {
-        keep.closed = true;
+        keep.state = isClosed;
         keep.Clear();
     }
 };
@@ -105,10 +112,11 @@ thread_local sAtThreadEnd atThreadEnd;
 
 /// Whether something may be put into the keep, which from now on is cleared at the thread's end.
 bool opened() noexcept {
-    if (keep.closed)
-        return false;
-    atThreadEnd.registered = true;
-    return true;
+    if (keep.state == isUnused) {
+        atThreadEnd.registered = true;
+        keep.state = isOpen;
+    }
+    return keep.state == isOpen;
 }
 
 } // namespace
@@ -148,48 +156,14 @@ void keep_PutMiddle(void* allocated, std::size_t bytes) noexcept {
     shelf.total += bytes;
 }
 
-namespace {
-
-mem_sStorage take(std::size_t place) noexcept { return std::exchange(keep.loans[place], {}); }
-
-/// Keeps what was lent from `place`, or frees it.
-void put(std::size_t place, mem_sStorage lent) noexcept {
-    if (lent.bytes == 0)
-        return;
-    // Of two loans of one place that were open at the same time the one that ends last stays.
-    if (lent.bytes <= loanLimit && opened())
-        std::swap(keep.loans[place], lent);
-    if (lent.allocated != nullptr)
-        const mem_cBlock freed(lent);
-}
-
-} // namespace
-
-void keep_cLoan::Take(std::size_t place) noexcept {
-    block = mem_cBlock(take(place));
-    place_ = place;
-}
+keep_cLoan::keep_cLoan(keep_ePlace place) noexcept
+    : block(std::exchange(keep.loans[place], {})), place_(place) {}
 
 keep_cLoan::~keep_cLoan() {
-    if (place_ != keep_places)
-        put(place_, block.Detach());
-}
-
-keep_cTwiddlesLoan::keep_cTwiddlesLoan(std::size_t count) noexcept : count_(count) {
-    for (std::size_t table = 0; table < count; ++table)
-        kept_[table] = take(keep_Twiddles + table);
-}
-
-keep_cTwiddlesLoan::~keep_cTwiddlesLoan() {
-    for (std::size_t table = 0; table < count_; ++table)
-        put(keep_Twiddles + table, kept_[table]);
-}
-
-void* keep_cTwiddlesLoan::Data(std::size_t table) const noexcept {
-    mem_cBlock block(kept_[table]);
-    void* const data = block.Data();
-    block.Detach();
-    return data;
+    if (block.Size() == 0 || block.Size() > loanLimits[place_] || !opened())
+        return;
+    // Of two loans of one place that were open at the same time the one that ends last stays.
+    const mem_cBlock before(std::exchange(keep.loans[place_], block.Detach()));
 }
 
 } // namespace dataprocessing::detail

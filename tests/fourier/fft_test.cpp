@@ -1091,8 +1091,9 @@ TEST(RadixTwiddles, OfALongTransformAreNotKeptWhenMemoryRunsOut) {
         }
     };
     EXPECT_TRUE(isMade(kept, 0));
-    EXPECT_FALSE(isMade(4 * kept, 1));
+    EXPECT_FALSE(isMade(4 * kept, 0));
     EXPECT_FALSE(isMade(2 * kept, 0));
+    EXPECT_TRUE(isMade(kept, 1));
 }
 
 TEST(RadixRoom, IsKeptUpToThatOfALineOfTwoToTheTwentieth) {

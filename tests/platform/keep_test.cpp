@@ -15,11 +15,12 @@ using namespace dataprocessing::detail;
 
 namespace {
 
-constexpr std::size_t largestKept = std::size_t{8} << 20;
+constexpr std::size_t largestKept[] = {std::size_t{8} << 20, std::size_t{8} << 20,
+                                       std::size_t{16} << 20};
 
-std::size_t keptAt(std::size_t place) { return keep_cLoan(place).block.Size(); }
+std::size_t keptAt(keep_ePlace place) { return keep_cLoan(place).block.Size(); }
 
-void put(std::size_t place, std::size_t bytes) {
+void put(keep_ePlace place, std::size_t bytes) {
     keep_cLoan loan(place);
     loan.block = mem_cBlock(bytes);
     std::memset(loan.block.Data(), 7, bytes);
@@ -51,34 +52,14 @@ TEST(Keep, HandsALoanOutAgainAtItsPlaceAlone) {
     });
 }
 
-TEST(Keep, LendsTheFirstTablesTogether) {
+TEST(Keep, HoldsLoansOfUpToWhatTransformsNeed) {
     inThread([] {
-        put(keep_Twiddles, 100);
-        put(keep_Twiddles + 2, 300);
-        {
-            keep_cTwiddlesLoan tables(2);
-            EXPECT_EQ(static_cast<const char*>(tables.Data(0))[99], 7);
-            EXPECT_EQ(tables.Data(1), nullptr);
-            EXPECT_EQ(keptAt(keep_Twiddles), 0u) << "lent twice";
-            tables.Set(1, mem_cBlock(200));
-            EXPECT_NE(tables.Data(1), nullptr);
+        for (const keep_ePlace place : {keep_Room, keep_Roots, keep_Twiddles}) {
+            put(place, largestKept[place]);
+            EXPECT_EQ(keptAt(place), largestKept[place]);
+            put(place, largestKept[place] + 1);
+            EXPECT_EQ(keptAt(place), 0u);
         }
-        EXPECT_EQ(keptAt(keep_Twiddles), 100u);
-        EXPECT_EQ(keptAt(keep_Twiddles + 1), 200u);
-        EXPECT_EQ(keptAt(keep_Twiddles + 2), 300u) << "not asked for";
-        put(keep_Twiddles + 1, largestKept);
-        keep_cTwiddlesLoan(1).Set(0, mem_cBlock(largestKept + 1)); // too much to keep
-        EXPECT_EQ(keptAt(keep_Twiddles), 0u);
-        EXPECT_EQ(keptAt(keep_Twiddles + 1), largestKept);
-    });
-}
-
-TEST(Keep, HoldsLoansOfUpToEightMegabytes) {
-    inThread([] {
-        put(keep_Room, largestKept);
-        EXPECT_EQ(keptAt(keep_Room), largestKept);
-        put(keep_Room, largestKept + 1);
-        EXPECT_EQ(keptAt(keep_Room), 0u);
     });
 }
 
@@ -105,7 +86,7 @@ TEST(Keep, GoesWithItsThread) {
     const long live = liveAllocations();
     inThread([] {
         put(keep_Room, 1000);
-        put(keep_Twiddles + 30, largestKept);
+        put(keep_Twiddles, largestKept[keep_Twiddles]);
     });
     EXPECT_EQ(liveAllocations(), live);
 }
@@ -116,7 +97,7 @@ TEST(Keep, GivesEverythingBackWhenAsked) {
         const long live = liveAllocations();
         put(keep_Room, 1000);
         put(keep_Roots, std::size_t{1} << 20);
-        put(keep_Twiddles, largestKept);
+        put(keep_Twiddles, largestKept[keep_Twiddles]);
         { const mem_cBlock middle(std::size_t{1} << 20); }
         mem_ReleaseKept();
         EXPECT_EQ(liveAllocations(), live);
