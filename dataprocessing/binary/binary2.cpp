@@ -47,7 +47,7 @@ auto operate(eComparison comparison, const A& a, const B& b, bnry_eMaskCal cal =
     if (cal != bnry_DefaultCal && cal != bnry_DataCal)
         throw expt_cProgramException("binary2", 2, "Unknown calibration of a mask.");
     const auto& model = pair_Model(a, b);
-    if constexpr (!pair_isNumber<A> || !pair_isNumber<B>)
+    if constexpr (!pair_Number<A> || !pair_Number<B>)
         if (pair_IsEmpty(a, b)) {
             auto mask = bnry_MaskOfNothing(model);
             if (cal == bnry_DataCal)

@@ -10,18 +10,28 @@
 
 namespace dataprocessing::detail {
 
-scan_Loop scan_LoopFor(dtyp_cDataType type, int kind) {
-    scan_Loop loop = nullptr;
-    const bool isServed = dtyp_VisitOf<float, double, comp_cComplex<float>, comp_cComplex<double>>(
-        type, [&]<class T>(dtyp_Tag<T>) { loop = LEVEL_SELECT(scan_LoopOf<T>)(kind); });
+namespace {
+
+[[noreturn, gnu::cold]] void refuse(dtyp_cDataType type, bool isServed) {
     if (!isServed)
         throw expt_cProgramException(
             "scandata", 166, "Only floating and complex elements are scanned: convert others.");
-    if (loop == nullptr && type.IsComplex())
+    if (type.IsComplex())
         throw expt_cProgramException(
             "scandata", 119, "Complex elements have no sign and no order: only zeros are found.");
+    throw expt_cProgramException("scandata", 143, "Unknown scan.");
+}
+
+} // namespace
+
+scan_Loop scan_LoopFor(dtyp_cDataType type, int kind) {
+    const scan_Loop* loops = nullptr;
+    dtyp_VisitOf<float, double, comp_cComplex<float>, comp_cComplex<double>>(
+        type, [&]<class T>(dtyp_Tag<T>) { loops = *LEVEL_SELECT(scan_loops<T>); });
+    const bool isServed = loops != nullptr;
+    const scan_Loop loop = isServed && kind >= 0 && kind < scan_kinds ? loops[kind] : nullptr;
     if (loop == nullptr)
-        throw expt_cProgramException("scandata", 143, "Unknown scan.");
+        refuse(type, isServed);
     return loop;
 }
 

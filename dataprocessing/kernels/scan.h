@@ -14,7 +14,8 @@ enum scan_eKind : int {
     scan_Zero = 0,
     scan_ZeroOrNegative = 1,
     scan_Negative = 2,
-    scan_AbsLargerThanUnity = 3
+    scan_AbsLargerThanUnity = 3,
+    scan_kinds = 4
 };
 
 /// A loop that answers whether some of `count` elements has the property.

@@ -4,8 +4,8 @@
 /// Pairing: what happens to two operands before a loop runs over them, whichever of them are
 /// numbers and which arrays.
 
+#include <concepts>
 #include <optional>
-#include <type_traits>
 #include <utility>
 
 #include "dataprocessing/base/arr.h"
@@ -19,16 +19,15 @@ namespace dataprocessing::detail {
 /// Where a number lies.
 struct pair_sNowhere {};
 
-/// Whether an operand is a number, or where it lies is where numbers do.
+/// Satisfied by a number, and by where it lies.
 template<class Operand>
-inline constexpr bool pair_isNumber =
-    std::is_same_v<Operand, pnum_cNumber> || std::is_same_v<Operand, pair_sNowhere>;
+concept pair_Number = std::same_as<Operand, pnum_cNumber> || std::same_as<Operand, pair_sNowhere>;
 
 /// The operand that a result takes its kind and its calibration from: the first array, or a number
 /// where there is none.
 template<class A, class B>
 const auto& pair_Model(const A& a, const B& b) noexcept {
-    if constexpr (pair_isNumber<A>)
+    if constexpr (pair_Number<A>)
         return b;
     else
         return a;
@@ -37,10 +36,10 @@ const auto& pair_Model(const A& a, const B& b) noexcept {
 /// True where there are arrays, and none has an element: nothing is computed then.
 template<class A, class B>
 bool pair_IsEmpty(const A& a, const B& b) noexcept {
-    bool isEmpty = !pair_isNumber<A> || !pair_isNumber<B>;
-    if constexpr (!pair_isNumber<A>)
+    bool isEmpty = !pair_Number<A> || !pair_Number<B>;
+    if constexpr (!pair_Number<A>)
         isEmpty = isEmpty && a.Count() == 0;
-    if constexpr (!pair_isNumber<B>)
+    if constexpr (!pair_Number<B>)
         isEmpty = isEmpty && b.Count() == 0;
     return isEmpty;
 }
@@ -79,7 +78,8 @@ inline std::size_t pair_Count(const algn_sAxes& axes) noexcept { return algn_Cou
 template<class Operand>
 using pair_tAxes = decltype(pair_Axes(std::declval<const Operand&>()));
 
-/// One operand of two, seen in `type` where `axes` say. It refers to the operand.
+/// One operand of two, seen in `type`, which conv_Check accepts, where `axes` say. It refers to the
+/// operand.
 template<class Operand>
 class pair_cSide {
 public:
@@ -104,10 +104,16 @@ private:
 template<>
 class pair_cSide<pnum_cNumber> {
 public:
-    pair_cSide(const pnum_cNumber& number, dtyp_cDataType type, pair_sNowhere)
-        : source_(number.DataType() == type
-                      ? blocks_cSource(number)
-                      : blocks_cSource(converted_.emplace(conv_Convert(number, type)))) {}
+    pair_cSide(const pnum_cNumber& number, dtyp_cDataType type, pair_sNowhere) noexcept {
+        if (number.DataType() == type) {
+            source_ = blocks_cSource(number);
+            return;
+        }
+        // In its place: a number that is copied just after it was written has to wait for itself.
+        pnum_cNumber& converted = converted_.emplace(type);
+        conv_Elements(number.Data(), number.DataType(), converted.Data(), type, 1, conv_RealPart);
+        source_ = blocks_cSource(converted);
+    }
     pair_cSide(const pair_cSide&) = delete;
     pair_cSide& operator=(const pair_cSide&) = delete;
 
@@ -157,7 +163,7 @@ public:
     const blocks_cSource& Second() const noexcept { return second_.Source(); }
 
 private:
-    static constexpr bool areArrays = !pair_isNumber<A> && !pair_isNumber<B>;
+    static constexpr bool areArrays = !pair_Number<A> && !pair_Number<B>;
 
     static bool IsAligned(const pair_tAxes<A>& a, const pair_tAxes<B>& b) noexcept {
         if constexpr (areArrays)

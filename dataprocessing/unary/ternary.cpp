@@ -38,7 +38,7 @@ struct sMatched {
     template<class Mask>
     sMatched(const Mask& condition, const Value& value, dtyp_cDataType type)
         : axes(pair_Axes(value)) {
-        if constexpr (!pair_isNumber<Value>)
+        if constexpr (!pair_Number<Value>)
             isChanged = algn_MatchToMask(algn_Axes(condition), axes) || value.DataType() != type;
     }
 };
@@ -61,7 +61,7 @@ auto select(const Mask& condition, const A& a, const B& b) {
 
     // A single array value that had to be changed says where the result lies, else the condition.
     auto result = [&] {
-        if constexpr (pair_isNumber<A> != pair_isNumber<B>)
+        if constexpr (pair_Number<A> != pair_Number<B>)
             if (matchedA.isChanged || matchedB.isChanged)
                 return pair_Unset(pair_Model(a, b), type, pair_Model(matchedA.axes, matchedB.axes));
         return shapedLike(condition, type);
@@ -100,7 +100,7 @@ void chooseByMagnitude(eComparison comparison, dtyp_cDataType type, const blocks
 template<class A, class B>
 auto extreme(eComparison comparison, const A& a, const B& b) {
     const auto& model = pair_Model(a, b);
-    if constexpr (!pair_isNumber<A> || !pair_isNumber<B>)
+    if constexpr (!pair_Number<A> || !pair_Number<B>)
         if (pair_IsEmpty(a, b)) {
             auto holdsNowhere = bnry_MaskOfNothing(model);
             holdsNowhere.SetCal(model.Cal());
