@@ -25,6 +25,13 @@ enum dtyp_eDataType : int {
     dtyp_ComplexDouble = 10 ///< `comp_cComplex<double>`
 };
 
+namespace dataprocessing::detail {
+
+/// Bytes per element, by code.
+inline constexpr std::size_t elementSizes[] = {0, 1, 2, 4, 1, 2, 4, 4, 8, 8, 16};
+
+} // namespace dataprocessing::detail
+
 /// One element type code. Any code may be held; one outside 1 to 10 has `SizeOf()` 0, and what
 /// refuses it are the operations that cannot do without its elements.
 class dtyp_cDataType {
@@ -44,8 +51,7 @@ public:
     constexpr type_cBoolean IsComplex() const noexcept { return code_ == 9 || code_ == 10; }
     /// Bytes per element; 0 for an unknown code.
     constexpr std::size_t SizeOf() const noexcept {
-        constexpr std::size_t sizes[] = {0, 1, 2, 4, 1, 2, 4, 4, 8, 8, 16};
-        return IsKnown() ? sizes[code_] : 0;
+        return IsKnown() ? dataprocessing::detail::elementSizes[code_] : 0;
     }
 
     /// True when the codes are equal.

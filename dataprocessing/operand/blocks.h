@@ -33,19 +33,14 @@ public:
     blocks_cSource(const void* elements, dtyp_cDataType stored, dtyp_cDataType wanted,
                    conv_eComplexConversion mode = conv_RealPart) noexcept
         : data_(elements), stored_(stored), wanted_(wanted), mode_(mode), isArray_(true) {}
-    /// An array: the elements that `view` sees, in its type.
+    /// An array: the elements that `view` sees, in its type. They are fetched, also those that are
+    /// seen in their order.
     explicit blocks_cSource(const view_cView& view) noexcept
-        : blocks_cSource(view.Stored(), view.StoredType(), view.Type(), view.Mode()) {
-        if (data_ == nullptr) {
-            stored_ = dtyp_cDataType(0);
-            view_ = &view;
-        }
-    }
+        : wanted_(view.Type()), isArray_(true), view_(&view) {}
 
     /// Whether there are many elements rather than one.
     bool IsArray() const noexcept { return isArray_; }
-    /// The type that the elements are stored as in their order; of code 0 where that order is
-    /// another.
+    /// The type that the elements are stored as in their order; of code 0 where a view sees them.
     dtyp_cDataType StoredType() const noexcept { return stored_; }
     /// The elements as they are stored, in their StoredType(), which is known.
     blocks_cSource Stored() const noexcept {
@@ -76,7 +71,7 @@ private:
     dtyp_cDataType wanted_{0};
     conv_eComplexConversion mode_ = conv_RealPart;
     bool isArray_ = false;
-    const view_cView* view_ = nullptr; // of elements that are not stored in their order
+    const view_cView* view_ = nullptr;
 };
 
 /// What a loop goes over: the elements [first, last) of a result. A loop that only looks has none,

@@ -91,7 +91,7 @@ public:
 private:
     friend class view_cView;
 
-    // Axes are made for every operand of every operation: what only few need is worked out there.
+    // Axes are made for every operand of every operation, places for the few that are resampled.
     int storedCount_;
     int rescaledCount_;
     int count_;
@@ -120,14 +120,10 @@ public:
 
     /// The type of the elements seen.
     dtyp_cDataType Type() const noexcept { return seen_; }
-    /// The type of the elements stored.
-    dtyp_cDataType StoredType() const noexcept { return stored_; }
     /// The number of elements seen.
     std::size_t Count() const noexcept {
         return static_cast<std::size_t>(x_.Count()) * static_cast<std::size_t>(y_.Count());
     }
-    /// How complex elements are seen as real ones.
-    conv_eComplexConversion Mode() const noexcept { return mode_; }
     /// The X axis.
     const view_cAxis& X() const noexcept { return x_; }
     /// The Y axis.
@@ -136,8 +132,6 @@ public:
     /// The stored elements, when all of them are seen in their order, perhaps in another type;
     /// null otherwise.
     const void* Stored() const noexcept { return x_.IsWhole() && y_.IsWhole() ? data_ : nullptr; }
-    /// The elements themselves, when they are seen exactly as they are stored; null otherwise.
-    const void* Direct() const noexcept { return stored_ == seen_ ? Stored() : nullptr; }
 
     /// Writes the elements from `first` up to `first + count`, in storage order of what is seen,
     /// as elements of Type(). The caller keeps within Count().

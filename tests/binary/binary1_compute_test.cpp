@@ -13,13 +13,6 @@ using namespace dataprocessing::detail;
 
 namespace {
 
-/// Elements in one row, seen in a type.
-view_cView viewOf(const void* elements, dtyp_cDataType stored, dtyp_cDataType seen,
-                  std::size_t count) {
-    return {elements, stored, seen, view_cAxis(static_cast<int>(count), cal_cArrayCal()),
-            view_cAxis(1, cal_cArrayCal())};
-}
-
 template<class T>
 struct Operand {
     std::vector<T> elements;
@@ -72,10 +65,10 @@ TEST(WholeChunks, OfThirtyTwoBitTypesAreOfTwo) {
 TEST(WholeChunks, AreThoseOfTheResultsType) {
     const std::vector<signed char> a = {1, 2, 3, 4, 1};
     const pnum_cNumber five(short{5});
-    const view_cView view = viewOf(a.data(), dtyp_Int8, dtyp_Int16, a.size());
     std::vector<short> result(a.size());
-    EXPECT_TRUE(bnry_Compute(arit_Subtract, dtyp_Int16, blocks_cSource(five), blocks_cSource(view),
-                             result.data(), result.size()));
+    EXPECT_TRUE(bnry_Compute(arit_Subtract, dtyp_Int16, blocks_cSource(five),
+                             blocks_cSource(a.data(), dtyp_Int8, dtyp_Int16), result.data(),
+                             result.size()));
     EXPECT_EQ(result, (std::vector<short>{-4, -3, -2, -1, 4}));
 }
 
@@ -162,13 +155,13 @@ TEST(Compute, OfResultsThatPassTheCachesIsComplete) {
         a[i] = static_cast<unsigned short>(i * 7919);
         b[i] = static_cast<unsigned short>(i >> 3);
     }
-    const view_cView viewA = viewOf(a.data(), dtyp_UInt16, dtyp_Int32, count);
-    const view_cView viewB = viewOf(b.data(), dtyp_UInt16, dtyp_Int32, count);
+    const blocks_cSource sourceA(a.data(), dtyp_UInt16, dtyp_Int32);
+    const blocks_cSource sourceB(b.data(), dtyp_UInt16, dtyp_Int32);
     std::vector<int> result(count + 1, 42);
     for (const level_eSet level : levels()) {
         const LevelInUse inUse(level);
-        EXPECT_TRUE(bnry_Compute(arit_Subtract, dtyp_Int32, blocks_cSource(viewA),
-                                 blocks_cSource(viewB), result.data(), count));
+        EXPECT_TRUE(
+            bnry_Compute(arit_Subtract, dtyp_Int32, sourceA, sourceB, result.data(), count));
         std::size_t wrong = 0;
         for (std::size_t i = 0; i < count; ++i)
             wrong += result[i] != a[i] - b[i];
@@ -177,8 +170,8 @@ TEST(Compute, OfResultsThatPassTheCachesIsComplete) {
     }
     // A number minus the array: turned round as far as whole chunks reach, to the last but one.
     const pnum_cNumber three(3);
-    EXPECT_TRUE(bnry_Compute(arit_Subtract, dtyp_Int32, blocks_cSource(three),
-                             blocks_cSource(viewA), result.data(), count));
+    EXPECT_TRUE(bnry_Compute(arit_Subtract, dtyp_Int32, blocks_cSource(three), sourceA,
+                             result.data(), count));
     EXPECT_EQ(result[0], a[0] - 3);
     EXPECT_EQ(result[count - 2], a[count - 2] - 3);
     EXPECT_EQ(result[count - 1], 3 - a[count - 1]);

@@ -165,29 +165,26 @@ private:
     std::unique_ptr<unsigned char[]> data_;
 };
 
-/// The operation on views of exactly allocated operands, into an exactly
-/// allocated result.
+/// The operation on exactly allocated operands, into an exactly allocated result.
 Value computedInExactBlocks(int operation, const Value& a, const Value& b) {
     const int type = oracle::resultType(a.type, b.type, operation);
-    const auto viewOf = [type](const Value& value, const ExactBlock& block) {
-        const view_cAxis x(value.x.count, {value.x.offset, value.x.delta, value.x.index});
-        return view_cView(block.data(), dtyp_cDataType(value.type), dtyp_cDataType(type), x,
-                          view_cAxis(value.y.count, {}));
-    };
     const auto blockOf = [type](const Value& value) {
         return ExactBlock(value.dimensions == 0 ? oracle::convertedTo(value, type) : value);
     };
     const ExactBlock blockA = blockOf(a), blockB = blockOf(b);
-    const view_cView viewA = viewOf(a, blockA), viewB = viewOf(b, blockB);
     const auto numberOf = [type](const Value& value, const ExactBlock& block) {
         return value.dimensions == 0 ? pnum_cNumber(dtyp_cDataType(type), block.data())
                                      : pnum_cNumber(0);
     };
     const pnum_cNumber numberA = numberOf(a, blockA), numberB = numberOf(b, blockB);
-    const blocks_cSource first =
-        a.dimensions == 0 ? blocks_cSource(numberA) : blocks_cSource(viewA);
-    const blocks_cSource second =
-        b.dimensions == 0 ? blocks_cSource(numberB) : blocks_cSource(viewB);
+    const auto sourceOf = [type](const Value& value, const ExactBlock& block,
+                                 const pnum_cNumber& number) {
+        return value.dimensions == 0
+                   ? blocks_cSource(number)
+                   : blocks_cSource(block.data(), dtyp_cDataType(value.type), dtyp_cDataType(type));
+    };
+    const blocks_cSource first = sourceOf(a, blockA, numberA);
+    const blocks_cSource second = sourceOf(b, blockB, numberB);
 
     Value result = a.dimensions == 0 ? b : a;
     const ExactBlock out(ExactBlock::sizeOf(type) * result.elements.size());
