@@ -3,6 +3,8 @@
 /// @file
 /// Ramps: arrays whose elements are functions of their own calibrated positions.
 
+#include <utility>
+
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/cal.h"
 #include "dataprocessing/valuemodel/darr.h"
@@ -35,7 +37,9 @@ public:
     void SetRange(const rnge_c1DRange& range);
 
     /// A copy of the ramp.
-    operator darr_c1DArray() const { return array_; }
+    operator darr_c1DArray() const& { return array_; }
+    /// The ramp itself, of one that goes.
+    operator darr_c1DArray() && { return std::move(array_); }
 
 private:
     int count_;
@@ -59,7 +63,9 @@ public:
     void SetRange(const rnge_c2DRange& range);
 
     /// A copy of the ramp.
-    operator darr_c2DArray() const { return array_; }
+    operator darr_c2DArray() const& { return array_; }
+    /// The ramp itself, of one that goes.
+    operator darr_c2DArray() && { return std::move(array_); }
 
 private:
     ramp_eRampType type_;

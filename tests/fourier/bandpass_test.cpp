@@ -2,6 +2,7 @@
 
 #include "dataprocessing/fourier/four.h"
 #include "dataprocessing/fourier/prut.h"
+#include "tests/failing_new.h"
 #include "tests/fourier/fft_oracle.h"
 #include "tests/support/elements.h"
 
@@ -73,6 +74,20 @@ TEST(BandPassFilter, BlocksTheCentreOfAnImageUnlessLowIsNegative) {
     };
     EXPECT_EQ(centre(0), 0);
     EXPECT_EQ(centre(-1e-9), 1);
+}
+
+// One ramp, and three masks of bytes: what has passed either bound, and both.
+TEST(BandPassFilter, HoldsLessThanTwiceItsSizeAtATime) {
+    constexpr std::size_t count = 30000; // storage that is not kept
+    const std::size_t most = count * sizeof(float) * 15 / 8;
+    {
+        const PeakOfNew peak;
+        prut_BandPassFilter(int{count}, 0.1, 0.4);
+        EXPECT_LT(peak.Bytes(), most);
+    }
+    const PeakOfNew peak;
+    prut_BandPassFilter(200, int{count} / 200, 0.1, 0.4);
+    EXPECT_LT(peak.Bytes(), most);
 }
 
 TEST(BandPassFilter, RefusesNegativeSizesAndHasZerosForNone) {
