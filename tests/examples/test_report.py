@@ -6,11 +6,11 @@ import json
 import os
 import pathlib
 import re
-import shutil
 import struct
 import xml.etree.ElementTree as ElementTree
 import zlib
 
+import browser
 import pytest
 
 LOOK = pathlib.Path(__file__).with_name("look.js").read_text()
@@ -136,23 +136,11 @@ def test_file_of_strange_input(tour, tmp_path):
 
 @pytest.fixture(scope="module")
 def chromium():
-    """Skipped where there is no Chromium, its driver or selenium (Debian: chromium-driver, python3-selenium)."""
-    webdriver = pytest.importorskip("selenium.webdriver")
-    service = pytest.importorskip("selenium.webdriver.chrome.service")
-    program = next(filter(None, map(shutil.which, ("chromium", "chromium-browser", "google-chrome"))), None)
-    driver = shutil.which("chromedriver")
-    if program is None or driver is None:
-        pytest.skip("there is no Chromium with its driver")
-    options = webdriver.ChromeOptions()
-    options.binary_location = program
-    for argument in ("--headless=new", "--disable-gpu", "--disable-dev-shm-usage", "--hide-scrollbars",
-                     *(["--no-sandbox"] if os.geteuid() == 0 else [])):
-        options.add_argument(argument)
-    options.set_capability("goog:loggingPrefs", {"performance": "ALL", "browser": "ALL"})
-    browser = webdriver.Chrome(service=service.Service(driver), options=options)
-    browser.set_script_timeout(120)
-    yield browser
-    browser.quit()
+    found = browser.launched("performance", "browser")
+    if found is None:
+        pytest.skip("there is no Chromium with its driver and selenium")
+    yield found
+    found.quit()
 
 
 def complaints(chromium, url):
@@ -171,10 +159,8 @@ def test_browser(chromium, tour, tmp_path):
     url = (tmp_path / "tour-out/report.html").as_uri()
     for width, height in ((390, 844), (320, 640), (768, 1024), (1280, 900)):
         for scheme in ("light", "dark"):
-            chromium.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {
-                "width": width, "height": height, "deviceScaleFactor": 2, "mobile": width < 600})
-            chromium.execute_cdp_cmd("Emulation.setEmulatedMedia", {
-                "features": [{"name": "prefers-color-scheme", "value": scheme}]})
+            browser.resize(chromium, width, height, 2, width < 600)
+            browser.prefer(chromium, scheme)
             chromium.get(url)
             seen = chromium.execute_async_script(LOOK, width)
             assert (width, scheme, seen["wrong"] + list(complaints(chromium, url))) == (width, scheme, [])
