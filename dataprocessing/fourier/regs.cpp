@@ -4,12 +4,18 @@
 #include <bit>
 #include <cmath>
 #include <cstddef>
+#include <limits>
+#include <numeric>
+#include <span>
 #include <utility>
 #include <vector>
 
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/base/type.h"
 #include "dataprocessing/fourier/regs_correlation.h"
+#include "dataprocessing/fourier/regs_plane.h"
+#include "dataprocessing/fourier/regs_search.h"
+#include "dataprocessing/fourier/regs_squares.h"
 #include "dataprocessing/kernels/convert.h"
 #include "dataprocessing/valuemodel/conv_check.h"
 
@@ -28,8 +34,37 @@ void requireEqualDeltas(const cal_cArrayCal& a, const cal_cArrayCal& b) {
 void requireOptions(const regs_sOptions& options) {
     if (!(options.low >= 0 && options.low < options.high) ||
         !(options.overlap > 0 && options.overlap <= 1) || options.subElement < regs_Fourier ||
-        options.subElement > regs_Whole)
+        options.subElement > regs_LeastSquares)
         throw expt_cProgramException("regs", 1, "An option is not one that there is.");
+}
+
+struct sContent {
+    double sum;
+    double lowest;
+    double highest;
+};
+
+/// Sums and extremes, of what is not NaN, in lanes that need not wait for each other.
+sContent contentOf(std::span<const double> values) {
+    constexpr std::size_t lanes = 8;
+    double sums[lanes] = {};
+    double lowest[lanes];
+    double highest[lanes];
+    std::fill_n(lowest, lanes, std::numeric_limits<double>::infinity());
+    std::fill_n(highest, lanes, -std::numeric_limits<double>::infinity());
+    const auto add = [&](std::size_t lane, double value) {
+        sums[lane] += value;
+        lowest[lane] = value < lowest[lane] ? value : lowest[lane];
+        highest[lane] = value > highest[lane] ? value : highest[lane];
+    };
+    std::size_t i = 0;
+    for (; i + lanes <= values.size(); i += lanes)
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            add(lane, values[i + lane]);
+    for (; i < values.size(); ++i)
+        add(0, values[i]);
+    return {std::accumulate(sums, sums + lanes, 0.0), *std::min_element(lowest, lowest + lanes),
+            *std::max_element(highest, highest + lanes)};
 }
 
 /// The elements less their mean, the largest scaled to 1.
@@ -42,23 +77,18 @@ regs_sPlane planeOf(const parr_cNumberArray& array, int sizeX, int sizeY) {
     std::vector<double> values(plane.values.size());
     conv_Elements(array.Data(), array.DataType(), values.data(), dtyp_Double, values.size(),
                   conv_RealPart);
-    double sum = 0;
-    for (const double value : values)
-        sum += value;
-    const double mean = sum / static_cast<double>(values.size());
-    double largest = 0;
-    for (const double value : values)
-        largest = std::max(largest, std::fabs(value - mean));
-    const bool areEqual =
-        std::all_of(values.begin(), values.end(), [&](double value) { return value == values[0]; });
-    if (values.empty() || !std::isfinite(sum) || !std::isfinite(largest) || areEqual)
+    const sContent content = contentOf(values);
+    const double mean = content.sum / static_cast<double>(values.size());
+    const double largest = std::max(content.highest - mean, mean - content.lowest);
+    if (values.empty() || !std::isfinite(content.sum) || !std::isfinite(largest) ||
+        content.lowest == content.highest)
         throw expt_cUserException("regs", 4, "There is nothing to register by.");
     std::transform(values.begin(), values.end(), plane.values.begin(),
                    [&](double value) { return static_cast<float>((value - mean) / largest); });
     return plane;
 }
 
-/// Means of so many elements along each axis; a rest that fills no mean is left out.
+/// Means of so many elements along each axis, less their mean; a rest that fills none is left out.
 regs_sPlane averaged(const regs_sPlane& plane, int perX, int perY) {
     regs_sPlane result(plane.sizeX / perX, plane.sizeY / perY);
     const float part = 1.0F / static_cast<float>(perX * perY);
@@ -69,192 +99,31 @@ regs_sPlane averaged(const regs_sPlane& plane, int perX, int perY) {
             for (int i = 0; i < perX; ++i)
                 to[x] += part * *from++;
     }
+    double sum = 0;
+    for (const float value : result.values)
+        sum += static_cast<double>(value);
+    const float mean = static_cast<float>(sum / static_cast<double>(result.values.size()));
+    for (float& value : result.values)
+        value -= mean;
     return result;
 }
 
-/// What overlaps along one axis when element i of the fixed array lies at i + shift of the moved.
-struct sOverlap {
-    int first; // of the fixed array
-    int count;
-
-    /// From 256 elements on, no more than the middle power of two of them where that is most of
-    /// them: the transform of the rest up to the next power would take much longer.
-    sOverlap Middle() const {
-        sOverlap middle = *this;
-        const int power = static_cast<int>(std::bit_floor(static_cast<unsigned>(count)));
-        if (power >= 256 && count < power + power / 2) {
-            middle.first += (count - power) / 2;
-            middle.count = power;
-        }
-        return middle;
+/// From 256 elements on, no more than the middle power of two of what overlaps where that is most
+/// of it: the transform of the rest up to the next power would take much longer.
+regs_sOverlap middle(regs_sOverlap overlap) {
+    const int power = static_cast<int>(std::bit_floor(static_cast<unsigned>(overlap.count)));
+    if (power >= 256 && overlap.count < power + power / 2) {
+        overlap.first += (overlap.count - power) / 2;
+        overlap.count = power;
     }
-    sOverlap(int fixed, int moved, int shift)
-        : first(std::max(0, -shift)), count(std::min(fixed, moved - shift) - first) {}
-};
-
-/// The correlation coefficient of what overlaps.
-double coefficient(const regs_sPlane& fixed, const regs_sPlane& moved, int shiftX, int shiftY) {
-    const sOverlap x(fixed.sizeX, moved.sizeX, shiftX);
-    const sOverlap y(fixed.sizeY, moved.sizeY, shiftY);
-    if (x.count <= 0 || y.count <= 0)
-        return 0;
-    double a = 0, b = 0, aa = 0, ab = 0, bb = 0;
-    for (int row = y.first; row < y.first + y.count; ++row) {
-        const float* p = fixed.Row(row) + x.first;
-        const float* q = moved.Row(row + shiftY) + x.first + shiftX;
-        for (int i = 0; i < x.count; ++i) {
-            const double u = static_cast<double>(p[i]);
-            const double v = static_cast<double>(q[i]);
-            a += u;
-            b += v;
-            aa += u * u;
-            ab += u * v;
-            bb += v * v;
-        }
-    }
-    const double n = static_cast<double>(x.count) * y.count;
-    const double energy = (aa - a * a / n) * (bb - b * b / n);
-    return energy > 0 ? (ab - a * b / n) / std::sqrt(energy) : 0;
+    return overlap;
 }
-
-struct sShift {
-    int x;
-    int y;
-};
 
 int powerFor(long long size) {
     if (size > 1 << 30)
         arr_SizeError(size);
     return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::max(2LL, size))));
 }
-
-/// Whether a band leaves out any frequency but 0.
-bool isBanded(const regs_sBand& band) { return band.low > 0 || band.high < std::sqrt(2.0); }
-
-/// A shift and what is told of it.
-struct sPeak {
-    sShift shift;
-    double height; // the coefficient
-    double rank;
-};
-
-/// From the middle one of three values to the vertex of the parabola through them.
-double vertex(float before, float here, float after) {
-    const double part =
-        0.5 * (static_cast<double>(after) - static_cast<double>(before)) /
-        (2 * static_cast<double>(here) - static_cast<double>(before) - static_cast<double>(after));
-    return std::fabs(part) <= 0.5 ? part : 0;
-}
-
-struct sPlace {
-    double x;
-    double y;
-};
-
-/// The peaks of the correlation over all shifts at which enough overlaps.
-class cSearch {
-public:
-    cSearch(const regs_sPlane& fixed, const regs_sPlane& moved, const regs_sBand& band,
-            double overlap)
-        : fixed_(fixed), moved_(moved), overlap_(overlap), isBanded_(isBanded(band)),
-          correlation_(fixed, moved, powerFor(0LL + fixed.sizeX + moved.sizeX - 1),
-                       powerFor(0LL + fixed.sizeY + moved.sizeY - 1), band, regs_AllAlike) {}
-
-    /// The best peaks, by falling rank. The correlation weighs brightness as well as likeness, so a
-    /// few of its highest peaks are compared by what really overlaps.
-    std::vector<sPeak> Peaks() const {
-        std::vector<sPeak> peaks;
-        for (const auto& [value, shift] : Highest()) {
-            const double height = coefficient(fixed_, moved_, shift.x, shift.y);
-            const double count =
-                static_cast<double>(sOverlap(fixed_.sizeX, moved_.sizeX, shift.x).count) *
-                sOverlap(fixed_.sizeY, moved_.sizeY, shift.y).count;
-            // What is outside of the band is in the elements, but not in the correlation.
-            peaks.push_back({shift, height,
-                             isBanded_ ? static_cast<double>(value) : height * std::sqrt(count)});
-        }
-        std::sort(peaks.begin(), peaks.end(),
-                  [](const sPeak& a, const sPeak& b) { return a.rank > b.rank; });
-        return peaks;
-    }
-
-    /// Where the peak at a shift lies between elements.
-    sPlace Between(const sShift& shift) const {
-        const auto along = [&](int dx, int dy) {
-            return vertex(correlation_.At(shift.x - dx, shift.y - dy),
-                          correlation_.At(shift.x, shift.y),
-                          correlation_.At(shift.x + dx, shift.y + dy));
-        };
-        return {shift.x + (fixed_.sizeX + moved_.sizeX > 4 ? along(1, 0) : 0),
-                shift.y + (fixed_.sizeY + moved_.sizeY > 4 ? along(0, 1) : 0)};
-    }
-
-private:
-    using Candidate = std::pair<float, sShift>;
-
-    /// The highest local maxima of the correlation over the square root of the overlap.
-    std::vector<Candidate> Highest() const {
-        constexpr std::size_t most = 12;
-        const std::vector<float> alongX = Weights(fixed_.sizeX, moved_.sizeX);
-        const std::vector<float> alongY = Weights(fixed_.sizeY, moved_.sizeY);
-        const auto isLower = [](const Candidate& a, const Candidate& b) {
-            return a.first > b.first;
-        };
-        std::vector<Candidate> highest; // a heap, the lowest first
-        float least = 0;
-        for (std::size_t j = 0; j < alongY.size(); ++j) {
-            const int y = static_cast<int>(j) + 1 - fixed_.sizeY;
-            const float* row = correlation_.Row(y);
-            for (std::size_t i = 0; i < alongX.size(); ++i) {
-                const sShift shift{static_cast<int>(i) + 1 - fixed_.sizeX, y};
-                const int column = shift.x < 0 ? shift.x + correlation_.SizeX() : shift.x;
-                const float value = row[column] * alongX[i] * alongY[j];
-                if (!(value > least) || !IsPeak(shift))
-                    continue;
-                if (highest.size() == most) {
-                    std::pop_heap(highest.begin(), highest.end(), isLower);
-                    highest.pop_back();
-                }
-                highest.emplace_back(value, shift);
-                std::push_heap(highest.begin(), highest.end(), isLower);
-                least = highest.size() < most ? 0.0F : highest.front().first;
-            }
-        }
-        std::sort_heap(highest.begin(), highest.end(), isLower);
-        // What is far below the highest one is not worth a comparison; there is always a second.
-        while (highest.size() > 2 && highest.back().first < 0.5F * highest.front().first)
-            highest.pop_back();
-        return highest;
-    }
-
-    /// One over the square root of the overlap at each shift along an axis; 0 where it is too
-    /// small.
-    std::vector<float> Weights(int fixed, int moved) const {
-        const double enough = std::max(1.0, overlap_ * std::min(fixed, moved));
-        std::vector<float> weights;
-        for (int shift = 1 - fixed; shift < moved; ++shift) {
-            const int count = sOverlap(fixed, moved, shift).count;
-            weights.push_back(count < enough ? 0 : 1 / std::sqrt(static_cast<float>(count)));
-        }
-        return weights;
-    }
-
-    bool IsPeak(const sShift& shift) const {
-        const float here = correlation_.At(shift.x, shift.y);
-        const auto isAbove = [&](int dx, int dy) {
-            return here > correlation_.At(shift.x - dx, shift.y - dy) &&
-                   here >= correlation_.At(shift.x + dx, shift.y + dy);
-        };
-        return (fixed_.sizeX + moved_.sizeX == 2 || isAbove(1, 0)) &&
-               (fixed_.sizeY + moved_.sizeY == 2 || isAbove(0, 1));
-    }
-
-    const regs_sPlane& fixed_;
-    const regs_sPlane& moved_;
-    double overlap_;
-    bool isBanded_;
-    regs_cCorrelation correlation_;
-};
 
 /// A part of a plane less its mean, faded out over an eighth of it towards each edge.
 regs_sPlane faded(const regs_sPlane& plane, int firstX, int firstY, int sizeX, int sizeY) {
@@ -288,10 +157,10 @@ regs_sPlane faded(const regs_sPlane& plane, int firstX, int firstY, int sizeX, i
 }
 
 /// The shift near `start`, at most `reach` away, of what overlaps there.
-sPlace refined(const regs_sPlane& fixed, const regs_sPlane& moved, const sShift& start,
-               const sShift& reach, const regs_sOptions& options) {
-    const sOverlap x = sOverlap(fixed.sizeX, moved.sizeX, start.x).Middle();
-    const sOverlap y = sOverlap(fixed.sizeY, moved.sizeY, start.y).Middle();
+regs_sPlace refined(const regs_sPlane& fixed, const regs_sPlane& moved, const regs_sShift& start,
+                    const regs_sShift& reach, const regs_sOptions& options) {
+    const regs_sOverlap x = middle({fixed.sizeX, moved.sizeX, start.x});
+    const regs_sOverlap y = middle({fixed.sizeY, moved.sizeY, start.y});
     const regs_cCorrelation correlation(
         faded(fixed, x.first, y.first, x.count, y.count),
         faded(moved, x.first + start.x, y.first + start.y, x.count, y.count), powerFor(x.count),
@@ -308,17 +177,37 @@ sPlace refined(const regs_sPlane& fixed, const regs_sPlane& moved, const sShift&
             }
     double restX = bestX;
     double restY = bestY;
-    if (options.subElement == regs_Fourier) {
+    if (options.subElement == regs_Fourier || options.subElement == regs_LeastSquares) {
         correlation.Climb(restX, restY);
     } else if (options.subElement == regs_Parabola) {
         const auto along = [&](int dx, int dy) {
-            return vertex(correlation.At(bestX - dx, bestY - dy), correlation.At(bestX, bestY),
-                          correlation.At(bestX + dx, bestY + dy));
+            return regs_Vertex(correlation.At(bestX - dx, bestY - dy), correlation.At(bestX, bestY),
+                               correlation.At(bestX + dx, bestY + dy));
         };
         restX += x.count > 2 ? along(1, 0) : 0;
         restY += y.count > 2 ? along(0, 1) : 0;
     }
     return {start.x + restX, start.y + restY};
+}
+
+regs_sShift nearest(const regs_sPlace& place) {
+    return {static_cast<int>(std::lround(place.x)), static_cast<int>(std::lround(place.y))};
+}
+
+/// A fixed and a moved plane.
+struct sPair {
+    regs_sPlane fixed;
+    regs_sPlane moved;
+};
+
+/// Moves `place`, in elements, by least squares, among the means of some of them and then among
+/// themselves. False where that leads nowhere.
+bool approached(const sPair& means, const sPair& whole, int perX, int perY, regs_sPlace& place) {
+    regs_sPlace among{place.x / perX, place.y / perY};
+    if (!regs_Approach(means.fixed, means.moved, regs_Near, among))
+        return false;
+    place = {among.x * perX, among.y * perY};
+    return regs_Approach(whole.fixed, whole.moved, regs_Exact, place);
 }
 
 /// How many elements are averaged along an axis before the search.
@@ -330,11 +219,39 @@ int averagedAlong(int fixed, int moved, int most, double low) {
     return std::max(1, count);
 }
 
-regs_s2DShift found(const regs_sPlane& fixed, const regs_sPlane& moved,
+/// The shift that the search's peaks lead to, the best one first.
+regs_sPlace placeOf(const regs_cSearch& search, const std::vector<regs_sPeak>& peaks,
+                    const sPair& means, const sPair& whole, int perX, int perY,
                     const regs_sOptions& options) {
+    constexpr std::size_t most = 3;
+    regs_sPlace first{};
+    bool isApproached = false;
+    for (std::size_t i = 0; i < std::min(most, peaks.size()) && !isApproached; ++i) {
+        if (peaks[i].rank < 0.5 * peaks[0].rank)
+            break;
+        const regs_sShift& peak = peaks[i].shift;
+        const regs_sPlace between = search.Between(peak).place;
+        regs_sPlace place{between.x * perX, between.y * perY};
+        isApproached = !regs_IsBanded({options.low, options.high}) &&
+                       approached(means, whole, perX, perY, place);
+        if (i == 0 || isApproached)
+            first = place;
+    }
+    if (isApproached && options.subElement == regs_LeastSquares)
+        return first;
+    const int reachX = isApproached ? 1 : perX + 1;
+    const int reachY = whole.fixed.sizeY == 1 && whole.moved.sizeY == 1 ? 0
+                       : isApproached                                   ? 1
+                                                                        : perY + 1;
+    return refined(whole.fixed, whole.moved, nearest(first), {reachX, reachY}, options);
+}
+
+regs_s2DShift found(const sPair& whole, const regs_sOptions& options) {
+    const regs_sPlane& fixed = whole.fixed;
+    const regs_sPlane& moved = whole.moved;
     const bool isLine = fixed.sizeY == 1 && moved.sizeY == 1;
-    const bool banded = isBanded({options.low, options.high});
-    const int most = isLine ? 1 << 16 : 160;
+    const bool banded = regs_IsBanded({options.low, options.high});
+    const int most = isLine ? 1 << 16 : 128;
     int perX = averagedAlong(fixed.sizeX, moved.sizeX, most, options.low);
     int perY = averagedAlong(fixed.sizeY, moved.sizeY, most, options.low);
     // Below this the search has not found the content again.
@@ -342,24 +259,17 @@ regs_s2DShift found(const regs_sPlane& fixed, const regs_sPlane& moved,
     regs_s2DShift best;
     best.height = -2;
     while (true) {
-        regs_sPlane a = averaged(fixed, perX, perY);
-        regs_sPlane b = averaged(moved, perX, perY);
+        sPair means{averaged(fixed, perX, perY), averaged(moved, perX, perY)};
         // What a band is to leave out would come back in by its steps at the edges.
-        if (banded) {
-            a = faded(a, 0, 0, a.sizeX, a.sizeY);
-            b = faded(b, 0, 0, b.sizeX, b.sizeY);
-        }
+        if (banded)
+            means = {faded(means.fixed, 0, 0, means.fixed.sizeX, means.fixed.sizeY),
+                     faded(means.moved, 0, 0, means.moved.sizeX, means.moved.sizeY)};
         const double per = std::max(perX, perY);
-        const cSearch search(a, b, {options.low * per, options.high * per}, options.overlap);
-        const std::vector<sPeak> peaks = search.Peaks();
-        const sShift first = peaks.empty() ? sShift{0, 0} : peaks[0].shift;
-        const sPlace peak = search.Between(first);
-        const sShift start{perX == 1 ? first.x : static_cast<int>(std::lround(peak.x * perX)),
-                           perY == 1 ? first.y : static_cast<int>(std::lround(peak.y * perY))};
-        const sPlace place =
-            refined(fixed, moved, start, {perX + 1, isLine ? 0 : perY + 1}, options);
-        const double height = coefficient(fixed, moved, static_cast<int>(std::lround(place.x)),
-                                          static_cast<int>(std::lround(place.y)));
+        const regs_cSearch search(means.fixed, means.moved, {options.low * per, options.high * per},
+                                  options.overlap);
+        const std::vector<regs_sPeak> peaks = search.Peaks();
+        const regs_sPlace place = placeOf(search, peaks, means, whole, perX, perY, options);
+        const double height = regs_LikenessOf(fixed, moved, nearest(place)).coefficient;
         if (height > best.height) {
             best.elementsX = place.x;
             best.elementsY = place.y;
@@ -389,7 +299,7 @@ regs_s1DShift regs_Register(const darr_c1DArray& fixed, const darr_c1DArray& mov
     requireOptions(options);
     requireEqualDeltas(fixed.Cal(), moved.Cal());
     const regs_s2DShift shift =
-        found(planeOf(fixed, fixed.Size(), 1), planeOf(moved, moved.Size(), 1), options);
+        found({planeOf(fixed, fixed.Size(), 1), planeOf(moved, moved.Size(), 1)}, options);
     return {calibrated(shift.elementsX, fixed.Cal(), moved.Cal()), shift.elementsX, shift.height,
             shift.second};
 }
@@ -399,8 +309,9 @@ regs_s2DShift regs_Register(const darr_c2DArray& fixed, const darr_c2DArray& mov
     requireOptions(options);
     requireEqualDeltas(fixed.Cal().X(), moved.Cal().X());
     requireEqualDeltas(fixed.Cal().Y(), moved.Cal().Y());
-    regs_s2DShift shift = found(planeOf(fixed, fixed.SizeX(), fixed.SizeY()),
-                                planeOf(moved, moved.SizeX(), moved.SizeY()), options);
+    regs_s2DShift shift = found({planeOf(fixed, fixed.SizeX(), fixed.SizeY()),
+                                 planeOf(moved, moved.SizeX(), moved.SizeY())},
+                                options);
     shift.x = calibrated(shift.elementsX, fixed.Cal().X(), moved.Cal().X());
     shift.y = calibrated(shift.elementsY, fixed.Cal().Y(), moved.Cal().Y());
     return shift;

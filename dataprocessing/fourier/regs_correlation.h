@@ -4,27 +4,11 @@
 /// Correlation of real images by their packed spectra.
 
 #include <cstddef>
-#include <vector>
 
+#include "dataprocessing/fourier/regs_plane.h"
 #include "dataprocessing/valuemodel/darr.h"
 
 namespace dataprocessing::detail {
-
-/// Values of an image, row after row.
-struct regs_sPlane {
-    int sizeX = 0;
-    int sizeY = 0;
-    std::vector<float> values;
-
-    regs_sPlane(int x, int y)
-        : sizeX(x), sizeY(y), values(static_cast<std::size_t>(x) * static_cast<std::size_t>(y)) {}
-    float* Row(int y) {
-        return values.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(sizeX);
-    }
-    const float* Row(int y) const {
-        return values.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(sizeX);
-    }
-};
 
 /// The frequencies that take part, as parts of the Nyquist frequency.
 struct regs_sBand {

@@ -481,6 +481,7 @@ class SubElement(_Enum):
     FOURIER: ClassVar[SubElement]
     PARABOLA: ClassVar[SubElement]
     WHOLE: ClassVar[SubElement]
+    LEAST_SQUARES: ClassVar[SubElement]
 
 class Weights(_Enum):
     EQUAL: ClassVar[Weights]

@@ -25,13 +25,13 @@ class Shift(NamedTuple):
 
 
 def register(
-    moved: Any, ref: Any, band: tuple[float, float] = (0.0, 2.0), overlap: float = 0.25, sub: str = "fourier"
+    moved: Any, ref: Any, band: tuple[float, float] = (0.0, 2.0), overlap: float = 0.25, sub: str = "squares"
 ) -> Shift:
     """How far ``moved`` lies from ``ref``, two arrays or two images of equal deltas and any sizes.
 
     ``band`` is what is used of the spatial frequencies, as parts of the Nyquist frequency; ``overlap`` the part
-    of the smaller array that must overlap at least; ``sub`` how the shift is found between elements: "fourier",
-    "parabola" or "whole". ProgramError for deltas that differ and complex elements, DataError for arrays without
+    of the smaller array that must overlap at least; ``sub`` how the shift is found between elements: "squares",
+    where what overlaps differs least, "fourier", "parabola" or "whole". ProgramError for deltas that differ and complex elements, DataError for arrays without
     elements, or with all elements equal.
 
         >>> import numpy as np, dataprocessing as dp
@@ -40,7 +40,12 @@ def register(
         >>> round(dp.register(b, a).x, 3)
         0.25
     """
-    ways = {"fourier": SubElement.FOURIER, "parabola": SubElement.PARABOLA, "whole": SubElement.WHOLE}
+    ways = {
+        "squares": SubElement.LEAST_SQUARES,
+        "fourier": SubElement.FOURIER,
+        "parabola": SubElement.PARABOLA,
+        "whole": SubElement.WHOLE,
+    }
     if sub not in ways:
         raise ValueError(f"sub is one of {', '.join(map(repr, ways))}, not {sub!r}")
     found = _core.regs_register(ref, moved, band[0], band[1], overlap, ways[sub])

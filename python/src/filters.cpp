@@ -118,14 +118,15 @@ template<class A>
 void defineRegistrationOf(py::module_& module) {
     module.def("regs_register", &registered<A>, py::arg("fixed"), py::arg("moved"),
                py::arg("low") = 0.0, py::arg("high") = 2.0, py::arg("overlap") = 0.25,
-               py::arg("sub_element") = regs_Fourier);
+               py::arg("sub_element") = regs_LeastSquares);
 }
 
 void defineRegistration(py::module_& module) {
     py::enum_<regs_eSubElement>(module, "SubElement", py::module_local())
         .value("FOURIER", regs_Fourier)
         .value("PARABOLA", regs_Parabola)
-        .value("WHOLE", regs_Whole);
+        .value("WHOLE", regs_Whole)
+        .value("LEAST_SQUARES", regs_LeastSquares);
     py::class_<regs_s1DShift>(module, "regs_s1DShift", py::module_local())
         .def_readonly("x", &regs_s1DShift::x)
         .def_readonly("elements_x", &regs_s1DShift::elementsX)

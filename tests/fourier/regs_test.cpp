@@ -8,19 +8,23 @@
 #include <type_traits>
 #include <vector>
 
+#include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/reduce/stat.h"
 #include "tests/support/arrays.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
+#include "tests/support/levels.h"
 
 namespace {
 
 /// A scene of round spots, which has a value everywhere between elements.
 class cScene {
 public:
-    explicit cScene(unsigned seed, double extent = 800, int spots = 4000) {
+    explicit cScene(unsigned seed, double extent = 800, int spots = 4000, double smallest = 1.5,
+                    double largest = 4) {
         std::mt19937 random(seed);
         std::uniform_real_distribution<double> place(-extent / 2, extent);
-        std::uniform_real_distribution<double> size(1.5, 4);
+        std::uniform_real_distribution<double> size(smallest, largest);
         std::uniform_real_distribution<double> height(-1, 1);
         for (int i = 0; i < spots; ++i)
             spots_.push_back({place(random), place(random), size(random), height(random)});
@@ -82,6 +86,70 @@ darr_c1DArray lineSeen(int size, double x, const cal_c1DArrayCal& cal = {}) {
         elements.push_back(value);
     }
     return lineOf(elements, cal);
+}
+
+/// A pair with 10 dB of noise in both, and the least standard errors of its shift that any method
+/// can have which knows neither what is seen nor how bright it is in either (Cramer and Rao): the
+/// covariance is twice the noise's variance times the inverse of the sums of products of slopes
+/// over what overlaps, as far as those are not proportional to the content or constant.
+struct sNoisyPair {
+    darr_c2DArray fixed, moved;
+    double x, y;
+    double boundX, boundY;
+};
+
+sNoisyPair noisyPair(const cScene& scene, int sizeX, int sizeY, double x, double y, unsigned seed) {
+    const darr_c2DArray clean = scene.Seen(sizeX, sizeY, 0, 0);
+    const double noise = std::sqrt(0.1 * stat_Variance(clean).As<double>());
+    const auto at = [&](int column, int row) { return clean.Number(column, row).As<double>(); };
+    double products[4][4] = {}; // of the slopes, the content and 1
+    for (int row = std::max(1, static_cast<int>(-y)); row < std::min(sizeY - 1.0, sizeY - y); ++row)
+        for (int column = std::max(1, static_cast<int>(-x));
+             column < std::min(sizeX - 1.0, sizeX - x); ++column) {
+            const double terms[] = {(at(column + 1, row) - at(column - 1, row)) / 2,
+                                    (at(column, row + 1) - at(column, row - 1)) / 2,
+                                    at(column, row), 1};
+            for (int i = 0; i < 4; ++i)
+                for (int k = 0; k < 4; ++k)
+                    products[i][k] += terms[i] * terms[k];
+        }
+    for (const int known : {3, 2})
+        for (int i = 0; i < known; ++i)
+            for (int k = 0; k < known; ++k)
+                products[i][k] -= products[i][known] * products[known][k] / products[known][known];
+    const double xx = products[0][0], xy = products[0][1], yy = products[1][1];
+    const double factor = 2 * noise * noise / (xx * yy - xy * xy);
+    return {scene.Seen(sizeX, sizeY, 0, 0, {}, noise, 2 * seed),
+            scene.Seen(sizeX, sizeY, -x, -y, {}, noise, 2 * seed + 1),
+            x,
+            y,
+            std::sqrt(factor * yy),
+            std::sqrt(factor * xx)};
+}
+
+/// Pairs of random sizes that are no powers of two and of random shifts, up to a quarter of them.
+std::vector<sNoisyPair> noisyPairs(unsigned seed, int count, int most, double smallest,
+                                   double largest) {
+    std::mt19937 random(seed);
+    const auto size = [&] {
+        int value = 64;
+        while ((value & (value - 1)) == 0)
+            value = 64 + static_cast<int>(random() % static_cast<unsigned>(most - 63));
+        return value;
+    };
+    const auto part = [&] { return static_cast<double>(random()) / 4294967296.0 / 2 - 0.25; };
+    std::vector<sNoisyPair> pairs;
+    for (int i = 0; i < count; ++i) {
+        const int sizeX = size();
+        const int sizeY = size();
+        const double extent = 1.5 * most + 6 * largest;
+        const cScene scene(seed + static_cast<unsigned>(i), extent,
+                           static_cast<int>(0.4 * extent * extent / largest / largest), smallest,
+                           largest);
+        pairs.push_back(noisyPair(scene, sizeX, sizeY, part() * sizeX, part() * sizeY,
+                                  seed + static_cast<unsigned>(i)));
+    }
+    return pairs;
 }
 
 void expectShift(const regs_s2DShift& shift, double x, double y, double tolerance) {
@@ -156,6 +224,82 @@ TEST(Registration, StandsNoise) {
     }
 }
 
+TEST(Registration, IsWithinATwentiethOfAnElementWithNoise) {
+    for (const sNoisyPair& pair : noisyPairs(100, 40, 260, 1.5, 4)) {
+        SCOPED_TRACE(std::to_string(pair.fixed.SizeX()) + " x " +
+                     std::to_string(pair.fixed.SizeY()));
+        expectShift(regs_Register(pair.fixed, pair.moved), pair.x, pair.y, 0.05);
+    }
+}
+
+TEST(Registration, ReachesWhatTheNoiseAllows) {
+    const struct {
+        double smallest, largest;
+    } spots[] = {{0.8, 1.2}, {1.5, 4}, {6, 16}, {1.5, 16}, {10, 30}};
+    for (const auto& [smallest, largest] : spots) {
+        SCOPED_TRACE(largest);
+        double squares = 0;
+        const auto pairs = noisyPairs(200, 12, 200, smallest, largest);
+        for (const sNoisyPair& pair : pairs) {
+            const regs_s2DShift shift = regs_Register(pair.fixed, pair.moved);
+            const double x = (shift.elementsX - pair.x) / pair.boundX;
+            const double y = (shift.elementsY - pair.y) / pair.boundY;
+            EXPECT_LE(x * x + y * y, 25)
+                << pair.fixed.SizeX() << " x " << pair.fixed.SizeY() << ", height " << shift.height;
+            squares += x * x + y * y;
+        }
+        // 24 squares of deviation 1: the root of their mean is within .3 of it but once in 30.
+        EXPECT_LE(std::sqrt(squares / static_cast<double>(2 * pairs.size())), 1.4);
+    }
+}
+
+TEST(Registration, HasTheSameBitsAtEveryLevel) {
+    const sNoisyPair pair = noisyPairs(300, 1, 200, 1.5, 4).front();
+    std::vector<regs_s2DShift> shifts;
+    for (const auto level : levels()) {
+        const LevelInUse inUse(level);
+        shifts.push_back(regs_Register(pair.fixed, pair.moved));
+    }
+    for (const regs_s2DShift& shift : shifts) {
+        EXPECT_EQ(shift.elementsX, shifts[0].elementsX);
+        EXPECT_EQ(shift.elementsY, shifts[0].elementsY);
+        EXPECT_EQ(shift.height, shifts[0].height);
+    }
+}
+
+TEST(Registration, OfBrightnessThatDiffersIsTheSame) {
+    const cScene scene(11);
+    const darr_c2DArray fixed = scene.Seen(140, 90, 0, 0);
+    const darr_c2DArray moved = scene.Seen(140, 90, -6.3, 2.8);
+    const regs_s2DShift shift = regs_Register(fixed, moved * 7.0 + 1000.0);
+    expectShift(shift, 6.3, -2.8, 0.01);
+}
+
+TEST(Registration, ServesColumnsAsRows) {
+    std::vector<double> at100, at105;
+    for (int i = 0; i < 300; ++i) {
+        at100.push_back(std::exp(-0.5 * std::pow((i - 100) / 4.0, 2)));
+        at105.push_back(std::exp(-0.5 * std::pow((i - 105.25) / 4.0, 2)));
+    }
+    for (const auto subElement : {regs_LeastSquares, regs_Fourier, regs_Parabola}) {
+        const regs_sOptions options{.subElement = subElement};
+        expectShift(regs_Register(planeOf(300, 1, at100), planeOf(300, 1, at105), options), 5.25, 0,
+                    0.02);
+        expectShift(regs_Register(planeOf(1, 300, at100), planeOf(1, 300, at105), options), 0, 5.25,
+                    0.02);
+    }
+}
+
+TEST(Registration, OfAStripeIsAcrossIt) {
+    std::vector<float> at50, at55;
+    for (int y = 0; y < 70; ++y)
+        for (int x = 0; x < 110; ++x) {
+            at50.push_back(std::exp(-0.02F * static_cast<float>((x - 50) * (x - 50))));
+            at55.push_back(std::exp(-0.02F * static_cast<float>((x - 55) * (x - 55))));
+        }
+    expectShift(regs_Register(planeOf(110, 70, at50), planeOf(110, 70, at55)), 5, 0, 0.01);
+}
+
 TEST(Registration, IsInTheUnitsOfTheCalibrations) {
     const cScene scene(5);
     const regs_s2DShift shift =
@@ -194,6 +338,7 @@ TEST(Registration, GoesBetweenElementsAsAsked) {
     expectShift(regs_Register(fixed, moved, {.subElement = regs_Whole}), 3, -8, 0);
     expectShift(regs_Register(fixed, moved, {.subElement = regs_Parabola}), 3.3, -8.2, 0.05);
     expectShift(regs_Register(fixed, moved, {.subElement = regs_Fourier}), 3.3, -8.2, 0.04);
+    expectShift(regs_Register(fixed, moved, {.subElement = regs_LeastSquares}), 3.3, -8.2, 0.002);
 }
 
 TEST(Registration, UsesOnlyTheBandAskedFor) {
@@ -269,7 +414,8 @@ TEST(Registration, RefusesWhatItCannotServe) {
     EXPECT_EQ(with({.high = notANumber}), "regs:1");
     EXPECT_EQ(with({.overlap = 0}), "regs:1");
     EXPECT_EQ(with({.overlap = 1.1}), "regs:1");
-    EXPECT_EQ(with({.subElement = static_cast<regs_eSubElement>(3)}), "regs:1");
+    EXPECT_EQ(with({.subElement = static_cast<regs_eSubElement>(4)}), "regs:1");
+    EXPECT_EQ(with({.subElement = static_cast<regs_eSubElement>(-1)}), "regs:1");
     EXPECT_EQ(with({.overlap = 1}), "none");
 
     const auto calibrated = [&](double deltaX, double deltaY) {

@@ -1,0 +1,68 @@
+#pragma once
+
+/// @file
+/// Two planes of values, one lying over the other.
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+namespace dataprocessing::detail {
+
+/// Values of an image, row after row.
+struct regs_sPlane {
+    int sizeX = 0;
+    int sizeY = 0;
+    std::vector<float> values;
+
+    regs_sPlane(int x, int y)
+        : sizeX(x), sizeY(y), values(static_cast<std::size_t>(x) * static_cast<std::size_t>(y)) {}
+    float* Row(int y) {
+        return values.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(sizeX);
+    }
+    const float* Row(int y) const {
+        return values.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(sizeX);
+    }
+};
+
+/// A shift by whole elements.
+struct regs_sShift {
+    int x;
+    int y;
+};
+
+/// A shift between elements.
+struct regs_sPlace {
+    double x;
+    double y;
+};
+
+/// What overlaps along one axis when element i of the fixed array lies at i + shift of the moved.
+struct regs_sOverlap {
+    int first; // of the fixed array
+    int count;
+
+    regs_sOverlap(int fixed, int moved, int shift)
+        : first(std::max(0, -shift)), count(std::min(fixed, moved - shift) - first) {}
+};
+
+/// How values of one plane become those of another: `gain` times them plus `offset`.
+struct regs_sScale {
+    double gain;
+    double offset;
+};
+
+/// How what overlaps is alike.
+struct regs_sLikeness {
+    double coefficient = 0;  ///< of the correlation; 0 where there is nothing to be alike
+    regs_sScale scale{1, 0}; ///< gives the moved values the mean and the deviation of the fixed
+};
+
+regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& moved,
+                               const regs_sShift& shift);
+
+/// From the middle one of three values to the vertex of the parabola through them; 0 where that is
+/// further than half of the way to the next one.
+double regs_Vertex(float before, float here, float after);
+
+} // namespace dataprocessing::detail

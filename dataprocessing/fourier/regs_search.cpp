@@ -1,0 +1,238 @@
+#include "dataprocessing/fourier/regs_search.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "dataprocessing/base/arr.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+int powerFor(long long size) {
+    if (size > 1 << 30)
+        arr_SizeError(size);
+    return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::max(2LL, size))));
+}
+
+struct sSum {
+    double values = 0;
+    double squares = 0;
+
+    sSum& operator+=(const sSum& other) {
+        values += other.values;
+        squares += other.squares;
+        return *this;
+    }
+    sSum operator-(const sSum& other) const {
+        return {values - other.values, squares - other.squares};
+    }
+};
+
+/// The sums over all rectangles of a plane.
+class cSums {
+public:
+    explicit cSums(const regs_sPlane& plane)
+        : width_(static_cast<std::size_t>(plane.sizeX) + 1),
+          sums_(width_ * (static_cast<std::size_t>(plane.sizeY) + 1)) {
+        for (int y = 0; y < plane.sizeY; ++y) {
+            sSum row;
+            const float* const values = plane.Row(y);
+            const sSum* above = Upto(y);
+            sSum* here = sums_.data() + width_ * (static_cast<std::size_t>(y) + 1);
+            for (int x = 0; x < plane.sizeX; ++x) {
+                const double value = static_cast<double>(values[x]);
+                row += {value, value * value};
+                here[x + 1] = above[x + 1];
+                here[x + 1] += row;
+            }
+        }
+    }
+    /// The sums over all rows above `y`, of the columns before each.
+    const sSum* Upto(int y) const { return sums_.data() + width_ * static_cast<std::size_t>(y); }
+
+    /// The sums over some rows, of the columns before each.
+    void OfRows(int first, int count, std::vector<sSum>& sums) const {
+        const sSum* const begin = Upto(first);
+        const sSum* const end = Upto(first + count);
+        sums.resize(width_);
+        for (std::size_t x = 0; x < width_; ++x)
+            sums[x] = end[x] - begin[x];
+    }
+
+    /// The mean square of all values.
+    double Power() const {
+        const std::size_t height = sums_.size() / width_ - 1;
+        return sums_.back().squares / static_cast<double>((width_ - 1) * height);
+    }
+
+private:
+    std::size_t width_;
+    std::vector<sSum> sums_;
+};
+
+/// What overlaps at each shift along an axis.
+std::vector<regs_sOverlap> overlaps(int fixed, int moved) {
+    std::vector<regs_sOverlap> result;
+    for (int shift = 1 - fixed; shift < moved; ++shift)
+        result.emplace_back(fixed, moved, shift);
+    return result;
+}
+
+double enoughOf(int fixed, int moved, double overlap) {
+    return std::max(1.0, overlap * std::min(fixed, moved));
+}
+
+} // namespace
+
+bool regs_IsBanded(const regs_sBand& band) { return band.low > 0 || band.high < std::sqrt(2.0); }
+
+regs_cSearch::regs_cSearch(const regs_sPlane& fixed, const regs_sPlane& moved,
+                           const regs_sBand& band, double overlap)
+    : fixed_(fixed), moved_(moved), isBanded_(regs_IsBanded(band)) {
+    const long long countX = 0LL + fixed.sizeX + moved.sizeX - 1;
+    const long long countY = 0LL + fixed.sizeY + moved.sizeY - 1;
+    const regs_cCorrelation correlation(fixed, moved, powerFor(countX), powerFor(countY), band,
+                                        regs_AllAlike);
+    countX_ = static_cast<int>(countX);
+    countY_ = static_cast<int>(countY);
+    ranks_.resize(static_cast<std::size_t>(countX) * static_cast<std::size_t>(countY));
+    if (isBanded_)
+        RankByCorrelation(correlation, overlap);
+    else
+        RankByLikeness(correlation, overlap);
+}
+
+void regs_cSearch::RankByLikeness(const regs_cCorrelation& correlation, double overlap) {
+    // A part without content is like anything; what it has is not taken for less than this.
+    constexpr double leastContent = 1e-3;
+    const cSums fixed(fixed_);
+    const cSums moved(moved_);
+    const double leastFixed = leastContent * fixed.Power();
+    const double leastMoved = leastContent * moved.Power();
+    const std::vector<regs_sOverlap> alongX = overlaps(fixed_.sizeX, moved_.sizeX);
+    const std::vector<regs_sOverlap> alongY = overlaps(fixed_.sizeY, moved_.sizeY);
+    const double enoughX = enoughOf(fixed_.sizeX, moved_.sizeX, overlap);
+    const double enoughY = enoughOf(fixed_.sizeY, moved_.sizeY, overlap);
+    std::vector<sSum> ofFixed;
+    std::vector<sSum> ofMoved;
+    float* rank = ranks_.data();
+    for (std::size_t j = 0; j < alongY.size(); ++j, rank += countX_) {
+        const regs_sOverlap& y = alongY[j];
+        if (y.count < enoughY)
+            continue;
+        const int shiftY = static_cast<int>(j) + 1 - fixed_.sizeY;
+        fixed.OfRows(y.first, y.count, ofFixed);
+        moved.OfRows(y.first + shiftY, y.count, ofMoved);
+        const float* const row = correlation.Row(shiftY);
+        for (std::size_t i = 0; i < alongX.size(); ++i) {
+            const regs_sOverlap& x = alongX[i];
+            const int shiftX = static_cast<int>(i) + 1 - fixed_.sizeX;
+            const float value = row[shiftX < 0 ? shiftX + correlation.SizeX() : shiftX];
+            if (x.count < enoughX)
+                continue;
+            const double n = static_cast<double>(x.count) * y.count;
+            const auto a = static_cast<std::size_t>(x.first);
+            const int firstMoved = x.first + shiftX;
+            const auto b = static_cast<std::size_t>(firstMoved);
+            const auto count = static_cast<std::size_t>(x.count);
+            const sSum p = ofFixed[a + count] - ofFixed[a];
+            const sSum q = ofMoved[b + count] - ofMoved[b];
+            const double common = n * static_cast<double>(value) - p.values * q.values;
+            if (common <= 0)
+                continue;
+            const double contentP =
+                std::max(n * p.squares - p.values * p.values, n * n * leastFixed);
+            const double contentQ =
+                std::max(n * q.squares - q.values * q.values, n * n * leastMoved);
+            rank[i] = static_cast<float>(common * std::sqrt(n / (contentP * contentQ)));
+        }
+    }
+}
+
+void regs_cSearch::RankByCorrelation(const regs_cCorrelation& correlation, double overlap) {
+    const std::vector<regs_sOverlap> alongX = overlaps(fixed_.sizeX, moved_.sizeX);
+    const std::vector<regs_sOverlap> alongY = overlaps(fixed_.sizeY, moved_.sizeY);
+    const double enoughX = enoughOf(fixed_.sizeX, moved_.sizeX, overlap);
+    const double enoughY = enoughOf(fixed_.sizeY, moved_.sizeY, overlap);
+    float* rank = ranks_.data();
+    for (std::size_t j = 0; j < alongY.size(); ++j, rank += countX_)
+        for (std::size_t i = 0; i < alongX.size(); ++i) {
+            const int shiftX = static_cast<int>(i) + 1 - fixed_.sizeX;
+            const int shiftY = static_cast<int>(j) + 1 - fixed_.sizeY;
+            if (alongX[i].count >= enoughX && alongY[j].count >= enoughY)
+                rank[i] =
+                    correlation.At(shiftX, shiftY) / std::sqrt(static_cast<float>(alongX[i].count) *
+                                                               static_cast<float>(alongY[j].count));
+        }
+}
+
+bool regs_cSearch::IsPeak(int x, int y) const {
+    const float here = At(x, y);
+    return here > At(x - 1, y) && here >= At(x + 1, y) && here > At(x, y - 1) &&
+           here >= At(x, y + 1);
+}
+
+std::vector<regs_sPeak> regs_cSearch::Peaks() const {
+    constexpr std::size_t most = 12;
+    using Candidate = std::pair<float, regs_sShift>;
+    const auto isHigher = [](const Candidate& a, const Candidate& b) { return a.first > b.first; };
+    std::vector<Candidate> highest; // a heap, the lowest first
+    float least = 0;
+    const float* rank = ranks_.data();
+    for (int y = 1 - fixed_.sizeY; y < moved_.sizeY; ++y)
+        for (int x = 1 - fixed_.sizeX; x < moved_.sizeX; ++x) {
+            const float value = *rank++;
+            if (!(value > least) || !IsPeak(x, y))
+                continue;
+            if (highest.size() == most) {
+                std::pop_heap(highest.begin(), highest.end(), isHigher);
+                highest.pop_back();
+            }
+            highest.emplace_back(value, regs_sShift{x, y});
+            std::push_heap(highest.begin(), highest.end(), isHigher);
+            least = highest.size() < most ? 0.0F : highest.front().first;
+        }
+    std::vector<regs_sPeak> peaks;
+    for (const auto& [value, shift] : highest) {
+        const double count =
+            static_cast<double>(regs_sOverlap(fixed_.sizeX, moved_.sizeX, shift.x).count) *
+            regs_sOverlap(fixed_.sizeY, moved_.sizeY, shift.y).count;
+        if (isBanded_) {
+            // What is outside of the band is in the elements, but not in the correlation.
+            peaks.push_back({shift, regs_LikenessOf(fixed_, moved_, shift).coefficient,
+                             static_cast<double>(value)});
+            continue;
+        }
+        const double height = std::min(1.0, static_cast<double>(value) / std::sqrt(count));
+        // Where little overlaps it is alike by chance, and then counts no more than it may.
+        const double top = std::min(1.0, Between(shift).height / std::sqrt(count));
+        peaks.push_back({shift, height, -count * std::log(1.02 - top * top)});
+    }
+    std::sort(peaks.begin(), peaks.end(),
+              [](const regs_sPeak& a, const regs_sPeak& b) { return a.rank > b.rank; });
+    return peaks;
+}
+
+regs_sSummit regs_cSearch::Between(const regs_sShift& shift) const {
+    const double here = static_cast<double>(At(shift.x, shift.y));
+    regs_sSummit summit{{static_cast<double>(shift.x), static_cast<double>(shift.y)}, here};
+    const auto along = [&](int dx, int dy) {
+        const float before = At(shift.x - dx, shift.y - dy);
+        const float after = At(shift.x + dx, shift.y + dy);
+        const double part = regs_Vertex(before, At(shift.x, shift.y), after);
+        summit.height += part * (static_cast<double>(after) - static_cast<double>(before)) / 4;
+        return part;
+    };
+    if (countX_ > 3)
+        summit.place.x += along(1, 0);
+    if (countY_ > 3)
+        summit.place.y += along(0, 1);
+    return summit;
+}
+
+} // namespace dataprocessing::detail

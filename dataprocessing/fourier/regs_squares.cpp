@@ -1,0 +1,270 @@
+#include "dataprocessing/fourier/regs_squares.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+#include "dataprocessing/filter/smth_strip.h"
+#include "dataprocessing/fourier/regs_kernels.h"
+
+#define LEVEL_KERNELS "dataprocessing/fourier/regs_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
+
+namespace dataprocessing::detail {
+
+namespace {
+
+/// Weights of a Gaussian about `place`, which is near element 0, for the elements that count.
+std::vector<float> gaussian(double sigma, double place) {
+    const int reach = static_cast<int>(std::ceil(3 * sigma));
+    std::vector<double> weights(2 * static_cast<std::size_t>(reach) + 1);
+    double sum = 0;
+    // What is cut off at the ends is not the same at both. The centre is moved until what is left
+    // lies where it is to lie.
+    double centre = place;
+    for (int repeat = 0; repeat < 3; ++repeat) {
+        double moment = 0;
+        double* to = weights.data();
+        sum = 0;
+        for (int i = -reach; i <= reach; ++i) {
+            const double distance = (i - centre) / sigma;
+            const double weight = std::exp(-0.5 * distance * distance);
+            *to++ = weight;
+            sum += weight;
+            moment += weight * i;
+        }
+        centre += place - moment / sum;
+    }
+    std::vector<float> result(weights.size());
+    std::transform(weights.begin(), weights.end(), result.begin(),
+                   [sum](double weight) { return static_cast<float>(weight / sum); });
+    return result;
+}
+
+/// Columns of a plane, smoothed, row after row. Beyond its edges elements are mirrored.
+class cSmoothed {
+public:
+    /// Value (0, y) is that of the plane at (firstX + rest.x, y + rest.y).
+    cSmoothed(const regs_sPlane& plane, const regs_sPlace& sigma, int firstX, int count,
+              const regs_sPlace& rest)
+        : plane_(plane), firstX_(firstX), weightsX_(Weights(plane.sizeX, sigma.x, rest.x)),
+          weightsY_(Weights(plane.sizeY, sigma.y, rest.y)), reachX_(ReachOf(weightsX_)),
+          reachY_(ReachOf(weightsY_)), strip_(count, plane.sizeY, 0, count, 0, reachY_, 1),
+          row_(static_cast<std::size_t>(count) + weightsX_.size() - 1), shifted_(weightsX_.size()),
+          rows_(weightsY_.size()), count_(count) {}
+
+    void Row(int y, float* target) {
+        const auto fetch = [this](int, int from, int, float* to) { AlongX(from, to); };
+        long long row = static_cast<long long>(y) - reachY_;
+        for (const float*& smoothed : rows_)
+            smoothed = strip_.Row(smth_Mirrored(row++, plane_.sizeY), fetch);
+        combine_(rows_.data(), weightsY_.data(), weightsY_.size(), target,
+                 static_cast<std::size_t>(count_));
+    }
+
+private:
+    static std::vector<float> Weights(int size, double sigma, double rest) {
+        return size == 1 ? std::vector<float>{1} : gaussian(sigma, rest);
+    }
+    static int ReachOf(const std::vector<float>& weights) {
+        return static_cast<int>(weights.size() / 2);
+    }
+    void AlongX(int y, float* to) {
+        const float* const from = plane_.Row(y);
+        const int begin = firstX_ - reachX_;
+        const int end = begin + static_cast<int>(row_.size());
+        const float* first = from + begin;
+        if (begin < 0 || end > plane_.sizeX) {
+            for (int x = begin; x < end; ++x)
+                row_[static_cast<std::size_t>(x - begin)] =
+                    x >= 0 && x < plane_.sizeX ? from[x] : from[smth_Mirrored(x, plane_.sizeX)];
+            first = row_.data();
+        }
+        for (std::size_t k = 0; k < weightsX_.size(); ++k)
+            shifted_[k] = first + k;
+        combine_(shifted_.data(), weightsX_.data(), weightsX_.size(), to,
+                 static_cast<std::size_t>(count_));
+    }
+
+    const regs_sPlane& plane_;
+    int firstX_;
+    std::vector<float> weightsX_;
+    std::vector<float> weightsY_;
+    int reachX_;
+    int reachY_;
+    smth_cStrip<float> strip_;
+    std::vector<float> row_;
+    std::vector<const float*> shifted_;
+    std::vector<const float*> rows_;
+    int count_;
+    decltype(LEVEL_SELECT(regs_Combine)) combine_ = LEVEL_SELECT(regs_Combine);
+};
+
+regs_sPlane smoothed(const regs_sPlane& plane, const regs_sPlace& sigma) {
+    regs_sPlane result(plane.sizeX, plane.sizeY);
+    cSmoothed rows(plane, sigma, 0, plane.sizeX, {0, 0});
+    for (int y = 0; y < plane.sizeY; ++y)
+        rows.Row(y, result.Row(y));
+    return result;
+}
+
+/// Elements of an overlap whose neighbourhoods lie within it.
+struct sInner {
+    int first;
+    int count;
+    bool isAxis; // whether there is anything to find along it
+
+    sInner(int fixed, int moved, int shift, double sigma) : isAxis(fixed > 1 || moved > 1) {
+        const regs_sOverlap overlap(fixed, moved, shift);
+        const int margin = isAxis ? static_cast<int>(std::lround(2 * sigma)) : 0;
+        first = overlap.first + margin;
+        count = overlap.count - 2 * margin;
+    }
+    bool IsEnough() const { return count >= (isAxis ? 4 : 1); }
+};
+
+/// What is left to go, and the breadth of the content, in elements: its deviation over that of its
+/// slopes.
+struct sStep {
+    bool isFound = false;
+    regs_sPlace rest{};
+    regs_sPlace breadth{};
+};
+
+/// Products of slopes, summed.
+struct sSlopes {
+    double xx;
+    double xy;
+    double yy;
+};
+
+/// Solves the equations of four unknowns: the rest along X and Y, what is proportional to the
+/// content, and a constant.
+sStep solved(const sSlopes& slopes, const double (&sums)[regs_Sums], bool hasX, bool hasY,
+             double count) {
+    double rows[4][5] = {{slopes.xx, slopes.xy, sums[3], sums[5], sums[9]},
+                         {slopes.xy, slopes.yy, sums[4], sums[6], sums[10]},
+                         {sums[3], sums[4], sums[7], sums[8], sums[11]},
+                         {sums[5], sums[6], sums[8], count, sums[12]}};
+    // Along an axis of one element all slopes are 0, and so is the rest.
+    if (!hasX)
+        rows[0][0] = 1;
+    if (!hasY)
+        rows[1][1] = 1;
+    for (int i = 3; i > 0; --i)
+        for (int r = 0; r < i; ++r) {
+            const double factor = rows[r][i] / rows[i][i];
+            for (int k = 0; k < 5; ++k)
+                rows[r][k] -= factor * rows[i][k];
+        }
+    if (!(rows[0][0] > 0) || !(rows[1][1] > 0))
+        return {};
+    sStep step;
+    step.rest.x = rows[0][4] / rows[0][0];
+    step.rest.y = (rows[1][4] - rows[1][0] * step.rest.x) / rows[1][1];
+    step.breadth = {hasX ? std::sqrt(sums[7] / slopes.xx) : 0,
+                    hasY ? std::sqrt(sums[7] / slopes.yy) : 0};
+    step.isFound = std::isfinite(step.rest.x) && std::isfinite(step.rest.y);
+    return step;
+}
+sStep solved(const double (&sums)[regs_Sums], bool hasX, bool hasY, double count) {
+    const sSlopes across{sums[0], sums[1], sums[2]};
+    const sSlopes means{sums[13], sums[14], sums[15]};
+    // Far from the place slopes have little in common; their means lead on there.
+    if (across.xx >= 0.5 * means.xx && across.yy >= 0.5 * means.yy) {
+        const sStep step = solved(across, sums, hasX, hasY, count);
+        if (step.isFound)
+            return step;
+    }
+    return solved(means, sums, hasX, hasY, count);
+}
+
+/// What is left to go from a place, by what overlaps at a shift near it. `a` is smoothed.
+sStep stepFrom(const regs_sPlane& a, const regs_sPlane& b, const regs_sScale& scale,
+               const regs_sPlace& sigma, const regs_sShift& shift, const regs_sPlace& place) {
+    const sInner x(a.sizeX, b.sizeX, shift.x, sigma.x);
+    const sInner y(a.sizeY, b.sizeY, shift.y, sigma.y);
+    if (!x.IsEnough() || !y.IsEnough())
+        return {};
+    const int aside = x.isAxis ? 1 : 0;
+    const int below = y.isAxis ? 1 : 0;
+    const int columns = x.count + 2 * aside;
+    const auto width = static_cast<std::size_t>(columns);
+    cSmoothed moved(b, sigma, x.first + shift.x - aside, columns,
+                    {place.x - shift.x, place.y - shift.y});
+    std::vector<float> kept(3 * width);
+    const auto keptRow = [&](int row) {
+        return kept.data() + static_cast<std::size_t>(row % 3) * width;
+    };
+    for (int row = 0; row < 2 * below; ++row)
+        moved.Row(y.first + row - below + shift.y, keptRow(row));
+    const auto addRow = LEVEL_SELECT(regs_AddRow);
+    double sums[regs_Sums] = {};
+    for (int row = 0; row < y.count; ++row) {
+        moved.Row(y.first + row + below + shift.y, keptRow(row + 2 * below));
+        regs_sRows rows{
+            {}, {}, static_cast<float>(scale.gain), static_cast<float>(scale.offset), aside};
+        for (int k = 0; k < 3; ++k) {
+            rows.a[k] = a.Row(y.first + row + (k - 1) * below) + x.first;
+            rows.b[k] = keptRow(row + k * below) + aside;
+        }
+        addRow(rows, static_cast<std::size_t>(x.count), sums);
+    }
+    return solved(sums, x.isAxis, y.isAxis, static_cast<double>(x.count) * y.count);
+}
+
+/// How much to smooth content of some breadth: as much as keeps the noise of the slopes well below
+/// them, and little enough to keep the slopes.
+double sigmaFor(double breadth) { return std::clamp(0.5 * std::sqrt(breadth), 0.8, 3.0); }
+
+bool isNear(double wanted, double used) { return std::fabs(wanted - used) <= 0.25 * used; }
+
+/// How much of a step to go at once: slopes tell nothing beyond their own breadth.
+double partOf(double step, double breadth) {
+    return std::min(1.0, std::max(1.0, 0.3 * breadth) / std::fabs(step));
+}
+
+} // namespace
+
+bool regs_Approach(const regs_sPlane& a, const regs_sPlane& b, regs_eApproach end,
+                   regs_sPlace& place) {
+    constexpr int mostSteps = 20;
+    const double enough =
+        end == regs_Near ? 0.1 : 0.005; // what is left is a tenth of the last step
+    regs_sPlace at = place;
+    regs_sPlace sigma{1.2, 1.2};
+    regs_sPlane fixed = smoothed(a, sigma);
+    regs_sShift shift{0, 0};
+    regs_sScale scale{1, 0};
+    for (int i = 0; i < mostSteps; ++i) {
+        // What overlaps stays the same where the place goes to and fro between two shifts.
+        if (i == 0 || !(std::fabs(at.x - shift.x) <= 0.75) ||
+            !(std::fabs(at.y - shift.y) <= 0.75)) {
+            shift = {static_cast<int>(std::lround(at.x)), static_cast<int>(std::lround(at.y))};
+            scale = regs_LikenessOf(a, b, shift).scale;
+        }
+        const sStep step = stepFrom(fixed, b, scale, sigma, shift, at);
+        if (!step.isFound)
+            return false;
+        const double part =
+            std::min(partOf(step.rest.x, step.breadth.x), partOf(step.rest.y, step.breadth.y));
+        at.x -= part * step.rest.x;
+        at.y -= part * step.rest.y;
+        if (!(std::fabs(at.x - place.x) <= 2 + 2 * step.breadth.x) ||
+            !(std::fabs(at.y - place.y) <= 2 + 2 * step.breadth.y))
+            return false;
+        const regs_sPlace wanted{sigmaFor(step.breadth.x), sigmaFor(step.breadth.y)};
+        if (end == regs_Exact && !(isNear(wanted.x, sigma.x) && isNear(wanted.y, sigma.y))) {
+            sigma = wanted;
+            fixed = smoothed(a, sigma);
+        } else if (std::hypot(step.rest.x, step.rest.y) <= enough) {
+            place = at;
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace dataprocessing::detail
