@@ -253,6 +253,30 @@ TEST(Registration, ReachesWhatTheNoiseAllows) {
     }
 }
 
+TEST(Registration, SettlesInTheMiddleBetweenElements) {
+    // What overlaps is not the same on both sides of the middle.
+    for (unsigned seed = 0; seed < 12; ++seed) {
+        const cScene scene(400 + seed, 500, 400, 8, 20);
+        const sNoisyPair pair = noisyPair(scene, 150, 130, 12.5, -7.5, seed);
+        const regs_s2DShift shift = regs_Register(pair.fixed, pair.moved);
+        SCOPED_TRACE(seed);
+        EXPECT_NEAR(shift.elementsX, pair.x, 4 * pair.boundX);
+        EXPECT_NEAR(shift.elementsY, pair.y, 4 * pair.boundY);
+    }
+}
+
+TEST(Registration, WithoutNoiseIsExactToTwoThousandths) {
+    for (const auto& [smallest, largest] : {std::pair(1.5, 4.0), std::pair(4.0, 12.0)}) {
+        const cScene scene(12, 400, 900, smallest, largest);
+        const darr_c2DArray fixed = scene.Seen(150, 120, 0, 0);
+        for (const double x : {-9.5, 0.25, 3.5, 17.75})
+            for (const double y : {-12.25, 0.5, 6.0}) {
+                SCOPED_TRACE(std::to_string(x) + ", " + std::to_string(y));
+                expectShift(regs_Register(fixed, scene.Seen(150, 120, -x, -y)), x, y, 0.002);
+            }
+    }
+}
+
 TEST(Registration, HasTheSameBitsAtEveryLevel) {
     const sNoisyPair pair = noisyPairs(300, 1, 200, 1.5, 4).front();
     std::vector<regs_s2DShift> shifts;
