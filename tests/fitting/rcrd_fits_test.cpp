@@ -12,12 +12,11 @@
 
 #include "tests/faults/bytes.h"
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/records.h"
 #include "tests/support/refusal.h"
 
 namespace {
-
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 template<class Value>
 std::string refusalOfLoading(const std::string& bytes, const Value& target) {

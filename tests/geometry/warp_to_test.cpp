@@ -17,6 +17,7 @@
 
 #include "tests/failing_new.h"
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 #include "tests/support/levels.h"
 
@@ -25,8 +26,6 @@ namespace {
 using Long = long double;
 using Value = std::complex<Long>;
 
-constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr warp_eInterpolation interpolations[] = {warp_NearestElement, warp_LinearInterpolation,
                                                   warp_CubicInterpolation};
 

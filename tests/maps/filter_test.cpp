@@ -1,5 +1,4 @@
 #include <cmath>
-#include <limits>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -9,6 +8,7 @@
 #include "dataprocessing/maps/maps_filter.h"
 #include "dataprocessing/valuemodel/resc.h"
 #include "tests/maps/map.h"
+#include "tests/support/constants.h"
 #include "tests/support/levels.h"
 #include "tests/support/refusal.h"
 
@@ -17,8 +17,6 @@ namespace {
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsNan;
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// Spectra of a filter, as vectors.
 struct Spectra {

@@ -15,12 +15,12 @@
 #include "dataprocessing/reduce/stat.h"
 #include "tests/failing_new.h"
 #include "tests/support/arrays.h"
+#include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
 namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 const cal_c1DArrayCal lineCal(10, 0.5, 4);
 const cal_c2DArrayCal imageCal(1, 2, 30, -4, 5, 6);
