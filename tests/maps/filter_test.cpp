@@ -71,7 +71,7 @@ void expectErrorsOfCounts(const maps_cFilter& filter, std::span<const unsigned s
 TEST(MapFilter, RebinsCountsAsOneSpectrumIsRebinned) {
     const std::size_t channels = 600;
     const auto counts = someCounts(5, channels);
-    const cal_c1DArrayCal cal(1.5, 0.1, 3.3);
+    const cal_c1DArrayCal cal(1.5, 0.1, 3);
     for (const double delta : {0.2, 0.37, 0.03, 100.0}) {
         const maps_cFilter filter = maps_Rebin(channels, cal, delta);
         const Spectra made(filter, stackOf(std::span(counts), channels, cal));
@@ -91,7 +91,7 @@ TEST(MapFilter, RebinsOntoAGridAndKeepsItsCalibration) {
     const std::size_t channels = 40;
     const auto counts = someCounts(3, channels);
     const cal_c1DArrayCal cal(1, 0.5, 0);
-    const cal_c1DArrayCal grid(-3, 0.07, 2.1);
+    const cal_c1DArrayCal grid(-3, 0.07, 2);
     const maps_cFilter filter = maps_Rebin(channels, cal, 700, grid);
     EXPECT_EQ(filter.Channels(), 700U);
     EXPECT_EQ(filter.Cal(), grid);
