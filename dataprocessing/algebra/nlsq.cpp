@@ -86,6 +86,24 @@ struct sPoint {
     double root;
 };
 
+/// A sum of products with twice the digits (T. Ogita, S. M. Rump and S. Oishi, Accurate sum and dot
+/// product, SIAM Journal on Scientific Computing 26 (2005) 1955).
+class cExactSum {
+public:
+    void Add(double a, double b) noexcept {
+        const double product = a * b;
+        const double sum = sum_ + product;
+        const double part = sum - sum_;
+        rest_ += std::fma(a, b, -product) + ((sum_ - (sum - part)) + (product - part));
+        sum_ = sum;
+    }
+    double Value() const noexcept { return sum_ + rest_; }
+
+private:
+    double sum_ = 0;
+    double rest_ = 0;
+};
+
 /// The triangle that the rows W^1/2 (J | y - f) of all points are turned into.
 class cBlockEquations : public nlsq_cEquations {
 public:
@@ -131,6 +149,8 @@ public:
             triangle.Absorb(static_cast<int>(rows));
         }
         Take(triangle);
+        for (std::size_t j = 0; j < products_.size(); ++j)
+            there_.gradient[j] = products_[j].Value();
         // Of counts, rounding may leave less than nothing.
         return std::max(chiSquared, 0.0);
     }
@@ -216,6 +236,27 @@ public:
         return nlsq_Shortest(here_.triangle, count_, here_.right, Tolerance());
     }
 
+    /// Whether the next Try is to give a gradient with twice the digits.
+    void SetExactGradient(bool isExact) { products_.assign(isExact ? count_ : 0, {}); }
+
+    /// The step to the solution from nearby, by an exact gradient. Empty where squared equations,
+    /// which it takes, have lost too many digits.
+    std::vector<double> Refine() {
+        const nlsq_sCovariance inverse = Covariance(std::vector<char>(count_));
+        if (inverse.rank != static_cast<int>(count_))
+            return {};
+        std::vector<double> step(count_);
+        double condition = 0; // of the products of columns of norm 1
+        for (std::size_t i = 0; i < count_; ++i) {
+            const double* const row = inverse.matrix.data() + i * count_;
+            condition += row[i] * here_.norms[i] * here_.norms[i] * static_cast<double>(count_);
+            for (std::size_t j = 0; j < count_; ++j)
+                step[i] += row[j] * here_.gradient[j];
+        }
+        constexpr double largest = 1e12;
+        return condition < largest && areFinite(step) ? step : std::vector<double>{};
+    }
+
 private:
     struct sPlace {
         std::vector<double> triangle; // by rows
@@ -261,6 +302,11 @@ private:
         for (std::size_t j = 0; j < count_; ++j)
             if (!areFinite({triangle.BlockColumn(static_cast<int>(j)), rows}))
                 return infinity;
+        for (std::size_t j = 0; j < products_.size(); ++j) {
+            const double* const column = triangle.BlockColumn(static_cast<int>(j));
+            for (std::size_t i = 0; i < rows; ++i)
+                products_[j].Add(column[i], residuals[i]);
+        }
         return chiSquared;
     }
 
@@ -362,6 +408,7 @@ private:
     std::vector<double> p_;
     std::array<double, nlsq_blockSize> values_{};
     std::vector<double> derivatives_;
+    std::vector<cExactSum> products_; // of columns and residuals, where they are wanted
 };
 
 } // namespace
@@ -467,27 +514,32 @@ nlsq_sResult nlsq_FitLinear(const nlsq_cModel& model, std::span<const double> x,
         result.end = nlsq_Solved;
         const nlsq_sControl& control = options.control;
         std::vector<double> all(map.All());
-        constexpr int solutionAndRefinement = 2;
-        for (int i = 0; i < solutionAndRefinement; ++i) {
+        for (const bool isSolved : {false, true}) {
             if (control.stop.stop_requested() || result.evaluations >= control.mostEvaluations) {
                 result.end = control.stop.stop_requested() ? nlsq_Stopped : nlsq_MostEvaluations;
                 break;
             }
-            const std::vector<double> step = equations.SolveLinear();
+            std::vector<double> step = isSolved ? equations.Refine() : std::vector<double>{};
+            // Near the solution chi-squared tells no more whether a step is good.
+            const double lost = step.empty() ? 0 : equations.Rounding(result.chiSquared);
+            if (step.empty())
+                step = equations.SolveLinear();
             double expected = result.chiSquared + equations.Curvature(step);
             std::vector<double> next = q;
             for (std::size_t j = 0; j < q.size(); ++j) {
                 expected -= 2 * equations.Gradient()[j] * step[j];
                 next[j] += step[j];
             }
+            equations.SetExactGradient(!isSolved);
             const double chiSquared = equations.Try(next);
             ++result.evaluations;
             constexpr double ofRounding = 1e-6;
-            if (!(std::fabs(chiSquared - expected) <= ofRounding * result.chiSquared) && i == 0) {
+            if (!(std::fabs(chiSquared - expected) <= ofRounding * result.chiSquared) &&
+                !isSolved) {
                 result.end = nlsq_NoDecrease;
                 break;
             }
-            if (!(chiSquared <= result.chiSquared))
+            if (!(chiSquared <= result.chiSquared + lost))
                 break;
             equations.Accept();
             q = std::move(next);

@@ -287,7 +287,8 @@ DATAPROCESSING_EXPORT nlsq_sResult nlsq_Fit(const nlsq_cModel& model, std::span<
                                             const nlsq_sOptions& options = {});
 
 /// Fits a model that is linear in its `parameters` parameters, in one step and one to refine it,
-/// with the same options and result. Fixed parameters are fixed at 0.
+/// with the same options and result. Fixed parameters are fixed at 0. The gradient of the second
+/// step is summed with twice the digits of a double, so that large residuals cost none.
 ///
 /// What the data cannot determine is left out: the shortest solution, in the units of the columns'
 /// norms, is the result. A model that turns out not to be linear ends with nlsq_NoDecrease; the
