@@ -554,6 +554,7 @@ nlsq_sResult nlsq_FitLinear(const nlsq_cModel& model, std::span<const double> x,
         }
     }
     const std::vector<char> none(q.size());
-    nlsq_Conclude(equations, map, q, none, equations.Points(), isScaledByScatter(options), result);
+    nlsq_Conclude(equations, map, q, none, equations.Points(), isScaledByScatter(options),
+                  options.control.mostEvaluations, result);
     return result;
 }

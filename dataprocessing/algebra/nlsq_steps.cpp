@@ -87,7 +87,7 @@ private:
             return End(nlsq_GradientSmall);
         if (control_.stop.stop_requested())
             return End(nlsq_Stopped);
-        if (result_.evaluations >= control_.mostEvaluations)
+        if (!AreLeft(1))
             return End(nlsq_MostEvaluations);
 
         if (!equations_.Solve(damping_.Value(), scale_, isHeld_, step_))
@@ -131,8 +131,7 @@ private:
         ++result_.evaluations;
         bool isShortened = false;
         constexpr int mostTimes = 3;
-        for (int times = 0; !std::isfinite(chiSquared) && times < mostTimes &&
-                            result_.evaluations < control_.mostEvaluations;
+        for (int times = 0; !std::isfinite(chiSquared) && times < mostTimes && AreLeft(1);
              ++times) {
             const double part = equations_.PositivePart(q_, tried_);
             if (!(part > 0))
@@ -162,7 +161,7 @@ private:
         hasBeenShortened_ = hasBeenShortened_ || isShortened;
         LookAround();
         // Where the data push a value to 0, what is left of it shortens all steps.
-        if (isShortened && !hasBarrier_ && equations_.IsNearlyZero())
+        if (isShortened && !hasBarrier_ && equations_.IsNearlyZero() && AreLeft(2))
             Rebase(true);
         if (!IsToGoOn())
             return End(nlsq_StoppedByObserver);
@@ -237,7 +236,13 @@ private:
             if (!(leap_[j] >= parameters_.Lower()[j] && leap_[j] <= parameters_.Upper()[j]))
                 return false;
         }
-        return result_.evaluations + 1 < control_.mostEvaluations;
+        return AreLeft(2);
+    }
+
+    /// Whether so many evaluations are allowed yet, beside that which takes a barrier away.
+    bool AreLeft(int evaluations) const noexcept {
+        return evaluations + (hasBarrier_ ? 1 : 0) <=
+               control_.mostEvaluations - result_.evaluations;
     }
 
     bool IsDamped() const noexcept { return damping_.Value() >= 1; }
@@ -376,7 +381,7 @@ void nlsq_CheckSize(double largest) {
 
 void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
                    std::span<const double> q, std::span<const char> isHeld, std::size_t points,
-                   bool isScaled, nlsq_sResult& result) {
+                   bool isScaled, int mostEvaluations, nlsq_sResult& result) {
     const std::size_t all = parameters.All();
     const std::size_t varying = parameters.Varying();
     result.parameters.resize(all);
@@ -389,7 +394,8 @@ void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameter
     result.free = static_cast<int>(
         varying - static_cast<std::size_t>(std::count(isHeld.begin(), isHeld.end(), char{1})));
     nlsq_sCovariance inverse = equations.Covariance(isHeld);
-    if (inverse.rank < result.free && equations.BringsOutMore()) {
+    if (inverse.rank < result.free && result.evaluations < mostEvaluations &&
+        equations.BringsOutMore()) {
         ++result.evaluations;
         if (std::isfinite(equations.Try(q))) {
             equations.Accept();
@@ -425,7 +431,7 @@ nlsq_sResult nlsq_Minimise(nlsq_cEquations& equations, const nlsq_cParameters& p
     cFit fit(equations, parameters, control);
     fit.Run();
     nlsq_Conclude(equations, parameters, fit.Variables(), fit.Held(), points, isScaled,
-                  fit.Result());
+                  control.mostEvaluations, fit.Result());
     return fit.Result();
 }
 

@@ -98,10 +98,11 @@ public:
 nlsq_sResult nlsq_Minimise(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
                            const nlsq_sControl& control, std::size_t points, bool isScaled);
 
-/// Fills in what a result tells of a fit that ended at `q`.
+/// Fills in what a result tells of a fit that ended at `q`, by another evaluation where that is
+/// needed and allowed.
 void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameters,
                    std::span<const double> q, std::span<const char> isHeld, std::size_t points,
-                   bool isScaled, nlsq_sResult& result);
+                   bool isScaled, int mostEvaluations, nlsq_sResult& result);
 
 /// Refuses tolerances that mean nothing.
 void nlsq_CheckControl(const nlsq_sControl& control);

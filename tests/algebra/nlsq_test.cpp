@@ -386,6 +386,19 @@ TEST(Nlsq, WhatTheDataDoNotDetermineIsSaid) {
     EXPECT_NEAR(half.parameters[0], 1, 1e-15);
     EXPECT_NEAR(half.parameters[1], 1, 1e-15);
     EXPECT_THAT(half.undetermined, ElementsAre(0, 1));
+
+    // A constant that takes a small part in what is missing is not determined either.
+    const nlsq_cFunctionModel nearly(
+        [](double t, Parameters p) { return p[0] * t + p[1] + p[2] * (t + 0.01); },
+        [](double t, Parameters, Derivatives d) {
+            d[0] = t;
+            d[1] = 1;
+            d[2] = t + 0.01;
+        });
+    const nlsq_sResult little = nlsq_FitLinear(nearly, std::vector{-2.0, -1.0, 1.0, 2.0},
+                                               std::vector{-2.0, -1.0, 1.0, 2.5}, 3);
+    EXPECT_EQ(little.rank, 2);
+    EXPECT_THAT(little.undetermined, ElementsAre(0, 1, 2));
 }
 
 TEST(Nlsq, FewerPointsThanParametersIsAnAnswerToo) {
@@ -583,7 +596,7 @@ double leastOf(Function function) {
 }
 
 /// The fit of a straight line to counts at 0, 1, 2, ..., from their mean.
-nlsq_sResult likeliestLine(const std::vector<double>& counts) {
+nlsq_sResult likeliestLine(const std::vector<double>& counts, nlsq_sOptions options = {}) {
     const nlsq_cFunctionModel straight([](double t, Parameters p) { return p[0] + p[1] * t; },
                                        [](double t, Parameters, std::span<double> d) {
                                            d[0] = 1;
@@ -592,7 +605,6 @@ nlsq_sResult likeliestLine(const std::vector<double>& counts) {
     std::vector<double> positions(counts.size());
     std::iota(positions.begin(), positions.end(), 0.0);
     const double sum = std::accumulate(counts.begin(), counts.end(), 0.0);
-    nlsq_sOptions options;
     options.objective = nlsq_PoissonLikelihood;
     return nlsq_Fit(straight, positions, counts,
                     std::vector{sum / static_cast<double>(counts.size()), 0.0}, options);
@@ -657,6 +669,43 @@ TEST(Nlsq, LikelihoodIsLargestAlsoWhereTheWayIsLong) {
         expectLikeliest(found, counts);
         EXPECT_LT(found.evaluations, most);
     }
+}
+
+// Where steps are slow, a long one goes no further than bounds and evaluations allow.
+TEST(Nlsq, LongStepsKeepToBoundsAndEvaluations) {
+    for (std::vector<double> counts : std::vector<std::vector<double>>{
+             {0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0},
+             {0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1},
+             {7, 13, 7, 9, 10, 4, 7, 5, 5, 2, 6, 3, 2, 1, 4, 2, 1, 0, 1, 0}})
+        for (int turn = 0; turn < 2; ++turn) {
+            std::reverse(counts.begin(), counts.end());
+            const double mean = std::accumulate(counts.begin(), counts.end(), 0.0) / 20;
+            const nlsq_sResult best = likeliestLine(counts);
+            for (const double part : {0.3, 0.6, 0.9, 0.97, 0.99, 0.999}) {
+                SCOPED_TRACE(part);
+                // From the mean, not all the way to where they would go.
+                const double to[] = {mean + part * (best.parameters[0] - mean),
+                                     part * best.parameters[1]};
+                const double from[] = {mean, 0};
+                for (const std::size_t i : {0U, 1U}) {
+                    nlsq_sOptions options =
+                        with({nlsq_sParameter::Free(), nlsq_sParameter::Free()});
+                    const auto [lower, upper] = std::minmax(from[i], to[i]);
+                    options.parameters[i] = nlsq_sParameter::Bounded(lower, upper);
+                    const nlsq_sResult bound = likeliestLine(counts, options);
+                    EXPECT_TRUE(bound.Converged());
+                    EXPECT_GE(bound.parameters[i], lower);
+                    EXPECT_LE(bound.parameters[i], upper);
+                }
+            }
+            for (int most = 1; most < best.evaluations; ++most) {
+                nlsq_sOptions options;
+                options.control.mostEvaluations = most;
+                const nlsq_sResult early = likeliestLine(counts, options);
+                EXPECT_EQ(early.end, nlsq_MostEvaluations);
+                EXPECT_LE(early.evaluations, most);
+            }
+        }
 }
 
 // From ends next to nothing a parabola seems to be at the edge; what helps there is not in what it

@@ -364,6 +364,71 @@ TEST(PeakFit, IsTheFitOfTheSameModelWithoutWindows) {
     }
 }
 
+// Columns of such backgrounds change with their parameters, those of others do not.
+TEST(PeakFit, ErrorsOverCurvedBackgroundsAreThoseOfTheSameModel) {
+    const auto check = [](const std::function<void(pkmd_cModel&)>& add) {
+        for (const nlsq_eObjective objective : {nlsq_LeastSquares, nlsq_PoissonLikelihood}) {
+            pkmd_cModel model;
+            model.AddPeak(pkmd_Gaussian, 6.4, 900, 0.06);
+            add(model);
+            model.AddPolynomial({3}, 6, 1);
+            const Spectrum spectrum(model, 200, keV, 5);
+            model.SetStart(3, 40);
+            model.SetStart(4, 1.2 * model.Starts()[4]);
+            const nlsq_cFunctionModel plain([&](double x, std::span<const double> p) {
+                double value = 0;
+                model.Values(p, {&x, 1}, {&value, 1});
+                return value;
+            });
+            std::vector<double> x, y;
+            nlsq_sOptions general;
+            general.objective = objective;
+            for (int i = 0; i < 200; ++i) {
+                x.push_back(keV.Position(i));
+                y.push_back(spectrum.array.Number(i).As<double>());
+                if (objective == nlsq_LeastSquares)
+                    general.standardDeviations.push_back(std::sqrt(std::max(1.0, y.back())));
+            }
+            pkmd_sOptions options;
+            options.windows = 8;
+            options.objective = objective;
+            const nlsq_sResult expected = nlsq_Fit(plain, x, y, model.Starts(), general);
+            const nlsq_sResult found = pkmd_Fit(model, spectrum.array, options).fit;
+            ASSERT_TRUE(found.Converged() && expected.Converged());
+            for (std::size_t i = 0; i < found.parameters.size(); ++i) {
+                EXPECT_NEAR(found.parameters[i], expected.parameters[i],
+                            1e-5 * expected.standardErrors[i]);
+                EXPECT_NEAR(found.standardErrors[i], expected.standardErrors[i],
+                            1e-5 * expected.standardErrors[i]);
+            }
+        }
+    };
+    check([](pkmd_cModel& m) { m.AddPowerLaw(50, -3, 6); });
+    check([](pkmd_cModel& m) { m.AddExponential(50, -0.7, 6); });
+}
+
+TEST(PeakFit, PositionsAreThoseOfTheCalibrationWhateverItsIndex) {
+    const pkmd_cModel model = twoPeaks();
+    const Spectrum spectrum(model, 200, keV, 5);
+    const pkmd_sResult expected = pkmd_Fit(model, spectrum.array);
+    for (const int index : {-30, 70, 500}) {
+        darr_c1DArray same(spectrum.array);
+        same.SetCal(cal_c1DArrayCal(keV.Position(index), keV.Delta(), index));
+        pkmd_sOptions options;
+        const pkmd_sResult found = pkmd_Fit(model, same, options);
+        for (std::size_t i = 0; i < 8; ++i)
+            EXPECT_NEAR(found.fit.parameters[i], expected.fit.parameters[i],
+                        1e-6 * expected.fit.standardErrors[i]);
+        // Of a part, too.
+        options.from = 6.0;
+        options.to = 7.2;
+        const pkmd_sResult part = pkmd_Fit(model, same, options);
+        EXPECT_EQ(part.channels, pkmd_Fit(model, spectrum.array, options).channels);
+        EXPECT_NEAR(part.fit.parameters[0], expected.fit.parameters[0],
+                    expected.fit.standardErrors[0]);
+    }
+}
+
 TEST(PeakFit, AreaHasTheErrorOfItsParameters) {
     pkmd_cModel model = twoPeaks();
     const Spectrum spectrum(model, 200, keV, 5);
