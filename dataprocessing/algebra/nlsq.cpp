@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "dataprocessing/algebra/nlsq_parameters.h"
+#include "dataprocessing/algebra/nlsq_refusal.h"
 #include "dataprocessing/algebra/nlsq_steps.h"
 #include "dataprocessing/algebra/rcps_triangle.h"
 
@@ -18,38 +19,39 @@ static_assert(nlsq_blockSize == rcps::cTriangle::blockRows);
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
-void refuseIf(bool isRefused, int line, const char* text) {
-    if (isRefused)
-        throw expt_cProgramException("nlsq", line, text);
-}
+constexpr nlsq_cRefusal<expt_cProgramException> refuse("nlsq");
 
 bool areFinite(std::span<const double> values) {
     return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
 
 void check(std::span<const double> x, std::span<const double> y, const nlsq_sOptions& options) {
-    refuseIf(x.size() != y.size(), 2, "There are not as many values as positions.");
-    refuseIf(x.empty(), 3, "There are no points.");
-    refuseIf(!areFinite(x) || !areFinite(y), 4, "A position, value or start is not finite.");
+    refuse.IfOthers(y.size(), x.size(), 2, " values for ", " positions.");
+    refuse.If(x.empty(), 3, "There are no points.");
+    refuse.UnlessFinite(x, 4, "Position ");
+    refuse.UnlessFinite(y, 4, "Value ");
     nlsq_CheckChoices(options.objective, options.errors);
     const std::vector<double>& weights = options.weights;
     const std::vector<double>& deviations = options.standardDeviations;
-    refuseIf((!weights.empty() && weights.size() != x.size()) ||
-                 (!deviations.empty() && deviations.size() != x.size()),
-             5, "There are not as many weights or standard deviations as points.");
+    if (!weights.empty())
+        refuse.IfOthers(weights.size(), x.size(), 5, " weights for ", " points.");
+    if (!deviations.empty())
+        refuse.IfOthers(deviations.size(), x.size(), 5, " standard deviations for ", " points.");
     const bool isLikelihood = options.objective == nlsq_PoissonLikelihood;
-    refuseIf(!weights.empty() + !deviations.empty() + isLikelihood > 1, 6,
-             "Points are weighted in more than one way.");
-    refuseIf(!std::all_of(weights.begin(), weights.end(),
-                          [](double w) { return w >= 0 && w < infinity; }) ||
-                 !std::all_of(deviations.begin(), deviations.end(),
-                              [](double s) { return 1 / s > 0 && 1 / s < infinity; }),
-             7, "A weight is negative, a standard deviation not positive, or one is not finite.");
-    refuseIf(!weights.empty() &&
-                 std::all_of(weights.begin(), weights.end(), [](double w) { return w == 0; }),
-             3, "There are no points.");
-    refuseIf(isLikelihood && !std::all_of(y.begin(), y.end(), [](double v) { return v >= 0; }), 8,
-             "A count is negative.");
+    refuse.If(!weights.empty() + !deviations.empty() + isLikelihood > 1, 6,
+              "Points are weighted in more than one way.");
+    refuse.Unless(
+        weights, [](double w) { return w >= 0 && w < infinity; }, 7, "Weight ",
+        " is negative or not finite.");
+    refuse.Unless(
+        deviations, [](double s) { return 1 / s > 0 && 1 / s < infinity; }, 7,
+        "Standard deviation ", " is not positive and finite.");
+    refuse.If(!weights.empty() &&
+                  std::all_of(weights.begin(), weights.end(), [](double w) { return w == 0; }),
+              3, "There are no points.");
+    if (isLikelihood)
+        refuse.Unless(
+            y, [](double v) { return v >= 0; }, 8, "Count ", " is negative.");
     nlsq_CheckControl(options.control);
     double largest = 0;
     for (std::size_t i = 0; i < y.size(); ++i) {
@@ -466,7 +468,9 @@ double nlsq_sResult::ReducedChiSquared() const noexcept {
 
 double nlsq_sResult::Covariance(int i, int j) const {
     const int count = static_cast<int>(parameters.size());
-    refuseIf(i < 0 || j < 0 || i >= count || j >= count, 20, "There is no such parameter.");
+    for (const int parameter : {i, j})
+        refuse.If(parameter < 0 || parameter >= count, 20, "There is no parameter ", parameter,
+                  ".");
     return covariance[static_cast<std::size_t>(i) * parameters.size() +
                       static_cast<std::size_t>(j)];
 }
@@ -494,15 +498,15 @@ nlsq_sResult nlsq_FitLinear(const nlsq_cModel& model, std::span<const double> x,
                             std::span<const double> y, int parameters,
                             const nlsq_sOptions& options) {
     check(x, y, options);
-    refuseIf(parameters < 0, 9, "There are not as many kinds as parameters.");
+    refuse.If(parameters < 0, 9, "The number of parameters is negative.");
     const std::vector<double> start(static_cast<std::size_t>(parameters));
     const nlsq_cParameters map(start, options.parameters);
     const auto isBounded = [](const nlsq_sParameter& kind) {
         return kind.lower > -infinity || kind.upper < infinity;
     };
-    refuseIf(options.objective == nlsq_PoissonLikelihood ||
-                 std::any_of(options.parameters.begin(), options.parameters.end(), isBounded),
-             13, "Bounds and the likelihood take more than one step.");
+    refuse.If(options.objective == nlsq_PoissonLikelihood ||
+                  std::any_of(options.parameters.begin(), options.parameters.end(), isBounded),
+              13, "Bounds and the likelihood take more than one step.");
 
     cBlockEquations equations(model, x, y, options, map);
     nlsq_sResult result;

@@ -5,13 +5,11 @@
 #include <utility>
 
 #include "dataprocessing/algebra/nlsq.h"
+#include "dataprocessing/algebra/nlsq_refusal.h"
 
 namespace {
 
-void refuseIf(bool isRefused, int line, const char* text) {
-    if (isRefused)
-        throw expt_cProgramException("nlsq", line, text);
-}
+constexpr dataprocessing::detail::nlsq_cRefusal<expt_cProgramException> refuse("nlsq");
 
 double largestOf(std::span<const double> values) {
     double largest = 0;
@@ -63,12 +61,12 @@ double slopeOf(double one, double two, double step) { return (8 * one - two) / (
 nlsq_cModel::~nlsq_cModel() = default;
 
 nlsq_cFunctionModel::nlsq_cFunctionModel(Function function) : function_(std::move(function)) {
-    refuseIf(!function_, 1, "A model needs a function.");
+    refuse.If(!function_, 1, "A model needs a function.");
 }
 
 nlsq_cFunctionModel::nlsq_cFunctionModel(Function function, Gradient gradient)
     : function_(std::move(function)), gradient_(std::move(gradient)) {
-    refuseIf(!function_ || !gradient_, 1, "A model needs a function.");
+    refuse.If(!function_ || !gradient_, 1, "A model needs a function.");
 }
 
 nlsq_cFunctionModel::~nlsq_cFunctionModel() = default;
@@ -117,7 +115,7 @@ void nlsq_cFunctionModel::Evaluate(std::span<const double> x, std::span<const do
 
 nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model, std::span<const double> x,
                                             std::span<const double> p) {
-    refuseIf(x.empty(), 3, "There are no points.");
+    refuse.If(x.empty(), 3, "There are no points.");
     const std::size_t count = p.size();
     std::vector<double> moved(p.begin(), p.end());
     std::vector<double> derivatives(count * nlsq_blockSize);

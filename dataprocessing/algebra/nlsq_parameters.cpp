@@ -1,40 +1,41 @@
 #include "dataprocessing/algebra/nlsq_parameters.h"
-
 #include <algorithm>
 #include <cmath>
+
+#include "dataprocessing/algebra/nlsq_refusal.h"
 
 namespace dataprocessing::detail {
 
 namespace {
 
-void refuseIf(bool isRefused, int line, const char* text) {
-    if (isRefused)
-        throw expt_cProgramException("nlsq", line, text);
-}
+constexpr nlsq_cRefusal<expt_cProgramException> refuse("nlsq");
+
+long long numberOf(std::size_t i) { return static_cast<long long>(i); }
 
 } // namespace
 
 nlsq_cParameters::nlsq_cParameters(std::span<const double> start,
                                    std::span<const nlsq_sParameter> kinds)
     : links_(start.size()) {
-    refuseIf(!kinds.empty() && kinds.size() != start.size(), 9,
-             "There are not as many kinds as parameters.");
+    if (!kinds.empty())
+        refuse.IfOthers(kinds.size(), start.size(), 9, " kinds for ", " parameters.");
     const auto kindOf = [&](std::size_t i) {
         return kinds.empty() ? nlsq_sParameter::Free() : kinds[i];
     };
 
     for (std::size_t i = 0; i < start.size(); ++i) {
         const nlsq_sParameter kind = kindOf(i);
-        refuseIf(kind.kind < nlsq_sParameter::Moving || kind.kind > nlsq_sParameter::Following, 15,
-                 "There is no such objective, kind of errors or kind of parameter.");
+        refuse.If(kind.kind < nlsq_sParameter::Moving || kind.kind > nlsq_sParameter::Following, 15,
+                  "There is no such objective, kind of errors or kind of parameter.");
         if (kind.kind == nlsq_sParameter::Following)
             continue;
-        refuseIf(!std::isfinite(start[i]), 4, "A position, value or start is not finite.");
+        refuse.If(!std::isfinite(start[i]), 4, "Start ", numberOf(i), " is not finite.");
         if (kind.kind == nlsq_sParameter::Staying) {
             links_[i].offset = start[i];
             continue;
         }
-        refuseIf(!(kind.lower <= kind.upper), 10, "The bounds of a parameter are out of order.");
+        refuse.If(!(kind.lower <= kind.upper), 10, "The bounds of parameter ", numberOf(i),
+                  " are out of order.");
         links_[i] = {variables_.size(), 1, 0};
         variables_.push_back(i);
         start_.push_back(std::clamp(start[i], kind.lower, kind.upper));
@@ -52,10 +53,10 @@ nlsq_cParameters::nlsq_cParameters(std::span<const double> start,
         for (std::size_t ways = 0; kindOf(at).kind == nlsq_sParameter::Following; ++ways) {
             const nlsq_sParameter kind = kindOf(at);
             const bool isThere = kind.to >= 0 && static_cast<std::size_t>(kind.to) < start.size();
-            refuseIf(!isThere || ways == start.size(), 11,
-                     "A parameter is tied to one that is not there, or in a circle.");
-            refuseIf(!std::isfinite(kind.factor) || !std::isfinite(kind.offset), 4,
-                     "A position, value or start is not finite.");
+            refuse.If(!isThere || ways == start.size(), 11, "Parameter ", numberOf(at),
+                      " is tied to one that is not there, or in a circle.");
+            refuse.If(!std::isfinite(kind.factor) || !std::isfinite(kind.offset), 4,
+                      "The tie of parameter ", numberOf(at), " is not finite.");
             offset += factor * kind.offset;
             factor *= kind.factor;
             at = static_cast<std::size_t>(kind.to);

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "dataprocessing/algebra/nlsq_refusal.h"
+
 namespace dataprocessing::detail {
 
 namespace {
@@ -17,10 +19,7 @@ constexpr double lostDecrease = 1e-12;
 /// This part of the way to where a model is no longer positive.
 constexpr double almost = 0.9;
 
-void refuseIf(bool isRefused, int line, const char* text) {
-    if (isRefused)
-        throw expt_cProgramException("nlsq", line, text);
-}
+constexpr nlsq_cRefusal<expt_cProgramException> refuse("nlsq");
 
 double dot(std::span<const double> a, std::span<const double> b) {
     double sum = 0;
@@ -364,19 +363,19 @@ void nlsq_CheckControl(const nlsq_sControl& control) {
     const bool isUsable = control.gradientTolerance >= 0 && control.stepTolerance >= 0 &&
                           control.decreaseTolerance >= 0 && control.remainderTolerance >= 0 &&
                           control.mostEvaluations > 0;
-    refuseIf(!isUsable, 12, "A tolerance is negative, or no evaluation is allowed.");
+    refuse.If(!isUsable, 12, "A tolerance is negative, or no evaluation is allowed.");
 }
 
 void nlsq_CheckChoices(nlsq_eObjective objective, nlsq_eErrors errors) {
-    refuseIf(objective < nlsq_LeastSquares || objective > nlsq_PoissonLikelihood ||
-                 errors < nlsq_ErrorsByDefault || errors > nlsq_ErrorsFromScatter,
-             15, "There is no such objective, kind of errors or kind of parameter.");
+    refuse.If(objective < nlsq_LeastSquares || objective > nlsq_PoissonLikelihood ||
+                  errors < nlsq_ErrorsByDefault || errors > nlsq_ErrorsFromScatter,
+              15, "There is no such objective, kind of errors or kind of parameter.");
 }
 
 void nlsq_CheckSize(double largest) {
     constexpr double large = 0x1p480;
-    refuseIf(largest > large || (largest > 0 && largest < 1 / large), 14,
-             "The values are too large or too small to be squared: use other units.");
+    refuse.If(largest > large || (largest > 0 && largest < 1 / large), 14,
+              "The values are too large or too small to be squared: use other units.");
 }
 
 void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameters,

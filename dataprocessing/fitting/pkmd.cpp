@@ -9,6 +9,7 @@
 #include <sstream>
 #include <utility>
 
+#include "dataprocessing/algebra/nlsq_refusal.h"
 #include "dataprocessing/fitting/pkmd_equations.h"
 #include "dataprocessing/valuemodel/conv.h"
 
@@ -16,13 +17,10 @@ using namespace dataprocessing::detail;
 
 namespace {
 
-void refuseIf(bool isRefused, int line, const char* text) {
-    if (isRefused)
-        throw expt_cProgramException("pkmd", line, text);
-}
+constexpr nlsq_cRefusal<expt_cProgramException> refuse("pkmd");
 
-bool areFinite(std::span<const double> values) {
-    return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+void checkParameter(int parameter, int count) {
+    refuse.If(parameter < 0 || parameter >= count, 2, "There is no parameter ", parameter, ".");
 }
 
 std::size_t at(int parameter) { return static_cast<std::size_t>(parameter); }
@@ -66,17 +64,17 @@ int pkmd_cModel::AddPeak(pkmd_eShape shape, double position, double height, doub
                          double extra) {
     const std::array starts{position, height, width, extra};
     const std::size_t many = pkmd_Columns(shape);
-    refuseIf(shape < pkmd_Gaussian || shape > pkmd_TailedGaussian, 1, "There is no such shape.");
-    refuseIf(!areFinite(starts), 1, "A start is not finite.");
-    refuseIf(!(width > 0), 1, "A width is not positive.");
-    refuseIf(!isAllowed(shape, extra), 1, "The shape does not allow this extra parameter.");
+    refuse.If(shape < pkmd_Gaussian || shape > pkmd_TailedGaussian, 1, "There is no such shape.");
+    refuse.UnlessFinite(starts, 1, "Start ");
+    refuse.If(!(width > 0), 1, "A width is not positive.");
+    refuse.If(!isAllowed(shape, extra), 1, "The shape does not allow this extra parameter.");
     peaks_.reserve(peaks_.size() + 1);
     peaks_.push_back({shape, Add(std::span(starts).first(many)), false});
     return PeakCount() - 1;
 }
 
 const pkmd_cModel::sPeak& pkmd_cModel::PeakAt(int peak) const {
-    refuseIf(peak < 0 || peak >= PeakCount(), 2, "There is no such peak or parameter.");
+    refuse.If(peak < 0 || peak >= PeakCount(), 2, "There is no peak ", peak, ".");
     return peaks_[at(peak)];
 }
 
@@ -86,17 +84,17 @@ int pkmd_cModel::Width(int peak) const { return PeakAt(peak).first + 2; }
 
 int pkmd_cModel::Extra(int peak) const {
     const sPeak& found = PeakAt(peak);
-    refuseIf(pkmd_Columns(found.shape) < 4, 2, "The shape of the peak has no extra parameter.");
+    refuse.If(pkmd_Columns(found.shape) < 4, 2, "The shape of the peak has no extra parameter.");
     return found.first + 3;
 }
 
 int pkmd_cModel::Add(sBackground background, std::span<const double> starts) {
-    const std::array settings{background.reference, background.scale};
-    refuseIf(starts.empty(), 1, "A background has no start.");
-    refuseIf(!areFinite(starts), 1, "A start is not finite.");
-    refuseIf(!areFinite(settings) || background.scale == 0, 1,
-             "A reference is not finite, or a scale is not finite or 0.");
-    refuseIf(!areFinite(background.curve), 1, "A curve is complex or not finite.");
+    refuse.If(starts.empty(), 1, "A background has no start.");
+    refuse.UnlessFinite(starts, 1, "Start ");
+    refuse.If(!std::isfinite(background.reference) || !std::isfinite(background.scale) ||
+                  background.scale == 0,
+              1, "A reference is not finite, or a scale is not finite or 0.");
+    refuse.UnlessFinite(background.curve, 1, "Channel ");
     backgrounds_.reserve(backgrounds_.size() + 1);
     background.first = Add(starts);
     background.count = static_cast<int>(starts.size());
@@ -109,7 +107,7 @@ int pkmd_cModel::AddPolynomial(const std::vector<double>& start, double referenc
 }
 
 int pkmd_cModel::AddPowerLaw(double amplitude, double exponent, double reference) {
-    refuseIf(!(reference > 0), 1, "The reference of a power law is not positive.");
+    refuse.If(!(reference > 0), 1, "The reference of a power law is not positive.");
     return Add({PowerLaw, 0, 0, reference, 1, {}}, std::array{amplitude, exponent});
 }
 
@@ -118,7 +116,7 @@ int pkmd_cModel::AddExponential(double amplitude, double rate, double reference)
 }
 
 int pkmd_cModel::AddCurve(const darr_c1DArray& curve, double factor) {
-    refuseIf(curve.DataType().Code() >= dtyp_ComplexFloat, 1, "A curve is complex or not finite.");
+    refuse.If(curve.DataType().Code() >= dtyp_ComplexFloat, 1, "A curve is complex.");
     const darr_c1DArray values = conv_Convert(curve, dtyp_Double);
     const std::span<const double> elements = values.Elements<double>();
     return Add({GivenCurve, 0, 0, 0, 1, {elements.begin(), elements.end()}}, std::array{factor});
@@ -126,17 +124,19 @@ int pkmd_cModel::AddCurve(const darr_c1DArray& curve, double factor) {
 
 int pkmd_cModel::SetWidthLaw(double width, double slope, double reference) {
     const std::array starts{width, slope};
-    refuseIf(law_.first >= 0, 1, "There is a law of widths already.");
-    refuseIf(!areFinite(starts) || !std::isfinite(reference), 1, "A start is not finite.");
-    refuseIf(!(width > 0), 1, "A width is not positive.");
+    refuse.If(law_.first >= 0, 1, "There is a law of widths already.");
+    refuse.UnlessFinite(starts, 1, "Start ");
+    refuse.If(!std::isfinite(reference), 1,
+              "A reference is not finite, or a scale is not finite or 0.");
+    refuse.If(!(width > 0), 1, "A width is not positive.");
     const auto isWidth = [&](int parameter) {
         return std::any_of(peaks_.begin(), peaks_.end(),
                            [&](const sPeak& peak) { return parameter == peak.first + 2; });
     };
     for (int i = 0; i < ParameterCount(); ++i)
-        refuseIf(kinds_[at(i)].kind == nlsq_sParameter::Following && !isWidth(i) &&
-                     isWidth(kinds_[at(i)].to),
-                 3, "The width follows a law.");
+        refuse.If(kinds_[at(i)].kind == nlsq_sParameter::Following && !isWidth(i) &&
+                      isWidth(kinds_[at(i)].to),
+                  3, "The width follows a law.");
     law_ = {Add(starts), reference};
     for (sPeak& peak : peaks_) {
         peak.hasLaw = true;
@@ -146,8 +146,7 @@ int pkmd_cModel::SetWidthLaw(double width, double slope, double reference) {
 }
 
 std::string pkmd_cModel::Name(int parameter) const {
-    refuseIf(parameter < 0 || parameter >= ParameterCount(), 2,
-             "There is no such peak or parameter.");
+    checkParameter(parameter, ParameterCount());
     if (law_.first >= 0 && parameter - law_.first >= 0 && parameter - law_.first < 2)
         return parameter == law_.first ? "width of the law" : "slope of the law";
     for (std::size_t k = 0; k < peaks_.size(); ++k) {
@@ -182,23 +181,21 @@ std::string pkmd_cModel::Name(int parameter) const {
 }
 
 nlsq_sParameter& pkmd_cModel::KindAt(int parameter) {
-    refuseIf(parameter < 0 || parameter >= ParameterCount(), 2,
-             "There is no such peak or parameter.");
+    checkParameter(parameter, ParameterCount());
     for (const sPeak& peak : peaks_)
-        refuseIf(peak.hasLaw && parameter == peak.first + 2, 3, "The width follows a law.");
+        refuse.If(peak.hasLaw && parameter == peak.first + 2, 3, "The width follows a law.");
     return kinds_[at(parameter)];
 }
 
 void pkmd_cModel::SetStart(int parameter, double start) {
-    refuseIf(parameter < 0 || parameter >= ParameterCount(), 2,
-             "There is no such peak or parameter.");
-    refuseIf(!std::isfinite(start), 1, "A start is not finite.");
+    checkParameter(parameter, ParameterCount());
+    refuse.If(!std::isfinite(start), 1, "Start ", parameter, " is not finite.");
     starts_[at(parameter)] = start;
 }
 
 void pkmd_cModel::SetStarts(std::span<const double> starts) {
-    refuseIf(starts.size() != starts_.size(), 2, "There are not as many numbers as parameters.");
-    refuseIf(!areFinite(starts), 1, "A start is not finite.");
+    refuse.IfOthers(starts.size(), starts_.size(), 2, " numbers for ", " parameters.");
+    refuse.UnlessFinite(starts, 1, "Start ");
     std::copy(starts.begin(), starts.end(), starts_.begin());
 }
 
@@ -216,8 +213,8 @@ void pkmd_cModel::Tie(int parameter, int to, double factor, double offset) {
 
 void pkmd_cModel::Values(std::span<const double> p, std::span<const double> x, std::span<double> y,
                          pkmd_eParts parts) const {
-    refuseIf(x.size() != y.size(), 4, "There are not as many values as positions.");
-    refuseIf(p.size() != starts_.size(), 2, "There are not as many numbers as parameters.");
+    refuse.IfOthers(y.size(), x.size(), 4, " values for ", " positions.");
+    refuse.IfOthers(p.size(), starts_.size(), 2, " numbers for ", " parameters.");
     std::vector<double> all(p.begin(), p.end());
     pkmd_ApplyWidthLaw(*this, all);
     std::vector<double> positions(wholeVectors(x.size()));
@@ -271,8 +268,8 @@ darr_c1DArray pkmd_cModel::Curve(const cal_c1DArrayCal& cal, int count, pkmd_ePa
     for (const sBackground& background : backgrounds_) {
         if (background.kind != GivenCurve)
             continue;
-        refuseIf(background.curve.size() != values.size(), 10,
-                 "A curve has not as many channels as the spectrum.");
+        refuse.IfOthers(background.curve.size(), values.size(), 10, " channels of a curve for ",
+                        " of the spectrum.");
         for (std::size_t i = 0; i < values.size(); ++i)
             values[i] += starts_[at(background.first)] * background.curve[i];
     }
@@ -284,17 +281,18 @@ namespace {
 void check(const pkmd_cModel& model, int count, const pkmd_sOptions& options) {
     nlsq_CheckChoices(options.objective, options.errors);
     const std::vector<double>& weights = options.weights;
-    refuseIf(!weights.empty() && options.objective == nlsq_PoissonLikelihood, 6,
-             "The likelihood has its own weights: set objective = nlsq_LeastSquares.");
-    refuseIf(!weights.empty() && weights.size() != at(count), 6,
-             "There are not as many weights as channels.");
-    refuseIf(!areFinite(weights) ||
-                 std::any_of(weights.begin(), weights.end(), [](double w) { return w < 0; }),
-             6, "A weight is negative or not finite.");
-    refuseIf(!(options.windows > 0), 8, "Windows have to be positive.");
+    refuse.If(!weights.empty() && options.objective == nlsq_PoissonLikelihood, 6,
+              "The likelihood has its own weights: set objective = nlsq_LeastSquares.");
+    if (!weights.empty())
+        refuse.IfOthers(weights.size(), at(count), 6, " weights for ", " channels.");
+    refuse.Unless(
+        weights, [](double w) { return w >= 0 && std::isfinite(w); }, 6, "Weight ",
+        " is negative or not finite.");
+    refuse.If(!(options.windows > 0), 8, "Windows have to be positive.");
     for (const pkmd_cModel::sBackground& background : model.Backgrounds())
-        refuseIf(background.kind == pkmd_cModel::GivenCurve && background.curve.size() != at(count),
-                 10, "A curve has not as many channels as the spectrum.");
+        if (background.kind == pkmd_cModel::GivenCurve)
+            refuse.IfOthers(background.curve.size(), at(count), 10, " channels of a curve for ",
+                            " of the spectrum.");
     nlsq_CheckControl(options.control);
 }
 
@@ -342,7 +340,12 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     std::fill(channels.weights.begin() + static_cast<std::ptrdiff_t>(taken), channels.weights.end(),
               0.0);
     const pkmd_sPart part = pkmd_TakePart(channels.y.data(), channels.weights.data(), count);
-    refuseIf(isLikelihood && part.hasNegative, 7, "A count is negative.");
+    if (isLikelihood && part.hasNegative) {
+        const auto negative =
+            std::find_if(channels.y.begin(), channels.y.end(), [](double y) { return y < 0; });
+        refuse.If(true, 7, "The count of channel ",
+                  static_cast<long long>(first) + (negative - channels.y.begin()), " is negative.");
+    }
     channels.taking = part.channels;
     const double* const values = channels.y.data();
     double squares = 0;
@@ -351,7 +354,7 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     const bool isSmall = squares == 0 && std::any_of(channels.y.begin(), channels.y.end(),
                                                      [](double y) { return y != 0; });
     nlsq_CheckSize(isSmall ? std::numeric_limits<double>::min() : channels.size);
-    refuseIf(channels.taking == 0, 5, "No channel takes part.");
+    refuse.If(channels.taking == 0, 5, "No channel takes part.");
     return channels;
 }
 
@@ -475,9 +478,9 @@ pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
     check(model, spectrum.Size(), options);
     const pkmd_sChannels channels = channelsOf(spectrum, options);
     for (const pkmd_cModel::sBackground& background : model.Backgrounds())
-        refuseIf(background.kind == pkmd_cModel::PowerLaw &&
-                     !(channels.x.front() > 0 && channels.x.back() > 0),
-                 9, "A power law needs positive positions.");
+        refuse.If(background.kind == pkmd_cModel::PowerLaw &&
+                      !(channels.x.front() > 0 && channels.x.back() > 0),
+                  9, "A power law needs positive positions.");
 
     pkmd_sResult result;
     result.channels = static_cast<int>(channels.taking);

@@ -960,6 +960,57 @@ TEST(Nlsq, InverseWithAndWithoutAllDirections) {
 
 const ExpectRefusal expectRefusal("nlsq");
 
+TEST(Nlsq, MisuseIsToldWithItsPlace) {
+    const std::vector<double> x = positions(5);
+    const std::vector<double> y = disturbed(x);
+    const auto textOf = [&](auto call) {
+        return std::string(caught<expt_cProgramException>(call).what());
+    };
+    const auto textOfFit = [&](const nlsq_sOptions& options) {
+        return textOf([&] { nlsq_Fit(decay, x, y, start, options); });
+    };
+    const auto broken = [](std::vector<double> values, std::size_t i, double value) {
+        values[i] = value;
+        return values;
+    };
+    EXPECT_EQ(textOf([&] { nlsq_Fit(decay, x, std::span(y).first(4), start); }),
+              "nlsq:2: There are 4 values for 5 positions.");
+    EXPECT_EQ(textOf([&] { nlsq_Fit(decay, std::vector<double>(), {}, start); }),
+              "nlsq:3: There are no points.");
+    EXPECT_EQ(textOf([&] { nlsq_Fit(decay, broken(x, 3, infinity), y, start); }),
+              "nlsq:4: Position 3 is not finite.");
+    EXPECT_EQ(textOf([&] { nlsq_Fit(decay, x, broken(y, 0, notANumber), start); }),
+              "nlsq:4: Value 0 is not finite.");
+    EXPECT_EQ(textOf([&] { nlsq_Fit(decay, x, y, broken(start, 1, infinity)); }),
+              "nlsq:4: Start 1 is not finite.");
+    EXPECT_EQ(textOfFit(with({nlsq_sParameter::Free(), nlsq_sParameter::Tied(0, notANumber)})),
+              "nlsq:4: The tie of parameter 1 is not finite.");
+    nlsq_sOptions options;
+    options.weights.assign(4, 1);
+    EXPECT_EQ(textOfFit(options), "nlsq:5: There are 4 weights for 5 points.");
+    options.weights.assign(5, 1);
+    options.weights[2] = -1;
+    EXPECT_EQ(textOfFit(options), "nlsq:7: Weight 2 is negative or not finite.");
+    options = {};
+    options.standardDeviations.assign(6, 1);
+    EXPECT_EQ(textOfFit(options), "nlsq:5: There are 6 standard deviations for 5 points.");
+    options.standardDeviations.assign(5, 1);
+    options.standardDeviations[4] = 0;
+    EXPECT_EQ(textOfFit(options), "nlsq:7: Standard deviation 4 is not positive and finite.");
+    options = {};
+    options.objective = nlsq_PoissonLikelihood;
+    EXPECT_EQ(textOf([&] { nlsq_Fit(decay, x, broken(y, 3, -1), start, options); }),
+              "nlsq:8: Count 3 is negative.");
+    EXPECT_EQ(textOfFit(with({nlsq_sParameter::Free()})),
+              "nlsq:9: There are 1 kinds for 2 parameters.");
+    EXPECT_EQ(textOfFit(with({nlsq_sParameter::Free(), nlsq_sParameter::Bounded(1, 0)})),
+              "nlsq:10: The bounds of parameter 1 are out of order.");
+    EXPECT_EQ(textOfFit(with({nlsq_sParameter::Free(), nlsq_sParameter::Tied(2, 1)})),
+              "nlsq:11: Parameter 1 is tied to one that is not there, or in a circle.");
+    EXPECT_EQ(textOf([&] { nlsq_Fit(decay, x, y, start).Covariance(0, 2); }),
+              "nlsq:20: There is no parameter 2.");
+}
+
 TEST(Nlsq, MisuseIsRefused) {
     const std::vector<double> x = positions(5);
     const std::vector<double> y = disturbed(x);

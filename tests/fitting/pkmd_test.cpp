@@ -1355,12 +1355,38 @@ TEST(PeakModel, EachMisuseHasItsOwnWords) {
     EXPECT_THAT(textOf([&] { model.AddPeak(pkmd_Gaussian, 1, 1, 0); }),
                 HasSubstr("A width is not positive."));
     EXPECT_THAT(textOf([&] { model.SetStarts(std::vector<double>(3)); }),
-                HasSubstr("There are not as many numbers as parameters."));
+                HasSubstr("There are 3 numbers for 8 parameters."));
+    EXPECT_THAT(textOf([&] { model.AddPeak(pkmd_Gaussian, 1, infinity, 1); }),
+                HasSubstr("Start 1 is not finite."));
+    EXPECT_THAT(textOf([&] { (void)model.Height(2); }), HasSubstr("There is no peak 2."));
+    EXPECT_THAT(textOf([&] { model.Fix(8); }), HasSubstr("There is no parameter 8."));
     pkmd_sOptions options;
     options.weights.assign(200, 1);
     const Spectrum spectrum(model, 200, keV, 4);
     EXPECT_THAT(textOf([&] { pkmd_Fit(model, spectrum.array, options); }),
                 HasSubstr("objective = nlsq_LeastSquares"));
+    options.objective = nlsq_LeastSquares;
+    options.weights[7] = -1;
+    EXPECT_THAT(textOf([&] { pkmd_Fit(model, spectrum.array, options); }),
+                HasSubstr("Weight 7 is negative or not finite."));
+    options.weights.pop_back();
+    EXPECT_THAT(textOf([&] { pkmd_Fit(model, spectrum.array, options); }),
+                HasSubstr("There are 199 weights for 200 channels."));
+    // By its number in the spectrum, of which a part may be fitted.
+    darr_c1DArray low(spectrum.array);
+    low.SetNumber(160, -3);
+    options = {};
+    options.from = 6.0;
+    EXPECT_THAT(textOf([&] { pkmd_Fit(model, low, options); }),
+                HasSubstr("The count of channel 160 is negative."));
+    pkmd_cModel given;
+    std::vector<double> channels(9, 1.0);
+    given.AddCurve(darr_c1DArray{std::span(channels)}, 1);
+    EXPECT_THAT(textOf([&] { pkmd_Fit(given, spectrum.array); }),
+                HasSubstr("There are 9 channels of a curve for 200 of the spectrum."));
+    channels[4] = notANumber;
+    EXPECT_THAT(textOf([&] { given.AddCurve(darr_c1DArray{std::span(channels)}, 1); }),
+                HasSubstr("Channel 4 is not finite."));
     options = {};
     options.objective = static_cast<nlsq_eObjective>(5);
     ExpectRefusal("nlsq")(15, [&] { pkmd_Fit(model, spectrum.array, options); });
