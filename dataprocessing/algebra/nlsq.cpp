@@ -241,22 +241,17 @@ public:
     /// Whether the next Try is to give a gradient with twice the digits.
     void SetExactGradient(bool isExact) { products_.assign(isExact ? count_ : 0, {}); }
 
-    /// The step to the solution from nearby, by an exact gradient. Empty where squared equations,
-    /// which it takes, have lost too many digits.
+    /// The step to the solution from nearby, by an exact gradient. Empty where some directions are
+    /// not determined.
     std::vector<double> Refine() {
         const nlsq_sCovariance inverse = Covariance(std::vector<char>(count_));
         if (inverse.rank != static_cast<int>(count_))
             return {};
         std::vector<double> step(count_);
-        double condition = 0; // of the products of columns of norm 1
-        for (std::size_t i = 0; i < count_; ++i) {
-            const double* const row = inverse.matrix.data() + i * count_;
-            condition += row[i] * here_.norms[i] * here_.norms[i] * static_cast<double>(count_);
+        for (std::size_t i = 0; i < count_; ++i)
             for (std::size_t j = 0; j < count_; ++j)
-                step[i] += row[j] * here_.gradient[j];
-        }
-        constexpr double largest = 1e12;
-        return condition < largest && areFinite(step) ? step : std::vector<double>{};
+                step[i] += inverse.matrix[i * count_ + j] * here_.gradient[j];
+        return areFinite(step) ? step : std::vector<double>{};
     }
 
 private:
