@@ -224,6 +224,15 @@ TEST(PeakModel, DevianceIsTheSumOfItsTerms) {
         EXPECT_GE(deviance, 0) << ratio;
         EXPECT_NEAR(deviance, wanted, 1e-15 * (16 + wanted)) << ratio;
     }
+    for (int i = 0; i < 1000; ++i) {
+        std::vector<double> counts(8);
+        for (std::size_t k = 0; k < 8; ++k)
+            counts[k] = 1 + 0.37 * i + 0.71 * static_cast<double>(k);
+        const std::vector<double> same(counts);
+        EXPECT_GE(pkmd_Deviance(counts.data(), nullptr, same.data(), 8, residuals.data(), w.data()),
+                  0)
+            << i;
+    }
     for (const double outside : {0.0, -1.0, notANumber}) {
         curve[20] = outside;
         for (const double* const taking :
@@ -427,6 +436,25 @@ TEST(PeakFit, PositionsAreThoseOfTheCalibrationWhateverItsIndex) {
         EXPECT_NEAR(part.fit.parameters[0], expected.fit.parameters[0],
                     expected.fit.standardErrors[0]);
     }
+}
+
+// The weight of a channel is 1 / y, that of less than a count 1.
+TEST(PeakFit, LeastSquaresWeighsByTheCounts) {
+    const std::vector<double> counts{0, 1, 2, 3, 0.5, 1.5, 1, 4, 0, 2};
+    double weights = 0;
+    double sum = 0;
+    for (const double count : counts) {
+        weights += 1 / std::max(count, 1.0);
+        sum += std::min(count, 1.0);
+    }
+    pkmd_cModel model;
+    model.AddPolynomial({1});
+    pkmd_sOptions options;
+    options.objective = nlsq_LeastSquares;
+    const nlsq_sResult found =
+        pkmd_Fit(model, darr_c1DArray{std::span<const double>(counts)}, options).fit;
+    EXPECT_NEAR(found.parameters[0], sum / weights, 1e-14);
+    EXPECT_NEAR(found.standardErrors[0], 1 / std::sqrt(weights), 1e-14);
 }
 
 TEST(PeakFit, AreaHasTheErrorOfItsParameters) {
