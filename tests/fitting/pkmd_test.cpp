@@ -453,8 +453,8 @@ TEST(PeakFit, LeastSquaresWeighsByTheCounts) {
     options.objective = nlsq_LeastSquares;
     const nlsq_sResult found =
         pkmd_Fit(model, darr_c1DArray{std::span<const double>(counts)}, options).fit;
-    EXPECT_NEAR(found.parameters[0], sum / weights, 1e-14);
-    EXPECT_NEAR(found.standardErrors[0], 1 / std::sqrt(weights), 1e-14);
+    EXPECT_NEAR(found.parameters[0], sum / weights, 1e-11);
+    EXPECT_NEAR(found.standardErrors[0], 1 / std::sqrt(weights), 1e-11);
 }
 
 TEST(PeakFit, AreaHasTheErrorOfItsParameters) {
@@ -628,6 +628,10 @@ TEST(PeakFit, ChannelsThatTakeNoPart) {
     EXPECT_EQ(weighted.fit.standardErrors, missing.fit.standardErrors);
     options.objective = nlsq_PoissonLikelihood;
     EXPECT_EQ(pkmd_Fit(model, darr_c1DArray{std::span(y), keV}, options).channels, 197);
+    // The ends of the range take part.
+    options.from = keV.Position(20);
+    options.to = keV.Position(119);
+    EXPECT_EQ(pkmd_Fit(model, spectrum.array, options).channels, 100);
 }
 
 TEST(PeakFit, TheTypeOfTheSpectrumDoesNotMatter) {
@@ -644,12 +648,18 @@ TEST(PeakFit, WindowsFollowAPeakThatMoves) {
     model.AddPolynomial({30}, 6.5, 1);
     const Spectrum spectrum(model, 200, keV, 4);
     const pkmd_sResult expected = pkmd_Fit(model, spectrum.array);
-    model.SetStart(0, 6.46);
-    model.SetStart(2, 0.05);
+    // Down and up, also from windows that do not reach as far.
+    for (const auto& [position, width] :
+         {std::pair{6.36, 0.02}, std::pair{6.44, 0.02}, std::pair{6.46, 0.05}}) {
+        model.SetStart(0, position);
+        model.SetStart(2, width);
+        const pkmd_sResult moved = pkmd_Fit(model, spectrum.array);
+        for (std::size_t i = 0; i < 4; ++i)
+            EXPECT_NEAR(moved.fit.parameters[i], expected.fit.parameters[i],
+                        1e-4 * expected.fit.standardErrors[i])
+                << position;
+    }
     const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
-    for (std::size_t i = 0; i < 4; ++i)
-        EXPECT_NEAR(result.fit.parameters[i], expected.fit.parameters[i],
-                    1e-3 * expected.fit.standardErrors[i]);
     // Wider ones change little: what is cut off at 5 widths is about 4e-6 of the height.
     pkmd_sOptions wide;
     wide.windows = 8;
@@ -834,6 +844,10 @@ TEST(PeakModel, StartsOverTheMeanOfTheChannelsBetweenPeaks) {
     peak.width = 2; // 3 units to both sides, elements 3 to 7
     const std::vector<double> y{1, 2, 3, 50, 50, 50, 50, 50, 4, 5};
     EXPECT_EQ(levelOf(y, {peak}), 3);
+    // So they are on an axis that runs downward.
+    EXPECT_EQ(pkmd_ModelOf(darr_c1DArray{std::span(y), cal_c1DArrayCal(30, -2, 0)}, {&peak, 1})
+                  .Starts()[3],
+              3);
     EXPECT_EQ(levelOf({1, 2, notANumber, 50, 50, 50, 50, 50, 4, 5}, {peak}), 3);
     EXPECT_DOUBLE_EQ(levelOf(y, {}), 26.5);
     peak.width = 100;
