@@ -28,17 +28,16 @@ public:
     void If(bool isRefused, int line, const char* before, long long number,
             const char* after) const {
         if (isRefused)
-            throw Exception(unit_, line,
-                                         (before + std::to_string(number) + after).c_str());
+            throw Exception(unit_, line, (before + std::to_string(number) + after).c_str());
     }
     /// Refuses other sizes than are expected: "There are 4 `had` 5 `expected`".
     void IfOthers(std::size_t size, std::size_t expectedSize, int line, const char* had,
                   const char* expected) const {
         if (size != expectedSize)
             throw Exception(unit_, line,
-                                         ("There are " + std::to_string(size) + had +
-                                          std::to_string(expectedSize) + expected)
-                                             .c_str());
+                            ("There are " + std::to_string(size) + had +
+                             std::to_string(expectedSize) + expected)
+                                .c_str());
     }
     /// Refuses the first value that is not right.
     template<class IsRight>
