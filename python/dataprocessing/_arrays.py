@@ -5,7 +5,6 @@ from __future__ import annotations
 import math
 import pickle
 from collections.abc import Callable
-from typing import TYPE_CHECKING, Any, TypeVar
 
 import numpy as np
 
@@ -13,10 +12,13 @@ from dataprocessing import _core
 from dataprocessing._core import Array1D, Array2D, Axis, ComplexConversion, IndexSelect, Mask1D, Mask2D
 from dataprocessing._ufunc import array_ufunc
 
+TYPE_CHECKING = False  # see __init__
 if TYPE_CHECKING:
+    from typing import Any, TypeVar
+
     from numpy.typing import NDArray
 
-F = TypeVar("F", bound=Callable[..., Any])
+    F = TypeVar("F", bound=Callable[..., Any])
 
 _RULES = {
     "floor": IndexSelect.FLOOR,
@@ -255,67 +257,105 @@ def row(self: Array2D, index: int) -> Array1D:
 # ---- Reductions --------------------------------------------------------------------------------
 
 
-def _along(self: Any, axis: Any, reduce: Callable[[NDArray[Any], int], Any], unit: str) -> Any:
-    """A reduction along one axis of an image gives a line on the other one."""
-    if self.ndim == 1:
-        raise ValueError("a 1D array is reduced as a whole: leave axis out")
-    kept = {0: 1, -2: 1, 1: 0, -1: 0}.get(axis)
-    if kept is None:
-        raise ValueError(f"an image has axes 0 (y) and 1 (x), not {axis!r}")
-    return Array1D(reduce(self.values, 1 - kept), self.axes[kept], name=self.name, unit=unit)
+def _reduced(self: Any, name: str, axis: Any, unit: str, **given: Any) -> Any:
+    """numpy's reduction of the elements; along one axis of an image an array on the other one."""
+    found = getattr(self.values, name)(axis=axis, **{k: v for k, v in given.items() if v is not None})
+    if given.get("out") is not None or self.ndim == 1 or np.ndim(found) != 1:
+        return found
+    along = axis[0] if isinstance(axis, tuple) else axis
+    return Array1D(found, self.axes[1 - along % 2], name=self.name, unit=unit)
+
+
+def _is_whole(self: Any, axis: Any, *given: Any) -> bool:
+    """Whether all elements are meant, and no other option of numpy's is asked for."""
+    if any(given):
+        return False
+    return axis is None or (self.ndim == 1 and axis in (0, -1, (0,), (-1,)))
 
 
 def _is_real(self: Any) -> bool:
     return bool(self.dtype.kind != "c")
 
 
-@_method(*ARRAYS)
-def sum_(self: Any, axis: int | None = None) -> Any:
-    """The sum of all elements; of an image along axis 0 (y) or 1 (x) an Array1D.
+def _wide(self: Any, dtype: Any) -> Any:
+    """Integers are summed in double precision where nothing else is asked for."""
+    return "f8" if dtype is None and self.dtype.kind in "iu" else dtype
 
-    Integers are summed exactly as far as float64 goes. 0.0 without elements. NaN where one is.
+
+@_method(*ARRAYS)
+def sum_(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
+    """The sum of all elements, in the unit of the values.
+
+    Arguments are those of ``ndarray.sum``; along axis 0 (y) or 1 (x) of an image an Array1D. Integers are summed
+    exactly as far as float64 goes. 0.0 without elements. NaN where one is.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> image = dp.Array2D(np.ones((2, 3)))
+        >>> image.sum(), image.sum(axis=0).values
+        (6.0, array([2., 2., 2.]))
     """
-    if axis is not None:
-        return _along(self, axis, lambda v, i: v.sum(axis=i, dtype=None if v.dtype.kind in "fc" else "f8"), self.unit)
+    if not _is_whole(self, axis, dtype is not None, out is not None, keepdims, options):
+        return _reduced(self, "sum", axis, self.unit, dtype=_wide(self, dtype), out=out, keepdims=keepdims, **options)
     if self.size == 0:
         return self.dtype.type(0) if self.dtype.kind in "fc" else np.float64(0)
     return _core.stat_sum(self)
 
 
 @_method(*ARRAYS)
-def mean(self: Any, axis: int | None = None) -> Any:
-    """The mean of all elements, or along one axis of an image. ValueError without elements."""
-    if axis is not None:
-        return _along(self, axis, lambda v, i: v.mean(axis=i), self.unit)
+def mean(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
+    """The mean of all elements, or along one axis of an image; in the unit of the values.
+
+    Arguments are those of ``ndarray.mean``. ValueError without elements.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([1, 2, 6]).mean()
+        3.0
+    """
+    if not _is_whole(self, axis, dtype is not None, out is not None, keepdims, options):
+        return _reduced(self, "mean", axis, self.unit, dtype=dtype, out=out, keepdims=keepdims, **options)
     if self.size == 0:
         raise ValueError("the mean of no elements")
     return _core.stat_mean(self)
 
 
 @_method(*ARRAYS)
-def var(self: Any, axis: int | None = None, ddof: int = 0) -> Any:
-    """The variance, sum of abs(x - mean)^2 / (n - ddof); in double precision.
+def var(
+    self: Any, axis: Any = None, dtype: Any = None, out: Any = None, ddof: int = 0, keepdims: bool = False, **options: Any
+) -> Any:
+    """The variance, sum of abs(x - mean)^2 / (n - ddof); in double precision, without a unit.
 
-    ValueError without elements. With no more of them than ``ddof`` it is NaN.
+    Arguments are those of ``ndarray.var``. ValueError without elements. With no more of them than ``ddof`` it is NaN.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 2, 3, 4]).var(ddof=1)
         1.6666666666666667
     """
-    if axis is not None:
-        return _along(self, axis, lambda v, i: v.var(axis=i, ddof=ddof, dtype="f8" if _is_real(self) else None), "")
+    wide = "f8" if _is_real(self) else "c16"
+    if not _is_whole(self, axis, dtype is not None, out is not None, keepdims, options):
+        given = {"dtype": dtype or wide, "out": out, "ddof": ddof, "keepdims": keepdims}
+        return _reduced(self, "var", axis, "", **given, **options)
     if self.size == 0:
         raise ValueError("the variance of no elements")
     if self.size <= ddof:
         return np.float64(math.nan)
-    return np.float64(self.values.var(ddof=ddof, dtype="f8" if _is_real(self) else "c16"))
+    return np.float64(self.values.var(ddof=ddof, dtype=wide))
 
 
 @_method(*ARRAYS)
-def std(self: Any, axis: int | None = None, ddof: int = 0) -> Any:
-    """The standard deviation, the root of ``var``."""
-    if axis is not None:
-        return _along(self, axis, lambda v, i: v.std(axis=i, ddof=ddof), self.unit)
+def std(
+    self: Any, axis: Any = None, dtype: Any = None, out: Any = None, ddof: int = 0, keepdims: bool = False, **options: Any
+) -> Any:
+    """The standard deviation, the root of ``var``, in the unit of the values.
+
+    Arguments are those of ``ndarray.std``. ValueError without elements.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([1, 3]).std()
+        1.0
+    """
+    if not _is_whole(self, axis, dtype is not None, out is not None, keepdims, options):
+        given = {"dtype": dtype or ("f8" if _is_real(self) else "c16"), "out": out, "ddof": ddof, "keepdims": keepdims}
+        return _reduced(self, "std", axis, self.unit, **given, **options)
     return np.sqrt(var(self, ddof=ddof))
 
 
@@ -324,23 +364,37 @@ def _without_nan(values: NDArray[Any]) -> NDArray[Any]:
     return kept
 
 
-def _extreme(self: Any, which: str, axis: int | None, over: Any, interpolate: bool, skipna: bool) -> Any:
+def _over(self: Any, which: str, over: Any, interpolate: bool, skipna: bool) -> Any:
+    """The extreme of what lies inside a range; the last word is that of the elements there, where they decide alone."""
+    if self.ndim != 1:
+        raise TypeError("over= takes a range of a 1D array; use .sel(rect) of an image")
+    start, end = over
+    part = self.sel(start, end, rule="ceiling")
+    inside = _core.extr_min_over if which == "min" else _core.extr_max_over
+    if part.size and not skipna and np.isnan(part.values).any():
+        return self.dtype.type(math.nan)
+    if interpolate:
+        return inside(self, float(start), float(end), True, ComplexConversion.REAL_PART)
+    return _extreme(part, which, None, None, False, {}, None, False, skipna)
+
+
+def _extreme(
+    self: Any, which: str, axis: Any, out: Any, keepdims: bool, options: dict[str, Any], over: Any, interpolate: bool,
+    skipna: bool,
+) -> Any:  # fmt: skip
     if not _is_real(self):
         raise TypeError(f"complex elements have no {which}imum; take abs(a) or a.real first")
     if over is not None:
-        if self.ndim != 1:
-            raise TypeError("over= takes a range of a 1D array; use .sel(rect) of an image")
-        start, end = over
-        part = self.sel(start, end, rule="ceiling")
-        inside = _core.extr_min_over if which == "min" else _core.extr_max_over
-        if part.size and not skipna and np.isnan(part.values).any():
-            return self.dtype.type(math.nan)
-        if interpolate:
-            return inside(self, float(start), float(end), True, ComplexConversion.REAL_PART)
-        self = part
-    if axis is not None:
-        reduce = getattr(np, ("nan" if skipna else "") + which)
-        return _along(self, axis, lambda v, i: reduce(v, axis=i), self.unit)
+        if not _is_whole(self, axis, out is not None, keepdims, options):
+            raise TypeError("over= goes with interpolate= and skipna= alone")
+        return _over(self, which, over, interpolate, skipna)
+    if not _is_whole(self, axis, out is not None, keepdims, options):
+        if not skipna:
+            return _reduced(self, which, axis, self.unit, out=out, keepdims=keepdims, **options)
+        if not _is_whole(self, None, out is not None, keepdims, options) or axis not in (0, 1, -1, -2):
+            raise TypeError("skipna= goes with one axis, and without numpy's other options")
+        found = getattr(np, f"nan{which}")(self.values, axis=axis)
+        return Array1D(found, self.axes[1 - axis % 2], name=self.name, unit=self.unit)
     if self.size == 0:
         raise ValueError(f"the {which}imum of no elements")
     found = getattr(self.values, which)()
@@ -352,27 +406,34 @@ def _extreme(self: Any, which: str, axis: int | None, over: Any, interpolate: bo
 
 @_method(*ARRAYS)
 def min_(
-    self: Any, axis: int | None = None, *, over: Any = None, interpolate: bool = False, skipna: bool = False
-) -> Any:
+    self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, *, over: Any = None, interpolate: bool = False,
+    skipna: bool = False, **options: Any,
+) -> Any:  # fmt: skip
     """The smallest element; NaN where one is, unless ``skipna``.
 
     ``over=(start, end)`` (or a Range) looks at the elements inside, with ``interpolate`` also at its
-    ends. ValueError without elements, TypeError for complex ones.
+    ends, in units of the axis; other arguments are those of ``ndarray.min``. ValueError without elements, TypeError
+    for complex ones.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([3.0, float("nan"), 1.0]).min(skipna=True)
+        1.0
     """
-    return _extreme(self, "min", axis, over, interpolate, skipna)
+    return _extreme(self, "min", axis, out, keepdims, options, over, interpolate, skipna)
 
 
 @_method(*ARRAYS)
 def max_(
-    self: Any, axis: int | None = None, *, over: Any = None, interpolate: bool = False, skipna: bool = False
-) -> Any:
-    """The largest element; see ``min``.
+    self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, *, over: Any = None, interpolate: bool = False,
+    skipna: bool = False, **options: Any,
+) -> Any:  # fmt: skip
+    """The largest element; see ``min``, also for its errors.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([12, 15, 90, 15, 11], dp.Axis(6.2, 0.1)).max(over=(6.5, 6.7))
         15
     """
-    return _extreme(self, "max", axis, over, interpolate, skipna)
+    return _extreme(self, "max", axis, out, keepdims, options, over, interpolate, skipna)
 
 
 def _place(self: Any, which: str, skipna: bool) -> int:
@@ -384,16 +445,40 @@ def _place(self: Any, which: str, skipna: bool) -> int:
     return int(function(self.values))
 
 
-@_method(*ARRAYS)
-def argmin(self: Any, *, skipna: bool = False) -> int:
-    """The index of the first smallest element, flat as in numpy; of the first NaN where one is."""
-    return _place(self, "min", skipna)
+def _places(self: Any, which: str, axis: Any, out: Any, keepdims: bool, skipna: bool) -> Any:
+    if _is_whole(self, axis, out is not None, keepdims):
+        return _place(self, which, skipna)
+    if skipna:
+        raise TypeError("skipna= goes without numpy's other options")
+    if not _is_real(self):
+        raise TypeError(f"complex elements have no {which}imum; take abs(a) or a.real first")
+    return _reduced(self, f"arg{which}", axis, "", out=out, keepdims=keepdims)
 
 
 @_method(*ARRAYS)
-def argmax(self: Any, *, skipna: bool = False) -> int:
-    """The index of the first largest element, flat as in numpy; of the first NaN where one is."""
-    return _place(self, "max", skipna)
+def argmin(self: Any, axis: Any = None, out: Any = None, *, keepdims: bool = False, skipna: bool = False) -> Any:
+    """The index of the first smallest element, flat as in numpy; of the first NaN where one is.
+
+    Arguments are those of ``ndarray.argmin``; along an axis of an image an Array1D of indices. ValueError without
+    elements, TypeError for complex ones.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([3, 1, 1]).argmin()
+        1
+    """
+    return _places(self, "min", axis, out, keepdims, skipna)
+
+
+@_method(*ARRAYS)
+def argmax(self: Any, axis: Any = None, out: Any = None, *, keepdims: bool = False, skipna: bool = False) -> Any:
+    """The index of the first largest element, flat as in numpy; of the first NaN where one is. See ``argmin``.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> image = dp.Array2D(np.eye(3))
+        >>> image.argmax(), image.argmax(axis=1).values
+        (0, array([0, 1, 2], dtype=int32))
+    """
+    return _places(self, "max", axis, out, keepdims, skipna)
 
 
 def _position(self: Any, index: int) -> Any:
@@ -421,19 +506,46 @@ def idxmax(self: Any, *, skipna: bool = False) -> Any:
     return _position(self, _place(self, "max", skipna))
 
 
+def _limit(limit: Any, dtype: Any, is_lower: bool) -> Any:
+    """A limit in the type of the elements: of integers the next one inside, or the end of what there is."""
+    if limit is None or dtype.kind not in "iu":
+        return limit if limit is None else dtype.type(limit)
+    if np.ndim(limit) > 0:
+        raise TypeError("the limits are numbers; np.clip(a.values, low, high) takes arrays")
+    info = np.iinfo(dtype)
+    if limit != limit:
+        raise ValueError("NaN is no limit of integers")
+    inside = max(min(limit, info.max), info.min)
+    return dtype.type(math.ceil(inside) if is_lower else math.floor(inside))
+
+
 @_method(*ARRAYS)
-def clip(self: Any, min: Any = None, max: Any = None) -> Any:  # noqa: A002
-    """Elements below ``min`` become it, those above ``max`` that; the element type stays."""
+def clip(self: Any, min: Any = None, max: Any = None, out: Any = None, **options: Any) -> Any:  # noqa: A002
+    """Elements below ``min`` become it, those above ``max`` that; type, name and unit stay.
+
+    Limits of integers are rounded inwards. ValueError without a limit.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([1, 5, 200], dtype="u1").clip(-3, 100).values
+        array([  1,   5, 100], dtype=uint8)
+    """
     if min is None and max is None:
         raise ValueError("clip takes min, max or both")
-    limits = [None if limit is None else self.dtype.type(limit) for limit in (min, max)]
-    return on_axes_of(self, np.clip(self.values, *limits), self.name, self.unit)
+    limits = _limit(min, self.dtype, True), _limit(max, self.dtype, False)
+    found = np.clip(self.values, *limits, out=out, **options)
+    return found if out is not None else on_axes_of(self, found, self.name, self.unit)
 
 
 @_method(*ARRAYS)
-def round_(self: Any, decimals: int = 0) -> Any:
-    """Rounded to so many decimals, ties to even; the element type stays."""
-    return on_axes_of(self, np.round(self.values, decimals), self.name, self.unit)
+def round_(self: Any, decimals: int = 0, out: Any = None) -> Any:
+    """Rounded to so many decimals, ties to even; type, name and unit stay.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([0.5, 1.26]).round(1).values
+        array([0.5, 1.3])
+    """
+    found = np.round(self.values, decimals, out=out)
+    return found if out is not None else on_axes_of(self, found, self.name, self.unit)
 
 
 def _rescale_1d(self: Array1D, delta: float) -> Array1D:
@@ -478,6 +590,57 @@ def __iter__(self: Any) -> Any:
         yield self[i]
 
 
+# ---- Masks -------------------------------------------------------------------------------------
+
+
+def _mask_reduced(self: Any, name: str, axis: Any, out: Any, keepdims: bool, options: dict[str, Any]) -> Any:
+    found = getattr(self.values, name)(axis=axis, out=out, keepdims=keepdims, **options)
+    if out is not None or np.ndim(found) == 0:
+        return bool(found) if out is None else out
+    if self.ndim == 1 or np.ndim(found) != 1:
+        return found
+    along = axis[0] if isinstance(axis, tuple) else axis
+    return Mask1D(found, self.axes[1 - along % 2])
+
+
+@_method(*MASKS)
+def any_(self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
+    """Whether at least one element is true; along an axis of an image's mask a Mask1D, as ``ndarray.any``.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> (dp.Array2D(np.eye(2, 3)) > 0).any(axis=0).values
+        array([ True,  True, False])
+    """
+    return _mask_reduced(self, "any", axis, out, keepdims, options)
+
+
+@_method(*MASKS)
+def all_(self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
+    """Whether all elements are true, and so it is without elements; otherwise like ``any``.
+
+        >>> import dataprocessing as dp
+        >>> (dp.Array1D([1, 5, 2]) > 0).all()
+        True
+    """
+    return _mask_reduced(self, "all", axis, out, keepdims, options)
+
+
+def _mask_comparison(name: str, ufunc: np.ufunc) -> None:
+    def compare(self: Any, other: Any) -> Any:
+        if isinstance(other, (*MASKS, np.ndarray, bool, np.bool_)):
+            return ufunc(self, other)
+        return NotImplemented
+
+    compare.__name__ = name
+    for cls in MASKS:
+        setattr(cls, name, compare)
+        setattr(cls, "__hash__", None)
+
+
+_mask_comparison("__eq__", np.equal)
+_mask_comparison("__ne__", np.not_equal)
+
+
 def _numpy_operator(name: str, ufunc: np.ufunc, reflected: bool) -> None:
     def operate(self: Any, other: Any) -> Any:
         return ufunc(other, self) if reflected else ufunc(self, other)
@@ -496,12 +659,46 @@ _numpy_operator("__rmod__", np.remainder, True)
 # ---- Pickles -----------------------------------------------------------------------------------
 
 
+def _base(cls: Any) -> Any:
+    return next(base for base in (*ARRAYS, *MASKS) if issubclass(cls, base))
+
+
+def _made(cls: Any, *given: Any, **labels: Any) -> Any:
+    """An object of a class or a subclass, whatever the ``__init__`` of that takes."""
+    base = _base(cls)
+    if cls is base:
+        return cls(*given, **labels)
+    made = cls.__new__(cls)
+    base.__init__(made, *given, **labels)
+    return made
+
+
 def _rebuild(cls: type, values: Any, shape: tuple[int, ...], dtype: str, axes: Any, name: str, unit: str) -> Any:
     elements = np.frombuffer(values, dtype=dtype).reshape(shape)
     where = axes[0] if len(shape) == 1 else axes
     if name or unit:
-        return cls(elements, where, name=name, unit=unit)
-    return cls(elements, where)
+        return _made(cls, elements, where, name=name, unit=unit)
+    return _made(cls, elements, where)
+
+
+@_method(*ARRAYS, *MASKS)
+def __copy__(self: Any) -> Any:
+    """An independent copy; of a subclass with what its objects hold besides."""
+    made = _made(type(self), self)
+    if hasattr(self, "__dict__"):
+        made.__dict__.update(self.__dict__)
+    return made
+
+
+@_method(*ARRAYS, *MASKS)
+def __deepcopy__(self: Any, memo: dict[int, Any]) -> Any:
+    """An independent copy; of a subclass with copies of what its objects hold besides."""
+    import copy
+
+    made = memo[id(self)] = _made(type(self), self)
+    if hasattr(self, "__dict__"):
+        made.__dict__.update(copy.deepcopy(self.__dict__, memo))
+    return made
 
 
 @_method(*ARRAYS, *MASKS)
@@ -520,6 +717,6 @@ def __reduce__(self: Any) -> Any:
 
 
 _cls: Any
-for _cls in ARRAYS:
+for _cls in (*ARRAYS, *MASKS):
     _cls.__array_ufunc__ = array_ufunc
     _cls.__array_priority__ = 20

@@ -129,26 +129,53 @@ class Rect:
     """A rectangle, upright by its sides or turned round its centre.
 
     ``Rect(left, bottom, right, top)``, or ``Rect.turned(x, y, length, width, angle)``; the angle is in
-    radians, counter-clockwise.
+    radians, counter-clockwise, all else in units of the axes. It tells of changes as a :class:`Range` does.
 
         >>> import dataprocessing as dp
-        >>> (1.0, 0.5) in dp.Rect(0, 0, 2, 1)
+        >>> frame = dp.Rect(0, 0, 2, 1)
+        >>> (1.0, 0.5) in frame
         True
+        >>> heard = frame.on_change(lambda rect: print("now", rect))
+        >>> frame.set(0, 0, 4, 1)
+        now Rect(0, 0, 4, 1)
     """
 
-    __slots__ = ("_rect", "_made_of")
+    __slots__ = ("_functions", "_rect", "_made_of", "__weakref__")
 
     def __init__(self, left: float = 0.0, bottom: float = 0.0, right: float = 0.0, top: float = 0.0) -> None:
-        self._rect = rnge_c2DRange(left, bottom, right, top)
-        self._made_of: tuple[float, ...] = (left, bottom, right, top)
+        self._functions: list[Callable[[Rect], object]] = []
+        self._make((left, bottom, right, top))
 
     @classmethod
     def turned(cls, x: float, y: float, length: float, width: float, angle: float) -> Rect:
         """A rectangle round (x, y), ``length`` along its own first axis, turned by ``angle``."""
         rect = cls()
-        rect._rect = rnge_c2DRange(x, y, length, width, angle)
-        rect._made_of = (x, y, length, width, angle)
+        rect._make((x, y, length, width, angle))
         return rect
+
+    def _make(self, numbers: tuple[float, ...]) -> None:
+        self._rect = rnge_c2DRange(*numbers)
+        self._made_of = numbers
+
+    def set(self, *numbers: float) -> None:
+        """Sets all sides, ``(left, bottom, right, top)``, or makes it turned, ``(x, y, length, width, angle)``.
+
+        Whoever listens hears of it once, and not at all when nothing changes. TypeError for another count.
+        """
+        if len(numbers) not in (4, 5):
+            raise TypeError(f"a rectangle is set by four numbers, or five where it is turned, not by {len(numbers)}")
+        before = self._geometry()
+        self._make(numbers)
+        if self._geometry() != before:
+            for function in list(self._functions):
+                function(self)
+
+    def on_change(self, function: Callable[[Rect], object]) -> Subscription:
+        """Calls ``function(rect)`` after every change, until the subscription is cancelled."""
+        return Subscription(self._functions, function)
+
+    def _geometry(self) -> tuple[object, ...]:
+        return (self.corners, self.angle)
 
     @property
     def corners(self) -> tuple[tuple[float, float], ...]:
@@ -182,10 +209,9 @@ class Rect:
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Rect):
             return NotImplemented
-        return self.corners == other.corners and self.angle == other.angle
+        return self._geometry() == other._geometry()
 
-    def __hash__(self) -> int:
-        return hash((self.corners, self.angle))
+    __hash__ = None  # type: ignore[assignment]  # it changes
 
     def __repr__(self) -> str:
         name = "Rect" if len(self._made_of) == 4 else "Rect.turned"

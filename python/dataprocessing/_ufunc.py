@@ -8,13 +8,17 @@ from __future__ import annotations
 
 import operator
 from collections.abc import Callable
-from typing import Any
 
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D, Mask1D, Mask2D
 
+TYPE_CHECKING = False  # see __init__
+if TYPE_CHECKING:
+    from typing import Any
+
 _ARRAYS = (Array1D, Array2D)
+_MASKS = (Mask1D, Mask2D)
 _OURS = (Array1D, Array2D, Mask1D, Mask2D)
 _KNOWN = {*_OURS, np.ndarray, int, float, complex}
 
@@ -30,6 +34,20 @@ _SLOTS: dict[np.ufunc, tuple[str, str]] = {
     np.greater_equal: ("__ge__", "__le__"),
     np.less: ("__lt__", "__gt__"),
     np.less_equal: ("__le__", "__ge__"),
+}
+
+# What masks answer with masks. Others see their elements as numpy's bools.
+_LOGIC: dict[np.ufunc, Callable[..., Any]] = {
+    np.bitwise_and: operator.and_,
+    np.logical_and: operator.and_,
+    np.bitwise_or: operator.or_,
+    np.logical_or: operator.or_,
+    np.bitwise_xor: operator.xor,
+    np.logical_xor: operator.xor,
+    np.not_equal: operator.xor,
+    np.equal: lambda a, b: ~(a ^ b),
+    np.invert: operator.invert,
+    np.logical_not: operator.invert,
 }
 
 _NAMES = {
@@ -61,15 +79,34 @@ def _is_foreign(value: Any) -> bool:
     return own is not np.ndarray.__array_ufunc__
 
 
+def _as_masks(inputs: tuple[Any, ...]) -> list[Any] | None:
+    """All as masks on the grid of the first one, where all are masks or bools."""
+    first = next(x for x in inputs if isinstance(x, _MASKS))
+    masks = []
+    for x in inputs:
+        if not isinstance(x, _MASKS):
+            values = np.asarray(x)
+            if values.dtype != bool:
+                return None
+            x = type_of_mask(first)(np.broadcast_to(values, first.shape), first.axes[0] if first.ndim == 1 else first.axes)
+        masks.append(x)
+    return masks
+
+
+def type_of_mask(mask: Any) -> type:
+    """``Mask1D`` or ``Mask2D``, also of an object of a subclass."""
+    return Mask1D if mask.ndim == 1 else Mask2D
+
+
 def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: dict[str, Any]) -> Any:
     from dataprocessing._arrays import on_axes_of
 
     out = kwargs.get("out", ())
     if out:
         kwargs["out"] = tuple(x.values if isinstance(x, _OURS) else x for x in out)
-    if isinstance(kwargs.get("where"), (Mask1D, Mask2D)):
+    arrays = [x for x in (*inputs, kwargs.get("where")) if isinstance(x, _OURS)]
+    if isinstance(kwargs.get("where"), _MASKS):
         kwargs["where"] = kwargs["where"].values
-    arrays = [x for x in inputs if isinstance(x, _ARRAYS)]
     first = arrays[0] if arrays else None
     if first is not None and any(x.axes != first.axes or x.shape != first.shape for x in arrays[1:]):
         raise ValueError(f"np.{ufunc.__name__} takes arrays on one grid; bring them there first, as a + 0 * b does")
@@ -100,7 +137,12 @@ def array_ufunc(self: Any, ufunc: np.ufunc, method: str, *inputs: Any, **kwargs:
                 return getattr(a, slots[0])(b)
             if isinstance(b, _ARRAYS):
                 return getattr(b, slots[1])(a)
-        function = _function(ufunc)
-        if function is not None:
-            return function(*inputs)
+        if any(isinstance(x, _ARRAYS) for x in inputs):
+            function = _function(ufunc)
+            if function is not None:
+                return function(*inputs)
+        elif ufunc in _LOGIC:
+            masks = _as_masks(inputs)
+            if masks is not None:
+                return _LOGIC[ufunc](*masks)
     return _on_values(ufunc, method, inputs, kwargs)

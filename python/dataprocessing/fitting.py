@@ -141,6 +141,9 @@ class Selection:
     def __len__(self) -> int:
         return len(self._ranges)
 
+    def __reduce__(self) -> tuple[type[Selection], tuple[list[Range]]]:
+        return Selection, (list(self),)
+
     def __repr__(self) -> str:
         return f"Selection({list(self)!r})"
 

@@ -374,8 +374,6 @@ void defineArray(py::module_& module, const char* name, const char* docstring,
         .def("_convert", &converted<Object>, py::arg("dtype"), py::arg("part"))
         .def(
             "copy", [](const Object& a) { return Object(a); }, "An independent copy.")
-        .def("__copy__", [](const Object& a) { return Object(a); })
-        .def("__deepcopy__", [](const Object& a, const py::dict&) { return Object(a); })
         .def("identical", &identical<Object>, py::arg("other"),
              "Whether `other` is an array of the same type, axes and labels whose elements have "
              "the same bits.")

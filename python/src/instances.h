@@ -8,6 +8,7 @@
 #include <pybind11/pybind11.h>
 
 #include "objects.h"
+#include "safeguards.h"
 
 namespace dataprocessing::python {
 
@@ -27,7 +28,7 @@ T& held(PyObject* object) {
     auto* instance = reinterpret_cast<pybind11::detail::instance*>(object);
     auto* value = static_cast<T*>(instance->get_value_and_holder().value_ptr());
     if (value == nullptr)
-        throw pybind11::type_error("an object without a value: its __init__ was not called");
+        throw pybind11::type_error(withoutValue);
     return *value;
 }
 

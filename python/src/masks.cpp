@@ -65,13 +65,7 @@ void define() {
             [](const Mask& a, const Mask& b) {
                 return static_cast<bool>(a.values.IsRangeAndDelta(b.values));
             },
-            py::arg("other"), "Whether both lie on one grid.")
-        .def(
-            "any", [](const Mask& mask) { return countOf(mask) > 0; },
-            "Whether at least one element is true.")
-        .def(
-            "all", [](const Mask& mask) { return countOf(mask) == mask.Count(); },
-            "Whether all elements are true; so it is without elements.");
+            py::arg("other"), "Whether both lie on one grid.");
 }
 
 } // namespace

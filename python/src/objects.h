@@ -2,19 +2,13 @@
 
 // What Python objects hold: the library's values and the words that users put beside them.
 
-#include <cstring>
 #include <memory>
-#include <new>
 #include <string>
 #include <utility>
 
 #include "dataprocessing/dataprocessing.h"
 
 namespace dataprocessing::python {
-
-/// Storage for what Python objects hold. The binding takes it for an object whose __init__ was
-/// never called, too, and hands that to functions: of zeros, it is an array of nothing.
-inline void* zeroed(std::size_t bytes) { return std::memset(::operator new(bytes), 0, bytes); }
 
 /// A name and a unit. Nearly all arrays have neither, and then there is no storage.
 class cLabels {
@@ -53,9 +47,6 @@ struct sAxis {
     cal_cArrayCal cal;
     cLabels labels;
     friend bool operator==(const sAxis&, const sAxis&) = default;
-
-    static void* operator new(std::size_t bytes) { return zeroed(bytes); }
-    static void operator delete(void* storage) noexcept { ::operator delete(storage); }
 };
 
 /// An array or a mask with its labels. `axes` holds those of y and x, or of the only axis.
@@ -67,9 +58,6 @@ struct tObject {
     Values values;
     cLabels labels;
     cLabels axes[N];
-
-    static void* operator new(std::size_t bytes) { return zeroed(bytes); }
-    static void operator delete(void* storage) noexcept { ::operator delete(storage); }
 
     cal_cArrayCal Cal(int axis) const noexcept {
         if constexpr (N == 1)

@@ -1,53 +1,12 @@
-"""Nothing leaks, cycles through callbacks are collected."""
+"""Cycles through callbacks are collected, objects without a value do no harm."""
 
 import gc
-import resource
 import subprocess
 import sys
 import weakref
 
 import dataprocessing as dp
-import numpy as np
 import pytest
-
-ROUNDS = 20_000
-
-
-def crossings():
-    a = dp.Array1D(np.arange(50.0), dp.Axis(1.0, 0.5, name="x", unit="mm"), name="n")
-    image = dp.Array2D(np.ones((5, 6)))
-    mask = a > 3
-    given = np.arange(50, dtype="i2")
-
-    def refused():
-        try:
-            a / 0
-        except ZeroDivisionError:
-            pass
-
-    return {
-        "in": lambda: dp.Array1D(given), "out": lambda: a.values, "buffer": lambda: memoryview(a),
-        "operator": lambda: (a + a) * 2 - 1, "ndarray": lambda: a + given, "comparison": lambda: a < 3,
-        "mask": lambda: mask & ~mask, "index": lambda: (a[3], a[1:4], image[2], image[1, 2]), "error": refused,
-        "ufunc": lambda: np.sqrt(a), "labels": lambda: a.with_labels(name="other"), "axis": lambda: a.axis.unit,
-        "reduce": lambda: (a.sum(), a.max(), a.var()), "where": lambda: dp.where(mask, a, 0), "repr": lambda: repr(a),
-    }  # fmt: skip
-
-
-@pytest.mark.parametrize("name", crossings())
-def test_memory_does_not_grow(name):
-    call = crossings()[name]
-    rounds = ROUNDS // 10 if name == "repr" else ROUNDS
-    for _ in range(2000):
-        call()
-    gc.collect()
-    before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
-    for _ in range(rounds):
-        call()
-    grown = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before
-    # One leaked array a round would be 8 MB and more.
-    assert grown < 2048
-
 
 def test_cycles_through_callbacks_are_collected():
     class Owner:
