@@ -4,9 +4,12 @@ from __future__ import annotations
 
 from contextvars import Token
 from types import TracebackType
-from typing import Literal
 
 from dataprocessing._core import _alignment_mode
+
+TYPE_CHECKING = False  # see __init__
+if TYPE_CHECKING:
+    from typing import Literal
 
 __all__ = ["alignment"]
 

@@ -2,11 +2,13 @@
 
 from __future__ import annotations
 
-from typing import Any
-
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D
+
+TYPE_CHECKING = False  # see __init__
+if TYPE_CHECKING:
+    from typing import Any
 
 __all__ = ["array", "empty", "full", "zeros"]
 

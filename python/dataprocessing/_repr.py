@@ -4,14 +4,15 @@ from __future__ import annotations
 
 import base64
 import struct
-import zlib
-from typing import TYPE_CHECKING, Any
 
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D, Axis, Mask1D, Mask2D
 
+TYPE_CHECKING = False  # see __init__
 if TYPE_CHECKING:
+    from typing import Any
+
     from numpy.typing import NDArray
 
 _SHOWN = 3  # elements at each end of a line
@@ -110,6 +111,7 @@ def _line_svg(values: NDArray[Any]) -> str:
 
 def _png(grey: NDArray[Any]) -> bytes:
     """A grey picture of 8 bits; matplotlib is too heavy for looking at a value."""
+    import zlib
 
     def chunk(kind: bytes, data: bytes) -> bytes:
         return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))

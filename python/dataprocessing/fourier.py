@@ -6,13 +6,14 @@ double); the C++ library's own transforms, padded to powers of two, are in ``dat
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any
-
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D, Axis
 
+TYPE_CHECKING = False  # see __init__
 if TYPE_CHECKING:
+    from typing import Any
+
     from numpy.typing import NDArray
 
 __all__ = ["autocorrelate", "band_pass", "center", "convolve", "correlate", "fft", "ifft"]

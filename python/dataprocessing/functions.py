@@ -7,12 +7,15 @@ least: 8- and 16-bit integers become float32, 32-bit ones float64, so that all d
 from __future__ import annotations
 
 from collections.abc import Callable
-from typing import Any, Literal
 
 import numpy as np
 
 from dataprocessing import _core
 from dataprocessing._core import Array1D, Array2D, ComplexConversion, Function, Mask1D, Mask2D
+
+TYPE_CHECKING = False  # see __init__
+if TYPE_CHECKING:
+    from typing import Any, Literal
 
 __all__ = [
     "absolute", "acos", "arg", "asin", "atan", "conj", "convert", "cos", "cosh", "exp", "imag", "log", "log10",

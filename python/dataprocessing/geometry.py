@@ -6,11 +6,13 @@ library does.
 
 from __future__ import annotations
 
-from typing import Any
-
 from dataprocessing import _core
 from dataprocessing._core import Array1D, Array2D, Axis, Ramp
 from dataprocessing._ranges import Range, Rect
+
+TYPE_CHECKING = False  # see __init__
+if TYPE_CHECKING:
+    from typing import Any
 
 __all__ = [
     "Transform", "flip", "line_scan", "project", "ramp", "rescale", "resize", "rotate", "shear",
@@ -131,6 +133,17 @@ class Transform:
         if isinstance(y, Range):
             return Range._of(_core.trns_transform_to_base(y._range, self._core))
         return self._core.transform_to_base(y)
+
+    def __eq__(self, other: object) -> bool:
+        if not isinstance(other, Transform):
+            return NotImplemented
+        return (self.offset, self.scale) == (other.offset, other.scale)
+
+    def __hash__(self) -> int:
+        return hash((self.offset, self.scale))
+
+    def __reduce__(self) -> tuple[type[Transform], tuple[float, float]]:
+        return Transform, (self.offset, self.scale)
 
     def __repr__(self) -> str:
         return f"Transform(offset={self.offset!r}, scale={self.scale!r})"

@@ -2,13 +2,14 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any
-
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D, Axis
 
+TYPE_CHECKING = False  # see __init__
 if TYPE_CHECKING:
+    from typing import Any
+
     import xarray
     from numpy.typing import NDArray
 

@@ -2,13 +2,14 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, Any
-
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D, Axis, Mask1D, Mask2D
 
+TYPE_CHECKING = False  # see __init__
 if TYPE_CHECKING:
+    from typing import Any
+
     from matplotlib.axes import Axes
 
 __all__ = ["plot"]
