@@ -2,7 +2,6 @@
 
 import math
 import pickle
-import threading
 
 import dataprocessing as dp
 import numpy as np
@@ -301,20 +300,3 @@ def test_errors_say_where_and_why():
     assert error.message and str(error) == f"resc:1: {error.message}"
     with pytest.raises(dp.IndexOutOfRangeError):
         dp.Array2D(np.zeros((2, 2))).row(5)
-
-
-def test_threads_work_side_by_side():
-    a = dp.Array1D(np.random.default_rng(5).random(1_000_000))
-    expected = (a * 2.0 + a).values.tobytes()
-    results = []
-
-    def work():
-        for _ in range(5):
-            results.append((a * 2.0 + a).values.tobytes() == expected)
-
-    threads = [threading.Thread(target=work) for _ in range(4)]
-    for thread in threads:
-        thread.start()
-    for thread in threads:
-        thread.join()
-    assert results == [True] * 20

@@ -2,6 +2,8 @@
 
 import pathlib
 import re
+import subprocess
+import sys
 
 import dataprocessing
 import pytest
@@ -128,3 +130,22 @@ def test_every_reason_for_leaving_out_is_needed():
     for line in LEFT_OUT.strip().splitlines():
         pattern = line.split()[0]
         assert any(re.match(pattern, name) for name in names), pattern
+
+
+AFTER_NUMPY = """
+import sys, numpy
+before = set(sys.modules)
+import dataprocessing
+print(*sorted({name.partition(".")[0] for name in set(sys.modules) - before}))
+"""
+
+
+def test_importing_takes_little_along():
+    done = subprocess.run([sys.executable, "-c", AFTER_NUMPY], capture_output=True, text=True, check=True)
+    assert not {"typing", "dataclasses", "inspect", "matplotlib", "xarray", "dask", "hyperspy", "zlib"} & set(done.stdout.split())
+
+
+def test_what_is_loaded_later_is_listed():
+    assert set(dataprocessing.__all__) <= set(dir(dataprocessing))
+    with pytest.raises(AttributeError, match="nothing"):
+        dataprocessing.nothing
