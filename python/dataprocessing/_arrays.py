@@ -137,7 +137,12 @@ def imag(self: Any) -> Any:
 
 @_method(*ARRAYS)
 def conj(self: Any) -> Any:
-    """The complex conjugate; a copy of a real array."""
+    """The complex conjugate; a copy of a real array.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([1 + 2j]).conj().values
+        array([1.-2.j])
+    """
     if self.dtype.kind != "c":
         return self.copy()
     return on_axes_of(self, self.values.conj(), self.name, self.unit)
@@ -160,7 +165,12 @@ def astype(self: Any, dtype: Any, part: str = "real") -> Any:
 
 @_method(*ARRAYS)
 def with_labels(self: Any, name: str | None = None, unit: str | None = None) -> Any:
-    """A copy with another name, another unit; None leaves what is there."""
+    """A copy with another name, another unit; None leaves what is there.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([1, 2]).with_labels(unit="counts").unit
+        'counts'
+    """
     return type_of(self)(self, name=name, unit=unit)
 
 
@@ -250,7 +260,12 @@ def at(self: Array1D, x: Any, interpolate: bool = True) -> Any:
 
 @_method(Array2D)
 def row(self: Array2D, index: int) -> Array1D:
-    """Row ``index`` along x; IndexOutOfRangeError outside of the image."""
+    """Row ``index`` along x; IndexOutOfRangeError outside of the image.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.Array2D(np.eye(2, 3)).row(1).values
+        array([0., 1., 0.])
+    """
     return _core.line_at_y(self, index)
 
 
@@ -491,7 +506,12 @@ def _position(self: Any, index: int) -> Any:
 
 @_method(*ARRAYS)
 def idxmin(self: Any, *, skipna: bool = False) -> Any:
-    """Where the first smallest element lies: a position, (x, y) of an image."""
+    """Where the first smallest element lies: a position, (x, y) of an image.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([12, 15, 9], dp.Axis(6.2, 0.1)).idxmin()
+        6.4
+    """
     return _position(self, _place(self, "min", skipna))
 
 
@@ -549,12 +569,22 @@ def round_(self: Any, decimals: int = 0, out: Any = None) -> Any:
 
 
 def _rescale_1d(self: Array1D, delta: float) -> Array1D:
-    """Interpolated linearly at steps of ``delta``, over the same range."""
+    """Interpolated linearly at steps of ``delta``, over the same range.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([1.0, 3.0]).rescale(0.5).values
+        array([1., 2., 3., 3.])
+    """
     return _core.resc_rescale(self, delta)
 
 
 def _rescale_2d(self: Array2D, delta_x: float, delta_y: float) -> Array2D:
-    """Interpolated linearly at steps of ``delta_x`` and ``delta_y``, over the same extent."""
+    """Interpolated linearly at steps of ``delta_x`` and ``delta_y``, over the same extent.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.Array2D(np.ones((2, 3))).rescale(0.5, 0.25).shape
+        (8, 6)
+    """
     return _core.resc_rescale(self, delta_x, delta_y)
 
 
@@ -565,7 +595,12 @@ setattr(Array2D, "rescale", _rescale_2d)
 
 @_method(*ARRAYS)
 def apply(self: Any, function: Callable[[NDArray[Any]], Any]) -> Any:
-    """``function(values)``, which gives as many values, on this array's axes."""
+    """``function(values)``, which gives as many values, on this array's axes.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.Array1D([1.0, 2.0], dp.Axis(5.0)).apply(np.cumsum).values
+        array([1., 3.])
+    """
     values = np.asarray(function(self.values))
     if values.shape != self.shape:
         raise ValueError(f"the function made shape {values.shape} of {self.shape}")

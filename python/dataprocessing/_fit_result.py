@@ -60,6 +60,10 @@ class FittedPeak:
     Positions, widths are in units of the axis, heights in those of the values, areas in both. ``width`` is
     that of the shape (of a Gaussian the standard deviation), ``fwhm`` the full width at half maximum where it
     has a closed form; NaN where a fit has no such figure.
+
+        >>> from dataprocessing.fitting import FittedPeak
+        >>> FittedPeak("Fe", 6.4, area=120.0).area
+        120.0
     """
 
     name: str
@@ -138,6 +142,11 @@ class FitResult:
         On :attr:`axis` without an argument, as Array1D; on another Axis, with as many elements; where another
         Array1D lies; at positions, as an ndarray of their shape. ValueError for a fit without a curve, such as
         that of :func:`solve`.
+
+            >>> import dataprocessing as dp
+            >>> line = dp.fitting.polynomial(dp.Array1D([1.0, 3.0, 5.0]))
+            >>> round(float(line.eval(1.5)), 9)
+            4.0
         """
         if self._curve is None:
             raise ValueError(f"a {self.kind} has no curve")
@@ -173,7 +182,13 @@ class FitResult:
         return [f"{name}: {p.note}" for name, p in self.params.items() if p.note]
 
     def report(self) -> str:
-        """The fit in words: how it ended, all parameters with errors, peaks, and why errors are missing."""
+        """The fit in words: how it ended, all parameters with errors, peaks, and why errors are missing.
+
+            >>> import dataprocessing as dp
+            >>> line = dp.fitting.polynomial(dp.Array1D([1.0, 3.0, 5.0]))
+            >>> print(line.report().splitlines()[0])
+            fit         polynomial
+        """
         lines = [f"{name:12}{text}" for name, text in self._figures()]
         width = max((len(name) for name in self.params), default=0)
         lines += ["", *(f"  {name:{width}}  {parameter}" for name, parameter in self.params.items())]

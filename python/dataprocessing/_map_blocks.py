@@ -22,7 +22,12 @@ if TYPE_CHECKING:
 
 
 class Status(enum.IntEnum):
-    """What became of a spectrum."""
+    """What became of a spectrum.
+
+        >>> import dataprocessing as dp
+        >>> dp.maps.Status(3).name
+        'NEGATIVE'
+    """
 
     GOOD = 0
     """There is a result."""
@@ -53,7 +58,12 @@ def _digest(one: Any) -> str:
 
 @dataclass(frozen=True)
 class Planes:
-    """What came out of every spectrum of a map; ``planes["name"]`` is the plane of a parameter."""
+    """What came out of every spectrum of a map; ``planes["name"]`` is the plane of a parameter.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.maps.integrate(np.array([[1, 2, 3]]), {"Fe": (1, 2)})["Fe"]
+        array([5.])
+    """
 
     values: dict[str, Any]
     """The parameters, by name."""

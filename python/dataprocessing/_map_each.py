@@ -21,14 +21,24 @@ _MOST = 1 << 24  # elements that are rescaled at once
 
 
 class Applied(NamedTuple):
-    """What a function made of every spectrum, and a plane of :class:`Status`."""
+    """What a function made of every spectrum, and a plane of :class:`Status`.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.maps.apply(lambda a: float(a.max()), np.array([[1.0, 5.0]]), dp.Axis()).values
+        array([5.])
+    """
 
     values: Any
     status: Any
 
 
 class Rescaled(NamedTuple):
-    """A map on another grid, and the axis of its spectra."""
+    """A map on another grid, and the axis of its spectra.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.maps.rescale(np.array([[1.0, 3.0]]), 0.5, dp.Axis()).axis
+        Axis(0.0, 0.5)
+    """
 
     data: Any
     axis: Axis

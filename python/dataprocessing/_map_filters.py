@@ -16,7 +16,12 @@ if TYPE_CHECKING:
 
 
 class Spectra(NamedTuple):
-    """Spectra made of spectra, of the map's own kind, and the axis that they lie on."""
+    """Spectra made of spectra, of the map's own kind, and the axis that they lie on.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> [name for name in dp.maps.Spectra._fields]
+        ['data', 'errors', 'status', 'axis']
+    """
 
     data: Any
     """The values, as float64; NaN where the status is not good."""

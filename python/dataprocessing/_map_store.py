@@ -109,14 +109,12 @@ def store(planes: Planes, path: str | os.PathLike[str], *, resume: bool = False,
     ValueError for chunks of several sizes in a folder (``data.rechunk`` makes them equal), and for a file of another
     fit when it is resumed; TypeError for planes that were computed already.
 
-        >>> import numpy as np, dataprocessing as dp
-        >>> import dask.array, tempfile                                   # doctest: +SKIP
-        >>> data = dask.array.from_zarr("map.zarr")                       # doctest: +SKIP
-        >>> planes = dp.maps.integrate(data, {"Fe": (6.2, 6.6)}, axis)    # doctest: +SKIP
-        >>> dp.maps.store(planes, "fe.zarr", resume=True)                 # doctest: +SKIP
-        64
-        >>> dp.maps.load("fe.zarr")["Fe"].mean().compute()                # doctest: +SKIP
-        120.7
+        >>> import tempfile, dask.array, numpy as np, dataprocessing as dp
+        >>> folder = tempfile.TemporaryDirectory()
+        >>> data = dask.array.from_array(np.array([[1, 2, 3], [4, 5, 6]]), (1, 3))
+        >>> planes = dp.maps.integrate(data, {"Fe": (1, 2)})
+        >>> dp.maps.store(planes, f"{folder.name}/fe.zarr", resume=True)
+        2
     """
     import dask
     from dask.delayed import Delayed
@@ -155,6 +153,13 @@ def load(path: str | os.PathLike[str]) -> Planes:
 
     What was not computed yet is NaN, with a ``status`` of 255. FileNotFoundError and what zarr and h5py raise for a
     file that is none.
+
+        >>> import tempfile, dask.array, numpy as np, dataprocessing as dp
+        >>> folder = tempfile.TemporaryDirectory()
+        >>> data = dask.array.from_array(np.array([[1, 2, 3], [4, 5, 6]]), (1, 3))
+        >>> _ = dp.maps.store(dp.maps.integrate(data, {"Fe": (1, 2)}), f"{folder.name}/fe.zarr")
+        >>> dp.maps.load(f"{folder.name}/fe.zarr")["Fe"].compute()
+        array([ 5., 11.])
     """
     import dask.array
 

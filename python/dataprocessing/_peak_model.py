@@ -29,7 +29,12 @@ _FULL_WIDTHS = {"gaussian": 2 * math.sqrt(2 * math.log(2)), "lorentzian": 2.0, "
 
 
 class ModelPeak(NamedTuple):
-    """The names of a peak's parameters in its model and its results; ``extra`` is None where it has none."""
+    """The names of a peak's parameters in its model and its results; ``extra`` is None where it has none.
+
+        >>> import dataprocessing as dp
+        >>> dp.fitting.PeakModel().peak("voigt", 6.4, 900, 0.06, 0.01).extra
+        'Lorentzian width of peak 1'
+    """
 
     position: str
     height: str
@@ -103,7 +108,12 @@ class PeakModel:
     def peak(
         self, shape: str, position: float, height: float, width: float, extra: float = 0.0, name: str = ""
     ) -> ModelPeak:
-        """Adds a peak; ``name`` is that in results, "peak 1" and so on without one."""
+        """Adds a peak; ``name`` is that in results, "peak 1" and so on without one.
+
+            >>> import dataprocessing as dp
+            >>> dp.fitting.PeakModel().peak("gaussian", 6.4, 900, 0.06, name="Fe").height
+            'height of Fe'
+        """
         if shape not in _SHAPES:
             raise ValueError(f"shape is one of {', '.join(map(repr, _SHAPES))}, not {shape!r}")
         label = name or f"peak {len(self.peak_names) + 1}"
@@ -120,45 +130,105 @@ class PeakModel:
         return tuple(self.names[first:])
 
     def polynomial(self, start: Sequence[float], reference: float = 0.0, scale: float = 1.0) -> tuple[str, ...]:
-        """Adds ``sum of c[j] ((x - reference) / scale)^j``."""
+        """Adds ``sum of c[j] ((x - reference) / scale)^j``.
+
+            >>> import dataprocessing as dp
+            >>> dp.fitting.PeakModel().polynomial([20, 0], reference=6.4)
+            ('coefficient 0', 'coefficient 1')
+        """
         return self._added("add_polynomial", [float(c) for c in start], reference, scale)
 
     def power_law(self, amplitude: float, exponent: float, reference: float) -> tuple[str, ...]:
-        """Adds ``amplitude (x / reference)^exponent``; positions have to be positive."""
+        """Adds ``amplitude (x / reference)^exponent``; positions have to be positive.
+
+            >>> import dataprocessing as dp
+            >>> dp.fitting.PeakModel().power_law(100, -2, 5.0)
+            ('amplitude of the power law', 'exponent of the power law')
+        """
         return self._added("add_power_law", amplitude, exponent, reference)
 
     def exponential(self, amplitude: float, rate: float, reference: float = 0.0) -> tuple[str, ...]:
-        """Adds ``amplitude exp(rate (x - reference))``."""
+        """Adds ``amplitude exp(rate (x - reference))``.
+
+            >>> import dataprocessing as dp
+            >>> dp.fitting.PeakModel().exponential(100, -0.5)
+            ('amplitude of the exponential', 'rate of the exponential')
+        """
         return self._added("add_exponential", amplitude, rate, reference)
 
     def curve(self, curve: Array1D, factor: float = 1.0) -> tuple[str, ...]:
-        """Adds ``factor`` times a curve that is given element by element, as many as the spectrum has."""
+        """Adds ``factor`` times a curve that is given element by element, as many as the spectrum has.
+
+            >>> import dataprocessing as dp
+            >>> dp.fitting.PeakModel().curve(dp.Array1D([1.0, 2.0]))
+            ('factor of the curve',)
+        """
         return self._added("add_curve", curve.copy(), factor)
 
     def width_law(self, width: float, slope: float, reference: float) -> tuple[str, ...]:
-        """Makes the widths of all peaks so far follow ``width^2 + slope (x - reference)``, squared."""
+        """Makes the widths of all peaks so far follow ``width^2 + slope (x - reference)``, squared.
+
+            >>> import dataprocessing as dp
+            >>> model = dp.fitting.PeakModel()
+            >>> _ = model.peak("gaussian", 6.4, 900, 0.06)
+            >>> model.width_law(0.06, 0.002, 6.4)
+            ('width of the law', 'slope of the law')
+        """
         return self._added("set_width_law", width, slope, reference)
 
     def start(self, name: str, value: float) -> None:
-        """Sets what a fit starts from."""
+        """Sets what a fit starts from.
+
+            >>> import dataprocessing as dp
+            >>> model = dp.fitting.PeakModel()
+            >>> iron = model.peak("gaussian", 6.4, 900, 0.06)
+            >>> model.start(iron.height, 500)
+            >>> model.starts[iron.height]
+            500.0
+        """
         self._call("set_start", self._number(name), value)
 
     def free(self, *names: str) -> None:
-        """Makes parameters free, as they are at first."""
+        """Makes parameters free, as they are at first.
+
+            >>> import dataprocessing as dp
+            >>> model = dp.fitting.PeakModel()
+            >>> iron = model.peak("gaussian", 6.4, 900, 0.06)
+            >>> model.fix(iron.width)
+            >>> model.free(iron.width)
+        """
         for name in names:
             self._call("free", self._number(name))
 
     def fix(self, *names: str) -> None:
-        """Keeps parameters at their starts."""
+        """Keeps parameters at their starts.
+
+            >>> import dataprocessing as dp
+            >>> model = dp.fitting.PeakModel()
+            >>> iron = model.peak("gaussian", 6.4, 900, 0.06)
+            >>> model.fix(iron.position, iron.width)
+        """
         for name in names:
             self._call("fix", self._number(name))
 
     def bound(self, name: str, lower: float = -math.inf, upper: float = math.inf) -> None:
-        """Keeps a parameter in [lower, upper]."""
+        """Keeps a parameter in [lower, upper].
+
+            >>> import dataprocessing as dp
+            >>> model = dp.fitting.PeakModel()
+            >>> iron = model.peak("gaussian", 6.4, 900, 0.06)
+            >>> model.bound(iron.width, 0.01, 0.2)
+        """
         self._call("bound", self._number(name), lower, upper)
 
     def tie(self, name: str, to: str, factor: float = 1.0, offset: float = 0.0) -> None:
-        """Makes a parameter ``factor`` times another one, plus ``offset``."""
+        """Makes a parameter ``factor`` times another one, plus ``offset``.
+
+            >>> import dataprocessing as dp
+            >>> model = dp.fitting.PeakModel()
+            >>> alpha, beta = (model.peak("gaussian", at, 900, 0.06) for at in (6.40, 7.06))
+            >>> model.tie(beta.width, alpha.width, factor=1.05)
+        """
         self._call("tie", self._number(name), self._number(to), factor, offset)
 
     @property
@@ -170,6 +240,12 @@ class PeakModel:
         """The model at positions ``x``, for these parameters or those that it starts from.
 
         ``background`` leaves the peaks out. Curves given element by element are left out.
+
+            >>> import dataprocessing as dp
+            >>> model = dp.fitting.PeakModel()
+            >>> _ = model.peak("gaussian", 6.4, 900, 0.06)
+            >>> model.eval([6.4])
+            array([900.])
         """
         at = np.asarray(x, dtype="f8")
         p = self._core.starts() if parameters is None else np.asarray(parameters, dtype="f8")
@@ -182,7 +258,14 @@ class PeakModel:
         return _Evaluated(self.copy(), parameters)
 
     def copy(self) -> PeakModel:
-        """An independent copy."""
+        """An independent copy.
+
+            >>> import dataprocessing as dp
+            >>> model = dp.fitting.PeakModel()
+            >>> _ = model.polynomial([1])
+            >>> model.copy().names
+            ['coefficient 0']
+        """
         return _replayed(list(self._calls), list(self.peak_names), list(self._shapes))
 
     __copy__ = copy

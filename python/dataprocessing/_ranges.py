@@ -11,7 +11,15 @@ __all__ = ["Range", "Rect", "Subscription"]
 
 
 class Subscription:
-    """What ``on_change`` gives: :meth:`cancel` ends it, and so does leaving a ``with`` block."""
+    """What ``on_change`` gives: :meth:`cancel` ends it, and so does leaving a ``with`` block.
+
+        >>> import dataprocessing as dp
+        >>> window = dp.Range(0, 1)
+        >>> with window.on_change(print):
+        ...     window.end = 2
+        Range(0.0, 2.0)
+        >>> window.end = 3
+    """
 
     def __init__(self, functions: list[Callable[..., object]], function: Callable[..., object]) -> None:
         self._functions = functions
@@ -19,7 +27,14 @@ class Subscription:
         functions.append(function)
 
     def cancel(self) -> None:
-        """Ends it. The function is not called again; a second time does nothing."""
+        """Ends it. The function is not called again; a second time does nothing.
+
+            >>> import dataprocessing as dp
+            >>> window = dp.Range(0, 1)
+            >>> subscription = window.on_change(print)
+            >>> subscription.cancel()
+            >>> window.end = 2
+        """
         for i, known in enumerate(self._functions):
             if known is self._function:
                 del self._functions[i]
@@ -71,7 +86,14 @@ class Range:
         self.set(self.start, end)
 
     def set(self, start: float, end: float) -> None:
-        """Sets both; whoever listens hears of it once, and not at all when nothing changes."""
+        """Sets both; whoever listens hears of it once, and not at all when nothing changes.
+
+            >>> import dataprocessing as dp
+            >>> window = dp.Range(0, 1)
+            >>> window.set(2, 5)
+            >>> window
+            Range(2.0, 5.0)
+        """
         before = (self.start, self.end)
         after = rnge_c1DRange(start, end)
         self._range = after
@@ -90,7 +112,12 @@ class Range:
         return self._range.contains(x)
 
     def intersects(self, other: Range) -> bool:
-        """Whether both have positions in common."""
+        """Whether both have positions in common.
+
+            >>> import dataprocessing as dp
+            >>> dp.Range(0, 2).intersects(dp.Range(1, 3))
+            True
+        """
         return self._range.intersects(other._range)
 
     def __and__(self, other: Range) -> Range:
@@ -104,7 +131,14 @@ class Range:
         return cls(core.start, core.end)
 
     def on_change(self, function: Callable[[Range], object]) -> Subscription:
-        """Calls ``function(range)`` after every change, until the subscription is cancelled."""
+        """Calls ``function(range)`` after every change, until the subscription is cancelled.
+
+            >>> import dataprocessing as dp
+            >>> window = dp.Range(0, 1)
+            >>> _ = window.on_change(print)
+            >>> window.start = -1
+            Range(-1.0, 1.0)
+        """
         return Subscription(self._functions, function)
 
     def __eq__(self, other: object) -> bool:
@@ -148,7 +182,12 @@ class Rect:
 
     @classmethod
     def turned(cls, x: float, y: float, length: float, width: float, angle: float) -> Rect:
-        """A rectangle round (x, y), ``length`` along its own first axis, turned by ``angle``."""
+        """A rectangle round (x, y), ``length`` along its own first axis, turned by ``angle``.
+
+            >>> import dataprocessing as dp
+            >>> dp.Rect.turned(0, 0, 4, 2, 0).corners[0]
+            (-2.0, -1.0)
+        """
         rect = cls()
         rect._make((x, y, length, width, angle))
         return rect
@@ -161,6 +200,12 @@ class Rect:
         """Sets all sides, ``(left, bottom, right, top)``, or makes it turned, ``(x, y, length, width, angle)``.
 
         Whoever listens hears of it once, and not at all when nothing changes. TypeError for another count.
+
+            >>> import dataprocessing as dp
+            >>> frame = dp.Rect(0, 0, 2, 1)
+            >>> frame.set(0, 0, 4, 4)
+            >>> frame.center
+            (2.0, 2.0)
         """
         if len(numbers) not in (4, 5):
             raise TypeError(f"a rectangle is set by four numbers, or five where it is turned, not by {len(numbers)}")
@@ -171,7 +216,14 @@ class Rect:
                 function(self)
 
     def on_change(self, function: Callable[[Rect], object]) -> Subscription:
-        """Calls ``function(rect)`` after every change, until the subscription is cancelled."""
+        """Calls ``function(rect)`` after every change, until the subscription is cancelled.
+
+            >>> import dataprocessing as dp
+            >>> frame = dp.Rect(0, 0, 2, 1)
+            >>> _ = frame.on_change(print)
+            >>> frame.set(0, 0, 1, 1)
+            Rect(0, 0, 1, 1)
+        """
         return Subscription(self._functions, function)
 
     def _geometry(self) -> tuple[object, ...]:

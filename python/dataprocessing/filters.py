@@ -20,6 +20,10 @@ class FoundPeak:
     ``index`` is the element at the top, ``position`` where the top is between elements; ``prominence`` how far
     one has to descend from it, ``width`` that at half the prominence, ``significance`` what is above the foot
     over the noise of counting.
+
+        >>> import dataprocessing as dp
+        >>> dp.find_peaks(dp.Array1D([1, 2, 90, 2, 1]))[0].index
+        2
     """
 
     index: int

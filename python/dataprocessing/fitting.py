@@ -110,12 +110,27 @@ class Selection:
             function(self)
 
     def add(self, one: Any) -> None:
-        """Adds a Range or a pair; nothing happens when that very Range is there already."""
+        """Adds a Range or a pair; nothing happens when that very Range is there already.
+
+            >>> import dataprocessing as dp
+            >>> selection = dp.fitting.Selection()
+            >>> selection.add((1, 2))
+            >>> selection
+            Selection([Range(1.0, 2.0)])
+        """
         if self._join(one):
             self._tell()
 
     def remove(self, one: Range) -> None:
-        """Removes that very Range; nothing happens when it is not there."""
+        """Removes that very Range; nothing happens when it is not there.
+
+            >>> import dataprocessing as dp
+            >>> window = dp.Range(1, 2)
+            >>> selection = dp.fitting.Selection([window])
+            >>> selection.remove(window)
+            >>> len(selection)
+            0
+        """
         for i, (known, subscription) in enumerate(self._ranges):
             if known is one:
                 subscription.cancel()
@@ -124,7 +139,14 @@ class Selection:
                 return
 
     def clear(self) -> None:
-        """Removes all ranges."""
+        """Removes all ranges.
+
+            >>> import dataprocessing as dp
+            >>> selection = dp.fitting.Selection([(1, 2), (3, 4)])
+            >>> selection.clear()
+            >>> len(selection)
+            0
+        """
         for _, subscription in self._ranges:
             subscription.cancel()
         if self._ranges:
@@ -132,7 +154,14 @@ class Selection:
             self._tell()
 
     def on_change(self, function: Callable[[Selection], object]) -> Subscription:
-        """Calls ``function(selection)`` after every change, until the subscription is cancelled."""
+        """Calls ``function(selection)`` after every change, until the subscription is cancelled.
+
+            >>> import dataprocessing as dp
+            >>> selection = dp.fitting.Selection()
+            >>> _ = selection.on_change(print)
+            >>> selection.add((1, 2))
+            Selection([Range(1.0, 2.0)])
+        """
         return Subscription(self._functions, function)
 
     def __iter__(self) -> Iterator[Range]:
@@ -317,6 +346,11 @@ class Window:
 
     The background is fitted over ``[position - gap - width, position - gap)``; the peak is summed over
     ``[position + offset, position + offset + length)``. All in units of the axis.
+
+        >>> import dataprocessing as dp
+        >>> window = dp.fitting.Window(4.0, 0.2, 2.0, -0.1, 0.4)
+        >>> window.position + window.offset
+        3.9
     """
 
     position: float
@@ -408,6 +442,11 @@ class Gaussian:
     """A peak for :func:`gaussians`: a line at a known position.
 
     ``of`` names a peak of the same fit to which this one's amplitude keeps its ratio.
+
+        >>> import dataprocessing as dp
+        >>> beta = dp.fitting.Gaussian(7.06, name="Kb", of="Ka")
+        >>> beta.center, beta.of
+        (7.06, 'Ka')
     """
 
     center: float

@@ -79,7 +79,12 @@ def ifft(spectrum: Any, *, like: Any = None) -> Any:
 
 
 def center(a: Any) -> Any:
-    """Halves, or quadrants, exchanged: element 0 comes to lie at index n // 2."""
+    """Halves, or quadrants, exchanged: element 0 comes to lie at index n // 2.
+
+        >>> import dataprocessing as dp
+        >>> dp.center(dp.Array1D([1, 2, 3, 4])).values
+        array([3, 4, 1, 2], dtype=int32)
+    """
     axes = [Axis(x.offset, x.delta, x.index + n // 2, x.name, x.unit) for x, n in zip(a.axes, a.shape)]
     return _made(np.fft.fftshift(a.values), axes, a.name, a.unit)
 
@@ -150,7 +155,12 @@ def correlate(a: Any, b: Any) -> Any:
 
 
 def autocorrelate(a: Any) -> Any:
-    """``correlate(a, a)``: largest, and real, at lag 0."""
+    """``correlate(a, a)``: largest, and real, at lag 0.
+
+        >>> import dataprocessing as dp
+        >>> dp.autocorrelate(dp.Array1D([1.0, 2.0])).values.round(9)
+        array([2., 5., 2.])
+    """
     return correlate(a, a)
 
 

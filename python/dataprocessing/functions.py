@@ -47,26 +47,27 @@ def _kept(x: Any, result: Any) -> Any:
     return result
 
 
-def _simple(name: str, function: Function, text: str) -> Callable[[Any], Any]:
+def _simple(name: str, function: Function, text: str, at: str = "0.0", gives: str = "0.") -> Callable[[Any], Any]:
     def operate(x: Any) -> Any:
         return _operate(function, x)
 
     operate.__name__ = operate.__qualname__ = name
-    operate.__doc__ = text
+    example = f">>> import dataprocessing as dp\n    >>> dp.{name}(dp.Array1D([{at}])).values\n    array([{gives}])\n"
+    operate.__doc__ = f"{text}\n\n    {example}"
     return operate
 
 
-exp = _simple("exp", Function.EXP, "The exponential; infinity where it overflows.")
+exp = _simple("exp", Function.EXP, "The exponential; infinity where it overflows.", "0.0", "1.")
 sin = _simple("sin", Function.SIN, "The sine of angles in radians.")
-cos = _simple("cos", Function.COS, "The cosine of angles in radians.")
+cos = _simple("cos", Function.COS, "The cosine of angles in radians.", "0.0", "1.")
 tan = _simple("tan", Function.TAN, "The tangent of angles in radians.")
 sinh = _simple("sinh", Function.SINH, "The hyperbolic sine, element by element.")
-cosh = _simple("cosh", Function.COSH, "The hyperbolic cosine.")
+cosh = _simple("cosh", Function.COSH, "The hyperbolic cosine.", "0.0", "1.")
 tanh = _simple("tanh", Function.TANH, "The hyperbolic tangent.")
 atan = _simple("atan", Function.ATAN, "The arc tangent, in radians.")
 asin = _simple("asin", Function.ASIN, "The arc sine, in radians. DataError for a real value beyond [-1, 1].")
-acos = _simple("acos", Function.ACOS, "The arc cosine, in radians. DataError for a real value beyond [-1, 1].")
-sqr = _simple("sqr", Function.SQR, "x times x; of complex elements the complex square.")
+acos = _simple("acos", Function.ACOS, "The arc cosine, in radians. DataError for a real value beyond [-1, 1].", "1.0", "0.")
+sqr = _simple("sqr", Function.SQR, "x times x; of complex elements the complex square.", "-3.0", "9.")
 
 
 def _in_domain(function: Function, x: Any, domain: str, lowest_allowed: float, at_zero: float | None) -> Any:
@@ -110,7 +111,12 @@ def log(x: Any, domain: Literal["real", "complex"] = "real") -> Any:
 
 
 def log10(x: Any, domain: Literal["real", "complex"] = "real") -> Any:
-    """The decimal logarithm; see ``log``."""
+    """The decimal logarithm; see ``log``.
+
+        >>> import dataprocessing as dp
+        >>> dp.log10(dp.Array1D([1.0, 100.0])).values
+        array([0., 2.])
+    """
     return _in_domain(Function.LOG10, x, domain, 0, -np.inf)
 
 
@@ -142,22 +148,42 @@ def absolute(x: Any) -> Any:
 
 
 def real(x: Any) -> Any:
-    """The real parts; real elements as they are."""
+    """The real parts; real elements as they are.
+
+        >>> import dataprocessing as dp
+        >>> dp.real(dp.Array1D([1 + 2j])).values
+        array([1.])
+    """
     return x.real if isinstance(x, _ARRAYS) else np.real(x)
 
 
 def imag(x: Any) -> Any:
-    """The imaginary parts; zeros, of real elements."""
+    """The imaginary parts; zeros, of real elements.
+
+        >>> import dataprocessing as dp
+        >>> dp.imag(dp.Array1D([1 + 2j])).values
+        array([2.])
+    """
     return x.imag if isinstance(x, _ARRAYS) else np.imag(x)
 
 
 def conj(x: Any) -> Any:
-    """The complex conjugate; real elements as they are."""
+    """The complex conjugate; real elements as they are.
+
+        >>> import dataprocessing as dp
+        >>> dp.conj(dp.Array1D([1 + 2j])).values
+        array([1.-2.j])
+    """
     return x.conj() if isinstance(x, _ARRAYS) else np.conj(x)
 
 
 def norm(x: Any) -> Any:
-    """The squared magnitude, real; so of real elements their square."""
+    """The squared magnitude, real; so of real elements their square.
+
+        >>> import dataprocessing as dp
+        >>> dp.norm(dp.Array1D([3 + 4j])).values
+        array([25.])
+    """
     if isinstance(x, _ARRAYS):
         return _operate(Function.NORM if x.dtype.kind == "c" else Function.SQR, x)
     return _operate(Function.NORM if np.iscomplexobj(x) else Function.SQR, x)
@@ -180,7 +206,12 @@ def arg(x: Any) -> Any:
 
 
 def convert(x: Any, dtype: Any, part: str = "real") -> Any:
-    """``x.astype(dtype, part)``."""
+    """``x.astype(dtype, part)``.
+
+        >>> import dataprocessing as dp
+        >>> dp.convert(dp.Array1D([1.5, 300.0]), "u1").values
+        array([  2, 255], dtype=uint8)
+    """
     return x.astype(dtype, part)
 
 
@@ -227,7 +258,12 @@ def minimum(a: Any, b: Any) -> Any:
 
 
 def maximum(a: Any, b: Any) -> Any:
-    """The larger of both, element by element; NaN where either is. Arrays are aligned first."""
+    """The larger of both, element by element; NaN where either is. Arrays are aligned first.
+
+        >>> import dataprocessing as dp
+        >>> dp.maximum(dp.Array1D([1, 5]), 3).values
+        array([3, 5], dtype=int32)
+    """
     return _extreme(a, b, _core.trny_max, np.maximum)
 
 

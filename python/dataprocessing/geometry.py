@@ -33,29 +33,55 @@ def rotate(image: Array2D, angle: float, rect: Rect | None = None) -> Array2D:
 
 
 def shear(image: Array2D, angle: float, axis_angle: float = 0.0) -> Array2D:
-    """Elements moved along x, turned clockwise by ``axis_angle``, by tan(angle) times their distance."""
+    """Elements moved along x, turned clockwise by ``axis_angle``, by tan(angle) times their distance.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.shear(dp.Array2D(np.ones((4, 4))), np.pi / 4).shape
+        (4, 8)
+    """
     return _core.warp_shear(image, angle, axis_angle)
 
 
 def flip(image: Array2D, angle: float | None = None) -> Array2D:
-    """The image mirrored at its calibration origin, or at the line Y turned clockwise by ``angle``."""
+    """The image mirrored at its calibration origin, or at the line Y turned clockwise by ``angle``.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.flip(dp.Array2D(np.arange(4.0).reshape(2, 2))).values
+        array([[0., 0.],
+               [0., 3.]])
+    """
     if angle is None:
         return _core.warp_flip_point(image)
     return _core.warp_flip_axis(image, angle)
 
 
 def resize(image: Array2D, factor_x: float, factor_y: float) -> Array2D:
-    """The image stretched by these factors about its calibration origin, at the same deltas."""
+    """The image stretched by these factors about its calibration origin, at the same deltas.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.resize(dp.Array2D(np.ones((2, 3))), 2.0, 1.0).shape
+        (2, 6)
+    """
     return _core.warp_resize(image, factor_x, factor_y)
 
 
 def rescale(a: Any, *deltas: float) -> Any:
-    """``a`` interpolated linearly at other deltas: one, or (x, y) of an image; the range stays."""
+    """``a`` interpolated linearly at other deltas: one, or (x, y) of an image; the range stays.
+
+        >>> import dataprocessing as dp
+        >>> dp.rescale(dp.Array1D([1.0, 3.0]), 0.5).values
+        array([1., 2., 3., 3.])
+    """
     return a.rescale(*deltas)
 
 
 def project(image: Array2D, rect: Rect) -> Array1D:
-    """The mean across a rectangle, as a profile along its length."""
+    """The mean across a rectangle, as a profile along its length.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.project(dp.Array2D(np.arange(6.0).reshape(2, 3)), dp.Rect(0, 0, 3, 2)).values
+        array([1.5, 2.5, 3.5])
+    """
     return _core.proj_project(image, rect._rect)
 
 
@@ -103,7 +129,12 @@ class Transform:
 
     @classmethod
     def between(cls, base: Range, derived: Range) -> Transform:
-        """The map that takes one range to another. DataError for a base range that is empty or backward."""
+        """The map that takes one range to another. DataError for a base range that is empty or backward.
+
+            >>> import dataprocessing as dp
+            >>> dp.Transform.between(dp.Range(0, 1), dp.Range(10, 30))(0.5)
+            20.0
+        """
         made = cls()
         made._core = _core.trns_cCoordTransformation(base._range, derived._range)
         return made
@@ -129,7 +160,12 @@ class Transform:
         return self._core.transform_from_base(x)
 
     def inverse(self, y: Any) -> Any:
-        """From derived to base: a number or a Range."""
+        """From derived to base: a number or a Range.
+
+            >>> import dataprocessing as dp
+            >>> dp.Transform(offset=1.0, scale=2.0).inverse(dp.Range(1, 5))
+            Range(0.0, 2.0)
+        """
         if isinstance(y, Range):
             return Range._of(_core.trns_transform_to_base(y._range, self._core))
         return self._core.transform_to_base(y)

@@ -28,6 +28,11 @@ def from_xarray(data: xarray.DataArray, tolerance: float = 1e-3) -> Array1D | Ar
     Coordinates must be evenly spaced, within ``tolerance`` elements; a dimension without coordinates lies
     at its indices. Units are those of the attributes ``units``. ValueError for other dimensions and
     uneven coordinates.
+
+        >>> import xarray, dataprocessing as dp
+        >>> data = xarray.DataArray([1.0, 2.0], coords={"x": [0.0, 0.5]}, dims="x")
+        >>> dp.from_xarray(data).axis
+        Axis(0.0, 0.5, name='x')
     """
     if data.ndim not in (1, 2):
         raise ValueError(f"arrays have one or two dimensions, not {data.ndim}")
@@ -48,6 +53,10 @@ def to_xarray(self: Any, dims: tuple[str, ...] | None = None) -> xarray.DataArra
     """A DataArray that shares the elements; dimensions are called like the axes, or (y, x).
 
     Units go into the attributes ``units`` of the data and of the coordinates.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([1.0, 2.0], dp.Axis(0, 0.5, name="x")).to_xarray().dims
+        ('x',)
     """
     import xarray
 
@@ -66,6 +75,10 @@ def from_hyperspy(signal: Any) -> Array1D | Array2D:
 
     The scale becomes the delta, the offset the position of element 0. ValueError for more axes (index the
     signal first, ``s.inav[3, 4]``) and for axes that are not uniform.
+
+        >>> import hyperspy.api, dataprocessing as dp
+        >>> dp.from_hyperspy(hyperspy.api.signals.Signal1D([1.0, 2.0])).values
+        array([1., 2.])
     """
     axes = []
     for axis in signal.axes_manager._axes:
@@ -81,7 +94,12 @@ def from_hyperspy(signal: Any) -> Array1D | Array2D:
 
 
 def to_hyperspy(self: Any) -> Any:
-    """A HyperSpy Signal1D or Signal2D that shares the elements."""
+    """A HyperSpy Signal1D or Signal2D that shares the elements; scale, offset and units are those of the axes.
+
+        >>> import hyperspy.api, dataprocessing as dp
+        >>> dp.Array1D([1.0, 2.0], dp.Axis(0, 0.5)).to_hyperspy().axes_manager[0].scale
+        0.5
+    """
     import hyperspy.api as hs
 
     described = [

@@ -55,7 +55,12 @@ _BACKGROUNDS = {"nothing": Background.NONE, "polynomial": Background.POLYNOMIAL,
 
 
 class Sums(NamedTuple):
-    """What all spectra, and what the channels of each, add up to."""
+    """What all spectra, and what the channels of each, add up to.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.maps.sum(np.array([[1, 2], [3, 4]])).image
+        array([3., 7.])
+    """
 
     spectrum: Any
     image: Any

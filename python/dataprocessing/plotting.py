@@ -37,6 +37,11 @@ def plot(self: Any, ax: Axes | None = None, **options: Any) -> Axes:
     A line becomes stairs over the edges of its elements (options are those of ``Axes.stairs``); an image
     is shown with row 0 at the bottom and its positions along the sides (those of ``Axes.imshow``). Of
     complex elements the magnitude is drawn. Names and units become labels.
+
+        >>> import matplotlib.figure, dataprocessing as dp
+        >>> ax = matplotlib.figure.Figure().subplots()
+        >>> dp.Array1D([1.0, 2.0], dp.Axis(unit="mm")).plot(ax, color="red").get_xlabel()
+        'mm'
     """
     ax = _axes(ax)
     values = self.values

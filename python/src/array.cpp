@@ -331,6 +331,20 @@ bool identical(const Object& a, const py::object& other) {
     return bytes == 0 || std::memcmp(a.values.Data(), b->values.Data(), bytes) == 0;
 }
 
+/// What numpy asks for: the elements where they are, or a copy, in a type of its own.
+py::object asArray(const py::object& self, const py::object& dtype, const py::object& copy) {
+    const py::object view = viewOf(self);
+    const bool isOther =
+        !dtype.is_none() && !py::dtype::from_args(dtype).equal(py::object(view.attr("dtype")));
+    if (copy.is_none() ? !isOther : !py::cast<bool>(copy)) {
+        if (isOther)
+            throw py::value_error(
+                "elements of another type are a copy, and copy=False allows none");
+        return view;
+    }
+    return isOther ? view.attr("astype")(dtype) : view.attr("copy")();
+}
+
 template<class Object>
 py::class_<Object> defineShared(py::module_& module, const char* name, const char* docstring) {
     py::class_<Object> type(module, name, py::module_local(), docstring);
@@ -373,22 +387,23 @@ void defineArray(py::module_& module, const char* name, const char* docstring,
             "unit", [](const Object& a) { return a.labels.Unit(); }, "The unit of the values.")
         .def("_convert", &converted<Object>, py::arg("dtype"), py::arg("part"))
         .def(
-            "copy", [](const Object& a) { return Object(a); }, "An independent copy.")
-        .def("identical", &identical<Object>, py::arg("other"),
-             "Whether `other` is an array of the same type, axes and labels whose elements have "
-             "the same bits.")
-        .def("__setitem__", &set)
+            "copy", [](const Object& a) { return Object(a); }, R"(An independent copy.
+
+    >>> import dataprocessing as dp
+    >>> a = dp.Array1D([1.0, 2.0])
+    >>> a.copy().values is a.values
+    False
+)")
         .def(
-            "__array__",
-            [](const py::object& self, const py::object& dtype,
-               const py::object& copy) -> py::object {
-                py::object view = viewOf(self);
-                if (!dtype.is_none() &&
-                    !py::dtype::from_args(dtype).equal(py::object(view.attr("dtype"))))
-                    return view.attr("astype")(dtype);
-                return !copy.is_none() && py::cast<bool>(copy) ? view.attr("copy")() : view;
-            },
-            py::arg("dtype") = py::none(), py::arg("copy") = py::none());
+            "identical", &identical<Object>, py::arg("other"),
+            R"(Whether `other` is an array of the same type, axes and labels whose elements have the same bits.
+
+    >>> import dataprocessing as dp
+    >>> dp.Array1D([0.0]).identical(dp.Array1D([-0.0]))
+    False
+)")
+        .def("__setitem__", &set)
+        .def("__array__", &asArray, py::arg("dtype") = py::none(), py::arg("copy") = py::none());
     if constexpr (Object::dimensions == 1)
         type.def("__getitem__", &get1D);
     else
@@ -437,20 +452,16 @@ void defineMask(py::module_& module, const char* name, const char* docstring,
     py::class_<Object> type = defineShared<Object>(module, name, docstring);
     type.def(py::init(&makeMask<Object>), py::arg("values"), py::arg(axesName) = py::none())
         .def(
-            "copy", [](const Object& a) { return Object(a); }, "An independent copy.")
+            "copy", [](const Object& a) { return Object(a); }, R"(An independent copy.
+
+    >>> import dataprocessing as dp
+    >>> (dp.Array1D([1, 5]) > 1).copy().values
+    array([False,  True])
+)")
         .def("__getitem__",
              [](const py::object& self, const py::object& index) { return byNumpy(self, index); })
         .def("__setitem__", &set)
-        .def(
-            "__array__",
-            [](const py::object& self, const py::object& dtype,
-               const py::object& copy) -> py::object {
-                py::object view = viewOf(self);
-                if (!dtype.is_none())
-                    return view.attr("astype")(dtype);
-                return !copy.is_none() && py::cast<bool>(copy) ? view.attr("copy")() : view;
-            },
-            py::arg("dtype") = py::none(), py::arg("copy") = py::none())
+        .def("__array__", &asArray, py::arg("dtype") = py::none(), py::arg("copy") = py::none())
         .def("__bool__", [](const Object&) -> bool {
             throw py::value_error("a mask is no truth value; ask for .any() or .all()");
         });

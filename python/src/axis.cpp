@@ -164,22 +164,53 @@ of where it was. ValueError for positions that are not finite or not evenly spac
             "unit", [](const sAxis& a) { return a.labels.Unit(); }, "The unit of its positions.")
         .def(
             "position", [](const sAxis& a, long long index) { return a.cal.Position(index); },
-            py::arg("index"), "The position of element `index`, which may lie outside any array.")
+            py::arg("index"), R"(The position of element `index`, which may lie outside any array.
+
+    >>> import dataprocessing as dp
+    >>> dp.Axis(6.2, 0.1).position(-1)
+    6.1000000000000005
+)")
         .def(
             "real_index", [](const sAxis& a, double x) { return a.cal.RealIndex(x); }, py::arg("x"),
-            "The real-valued index of position `x`.")
+            R"(The real-valued index of position `x`.
+
+    >>> import dataprocessing as dp
+    >>> dp.Axis(0.0, 0.5).real_index(0.75)
+    1.5
+)")
         .def(
             "nearest", [](const sAxis& a, double x) { return a.cal.Index(x); }, py::arg("x"),
-            "The element nearest to position `x`; a half goes up.")
+            R"(The element nearest to position `x`; a half goes up.
+
+    >>> import dataprocessing as dp
+    >>> dp.Axis(0.0, 0.5).nearest(0.75)
+    2
+)")
         .def(
             "tolerance", [](const sAxis& a, double x) { return a.cal.Tolerance(x); }, py::arg("x"),
-            "How far from a whole index, in elements, position `x` counts as that index.")
+            R"(How far from a whole index, in elements, position `x` counts as that index.
+
+    >>> import dataprocessing as dp
+    >>> dp.Axis(6.2, 0.1).tolerance(6.4) < 1e-3
+    True
+)")
         .def(
             "count", [](const sAxis& a, double length) { return a.cal.Count(length); },
-            py::arg("length"), "How many elements a length has, to the nearest.")
+            py::arg("length"), R"(How many elements a length has, to the nearest.
+
+    >>> import dataprocessing as dp
+    >>> dp.Axis(6.2, 0.1).count(1.0)
+    10
+)")
         .def(
             "positions", [](const sAxis& a, long long n) { return positions(a, n, "positions"); },
-            py::arg("count"), "The positions of the first `count` elements, as float64.")
+            py::arg("count"),
+            R"(The positions of the first `count` elements, as float64. ValueError for a negative count.
+
+    >>> import dataprocessing as dp
+    >>> dp.Axis(1.0, 0.5).positions(3)
+    array([1. , 1.5, 2. ])
+)")
         .def(
             "edges",
             [](const sAxis& a, long long n) {
@@ -188,8 +219,14 @@ of where it was. ValueError for positions that are not finite or not evenly spac
                 return positions(a, n + 1, "edges");
             },
             py::arg("count"),
-            "Where the first `count` elements begin, and where the last one ends: count + 1 "
-            "positions.")
+            R"(Where the first `count` elements begin, and where the last one ends: count + 1 positions, as float64.
+
+ValueError for a negative count.
+
+    >>> import dataprocessing as dp
+    >>> dp.Axis(1.0, 0.5).edges(2)
+    array([1. , 1.5, 2. ])
+)")
         .def("__repr__", &repr)
         .def("__eq__",
              [](const sAxis& a, const py::object& other) -> py::object {

@@ -59,13 +59,24 @@ void define() {
     auto bound = py::reinterpret_borrow<py::class_<Mask>>(type);
     bound
         .def(
-            "count", [](const Mask& mask) { return countOf(mask); }, "The number of true elements.")
+            "count", [](const Mask& mask) { return countOf(mask); }, R"(The number of true elements.
+
+    >>> import dataprocessing as dp
+    >>> (dp.Array1D([1, 5, 2]) > 1).count()
+    2
+)")
         .def(
             "is_range_and_delta",
             [](const Mask& a, const Mask& b) {
                 return static_cast<bool>(a.values.IsRangeAndDelta(b.values));
             },
-            py::arg("other"), "Whether both lie on one grid.");
+            py::arg("other"), R"(Whether both lie on one grid.
+
+    >>> import dataprocessing as dp
+    >>> a = dp.Array1D([1, 5])
+    >>> (a > 1).is_range_and_delta(a < 1)
+    True
+)");
 }
 
 } // namespace

@@ -193,3 +193,14 @@ def test_masks_stay_on_their_grid():
         hash(other)
     assert ((a > 1) == 3) is False and ((a > 1) == True).values.tolist() == [False, True, True]  # noqa: E712
     assert type(np.sin(a > 1)) is dp.Array1D and type(np.minimum(a > 1, a > 2)) is dp.Mask1D
+
+
+@pytest.mark.parametrize("made", [dp.Array1D([1.0, 2.0]), dp.Array2D(np.ones((2, 3))), dp.Array1D([1, 5]) > 1])
+def test_the_array_protocol(made):
+    own = made.values.dtype
+    assert np.shares_memory(made.__array__(), made.values) and np.shares_memory(made.__array__(own, copy=False), made.values)
+    assert not np.shares_memory(made.__array__(copy=True), made.values)
+    for other in (made.__array__("f4"), made.__array__(np.dtype("f4"), copy=True), np.asarray(made, "f4")):
+        assert other.dtype == np.float32 and np.array_equal(other, made.values)
+    with pytest.raises(ValueError, match="copy"):
+        made.__array__("f4", copy=False)
