@@ -84,6 +84,13 @@ inline int arr_CheckedIndex(int index, int size) {
     return index;
 }
 
+/// The same for an index of any type, as long long.
+inline int arr_CheckedWideIndex(long long index, int size) {
+    if (index < 0 || index >= size) [[unlikely]]
+        arr_IndexError(index, size);
+    return static_cast<int>(index);
+}
+
 /// Returns `size` as an int; raises the size error unless 0 <= `size` <= 2147483647.
 inline int arr_CheckedSize(long long size) {
     if (size < 0 || size > std::numeric_limits<int>::max()) [[unlikely]]

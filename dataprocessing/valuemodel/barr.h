@@ -4,11 +4,12 @@
 /// Boolean arrays: masks with a calibrated extent.
 
 #include <concepts>
+#include <cstddef>
 #include <initializer_list>
 #include <iosfwd>
+#include <iterator>
 #include <ranges>
 #include <span>
-#include <utility>
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/type.h"
@@ -52,6 +53,38 @@ template<class Range>
 concept barr_Truths = std::ranges::sized_range<const Range> &&
     (std::same_as<std::ranges::range_value_t<const Range>, bool> ||
      std::same_as<std::ranges::range_value_t<const Range>, unsigned char>);
+
+/// Reads the elements of a mask as truths, for `for (const bool truth : mask)`. Valid until the
+/// mask is assigned to or destroyed.
+class barr_cTruthIterator {
+public:
+    using value_type = bool;                            ///< what is read
+    using difference_type = std::ptrdiff_t;             ///< the distance of two
+    using reference = bool;                             ///< by value
+    using pointer = void;                               ///< there is nothing to point at
+    using iterator_category = std::input_iterator_tag;  ///< as what is read is no reference
+    using iterator_concept = std::forward_iterator_tag; ///< as it can be read again
+
+    /// Of no mask.
+    barr_cTruthIterator() noexcept = default;
+    /// At a byte of a mask, or past its last one.
+    explicit barr_cTruthIterator(const unsigned char* element) noexcept : element_(element) {}
+
+    /// Whether the element is true.
+    bool operator*() const noexcept { return *element_ != 0; }
+    /// On to the next element.
+    barr_cTruthIterator& operator++() noexcept {
+        ++element_;
+        return *this;
+    }
+    /// The same; answers where it was.
+    barr_cTruthIterator operator++(int) noexcept { return barr_cTruthIterator(element_++); }
+    /// True at the same element of the same mask.
+    friend bool operator==(const barr_cTruthIterator&, const barr_cTruthIterator&) = default;
+
+private:
+    const unsigned char* element_ = nullptr;
+};
 
 /// A 1D boolean array, one byte per element: zero is false, anything else true.
 ///
@@ -102,9 +135,7 @@ public:
     unsigned char Element(int index) const&& { return Element(index); }
     /// Whether element `index` is true. Throws the index error outside [0, Size()).
     bool operator[](std::integral auto index) const {
-        if (!std::in_range<int>(static_cast<long long>(index)))
-            arr_IndexError(static_cast<long long>(index), Size());
-        return Element(static_cast<int>(index)) != 0;
+        return Element(arr_CheckedWideIndex(static_cast<long long>(index), Size())) != 0;
     }
 
     /// The elements in storage order, one byte each. Valid until the mask is assigned to or
@@ -118,6 +149,17 @@ public:
     }
     /// A temporary mask takes its elements with it: give `a & b` a name first.
     void Elements() const&& = delete;
+
+    /// @name Iteration over the elements, as truths
+    /// By value and in storage order.
+    /// @{
+    barr_cTruthIterator begin() const& noexcept { return barr_cTruthIterator(Elements().data()); }
+    barr_cTruthIterator end() const& noexcept {
+        return barr_cTruthIterator(Elements().data() + Elements().size());
+    }
+    void begin() const&& = delete; // a temporary mask takes its elements with it
+    void end() const&& = delete;
+    /// @}
 
     /// True when at least one element is; of no element, false.
     bool Any() const noexcept { return CountTrue() > 0; }
@@ -182,6 +224,11 @@ public:
     const unsigned char& Element(int x, int y) const&;
     /// Element (x, y) of a temporary, by value.
     unsigned char Element(int x, int y) const&& { return Element(x, y); }
+    /// Whether element (x, y) is true. Throws the index error outside the array.
+    bool operator()(std::integral auto x, std::integral auto y) const {
+        return Element(arr_CheckedWideIndex(static_cast<long long>(x), SizeX()),
+                       arr_CheckedWideIndex(static_cast<long long>(y), SizeY())) != 0;
+    }
 
     /// The elements in storage order, one byte each. Valid until the mask is assigned to or
     /// destroyed.
@@ -194,6 +241,17 @@ public:
     }
     /// A temporary mask takes its elements with it: give `a & b` a name first.
     void Elements() const&& = delete;
+
+    /// @name Iteration over the elements, as truths
+    /// By value and in storage order.
+    /// @{
+    barr_cTruthIterator begin() const& noexcept { return barr_cTruthIterator(Elements().data()); }
+    barr_cTruthIterator end() const& noexcept {
+        return barr_cTruthIterator(Elements().data() + Elements().size());
+    }
+    void begin() const&& = delete; // a temporary mask takes its elements with it
+    void end() const&& = delete;
+    /// @}
 
     /// True when at least one element is; of no element, false.
     bool Any() const noexcept { return CountTrue() > 0; }

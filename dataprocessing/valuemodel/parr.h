@@ -10,6 +10,7 @@
 #include <iterator>
 #include <span>
 
+#include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/dtyp.h"
 #include "dataprocessing/base/dtyp_range.h"
 #include "dataprocessing/dataprocessing_export.h"
@@ -269,6 +270,12 @@ public:
 
     /// Element (x, y) as a number of the array's type. Throws the index error outside the array.
     pnum_cNumber Number(int x, int y) const { return NumberAt(IndexOf(x, y)); }
+    /// Element (x, y) of an array of any type, as a double: `Number(x, y).As<double>()`. Throws the
+    /// index error outside the array.
+    double operator()(std::integral auto x, std::integral auto y) const {
+        return ValueAt(IndexOf(arr_CheckedWideIndex(static_cast<long long>(x), SizeX()),
+                               arr_CheckedWideIndex(static_cast<long long>(y), SizeY())));
+    }
     /// Sets element (x, y) to `number`, converted to the array's type by the rules of conv_Convert.
     /// Throws the index error outside the array.
     void SetNumber(int x, int y, const pnum_cNumber& number) { SetNumberAt(IndexOf(x, y), number); }

@@ -235,6 +235,31 @@ TEST(BoolArray, IsReadByIndex) {
     EXPECT_EQ(refusalOf([&] { static_cast<void>(mask[1LL << 32]); }), indexRefusal);
 }
 
+TEST(BoolArray, IsReadByColumnAndRow) {
+    const barr_c2DBoolArray mask(3, 2, {true, false, true, false, false, true});
+    for (int y = 0; y < 2; ++y)
+        for (std::size_t x = 0; x < 3; ++x)
+            EXPECT_EQ(mask(x, y), mask.Element(static_cast<int>(x), y) != 0) << x << ' ' << y;
+    for (const auto& [x, y] :
+         {std::pair(3LL, 0LL), {-1LL, 0LL}, {0LL, 2LL}, {0LL, -1LL}, {1LL << 32, 0LL}})
+        EXPECT_EQ(refusalOf([&, i = x, k = y] { static_cast<void>(mask(i, k)); }), indexRefusal);
+}
+
+TEST(BoolArray, IsIteratedAsTruths) {
+    const std::vector<unsigned char> bytes = {0, 1, 200, 0};
+    const barr_c1DBoolArray line(bytes);
+    const barr_c2DBoolArray plane(2, 2, bytes);
+    std::vector<bool> truths;
+    for (const bool truth : line)
+        truths.push_back(truth);
+    EXPECT_EQ(truths, (std::vector<bool>{false, true, true, false}));
+    EXPECT_EQ(std::vector<bool>(plane.begin(), plane.end()), truths);
+    EXPECT_EQ(std::ranges::count(plane, true), 2);
+    EXPECT_EQ(std::ranges::find(line, true), ++line.begin());
+    const barr_c1DBoolArray nothing;
+    EXPECT_EQ(nothing.begin(), nothing.end());
+}
+
 TEST(BoolArray, CountsWhatIsTrue) {
     for (const int size : {0, 1, 254, 255, 256, 510, 511, 1000, 70000})
         for (const int step : {1, 2, 3, 256}) {

@@ -230,6 +230,21 @@ TEST(Everyday, ElementsOfAnyTypeAreReadAsDoubles) {
         ADD_FAILURE() << value;
 }
 
+TEST(Everyday, ElementsOfImagesAreReadByColumnAndRow) {
+    forEachElementType([]<class T>(int code) {
+        SCOPED_TRACE(code);
+        const darr_c2DArray image = planeOf(3, 2, countedElements<T>(6));
+        for (std::size_t y = 0; y < 2; ++y)
+            for (int x = 0; x < 3; ++x)
+                EXPECT_EQ(image(x, y), image.Number(x, static_cast<int>(y)).As<double>());
+    });
+    const darr_c2DArray image(3, 2, {1, 2, 3, 4, 5, 6});
+    EXPECT_EQ(image(2, 0), 3);
+    EXPECT_EQ(refusalOf([&] { static_cast<void>(image(3, 0)); }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { static_cast<void>(image(0, -1)); }), indexRefusal);
+    EXPECT_EQ(refusalOf([&] { static_cast<void>(image(1LL << 32, 0)); }), indexRefusal);
+}
+
 TEST(Everyday, IndicesAreCheckedWhateverTheirType) {
     const darr_c1DArray line = {1.0, 2.0, 3.0};
     EXPECT_EQ(line[2U], 3);
