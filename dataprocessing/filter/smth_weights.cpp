@@ -23,13 +23,8 @@ long double smth_DerivativeScale(double delta, int derivative) {
     return std::pow(static_cast<long double>(delta), -derivative);
 }
 
-namespace {
-
-constexpr double widestSigma = 1 << 20;
-
-} // namespace
-
 std::vector<double> smth_GaussWeights(double sigma, double delta) {
+    constexpr double widestSigma = 1 << 20;
     const double elements = sigma == 0 ? 0 : sigma / std::fabs(delta);
     if (!(sigma >= 0) || !(elements <= widestSigma))
         throw expt_cProgramException("smth", 4,

@@ -119,12 +119,6 @@ regs_sOverlap middle(regs_sOverlap overlap) {
     return overlap;
 }
 
-int powerFor(long long size) {
-    if (size > 1 << 30)
-        arr_SizeError(size);
-    return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::max(2LL, size))));
-}
-
 /// A part of a plane less its mean, faded out over an eighth of it towards each edge.
 regs_sPlane faded(const regs_sPlane& plane, int firstX, int firstY, int sizeX, int sizeY) {
     regs_sPlane part(sizeX, sizeY);
@@ -163,8 +157,9 @@ regs_sPlace refined(const regs_sPlane& fixed, const regs_sPlane& moved, const re
     const regs_sOverlap y = middle({fixed.sizeY, moved.sizeY, start.y});
     const regs_cCorrelation correlation(
         faded(fixed, x.first, y.first, x.count, y.count),
-        faded(moved, x.first + start.x, y.first + start.y, x.count, y.count), powerFor(x.count),
-        powerFor(y.count), {options.low, options.high}, regs_OverNoise);
+        faded(moved, x.first + start.x, y.first + start.y, x.count, y.count),
+        regs_PowerFor(x.count), regs_PowerFor(y.count), {options.low, options.high},
+        regs_OverNoise);
     const int reachX = std::min(reach.x, x.count / 2);
     const int reachY = std::min(reach.y, y.count / 2);
     int bestX = 0;
@@ -266,7 +261,7 @@ regs_s2DShift found(const sPair& whole, const regs_sOptions& options) {
                      faded(means.moved, 0, 0, means.moved.sizeX, means.moved.sizeY)};
         const double per = std::max(perX, perY);
         const regs_cSearch search(means.fixed, means.moved, {options.low * per, options.high * per},
-                                  options.overlap);
+                                  banded ? regs_ByCorrelation : regs_ByLikeness, options.overlap);
         const std::vector<regs_sPeak> peaks = search.Peaks();
         const regs_sPlace place = placeOf(search, peaks, means, whole, perX, perY, options);
         const double height = regs_LikenessOf(fixed, moved, nearest(place)).coefficient;

@@ -72,12 +72,12 @@ struct regs_s2DShift {
 ///    each edge, and correlated again, with the more weight on frequencies the more they stand out
 ///    of most others; the maximum of that, found as `subElement` says, is the rest of the shift.
 ///    Fading draws the rest, of half an element at most, towards 0: by some percent of it where the
-///    content is much finer than the faded edges are wide, by up to a half where it is not.
+///    content is much finer than the faded edges are wide, by up to a half where it is not. Where
+///    least squares lead nowhere, which is told by nothing but a small height, this is the shift.
 ///
 /// The arrays may have any sizes and calibrations, each its own, of equal deltas (to 1e-6 of them);
-/// take the shift from the offset of `moved`
-/// to move it into place. All real types are served; less their mean, elements are rounded to
-/// single precision.
+/// take the shift from the offset of `moved` to move it into place. All real types are served; less
+/// their mean, elements are rounded to single precision.
 ///
 /// Throws expt_cProgramException ("regs", 1) for options that are not as told above (a band that is
 /// empty or not a number, an overlap outside (0, 1], an unknown way between elements), ("regs", 2)

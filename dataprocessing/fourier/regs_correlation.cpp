@@ -1,6 +1,7 @@
 #include "dataprocessing/fourier/regs_correlation.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstddef>
 #include <span>
@@ -157,6 +158,12 @@ std::vector<Complex> phases(double shift, int size) {
 }
 
 } // namespace
+
+int regs_PowerFor(long long size) {
+    if (size > 1 << 30)
+        arr_SizeError(size);
+    return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::max(2LL, size))));
+}
 
 regs_cCorrelation::regs_cCorrelation(const regs_sPlane& a, const regs_sPlane& b, int sizeX,
                                      int sizeY, const regs_sBand& band, regs_eWeights weights)

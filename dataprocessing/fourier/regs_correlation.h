@@ -22,6 +22,9 @@ enum regs_eWeights {
     regs_OverNoise ///< those the more that stand out of most others
 };
 
+/// The power of two, at least 2, that holds `size` elements. Throws the size error.
+int regs_PowerFor(long long size);
+
 /// The circular correlation of two planes that are extended with zeros to sizes that are powers of
 /// two: at (x, y), the sum over all elements of a(i, j) b(i + x, j + y), in any units.
 class regs_cCorrelation {

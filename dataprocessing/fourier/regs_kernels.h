@@ -17,7 +17,8 @@ struct regs_sRows {
     std::ptrdiff_t stepX; ///< to the neighbours along X: 0 where there are none
 };
 
-inline constexpr std::size_t regs_Sums = 16;
-inline constexpr std::size_t regs_Lanes = 16;
+/// The sums that the equations are made of, and the parts that each is added up in.
+inline constexpr std::size_t regs_sums = 16;
+inline constexpr std::size_t regs_lanes = 16;
 
 } // namespace dataprocessing::detail

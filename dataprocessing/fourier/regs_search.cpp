@@ -13,12 +13,6 @@ namespace dataprocessing::detail {
 
 namespace {
 
-int powerFor(long long size) {
-    if (size > 1 << 30)
-        arr_SizeError(size);
-    return static_cast<int>(std::bit_ceil(static_cast<unsigned>(std::max(2LL, size))));
-}
-
 struct sSum {
     double values = 0;
     double squares = 0;
@@ -92,16 +86,16 @@ double enoughOf(int fixed, int moved, double overlap) {
 bool regs_IsBanded(const regs_sBand& band) { return band.low > 0 || band.high < std::sqrt(2.0); }
 
 regs_cSearch::regs_cSearch(const regs_sPlane& fixed, const regs_sPlane& moved,
-                           const regs_sBand& band, double overlap)
-    : fixed_(fixed), moved_(moved), isBanded_(regs_IsBanded(band)) {
+                           const regs_sBand& band, regs_eRanking ranking, double overlap)
+    : fixed_(fixed), moved_(moved), ranking_(ranking) {
     const long long countX = 0LL + fixed.sizeX + moved.sizeX - 1;
     const long long countY = 0LL + fixed.sizeY + moved.sizeY - 1;
-    const regs_cCorrelation correlation(fixed, moved, powerFor(countX), powerFor(countY), band,
-                                        regs_AllAlike);
+    const regs_cCorrelation correlation(fixed, moved, regs_PowerFor(countX), regs_PowerFor(countY),
+                                        band, regs_AllAlike);
     countX_ = static_cast<int>(countX);
     countY_ = static_cast<int>(countY);
     ranks_.resize(static_cast<std::size_t>(countX) * static_cast<std::size_t>(countY));
-    if (isBanded_)
+    if (ranking_ == regs_ByCorrelation)
         RankByCorrelation(correlation, overlap);
     else
         RankByLikeness(correlation, overlap);
@@ -202,7 +196,7 @@ std::vector<regs_sPeak> regs_cSearch::Peaks() const {
         const double count =
             static_cast<double>(regs_sOverlap(fixed_.sizeX, moved_.sizeX, shift.x).count) *
             regs_sOverlap(fixed_.sizeY, moved_.sizeY, shift.y).count;
-        if (isBanded_) {
+        if (ranking_ == regs_ByCorrelation) {
             // What is outside of the band is in the elements, but not in the correlation.
             peaks.push_back({shift, regs_LikenessOf(fixed_, moved_, shift).coefficient,
                              static_cast<double>(value)});

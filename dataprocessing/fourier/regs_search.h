@@ -14,6 +14,12 @@ namespace dataprocessing::detail {
 /// Whether a band leaves out any frequency but 0.
 bool regs_IsBanded(const regs_sBand& band);
 
+/// What peaks are ranked by.
+enum regs_eRanking {
+    regs_ByLikeness,   ///< how likely it is that what overlaps is the same but for noise
+    regs_ByCorrelation ///< the correlation itself over the root of the overlap, as a band wants it
+};
+
 /// A shift and what is told of it.
 struct regs_sPeak {
     regs_sShift shift;
@@ -33,10 +39,9 @@ public:
     /// The means of the planes are 0. Enough is `overlap` times the smaller plane, along each axis.
     /// Throws the size error and std::bad_alloc.
     regs_cSearch(const regs_sPlane& fixed, const regs_sPlane& moved, const regs_sBand& band,
-                 double overlap);
+                 regs_eRanking ranking, double overlap);
 
-    /// The best of the peaks, by falling rank, which is the likelihood that what overlaps is the
-    /// same but for noise. With a band it is the correlation itself over the root of the overlap.
+    /// The best of the peaks, by falling rank.
     std::vector<regs_sPeak> Peaks() const;
 
     /// The peak at a shift, by parabolas.
@@ -57,7 +62,7 @@ private:
 
     const regs_sPlane& fixed_;
     const regs_sPlane& moved_;
-    bool isBanded_;
+    regs_eRanking ranking_;
     int countX_; // of shifts
     int countY_;
     // Coefficients times the root of the number of elements that overlap, or what stands for it.

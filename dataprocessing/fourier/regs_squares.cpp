@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -75,12 +76,13 @@ private:
         const float* const from = plane_.Row(y);
         const int begin = firstX_ - reachX_;
         const int end = begin + static_cast<int>(row_.size());
-        const float* first = from + begin;
+        const float* first = row_.data();
         if (begin < 0 || end > plane_.sizeX) {
             for (int x = begin; x < end; ++x)
                 row_[static_cast<std::size_t>(x - begin)] =
                     x >= 0 && x < plane_.sizeX ? from[x] : from[smth_Mirrored(x, plane_.sizeX)];
-            first = row_.data();
+        } else {
+            first = from + begin;
         }
         for (std::size_t k = 0; k < weightsX_.size(); ++k)
             shifted_[k] = first + k;
@@ -142,7 +144,7 @@ struct sSlopes {
 
 /// Solves the equations of four unknowns: the rest along X and Y, what is proportional to the
 /// content, and a constant.
-sStep solved(const sSlopes& slopes, const double (&sums)[regs_Sums], bool hasX, bool hasY,
+sStep solved(const sSlopes& slopes, const double (&sums)[regs_sums], bool hasX, bool hasY,
              double count) {
     double rows[4][5] = {{slopes.xx, slopes.xy, sums[3], sums[5], sums[9]},
                          {slopes.xy, slopes.yy, sums[4], sums[6], sums[10]},
@@ -169,7 +171,7 @@ sStep solved(const sSlopes& slopes, const double (&sums)[regs_Sums], bool hasX, 
     step.isFound = std::isfinite(step.rest.x) && std::isfinite(step.rest.y);
     return step;
 }
-sStep solved(const double (&sums)[regs_Sums], bool hasX, bool hasY, double count) {
+sStep solved(const double (&sums)[regs_sums], bool hasX, bool hasY, double count) {
     const sSlopes across{sums[0], sums[1], sums[2]};
     const sSlopes means{sums[13], sums[14], sums[15]};
     // Far from the place slopes have little in common; their means lead on there.
@@ -186,7 +188,9 @@ sStep stepFrom(const regs_sPlane& a, const regs_sPlane& b, const regs_sScale& sc
                const regs_sPlace& sigma, const regs_sShift& shift, const regs_sPlace& place) {
     const sInner x(a.sizeX, b.sizeX, shift.x, sigma.x);
     const sInner y(a.sizeY, b.sizeY, shift.y, sigma.y);
-    if (!x.IsEnough() || !y.IsEnough())
+    constexpr double largest = std::numeric_limits<float>::max();
+    const bool isFloat = std::fabs(scale.gain) <= largest && std::fabs(scale.offset) <= largest;
+    if (!x.IsEnough() || !y.IsEnough() || !isFloat)
         return {};
     const int aside = x.isAxis ? 1 : 0;
     const int below = y.isAxis ? 1 : 0;
@@ -201,7 +205,7 @@ sStep stepFrom(const regs_sPlane& a, const regs_sPlane& b, const regs_sScale& sc
     for (int row = 0; row < 2 * below; ++row)
         moved.Row(y.first + row - below + shift.y, keptRow(row));
     const auto addRow = LEVEL_SELECT(regs_AddRow);
-    double sums[regs_Sums] = {};
+    double sums[regs_sums] = {};
     for (int row = 0; row < y.count; ++row) {
         moved.Row(y.first + row + below + shift.y, keptRow(row + 2 * below));
         regs_sRows rows{

@@ -18,7 +18,8 @@ namespace dataprocessing::detail {
 template<class W>
 class radix_cTables {
 public:
-    /// Finds or makes the tables. Throws std::bad_alloc, and then the thread keeps none.
+    /// Finds or makes the tables, of two values at least. Throws std::bad_alloc, and then the
+    /// thread keeps none.
     explicit radix_cTables(std::size_t n) {
         if (loan_.block.Size() < BytesOf(n)) [[unlikely]]
             Make(n);

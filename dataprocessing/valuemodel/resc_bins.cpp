@@ -32,10 +32,6 @@ void require(const cal_cArrayCal& from, const cal_cArrayCal& to) {
 
 } // namespace
 
-resc_cBins::resc_cBins(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to)
-    : elements_(elements), bins_(bins), from_(from), to_(to),
-      tolerance_(cal_ToleranceAlong(from, elements)) {}
-
 void resc_cBins::Edges(int first, int count, double* edges) const {
     LEVEL_SELECT(resc_Edges)(elements_, from_, tolerance_, to_, first, count, edges);
 }
@@ -44,22 +40,22 @@ resc_cBins resc_BinsOf(int elements, const cal_cArrayCal& from, double delta) {
     require(from);
     const cal_cArrayCal to(from.Position(0), delta, 0);
     require(from, to);
-    double bins = std::ceil(to.RealIndex(from.Position(elements)));
+    const double bins = std::ceil(to.RealIndex(from.Position(elements)));
     constexpr double most = std::numeric_limits<int>::max();
     if (!(bins >= 0 && bins <= most))
         arr_SizeError();
-    const resc_cBins covering(elements, from, static_cast<int>(bins), to);
-    double end = 0;
-    covering.Edges(covering.Count(), 1, &end);
+    const auto covering = static_cast<int>(bins);
+    const double tolerance = cal_ToleranceAlong(from, elements);
+    const double end = cal_RealIndexWithin(from.Offset(), from.Delta(), from.CalIndex(),
+                                           to.Position(covering), tolerance);
     // What is next to nothing of a wide bin may be whole elements.
-    if (bins < most && end < elements)
-        return {elements, from, covering.Count() + 1, to};
-    return covering;
+    const bool isShort = (end > 0 ? end : 0) < elements && bins < most;
+    return {elements, from, covering + (isShort ? 1 : 0), to, tolerance};
 }
 
 resc_cBins resc_BinsOf(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to) {
     require(from, to);
-    return {elements, from, bins, to};
+    return {elements, from, bins, to, cal_ToleranceAlong(from, elements)};
 }
 
 } // namespace dataprocessing::detail

@@ -13,7 +13,10 @@ namespace dataprocessing::detail {
 /// The elements of one axis and the bins that they are shared out to.
 class resc_cBins {
 public:
-    resc_cBins(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to);
+    /// All edges have one tolerance, so that none lies before the last one.
+    resc_cBins(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to,
+               double tolerance)
+        : elements_(elements), bins_(bins), from_(from), to_(to), tolerance_(tolerance) {}
 
     int Count() const { return bins_; }
     const cal_cArrayCal& Cal() const { return to_; }
@@ -27,7 +30,7 @@ private:
     int bins_;
     cal_cArrayCal from_;
     cal_cArrayCal to_;
-    double tolerance_; // one for all edges, so that none lies before the last one
+    double tolerance_;
 };
 
 /// As many bins of `delta` as cover the elements. Refuses what resc_Rebin does.

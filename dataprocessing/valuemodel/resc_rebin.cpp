@@ -92,7 +92,7 @@ void rebin(const parr_cNumberArray& array, int sizeX, const resc_cBins& alongX,
 
 darr_c1DArray rebinned(const darr_c1DArray& array, const resc_cBins& bins) {
     darr_c1DArray result(bins.Count(), resultType(array.DataType()), cal_c1DArrayCal(bins.Cal()));
-    const resc_cBins row(1, {}, 1, {});
+    const resc_cBins row(1, {}, 1, {}, 0);
     rebin(array, array.Size(), bins, row, result);
     return result;
 }
