@@ -46,12 +46,18 @@ struct sInterpolation {
 
 } // namespace
 
+/// Where the reference is less, as a part of its mean, it weighs as much as if it were that: what
+/// is next to nothing there, by interpolation or by chance, should not decide.
+constexpr double leastPart = 1e-3;
+
 struct maps_sAlignment {
-    std::vector<double> reference; ///< Followed by zeros as far as whole vectors reach.
+    std::vector<double> reference; ///< Over its mean; zeros follow as far as whole vectors reach.
+    double mean = 0;               ///< Of what shifts bring into the part.
     std::size_t channels;
     cal_c1DArrayCal cal;
     maps_sAlignOptions options;
-    std::ptrdiff_t most = 0;   ///< The largest shift, in channels.
+    double limit = 0;          ///< The largest shift, in channels.
+    std::ptrdiff_t most = 0;   ///< The same in whole ones.
     maps_sChannelRange part;   ///< The channels that take part.
     std::vector<double> logs;  ///< Of the reference, or of next to nothing.
     std::vector<double> sums;  ///< Of the reference at shifts from -most to most.
@@ -72,28 +78,30 @@ maps_sAlignment::maps_sAlignment(std::span<const double> given, const cal_c1DArr
     : reference(given.begin(), given.end()), channels(given.size()), cal(calibration),
       options(how) {
     const double delta = std::fabs(cal.Delta());
-    maps_RefuseOptions(!(delta > 0) || !std::isfinite(delta) || !(mostShift >= 0) ||
+    maps_RefuseOptions(!(delta > 0) || !std::isfinite(delta) || !(mostShift > 0) ||
                        !(mostShift / delta < static_cast<double>(std::size_t{1} << 31)) ||
                        !(how.tolerance > 0) || how.mostSteps < 1);
     maps_RefuseShapes(!std::all_of(given.begin(), given.end(),
                                    [](double value) { return std::isfinite(value); }));
-    most = static_cast<std::ptrdiff_t>(std::ceil(mostShift / delta));
+    limit = mostShift / delta;
+    most = static_cast<std::ptrdiff_t>(std::ceil(limit));
     part = maps_ChannelsIn(cal, channels, how.from, how.to);
     const auto margin = static_cast<std::size_t>(most + before);
     part.first = std::max(part.first, margin);
     part.last = std::min(part.last, channels - std::min(channels, margin));
     maps_RefuseRange(part.last < part.first + 3);
 
-    double mean = 0;
-    for (const double value : reference)
-        mean += std::max(value, 0.0) / static_cast<double>(channels);
+    const std::size_t first = part.first - static_cast<std::size_t>(most);
+    const std::size_t count = part.Count() + 2 * static_cast<std::size_t>(most);
+    for (const double value : std::span(reference).subspan(first, count))
+        mean += std::max(value, 0.0) / static_cast<double>(count);
     maps_RefuseShapes(!(mean > 0) || !std::isfinite(mean));
+    for (double& value : reference)
+        value /= mean;
     reference.resize(channels + maps_lanes);
     logs.resize(reference.size());
-    // Where the reference is next to nothing, counts by chance should not rule a shift out.
-    constexpr double leastPart = 1e-3;
     for (std::size_t k = 0; k < channels; ++k)
-        logs[k] = std::log(std::max(reference[k], leastPart * mean));
+        logs[k] = std::log(std::max(reference[k], leastPart));
     for (std::ptrdiff_t shift = -most; shift <= most; ++shift) {
         const auto* const from = reference.data() + static_cast<std::ptrdiff_t>(part.first) - shift;
         double sum = 0;
@@ -147,6 +155,8 @@ maps_cAlign::~maps_cAlign() = default;
 maps_cAlign::maps_cAlign(maps_cAlign&&) noexcept = default;
 maps_cAlign& maps_cAlign::operator=(maps_cAlign&&) noexcept = default;
 
+std::size_t maps_cAlign::Channels() const noexcept { return alignment_->part.Count(); }
+
 namespace {
 
 constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
@@ -177,7 +187,7 @@ public:
         const std::size_t length = maps_WholeVectors(alignment.part.Count());
         alignment.Interpolate(shift, rows.values, rows.slopes);
         for (std::size_t k = 0; k < length; ++k)
-            rows.weights[k] = factor * rows.values[k];
+            rows.weights[k] = factor * std::max(rows.values[k], leastPart);
         const std::array<const double*, 2> shapes{rows.values, rows.slopes};
         maps_CrossRow(rows.y, shapes, maps_WeighCurve, length, rows.weights, sums_);
         determinant_ = sums_[0] * sums_[2] - sums_[1] * sums_[1];
@@ -216,12 +226,13 @@ sAligned aligned(const maps_sAlignment& alignment, const sRows& rows,
         return found;
     }
     if (!(total > 0)) {
-        found.status = maps_Empty;
+        found.status = total < 0 ? maps_Negative : maps_Empty;
         return found;
     }
     const std::size_t start = alignment.Start(row, total, logsAt, likelihoods);
-    const auto most = static_cast<double>(alignment.most);
-    double shift = static_cast<double>(start) - most;
+    const double limit = alignment.limit;
+    double shift =
+        std::clamp(static_cast<double>(start) - static_cast<double>(alignment.most), -limit, limit);
     double factor = total / alignment.sums[start];
     double last = 0;
     double longest = 1;
@@ -246,8 +257,9 @@ sAligned aligned(const maps_sAlignment& alignment, const sRows& rows,
             longest = std::fabs(last) / 2;
         step = std::clamp(step, -longest, longest);
         last = step;
-        const double to = std::clamp(shift + step, -most, most);
-        if (std::fabs(step) < alignment.options.tolerance * shiftError)
+        const double to = std::clamp(shift + step, -limit, limit);
+        constexpr double rounding = 1e-12; // of a shift
+        if (std::fabs(step) < std::max(alignment.options.tolerance * shiftError, rounding))
             return {maps_Good,          found.steps, to, next, shiftError, normal.FactorError(),
                     normal.ChiSquared()};
         if (to == shift) // the limit is in the way
@@ -286,8 +298,8 @@ void maps_cAlign::Run(const maps_cStack& stack, const maps_sPlanes& planes,
         setAt(planes.iterations, q, found.steps);
         setAt(planes.chiSquared, q, found.chiSquared);
         setAt(planes.values, q, found.shift * delta);
-        setAt(planes.values, spectra + q, found.factor);
+        setAt(planes.values, spectra + q, found.factor / alignment.mean);
         setAt(planes.standardErrors, q, found.shiftError * std::fabs(delta));
-        setAt(planes.standardErrors, spectra + q, found.factorError);
+        setAt(planes.standardErrors, spectra + q, found.factorError / alignment.mean);
     }
 }

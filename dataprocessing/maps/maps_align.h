@@ -37,23 +37,29 @@ struct maps_sAlignOptions {
 
 /// The shift of each spectrum against a reference r, and its factor: y(x) = f r(x - shift), by the
 /// largest likelihood of counts. The start is the most likely shift by whole channels; steps of
-/// least squares with the weights of the model that the last one gave lead on from there. Between
-/// its channels the reference is interpolated by polynomials of degree 5, so it should have lines
-/// at least two channels wide (standard deviation: one), and many more counts than a spectrum: the
-/// sum of all, for one, or of those that were aligned before. Errors are those of the counts of the
-/// spectrum alone.
+/// least squares with the weights of the model that the last one gave lead on from there; where the
+/// reference is below a thousandth of its mean, with the weights that that would have.
 ///
-/// Channels that the reference does not reach at the largest shift to either side take no part.
-/// Values need not be whole. The sum of the values there not being positive makes a spectrum
-/// maps_Empty; a shift beyond the limit, a factor that is not positive and too many steps make it
-/// maps_NotConverged; a reference without structure makes all maps_Undetermined.
+/// Between its channels the reference is interpolated by polynomials of degree 5: lines with a
+/// standard deviation of two channels lose nothing by that, those of one are found up to .005
+/// channels away. Errors are those of the counts of the spectrum alone. The reference should have
+/// so many counts in each channel, not just many more than a spectrum, that its slopes are not made
+/// of noise; a sum of spectra may be smoothed.
+///
+/// Channels that the reference does not reach at the largest shift to either side, and three more
+/// at each end, take no part; chi-squared has Channels() less 2 degrees of freedom. Values need not
+/// be whole. A sum of 0 over those channels makes a spectrum maps_Empty, a negative one
+/// maps_Negative; a shift beyond the limit, a factor that is not positive and too many steps make
+/// it maps_NotConverged: keep the limit well above what is to be found. A reference without
+/// structure makes all maps_Undetermined.
 class DATAPROCESSING_EXPORT maps_cAlign {
 public:
-    /// Shifts of at most `mostShift`, in calibrated units, against a reference on the channels of
-    /// the stack. Throws expt_cProgramException: ("maps", 5) when fewer than 3 channels take part;
+    /// Shifts of no more than `mostShift`, in calibrated units, against a reference on the channels
+    /// of the stack. Throws expt_cProgramException: ("maps", 5) when fewer than 3 channels take
+    /// part;
     /// ("maps", 6) for a reference with values that are not finite or whose sum over the channels
     /// that take part is, at some shift, not positive; ("maps", 7) for a largest shift that is
-    /// negative or not finite, a delta that is 0 or not finite, and a tolerance or a number of
+    /// not positive or not finite, a delta that is 0 or not finite, and a tolerance or a number of
     /// steps that is not positive; std::bad_alloc.
     maps_cAlign(std::span<const double> reference, const cal_c1DArrayCal& cal, double mostShift,
                 const maps_sAlignOptions& options = {});
@@ -61,6 +67,8 @@ public:
     maps_cAlign(maps_cAlign&&) noexcept;            ///< Takes over.
     maps_cAlign& operator=(maps_cAlign&&) noexcept; ///< Takes over.
 
+    /// How many channels take part.
+    std::size_t Channels() const noexcept;
     /// Finds the shift of every spectrum; the planes receive shift (calibrated) and factor, their
     /// standard errors, Pearson's chi-squared and the steps taken. Throws expt_cProgramException:
     /// ("maps", 3) for planes of another size, ("maps", 4) for other channels or another

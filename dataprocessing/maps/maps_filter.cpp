@@ -14,22 +14,33 @@ namespace dataprocessing::detail {
 
 void maps_sFilter::Add(std::size_t count, std::size_t channel, std::span<const double> terms) {
     runs.push_back({count, channel, numbers.size(), terms.size()});
-    for (const double number : terms) {
-        numbers.push_back(number);
-        squares.push_back(number * number);
-    }
+    numbers.insert(numbers.end(), terms.begin(), terms.end());
     mostTerms = std::max(mostTerms, terms.size());
 }
 
-maps_eStatus maps_Judge(std::span<double> values, std::span<double> errors) {
-    const auto isFinite = [](double value) { return std::isfinite(value); };
-    if (std::all_of(values.begin(), values.end(), isFinite) &&
-        std::all_of(errors.begin(), errors.end(), isFinite)) {
-        for (double& error : errors)
-            error = std::sqrt(error);
+maps_cFilter maps_sFilter::Made() && {
+    double largest = 0;
+    for (const double number : numbers)
+        largest = std::max(largest, std::fabs(number));
+    if (largest > 0 && std::isfinite(largest))
+        scale = std::scalbn(1.0, std::ilogb(largest));
+    squares.reserve(numbers.size());
+    for (const double number : numbers)
+        squares.push_back((number / scale) * (number / scale));
+    return maps_cFilter(std::make_unique<const maps_sFilter>(std::move(*this)));
+}
+
+maps_eStatus maps_Judge(std::span<double> values, std::span<double> errors, double scale) {
+    constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
+    if (std::all_of(values.begin(), values.end(),
+                    [](double value) { return std::isfinite(value); })) {
+        for (double& error : errors) {
+            error = std::sqrt(error) * scale;
+            if (!std::isfinite(error))
+                error = nothing;
+        }
         return maps_Good;
     }
-    constexpr double nothing = std::numeric_limits<double>::quiet_NaN();
     std::fill(values.begin(), values.end(), nothing);
     std::fill(errors.begin(), errors.end(), nothing);
     return maps_NotFinite;
@@ -101,7 +112,7 @@ void maps_cFilter::Run(const maps_cStack& stack, const maps_sSpectra& spectra,
             maps_Variances(row, channels, variances);
             combine(filter, filter.squares, variances, rows, errors.data());
         }
-        const maps_eStatus status = maps_Judge(values, errors);
+        const maps_eStatus status = maps_Judge(values, errors, filter.scale);
         if (!spectra.status.empty())
             spectra.status[q] = status;
     }

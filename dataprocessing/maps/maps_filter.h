@@ -30,7 +30,8 @@ struct maps_sSpectra {
 /// Sums are made in double precision in the order of the channels. Standard errors are those of
 /// counts, whose variance is the value itself, or 0 where it is negative: the root of the sum of
 /// c[j][k]^2 max(y[k], 0). Neighbours that share a channel are correlated, which they leave out. A
-/// spectrum with a result that is not finite is maps_NotFinite; one of zeros gives zeros.
+/// spectrum with a result that is not finite is maps_NotFinite; one of zeros gives zeros. An error
+/// that would not be finite is NaN.
 class DATAPROCESSING_EXPORT maps_cFilter {
 public:
     /// @cond
@@ -81,6 +82,8 @@ DATAPROCESSING_EXPORT maps_cFilter maps_Smooth(std::size_t channels, const cal_c
                                                int width, int order, int derivative = 0);
 
 /// The spectra averaged with the weights of a Gaussian curve, as smth_Gauss does it: the same
-/// values but for the rounding of sums. Throws what that throws; std::bad_alloc.
+/// values but for the rounding of sums. What is mirrored at the ends takes 16 bytes times the
+/// square of the 8 sigma, in channels, that a neighbourhood is wide. Throws what that throws;
+/// std::bad_alloc.
 DATAPROCESSING_EXPORT maps_cFilter maps_SmoothGauss(std::size_t channels,
                                                     const cal_c1DArrayCal& cal, double sigma);

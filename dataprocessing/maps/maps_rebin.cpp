@@ -28,7 +28,7 @@ maps_cFilter filterOf(std::size_t channels, const cal_c1DArrayCal& cal, const re
                           [&](std::ptrdiff_t, double share) { shares.push_back(share); });
         filter.Add(1, static_cast<std::size_t>(edges[0]), shares);
     }
-    return maps_cFilter(std::make_unique<const maps_sFilter>(std::move(filter)));
+    return std::move(filter).Made();
 }
 
 } // namespace

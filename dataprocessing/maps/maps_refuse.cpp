@@ -33,17 +33,23 @@ void maps_RefuseShapes(bool isRefused) {
 }
 void maps_RefuseOptions(bool isRefused) { refuseIf(isRefused, 7, "An option has no meaning."); }
 
+void maps_RefuseSize(std::size_t size, std::size_t each, std::size_t spectra) {
+    // A stack may have more spectra than a product holds.
+    const bool isRight = spectra == 0 ? size == 0 : size % spectra == 0 && size / spectra == each;
+    maps_RefusePlane(size != 0 && !isRight);
+}
+
 void maps_CheckPlanes(const maps_sPlanes& planes, std::size_t parameters, std::size_t spectra) {
-    maps_CheckPlane(planes.values, parameters * spectra);
-    maps_CheckPlane(planes.standardErrors, parameters * spectra);
+    maps_RefuseSize(planes.values.size(), parameters, spectra);
+    maps_RefuseSize(planes.standardErrors.size(), parameters, spectra);
     maps_CheckPlane(planes.chiSquared, spectra);
     maps_CheckPlane(planes.iterations, spectra);
     maps_CheckPlane(planes.status, spectra);
 }
 
 void maps_CheckSpectra(const maps_sSpectra& made, std::size_t channels, std::size_t spectra) {
-    maps_CheckPlane(made.values, channels * spectra);
-    maps_CheckPlane(made.standardErrors, channels * spectra);
+    maps_RefuseSize(made.values.size(), channels, spectra);
+    maps_RefuseSize(made.standardErrors.size(), channels, spectra);
     maps_CheckPlane(made.status, spectra);
 }
 

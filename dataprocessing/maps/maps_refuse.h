@@ -24,6 +24,8 @@ template<class T>
 void maps_CheckPlane(std::span<T> plane, std::size_t count) {
     maps_RefusePlane(!plane.empty() && plane.size() != count);
 }
+/// Refuses a size that is wanted, not 0, and other than that of `each` for so many spectra.
+void maps_RefuseSize(std::size_t size, std::size_t each, std::size_t spectra);
 /// Refuses planes of another size than those of `parameters` of so many spectra.
 void maps_CheckPlanes(const maps_sPlanes& planes, std::size_t parameters, std::size_t spectra);
 /// Refuses spectra of another size than `spectra` of so many channels.

@@ -27,7 +27,8 @@ void share(const double* padded, std::size_t count, double shift, bool squared, 
     const double* const rows[2] = {from, from + 1};
     const double parts[2] = {1 - part, part};
     const double squares[2] = {parts[0] * parts[0], parts[1] * parts[1]};
-    smth_SumRows(rows, squared ? squares : parts, 2, result, count);
+    const std::size_t terms = part > 0 ? 2 : 1; // what is not needed may be no number
+    smth_SumRows(rows, squared ? squares : parts, terms, result, count);
 }
 
 } // namespace
@@ -61,9 +62,9 @@ void maps_Shift(const maps_cStack& stack, std::span<const double> shifts,
             maps_Variances(row + margin, channels, variances + margin);
             share(variances + margin, channels, shift, true, errors.data());
         }
-        if (!std::isfinite(shift))
+        if (!std::isfinite(shifts[q]))
             std::fill(values.begin(), values.end(), std::numeric_limits<double>::quiet_NaN());
-        const maps_eStatus status = maps_Judge(values, errors);
+        const maps_eStatus status = maps_Judge(values, errors, 1);
         if (!spectra.status.empty())
             spectra.status[q] = status;
     }

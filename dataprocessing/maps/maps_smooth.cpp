@@ -15,10 +15,6 @@ maps_sFilter emptyFilter(std::size_t channels, const cal_c1DArrayCal& cal) {
     return {.channels = channels, .cal = cal, .results = channels, .resultCal = cal};
 }
 
-maps_cFilter made(maps_sFilter filter) {
-    return maps_cFilter(std::make_unique<const maps_sFilter>(std::move(filter)));
-}
-
 /// The numbers of the value at each of `width` channels, one after the other, of the polynomial
 /// through all of them.
 std::vector<double> endNumbers(int width, int order, int derivative, long double scale) {
@@ -46,14 +42,14 @@ maps_cFilter maps_Smooth(std::size_t channels, const cal_c1DArrayCal& cal, int w
     smth_CheckPolynomial(width, order, derivative);
     maps_sFilter filter = emptyFilter(channels, cal);
     if (channels == 0)
-        return made(std::move(filter));
+        return std::move(filter).Made();
     const auto terms = static_cast<std::size_t>(width);
     if (channels < terms)
         arr_SizeError(static_cast<long long>(channels), width);
     const long double scale = smth_DerivativeScale(cal.Delta(), derivative);
     if (derivative > order) {
         filter.Add(channels, 0, {});
-        return made(std::move(filter));
+        return std::move(filter).Made();
     }
     const std::size_t half = terms / 2;
     const std::vector<double> ends = endNumbers(width, order, derivative, scale);
@@ -68,7 +64,7 @@ maps_cFilter maps_Smooth(std::size_t channels, const cal_c1DArrayCal& cal, int w
     filter.Add(channels - 2 * half, 0, middle);
     for (std::size_t at = half + 1; at < terms; ++at)
         addEnd(at, channels - terms);
-    return made(std::move(filter));
+    return std::move(filter).Made();
 }
 
 maps_cFilter maps_SmoothGauss(std::size_t channels, const cal_c1DArrayCal& cal, double sigma) {
@@ -95,5 +91,5 @@ maps_cFilter maps_SmoothGauss(std::size_t channels, const cal_c1DArrayCal& cal, 
                 weights[static_cast<std::size_t>(k)];
         filter.Add(1, static_cast<std::size_t>(first), folded);
     }
-    return made(std::move(filter));
+    return std::move(filter).Made();
 }

@@ -2,14 +2,14 @@
 
 from __future__ import annotations
 
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from typing import TYPE_CHECKING, Any, NamedTuple
 
 import numpy as np
 
 from dataprocessing import _core
 from dataprocessing._core import Array1D, Axis
-from dataprocessing._map_blocks import Fit, Map, Planes, elements
+from dataprocessing._map_blocks import Fit, Map, Planes, elements, is_data_array
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -39,9 +39,15 @@ class _Filter:
 
     kind: str
     arguments: tuple[Any, ...]
+    _made: list[Any] = field(default_factory=list, compare=False)
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return _Filter, (self.kind, self.arguments)
 
     def made(self) -> Any:
-        return getattr(_core, self.kind)(*self.arguments)
+        if not self._made:
+            self._made.append(getattr(_core, self.kind)(*self.arguments))
+        return self._made[0]
 
     def __call__(self, block: Any) -> tuple[NDArray[Any], NDArray[Any], NDArray[Any]]:
         return _shaped(self.made().run(elements(block)), block.shape[:-1])
@@ -64,6 +70,15 @@ def _shaped(made: Any, shape: tuple[int, ...]) -> tuple[NDArray[Any], NDArray[An
     return values.reshape(whole), deviations.reshape(whole), status.reshape(shape)
 
 
+def _ordered(plane: Any, data: Any, dim: str) -> Any:
+    """A plane with labels, by those of the map: xarray's ValueError where they are others."""
+    import xarray
+
+    spectra = data.isel({dim: slice(0, 0)}).sum(dim)
+    spectra, plane = xarray.align(spectra, plane, join="exact")
+    return plane.broadcast_like(spectra).transpose(*data.dims[:-1]).data
+
+
 def _run(given: Map, call: Any, channels: int, axis: Axis, planes: tuple[Any, ...] = ()) -> Spectra:
     """Sends a map through, with planes that have a number for each spectrum."""
     if not given.is_labelled:
@@ -72,7 +87,7 @@ def _run(given: Map, call: Any, channels: int, axis: Axis, planes: tuple[Any, ..
         return Spectra(values, deviations, status, axis)
     moved = given.data.transpose(..., given.dim)
     dims = moved.dims[:-1]
-    ordered = tuple(one.transpose(*dims).data if hasattr(one, "dims") else one for one in planes)
+    ordered = tuple(_ordered(one, moved, given.dim) if is_data_array(one) else one for one in planes)
     values, deviations, status, _ = _run(Map(moved.data, given.axis, None), call, channels, axis, ordered)
     units = {"units": axis.unit} if axis.unit else {}
     coords = {name: one for name, one in moved.coords.items() if given.dim not in one.dims}
@@ -147,9 +162,10 @@ def align(
     """How far every spectrum is shifted against ``reference``, by ``most_shift`` at most, and its "factor".
 
     y(x) = factor reference(x - shift) by the largest likelihood of counts, over the channels that the reference
-    reaches at all shifts, or those of them in the range ``over``. The reference has a value for each channel, and
-    many more counts than a spectrum: the sum of all for one, ``maps.sum(data).spectrum``. Lines should be two
-    channels wide at least. Errors are those of the counts of the spectrum alone. :func:`shift` takes the plane "shift".
+    reaches at all shifts, or those of them in the range ``over``. The reference has a value for each channel, and so
+    many counts in each that its slopes are not made of noise, as errors are those of the counts of the spectrum alone:
+    ``maps.sum(data).spectrum`` for one, smoothed where it has few. Lines should have a standard deviation of two
+    channels. A shift beyond the limit is NOT_CONVERGED. :func:`shift` takes the plane "shift".
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(-2.0, 0.1, unit="eV")
@@ -158,6 +174,8 @@ def align(
         array([ 0.25, -0.1 ])
     """
     given = Map(data, axis, dim)
+    if isinstance(reference, Array1D) and reference.axis != given.axis:
+        raise ValueError(f"the reference lies on {reference.axis}, the spectra on {given.axis}")
     curve = np.asarray(reference, "f8")
     if curve.shape != (given.channels,):
         raise ValueError(f"the reference has the shape {curve.shape}, the spectra {given.channels} channels")

@@ -123,8 +123,9 @@ def sum(data: Any, *, dim: str | None = None) -> Sums:
         return _sums(given.data)
     spectrum, image = _sums(given.data.transpose(..., given.dim).data)
     others = [other for other in given.data.dims if other != given.dim]
-    along = given.data.isel({other: 0 for other in others}, drop=True)
-    return Sums(along.copy(data=spectrum), given.data.isel({given.dim: 0}, drop=True).copy(data=image))
+    along = given.data.isel({other: slice(0, 0) for other in others}).sum(others, keep_attrs=True)
+    across = given.data.isel({given.dim: slice(0, 0)}).sum(given.dim, keep_attrs=True)
+    return Sums(along.copy(data=spectrum), across.copy(data=image))
 
 
 def integrate(

@@ -379,6 +379,7 @@ void defineAlign(py::module_& module) {
              py::arg("reference"), py::arg("axis"), py::arg("most_shift"),
              py::arg("start") = -infinity, py::arg("stop") = infinity, py::arg("tolerance") = 1e-4,
              py::arg("most_steps") = 50)
+        .def("channels", [](const tFit& map) { return map.fit.Channels(); })
         .def(
             "run", [](const tFit& map, const py::array& block) { return run(map, block, 2, true); },
             py::arg("block"));

@@ -97,6 +97,16 @@ py::object loaded(const py::object& into, const Read& read, tTypes<Value...>, tT
     return made;
 }
 
+/// The bytes of a Python object, from a place on, as they lie.
+class cBytes : public std::streambuf {
+public:
+    cBytes(std::string_view bytes, std::size_t start) {
+        char* const first = const_cast<char*>(bytes.data());
+        setg(first, first + std::min(start, bytes.size()), first + bytes.size());
+    }
+    std::size_t Place() const { return static_cast<std::size_t>(gptr() - eback()); }
+};
+
 // ---- Functions ---------------------------------------------------------------------------------
 
 template<class Value>
@@ -152,9 +162,8 @@ void registerRecords(py::module_& module) {
     module.def(
         "rcrd_load",
         [](const py::bytes& content, const py::object& into, std::size_t start) {
-            const std::string bytes = content;
-            std::istringstream stream(bytes.substr(std::min(start, bytes.size())),
-                                      std::ios::binary);
+            cBytes bytes(content, start);
+            std::istream stream(&bytes);
             const py::object made = loaded(
                 into,
                 [&](auto& value) {
@@ -162,8 +171,7 @@ void registerRecords(py::module_& module) {
                     return true;
                 },
                 tValues(), tReceivers());
-            stream.clear();
-            return py::make_tuple(made, start + static_cast<std::size_t>(stream.tellg()));
+            return py::make_tuple(made, bytes.Place());
         },
         py::arg("content"), py::arg("into"), py::arg("start") = 0);
     defineRead<tgio_cASCII_istream>(module);

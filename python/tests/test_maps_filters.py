@@ -65,6 +65,10 @@ def test_shifts_are_found_and_taken_back():
     assert back.data.shape == data.shape and not back.status.any()
     again = maps.align(back.data, reference, 0.05, AXIS)
     assert abs(again["shift"]).max() < 0.003 < abs(planes["shift"]).max()
+    with pytest.raises(ValueError, match="the reference lies on"):
+        maps.align(data, dp.Array1D(reference), 0.05, AXIS)
+    of_array = maps.align(data, dp.Array1D(reference, AXIS), 0.05, AXIS)
+    assert np.array_equal(of_array["shift"], planes["shift"])
     with pytest.raises(ValueError, match="the reference has the shape"):
         maps.align(data, reference[:-1], 0.05, AXIS)
     with pytest.raises(dp.ProgramError):
@@ -79,6 +83,16 @@ def test_a_number_shifts_all():
     data = made((2, 3))
     found = maps.shift(data, 3 * AXIS.delta, AXIS)
     assert np.allclose(found.data[..., :-3], data[..., 3:], atol=1e-9) and (found.data[..., -2:] == 0).all()
+
+
+def test_a_filter_is_made_once(monkeypatch):
+    da = pytest.importorskip("dask.array")
+    made_ = []
+    core = maps._core.maps_rebin
+    monkeypatch.setattr(maps._core, "maps_rebin", lambda *arguments: made_.append(arguments) or core(*arguments))
+    lazy = maps.rebin(da.from_array(made((6, 7)), chunks=(2, 3, -1)), 0.03, AXIS)
+    lazy.data.compute(scheduler="synchronous")
+    assert len(made_) == 1
 
 
 def test_in_chunks():
@@ -118,4 +132,12 @@ def test_with_labels():
     back = maps.shift(given, planes["shift"], dim="energy")
     turned = maps.shift(given, planes["shift"].transpose("x", "y"), dim="energy")
     assert back.data.dims == ("y", "x", "energy") and np.array_equal(back.data, turned.data)
+    of_rows = maps.shift(given, planes["shift"][:, 0].drop_vars("x", errors="ignore"), dim="energy")
+    assert np.array_equal(of_rows.data[:, 0], back.data[:, 0]) and not np.array_equal(of_rows.data, back.data)
+    for others in (planes["shift"][::-1], planes["shift"].assign_coords(y=[4.0, 5, 6])):
+        with pytest.raises(ValueError):
+            maps.shift(given, others, dim="energy")
+    for one in (given[:, :0], given[:, :, :0]):
+        assert maps.rebin(one, 0.03, dim="energy").data.sizes["y"] == one.sizes["y"]
+        assert maps.sum(one, dim="energy").spectrum.sizes["energy"] == given.sizes["energy"]
     assert np.allclose(back.data, maps.shift(data, planes["shift"].values, AXIS).data, atol=1e-6)

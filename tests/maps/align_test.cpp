@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "dataprocessing/maps/maps_align.h"
+#include "dataprocessing/maps/maps_sum.h"
 #include "tests/maps/map.h"
 #include "tests/support/levels.h"
 #include "tests/support/refusal.h"
@@ -131,18 +132,20 @@ TEST(MapAlign, AxesMayRunDownward) {
 }
 
 TEST(MapAlign, SaysWhatBecameOfBadSpectra) {
-    auto values = shifted({1, 2, 30, 0, 4}, 1);
+    auto values = shifted({1, 2, 30, 0, 4, 1}, 1);
+    for (std::size_t k = 5 * channels; k < 6 * channels; ++k)
+        values[k] = -values[k];
     values[100] = std::numeric_limits<double>::quiet_NaN();
     std::fill_n(values.begin() + channels, channels, 0.0);
     const maps_cAlign align(referenceOf(), energies, 5);
     const Planes planes =
         alignedOf(align, stackOf(std::span<const double>(values), channels, energies));
-    EXPECT_THAT(planes.status,
-                ElementsAre(maps_NotFinite, maps_Empty, maps_NotConverged, maps_Good, maps_Good));
-    for (const std::size_t bad : {0, 1, 2}) {
+    EXPECT_THAT(planes.status, ElementsAre(maps_NotFinite, maps_Empty, maps_NotConverged, maps_Good,
+                                           maps_Good, maps_Negative));
+    for (const std::size_t bad : {0, 1, 2, 5}) {
         EXPECT_THAT(planes.values[bad], IsNan());
         EXPECT_THAT(planes.errors[bad], IsNan());
-        EXPECT_THAT(planes.values[5 + bad], IsNan());
+        EXPECT_THAT(planes.values[6 + bad], IsNan());
         EXPECT_THAT(planes.chiSquared[bad], IsNan());
     }
     EXPECT_NEAR(planes.values[4], 2, 1e-4);
@@ -226,13 +229,86 @@ TEST(MapAlign, ToleranceAndStepsEndTheFit) {
                 ElementsAre(maps_NotConverged));
 }
 
-TEST(MapAlign, AShiftOfNothingFitsWithinAChannel) {
-    const auto values = shifted({0}, 2);
-    const maps_cAlign align(referenceOf(), energies, 0);
+TEST(MapAlign, TheLimitIsNoWholeChannel) {
+    const auto values = shifted({0.5, 0.95, -0.59, -0.95}, 1);
+    const maps_cAlign align(referenceOf(), energies, 0.3); // .6 channels
     const Planes planes = alignedOf(align, stackOf(std::span(values), channels, energies));
+    EXPECT_THAT(planes.status,
+                ElementsAre(maps_Good, maps_NotConverged, maps_Good, maps_NotConverged));
+    EXPECT_NEAR(planes.values[0], 0.25, 1e-4);
+    EXPECT_NEAR(planes.values[2], -0.295, 1e-4);
+}
+
+/// A line of a standard deviation, in channels, over a background.
+double lineAt(double k, double deviation, double background) {
+    return background + std::exp(-std::pow((k - 100) / deviation, 2) / 2);
+}
+
+TEST(MapAlign, LinesWithoutABackgroundAreFound) {
+    // The tails of such a line are as small as numbers go.
+    for (const double deviation : {1.5, 2.0, 3.0, 8.0}) {
+        std::vector<double> reference;
+        for (std::size_t k = 0; k < channels; ++k)
+            reference.push_back(lineAt(static_cast<double>(k), deviation, 0));
+        const auto counts = countsOf(200, channels, [&](std::size_t q, double k) {
+            return 200 * lineAt(k - std::sin(static_cast<double>(q)), deviation, 0);
+        });
+        const maps_cAlign align(reference, energies, 3);
+        const Planes planes = alignedOf(align, stackOf(std::span(counts), channels, energies));
+        EXPECT_THAT(planes.status, Each(maps_Good)) << deviation;
+        double squares = 0;
+        for (std::size_t q = 0; q < 200; ++q) {
+            const double true_ = 0.5 * std::sin(static_cast<double>(q));
+            squares += std::pow((planes.values[q] - true_) / planes.errors[q], 2) / 200;
+        }
+        EXPECT_NEAR(squares, 1, 0.4) << deviation;
+    }
+}
+
+TEST(MapAlign, WhatIsNextToNothingInTheReferenceDoesNotDecide) {
+    const auto counts = countsOf(1500, channels, [](std::size_t q, double k) {
+        return 10 * lineAt(k - std::sin(static_cast<double>(q)), 3, 0.001);
+    });
+    const maps_cStack stack = stackOf(std::span(counts), channels, energies);
+    std::vector<double> sum(channels);
+    maps_cWorkspace workspace;
+    maps_Sum(stack, sum, {}, workspace);
+    const maps_cAlign align(sum, energies, 4);
+    const Planes planes = alignedOf(align, stack);
+    for (std::size_t q = 0; q < 1500; ++q)
+        EXPECT_FALSE(planes.errors[q] < 0.05) << q; // NaN for a spectrum without counts
+}
+
+TEST(MapAlign, WhatLiesOutsideOfTheRangeDoesNotDecideTheStart) {
+    std::vector<double> reference;
+    for (std::size_t k = 0; k < channels; ++k)
+        reference.push_back(5 + 200 * lineAt(static_cast<double>(k), 3, 0) + (k < 20 ? 1e8 : 0));
+    const auto counts = countsOf(100, channels, [](std::size_t q, double k) {
+        return 1 + 40 * lineAt(k - 15 * std::sin(static_cast<double>(q)), 3, 0);
+    });
+    const maps_cAlign align(reference, energies, 10, {.from = 40, .to = 80});
+    EXPECT_THAT(alignedOf(align, stackOf(std::span(counts), channels, energies)).status,
+                Each(maps_Good));
+}
+
+TEST(MapAlign, AnyScaleWillDo) {
+    const auto values = shifted({1.25}, 1);
+    for (const double factor : {1e-150, 1e-30, 1e30, 1e150}) {
+        const maps_cAlign align(referenceOf(factor), energies, 5);
+        const Planes planes = alignedOf(align, stackOf(std::span(values), channels, energies));
+        EXPECT_NEAR(planes.values[0], 0.625, 1e-4) << factor;
+        EXPECT_NEAR(planes.values[1] * factor, 1, 1e-3) << factor;
+    }
+    const auto large = shifted({1.25}, 1e30);
+    const maps_cAlign align(referenceOf(), energies, 5);
+    const Planes planes = alignedOf(align, stackOf(std::span(large), channels, energies));
     EXPECT_THAT(planes.status, ElementsAre(maps_Good));
-    EXPECT_EQ(planes.values[0], 0);
-    EXPECT_NEAR(planes.values[1], 2, 1e-12);
+    EXPECT_NEAR(planes.values[0], 0.625, 1e-4);
+}
+
+TEST(MapAlign, SaysHowManyChannelsTakePart) {
+    EXPECT_EQ(maps_cAlign(referenceOf(), energies, 5).Channels(), channels - 2 * (10 + 3));
+    EXPECT_EQ(maps_cAlign(referenceOf(), energies, 5, {.from = 60, .to = 70}).Channels(), 21U);
 }
 
 TEST(MapAlign, BitsDependNeitherOnTheLevelNorOnTheCut) {
@@ -271,6 +347,7 @@ TEST(MapAlign, RefusesWhatHasNoMeaning) {
     EXPECT_EQ(refused(std::vector<double>(channels), energies, 5), "maps:6");
     EXPECT_EQ(refused(std::vector<double>(channels, -1), energies, 5), "maps:6");
     EXPECT_EQ(refused(good, energies, -1), "maps:7");
+    EXPECT_EQ(refused(good, energies, 0), "maps:7");
     EXPECT_EQ(refused(good, energies, NAN), "maps:7");
     EXPECT_EQ(refused(good, energies, std::numeric_limits<double>::infinity()), "maps:7");
     EXPECT_EQ(refused(good, cal_c1DArrayCal(0, 0, 0), 1), "maps:7");
@@ -336,6 +413,38 @@ TEST(MapShift, ShiftsThatAreNotFiniteStopNoOther) {
     EXPECT_THAT(std::span(values).first(2), Each(IsNan()));
     EXPECT_THAT(std::span(errors).first(2), Each(IsNan()));
     EXPECT_THAT(std::span(values).last(2), ElementsAre(2, 0));
+}
+
+TEST(MapShift, WhatIsShiftedOutDoesNotMatter) {
+    const std::vector<double> counts{NAN, 2, 3, 1, 2, NAN};
+    std::vector<double> values(6);
+    std::vector<maps_eStatus> status(2);
+    maps_cWorkspace workspace;
+    maps_Shift(stackOf(std::span(counts), 3), std::vector<double>{1, -1}, {values, {}, status},
+               workspace);
+    EXPECT_THAT(values, ElementsAre(2, 3, 0, 0, 1, 2));
+    EXPECT_THAT(status, Each(maps_Good));
+}
+
+TEST(MapShift, NothingComesFromACallBefore) {
+    const std::vector<double> before(60, 7);
+    const std::vector<double> counts{1, 2, 3};
+    maps_cWorkspace workspace;
+    std::vector<double> unwanted(60);
+    maps_Shift(stackOf(std::span(before), 60), std::vector<double>{0.5}, {unwanted, unwanted, {}},
+               workspace);
+    for (const double shift : {2.5, -2.5, 1e300, -1e300}) {
+        std::vector<double> values(3, -1);
+        std::vector<double> errors(3, -1);
+        maps_Shift(stackOf(std::span(counts), 3, cal_c1DArrayCal(0, 1e-10, 0)),
+                   std::vector<double>{shift * 1e-10}, {values, errors, {}}, workspace);
+        const double first = shift == 2.5 ? 1.5 : 0;
+        const double last = shift == -2.5 ? 0.5 : 0;
+        EXPECT_NEAR(values[0], first, 1e-6);
+        EXPECT_EQ(values[1], 0);
+        EXPECT_NEAR(values[2], last, 1e-6);
+        EXPECT_EQ(errors[1], 0);
+    }
 }
 
 TEST(MapShift, RefusesOtherSizesAndChannelsWithoutAWidth) {

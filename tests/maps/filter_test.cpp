@@ -248,6 +248,34 @@ TEST(MapFilter, RefusesOtherSizesAndOtherSpectra) {
               "maps:4");
 }
 
+TEST(MapFilter, SizesThatWrapAreRefused) {
+    const std::vector<double> block(16);
+    const maps_cStack many(std::span<const double>(block),
+                           {(std::size_t{1} << 60) + 1, 1, 16, 0, 0, 1, 0});
+    const maps_cFilter filter = maps_Rebin(16, {}, 1);
+    std::vector<double> values(16);
+    maps_cWorkspace workspace;
+    EXPECT_EQ(refusalOf([&] { filter.Run(many, {values, {}, {}}, workspace); }), "maps:3");
+    EXPECT_EQ(refusalOf([&] { filter.Run(many, {{}, values, {}}, workspace); }), "maps:3");
+}
+
+TEST(MapFilter, ValuesAloneDecideTheStatus) {
+    const cal_c1DArrayCal fine(0, 1e-6, 0);
+    const maps_cFilter slope = maps_Smooth(5, fine, 5, 2, 1);
+    const std::vector<double> values{1e300, 1e300, 1e300, 1e300, 1e300};
+    const Spectra made(slope, stackOf(std::span(values), 5, fine));
+    EXPECT_THAT(made.status, ElementsAre(maps_Good));
+    const cal_c1DArrayCal tiny(0, 1e-160, 0);
+    const std::vector<double> zeros(5);
+    const Spectra ofZeros(maps_Smooth(5, tiny, 5, 2, 1), stackOf(std::span(zeros), 5, tiny));
+    EXPECT_THAT(ofZeros.status, ElementsAre(maps_Good));
+    EXPECT_THAT(ofZeros.errors, Each(0));
+    const cal_c1DArrayCal wide(0, 1e200, 0);
+    const std::vector<double> ones(5, 1.0);
+    const Spectra ofOnes(maps_Smooth(5, wide, 5, 2, 1), stackOf(std::span(ones), 5, wide));
+    EXPECT_NEAR(ofOnes.errors[2] * 1e200, std::sqrt(0.1), 1e-12);
+}
+
 TEST(MapFilter, RefusesWhatTheFunctionsOfOneSpectrumRefuse) {
     EXPECT_EQ(refusalOf([] { maps_Rebin(20, {}, 0); }), "resc:1");
     EXPECT_EQ(refusalOf([] { maps_Rebin(20, {}, -1); }), "resc:1");
