@@ -88,6 +88,7 @@ DATAPROCESSING_EXPORT void rcrd_Save(std::ostream& stream, const rnge_c2DRange& 
 
 /// @name Loading
 /// Reads the next record of `stream`, of either form, into `value`, and leaves the stream after it.
+/// Blanks and empty lines before it, or at the end of the stream, do not matter.
 ///
 /// Throws expt_cUserException and leaves `value` as it was: ("rcrd", 4) when the stream has nothing
 /// more, ("rcrd", 5) when what comes next is no record of such a value, ("rcrd", 6) when a later

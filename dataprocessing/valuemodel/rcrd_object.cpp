@@ -148,7 +148,10 @@ void rcrd_ThrowUnread(const tgio_cStream& stream, rcrd_eProgress progress) {
 
 rcrd_eForm rcrd_FormOf(std::istream& stream) {
     using Traits = std::istream::traits_type;
-    const int first = stream.fail() ? Traits::eof() : stream.rdbuf()->sgetc();
+    int first = stream.fail() ? Traits::eof() : stream.rdbuf()->sgetc();
+    // People leave blank lines between records, and at the end.
+    while (first == ' ' || first == '\t' || first == '\r' || first == '\n')
+        first = stream.rdbuf()->snextc();
     if (first == Traits::eof())
         throw expt_cUserException("rcrd", 4, "The stream has nothing more to load.");
     return first == (rcrd_outermost.tag & 0xff) ? rcrd_Binary : rcrd_Text;

@@ -180,6 +180,21 @@ TEST(Record, RecordsStandOneAfterTheOther) {
     }
 }
 
+TEST(Record, BlankLinesBetweenAndAfterRecordsDoNotMatter) {
+    for (const rcrd_eForm form : forms)
+        for (const std::string blank : {"\n", "   ", "\r\n\r\n", "\t\n \n"}) {
+            std::istringstream stream(blank + saved(small, form) + blank +
+                                      saved(pnum_cNumber(7), form) + blank);
+            darr_c1DArray array;
+            pnum_cNumber number;
+            rcrd_Load(stream, array);
+            rcrd_Load(stream, number);
+            EXPECT_EQ(bytesOf(array), bytesOf(small));
+            EXPECT_EQ(number.As<int>(), 7);
+            EXPECT_EQ(userRefusalOf([&] { rcrd_Load(stream, number); }), nothingMore);
+        }
+}
+
 TEST(Record, OfAnotherValueIsRefused) {
     for (const rcrd_eForm form : forms) {
         EXPECT_EQ(refusalOfLoading(saved(small, form), pnum_cNumber(5)), noSuchRecord);
