@@ -212,6 +212,20 @@ public:
         return areFinite(step);
     }
 
+    bool SolveWhole(std::span<const char> isHeld, std::span<double> step) override {
+        const std::vector<std::size_t> places = Moving(isHeld);
+        rcps::cTriangle triangle = Among(places);
+        std::vector<double> right;
+        for (std::size_t i = 0; i < places.size(); ++i)
+            right.push_back(triangle.Row(static_cast<int>(i))[places.size()]);
+        const std::vector<double> among = nlsq_Shortest(Square(std::move(triangle), places.size()),
+                                                        places.size(), right, Tolerance());
+        std::fill(step.begin(), step.end(), 0.0);
+        for (std::size_t i = 0; i < places.size(); ++i)
+            step[places[i]] = among[i];
+        return areFinite(step);
+    }
+
     double Curvature(std::span<const double> step) const noexcept override {
         double sum = 0;
         for (std::size_t i = 0; i < count_; ++i) {

@@ -35,8 +35,8 @@ public:
          const nlsq_sControl& control)
         : equations_(equations), parameters_(parameters), control_(control),
           q_(parameters.Start().begin(), parameters.Start().end()), tried_(q_.size()),
-          leap_(q_.size()), step_(q_.size()), last_(q_.size()), scale_(q_.size()),
-          isHeld_(q_.size()), all_(parameters.All()) {}
+          leap_(q_.size()), step_(q_.size()), last_(q_.size()), whole_(q_.size()),
+          scale_(q_.size()), isHeld_(q_.size()), all_(parameters.All()) {}
 
     void Run() {
         result_.chiSquared = equations_.Try(q_);
@@ -82,7 +82,7 @@ private:
 
     /// One attempt at a step. Answers true when the fit has ended.
     bool IsOver() {
-        if (result_.gradient <= control_.gradientTolerance)
+        if (result_.gradient <= control_.gradientTolerance && !Relaxes())
             return End(nlsq_GradientSmall);
         if (control_.stop.stop_requested())
             return End(nlsq_Stopped);
@@ -94,16 +94,15 @@ private:
         if (Length(step_) > longest_)
             return Reject(infinity);
         const bool isCut = PassesBound();
-        const double whole = isCut ? Promise() : 0;
+        const double whole = isCut ? Promise(step_) : 0;
         Walk();
-        double promised = Promise();
+        double promised = Promise(step_);
         double length = Length(step_) / std::max(Length(tried_), Length(q_));
         if (!(length > 0))
             return EndOfShortStep();
         // What rounding hides of the decrease, the promises show: they have to become smaller.
         // Those of a strongly damped step tell nothing.
-        const double lost = std::max(lostDecrease * result_.chiSquared,
-                                     32 * equations_.Rounding(result_.chiSquared));
+        const double lost = Lost();
         // What a bound cuts off a step, others may have counted on: it then promises nothing,
         // though there is much to gain. Shorter ones go where chi-squared falls.
         if (isCut && promised <= lost && whole > lost)
@@ -112,6 +111,8 @@ private:
         if (!IsDamped() && (promised <= control_.decreaseTolerance * result_.chiSquared ||
                             Remainder(promised, std::max(pace, pace_)) <=
                                 control_.remainderTolerance * result_.chiSquared)) {
+            if (Relaxes())
+                return false;
             // Not worth an evaluation, but free, unless it may lead to where there is no value.
             if (!equations_.IsNearlyZero())
                 Take(promised, length);
@@ -136,7 +137,7 @@ private:
             if (!(part > 0))
                 break;
             Shorten(almost * part);
-            promised = Promise();
+            promised = Promise(step_);
             length *= almost * part;
             chiSquared = equations_.Try(tried_);
             ++result_.evaluations;
@@ -146,8 +147,10 @@ private:
         const bool isLost = std::fabs(promised) <= lost && !IsDamped();
         const bool isBetter =
             isLost ? std::fabs(decrease) <= 2 * lost && promised < promised_ : decrease > 0;
+        if (!isBetter && isLost)
+            return !Relaxes() && End(nlsq_DecreaseSmall);
         if (!isBetter)
-            return isLost ? End(nlsq_DecreaseSmall) : Reject(length);
+            return Reject(length);
 
         damping_.Accept(isLost || !(promised > 0) ? 1 : decrease / promised);
         longest_ *= 4;
@@ -157,6 +160,7 @@ private:
         equations_.Accept();
         Take(promised, length);
         result_.chiSquared = chiSquared;
+        isRelaxed_ = isRelaxed_ && decrease <= lost;
         hasBeenShortened_ = hasBeenShortened_ || isShortened;
         LookAround();
         // Where the data push a value to 0, what is left of it shortens all steps.
@@ -246,9 +250,39 @@ private:
 
     bool IsDamped() const noexcept { return damping_.Value() >= 1; }
 
+    /// What rounding hides of chi-squared.
+    double Lost() const {
+        return std::max(lostDecrease * result_.chiSquared,
+                        32 * equations_.Rounding(result_.chiSquared));
+    }
+
+    /// Whether it is only the damping that leaves nothing to gain, as where a direction changes the
+    /// model little beside the columns' norms. Takes away so much of it that the step goes almost
+    /// all the way; answers no where that has been tried since there was something to gain.
+    bool Relaxes() {
+        if (isRelaxed_ || !equations_.SolveWhole(isHeld_, whole_))
+            return false;
+        const double promised = Promise(whole_);
+        const double nothing =
+            std::max(Lost(), std::max(control_.decreaseTolerance, control_.remainderTolerance) *
+                                 result_.chiSquared);
+        const double length = Length(whole_);
+        constexpr double part = 0.01;
+        const double most = part * promised / (length * length);
+        if (!(promised > nothing) || !(most > 0) || !(most < damping_.Value()))
+            return false;
+        damping_.Relax(most);
+        isRelaxed_ = true;
+        promised_ = infinity;
+        pace_ = infinity;
+        return true;
+    }
+
     /// The damping alone makes any step short: there was nothing to gain only if there is nothing
     /// left but rounding.
     bool EndOfShortStep() {
+        if (Relaxes())
+            return false;
         constexpr double muchRounding = 1000;
         const bool isRounding =
             result_.chiSquared <= muchRounding * equations_.Rounding(result_.chiSquared);
@@ -275,9 +309,9 @@ private:
                     std::max(result_.gradient, std::fabs(gradient[j]) / norms[j] / length);
     }
 
-    /// By how much the step lowers chi-squared, were the model linear.
-    double Promise() const {
-        return 2 * dot(equations_.Gradient(), step_) - equations_.Curvature(step_);
+    /// By how much a step lowers chi-squared, were the model linear.
+    double Promise(std::span<const double> step) const {
+        return 2 * dot(equations_.Gradient(), step) - equations_.Curvature(step);
     }
 
     /// Whether the step leads out of the bounds.
@@ -341,13 +375,15 @@ private:
     std::vector<double> tried_;
     std::vector<double> leap_;
     std::vector<double> step_;
-    std::vector<double> last_; // the step before
+    std::vector<double> last_;  // the step before
+    std::vector<double> whole_; // the way without damping
     std::vector<double> scale_;
     std::vector<char> isHeld_;
     std::vector<double> all_;
     bool hasBeenShortened_ = false;
     bool hasBarrier_ = false;
-    int leapless_ = 0; // slow steps after the last leap that was of no use
+    bool isRelaxed_ = false; // since there was something to gain
+    int leapless_ = 0;       // slow steps after the last leap that was of no use
     int untilLeap_ = 0;
     double longest_ = 0;
     double promised_ = infinity; // by the last step

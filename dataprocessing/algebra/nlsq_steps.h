@@ -44,6 +44,11 @@ public:
         value_ *= growth_;
         growth_ *= 2;
     }
+    /// Steps are to be those of no more than this damping.
+    void Relax(double most) noexcept {
+        value_ = value_ < most ? value_ : most;
+        growth_ = 2;
+    }
 
 private:
     double value_ = 1e-3;
@@ -84,6 +89,9 @@ public:
     /// solution.
     virtual bool Solve(double damping, std::span<const double> scale, std::span<const char> isHeld,
                        std::span<double> step) = 0;
+    /// Sets `step` to the solution without damping, in the directions that the columns tell apart.
+    /// Answers false where rounding hides it.
+    virtual bool SolveWhole(std::span<const char> isHeld, std::span<double> step) = 0;
     /// h'J'WJh where it stands.
     virtual double Curvature(std::span<const double> step) const noexcept = 0;
     /// Whether a Try may bring out directions that the covariance, where it stands, lost in

@@ -440,10 +440,21 @@ void pkmd_cEquations::Collect() {
         there_.norms[j] = std::sqrt(there_.curvature[j * varying + j]);
 }
 
+bool pkmd_cEquations::Solve(double damping, std::span<const double> scale,
+                            std::span<const char> isHeld, std::span<double> step) {
+    return Solve(damping, scale, 0, isHeld, step);
+}
+
+bool pkmd_cEquations::SolveWhole(std::span<const char> isHeld, std::span<double> step) {
+    constexpr double leastPivot = 1e-14;
+    return Solve(0, here_.norms, leastPivot, isHeld, step);
+}
+
 /// L L' = the curvature with its diagonal raised; L by rows, the diagonal inverted. A variable that
 /// is held, or that nothing depends on, has a row of zeros. Rows begin where the curvature's do:
-/// peaks that do not overlap have nothing in common.
-bool pkmd_cEquations::Solve(double damping, std::span<const double> scale,
+/// peaks that do not overlap have nothing in common. Pivots are more than `leastPivot` of the
+/// diagonal.
+bool pkmd_cEquations::Solve(double damping, std::span<const double> scale, double leastPivot,
                             std::span<const char> isHeld, std::span<double> step) {
     const std::size_t count = step.size();
     std::fill(step.begin(), step.end(), 0.0);
@@ -469,7 +480,7 @@ bool pkmd_cEquations::Solve(double damping, std::span<const double> scale,
             pivot -= row[j] * row[j];
             right -= row[j] * step[j];
         }
-        if (!(pivot > 0))
+        if (!(pivot > leastPivot * whole))
             return false;
         row[i] = 1 / std::sqrt(pivot);
         step[i] = right * row[i];

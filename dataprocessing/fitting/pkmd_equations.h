@@ -83,6 +83,7 @@ public:
     std::span<const double> Norms() const noexcept override { return here_.norms; }
     bool Solve(double damping, std::span<const double> scale, std::span<const char> isHeld,
                std::span<double> step) override;
+    bool SolveWhole(std::span<const char> isHeld, std::span<double> step) override;
     double Curvature(std::span<const double> step) const noexcept override;
     nlsq_sCovariance Covariance(std::span<const char> isHeld) override;
 
@@ -116,6 +117,8 @@ private:
         }
     };
 
+    bool Solve(double damping, std::span<const double> scale, double leastPivot,
+               std::span<const char> isHeld, std::span<double> step);
     void Lay(std::span<const pkmd_sWindow> windows);
     bool HasValue();
     void FillCurve();

@@ -121,6 +121,40 @@ TEST(Nlsq, StraightLineIsTheClosedForm) {
     check(nlsq_FitLinear(line, x, y, 2, deviations), reduced);
 }
 
+/// How far a fit of a straight line, with exact derivatives, ends from the closed form, in standard
+/// errors of the slope.
+double slopeShort(double from, std::vector<double> begin) {
+    std::vector<double> x, y;
+    std::minstd_rand random(3);
+    for (int i = 0; i < 60; ++i) {
+        x.push_back(from + i);
+        y.push_back(5 + 0.5 * i + std::uniform_real_distribution<double>(-1.7, 1.7)(random));
+    }
+    // Counted from the first point, so that the closed form has its digits.
+    long double s = 0, sx = 0, sxx = 0, sy = 0, sxy = 0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+        const long double t = static_cast<long double>(x[i]) - from;
+        s += 1;
+        sx += t;
+        sxx += t * t;
+        sy += y[i];
+        sxy += t * y[i];
+    }
+    const long double slope = (s * sxy - sx * sy) / (s * sxx - sx * sx);
+    const nlsq_sResult fit = nlsq_Fit(line, x, y, begin);
+    EXPECT_TRUE(fit.Converged()) << from << ": " << nlsq_Text(fit.end);
+    EXPECT_EQ(fit.rank, 2);
+    EXPECT_LT(fit.evaluations, 100) << from;
+    return static_cast<double>(std::fabs(fit.parameters[1] - slope)) / fit.standardErrors[1];
+}
+
+TEST(Nlsq, LinesFarFromTheOriginOfTheirPositionsEndAtTheBottom) {
+    for (const double from : {0.0, 1e3, 1e5, 1e6, 1e7, 1e8, 1.7e9})
+        for (const std::vector<double>& begin :
+             {std::vector{1.0, 0.0}, std::vector{0.0, 1.0}, std::vector{5 - 0.49 * from, 0.49}})
+            EXPECT_LT(slopeShort(from, begin), 1e-3) << from << ", " << begin[1];
+}
+
 TEST(Nlsq, ValuesOfEverySizeThatCanBeSquaredHaveTheSameFit) {
     const std::vector<double> x = positions(30);
     const std::vector<double> y = disturbed(x);

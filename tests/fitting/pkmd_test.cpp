@@ -457,6 +457,25 @@ TEST(PeakFit, LeastSquaresWeighsByTheCounts) {
     EXPECT_NEAR(found.standardErrors[0], 1 / std::sqrt(weights), 1e-11);
 }
 
+TEST(PeakFit, BackgroundsCountedFromFarAwayEndAtTheBottom) {
+    for (const double from : {1e3, 1e5, 1e6, 1e7})
+        for (const double slope : {0.0, 0.4, 0.49, 0.51}) {
+            pkmd_cModel near;
+            near.AddPolynomial({50, 0.5}, from);
+            const Spectrum spectrum(near, 64, cal_c1DArrayCal(from, 1, 0), 5);
+            const nlsq_sResult expected = pkmd_Fit(near, spectrum.array).fit;
+            pkmd_cModel far;
+            far.AddPolynomial({51 - slope * from, slope});
+            const nlsq_sResult fit = pkmd_Fit(far, spectrum.array).fit;
+            EXPECT_TRUE(fit.Converged()) << from << ' ' << nlsq_Text(fit.end);
+            EXPECT_EQ(fit.rank, 2) << from;
+            EXPECT_NEAR(fit.parameters[1], expected.parameters[1],
+                        1e-3 * expected.standardErrors[1])
+                << from << ' ' << slope;
+            EXPECT_LT(fit.evaluations, 100) << from;
+        }
+}
+
 TEST(PeakFit, AreaHasTheErrorOfItsParameters) {
     pkmd_cModel model = twoPeaks();
     const Spectrum spectrum(model, 200, keV, 5);
