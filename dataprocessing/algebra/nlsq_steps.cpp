@@ -56,6 +56,8 @@ public:
             if (result_.Converged() && !equations_.IsNearlyZero())
                 GoOn();
         }
+        if (result_.Converged())
+            HoldAtBounds();
     }
 
     std::span<const double> Variables() const noexcept { return q_; }
@@ -296,8 +298,8 @@ private:
         // Weights there are those of the edge, in whatever parameters.
         const bool isAtEdge = hasBeenShortened_ && equations_.IsNearlyZero();
         for (std::size_t j = 0; j < q_.size(); ++j) {
-            isHeld_[j] = static_cast<char>((q_[j] <= parameters_.Lower()[j] && gradient[j] <= 0) ||
-                                           (q_[j] >= parameters_.Upper()[j] && gradient[j] >= 0));
+            isHeld_[j] = static_cast<char>((IsAtLower(j) && gradient[j] <= 0) ||
+                                           (IsAtUpper(j) && gradient[j] >= 0));
             if (!isAtEdge || scale_[j] == 0)
                 scale_[j] = std::max(scale_[j], norms[j]);
         }
@@ -307,6 +309,16 @@ private:
             if (!isHeld_[j] && norms[j] > 0 && length > 0)
                 result_.gradient =
                     std::max(result_.gradient, std::fabs(gradient[j]) / norms[j] / length);
+    }
+
+    bool IsAtLower(std::size_t j) const { return q_[j] <= parameters_.Lower()[j]; }
+    bool IsAtUpper(std::size_t j) const { return q_[j] >= parameters_.Upper()[j]; }
+
+    /// Where there is nothing to gain, the sign of a gradient may be one of rounding.
+    void HoldAtBounds() {
+        for (std::size_t j = 0; j < q_.size(); ++j)
+            if ((IsAtLower(j) || IsAtUpper(j)) && equations_.Norms()[j] > 0)
+                isHeld_[j] = 1;
     }
 
     /// By how much a step lowers chi-squared, were the model linear.

@@ -359,8 +359,8 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
 }
 
 /// What a fit may do with the parameters: what the model says, extra parameters within what their
-/// shapes allow. A tail stays on its side, and a thousandth of the width long, where derivatives
-/// still have their digits.
+/// shapes allow. A tail stays on its side, and a hundredth of the width long, where its derivatives
+/// can still be told from those of the position and the width.
 std::vector<nlsq_sParameter> kindsOf(const pkmd_cModel& model) {
     std::vector<nlsq_sParameter> kinds(model.Kinds().begin(), model.Kinds().end());
     for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
@@ -370,7 +370,7 @@ std::vector<nlsq_sParameter> kindsOf(const pkmd_cModel& model) {
         double lower = 0;
         double upper = peak.shape == pkmd_PseudoVoigt ? 1 : std::numeric_limits<double>::infinity();
         if (peak.shape == pkmd_TailedGaussian) {
-            constexpr double leastOfWidth = 1e-3;
+            constexpr double leastOfWidth = 1e-2;
             lower = std::min(std::fabs(start[3]), leastOfWidth * start[2]);
             if (start[3] < 0) {
                 upper = -lower;

@@ -42,8 +42,7 @@ enum pkmd_eShape : int {
     /// height ((1 - m) 2^(-z^2) + m / (1 + z^2)). The width is half the width at half maximum; the
     /// extra parameter m is the Lorentzian part, from 0 to 1.
     pkmd_PseudoVoigt,
-    /// A Gaussian, whose standard deviation is the width, convolved with a Lorentzian, half of
-    /// whose
+    /// A Gaussian, whose standard deviation is the width, convolved with a Lorentzian, half of whose
     /// width at half maximum is the extra parameter (0 or more); height is that of the result.
     pkmd_Voigt,
     /// A Gaussian of this position, height and width convolved with an exponential of area 1 that
@@ -136,7 +135,7 @@ public:
     void Fix(int parameter);
     /// Keeps a parameter in [lower, upper]. Throws as Free(). Extra parameters that move stay
     /// within what their shapes allow, with bounds or without: a Lorentzian width at 0 or more, a
-    /// mixing in [0, 1], a tail on the side of its start and at least a thousandth of the width
+    /// mixing in [0, 1], a tail on the side of its start and at least a hundredth of the width
     /// that the peak starts from.
     void Bound(int parameter, double lower, double upper);
     /// Makes a parameter `factor` times another one plus `offset`: a ratio of heights, a splitting,
