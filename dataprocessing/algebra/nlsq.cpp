@@ -538,17 +538,22 @@ nlsq_sResult nlsq_FitLinear(const nlsq_cModel& model, std::span<const double> x,
             if (step.empty())
                 step = equations.SolveLinear();
             double expected = result.chiSquared + equations.Curvature(step);
+            // What rounding hides of values that are sums of large terms, and of their products.
+            double hidden = 0;
             std::vector<double> next = q;
             for (std::size_t j = 0; j < q.size(); ++j) {
                 expected -= 2 * equations.Gradient()[j] * step[j];
                 next[j] += step[j];
+                hidden += std::fabs(next[j]) * equations.Norms()[j];
             }
+            hidden *= 8 * std::numeric_limits<double>::epsilon();
             equations.SetExactGradient(!isSolved);
             const double chiSquared = equations.Try(next);
             ++result.evaluations;
             constexpr double ofRounding = 1e-6;
-            if (!(std::fabs(chiSquared - expected) <= ofRounding * result.chiSquared) &&
-                !isSolved) {
+            const double allowed = ofRounding * result.chiSquared +
+                                   hidden * (2 * std::sqrt(result.chiSquared) + hidden);
+            if (!(std::fabs(chiSquared - expected) <= allowed) && !isSolved) {
                 result.end = nlsq_NoDecrease;
                 break;
             }

@@ -155,6 +155,70 @@ TEST(Nlsq, LinesFarFromTheOriginOfTheirPositionsEndAtTheBottom) {
             EXPECT_LT(slopeShort(from, begin), 1e-3) << from << ", " << begin[1];
 }
 
+/// c_0 + c_1 columnOf(x)
+class TwoColumns : public nlsq_cModel {
+public:
+    explicit TwoColumns(std::function<double(double)> columnOf) : columnOf_(std::move(columnOf)) {}
+    void Evaluate(std::span<const double> x, Parameters p, std::span<double> values,
+                  Derivatives derivatives) const override {
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            const double column = columnOf_(x[i]);
+            values[i] = p[0] + column * p[1];
+            if (!derivatives.empty()) {
+                derivatives[i] = 1;
+                derivatives[x.size() + i] = column;
+            }
+        }
+    }
+
+private:
+    std::function<double(double)> columnOf_;
+};
+
+TEST(Nlsq, LinearProblemsOfNearlyParallelColumnsAreSolved) {
+    const std::vector<double> x{-1, 0, 1, 2}, y{1, 2, 4, 3};
+    for (int power = 10; power <= 44; ++power) {
+        const double small = std::ldexp(1.0, -power);
+        const TwoColumns model([&](double at) { return 1 + small * at; });
+        const nlsq_sResult fit = nlsq_FitLinear(model, x, y, 2);
+        EXPECT_EQ(fit.end, nlsq_Solved) << power;
+        EXPECT_EQ(fit.rank, 2) << power;
+        // The slope is 0.8 +- 0.42; sums of values of this size hide so much.
+        const double hidden = std::ldexp(1.0, power - 48);
+        EXPECT_NEAR(fit.parameters[1] * small, 0.8, 0.01 + hidden) << power;
+    }
+}
+
+TEST(Nlsq, ParabolasFarFromTheOriginOfTheirPositionsAreSolved) {
+    const nlsq_cFunctionModel parabola(
+        [](double x, Parameters p) { return p[0] + x * (p[1] + x * p[2]); },
+        [](double x, Parameters, Derivatives d) {
+            d[0] = 1;
+            d[1] = x;
+            d[2] = x * x;
+        });
+    for (const double from : {0.0, 1e3, 1e5, 1e6, 1e7}) {
+        std::vector<double> x, y;
+        for (int i = 0; i < 60; ++i) {
+            x.push_back(from + i);
+            y.push_back(5 + 0.5 * i + 0.01 * i * i + std::sin(37.0 * i * i));
+        }
+        const nlsq_sResult fit = nlsq_FitLinear(parabola, x, y, 3);
+        EXPECT_EQ(fit.end, nlsq_Solved) << from;
+        EXPECT_EQ(fit.rank, 3) << from;
+        EXPECT_NEAR(fit.parameters[2], 0.01, 5 * fit.standardErrors[2]) << from;
+        EXPECT_LT(fit.chiSquared, 60) << from;
+    }
+}
+
+TEST(Nlsq, ModelsThatAreNotLinearAreNotSolved) {
+    const std::vector<double> x = positions(40);
+    const std::vector<double> y = disturbed(x);
+    const nlsq_cFunctionModel bent(
+        [](double at, Parameters p) { return p[0] + p[1] * at + p[1] * p[1] * at * at; });
+    EXPECT_EQ(nlsq_FitLinear(bent, x, y, 2).end, nlsq_NoDecrease);
+}
+
 TEST(Nlsq, ValuesOfEverySizeThatCanBeSquaredHaveTheSameFit) {
     const std::vector<double> x = positions(30);
     const std::vector<double> y = disturbed(x);
