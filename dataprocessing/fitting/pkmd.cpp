@@ -358,34 +358,6 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     return channels;
 }
 
-/// What a fit may do with the parameters: what the model says, extra parameters within what their
-/// shapes allow. A tail stays on its side, and a hundredth of the width long, where its derivatives
-/// can still be told from those of the position and the width.
-std::vector<nlsq_sParameter> kindsOf(const pkmd_cModel& model) {
-    std::vector<nlsq_sParameter> kinds(model.Kinds().begin(), model.Kinds().end());
-    for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
-        if (pkmd_Columns(peak.shape) < 4)
-            continue;
-        const double* const start = model.Starts().data() + peak.first;
-        double lower = 0;
-        double upper = peak.shape == pkmd_PseudoVoigt ? 1 : std::numeric_limits<double>::infinity();
-        if (peak.shape == pkmd_TailedGaussian) {
-            constexpr double leastOfWidth = 1e-2;
-            lower = std::min(std::fabs(start[3]), leastOfWidth * start[2]);
-            if (start[3] < 0) {
-                upper = -lower;
-                lower = -std::numeric_limits<double>::infinity();
-            }
-        }
-        nlsq_sParameter& kind = kinds[at(peak.first) + 3];
-        if (kind.kind != nlsq_sParameter::Moving)
-            continue;
-        kind.lower = std::max(kind.lower, lower);
-        kind.upper = std::min(kind.upper, upper);
-    }
-    return kinds;
-}
-
 /// Whether windows reach as far as the needed ones.
 bool areWide(std::span<const pkmd_sWindow> windows, std::span<const pkmd_sWindow> needed) {
     return std::equal(windows.begin(), windows.end(), needed.begin(),
@@ -487,7 +459,7 @@ pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
     std::vector<double> starts(model.Starts().begin(), model.Starts().end());
     int iterations = 0;
     int evaluations = 0;
-    const std::vector<nlsq_sParameter> kinds = kindsOf(model);
+    const std::vector<nlsq_sParameter> kinds = pkmd_KindsOf(model);
     // Beyond so many rounds windows have no end.
     constexpr int mostRounds = 10;
     constexpr double slack = 1.02;

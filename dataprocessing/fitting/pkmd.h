@@ -42,7 +42,8 @@ enum pkmd_eShape : int {
     /// height ((1 - m) 2^(-z^2) + m / (1 + z^2)). The width is half the width at half maximum; the
     /// extra parameter m is the Lorentzian part, from 0 to 1.
     pkmd_PseudoVoigt,
-    /// A Gaussian, whose standard deviation is the width, convolved with a Lorentzian, half of whose
+    /// A Gaussian, whose standard deviation is the width, convolved with a Lorentzian, half of
+    /// whose
     /// width at half maximum is the extra parameter (0 or more); height is that of the result.
     pkmd_Voigt,
     /// A Gaussian of this position, height and width convolved with an exponential of area 1 that
@@ -136,7 +137,7 @@ public:
     /// Keeps a parameter in [lower, upper]. Throws as Free(). Extra parameters that move stay
     /// within what their shapes allow, with bounds or without: a Lorentzian width at 0 or more, a
     /// mixing in [0, 1], a tail on the side of its start and at least a hundredth of the width
-    /// that the peak starts from.
+    /// that the peak starts from. The Gaussian in a Voigt keeps a thousandth of that width.
     void Bound(int parameter, double lower, double upper);
     /// Makes a parameter `factor` times another one plus `offset`: a ratio of heights, a splitting,
     /// a common width. Throws as Free(), and so for `to`.
@@ -315,8 +316,8 @@ struct pkmd_sInterval {
 /// the likelihood is a parabola, and still says where it is none, as of few counts.
 ///
 /// `found` is what pkmd_Fit gave for the same model, spectrum and options. Ends are within 1e-4 of
-/// half of the interval; an end that is not reached is the bound of the parameter, or infinite.
-/// Takes about eight fits.
+/// half of the interval; an end that is not reached is the bound of the parameter, one that its
+/// shape puts included, or infinite. Takes about ten fits, up to twenty where an end is at a bound.
 ///
 /// Throws expt_cProgramException: ("pkmd", 11) for a parameter that is fixed or tied, and after a
 /// fit that did not converge; ("pkmd", 2) where there is no such parameter, ("pkmd", 3) for a width

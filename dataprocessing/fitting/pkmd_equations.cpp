@@ -119,6 +119,36 @@ bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p) {
     return true;
 }
 
+std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model) {
+    std::vector<nlsq_sParameter> kinds(model.Kinds().begin(), model.Kinds().end());
+    const auto limit = [&](int parameter, double lower, double upper) {
+        nlsq_sParameter& kind = kinds[at(parameter)];
+        if (kind.kind != nlsq_sParameter::Moving)
+            return;
+        kind.lower = std::max(kind.lower, lower);
+        kind.upper = std::min(kind.upper, upper);
+    };
+    for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
+        if (pkmd_Columns(peak.shape) < 4)
+            continue;
+        const double* const start = model.Starts().data() + peak.first;
+        const int extra = peak.first + 3;
+        constexpr double leastOfWidth = 1e-2;
+        const double tail = std::min(std::fabs(start[3]), leastOfWidth * start[2]);
+        if (peak.shape != pkmd_TailedGaussian)
+            limit(extra, 0, peak.shape == pkmd_PseudoVoigt ? 1 : infinity);
+        else if (start[3] < 0)
+            limit(extra, -infinity, -tail);
+        else
+            limit(extra, tail, infinity);
+        constexpr double leastGaussian = 1e-3;
+        const int width = peak.first + 2;
+        if (peak.shape == pkmd_Voigt && kinds[at(width)].upper >= leastGaussian * start[2])
+            limit(width, leastGaussian * start[2], infinity);
+    }
+    return kinds;
+}
+
 pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
                                  const nlsq_cParameters& parameters,
                                  std::span<const pkmd_sWindow> windows)

@@ -63,6 +63,12 @@ pkmd_sWidth pkmd_WidthAt(double position, double width, double slope, double ref
 /// Sets the widths in `p` that follow a law. Answers false where the law has no width.
 bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p);
 
+/// What a fit may do with the parameters: what the model says, extra parameters within what their
+/// shapes allow. A tail stays on its side, and a hundredth of the width long, where its derivatives
+/// can still be told from those of the position and the width. The Gaussian in a Voigt keeps a
+/// thousandth of its width, where the shape is that of the Lorentzian.
+std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model);
+
 /// Chi-squared, gradient and curvature of a model over channels. What does not depend on the
 /// parameters is computed once; what is computed for a spectrum depends on nothing else.
 class pkmd_cEquations : public nlsq_cEquations {

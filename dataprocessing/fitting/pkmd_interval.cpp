@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "dataprocessing/fitting/pkmd.h"
+#include "dataprocessing/fitting/pkmd_equations.h"
 
 namespace {
 
@@ -56,7 +57,8 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
     pkmd_cModel other = model;
     other.SetStarts(found.fit.parameters);
     other.Fix(parameter);
-    const nlsq_sParameter& kind = model.Kinds()[static_cast<std::size_t>(parameter)];
+    const nlsq_sParameter kind =
+        dataprocessing::detail::pkmd_KindsOf(model)[static_cast<std::size_t>(parameter)];
     if (kind.kind != nlsq_sParameter::Moving || !found.fit.Converged())
         throw expt_cProgramException("pkmd", 11,
                                      "The parameter does not move, or the fit did not converge.");
@@ -66,12 +68,15 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
     const double one =
         options.errors == nlsq_ErrorsFromScatter ? found.fit.ReducedChiSquared() : 1.0;
     const double unit = error > 0 ? error : std::max(1e-3 * std::fabs(best), 1e-6);
-    const auto distance = [&](double side, double most) {
-        return distanceOfOne(unit, most, [&](double away) {
-            other.SetStart(parameter, best + side * away);
+    // Away from the best value up to a bound, which is met to the bit.
+    const auto end = [&](double side, double bound) {
+        const double most = std::fabs(bound - best);
+        const auto at = [&](double away) { return away < most ? best + side * away : bound; };
+        return at(distanceOfOne(unit, most, [&](double away) {
+            other.SetStart(parameter, at(away));
             const nlsq_sResult there = pkmd_Fit(other, spectrum, options).fit;
             return there.Converged() ? (there.chiSquared - found.fit.chiSquared) / one : infinity;
-        });
+        }));
     };
-    return {best - distance(-1, best - kind.lower), best + distance(1, kind.upper - best)};
+    return {end(-1, kind.lower), end(1, kind.upper)};
 }

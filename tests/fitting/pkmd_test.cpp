@@ -3,6 +3,7 @@
 #include <cmath>
 #include <complex>
 #include <functional>
+#include <limits>
 #include <numbers>
 #include <random>
 #include <sstream>
@@ -1222,6 +1223,25 @@ TEST(PeakFit, ExtraParametersEndAtTheirLimits) {
     expectRefusal(1, [&] { model.AddPeak(pkmd_PseudoVoigt, 5, 200, 0.2, 1.5); });
 }
 
+TEST(PeakFit, VoigtsWithoutAGaussianEndAtALimit) {
+    int atLimit = 0;
+    for (unsigned seed = 1; seed <= 60; ++seed) {
+        pkmd_cModel truth;
+        truth.AddPeak(pkmd_Lorentzian, 5, 30, 0.5);
+        truth.AddPolynomial({3, 0}, 5, 5);
+        const Spectrum spectrum(truth, 100, cal_c1DArrayCal(0, 0.1, 0), seed);
+        pkmd_cModel model;
+        model.AddPeak(pkmd_Voigt, 5, 30, 0.3, 0.3);
+        model.AddPolynomial({3, 0}, 5, 5);
+        const pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+        EXPECT_TRUE(result.fit.Converged()) << seed << ' ' << nlsq_Text(result.fit.end);
+        const bool isAtLimit = std::fabs(result.peaks[0].width - 0.0003) < 1e-15;
+        EXPECT_EQ(result.fit.atBound.size(), isAtLimit ? 1U : 0U) << seed;
+        atLimit += isAtLimit;
+    }
+    EXPECT_GT(atLimit, 5);
+}
+
 TEST(PeakFit, PullsAreThoseOfTheErrors) {
     // 400 spectra: the mean of a pull is known to 0.05, its width to 0.035. The peaks are 1.4 full
     // widths at half maximum apart.
@@ -1271,6 +1291,37 @@ TEST(PeakFit, IntervalsHoldTheTruthAtFewCounts) {
     // Three standard deviations of so many.
     for (const int often : held)
         EXPECT_NEAR(often / double{spectra}, 0.683, 0.057);
+}
+
+TEST(PeakFit, IntervalsOfExtraParametersStayWithinWhatTheShapesAllow) {
+    struct Case {
+        pkmd_eShape shape;
+        double start, lower, upper;
+    };
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (const Case& at : {Case{pkmd_PseudoVoigt, 0.5, 0, 1}, Case{pkmd_Voigt, 0.2, 0, infinity},
+                           Case{pkmd_TailedGaussian, 0.2, 0.003, infinity},
+                           Case{pkmd_TailedGaussian, -0.2, -infinity, -0.003}}) {
+        int ended = 0;
+        for (unsigned seed = 1; seed <= 12; ++seed) {
+            pkmd_cModel truth;
+            truth.AddPeak(pkmd_PseudoVoigt, 5, 20, 0.5, seed % 2 == 0 ? 0.1 : 0.9);
+            truth.AddPolynomial({1, 0}, 5, 5);
+            const Spectrum spectrum(truth, 100, cal_c1DArrayCal(0, 0.1, 0), seed);
+            pkmd_cModel model;
+            model.AddPeak(at.shape, 5, 20, 0.3, at.start);
+            model.AddPolynomial({1, 0}, 5, 5);
+            const pkmd_sResult found = pkmd_Fit(model, spectrum.array);
+            ASSERT_TRUE(found.fit.Converged());
+            const auto [lower, upper] = pkmd_Interval(model, spectrum.array, found, 3);
+            EXPECT_GE(lower, at.lower) << at.shape << ' ' << seed;
+            EXPECT_LE(upper, at.upper) << at.shape << ' ' << seed;
+            EXPECT_LE(lower, found.peaks[0].extra) << at.shape << ' ' << seed;
+            EXPECT_GE(upper, found.peaks[0].extra) << at.shape << ' ' << seed;
+            ended += lower == at.lower || upper == at.upper;
+        }
+        EXPECT_GT(ended, 2) << at.shape;
+    }
 }
 
 TEST(PeakFit, IntervalEndsWhereTheDevianceHasRisenByOne) {
