@@ -308,7 +308,7 @@ private:
                 continue;
             double* const column = triangle.BlockColumn(static_cast<int>(link.variable));
             for (std::size_t i = 0; i < rows; ++i)
-                column[i] += link.factor * derivatives[k * rows + i] * roots[i];
+                column[i] += roots[i] == 0 ? 0 : link.factor * derivatives[k * rows + i] * roots[i];
         }
         for (std::size_t j = 0; j < count_; ++j)
             if (!areFinite({triangle.BlockColumn(static_cast<int>(j)), rows}))
@@ -323,6 +323,9 @@ private:
 
     sPoint Weighted(double y, double value, std::size_t i) const {
         const double root = roots_.empty() ? 1 : roots_[i];
+        // The model may have no value there.
+        if (root == 0)
+            return {0, 0, 0};
         const double residual = (y - value) * root;
         return {residual * residual, residual, root};
     }
@@ -528,8 +531,12 @@ nlsq_sResult nlsq_FitLinear(const nlsq_cModel& model, std::span<const double> x,
         const nlsq_sControl& control = options.control;
         std::vector<double> all(map.All());
         for (const bool isSolved : {false, true}) {
-            if (control.stop.stop_requested() || result.evaluations >= control.mostEvaluations) {
-                result.end = control.stop.stop_requested() ? nlsq_Stopped : nlsq_MostEvaluations;
+            if (control.stop.stop_requested()) {
+                result.end = nlsq_Stopped;
+                break;
+            }
+            if (result.evaluations >= control.mostEvaluations) {
+                result.end = isSolved ? nlsq_Solved : nlsq_MostEvaluations;
                 break;
             }
             std::vector<double> step = isSolved ? equations.Refine() : std::vector<double>{};

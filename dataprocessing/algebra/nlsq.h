@@ -176,7 +176,7 @@ struct nlsq_sControl {
     double remainderTolerance = 0;
     /// The most evaluations of the model over all points.
     int mostEvaluations = 10000;
-    /// Looked at before each evaluation.
+    /// Looked at before each step, and each time that one is shortened.
     std::stop_token stop = {};
     /// Called after each iteration.
     std::function<nlsq_eObserved(const nlsq_sIteration&)> observer = {};

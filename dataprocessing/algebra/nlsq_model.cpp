@@ -18,6 +18,15 @@ double largestOf(std::span<const double> values) {
     return largest;
 }
 
+/// Of those that are finite: others may take no part.
+double largestFiniteOf(std::span<const double> values) {
+    double largest = 0;
+    for (const double value : values)
+        if (std::isfinite(value))
+            largest = std::max(largest, std::fabs(value));
+    return largest;
+}
+
 /// How far a parameter is moved for a difference: the cube root of epsilon of it, which is short
 /// enough for functions that change over a small part of a parameter. Near 0 that tells nothing:
 /// where the values hardly change, it goes on from what the positions suggest until they do, but
@@ -33,7 +42,7 @@ double differenceStep(double parameter, std::span<const double> x, std::span<con
     constexpr double jump = 1e-4;
     // A sum, so that the step is what the parameter really moves by.
     const auto moved = [&](double step) { return parameter + step - parameter; };
-    const double size = largestOf(values);
+    const double size = largestFiniteOf(values);
     const double positions = largestOf(x) > 0 ? largestOf(x) : 1;
     const double most = part * std::max({1.0, positions, size});
 

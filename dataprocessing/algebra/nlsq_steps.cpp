@@ -133,7 +133,8 @@ private:
         ++result_.evaluations;
         bool isShortened = false;
         constexpr int mostTimes = 3;
-        for (int times = 0; !std::isfinite(chiSquared) && times < mostTimes && AreLeft(1);
+        for (int times = 0; !std::isfinite(chiSquared) && times < mostTimes && AreLeft(1) &&
+                            !control_.stop.stop_requested();
              ++times) {
             const double part = equations_.PositivePart(q_, tried_);
             if (!(part > 0))

@@ -541,6 +541,47 @@ TEST(Nlsq, LikelihoodOfCountsIsUnbiased) {
     EXPECT_LT(falling.parameters[1], -1);
 }
 
+TEST(Nlsq, PointsOfWeightZeroNeedNoValue) {
+    const nlsq_cFunctionModel hyperbola([](double x, Parameters p) { return p[0] / x + p[1]; });
+    const nlsq_cFunctionModel exact([](double x, Parameters p) { return p[0] / x + p[1]; },
+                                    [](double x, Parameters, Derivatives d) {
+                                        d[0] = 1 / x;
+                                        d[1] = 1;
+                                    });
+    std::vector<double> x, y;
+    for (int i = 0; i < 10; ++i) {
+        x.push_back(i);
+        y.push_back(i == 0 ? 0 : 2.0 / i + 1 + 0.01 * std::sin(7.0 * i));
+    }
+    nlsq_sOptions options;
+    options.weights.assign(10, 1);
+    options.weights[0] = 0;
+    const nlsq_sResult expected =
+        nlsq_FitLinear(exact, std::span(x).subspan(1), std::span(y).subspan(1), 2);
+    for (const nlsq_cFunctionModel* model : {&hyperbola, &exact})
+        for (const nlsq_sResult& fit :
+             {nlsq_Fit(*model, x, y, start, options), nlsq_FitLinear(*model, x, y, 2, options)}) {
+            EXPECT_TRUE(fit.Converged()) << nlsq_Text(fit.end);
+            EXPECT_EQ(fit.degreesOfFreedom, 7);
+            for (std::size_t i = 0; i < 2; ++i) {
+                EXPECT_NEAR(fit.parameters[i], expected.parameters[i], 1e-8);
+                EXPECT_NEAR(fit.standardErrors[i], expected.standardErrors[i], 1e-8);
+            }
+        }
+}
+
+TEST(Nlsq, LinearProblemsAreSolvedInTwoEvaluations) {
+    const std::vector<double> x{0, 1, 2, 3}, y{1, 2, 3, 5};
+    nlsq_sOptions options;
+    options.control.mostEvaluations = 2;
+    const nlsq_sResult fit = nlsq_FitLinear(line, x, y, 2, options);
+    EXPECT_EQ(fit.end, nlsq_Solved);
+    EXPECT_EQ(fit.evaluations, 2);
+    EXPECT_NEAR(fit.chiSquared, 0.3, 1e-12);
+    options.control.mostEvaluations = 1;
+    EXPECT_EQ(nlsq_FitLinear(line, x, y, 2, options).end, nlsq_MostEvaluations);
+}
+
 TEST(Nlsq, EndsAreTold) {
     const std::vector<double> x = positions(50);
     const std::vector<double> y = disturbed(x);
