@@ -129,13 +129,9 @@ int pkmd_cModel::SetWidthLaw(double width, double slope, double reference) {
     refuse.If(!std::isfinite(reference), 1,
               "A reference is not finite, or a scale is not finite or 0.");
     refuse.If(!(width > 0), 1, "A width is not positive.");
-    const auto isWidth = [&](int parameter) {
-        return std::any_of(peaks_.begin(), peaks_.end(),
-                           [&](const sPeak& peak) { return parameter == peak.first + 2; });
-    };
     for (int i = 0; i < ParameterCount(); ++i)
-        refuse.If(kinds_[at(i)].kind == nlsq_sParameter::Following && !isWidth(i) &&
-                      isWidth(kinds_[at(i)].to),
+        refuse.If(kinds_[at(i)].kind == nlsq_sParameter::Following && !PeakOfWidth(i) &&
+                      PeakOfWidth(kinds_[at(i)].to),
                   3, "The width follows a law.");
     law_ = {Add(starts), reference};
     for (sPeak& peak : peaks_) {
@@ -180,10 +176,19 @@ std::string pkmd_cModel::Name(int parameter) const {
     return "factor of the curve" + number;
 }
 
+/// The peak whose width a parameter is, if it is one.
+const pkmd_cModel::sPeak* pkmd_cModel::PeakOfWidth(int parameter) const {
+    const int first = parameter - 2;
+    const auto found =
+        std::lower_bound(peaks_.begin(), peaks_.end(), first,
+                         [](const sPeak& peak, int number) { return peak.first < number; });
+    return found != peaks_.end() && found->first == first ? &*found : nullptr;
+}
+
 nlsq_sParameter& pkmd_cModel::KindAt(int parameter) {
     checkParameter(parameter, ParameterCount());
-    for (const sPeak& peak : peaks_)
-        refuse.If(peak.hasLaw && parameter == peak.first + 2, 3, "The width follows a law.");
+    const sPeak* const peak = PeakOfWidth(parameter);
+    refuse.If(peak && peak->hasLaw, 3, "The width follows a law.");
     return kinds_[at(parameter)];
 }
 
@@ -216,7 +221,10 @@ void pkmd_cModel::Values(std::span<const double> p, std::span<const double> x, s
     refuse.IfOthers(y.size(), x.size(), 4, " values for ", " positions.");
     refuse.IfOthers(p.size(), starts_.size(), 2, " numbers for ", " parameters.");
     std::vector<double> all(p.begin(), p.end());
-    pkmd_ApplyWidthLaw(*this, all);
+    if (!pkmd_ApplyWidthLaw(*this, all) && parts == pkmd_Everything) {
+        std::fill(y.begin(), y.end(), std::numeric_limits<double>::quiet_NaN());
+        return;
+    }
     std::vector<double> positions(wholeVectors(x.size()));
     std::copy(x.begin(), x.end(), positions.begin());
     std::vector<double> curve(positions.size());
@@ -264,14 +272,17 @@ darr_c1DArray pkmd_cModel::Curve(const cal_c1DArrayCal& cal, int count, pkmd_ePa
     std::vector<double> positions(values.size());
     for (std::size_t i = 0; i < positions.size(); ++i)
         positions[i] = cal.Position(static_cast<long long>(i));
-    Values(starts_, positions, values, parts);
+    const nlsq_cParameters parameters(starts_, pkmd_KindsOf(*this));
+    std::vector<double> p(starts_.size());
+    parameters.Expand(parameters.Start(), p);
+    Values(p, positions, values, parts);
     for (const sBackground& background : backgrounds_) {
         if (background.kind != GivenCurve)
             continue;
         refuse.IfOthers(background.curve.size(), values.size(), 10, " channels of a curve for ",
                         " of the spectrum.");
         for (std::size_t i = 0; i < values.size(); ++i)
-            values[i] += starts_[at(background.first)] * background.curve[i];
+            values[i] += p[at(background.first)] * background.curve[i];
     }
     return result;
 }

@@ -144,16 +144,17 @@ public:
     void Tie(int parameter, int to, double factor, double offset = 0);
 
     /// Sets y[i] to the model at x[i] for the parameters `p`; widths that follow a law are computed
-    /// from it. Nothing is cut off. A curve given channel by channel is left out. Throws
-    /// expt_cProgramException ("pkmd", 4) for sizes that differ, ("pkmd", 2) for another number of
-    /// parameters; std::bad_alloc.
+    /// from it, NaN where it has none. Nothing is cut off. A curve given channel by channel is left
+    /// out. Throws expt_cProgramException ("pkmd", 4) for sizes that differ, ("pkmd", 2) for
+    /// another number of parameters; std::bad_alloc.
     void Values(std::span<const double> p, std::span<const double> x, std::span<double> y,
                 pkmd_eParts parts = pkmd_Everything) const;
 
-    /// The model for its starts as an array of doubles: `count` elements on `cal`, curves given
-    /// channel by channel with them. After SetStarts(result.fit.parameters) that is what was
-    /// fitted. Throws the size error for a negative count, expt_cProgramException ("pkmd", 10) for
-    /// a curve with another number of channels; std::bad_alloc.
+    /// The model where a fit of it starts, ties and bounds held, as an array of doubles: `count`
+    /// elements on `cal`, curves given channel by channel with them; NaN where a law has no width.
+    /// After SetStarts(result.fit.parameters) that is what was fitted. Throws the size error for a
+    /// negative count, what nlsq_Fit refuses in ties and bounds, expt_cProgramException ("pkmd",
+    /// 10) for a curve with another number of channels; std::bad_alloc.
     ///
     ///     const darr_c1DArray net =
     ///         spectrum - model.Curve(spectrum.Cal(), spectrum.Size(), pkmd_BackgroundOnly);
@@ -190,6 +191,7 @@ private:
     DATAPROCESSING_NO_EXPORT int Add(std::span<const double> starts);
     DATAPROCESSING_NO_EXPORT int Add(sBackground background, std::span<const double> starts);
     DATAPROCESSING_NO_EXPORT const sPeak& PeakAt(int peak) const;
+    DATAPROCESSING_NO_EXPORT const sPeak* PeakOfWidth(int parameter) const;
     DATAPROCESSING_NO_EXPORT nlsq_sParameter& KindAt(int parameter);
 
     std::vector<sPeak> peaks_;

@@ -438,6 +438,9 @@ public:
                 curve += AddPart(i, curve);
             Require(curve == curves_.size());
             model_.SetStarts(starts_);
+            followsLaw_.assign(starts_.size(), 0);
+            for (const pkmd_cModel::sPeak& peak : model_.Peaks())
+                followsLaw_[static_cast<std::size_t>(peak.first) + 2] = peak.hasLaw;
             for (int i = 0; i < model_.ParameterCount(); ++i)
                 SetKind(i);
         } catch (const expt_cProgramException&) {
@@ -459,6 +462,7 @@ private:
 
     /// Adds a part with any start; answers how many elements of the curves it took.
     std::size_t AddPart(std::size_t i, std::size_t curve) {
+        Require(static_cast<std::size_t>(model_.ParameterCount()) <= starts_.size());
         const bool hasCount = parts_[i] == firstBackground + pkmd_cModel::Polynomial ||
                               parts_[i] == firstBackground + pkmd_cModel::GivenCurve;
         Require(parts_[i] >= pkmd_Gaussian && parts_[i] <= widthLaw &&
@@ -469,7 +473,7 @@ private:
         } else if (parts_[i] == widthLaw) {
             model_.SetWidthLaw(1, 0, references_[i]);
         } else if (parts_[i] == firstBackground + pkmd_cModel::Polynomial) {
-            Require(count <= starts_.size());
+            Require(count <= starts_.size() - static_cast<std::size_t>(model_.ParameterCount()));
             model_.AddPolynomial(std::vector<double>(count), references_[i], scales_[i]);
         } else if (parts_[i] == firstBackground + pkmd_cModel::PowerLaw) {
             model_.AddPowerLaw(1, 1, references_[i]);
@@ -485,9 +489,8 @@ private:
 
     void SetKind(int parameter) {
         const auto i = static_cast<std::size_t>(parameter);
-        for (const pkmd_cModel::sPeak& peak : model_.Peaks())
-            if (peak.hasLaw && parameter == peak.first + 2)
-                return Require(kinds_[i] == nlsq_sParameter::Staying);
+        if (followsLaw_[i])
+            return Require(kinds_[i] == nlsq_sParameter::Staying);
         if (kinds_[i] == nlsq_sParameter::Following)
             return model_.Tie(parameter, to_[i], factors_[i], tieOffsets_[i]);
         if (kinds_[i] == nlsq_sParameter::Staying)
@@ -508,6 +511,7 @@ private:
     std::vector<int> to_;
     std::vector<double> factors_;
     std::vector<double> tieOffsets_;
+    std::vector<char> followsLaw_;
     pkmd_cModel model_;
 };
 

@@ -1242,6 +1242,33 @@ TEST(PeakFit, VoigtsWithoutAGaussianEndAtALimit) {
     EXPECT_GT(atLimit, 5);
 }
 
+TEST(PeakModel, CurvesHoldTiesAndBounds) {
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 10, 100, 1);
+    model.AddPeak(pkmd_Gaussian, 20, 999, 3);
+    model.Tie(model.Width(1), model.Width(0), 1);
+    model.Tie(model.Height(1), model.Height(0), 0.5);
+    model.Bound(model.Position(0), 11, 12);
+    model.AddPolynomial({1});
+    const darr_c1DArray curve = model.Curve(cal_c1DArrayCal(0, 1, 0), 30);
+    EXPECT_DOUBLE_EQ(curve.Elements<double>()[20], 51);
+    EXPECT_DOUBLE_EQ(curve.Elements<double>()[11], 101);
+    EXPECT_DOUBLE_EQ(curve.Elements<double>()[21], 1 + 50 * std::exp(-0.5));
+}
+
+TEST(PeakModel, LawsWithoutAWidthHaveNoCurve) {
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 5, 20, 1);
+    model.AddPolynomial({3});
+    model.SetWidthLaw(1, -1, 0);
+    const cal_c1DArrayCal cal(0, 1, 0);
+    const darr_c1DArray curve = model.Curve(cal, 9);
+    for (const double value : curve.Elements<double>())
+        EXPECT_TRUE(std::isnan(value));
+    const darr_c1DArray background = model.Curve(cal, 9, pkmd_BackgroundOnly);
+    EXPECT_EQ(background.Elements<double>()[5], 3);
+}
+
 TEST(PeakFit, PullsAreThoseOfTheErrors) {
     // 400 spectra: the mean of a pull is known to 0.05, its width to 0.035. The peaks are 1.4 full
     // widths at half maximum apart.
