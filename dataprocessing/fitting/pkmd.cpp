@@ -505,6 +505,24 @@ pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
     return result;
 }
 
+namespace {
+
+/// A text to the right of a column, with blanks before it and in place of control characters.
+std::string inColumn(std::string text) {
+    constexpr std::size_t width = 13;
+    std::size_t characters = 0; // of UTF-8
+    for (char& element : text) {
+        const auto byte = static_cast<unsigned char>(element);
+        constexpr unsigned char blank = 0x20, deletion = 0x7f;
+        characters += (byte & 0xc0) != 0x80;
+        if (byte < blank || byte == deletion)
+            element = ' ';
+    }
+    return std::string(characters < width ? width - characters : 1, ' ') + text;
+}
+
+} // namespace
+
 std::ostream& operator<<(std::ostream& out, const pkmd_sResult& result) {
     // Made apart, so that the stream keeps its state.
     return out << pkmd_Report(result);
@@ -520,7 +538,12 @@ std::string pkmd_Report(const pkmd_sResult& result, const pkmd_sUnits& units) {
          << "chi-squared " << fit.chiSquared << ", " << result.channels << " channels, rank "
          << fit.rank << " of " << fit.free << ", reduced " << fit.ReducedChiSquared() << '\n';
 
-    const auto number = [&](const auto& value) { text << std::setw(13) << value; };
+    const auto number = [&](double value) {
+        std::ostringstream alone;
+        alone.imbue(std::locale::classic());
+        alone << std::setprecision(6) << value;
+        text << inColumn(alone.str());
+    };
     if (!result.peaks.empty()) {
         text << "peak     position        error       height        error        width        "
                 "error         area        error\n";
@@ -530,7 +553,7 @@ std::string pkmd_Report(const pkmd_sResult& result, const pkmd_sUnits& units) {
             text << std::setw(4) << "";
             for (const std::string* unit : {&units.position, &units.value, &units.position, &area})
                 for (int twice = 0; twice < 2; ++twice)
-                    number(*unit);
+                    text << inColumn(*unit);
             text << '\n';
         }
         for (std::size_t k = 0; k < result.peaks.size(); ++k) {

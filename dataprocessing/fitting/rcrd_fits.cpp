@@ -440,7 +440,8 @@ public:
             model_.SetStarts(starts_);
             followsLaw_.assign(starts_.size(), 0);
             for (const pkmd_cModel::sPeak& peak : model_.Peaks())
-                followsLaw_[static_cast<std::size_t>(peak.first) + 2] = peak.hasLaw;
+                followsLaw_[static_cast<std::size_t>(peak.first) + 2] =
+                    static_cast<char>(peak.hasLaw);
             for (int i = 0; i < model_.ParameterCount(); ++i)
                 SetKind(i);
         } catch (const expt_cProgramException&) {

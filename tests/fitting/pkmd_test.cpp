@@ -790,6 +790,22 @@ TEST(PeakFit, ReportTellsEverything) {
 }
 
 // Neighbours that overlap go together: the step of one is cut, that of the other counted on it.
+TEST(PeakFit, ReportsKeepTheirColumnsWhateverTheUnits) {
+    const pkmd_sResult result = pkmd_Fit(twoPeaks(), Spectrum(twoPeaks(), 200, keV, 4).array);
+    const auto unitsOf = [&](const pkmd_sUnits& units) {
+        std::istringstream report(pkmd_Report(result, units));
+        std::string line;
+        for (int i = 0; i < 4; ++i)
+            std::getline(report, line);
+        return line;
+    };
+    EXPECT_EQ(unitsOf({"\u00b5m", "counts"}).substr(0, 58),
+              "               \u00b5m           \u00b5m       counts       counts");
+    EXPECT_THAT(unitsOf({"photoelectrons", "counts per second"}),
+                HasSubstr(" photoelectrons photoelectrons counts per second counts per second "));
+    EXPECT_THAT(unitsOf({"a\nb", "c"}), HasSubstr(" a b "));
+}
+
 TEST(PeakFit, BoundThatCutsAStepIsNotTheEnd) {
     pkmd_cModel model;
     model.AddPeak(pkmd_Gaussian, 50, 1000, 4);
