@@ -41,6 +41,20 @@ def _choice(choices: dict[str, Any], name: str, what: str) -> Any:
         raise ValueError(f"{what} is one of {', '.join(map(repr, choices))}, not {name!r}") from None
 
 
+def failure(kind: type[Any], message: str, unit: str = "fitting", line: int = 0) -> Any:
+    """An error of the library that Python raises."""
+    error = kind(message)
+    error.unit, error.line, error.message = unit, line, message
+    return error
+
+
+def without_masked(values: Any) -> Any:
+    """The values, unless elements of a masked array of numpy's would lose their mask."""
+    if np.ma.is_masked(values):  # type: ignore[no-untyped-call]
+        raise TypeError("arrays hold no masked elements; fill them first: .filled(np.nan)")
+    return values
+
+
 def _public(name: str) -> str:
     """Methods named like built-ins end in an underscore here, so that these stay in reach."""
     return name if name.startswith("__") else name.rstrip("_")
@@ -196,7 +210,9 @@ def _clipped(first: int, last: int, size: int, outside: str) -> tuple[int, int]:
         return first, max(first, last)
     if outside == "raise":
         if first < 0 or last > size:
-            raise _core.IndexOutOfRangeError(f"elements {first} to {last} reach outside 0 to {size}")
+            raise failure(
+                _core.IndexOutOfRangeError, f"elements {first} to {last} reach outside 0 to {size}", "dataprocessing"
+            )
         return first, max(first, last)
     low = min(max(first, 0), size)
     return low, min(max(last, low), size)
@@ -272,8 +288,15 @@ def row(self: Array2D, index: int) -> Array1D:
 # ---- Reductions --------------------------------------------------------------------------------
 
 
+def _check_where(self: Any, where: Any) -> None:
+    """ValueError for a mask that lies elsewhere; numpy compares the shapes of all else."""
+    if isinstance(where, MASKS) and (where.ndim != self.ndim or not _core.same_grid(self, where)):
+        raise ValueError("where= takes a mask on the array's own grid; these differ in size, range or delta")
+
+
 def _reduced(self: Any, name: str, axis: Any, unit: str, **given: Any) -> Any:
     """numpy's reduction of the elements; along one axis of an image an array on the other one."""
+    _check_where(self, given.get("where"))
     found = getattr(self.values, name)(axis=axis, **{k: v for k, v in given.items() if v is not None})
     if given.get("out") is not None or self.ndim == 1 or np.ndim(found) != 1:
         return found
@@ -301,8 +324,8 @@ def _wide(self: Any, dtype: Any) -> Any:
 def sum_(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
     """The sum of all elements, in the unit of the values.
 
-    Arguments are those of ``ndarray.sum``; along axis 0 (y) or 1 (x) of an image an Array1D. Integers are summed
-    exactly as far as float64 goes. 0.0 without elements. NaN where one is.
+    Arguments are those of ``ndarray.sum``; along axis 0 (y) or 1 (x) of an image an Array1D. Sums of integers are
+    float64, and exact as far as that goes. 0.0 without elements. NaN where one is.
 
         >>> import numpy as np, dataprocessing as dp
         >>> image = dp.Array2D(np.ones((2, 3)))
@@ -313,7 +336,8 @@ def sum_(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdi
         return _reduced(self, "sum", axis, self.unit, dtype=_wide(self, dtype), out=out, keepdims=keepdims, **options)
     if self.size == 0:
         return self.dtype.type(0) if self.dtype.kind in "fc" else np.float64(0)
-    return _core.stat_sum(self)
+    found = _core.stat_sum(self)
+    return np.float64(found) if self.dtype.kind in "iu" else found
 
 
 @_method(*ARRAYS)
@@ -614,6 +638,27 @@ def __abs__(self: Any) -> Any:
     return absolute(self)
 
 
+def _only(self: Any) -> Any:
+    if self.size != 1:
+        raise TypeError(f"only an array of one element is a number, not one of {self.size}")
+    return self.values.item()
+
+
+@_method(*ARRAYS)
+def __int__(self: Any) -> int:
+    return int(_only(self))
+
+
+@_method(*ARRAYS)
+def __float__(self: Any) -> float:
+    return float(_only(self))
+
+
+@_method(*ARRAYS)
+def __complex__(self: Any) -> complex:
+    return complex(_only(self))
+
+
 @_method(*ARRAYS)
 def __bool__(self: Any) -> bool:
     raise ValueError("an array is no truth value; ask for (a != 0).any() or .all()")
@@ -629,6 +674,7 @@ def __iter__(self: Any) -> Any:
 
 
 def _mask_reduced(self: Any, name: str, axis: Any, out: Any, keepdims: bool, options: dict[str, Any]) -> Any:
+    _check_where(self, options.get("where"))
     found = getattr(self.values, name)(axis=axis, out=out, keepdims=keepdims, **options)
     if out is not None or np.ndim(found) == 0:
         return bool(found) if out is None else out

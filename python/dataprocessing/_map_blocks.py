@@ -13,9 +13,9 @@ from typing import TYPE_CHECKING, Any
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._core import Axis, FitError
+from dataprocessing._arrays import failure, without_masked
+from dataprocessing._core import Array1D, Array2D, Axis, FitError
 from dataprocessing._peak_model import PeakModel
-from dataprocessing.fitting import _failure
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -209,7 +209,7 @@ def _refuse_bad(status: NDArray[Any]) -> None:
     if len(bad):
         at = tuple(map(int, bad[0]))
         word = Status(int(status[at])).name.lower().replace("_", " ")
-        raise _failure(FitError, f"{len(bad)} of {status.size} spectra have no result; the first, {at}, is {word}.")
+        raise failure(FitError, f"{len(bad)} of {status.size} spectra have no result; the first, {at}, is {word}.")
 
 
 # ---- Maps ---------------------------------------------------------------------------------------
@@ -232,7 +232,9 @@ class Map:
         self.is_labelled, self.is_lazy = is_data_array(data), is_dask(data)
         if dim is not None and not self.is_labelled:
             raise TypeError("only a DataArray has a dim; the spectra of others lie along the last dimension")
-        self.data = data if self.is_labelled or self.is_lazy else np.asarray(data)
+        if axis is None and isinstance(data, (Array1D, Array2D)):
+            axis = data.axes[-1]
+        self.data = data if self.is_labelled or self.is_lazy else np.asarray(without_masked(data))
         if self.data.ndim == 0:
             raise ValueError("a map has spectra, not one number")
         if not self.is_labelled:

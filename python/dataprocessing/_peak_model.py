@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import math
+import threading
 from collections import Counter
 from collections.abc import Sequence
 from dataclasses import dataclass
@@ -79,22 +80,26 @@ class PeakModel:
         self._calls: list[tuple[str, tuple[Any, ...]]] = []
         self.peak_names: list[str] = []
         self._shapes: list[str] = []
+        self._lock = threading.RLock()  # what tells of one peak lies in several places
 
     def _call(self, method: str, *arguments: Any) -> Any:
-        answer = getattr(self._core, method)(*arguments)
-        self._calls.append((method, arguments))
-        return answer
+        with self._lock:
+            answer = getattr(self._core, method)(*arguments)
+            self._calls.append((method, arguments))
+            return answer
 
     @property
     def names(self) -> list[str]:
         """The names of all parameters, in their order; those of a second polynomial end in " (2)"."""
         met: Counter[str] = Counter()
         names = []
-        for i in range(self._core.parameter_count()):
-            text: str = self._core.name(i)
+        with self._lock:
+            given = [self._core.name(i) for i in range(self._core.parameter_count())]
+            peaks = list(self.peak_names)
+        for text in given:
             head, mark, number = text.rpartition(" of peak ")
             if mark:
-                text = f"{head} of {self.peak_names[int(number)]}"
+                text = f"{head} of {peaks[int(number)]}"
             met[text] += 1
             names.append(text if met[text] == 1 else f"{text} ({met[text]})")
         return names
@@ -116,18 +121,20 @@ class PeakModel:
         """
         if shape not in _SHAPES:
             raise ValueError(f"shape is one of {', '.join(map(repr, _SHAPES))}, not {shape!r}")
-        label = name or f"peak {len(self.peak_names) + 1}"
-        if label in self.peak_names:
-            raise ValueError(f"there is a peak called {label!r} already")
-        peak = self._call("add_peak", _SHAPES[shape], position, height, width, extra)
-        self.peak_names.append(label)
-        self._shapes.append(shape)
-        names = self.names[self._core.position(peak) :]
+        with self._lock:
+            label = name or f"peak {len(self.peak_names) + 1}"
+            if label in self.peak_names:
+                raise ValueError(f"there is a peak called {label!r} already")
+            peak = self._call("add_peak", _SHAPES[shape], position, height, width, extra)
+            self.peak_names.append(label)
+            self._shapes.append(shape)
+            names = self.names[self._core.position(peak) :]
         return ModelPeak(names[0], names[1], names[2], names[3] if len(names) > 3 else None)
 
     def _added(self, method: str, *arguments: Any) -> tuple[str, ...]:
-        first = self._call(method, *arguments)
-        return tuple(self.names[first:])
+        with self._lock:
+            first = self._call(method, *arguments)
+            return tuple(self.names[first:])
 
     def polynomial(self, start: Sequence[float], reference: float = 0.0, scale: float = 1.0) -> tuple[str, ...]:
         """Adds ``sum of c[j] ((x - reference) / scale)^j``.
@@ -266,12 +273,16 @@ class PeakModel:
             >>> model.copy().names
             ['coefficient 0']
         """
-        return _replayed(list(self._calls), list(self.peak_names), list(self._shapes))
+        return _replayed(*self._state())
 
     __copy__ = copy
 
+    def _state(self) -> tuple[list[tuple[str, tuple[Any, ...]]], list[str], list[str]]:
+        with self._lock:
+            return list(self._calls), list(self.peak_names), list(self._shapes)
+
     def __reduce__(self) -> tuple[Any, ...]:
-        return _replayed, (self._calls, self.peak_names, self._shapes)
+        return _replayed, self._state()
 
     def __repr__(self) -> str:
         return f"<PeakModel of {len(self.peak_names)} peaks, {self._core.parameter_count()} parameters>"

@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import math
 from collections.abc import Callable
 
@@ -21,10 +22,10 @@ class Subscription:
         >>> window.end = 3
     """
 
-    def __init__(self, functions: list[Callable[..., object]], function: Callable[..., object]) -> None:
-        self._functions = functions
+    def __init__(self, subscriptions: list[Subscription], function: Callable[..., object]) -> None:
+        self._subscriptions = subscriptions
         self._function = function
-        functions.append(function)
+        subscriptions.append(self)
 
     def cancel(self) -> None:
         """Ends it. The function is not called again; a second time does nothing.
@@ -35,16 +36,21 @@ class Subscription:
             >>> subscription.cancel()
             >>> window.end = 2
         """
-        for i, known in enumerate(self._functions):
-            if known is self._function:
-                del self._functions[i]
-                return
+        with contextlib.suppress(ValueError):
+            self._subscriptions.remove(self)
 
     def __enter__(self) -> Subscription:
         return self
 
     def __exit__(self, *error: object) -> None:
         self.cancel()
+
+
+def tell(subscriptions: list[Subscription], what: object) -> None:
+    """Calls all functions; not those that an earlier one has cancelled."""
+    for subscription in list(subscriptions):
+        if subscription in subscriptions:
+            subscription._function(what)
 
 
 class Range:
@@ -61,11 +67,11 @@ class Range:
         (True, False)
     """
 
-    __slots__ = ("_functions", "_range", "__weakref__")
+    __slots__ = ("_subscriptions", "_range", "__weakref__")
 
     def __init__(self, start: float = 0.0, end: float = 0.0) -> None:
         self._range = rnge_c1DRange(start, end)
-        self._functions: list[Callable[[Range], object]] = []
+        self._subscriptions: list[Subscription] = []
 
     @property
     def start(self) -> float:
@@ -100,8 +106,7 @@ class Range:
         if any(
             not (a == b or (math.isnan(a) and math.isnan(b))) for a, b in zip(before, (after.start, after.end))
         ):
-            for function in list(self._functions):
-                function(self)
+            tell(self._subscriptions, self)
 
     @property
     def length(self) -> float:
@@ -139,7 +144,7 @@ class Range:
             >>> window.start = -1
             Range(-1.0, 1.0)
         """
-        return Subscription(self._functions, function)
+        return Subscription(self._subscriptions, function)
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Range):
@@ -174,10 +179,10 @@ class Rect:
         now Rect(0, 0, 4, 1)
     """
 
-    __slots__ = ("_functions", "_rect", "_made_of", "__weakref__")
+    __slots__ = ("_subscriptions", "_rect", "_made_of", "__weakref__")
 
     def __init__(self, left: float = 0.0, bottom: float = 0.0, right: float = 0.0, top: float = 0.0) -> None:
-        self._functions: list[Callable[[Rect], object]] = []
+        self._subscriptions: list[Subscription] = []
         self._make((left, bottom, right, top))
 
     @classmethod
@@ -212,8 +217,7 @@ class Rect:
         before = self._geometry()
         self._make(numbers)
         if self._geometry() != before:
-            for function in list(self._functions):
-                function(self)
+            tell(self._subscriptions, self)
 
     def on_change(self, function: Callable[[Rect], object]) -> Subscription:
         """Calls ``function(rect)`` after every change, until the subscription is cancelled.
@@ -224,7 +228,7 @@ class Rect:
             >>> frame.set(0, 0, 1, 1)
             Rect(0, 0, 1, 1)
         """
-        return Subscription(self._functions, function)
+        return Subscription(self._subscriptions, function)
 
     def _geometry(self) -> tuple[object, ...]:
         return (self.corners, self.angle)

@@ -11,6 +11,7 @@ from collections.abc import Callable
 
 import numpy as np
 
+from dataprocessing import _core
 from dataprocessing._core import Array1D, Array2D, Mask1D, Mask2D
 
 TYPE_CHECKING = False  # see __init__
@@ -49,6 +50,12 @@ _LOGIC: dict[np.ufunc, Callable[..., Any]] = {
     np.invert: operator.invert,
     np.logical_not: operator.invert,
 }
+
+# The quantity stays: so do its name and its unit, where all operands agree.
+_KEEPING = {
+    np.ceil, np.copysign, np.fabs, np.floor, np.fmax, np.fmin, np.hypot, np.maximum, np.minimum, np.nextafter, np.rint,
+    np.trunc,
+}  # fmt: skip
 
 _NAMES = {
     np.arccos: "acos", np.arcsin: "asin", np.arctan: "atan", np.cos: "cos", np.cosh: "cosh", np.exp: "exp",
@@ -104,12 +111,17 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
     out = kwargs.get("out", ())
     if out:
         kwargs["out"] = tuple(x.values if isinstance(x, _OURS) else x for x in out)
-    arrays = [x for x in (*inputs, kwargs.get("where")) if isinstance(x, _OURS)]
+    arrays: list[Any] = [x for x in (*inputs, kwargs.get("where")) if isinstance(x, _OURS)]
     if isinstance(kwargs.get("where"), _MASKS):
         kwargs["where"] = kwargs["where"].values
     first = arrays[0] if arrays else None
-    if first is not None and any(x.axes != first.axes or x.shape != first.shape for x in arrays[1:]):
-        raise ValueError(f"np.{ufunc.__name__} takes arrays on one grid; bring them there first, as a + 0 * b does")
+    for x in arrays[1:]:
+        if x.ndim != arrays[0].ndim or not _core.same_grid(arrays[0], x):
+            raise ValueError(f"np.{ufunc.__name__} takes arrays on one grid; bring them there first, as a + 0 * b does")
+        _core.check_axes(arrays[0], x)
+    valued: list[Any] = [x for x in inputs if isinstance(x, _ARRAYS)] if ufunc in _KEEPING else []
+    if len(valued) == 2:
+        _core.check_units(*valued)
     result = getattr(ufunc, method)(*(x.values if isinstance(x, _OURS) else x for x in inputs), **kwargs)
     if out:
         return out[0] if len(out) == 1 else out
@@ -118,8 +130,15 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
         if method != "__call__" or first is None or np.shape(values) != first.shape:
             return values
         if values.dtype == bool:
-            return Mask1D(values, first.axes[0]) if first.ndim == 1 else Mask2D(values, first.axes)
-        return on_axes_of(first, values)
+            made: Any = Mask1D(values, first.axes[0]) if first.ndim == 1 else Mask2D(values, first.axes)
+        else:
+            made = on_axes_of(first, values)
+        if isinstance(made, _ARRAYS) and valued:
+            _core.take_labels(made, valued[0], valued[-1])
+        if isinstance(made, _OURS):
+            for x in arrays[1:]:
+                _core.take_axes(made, x)
+        return made
 
     return tuple(map(wrapped, result)) if isinstance(result, tuple) else wrapped(result)
 

@@ -24,10 +24,11 @@ from typing import TYPE_CHECKING, Any
 import numpy as np
 
 from dataprocessing import _core
+from dataprocessing._arrays import failure
 from dataprocessing._core import Array1D, DataError, End, Errors, FitError, IndexSelect, Objective, SingularFitError
 from dataprocessing._fit_result import FitResult, FittedPeak, Parameter
 from dataprocessing._peak_model import ModelPeak, PeakModel
-from dataprocessing._ranges import Range, Subscription
+from dataprocessing._ranges import Range, Subscription, tell
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -50,19 +51,13 @@ def _choice(choices: Mapping[str, Any], name: str, what: str) -> Any:
         raise ValueError(f"{what} is one of {', '.join(map(repr, choices))}, not {name!r}") from None
 
 
-def _failure(kind: type[Any], message: str, unit: str = "fitting", line: int = 0) -> Any:
-    error = kind(message)
-    error.unit, error.line, error.message = unit, line, message
-    return error
-
-
 @contextmanager
 def _failures() -> Iterator[None]:
     """Data that cannot be fitted are a failure of the fit."""
     try:
         yield
     except DataError as error:
-        raise _failure(FitError, error.message, error.unit, error.line) from error
+        raise failure(FitError, error.message, error.unit, error.line) from error
 
 
 # ---- What is fitted over -----------------------------------------------------------------------
@@ -83,7 +78,7 @@ class Selection:
     """
 
     def __init__(self, ranges: Any = ()) -> None:
-        self._functions: list[Callable[[Selection], object]] = []
+        self._subscriptions: list[Subscription] = []
         self._ranges: list[tuple[Range, Subscription]] = []
         for one in _pairs(ranges):
             self._join(one)
@@ -106,8 +101,7 @@ class Selection:
         return True
 
     def _tell(self) -> None:
-        for function in list(self._functions):
-            function(self)
+        tell(self._subscriptions, self)
 
     def add(self, one: Any) -> None:
         """Adds a Range or a pair; nothing happens when that very Range is there already.
@@ -162,7 +156,7 @@ class Selection:
             >>> selection.add((1, 2))
             Selection([Range(1.0, 2.0)])
         """
-        return Subscription(self._functions, function)
+        return Subscription(self._subscriptions, function)
 
     def __iter__(self) -> Iterator[Range]:
         return iter([known for known, _ in self._ranges])
@@ -255,11 +249,13 @@ def _linear_result(
     coefficients, errors = function.coefficients(), function.standard_errors()
     count, rank = coefficients.size, function.rank()
     if rank < count:
-        raise _failure(
+        raise failure(
             SingularFitError,
             f"The data tell {rank} of the {count} coefficients apart: there are too few points, or they lie too close "
             "together for this order.",
         )
+    if not np.isfinite(coefficients).all():
+        raise failure(FitError, "The coefficients are not finite: an element of the selection is not, or too large.")
     freedom = function.degrees_of_freedom()
     note = "" if freedom > 0 else "there are no more points than coefficients, so nothing tells how they scatter"
     params = {
@@ -298,7 +294,7 @@ def polynomial(
 
     Coefficients are in units of the values over those of the axis to their power. FitError for fewer points
     than coefficients and for deviations that are not positive; SingularFitError where coefficients cannot be
-    told apart; ProgramError for a negative order. Elements that are not finite leave no coefficient finite.
+    told apart; ProgramError for a negative order. FitError for a selected element that is not finite.
 
         >>> import dataprocessing as dp
         >>> parabola = dp.Array1D([4.0, 1.0, 0.0, 1.0, 4.0], dp.Axis(1000.0, 1.0))
@@ -405,7 +401,7 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
         law = function.power_law(k)
         name = window.name or f"peak {k + 1}"
         if law.rank() < order + 1:
-            raise _failure(SingularFitError, f"The background of {name} has too few positive points.")
+            raise failure(SingularFitError, f"The background of {name} has too few positive points.")
         errors = law.standard_errors()
         for j, coefficient in enumerate(law.coefficients()):
             params[f"c{j} of {name}"] = Parameter(f"c{j} of {name}", float(coefficient), float(errors[j]))
@@ -580,7 +576,7 @@ def _parameters(names: Sequence[str], fit: Any, kinds: Sequence[Any]) -> dict[st
 def _ended(result: FitResult, fit: Any) -> FitResult:
     """The result, or FitError, which has it as ``result``, where the fit led nowhere."""
     if fit.end in _FAILED:
-        error = _failure(FitError, result.message)
+        error = failure(FitError, result.message)
         error.result = result
         raise error
     return result
@@ -713,6 +709,7 @@ def peaks(
     """
     data = _spectrum(a)
     start, stop = (-math.inf, math.inf) if over is None else over
+    model = model.copy()  # another thread may add to it meanwhile
     kinds = model._core.kinds()
     out = _core.pkmd_fit(
         model._core, data, _choice(_OBJECTIVES, objective, "objective"), weights, _choice(_ERRORS, errors, "errors"),
@@ -740,7 +737,8 @@ def solve(a: Any, b: Any) -> FitResult:
     """The least-squares solution of ``a x = b``, for as many equations as unknowns or more.
 
     ``a`` is a matrix of (equations, unknowns), ``b`` a vector; all equations weigh alike, and the errors come from the
-    residuals. SizeError for sizes that do not fit, ValueError for other dimensions.
+    residuals. SizeError for sizes that do not fit, ValueError for other dimensions, SingularFitError for a matrix of
+    zeros, FitError for numbers that are not finite.
 
         >>> import dataprocessing as dp
         >>> fit = dp.fitting.solve([[1, 0], [1, 1], [1, 2]], [1.0, 3.0, 5.0])
@@ -748,6 +746,10 @@ def solve(a: Any, b: Any) -> FitResult:
         (2.0, 3)
     """
     solution = _core.eqns_solve_equations(a, b, _core.Columns.SCALED)
+    if solution.rank == 0:
+        raise failure(SingularFitError, "The equations tell none of the unknowns.")
+    if not np.isfinite(solution.x).all():
+        raise failure(FitError, "The solution is not finite: a coefficient or a right-hand side is not, or too large.")
     note = "" if solution.degrees_of_freedom > 0 else "there are no more equations than unknowns"
     params = {
         f"x{j}": Parameter(f"x{j}", float(value), float(error), note=note)

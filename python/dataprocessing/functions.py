@@ -11,6 +11,7 @@ from collections.abc import Callable
 import numpy as np
 
 from dataprocessing import _core
+from dataprocessing._arrays import without_masked
 from dataprocessing._core import Array1D, Array2D, ComplexConversion, Function, Mask1D, Mask2D
 
 TYPE_CHECKING = False  # see __init__
@@ -231,12 +232,29 @@ def _exact_pair(a: Any, b: Any) -> tuple[Any, Any]:
     return (pair[0], pair[1]) if like is a else (pair[1], pair[0])
 
 
+def _meeting(a: Any, b: Any) -> list[Any]:
+    """Those that are arrays, where their axes and units may meet."""
+    arrays = [x for x in (a, b) if isinstance(x, _ARRAYS)]
+    if len(arrays) == 2:
+        if a.ndim != b.ndim:
+            raise TypeError("a 1D array and a 2D array do not combine")
+        _core.check_axes(a, b)
+        _core.check_units(a, b)
+    return arrays
+
+
+def _named(result: Any, arrays: list[Any]) -> Any:
+    """The quantity stays: with the words that the arrays agree on."""
+    if arrays:
+        _core.take_labels(result, arrays[0], arrays[-1])
+    return result
+
+
 def _extreme(a: Any, b: Any, choose: Callable[[Any, Any], Any], numpy: np.ufunc) -> Any:
     if not isinstance(a, _ARRAYS) and not isinstance(b, _ARRAYS):
         return numpy(a, b)
-    if isinstance(a, _ARRAYS) and isinstance(b, _ARRAYS) and a.ndim != b.ndim:
-        raise TypeError("a 1D array and a 2D array do not combine")
-    a, b = _exact_pair(a, b)
+    arrays = _meeting(a, b)
+    a, b = _exact_pair(without_masked(a), without_masked(b))
     if a.dtype.kind == "c":
         raise TypeError("complex elements have no order; take abs(a) or a.real first")
     result = choose(a, b)
@@ -244,11 +262,13 @@ def _extreme(a: Any, b: Any, choose: Callable[[Any, Any], Any], numpy: np.ufunc)
         # A comparison with NaN is false, so one of the two orders keeps it.
         swapped = choose(b, a)
         np.copyto(result.values, swapped.values, where=np.isnan(swapped.values))
-    return result
+    return _named(result, arrays)
 
 
 def minimum(a: Any, b: Any) -> Any:
     """The smaller of both, element by element; NaN where either is. Arrays are aligned first.
+
+    The quantity stays: with the name and the unit that both have. UnitError for two different units.
 
         >>> import dataprocessing as dp
         >>> dp.minimum(dp.Array1D([1, 5]), 3).values
@@ -260,6 +280,8 @@ def minimum(a: Any, b: Any) -> Any:
 def maximum(a: Any, b: Any) -> Any:
     """The larger of both, element by element; NaN where either is. Arrays are aligned first.
 
+    Name and unit are those of ``minimum``.
+
         >>> import dataprocessing as dp
         >>> dp.maximum(dp.Array1D([1, 5]), 3).values
         array([3, 5], dtype=int32)
@@ -270,6 +292,8 @@ def maximum(a: Any, b: Any) -> Any:
 def where(mask: Any, a: Any, b: Any) -> Any:
     """``a`` where the mask is true, ``b`` elsewhere: arrays or numbers, on the axes of the mask.
 
+    Arrays are brought there first; name and unit are those of ``minimum``.
+
         >>> import dataprocessing as dp
         >>> counts = dp.Array1D([3, 70000, 5])
         >>> dp.where(counts > 65535, 0, counts).values
@@ -277,6 +301,13 @@ def where(mask: Any, a: Any, b: Any) -> Any:
     """
     if not isinstance(mask, (Mask1D, Mask2D)):
         raise TypeError("where takes a mask, as comparisons of arrays give it")
-    if isinstance(a, _ARRAYS) or isinstance(b, _ARRAYS):
-        a, b = _exact_pair(a, b)
-    return _core.tnry_ternary(mask, a, b)
+    arrays = _meeting(a, b)
+    for x in arrays:
+        if x.ndim != mask.ndim:
+            raise TypeError("a mask and an array of other dimensions do not combine")
+        _core.check_axes(mask, x)
+    if arrays:
+        a, b = _exact_pair(without_masked(a), without_masked(b))
+    result = _named(_core.tnry_ternary(mask, a, b), arrays)
+    _core.take_axes(result, mask)
+    return result

@@ -1,11 +1,13 @@
 #include "array.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <limits>
 
 #include <pybind11/stl.h>
 
+#include "alignment.h"
 #include "axis.h"
 #include "dtype.h"
 #include "errors.h"
@@ -67,6 +69,31 @@ dtyp_cDataType typeOfWideIntegers(const py::array& integers) {
     return dtyp_Double;
 }
 
+/// Masked elements would become whatever lies below the mask.
+void refuseMasked(const py::handle& values) {
+    if (Py_TYPE(values.ptr()) == py::detail::npy_api::get().PyArray_Type_ ||
+        !py::isinstance<py::array>(values))
+        return;
+    if (py::cast<bool>(numpy().attr("ma").attr("is_masked")(values)))
+        throw py::type_error("arrays hold no masked elements; fill them first: "
+                             ".filled(np.nan)");
+}
+
+/// Values of any type in one from which the library makes integers; those of 64 bits are brought
+/// into the limits of `type`.
+py::array forIntegers(const py::array& values, dtyp_cDataType type) {
+    const char kind = values.dtype().kind();
+    if (values.dtype().itemsize() == 8 && (kind == 'i' || kind == 'u')) {
+        const py::object info = numpy().attr("iinfo")(dtypeOf(type));
+        const py::object least =
+            kind == 'u' ? py::object(py::int_(0)) : py::object(info.attr("min"));
+        return numpy().attr("clip")(values, least, info.attr("max")).attr("astype")(dtypeOf(type));
+    }
+    if (kind == 'b' || kind == 'c' || !codeOf(values.dtype()).IsKnown())
+        return values.attr("astype")(kind == 'b' ? dtypeOf(type) : dtypeOf(dtyp_Double));
+    return values;
+}
+
 // ---- Indexing ----------------------------------------------------------------------------------
 
 /// A stretch of one axis that an index takes.
@@ -99,11 +126,79 @@ sPart partOf(const py::handle& index, int size, int axis) {
 }
 
 bool isPositional(const py::handle& index) {
-    if (py::isinstance<py::slice>(index) || py::isinstance<py::ellipsis>(index))
+    if (PyLong_CheckExact(index.ptr()) || py::isinstance<py::slice>(index) ||
+        py::isinstance<py::ellipsis>(index))
         return true;
     if (py::isinstance<py::float_>(index))
         throw py::index_error("indices are integers; .at(x) and .sel(start, stop) take positions");
-    return PyIndex_Check(index.ptr()) != 0 && !PyBool_Check(index.ptr());
+    // numpy's arrays all have an __index__; that of those which are no integer refuses.
+    if (py::isinstance<py::array>(index)) {
+        const auto array = py::reinterpret_borrow<py::array>(index);
+        const char kind = array.dtype().kind();
+        return array.ndim() == 0 && (kind == 'i' || kind == 'u');
+    }
+    static const PyObject* const numpysBool = py::object(numpy().attr("bool_")).release().ptr();
+    return PyIndex_Check(index.ptr()) != 0 && !PyBool_Check(index.ptr()) &&
+           reinterpret_cast<const PyObject*>(Py_TYPE(index.ptr())) != numpysBool;
+}
+
+bool isPositional(const py::tuple& indices) {
+    return std::all_of(indices.begin(), indices.end(),
+                       [](const py::handle& index) { return isPositional(index); });
+}
+
+py::tuple tupleOf(const py::object& index) {
+    return py::isinstance<py::tuple>(index) ? py::reinterpret_borrow<py::tuple>(index)
+                                            : py::make_tuple(index);
+}
+
+/// The elements of a mask that stands for the axes from `axis` on; ValueError where it lies
+/// elsewhere than these.
+template<class Mask, class Object>
+py::array elementsOfMask(const Object& of, int axis, const py::handle& mask) {
+    const Mask& over = held<Mask>(mask.ptr());
+    for (int i = 0; i < Mask::dimensions && axis + i < Object::dimensions; ++i)
+        if (!isSameGrid(of.Cal(axis + i), of.Size(axis + i), over.Cal(i), over.Size(i)))
+            throw py::value_error("a mask takes elements on its own grid only; these differ in "
+                                  "size, range or delta");
+    return viewOf(mask);
+}
+
+/// The index with the elements of masks for the masks.
+template<class Object>
+py::object withoutMasks(const Object& of, const py::object& index) {
+    const py::tuple given = tupleOf(index);
+    const auto axesOfEntry = [](const py::handle& entry) {
+        if (isInstance<sMask2D>(entry.ptr()))
+            return 2;
+        if (py::isinstance<py::array>(entry) &&
+            py::reinterpret_borrow<py::array>(entry).dtype().kind() == 'b')
+            return static_cast<int>(py::reinterpret_borrow<py::array>(entry).ndim());
+        return entry.is_none() || py::isinstance<py::ellipsis>(entry) ? 0 : 1;
+    };
+    int taken = 0;
+    for (const py::handle& entry : given)
+        taken += axesOfEntry(entry);
+    py::tuple plain(given.size());
+    int axis = 0;
+    for (std::size_t i = 0; i < given.size(); ++i) {
+        const py::object entry = given[i];
+        if (isInstance<sMask1D>(entry.ptr()))
+            plain[i] = elementsOfMask<sMask1D>(of, axis, entry);
+        else if (isInstance<sMask2D>(entry.ptr()))
+            plain[i] = elementsOfMask<sMask2D>(of, axis, entry);
+        else
+            plain[i] = entry;
+        axis +=
+            py::isinstance<py::ellipsis>(entry) ? Object::dimensions - taken : axesOfEntry(entry);
+    }
+    return py::isinstance<py::tuple>(index) ? py::object(plain) : py::object(plain[0]);
+}
+
+/// Elements by a mask or by what else numpy takes: an ndarray, as numpy gives it.
+template<class Object>
+py::object byNumpy(const py::handle& self, const py::object& index) {
+    return viewOf(self)[withoutMasks(held<Object>(self.ptr()), index)];
 }
 
 template<class Object>
@@ -122,21 +217,11 @@ Object selection(const Object& from, const sPart* parts) {
     return like<Object>(from, std::move(values), from.labels);
 }
 
-/// Elements by a mask or by what else numpy takes: an ndarray, as numpy gives it.
-py::object byNumpy(const py::handle& self, const py::handle& index) {
-    return viewOf(self)[py::reinterpret_borrow<py::object>(index)];
-}
-
 /// An index of fewer entries than axes, or with `...`, filled up with whole axes.
-std::array<py::object, 2> entriesOf2D(const py::handle& index) {
-    const py::object whole = py::slice(py::none(), py::none(), py::none());
-    std::array<py::object, 2> entries = {whole, whole};
-    if (!py::isinstance<py::tuple>(index)) {
-        if (!py::isinstance<py::ellipsis>(index))
-            entries[0] = py::reinterpret_borrow<py::object>(index);
-        return entries;
-    }
-    const auto tuple = py::reinterpret_borrow<py::tuple>(index);
+template<std::size_t axes>
+std::array<py::object, axes> entriesOf(const py::tuple& tuple) {
+    std::array<py::object, axes> entries;
+    entries.fill(py::slice(py::none(), py::none(), py::none()));
     std::size_t behind = 0;
     bool filled = false;
     for (std::size_t i = 0; i < tuple.size(); ++i) {
@@ -145,31 +230,21 @@ std::array<py::object, 2> entriesOf2D(const py::handle& index) {
                 throw py::index_error("an index has one ellipsis at most");
             filled = true;
             behind = tuple.size() - i - 1;
-        } else if (i < 2 + (filled ? 1u : 0u)) {
-            entries[filled ? 2 - behind + (i + behind - tuple.size()) : i] = tuple[i];
+        } else if (tuple.size() <= axes + (filled ? 1u : 0u)) {
+            entries[filled ? axes - behind + (i + behind - tuple.size()) : i] = tuple[i];
         }
     }
-    if (tuple.size() > 2 + (filled ? 1u : 0u))
-        throw py::index_error("too many indices for a 2D array");
+    if (tuple.size() > axes + (filled ? 1u : 0u))
+        throw py::index_error("too many indices for a " + std::to_string(axes) + "D array");
     return entries;
 }
 
 py::object get1D(const py::object& self, const py::object& index) {
     const sArray1D& array = held<sArray1D>(self.ptr());
-    if (!isPositional(index) && !(py::isinstance<py::tuple>(index)))
-        return byNumpy(self, index);
-    py::object entry = index;
-    if (py::isinstance<py::tuple>(index)) {
-        const auto tuple = py::reinterpret_borrow<py::tuple>(index);
-        if (tuple.size() != 1)
-            throw py::index_error("a 1D array takes one index");
-        entry = tuple[0];
-        if (!isPositional(entry))
-            return byNumpy(self, index);
-    }
-    if (py::isinstance<py::ellipsis>(entry))
-        entry = py::slice(py::none(), py::none(), py::none());
-    const sPart part = partOf(entry, array.Size(0), 0);
+    const py::tuple tuple = tupleOf(index);
+    if (!isPositional(tuple))
+        return byNumpy<sArray1D>(self, index);
+    const sPart part = partOf(entriesOf<1>(tuple)[0], array.Size(0), 0);
     if (part.isElement)
         return scalar(array.values.Number(static_cast<int>(part.first)));
     return py::cast(selection(array, &part));
@@ -177,11 +252,10 @@ py::object get1D(const py::object& self, const py::object& index) {
 
 py::object get2D(const py::object& self, const py::object& index) {
     const sArray2D& image = held<sArray2D>(self.ptr());
-    if (!py::isinstance<py::tuple>(index) && !isPositional(index))
-        return byNumpy(self, index);
-    const std::array<py::object, 2> entries = entriesOf2D(index);
-    if (!isPositional(entries[0]) || !isPositional(entries[1]))
-        return byNumpy(self, index);
+    const py::tuple tuple = tupleOf(index);
+    if (!isPositional(tuple))
+        return byNumpy<sArray2D>(self, index);
+    const std::array<py::object, 2> entries = entriesOf<2>(tuple);
     const sPart parts[2] = {partOf(entries[0], image.Size(0), 0),
                             partOf(entries[1], image.Size(1), 1)};
     if (parts[0].isElement && parts[1].isElement)
@@ -201,11 +275,11 @@ py::object get2D(const py::object& self, const py::object& index) {
     return py::cast(std::move(line));
 }
 
+template<class Object>
 void set(const py::object& self, const py::object& index, const py::object& value) {
     const py::array view = viewOf(self);
-    const py::object to = isInstance<sMask1D>(index.ptr()) || isInstance<sMask2D>(index.ptr())
-                              ? py::object(viewOf(index))
-                              : index;
+    refuseMasked(value);
+    const py::object to = withoutMasks(held<Object>(self.ptr()), index);
     if (PyObject_SetItem(view.ptr(), to.ptr(), value.ptr()) != 0)
         throw py::error_already_set();
 }
@@ -402,7 +476,7 @@ void defineArray(py::module_& module, const char* name, const char* docstring,
     >>> dp.Array1D([0.0]).identical(dp.Array1D([-0.0]))
     False
 )")
-        .def("__setitem__", &set)
+        .def("__setitem__", &set<Object>)
         .def("__array__", &asArray, py::arg("dtype") = py::none(), py::arg("copy") = py::none());
     if constexpr (Object::dimensions == 1)
         type.def("__getitem__", &get1D);
@@ -458,9 +532,9 @@ void defineMask(py::module_& module, const char* name, const char* docstring,
     >>> (dp.Array1D([1, 5]) > 1).copy().values
     array([False,  True])
 )")
-        .def("__getitem__",
-             [](const py::object& self, const py::object& index) { return byNumpy(self, index); })
-        .def("__setitem__", &set)
+        .def("__getitem__", [](const py::object& self,
+                               const py::object& index) { return byNumpy<Object>(self, index); })
+        .def("__setitem__", &set<Object>)
         .def("__array__", &asArray, py::arg("dtype") = py::none(), py::arg("copy") = py::none())
         .def("__bool__", [](const Object&) -> bool {
             throw py::value_error("a mask is no truth value; ask for .any() or .all()");
@@ -493,6 +567,7 @@ py::array asNumpy(const py::handle& values) {
     if (isInstance<sArray1D>(values.ptr()) || isInstance<sArray2D>(values.ptr()) ||
         isInstance<sMask1D>(values.ptr()) || isInstance<sMask2D>(values.ptr()))
         return viewOf(values);
+    refuseMasked(values);
     if (py::isinstance<py::array>(values))
         return py::reinterpret_borrow<py::array>(values);
     return py::array(numpy().attr("asarray")(values));
@@ -541,11 +616,17 @@ Object fromNumpy(const py::array& values, dtyp_cDataType type) {
                         (values.flags() & py::array::c_style) != 0 && isNative(values.dtype());
     if (asItIs) {
         std::memcpy(object.values.Data(), values.data(), static_cast<std::size_t>(values.nbytes()));
-    } else {
-        const py::array target(dtypeOf(type), shapeOf(object), {}, object.values.Data(),
-                               py::none());
-        numpy().attr("copyto")(target, values, py::arg("casting") = "unsafe");
+        return object;
     }
+    const bool isInteger = type.Code() <= dtyp_Int32;
+    const py::array from = isInteger ? forIntegers(values, type) : values;
+    if (isInteger && !(codeOf(from.dtype()) == type)) {
+        const Object own = fromNumpy<Object>(from, codeOf(from.dtype()));
+        object.values = conv_Convert(own.values, type, conv_RealPart);
+        return object;
+    }
+    const py::array target(dtypeOf(type), shapeOf(object), {}, object.values.Data(), py::none());
+    numpy().attr("copyto")(target, from, py::arg("casting") = "unsafe");
     return object;
 }
 
@@ -575,7 +656,8 @@ void registerArrays(py::module_& module) {
 
 `values` is anything that numpy takes for a one-dimensional array; it is copied. The elements keep their
 type where it is one of the ten, bool becomes uint8, float16 float32, 64-bit integers int32 if they fit,
-else float64 if exact, else OverflowError.
+else float64 if exact, else OverflowError. `dtype` asks for another type, made as by `astype`; TypeError for
+masked elements.
 
     >>> import dataprocessing as dp
     >>> a = dp.Array1D([12, 15, 90], dp.Axis(6.2, 0.1, unit="keV"), dtype="u2")

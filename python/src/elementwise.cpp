@@ -1,4 +1,6 @@
+#include "alignment.h"
 #include "arithmetic.h"
+#include "axis.h"
 #include "functions.h"
 #include "gil.h"
 #include "instances.h"
@@ -74,6 +76,47 @@ void defineTernary(py::module_& module) {
     };
     extreme("trny_min", [](const auto& a, const auto& b) { return trny_min(a, b); });
     extreme("trny_max", [](const auto& a, const auto& b) { return trny_max(a, b); });
+}
+
+template<class A, class B>
+void defineMeeting(py::module_& module) {
+    module.def(
+        "same_grid", [](const A& a, const B& b) { return haveSameGrid(a, b); },
+        "Whether elements of equal index lie at equal positions, and there are equally many.");
+    module.def(
+        "check_axes",
+        [](const A& a, const B& b) {
+            checkAxes(a, b);
+            for (int axis = 0; axis < A::dimensions; ++axis)
+                mergedAxis(a.axes[axis], b.axes[axis]);
+        },
+        "Warns and refuses as an operator does where both are to meet.");
+    module.def(
+        "take_axes",
+        [](A& to, const B& from) {
+            for (int axis = 0; axis < A::dimensions; ++axis)
+                to.axes[axis] = mergedAxis(to.axes[axis], from.axes[axis]);
+        },
+        "Adds the words of the axes that only the other one has.");
+}
+
+template<class A, class Mask>
+void defineMeetings(py::module_& module) {
+    defineMeeting<A, A>(module);
+    defineMeeting<A, Mask>(module);
+    defineMeeting<Mask, A>(module);
+    defineMeeting<Mask, Mask>(module);
+    module.def(
+        "check_units", [](const A& a, const A& b) { mergedValues(a.labels, b.labels); },
+        "UnitError for values in two different units.");
+    module.def(
+        "take_labels",
+        [](A& to, const A& a, const A& b) {
+            to.labels = mergedValues(a.labels, b.labels);
+            for (int axis = 0; axis < A::dimensions; ++axis)
+                to.axes[axis] = mergedAxis(a.axes[axis], b.axes[axis]);
+        },
+        "Gives the words that a result of both has whose quantity stays.");
 }
 
 struct sNamed {
@@ -226,6 +269,8 @@ void registerElementwise(py::module_& module) {
         .value("CONJ", unry_Conj);
     defineBinary<sArray1D, sMask1D>(module);
     defineBinary<sArray2D, sMask2D>(module);
+    defineMeetings<sArray1D, sMask1D>(module);
+    defineMeetings<sArray2D, sMask2D>(module);
     defineTernary<sArray1D, sMask1D>(module);
     defineTernary<sArray2D, sMask2D>(module);
     defineUnary<sArray1D>(module);

@@ -81,6 +81,11 @@ void registerErrors(py::module_& module) {
                           "An error of the library: `unit` and `line` name the place that refused, "
                           "`message` says why.",
                           bases(PyExc_Exception));
+    // Of errors that Python raises without saying more.
+    const py::handle base(classes.base);
+    base.attr("unit") = "";
+    base.attr("line") = 0;
+    base.attr("message") = "";
     classes.program = define(module, "ProgramError", "A misuse that the caller could have avoided.",
                              bases(classes.base, PyExc_ValueError));
     classes.data = define(module, "DataError", "An operation that the data do not allow.",

@@ -382,12 +382,14 @@ void definePeakResult(py::module_& module) {
            const py::kwargs& control) {
             const pkmd_sOptions options =
                 peakOptions(objective, weights, errors, windows, from, to, control);
+            // The model may change while the lock is released, or by an observer.
+            const pkmd_cModel own = model;
             // An observer is Python's.
             if (options.control.observer)
-                return pkmd_Fit(model, spectrum.values, options);
+                return pkmd_Fit(own, spectrum.values, options);
             constexpr double perChannel = 1000;
             const cWithoutGil released(spectrum.Count(), perChannel);
-            return pkmd_Fit(model, spectrum.values, options);
+            return pkmd_Fit(own, spectrum.values, options);
         },
         py::arg("model"), py::arg("spectrum"), py::arg("objective") = nlsq_PoissonLikelihood,
         py::arg("weights") = py::none(), py::arg("errors") = nlsq_ErrorsAsGiven,
@@ -402,8 +404,9 @@ void definePeakAnswers(py::module_& module) {
         [](const pkmd_cModel& model, const sArray1D& spectrum, const pkmd_sResult& found,
            int parameter, nlsq_eObjective objective, const py::object& weights, nlsq_eErrors errors,
            double windows, double from, double to, const py::kwargs& control) {
+            const pkmd_cModel own = model;
             const pkmd_sInterval interval =
-                pkmd_Interval(model, spectrum.values, found, parameter,
+                pkmd_Interval(own, spectrum.values, found, parameter,
                               peakOptions(objective, weights, errors, windows, from, to, control));
             return py::make_tuple(interval.lower, interval.upper);
         },

@@ -8,7 +8,10 @@ import weakref
 import dataprocessing as dp
 import numpy as np
 import pytest
-from conftest import SAMPLES, sample
+from conftest import INTEGERS, SAMPLES, sample
+from hypothesis import given
+from hypothesis import strategies as st
+from hypothesis.extra import numpy as hnp
 
 
 def test_the_ten_types_stay(dtype):
@@ -159,6 +162,66 @@ def test_masks_and_lists_of_indices_give_what_numpy_gives():
     assert (a[[0, 2]] == [5, 7]).all()
     a[a > 2] = 0
     assert a.values.tolist() == [0, 1, 0]
+
+
+# Steps other than 1 and positions are refused by arrays; all else is what numpy makes of it.
+ENTRIES = st.one_of(
+    st.integers(-6, 6),
+    st.integers(-6, 6).map(np.int16),
+    st.integers(-6, 6).map(np.array),
+    st.booleans().map(np.bool_),
+    st.tuples(*[st.none() | st.integers(-7, 7)] * 2).map(lambda ends: slice(*ends)),
+    st.just(...),
+    st.none(),
+    st.lists(st.integers(-5, 5), max_size=4),
+    hnp.arrays(st.sampled_from(["i8", "u1", "i2"]), hnp.array_shapes(max_dims=2, max_side=3), elements=st.integers(0, 4)),
+    hnp.arrays(bool, st.sampled_from([(4,), (5,), (4, 5), ()])),
+)
+
+
+def outcome(call):
+    try:
+        found = call()
+    except (IndexError, ValueError) as error:
+        return IndexError if isinstance(error, IndexError) else ValueError
+    return np.asarray(found).dtype, np.asarray(found).shape, np.asarray(found).tolist()
+
+
+@pytest.mark.filterwarnings("ignore::DeprecationWarning")
+@given(st.sampled_from([(5,), (4, 5)]), ENTRIES | st.lists(ENTRIES, max_size=3).map(tuple))
+def test_indices_of_all_kinds_take_and_write_what_numpys_do(shape, index):
+    values = np.arange(int(np.prod(shape)), dtype="i4").reshape(shape)
+    a = dp.array(values)
+    assert outcome(lambda: a[index]) == outcome(lambda: values[index])
+
+    def written(to):
+        to[index] = 99
+        return to
+
+    assert outcome(lambda: written(a)) == outcome(lambda: written(values))
+
+
+def test_what_numpy_finds_is_an_index():
+    a, image = dp.Array1D([5.0, 1.0, 7.0]), dp.Array2D(np.arange(6.0).reshape(2, 3))
+    assert a[a.values > 2].tolist() == [5, 7] and a[np.array([0, 2])].tolist() == [5, 7]
+    assert a[np.argsort(a)].tolist() == [1, 5, 7] and image[np.where(image.values > 3)].tolist() == [4, 5]
+    assert image[:, np.array([0, 1])].tolist() == [[0, 1], [3, 4]]
+
+
+@pytest.mark.parametrize("source", ["i8", "u8", "i4", "u4", "i2", "f4", "f8", "f2", "?"])
+@pytest.mark.parametrize("dtype", INTEGERS)
+def test_types_asked_for_are_made_as_conversion_makes_them(source, dtype):
+    values = np.array([300, 1, 0, 41]).astype(source)
+    if source[0] in "if":
+        values[2] = -1
+    if source[0] == "f":
+        values[1:] += values.dtype.type(0.5)
+    if source in ("i8", "u8"):
+        values[3] = 2**62
+    info = np.iinfo(dtype)
+    wanted = [min(max(round(v), info.min), info.max) for v in values.tolist()]
+    assert dp.Array1D(values, dtype=dtype).values.tolist() == wanted
+    assert dp.array(np.array([values, values])[:, ::-1], dtype=dtype).values.tolist() == [wanted[::-1]] * 2
 
 
 def test_writing_by_index():

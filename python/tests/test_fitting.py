@@ -81,6 +81,14 @@ class TestPolynomial:
         with pytest.raises(ValueError, match="about"):
             dp.fitting.polynomial(a, about="end")
 
+    @pytest.mark.parametrize("bad", [math.nan, math.inf])
+    def test_elements_that_are_not_finite_are_a_failure(self, bad):
+        a = dp.Array1D([1.0, bad, 3.0, 4.0], dp.Axis(1.0))
+        with pytest.raises(dp.FitError) as caught:
+            dp.fitting.polynomial(a)
+        assert "finite" in caught.value.message and caught.value.unit == "fitting"
+        assert dp.fitting.polynomial(a, (3.0, 5.0)).success
+
     def test_errors_without_freedom_are_missing_with_a_reason(self):
         fit = dp.fitting.polynomial(dp.Array1D([1.0, 2.0]))
         assert math.isnan(fit.params["c1"].stderr) and math.isnan(fit.reduced)
@@ -359,6 +367,11 @@ class TestSolve:
             dp.fitting.solve(np.ones((3, 2)), np.ones(2))
         with pytest.raises(ValueError):
             dp.fitting.solve(np.ones(3), np.ones(3))
+        with pytest.raises(dp.SingularFitError):
+            dp.fitting.solve(np.zeros((3, 2)), np.ones(3))
+        for a, b in ((np.full((3, 2), math.nan), np.ones(3)), (np.eye(3, 2), [1, math.nan, 2])):
+            with pytest.raises(dp.FitError):
+                dp.fitting.solve(a, b)
 
 
 class TestResult:
@@ -433,7 +446,7 @@ class TestSelection:
         selection.on_change(lambda s, own=selection: None)
         del selection
         gc.collect()
-        assert reference() is None and window._functions == []
+        assert reference() is None and window._subscriptions == []
 
     def test_errors_of_listeners_come_through(self):
         selection = Selection()

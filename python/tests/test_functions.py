@@ -202,6 +202,31 @@ class TestRanges:
         window.start = -1
         assert heard == [(1, 3), (0, 5)]
 
+    def test_subscriptions_are_their_own(self):
+        window, heard = dp.Range(1, 2), []
+        hear = heard.append
+        first, second = window.on_change(hear), window.on_change(hear)
+        first.cancel()
+        first.cancel()
+        window.end = 3
+        assert len(heard) == 1
+        second.cancel()
+        window.end = 4
+        assert len(heard) == 1
+
+    def test_what_an_earlier_one_cancels_is_not_called(self):
+        changes = [
+            (dp.Range(1, 2), lambda r: r.set(5, 6)),
+            (dp.Rect(0, 0, 1, 1), lambda r: r.set(0, 0, 5, 5)),
+            (dp.fitting.Selection(), lambda s: s.add((1, 2))),
+        ]
+        for made, change in changes:
+            heard, later = [], []
+            made.on_change(lambda _, later=later: later[0].cancel())
+            later.append(made.on_change(heard.append))
+            change(made)
+            assert heard == []
+
     def test_a_function_that_raises_passes_through(self):
         window = dp.Range()
         window.on_change(lambda r: 1 / 0)
@@ -300,3 +325,13 @@ def test_errors_say_where_and_why():
     assert error.message and str(error) == f"resc:1: {error.message}"
     with pytest.raises(dp.IndexOutOfRangeError):
         dp.Array2D(np.zeros((2, 2))).row(5)
+
+
+def test_errors_of_python_say_so_too():
+    a = dp.Array1D([1.0, 2.0])
+    with pytest.raises(dp.IndexOutOfRangeError) as caught:
+        a.sel(-5, 100, outside="raise")
+    error = caught.value
+    assert error.unit == "dataprocessing" and error.line == 0 and error.message == str(error) and "outside" in error.message
+    bare = dp.DataProcessingError("of one's own")
+    assert (bare.unit, bare.line, bare.message) == ("", 0, "")

@@ -125,11 +125,21 @@ def test_assertions_for_tests():
     assert_identical(a, a.copy())
     with pytest.raises(AssertionError, match=r"\(1,\)"):
         assert_identical(a, dp.Array1D([1.0, 3.0]))
+    mask = a > 1
+    assert_identical(mask, mask.copy())
+    assert_identical(a.values, a.values.copy())
+    for one, other in ((mask, ~mask), (a.values, -a.values), (a, a.values), (mask, a), (mask, dp.Mask1D([False, True], dp.Axis(5)))):
+        with pytest.raises(AssertionError):
+            assert_identical(one, other)
+    with pytest.raises(AssertionError, match="arrays"):
+        assert_close(a.values, a)
     with pytest.raises(AssertionError, match="dtype"):
         assert_identical(a, a.astype("f4"))
     assert_close(a, dp.Array1D([1.0, 2.0 + 1e-9]))
     with pytest.raises(AssertionError):
         assert_close(a, dp.Array1D([1.0, 2.0], dp.Axis(0.5)))
+    optimised = "from dataprocessing.testing import *; import dataprocessing as dp; assert_identical(dp.Array1D([1]), dp.Array1D([2]))"
+    assert b"AssertionError" in subprocess.run([sys.executable, "-O", "-c", optimised], capture_output=True).stderr
     assert not math.isnan(a.sum())
 
 

@@ -300,6 +300,15 @@ def test_empty_maps(fit):
     assert image.shape == (0,) and list(spectrum) == [0, 0, 0, 0]
 
 
+def test_arrays_bring_their_axis():
+    image = dp.Array2D(np.ones((2, 6)), axes=(dp.Axis(), dp.Axis(0, 0.5)))
+    assert dp.maps.smooth(image, 3, 1).axis == dp.Axis(0, 0.5)
+    assert dp.maps.smooth(image, 3, 1, axis=dp.Axis(7)).axis == dp.Axis(7)
+    assert dp.maps.integrate(image[0], (0.9, 1.6))["window 1"] == 2
+    bound = dp.maps.polynomial(dp.Array2D(np.outer([1.0, 2.0], image.axes[1].positions(6)), image.axes))
+    assert bound["c1"] == pytest.approx([1.0, 2.0]) and bound.fixed["offset"] == 1.25
+
+
 def test_refusals():
     data = made()
     with pytest.raises(TypeError, match="real numbers"):

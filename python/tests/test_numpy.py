@@ -138,6 +138,13 @@ def test_limits_beyond_the_type_leave_its_ends(dtype):
         a.clip()
 
 
+@pytest.mark.parametrize("dtype", INTEGERS)
+def test_sums_of_integers_are_doubles(dtype):
+    for values in (sample(dtype), sample(dtype)[:2], np.zeros((0,), dtype), sample(dtype)[None, :]):
+        found = dp.array(values).sum()
+        assert type(found) is np.float64 and found == values.astype("f8").sum()
+
+
 def test_numpy_calls_the_methods():
     a = dp.Array1D([0.25, 1.5, 7.75], AXES[1], name="n")
     assert np.clip(a, 1, 2).identical(a.clip(1, 2)) and np.round(a, 1).identical(a.round(1))

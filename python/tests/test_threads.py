@@ -1,5 +1,6 @@
 """Many threads over the same arrays, with the interpreter's lock released; other interpreters are refused."""
 
+import contextlib
 import pickle
 import subprocess
 import sys
@@ -123,6 +124,21 @@ def test_views_and_arrays_come_and_go_on_all_threads():
         assert view[0] == view[-1] == k and (shared[k] + view)[7] == 2 * k and memoryview(shared[k])[9] == k
 
     assert together(work, 60) == []
+
+
+def test_models_grow_while_they_are_fitted():
+    grown = MODEL.copy()
+    long = dp.Array1D(np.tile(PEAKED.values, 20), dp.Axis(5.0, 0.01))
+
+    def work(number):
+        if number % 2:
+            grown.fix(*grown.peak("gaussian", 12.0, 1.0, 0.1)[:3])
+            return
+        with contextlib.suppress(dp.FitError):
+            dp.fitting.peaks(long, grown, most_evaluations=3)
+
+    assert together(work, 40) == [] and len(grown.names) == 4 + 3 * THREADS * 20
+    assert grown.copy().names == grown.names
 
 
 def test_ranges_are_heard_by_all():
