@@ -123,7 +123,7 @@ Table mapsOperations() {
         std::vector<double> values(spectra * channels);
         maps_cWorkspace workspace;
         maps_Shift(stack(), shifts, {values, {}, {}}, workspace);
-        return bytesOfRun(same, 2) + bytesOf(values[5], values[channels]);
+        return bytesOfRun(same, 2) + bytesOf(same.Channels(), values[5], values[channels]);
     });
     table.Add("peaks of a map", [](Operands&) {
         pkmd_cModel model;
