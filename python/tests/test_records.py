@@ -54,14 +54,20 @@ def test_labels_are_left_out():
     assert (found.unit, found.axis.unit, found.axis.delta) == ("", "", 0.1)
 
 
-@pytest.mark.parametrize("form", FORMS)
-def test_fits(form):
+def fitted():
+    """The model of a line, the line, and what its fit gives."""
     x = AXIS.positions(60)
     data = dp.Array1D(np.round(20 + 300 * np.exp(-(((x - 9) / 0.3) ** 2) / 2)), AXIS)
     model = _core.pkmd_cModel()
     model.add_peak(_core.Shape.GAUSSIAN, 9, 300, 0.3)
     model.add_polynomial([20])
     result = _core.pkmd_fit(model, data)
+    return model, data, result
+
+
+@pytest.mark.parametrize("form", FORMS)
+def test_fits(form):
+    model, data, result = fitted()
     again = loaded(result, form)
     assert np.array_equal(again.fit.parameters, result.fit.parameters) and again.names == result.names
     assert str(again) == str(result)
@@ -135,12 +141,7 @@ def test_what_was_kept_is_read():
 
 
 def test_intervals_and_reports():
-    x = AXIS.positions(60)
-    data = dp.Array1D(np.round(20 + 300 * np.exp(-(((x - 9) / 0.3) ** 2) / 2)), AXIS)
-    model = _core.pkmd_cModel()
-    model.add_peak(_core.Shape.GAUSSIAN, 9, 300, 0.3)
-    model.add_polynomial([20])
-    result = _core.pkmd_fit(model, data)
+    model, data, result = fitted()
     lower, upper = _core.pkmd_interval(model, data, result, model.height(0))
     height, error = result.peaks[0].height, result.peaks[0].height_error
     assert lower < height < upper and upper - lower == pytest.approx(2 * error, rel=0.05)

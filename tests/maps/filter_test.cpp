@@ -1,3 +1,4 @@
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -106,23 +107,32 @@ TEST(MapFilter, RebinsOntoAGridAndKeepsItsCalibration) {
     EXPECT_THAT(made.status, Each(maps_Good));
 }
 
+/// That the filter does with every spectrum what `smooth` does with one array.
+template<class Smooth>
+void expectAsAlone(const maps_cFilter& filter, std::span<const unsigned short> counts,
+                   std::size_t channels, const cal_c1DArrayCal& cal, double tolerance,
+                   const Smooth& smooth) {
+    EXPECT_EQ(filter.Cal(), cal);
+    const Spectra made(filter, stackOf(counts, channels, cal));
+    for (std::size_t q = 0; q < counts.size() / channels; ++q) {
+        const darr_c1DArray alone = smooth(arrayOf(counts.subspan(q * channels, channels), cal));
+        for (std::size_t j = 0; j < channels; ++j)
+            EXPECT_NEAR(made.values[q * channels + j], elementsOf(alone)[j], tolerance)
+                << q << ' ' << j;
+    }
+}
+
 TEST(MapFilter, SmoothsByPolynomialsAsOneSpectrumIsSmoothed) {
     const std::size_t channels = 57;
     const auto counts = someCounts(3, channels);
     const cal_c1DArrayCal cal(1, -0.5, 0);
-    for (const auto& [width, order, derivative] :
+    for (const std::array<int, 3>& with :
          {std::array{9, 2, 0}, {9, 3, 1}, {57, 4, 0}, {1, 0, 0}, {5, 2, 3}}) {
-        const maps_cFilter filter = maps_Smooth(channels, cal, width, order, derivative);
-        EXPECT_EQ(filter.Cal(), cal);
-        const Spectra made(filter, stackOf(std::span(counts), channels, cal));
-        for (std::size_t q = 0; q < 3; ++q) {
-            const darr_c1DArray alone =
-                smth_SavitzkyGolay(arrayOf(std::span(counts).subspan(q * channels, channels), cal),
-                                   width, order, derivative);
-            for (std::size_t j = 0; j < channels; ++j)
-                EXPECT_NEAR(made.values[q * channels + j], elementsOf(alone)[j], 1e-12)
-                    << width << ' ' << q << ' ' << j;
-        }
+        SCOPED_TRACE(testing::PrintToString(with));
+        expectAsAlone(maps_Smooth(channels, cal, with[0], with[1], with[2]), counts, channels, cal,
+                      1e-12, [&](const darr_c1DArray& array) {
+                          return smth_SavitzkyGolay(array, with[0], with[1], with[2]);
+                      });
     }
 }
 
@@ -131,15 +141,9 @@ TEST(MapFilter, AveragesByAGaussianCurveAsOneSpectrumIsAveraged) {
     const auto counts = someCounts(2, channels);
     const cal_c1DArrayCal cal(1, 0.5, 0);
     for (const double sigma : {0.0, 0.2, 1.5, 2.5, 2.6, 9.0, 300.0}) {
-        const maps_cFilter filter = maps_SmoothGauss(channels, cal, sigma);
-        const Spectra made(filter, stackOf(std::span(counts), channels, cal));
-        for (std::size_t q = 0; q < 2; ++q) {
-            const darr_c1DArray alone =
-                smth_Gauss(arrayOf(std::span(counts).subspan(q * channels, channels), cal), sigma);
-            for (std::size_t j = 0; j < channels; ++j)
-                EXPECT_NEAR(made.values[q * channels + j], elementsOf(alone)[j], 1e-13)
-                    << sigma << ' ' << q << ' ' << j;
-        }
+        SCOPED_TRACE(sigma);
+        expectAsAlone(maps_SmoothGauss(channels, cal, sigma), counts, channels, cal, 1e-13,
+                      [&](const darr_c1DArray& array) { return smth_Gauss(array, sigma); });
     }
 }
 
