@@ -82,6 +82,7 @@ void tellMisfit(Story& story) {
     const Analysis& analysis = story.analysis;
     Teller& teller = story.teller;
     const double chi = analysis.reducedChiSquared;
+    const double ofNoise = 1 + 3 * std::sqrt(2 / static_cast<double>(analysis.degreesOfFreedom));
     const std::string found =
         joined("Chi-squared per degree of freedom is ", fixed(chi, 2), ", with ",
                counted(analysis.degreesOfFreedom, "degree"), " of freedom",
@@ -93,7 +94,8 @@ void tellMisfit(Story& story) {
                           "errors, which rest on noise alone, are too small.");
     else
         teller.Say(found, ", so the model describes the spectrum ",
-                   chi > 1.2 ? "to within little more than its noise." : "to within its noise.");
+                   chi > ofNoise ? "to within little more than its noise."
+                                 : "to within its noise.");
     if (bad > 0)
         teller.Say("Around ", counted(bad, "line"), " of ", story.lines.size(),
                    " chi-squared is above ", badFit,
