@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <variant>
 #include <vector>
@@ -47,7 +48,7 @@ using Path = std::vector<pos_c2DPosition>;
 /// One image of a figure, with the name of its values. Row 0 is at the top.
 struct Panel {
     std::string title;
-    darr_c2DArray values;
+    std::reference_wrapper<const darr_c2DArray> values; // large: drawn where it stands
     std::string quantity;
     std::string unit; ///< of both axes
     std::vector<Path> paths = {};

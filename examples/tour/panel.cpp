@@ -123,11 +123,11 @@ double heightOf(double length, double breadth) {
 
 std::string descriptionOf(const Panel& panel, const Axis& x, const Axis& y, const Limits& limits) {
     std::ostringstream text;
-    text << "Image: " << panel.title << ". " << panel.values.SizeX() << " by "
-         << panel.values.SizeY() << " elements, x from " << x.Low() << " to " << x.High()
-         << ", y from " << y.Low() << " to " << y.High() << ' ' << panel.unit
-         << "; the colours show " << panel.quantity << " from " << limits.low << " to "
-         << limits.high << '.';
+    const darr_c2DArray& image = panel.values;
+    text << "Image: " << panel.title << ". " << image.SizeX() << " by " << image.SizeY()
+         << " elements, x from " << x.Low() << " to " << x.High() << ", y from " << y.Low()
+         << " to " << y.High() << ' ' << panel.unit << "; the colours show " << panel.quantity
+         << " from " << limits.low << " to " << limits.high << '.';
     return text.str();
 }
 
@@ -136,7 +136,7 @@ std::string descriptionOf(const Panel& panel, const Axis& x, const Axis& y, cons
 std::string drawn(const Panel& panel) {
     constexpr double barHeight = 10;
     const darr_c2DArray image = reduced(panel.values);
-    const rnge_c2DRange range = panel.values.Range();
+    const rnge_c2DRange range = panel.values.get().Range();
     const Limits limits = limitsOf(image, panel.isFullRange);
     const double height = heightOf(range.Top() - range.Bottom(), range.Right() - range.Left());
     const double bottom = top + height;

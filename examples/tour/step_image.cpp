@@ -11,8 +11,12 @@ namespace tour {
 
 namespace {
 
+/// Row by row, as doubles: the sum of an image of integers is one of 32 bits.
 double mean(const darr_c2DArray& image) {
-    return stat_Sum(conv_Convert(image, dtyp_Double)).As<double>() / image.Count();
+    double sum = 0;
+    for (int y = 0; y < image.SizeY(); ++y)
+        sum += stat_Sum(conv_Convert(image.LineAtY(y), dtyp_Double)).As<double>();
+    return sum / image.Count();
 }
 
 double largest(const darr_c2DArray& image) { return extr_Max(image, conv_RealPart).As<double>(); }

@@ -84,11 +84,12 @@ void stepPeriod(Story& story) {
         return pos_c2DPosition(v.x + cal.X().Delta() / 2, v.y + cal.Y().Delta() / 2);
     };
     const Path periods{middle(first), middle({0, 0}), middle(second)};
+    const darr_c2DArray corner = image.Selection(0, 0, 128, 128);
     const int half = correlation.SizeX() / 2;
     const darr_c2DArray centre = correlation.Selection(half - 64, half - 64, half + 64, half + 64);
     story.teller.Draw(
         {"A lattice with noise, and the periods found in its auto-correlation.",
-         {Panel{"a lattice with noise", image.Selection(0, 0, 128, 128), "counts", "mm"},
+         {Panel{"a lattice with noise", corner, "counts", "mm"},
           Panel{"the modulus of its auto-correlation", centre, "correlation", "mm", {periods}}}});
 }
 
