@@ -8,6 +8,8 @@
 #include <span>
 
 #include "dataprocessing/fitting/pkmd_kernels.h"
+#include "dataprocessing/maps/maps_band.h"
+#include "dataprocessing/maps/maps_curve.h"
 #include "dataprocessing/maps/maps_power_law.h"
 #include "dataprocessing/maps/maps_refuse.h"
 #include "dataprocessing/maps/maps_room.h"
@@ -25,8 +27,9 @@ struct maps_sIntegral {
     std::size_t channels;
     cal_c1DArrayCal cal;
     std::size_t first = 0;
-    std::size_t count = 0;  ///< Channels that a spectrum is asked for.
-    std::size_t length = 0; ///< Whole vectors of them.
+    std::size_t count = 0;      ///< Channels that a spectrum is asked for.
+    std::size_t length = 0;     ///< Whole vectors of them.
+    std::vector<double> needed; ///< 1 for channels in a window or range, 0 for others.
     std::size_t windowCount;
     std::vector<maps_sChannelRange> ranges; ///< The channels of each window.
     std::vector<double>
@@ -85,8 +88,15 @@ maps_sIntegral::maps_sIntegral(std::size_t channelCount, const cal_c1DArrayCal& 
     length = maps_WholeVectors(count);
     const std::size_t rowCount = 2 * windowCount + (law ? 2 : 0);
     rows.resize(rowCount * length);
-    for (std::size_t w = 0; w < windowCount; ++w)
+    needed.resize(length);
+    if (background.curve != maps_sBackground::None)
+        for (const std::size_t k : channelsIn(background.ranges, channels, cal))
+            needed[k - first] = 1;
+    for (std::size_t w = 0; w < windowCount; ++w) {
         std::fill(Row(w) + (ranges[w].first - first), Row(w) + (ranges[w].last - first), 1.0);
+        std::transform(needed.begin(), needed.end(), Row(w), needed.begin(),
+                       [](double one, double other) { return std::max(one, other); });
+    }
     if (background.curve == maps_sBackground::Polynomial)
         TakePolynomialAway(background);
     for (std::size_t w = 0; w < windowCount; ++w)
@@ -177,6 +187,10 @@ sOfLaw sumOf(const maps_sLaws& laws, const maps_sTiltSums& window, std::size_t l
                      byRate * byRate * covariance.rate};
 }
 
+bool areFinite(const double* sums, std::size_t many) {
+    return std::all_of(sums, sums + many, [](double sum) { return std::isfinite(sum); });
+}
+
 } // namespace
 
 void maps_cIntegral::Run(const maps_cStack& stack, const maps_sPlanes& planes,
@@ -202,8 +216,17 @@ void maps_cIntegral::Run(const maps_cStack& stack, const maps_sPlanes& planes,
             double* const own = sums + lane * many;
             maps_Fetch(stack, q + lane, integral.first, integral.count, row);
             pkmd_Dots(row, integral.rowsAt.data(), many, integral.length, own);
-            if (!std::all_of(own, own + many, [](double sum) { return std::isfinite(sum); }))
-                status[lane] = maps_NotFinite;
+            if (!areFinite(own, many)) {
+                maps_LeaveOut(integral.needed.data(), integral.length, row);
+                pkmd_Dots(row, integral.rowsAt.data(), many, integral.length, own);
+                if (!areFinite(own, many))
+                    status[lane] = maps_NotFinite;
+            }
+            if (maps_MayBeNegative(stack) && maps_IsNegative(row, integral.length)) {
+                maps_Variances(row, integral.length, row);
+                pkmd_Dots(row, integral.rowsAt.data() + windows, windows, integral.length,
+                          own + windows);
+            }
             if (integral.law) {
                 ofValues[lane] = own[2 * windows];
                 ofMoments[lane] = own[2 * windows + 1];

@@ -30,9 +30,10 @@ struct maps_sBackground {
 };
 
 /// The sums over windows of every spectrum, less the background there: what is above it, in the
-/// units of the values. Standard errors are those of counts, whose variance is the value itself,
-/// and include that of the background. What a window and the ranges have in common is allowed for
-/// by a polynomial; a power law should keep away from windows.
+/// units of the values. Standard errors are those of counts, whose variance is the value itself
+/// where that is positive and otherwise 0, and include that of the background. What a window and
+/// the ranges have in common is allowed for by a polynomial; a power law should keep away from
+/// windows. Channels in none of them may hold anything.
 ///
 /// Without a background, and with a polynomial, a sum is that of the channels times numbers which
 /// the positions alone determine.

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "dataprocessing/fitting/pkmd_kernels.h"
+#include "dataprocessing/maps/maps_band.h"
 #include "dataprocessing/maps/maps_curve.h"
 #include "dataprocessing/maps/maps_normal.h"
 #include "dataprocessing/maps/maps_refuse.h"
@@ -167,6 +168,11 @@ public:
             pkmd_Dots(row_, &row_, 1, shapes_.length, &squares_);
         else
             Cross(maps_WeighCounts, weights_);
+        if (shapes_.weights == maps_WeightsOfModel && !std::isfinite(squares_)) {
+            maps_LeaveOut(shapes_.part.data(), shapes_.length, row_);
+            Cross(maps_WeighCounts, weights_);
+        }
+        mayBeNegative_ = maps_MayBeNegative(stack);
         if (!std::isfinite(squares_))
             status = maps_NotFinite;
         else if (squares_ == 0)
@@ -303,6 +309,8 @@ private:
         chiSquared_ = std::max(chiSquared_, 0.0);
         if (planes_.standardErrors.empty())
             return maps_Good;
+        if (mayBeNegative_ && maps_IsNegative(row_, shapes_.length))
+            maps_Variances(row_, shapes_.length, row_);
         Cross(maps_WeightsGiven, row_);
         Multiply(row_);
         for (std::size_t i = 0; i < count; ++i)
@@ -317,6 +325,7 @@ private:
                     sum += normal_.H(a, b) * row[b];
                 variances_[i] += row[a] * sum;
             }
+            variances_[i] = std::max(variances_[i], 0.0);
         }
         return maps_Good;
     }
@@ -411,6 +420,7 @@ private:
     double squares_ = 0;
     double chiSquared_ = 0;
     int iterations_ = 0;
+    bool mayBeNegative_ = false;
 };
 
 } // namespace

@@ -21,7 +21,8 @@ enum maps_eWeights {
     /// 1 / max(y, 1), those of counts: errors come from the curvature. A channel that is low by
     /// chance weighs more, which pulls factors down by about as much as chi-squared is large.
     maps_WeightsOfCounts,
-    /// 1 for all. Errors are those of counts, whose variance is the value itself.
+    /// 1 for all. Errors are those of counts, whose variance is the value itself where that is
+    /// positive and otherwise 0.
     maps_EqualWeights,
     /// 1 / f, from the model itself, in steps: the maximum of the Poisson likelihood, which is
     /// unbiased. A spectrum whose model is negative somewhere has not converged.
@@ -56,9 +57,9 @@ public:
     /// How many factors there are.
     std::size_t ParameterCount() const noexcept;
     /// Fits every spectrum; the planes receive the factors, their standard errors, chi-squared
-    /// (with the weights of the model the deviance) and the steps taken. Throws
-    /// expt_cProgramException:
-    /// ("maps", 3) for planes of another size, ("maps", 4) for other channels; std::bad_alloc.
+    /// and the steps taken. With the weights of the model chi-squared is the deviance, and channels
+    /// that no shape reaches have no part in it and may hold anything. Throws
+    /// expt_cProgramException: ("maps", 3) for planes of another size, ("maps", 4) for other channels; std::bad_alloc.
     void Run(const maps_cStack& stack, const maps_sPlanes& planes,
              maps_cWorkspace& workspace) const;
 

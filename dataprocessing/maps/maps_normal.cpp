@@ -5,7 +5,16 @@
 
 namespace dataprocessing::detail {
 
-void maps_cNormal::HoldNone() noexcept { std::fill_n(held_, count_, 0.0); }
+namespace {
+
+// What an unknown may be. A kept one is held until the others stand elsewhere.
+constexpr double loose = 0;
+constexpr double held = 1;
+constexpr double kept = 2;
+
+} // namespace
+
+void maps_cNormal::HoldNone() noexcept { std::fill_n(held_, count_, loose); }
 
 bool maps_cNormal::Factor() noexcept {
     // What is left of a diagonal element tells how much the others explain of that column.
@@ -57,48 +66,69 @@ bool maps_cNormal::SolveNonNegative(std::span<const char> isNonNegative) noexcep
     bool isBounded = false;
     for (std::size_t i = 0; i < count_; ++i) {
         isBounded = isBounded || isBelow(i);
-        held_[i] = isBelow(i) ? 1 : 0;
-        at[i] = held_[i] != 0 ? 0 : x_[i];
+        held_[i] = isBelow(i) ? held : loose;
+        at[i] = held_[i] != loose ? 0 : x_[i];
     }
-    for (std::size_t attempts = 10 * count_; isBounded && attempts > 0; --attempts) {
+    if (!isBounded)
+        return true;
+    std::size_t released = count_;
+    for (std::size_t attempts = 10 * count_; attempts > 0; --attempts) {
         if (!Solve())
             return false;
+        if (released != count_ && at[released] == 0 && !(x_[released] > 0)) {
+            // Its slope was nothing but rounding.
+            held_[released] = kept;
+            released = count_;
+            continue;
+        }
         // As far as all stay above 0.
         double part = 1;
+        bool isStopped = false;
         for (std::size_t i = 0; i < count_; ++i)
-            if (isBelow(i))
+            if (isBelow(i)) {
                 part = std::min(part, at[i] / (at[i] - x_[i]));
-        if (part < 1) {
+                isStopped = true;
+            }
+        if (isStopped) {
             for (std::size_t i = 0; i < count_; ++i) {
-                const bool isStopped = isBelow(i) && at[i] / (at[i] - x_[i]) <= part;
-                at[i] = isStopped ? 0 : at[i] + part * (x_[i] - at[i]);
-                if (isStopped)
-                    held_[i] = 1;
+                const bool isAtBound = isBelow(i) && at[i] / (at[i] - x_[i]) <= part;
+                at[i] = isAtBound ? 0 : at[i] + part * (x_[i] - at[i]);
+                if (isAtBound)
+                    held_[i] = held;
             }
             continue;
         }
         std::copy_n(x_, count_, at);
-        // The one that would lower the sum of squares the most may leave its bound.
-        constexpr double rounding = 1e-10;
-        std::size_t best = count_;
-        double steepest = rounding;
-        for (std::size_t i = 0; i < count_; ++i) {
-            if (held_[i] == 0)
-                continue;
-            double slope = g_[i];
-            for (std::size_t j = 0; j < count_; ++j)
-                slope -= h_[std::max(i, j) * count_ + std::min(i, j)] * x_[j];
-            slope /= std::sqrt(h_[i * count_ + i]);
-            if (slope > steepest) {
-                steepest = slope;
-                best = i;
-            }
-        }
-        if (best == count_)
+        if (released != count_)
+            std::replace(held_, held_ + count_, kept, held);
+        released = Steepest();
+        if (released == count_)
             return true;
-        held_[best] = 0;
+        held_[released] = loose;
     }
-    return !isBounded;
+    return false;
+}
+
+std::size_t maps_cNormal::Steepest() const noexcept {
+    constexpr double rounding = 1e-13;
+    double size = 0;
+    for (std::size_t j = 0; j < count_; ++j)
+        size += std::sqrt(h_[j * count_ + j]) * std::fabs(x_[j]);
+    std::size_t best = count_;
+    double steepest = 0;
+    for (std::size_t i = 0; i < count_; ++i) {
+        if (held_[i] != held)
+            continue;
+        double slope = g_[i];
+        for (std::size_t j = 0; j < count_; ++j)
+            slope -= h_[std::max(i, j) * count_ + std::min(i, j)] * x_[j];
+        const double unit = std::sqrt(h_[i * count_ + i]);
+        if (slope / unit > std::max(steepest, rounding * (size + std::fabs(g_[i]) / unit))) {
+            steepest = slope / unit;
+            best = i;
+        }
+    }
+    return best;
 }
 
 double maps_cNormal::Variance(std::size_t i) noexcept {

@@ -42,6 +42,9 @@ public:
 
 private:
     bool Factor() noexcept;
+    /// The one that is held and, let go, would lower the sum of squares the most; the number of
+    /// unknowns where there is none.
+    std::size_t Steepest() const noexcept;
 
     std::size_t count_;
     double* h_;
@@ -49,7 +52,7 @@ private:
     double* x_;
     double* l_; ///< By rows; the diagonal inverted, 0 where an unknown is held.
     double* column_;
-    double* held_;
+    double* held_; ///< 0 where an unknown is free.
 };
 
 } // namespace dataprocessing::detail

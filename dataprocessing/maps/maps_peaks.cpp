@@ -193,9 +193,7 @@ maps_eStatus maps_StatusOf(const maps_sPeaks& peaks, const maps_cStack& stack, c
         return maps_NotFinite;
     if (sum == 0)
         return maps_Empty;
-    const int type = stack.DataType().Code();
-    const bool mayBeNegative = type >= dtyp_Int8;
-    if (peaks.IsLikelihood() && mayBeNegative &&
+    if (peaks.IsLikelihood() && maps_MayBeNegative(stack) &&
         *std::min_element(row, row + peaks.range.Count()) < 0)
         return maps_Negative;
     return maps_Good;
@@ -296,9 +294,9 @@ void maps_cPeaks::Run(const maps_cStack& stack, const maps_sPeakPlanes& planes,
     const maps_sPeaks& peaks = *peaks_;
     const std::size_t spectra = stack.Spectra();
     maps_CheckPlanes(planes, ParameterCount(), spectra);
-    maps_CheckPlane(planes.areas, PeakCount() * spectra);
-    maps_CheckPlane(planes.areaErrors, PeakCount() * spectra);
-    maps_CheckPlane(starts, ParameterCount() * spectra);
+    maps_RefuseSize(planes.areas.size(), PeakCount(), spectra);
+    maps_RefuseSize(planes.areaErrors.size(), PeakCount(), spectra);
+    maps_RefuseSize(starts.size(), ParameterCount(), spectra);
     maps_RefuseChannels(stack.Channels() != peaks.channels || !(stack.Cal() == peaks.cal));
     maps_FitLanes(peaks, stack, planes, starts, workspace.Room());
 }

@@ -61,10 +61,10 @@ struct maps_sPeakPlanes : maps_sPlanes {
 /// With the likelihood, steps of least squares have the weights 1 / f of the model that the last
 /// one gave (P. J. Green, Journal of the Royal Statistical Society B 46 (1984) 149).
 ///
-/// A spectrum with a value that is not finite is maps_NotFinite, one of zeros maps_Empty; with the
-/// likelihood, one with a negative value is maps_Negative. Where the data leave some parameters
-/// open, the status is maps_Undetermined; the planes have what there is, and NaN for the errors of
-/// those.
+/// A spectrum with a value that is not finite is maps_NotFinite, one of zeros maps_Empty; channels
+/// whose weight is 0 may hold anything. With the likelihood, a spectrum with a negative value is
+/// maps_Negative. Where the data leave some parameters open, the status is maps_Undetermined; the
+/// planes have what there is, and NaN for the errors of those.
 class DATAPROCESSING_EXPORT maps_cPeaks {
 public:
     /// The fit of `model` to spectra of so many channels. Throws expt_cProgramException: ("maps",

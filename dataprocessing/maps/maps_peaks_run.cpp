@@ -139,7 +139,12 @@ private:
         if (hasWeights)
             std::copy(peaks_.weights.begin(), peaks_.weights.end(), weights_);
         Weigh(lane, hasWeights ? maps_WeightsGiven : maps_WeighCounts);
-        const double squares = lanes_.sums[maps_sPeakLanes::YY * width_ + lane];
+        double squares = lanes_.sums[maps_sPeakLanes::YY * width_ + lane];
+        if (hasWeights && !std::isfinite(squares)) {
+            maps_LeaveOut(weights_, peaks_.length, row);
+            Weigh(lane, maps_WeightsGiven);
+            squares = lanes_.sums[maps_sPeakLanes::YY * width_ + lane];
+        }
         const maps_eStatus status = maps_StatusOf(peaks_, stack_, row, squares);
         if (status != maps_Good) {
             maps_PutNothing(peaks_, stack_.Spectra(), spectrum, planes_, status, 0);
@@ -520,6 +525,8 @@ void maps_FitLanes(const maps_sPeaks& peaks, const maps_cStack& stack,
         maps_Fetch(stack, q, peaks.range.first, peaks.range.Count(), row);
         for (std::size_t i = 0; i < start.size() && !starts.empty(); ++i)
             start[i] = starts[i * stack.Spectra() + q];
+        if (!peaks.weights.empty())
+            maps_LeaveOut(peaks.weights.data(), peaks.length, row);
         double squares = 0;
         pkmd_Dots(row, &row, 1, peaks.length, &squares);
         maps_eStatus status = maps_StatusOf(peaks, stack, row, squares);

@@ -121,6 +121,10 @@ void maps_cPowerLaw::Run(const maps_cStack& stack, const maps_sPlanes& planes,
             maps_Fetch(stack, q + lane, law.hull.first, law.hull.Count(), row);
             std::array<double, 2> both;
             pkmd_Dots(row, parts.data(), parts.size(), length, both.data());
+            if (!std::isfinite(both[0])) {
+                maps_LeaveOut(law.part.data(), length, row);
+                pkmd_Dots(row, parts.data(), parts.size(), length, both.data());
+            }
             sums[lane] = both[0];
             moments[lane] = both[1];
         }

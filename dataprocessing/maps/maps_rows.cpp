@@ -57,6 +57,14 @@ void maps_Fetch(const maps_cStack& stack, std::size_t spectrum, std::size_t firs
     std::fill(row + count, row + maps_WholeVectors(count), 0.0);
 }
 
+bool maps_MayBeNegative(const maps_cStack& stack) { return stack.DataType().Code() >= dtyp_Int8; }
+
+void maps_LeaveOut(const double* part, std::size_t count, double* row) {
+    for (std::size_t k = 0; k < count; ++k)
+        if (part[k] == 0)
+            row[k] = 0;
+}
+
 void maps_AddRows(const double* const* rows, std::size_t many, std::size_t count, double* sum,
                   double* totals) {
     LEVEL_SELECT(maps_AddAll)(rows, many, count, sum, totals);

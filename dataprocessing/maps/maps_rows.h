@@ -24,6 +24,12 @@ constexpr std::size_t maps_WholeVectors(std::size_t count) noexcept {
 void maps_Fetch(const maps_cStack& stack, std::size_t spectrum, std::size_t first,
                 std::size_t count, double* row);
 
+/// Whether a value of the stack may be negative.
+bool maps_MayBeNegative(const maps_cStack& stack);
+
+/// Sets a row to 0 in the channels that do not take part, whose `part` is 0.
+void maps_LeaveOut(const double* part, std::size_t count, double* row);
+
 /// Adds rows to their sum by channel, in their order, and sets totals[r] to the sum of row r. The
 /// channels are `count`, whole vectors.
 void maps_AddRows(const double* const* rows, std::size_t many, std::size_t count, double* sum,

@@ -135,8 +135,9 @@ def integrate(
     """The sums over windows, above "nothing", a "polynomial" of this order or a "power law" through ``ranges``.
 
     ``windows`` are pairs, ends included, by name in a dict, or in a list, where they are called "window 1" and so on.
-    Sums are of values, not of areas. Standard errors are those of counts, whose variance is the value itself, and
-    include that of the background. ProgramError for windows and ranges without channels, or too few of them.
+    Sums are of values, not of areas. Standard errors are those of counts, whose variance is the value itself where
+    that is positive and otherwise 0, and include that of the background. Channels in no window and no range may hold
+    anything. ProgramError for windows and ranges without channels, or too few of them.
 
         >>> import numpy as np, dataprocessing as dp
         >>> counts = np.array([[5, 5, 9, 9, 5, 5]])

@@ -298,6 +298,84 @@ TEST(Integral, BadSpectraAreMarked) {
     EXPECT_EQ(planes.errors[2], 0);
 }
 
+/// Channels between windows and ranges may hold anything, and the bits are the same.
+TEST(Integral, WhatNoSumNeedsMayBeNotFinite) {
+    const std::vector<unsigned short> counts = countsOf(9, channels, withEdge);
+    const std::vector<double> values(counts.begin(), counts.end());
+    std::vector<double> dead = values;
+    for (std::size_t q = 0; q < 9; ++q)
+        for (const std::size_t k : {81, 82, 140, 260})
+            dead[q * channels + k] = q % 2 == 0 ? std::numeric_limits<double>::quiet_NaN()
+                                                : -std::numeric_limits<double>::infinity();
+    std::vector<double> needed = dead;
+    for (std::size_t q = 0; q < 9; ++q)
+        needed[q * channels + 160 - 10 * (q % 2) - 70 * (q / 5)] = std::nan("");
+    const auto stack = [](const std::vector<double>& of) {
+        return stackOf(std::span<const double>(of), channels, scale);
+    };
+    const auto compare = [&](const auto& fit, bool hasChiSquared, const auto& isNeeded) {
+        maps_cWorkspace room;
+        Planes all(2, 9);
+        Planes some(2, 9);
+        Planes none(2, 9);
+        const auto run = [&](const std::vector<double>& of, Planes& planes) {
+            maps_sPlanes to = planes.All();
+            if (!hasChiSquared)
+                to.chiSquared = {};
+            fit.Run(stack(of), to, room);
+        };
+        run(values, all);
+        run(dead, some);
+        run(needed, none);
+        EXPECT_EQ(hashOf(some), hashOf(all));
+        EXPECT_THAT(all.status, testing::Each(maps_Good));
+        for (std::size_t q = 0; q < 9; ++q)
+            EXPECT_EQ(none.status[q],
+                      isNeeded(160 - 10 * (q % 2) - 70 * (q / 5)) ? maps_NotFinite : maps_Good);
+    };
+    const std::vector<maps_sRange> windows{{350, 449}, {290, 305}}; // 150 to 249, 90 to 105
+    const auto isInWindow = [](std::size_t k) { return (k >= 150 && k < 250) || k == 90; };
+    compare(maps_cIntegral(channels, scale, windows), false, isInWindow);
+    compare(maps_cIntegral(channels, scale, {{350, 449}, {461, 470}},
+                           {maps_sBackground::Polynomial, before, 1}),
+            false, isInWindow);
+    compare(maps_cIntegral(channels, scale, {{350, 449}, {461, 470}},
+                           {maps_sBackground::PowerLaw, before}),
+            false, isInWindow);
+    compare(maps_cPowerLaw(channels, scale, before, reference), true,
+            [](std::size_t k) { return k == 90; });
+}
+
+/// Of all values whose factor is 0, only those that are asked for by name are needed.
+TEST(Integral, AFactorThatComesOutAsZeroIsNeededAllTheSame) {
+    std::vector<double> values{1, 1, 1, 1, std::nan(""), 1};
+    const maps_cIntegral integral(6, {}, {{3, 5}}, {maps_sBackground::Polynomial, {{3, 5}}, 0});
+    Planes planes(1, 1);
+    maps_cWorkspace room;
+    integral.Run(stackOf(std::span<const double>(values), 6), withoutChiSquared(planes), room);
+    EXPECT_THAT(planes.status, ElementsAre(maps_NotFinite));
+}
+
+TEST(Integral, ValuesBelowZeroHaveNoVariance) {
+    const std::vector<float> values{-1, -2, 3, -4, 5, -6, -1, -1, -1, -1, -1, -1};
+    std::vector<float> cut = values;
+    std::replace_if(
+        cut.begin(), cut.end(), [](float value) { return value < 0; }, 0.0F);
+    const maps_sBackground line{maps_sBackground::Polynomial, {{0, 1}, {4, 5}}, 1};
+    for (const maps_sBackground& background : {maps_sBackground(), line}) {
+        const maps_cIntegral integral(6, {}, {{0, 5}, {2, 3}}, background);
+        Planes planes(2, 2);
+        Planes counts(2, 2);
+        maps_cWorkspace room;
+        integral.Run(stackOf(std::span(std::as_const(values)), 6), withoutChiSquared(planes), room);
+        integral.Run(stackOf(std::span(std::as_const(cut)), 6), withoutChiSquared(counts), room);
+        EXPECT_THAT(planes.status, testing::Each(maps_Good));
+        EXPECT_EQ(planes.errors, counts.errors);
+        EXPECT_NE(planes.values, counts.values);
+        EXPECT_EQ(planes.errors[1], 0);
+    }
+}
+
 TEST(Integral, BitsDoNotDependOnCutsOrLevels) {
     const std::vector<unsigned short> counts = countsOf(50, channels, withEdge);
     const maps_cIntegral integral(channels, scale, {{350, 449}, {470, 480}},

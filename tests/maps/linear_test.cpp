@@ -2,6 +2,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <random>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -234,6 +235,45 @@ TEST(LinearMap, FactorsOfLikeShapesMeetTheConditionsOfABound) {
     }
 }
 
+/// Without noise a factor that is 0 lies on either side of its bound by rounding alone.
+TEST(LinearMap, FactorsOnTheirBoundsAreFoundAtAnyScale) {
+    constexpr std::size_t many = 5;
+    constexpr std::size_t length = 50;
+    constexpr std::size_t spectra = 100;
+    std::mt19937 random(7);
+    std::uniform_real_distribution<> uniform;
+    std::vector<double> all(many * length);
+    for (double& value : all)
+        value = 0.1 + 0.9 * uniform(random);
+    std::vector<double> truth(many * spectra);
+    for (std::size_t i = 0; i < truth.size(); ++i)
+        truth[i] = uniform(random) < 0.5 ? 0 : uniform(random);
+    for (std::size_t q = 0; q < spectra; ++q)
+        truth[q] += 0.1;
+    std::vector<double> plain(spectra * length);
+    for (std::size_t q = 0; q < spectra; ++q)
+        for (std::size_t s = 0; s < many; ++s)
+            for (std::size_t k = 0; k < length; ++k)
+                plain[q * length + k] += truth[s * spectra + q] * all[s * length + k];
+    maps_cWorkspace room;
+    for (const maps_eWeights weights :
+         {maps_WeightsOfCounts, maps_EqualWeights, maps_WeightsOfModel}) {
+        const maps_cLinear fit(all, length, {.weights = weights, .nonNegative = {0, 1, 2, 3, 4}});
+        for (const double scale : {1e-9, 1e-3, 1., 1e6, 1e9, 1e12, 1e15}) {
+            std::vector<double> values = plain;
+            for (double& value : values)
+                value *= scale;
+            Planes planes(many, spectra);
+            fit.Run(stackOf(std::span<const double>(values), length), planes.All(), room);
+            EXPECT_THAT(planes.status, testing::Each(maps_Good)) << weights << ' ' << scale;
+            for (std::size_t i = 0; i < truth.size(); ++i) {
+                EXPECT_GE(planes.values[i], 0);
+                EXPECT_NEAR(planes.values[i] / scale, truth[i], 1e-12) << weights << ' ' << scale;
+            }
+        }
+    }
+}
+
 TEST(LinearMap, WeightsOfTheModelGiveTheMaximumOfTheLikelihood) {
     constexpr std::size_t spectra = 20;
     const std::vector<unsigned short> counts =
@@ -326,6 +366,52 @@ TEST(LinearMap, BadSpectraAreMarkedAndLeaveTheOthersAlone) {
                 }
             }
     }
+}
+
+/// The deviance is that of the channels that a shape reaches; chi-squared is that of all.
+TEST(LinearMap, WhatNoShapeReachesMayBeNotFiniteWhereChiSquaredLeavesItOut) {
+    const std::vector<double> all{0, 1, 2, 1, 0, 0, 0, 0, 0, 1, 1, 1, 1, 0, 0, 0, 0, 0};
+    const std::vector<double> good{7, 12, 21, 9, 11, 3, 4, 5, 6};
+    std::vector<double> dead = good;
+    dead[5] = std::nan("");
+    dead[6] = std::numeric_limits<double>::infinity();
+    std::vector<double> needed = dead;
+    needed[3] = std::nan("");
+    maps_cWorkspace room;
+    for (const maps_eWeights weights :
+         {maps_WeightsOfCounts, maps_EqualWeights, maps_WeightsOfModel}) {
+        const maps_cLinear fit(all, 9, {.weights = weights});
+        Planes whole(2, 1);
+        Planes planes(2, 1);
+        fit.Run(stackOf(std::span<const double>(good), 9), whole.All(), room);
+        fit.Run(stackOf(std::span<const double>(dead), 9), planes.All(), room);
+        EXPECT_THAT(whole.status, ElementsAre(maps_Good));
+        if (weights == maps_WeightsOfModel)
+            EXPECT_EQ(hashOf(planes), hashOf(whole));
+        else
+            EXPECT_THAT(planes.status, ElementsAre(maps_NotFinite));
+        fit.Run(stackOf(std::span<const double>(needed), 9), planes.All(), room);
+        EXPECT_THAT(planes.status, ElementsAre(maps_NotFinite));
+    }
+}
+
+TEST(LinearMap, ValuesBelowZeroHaveNoVarianceWithEqualWeights) {
+    const std::vector<float> values{-1, -2, 3, -4, 5, -6, -1, -1, -1, -1, -1, -1};
+    std::vector<float> cut = values;
+    std::replace_if(
+        cut.begin(), cut.end(), [](float value) { return value < 0; }, 0.0F);
+    cut[6] = -1e-30F; // not empty
+    const maps_cLinear fit(std::vector{1., 1., 1., 1., 1., 1., 0., 1., 2., 3., 4., 5.}, 6,
+                           {.weights = maps_EqualWeights});
+    Planes planes(2, 2);
+    Planes counts(2, 2);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span(std::as_const(values)), 6), planes.All(), room);
+    fit.Run(stackOf(std::span(std::as_const(cut)), 6), counts.All(), room);
+    EXPECT_THAT(planes.status, ElementsAre(maps_Good, maps_Good));
+    EXPECT_EQ(planes.errors, counts.errors);
+    EXPECT_EQ(planes.errors[1], 0);
+    EXPECT_GT(planes.errors[0], 0);
 }
 
 TEST(LinearMap, SpectraWithoutAPositiveModelHaveNotConverged) {

@@ -310,6 +310,36 @@ TEST(PeakMap, BadSpectraAreMarkedAndLeaveTheOthersAlone) {
     }
 }
 
+/// A channel without a weight may hold anything.
+TEST(PeakMap, ChannelsWithoutAWeightMayBeNotFinite) {
+    constexpr std::size_t spectra = 11;
+    for (const bool isFast : {true, false}) {
+        pkmd_cModel of = model();
+        if (!isFast)
+            of.Bound(0, 5, 6);
+        const Map map = mapOf(model(), spectra);
+        std::vector<double> weights(channels, 0.1);
+        for (const std::size_t k : {50, 51, 200})
+            weights[k] = 0;
+        const maps_cPeaks fit(of, channels, scale,
+                              {.objective = nlsq_LeastSquares, .weights = weights});
+        std::vector<double> values(map.counts.begin(), map.counts.end());
+        maps_cWorkspace room;
+        PeakPlanes expected(fit, spectra);
+        fit.Run(stackOf(std::span<const double>(values), channels, scale), expected.Those(), room);
+        EXPECT_THAT(expected.status, Each(maps_Good));
+        for (std::size_t q = 0; q < spectra; ++q)
+            for (const std::size_t k : {50, 51, 200})
+                values[q * channels + k] = q % 2 == 0 ? std::nan("") : -HUGE_VAL;
+        PeakPlanes planes(fit, spectra);
+        fit.Run(stackOf(std::span<const double>(values), channels, scale), planes.Those(), room);
+        EXPECT_EQ(hashOf(planes), hashOf(expected));
+        values[52] = std::nan("");
+        fit.Run(stackOf(std::span<const double>(values), channels, scale), planes.Those(), room);
+        EXPECT_EQ(planes.status[0], maps_NotFinite);
+    }
+}
+
 TEST(PeakMap, WhatTheDataDoNotTellIsSaid) {
     // Two peaks at one place: the data tell the sum of their heights.
     pkmd_cModel twice;
@@ -453,6 +483,22 @@ TEST(PeakMap, WhatMeansNothingIsRefused) {
     EXPECT_EQ(refusalOf([&] { fit.Run(stack, {planes.All(), wrong.areas, {}}, room); }), "maps:3");
     EXPECT_EQ(refusalOf([&] { fit.Run(stack, {planes.All(), {}, wrong.areas}, room); }), "maps:3");
     EXPECT_EQ(refusalOf([&] { fit.Run(stack, planes.Those(), room, wrong.values); }), "maps:3");
+}
+
+TEST(PeakMap, SizesThatWrapAreRefused) {
+    const std::vector<double> block(channels, 5.0);
+    pkmd_cModel two;
+    two.AddPeak(pkmd_Gaussian, 6.3, 50, 0.05);
+    two.AddPeak(pkmd_Gaussian, 6.6, 50, 0.05);
+    const maps_cPeaks fit(two, channels, scale);
+    const maps_cStack many(std::span<const double>(block),
+                           {(std::size_t{1} << 63) + 1, 1, channels, 0, 0, 1, 0}, scale);
+    std::vector<double> values(6);
+    const std::span areas = std::span(values).first(2);
+    maps_cWorkspace room;
+    EXPECT_EQ(refusalOf([&] { fit.Run(many, {{}, areas, {}}, room); }), "maps:3");
+    EXPECT_EQ(refusalOf([&] { fit.Run(many, {{}, {}, areas}, room); }), "maps:3");
+    EXPECT_EQ(refusalOf([&] { fit.Run(many, {}, room, values); }), "maps:3");
 }
 
 } // namespace
