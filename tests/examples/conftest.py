@@ -1,10 +1,14 @@
 """The examples as their users meet them: run as programs, which the build names in the environment."""
 import os
+import pathlib
 import subprocess
 
 import pytest
 
 TOUR = os.environ.get("TOUR", "")
+SOURCE = pathlib.Path(__file__).resolve().parents[2]
+DATA = SOURCE.parent / "shared/data"  # measured, and not a part of this tree
+MEASURED = pytest.mark.skipif(not (DATA / "spectra").is_dir(), reason=f"there are no measured data at {DATA}")
 
 
 @pytest.fixture(scope="session")

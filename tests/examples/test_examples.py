@@ -1,14 +1,12 @@
 """What the examples print is true: the tour of its own sample and of measured data, where they are, and the small ones of
 what their comments and the guide promise."""
 import os
-import pathlib
 import re
 import subprocess
 
 import pytest
+from conftest import DATA, MEASURED, SOURCE
 
-SOURCE = pathlib.Path(__file__).resolve().parents[2]
-DATA = SOURCE.parent / "shared/data"
 NUMBER = r"(-?[\d.]+)(?:\(\d+\))?"  # with its standard error, where it has one
 
 
@@ -104,7 +102,7 @@ def test_sample_figures(sample, pattern, expected, bound):
 
 # ---- The tour of measured data -----------------------------------------------------------------------------------------
 
-@pytest.mark.skipif(not (DATA / "spectra").is_dir(), reason=f"there are no measured data at {DATA}")
+@MEASURED
 @pytest.mark.parametrize("options, lines, says, says_not", [
     # Co K-alpha, by the description of the measurement. Of a file that says nothing of energy nothing of it is told, and
     # the scattered radiation below channel 3560 is background.
