@@ -448,7 +448,7 @@ bool Search::TakeStructures() {
         const rnge_c1DRange& chain = range; // what clang lets a lambda take
         const bool isTried =
             std::any_of(triedChains_.begin(), triedChains_.end(), [&](const rnge_c1DRange& tried) {
-                return (tried & chain).Length() > chain.Length() / 2;
+                return (tried & chain).Length() > std::max(tried.Length(), chain.Length()) / 2;
             });
         if (isTried)
             continue;
@@ -466,8 +466,10 @@ bool Search::TakeStructures() {
             do
                 Fit(Widths::fixed, roundTolerance);
             while (Prune());
-        // More than one line has to be clearly better than a background.
-        const double slack = isOfMany ? before.SlackOver(chain) : 0;
+        // Lines have to be clearly better than a background: one on a slope, which no background
+        // follows to within its noise, by twice what makes it significant.
+        const double slack =
+            isOfMany ? before.SlackOver(chain) : 2 * options_.significance * options_.significance;
         const bool isSimpler = 2 * (lines_.size() - others) < before.lines_.size() - others + 1;
         if (isSimpler && Cost() < before.Cost() + slack) {
             hasTaken = true;
