@@ -177,14 +177,14 @@ regs_cCorrelation::regs_cCorrelation(const regs_sPlane& a, const regs_sPlane& b,
     rfft_Unpack(rowsOf(std::as_const(spectrum_)), rowsOf(values_), 1, scale);
 }
 
-void regs_cCorrelation::Climb(double& x, double& y) const {
-    const double startX = x;
-    const double startY = y;
+bool regs_cCorrelation::Climb(double& x, double& y) const {
+    double placeX = x;
+    double placeY = y;
     for (int step = 0; step < 8; ++step) {
-        const sSlopes at = SlopesAt(x, y);
+        const sSlopes at = SlopesAt(placeX, placeY);
         const double determinant = at.xx * at.yy - at.xy * at.xy;
         if (!(at.xx <= 0 && at.yy <= 0 && determinant >= 0))
-            return; // not near a maximum
+            return false; // not near a maximum
         // Along an axis of one row there is nothing to climb.
         const double dX = at.yy == 0   ? -at.x / at.xx
                           : at.xx == 0 ? 0
@@ -192,13 +192,16 @@ void regs_cCorrelation::Climb(double& x, double& y) const {
         const double dY = at.yy == 0   ? 0
                           : at.xx == 0 ? -at.y / at.yy
                                        : (at.xy * at.x - at.xx * at.y) / determinant;
-        if (!(std::fabs(x + dX - startX) <= 1) || !(std::fabs(y + dY - startY) <= 1))
-            return;
-        x += dX;
-        y += dY;
+        placeX += dX;
+        placeY += dY;
+        if (!(std::fabs(placeX - x) <= 1) || !(std::fabs(placeY - y) <= 1))
+            return false;
         if (std::fabs(dX) < 1e-4 && std::fabs(dY) < 1e-4)
-            return;
+            break;
     }
+    x = placeX;
+    y = placeY;
+    return true;
 }
 
 regs_cCorrelation::sSlopes regs_cCorrelation::SlopesAt(double x, double y) const {

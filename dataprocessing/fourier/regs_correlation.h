@@ -49,8 +49,9 @@ public:
     }
 
     /// Moves (x, y) to the maximum near it of the correlation between elements, as its spectrum has
-    /// it there. It goes no further than an element.
-    void Climb(double& x, double& y) const;
+    /// it there. It goes no further than an element; false, and they have not moved, where there is
+    /// no maximum.
+    bool Climb(double& x, double& y) const;
 
 private:
     /// The first and second derivatives at a shift.

@@ -4,6 +4,7 @@
 /// Two planes of values, one lying over the other.
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <vector>
 
@@ -37,6 +38,10 @@ struct regs_sPlace {
     double y;
 };
 
+inline regs_sShift regs_Nearest(const regs_sPlace& place) {
+    return {static_cast<int>(std::lround(place.x)), static_cast<int>(std::lround(place.y))};
+}
+
 /// What overlaps along one axis when element i of the fixed array lies at i + shift of the moved.
 struct regs_sOverlap {
     int first; // of the fixed array
@@ -44,6 +49,21 @@ struct regs_sOverlap {
 
     regs_sOverlap(int fixed, int moved, int shift)
         : first(std::max(0, -shift)), count(std::min(fixed, moved - shift) - first) {}
+};
+
+/// The shifts along one axis at which at least a part of the smaller array overlaps the other.
+struct regs_sShifts {
+    int least;
+    int most;
+
+    regs_sShifts(int fixed, int moved, double part)
+        : least(EnoughOf(fixed, moved, part) - fixed), most(moved - EnoughOf(fixed, moved, part)) {}
+    bool Has(int shift) const { return shift >= least && shift <= most; }
+
+private:
+    static int EnoughOf(int fixed, int moved, double part) {
+        return std::max(1, static_cast<int>(std::ceil(part * std::min(fixed, moved))));
+    }
 };
 
 /// How values of one plane become those of another: `gain` times them plus `offset`.
@@ -60,6 +80,12 @@ struct regs_sLikeness {
 
 regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& moved,
                                const regs_sShift& shift);
+
+/// How likely it is that so many elements of both are the same but for noise, by the coefficient of
+/// their correlation: the logarithm of that, in any units, beside that of their not being the same.
+/// A part `doubt` of their squares is never counted as alike: the less, the more surely a few
+/// elements that are quite alike go before many that are hardly less so.
+double regs_RankOf(double coefficient, double count, double doubt);
 
 /// From the middle one of three values to the vertex of the parabola through them; 0 where that is
 /// further than half of the way to the next one.

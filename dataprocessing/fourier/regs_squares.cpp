@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/filter/smth_strip.h"
 #include "dataprocessing/fourier/regs_kernels.h"
 
@@ -120,17 +121,30 @@ struct sInner {
 
     sInner(int fixed, int moved, int shift, double sigma) : isAxis(fixed > 1 || moved > 1) {
         const regs_sOverlap overlap(fixed, moved, shift);
-        const int margin = isAxis ? static_cast<int>(std::lround(2 * sigma)) : 0;
+        // Of a few elements only those at the edge are left out, which have no slope.
+        const int wide = static_cast<int>(std::lround(2 * sigma));
+        const int margin = !isAxis ? 0 : overlap.count < least + 2 * wide ? 1 : wide;
         first = overlap.first + margin;
         count = overlap.count - 2 * margin;
     }
-    bool IsEnough() const { return count >= (isAxis ? 4 : 1); }
+    static constexpr int least = 4;
 };
+
+/// How much is smoothed: little where little overlaps.
+regs_sPlace sigmaAt(const regs_sPlane& a, const regs_sPlane& b, const regs_sShift& shift,
+                    const regs_sPlace& wanted) {
+    const auto along = [](int fixed, int moved, int by, double sigma) {
+        const int margin = (regs_sOverlap(fixed, moved, by).count - sInner::least) / 2;
+        return std::max(0.8, std::min(sigma, (margin + 0.4) / 2));
+    };
+    return {along(a.sizeX, b.sizeX, shift.x, wanted.x), along(a.sizeY, b.sizeY, shift.y, wanted.y)};
+}
 
 /// What is left to go, and the breadth of the content, in elements: its deviation over that of its
 /// slopes.
 struct sStep {
     bool isFound = false;
+    bool isClose = false; // whether slopes have most of them in common
     regs_sPlace rest{};
     regs_sPlace breadth{};
 };
@@ -142,45 +156,91 @@ struct sSlopes {
     double yy;
 };
 
-/// Solves the equations of four unknowns: the rest along X and Y, what is proportional to the
-/// content, and a constant.
-sStep solved(const sSlopes& slopes, const double (&sums)[regs_sums], bool hasX, bool hasY,
-             double count) {
-    double rows[4][5] = {{slopes.xx, slopes.xy, sums[3], sums[5], sums[9]},
-                         {slopes.xy, slopes.yy, sums[4], sums[6], sums[10]},
-                         {sums[3], sums[4], sums[7], sums[8], sums[11]},
-                         {sums[5], sums[6], sums[8], count, sums[12]}};
-    // Along an axis of one element all slopes are 0, and so is the rest.
-    if (!hasX)
-        rows[0][0] = 1;
-    if (!hasY)
-        rows[1][1] = 1;
-    for (int i = 3; i > 0; --i)
-        for (int r = 0; r < i; ++r) {
-            const double factor = rows[r][i] / rows[i][i];
-            for (int k = 0; k < 5; ++k)
-                rows[r][k] -= factor * rows[i][k];
-        }
-    if (!(rows[0][0] > 0) || !(rows[1][1] > 0))
+/// The equations of four unknowns, the rest along X and Y, what is proportional to the content, and
+/// a constant, with the last two eliminated.
+struct sReduced {
+    double xx, xy, yy, x, y;
+
+    sReduced(const sSlopes& slopes, const double (&sums)[regs_sums], double count) {
+        double rows[4][5] = {{slopes.xx, slopes.xy, sums[3], sums[5], sums[9]},
+                             {slopes.xy, slopes.yy, sums[4], sums[6], sums[10]},
+                             {sums[3], sums[4], sums[7], sums[8], sums[11]},
+                             {sums[5], sums[6], sums[8], count, sums[12]}};
+        for (int i = 3; i > 1; --i)
+            for (int r = 0; r < i; ++r) {
+                const double factor = rows[r][i] / rows[i][i];
+                for (int k = 0; k < 5; ++k)
+                    rows[r][k] -= factor * rows[i][k];
+            }
+        xx = rows[0][0];
+        xy = rows[0][1];
+        yy = rows[1][1];
+        x = rows[0][4];
+        y = rows[1][4];
+    }
+};
+
+/// The axes along which there is something to find.
+struct sAxes {
+    bool hasX;
+    bool hasY;
+};
+
+/// Solves the equations; the rest along an axis that has nothing is 0.
+sStep solved(const sReduced& sums, const sSlopes& slopes, double content, const sAxes& axes) {
+    const double xy = axes.hasX && axes.hasY ? sums.xy : 0;
+    const double xx = (axes.hasX ? sums.xx : 1) - (axes.hasY ? xy * xy / sums.yy : 0);
+    const double yy = axes.hasY ? sums.yy : 1;
+    if (!(xx > 0) || !(yy > 0))
         return {};
+    const double y = axes.hasY ? sums.y : 0;
     sStep step;
-    step.rest.x = rows[0][4] / rows[0][0];
-    step.rest.y = (rows[1][4] - rows[1][0] * step.rest.x) / rows[1][1];
-    step.breadth = {hasX ? std::sqrt(sums[7] / slopes.xx) : 0,
-                    hasY ? std::sqrt(sums[7] / slopes.yy) : 0};
+    step.rest.x = axes.hasX ? (sums.x - xy * y / yy) / xx : 0;
+    step.rest.y = (y - xy * step.rest.x) / yy;
+    step.breadth = {axes.hasX ? std::sqrt(content / slopes.xx) : 0,
+                    axes.hasY ? std::sqrt(content / slopes.yy) : 0};
     step.isFound = std::isfinite(step.rest.x) && std::isfinite(step.rest.y);
     return step;
 }
-sStep solved(const double (&sums)[regs_sums], bool hasX, bool hasY, double count) {
+
+/// Whether slopes along an axis have no more in common than noise has by chance. `across` is the
+/// sum of products of slopes of either, `means` that of their means; what the latter has more is
+/// noise.
+bool isNoise(double across, double means, double count, const regs_sPlace& sigma) {
+    const double noise = std::max(0.0, means - across);
+    // Smoothing leaves one independent slope for so many elements.
+    const double each = 4 * type_Pi * std::max(1.0, sigma.x) * std::max(1.0, sigma.y);
+    return !(across > 4 * 2 * noise * std::sqrt(each / count)) || !(across > 1e-9 * means);
+}
+
+sStep solved(const double (&sums)[regs_sums], const sAxes& axes, double count,
+             const regs_sPlace& sigma) {
     const sSlopes across{sums[0], sums[1], sums[2]};
     const sSlopes means{sums[13], sums[14], sums[15]};
     // Far from the place slopes have little in common; their means lead on there.
-    if (across.xx >= 0.5 * means.xx && across.yy >= 0.5 * means.yy) {
-        const sStep step = solved(across, sums, hasX, hasY, count);
+    const bool isClose =
+        (across.xx >= 0.5 * means.xx || !axes.hasX) && (across.yy >= 0.5 * means.yy || !axes.hasY);
+    if (isClose) {
+        sStep step = solved(sReduced(across, sums, count), across, sums[7], axes);
+        step.isClose = true;
         if (step.isFound)
             return step;
     }
-    return solved(means, sums, hasX, hasY, count);
+    // What changes along one axis alone is found along that one, with noise or without.
+    const sReduced own(across, sums, count);
+    const sReduced both(means, sums, count);
+    const sAxes used{axes.hasX && !isNoise(own.xx, both.xx, count, sigma),
+                     axes.hasY && !isNoise(own.yy, both.yy, count, sigma)};
+    if (used.hasX != used.hasY) {
+        const bool isCloseX = across.xx >= 0.5 * means.xx;
+        const bool isCloseY = across.yy >= 0.5 * means.yy;
+        const bool isOwn = used.hasX ? isCloseX : isCloseY;
+        sStep step =
+            isOwn ? solved(own, across, sums[7], used) : solved(both, means, sums[7], used);
+        step.isClose = isOwn;
+        return step;
+    }
+    return solved(both, means, sums[7], axes);
 }
 
 /// What is left to go from a place, by what overlaps at a shift near it. `a` is smoothed.
@@ -190,7 +250,8 @@ sStep stepFrom(const regs_sPlane& a, const regs_sPlane& b, const regs_sScale& sc
     const sInner y(a.sizeY, b.sizeY, shift.y, sigma.y);
     constexpr double largest = std::numeric_limits<float>::max();
     const bool isFloat = std::fabs(scale.gain) <= largest && std::fabs(scale.offset) <= largest;
-    if (!x.IsEnough() || !y.IsEnough() || !isFloat)
+    constexpr double unknowns = 4;
+    if (x.count < 1 || y.count < 1 || static_cast<double>(x.count) * y.count < unknowns || !isFloat)
         return {};
     const int aside = x.isAxis ? 1 : 0;
     const int below = y.isAxis ? 1 : 0;
@@ -216,7 +277,7 @@ sStep stepFrom(const regs_sPlane& a, const regs_sPlane& b, const regs_sScale& sc
         }
         addRow(rows, static_cast<std::size_t>(x.count), sums);
     }
-    return solved(sums, x.isAxis, y.isAxis, static_cast<double>(x.count) * y.count);
+    return solved(sums, {x.isAxis, y.isAxis}, static_cast<double>(x.count) * y.count, sigma);
 }
 
 /// How much to smooth content of some breadth: as much as keeps the noise of the slopes well below
@@ -235,10 +296,12 @@ double partOf(double step, double breadth) {
 bool regs_Approach(const regs_sPlane& a, const regs_sPlane& b, regs_eApproach end,
                    regs_sPlace& place) {
     constexpr int mostSteps = 20;
+    constexpr double mostSigma = 5;
+    double leastSigma = 0;
     const double enough =
         end == regs_Near ? 0.1 : 0.005; // what is left is a tenth of the last step
     regs_sPlace at = place;
-    regs_sPlace sigma{1.2, 1.2};
+    regs_sPlace sigma = sigmaAt(a, b, regs_Nearest(place), {1.2, 1.2});
     regs_sPlane fixed = smoothed(a, sigma);
     regs_sShift shift{0, 0};
     regs_sScale scale{1, 0};
@@ -246,7 +309,7 @@ bool regs_Approach(const regs_sPlane& a, const regs_sPlane& b, regs_eApproach en
         // What overlaps stays the same where the place goes to and fro between two shifts.
         if (i == 0 || !(std::fabs(at.x - shift.x) <= 0.75) ||
             !(std::fabs(at.y - shift.y) <= 0.75)) {
-            shift = {static_cast<int>(std::lround(at.x)), static_cast<int>(std::lround(at.y))};
+            shift = regs_Nearest(at);
             scale = regs_LikenessOf(a, b, shift).scale;
         }
         const sStep step = stepFrom(fixed, b, scale, sigma, shift, at);
@@ -259,7 +322,12 @@ bool regs_Approach(const regs_sPlane& a, const regs_sPlane& b, regs_eApproach en
         if (!(std::fabs(at.x - place.x) <= 2 + 2 * step.breadth.x) ||
             !(std::fabs(at.y - place.y) <= 2 + 2 * step.breadth.y))
             return false;
-        const regs_sPlace wanted{sigmaFor(step.breadth.x), sigmaFor(step.breadth.y)};
+        // Near the place it is noise that slopes do not have in common.
+        if (!step.isClose)
+            leastSigma = std::min(mostSigma, 1.5 * std::max(sigma.x, sigma.y));
+        const regs_sPlace wanted = sigmaAt(a, b, shift,
+                                           {std::max(leastSigma, sigmaFor(step.breadth.x)),
+                                            std::max(leastSigma, sigmaFor(step.breadth.y))});
         if (end == regs_Exact && !(isNear(wanted.x, sigma.x) && isNear(wanted.y, sigma.y))) {
             sigma = wanted;
             fixed = smoothed(a, sigma);

@@ -324,6 +324,26 @@ TEST(Registration, OfAStripeIsAcrossIt) {
     expectShift(regs_Register(planeOf(110, 70, at50), planeOf(110, 70, at55)), 5, 0, 0.01);
 }
 
+TEST(Registration, OfANoisyStripeIsBetweenElementsToo) {
+    const auto content = [](double x) {
+        return std::exp(-(x - 40) * (x - 40) / 8) + std::exp(-(x - 75) * (x - 75) / 18) -
+               std::exp(-(x - 100) * (x - 100) / 10);
+    };
+    for (unsigned seed = 0; seed < 30; ++seed) {
+        std::mt19937 random(seed);
+        std::normal_distribution<double> noise(0, 0.2);
+        std::vector<double> across, moved;
+        for (int y = 0; y < 130; ++y)
+            for (int x = 0; x < 150; ++x) {
+                across.push_back(content(x) + noise(random));
+                moved.push_back(content(x - 7.5) + noise(random));
+            }
+        SCOPED_TRACE(seed);
+        const auto shift = regs_Register(planeOf(150, 130, across), planeOf(150, 130, moved));
+        EXPECT_NEAR(shift.elementsX, 7.5, 0.1);
+    }
+}
+
 TEST(Registration, IsInTheUnitsOfTheCalibrations) {
     const cScene scene(5);
     const regs_s2DShift shift =
