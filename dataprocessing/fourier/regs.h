@@ -21,7 +21,8 @@ struct regs_sOptions {
     double low = 0;
     /// See `low`. An image has frequencies up to sqrt(2).
     double high = 2;
-    /// The part of the smaller array, along each axis, that must overlap the other at least.
+    /// The part of the smaller array, along each axis, that must overlap the other at least, to the
+    /// nearest whole element of the shift.
     double overlap = 0.25;
     /// How the shift is found between whole elements.
     regs_eSubElement subElement = regs_LeastSquares;
@@ -37,8 +38,9 @@ struct regs_s1DShift {
     /// The correlation coefficient of the parts that overlap, at the nearest whole element: 1 for
     /// equal ones. Noise makes it smaller, and so does what differs.
     double height = 0;
-    /// That of the second peak of the correlation. A height that is hardly above it tells that
-    /// there is nothing to register by, or that what there is repeats itself.
+    /// That at the next best peak, by the same elements; 0 where there is none. What lies on the
+    /// slopes of the peak found is no other. A height that is hardly above it tells that there is
+    /// nothing to register by, or that what there is repeats itself.
     double second = 0;
 };
 
@@ -58,22 +60,29 @@ struct regs_s2DShift {
 /// 1. The means are subtracted, and both are extended with zeros so far that nothing meets what has
 ///    gone out at the other end. Arrays of more than some sixty elements along an axis are averaged
 ///    first, two and two or more; where that finds nothing, with less.
-/// 2. The correlation coefficient of what overlaps is found for every shift at which enough does,
-///    and the dozen highest peaks of it times the root of the number of elements that overlap are
-///    ranked by how likely it is that both are the same but for noise. With a band it is the
-///    correlation itself, over that root, and edges are faded out before.
+/// 2. The correlation coefficient h of what overlaps, n elements, is found for every shift at which
+///    enough does, and how likely it is that both are the same but for noise, -n log(1.02 - h h).
+///    The dozen highest peaks of either, of h times the root of n for one, are ranked by the
+///    latter. With a band it is the correlation itself, over that root, and edges are faded out
+///    before.
 /// 3. From the best peak on, least squares go where what overlaps differs least, among the averages
 ///    and then among the elements: both smoothed a little, the moved array to where it lies between
 ///    elements, and as bright and as strong as the other. What overlaps is not faded out, and its
 ///    edges do not hold it back, so that with white noise the errors are within some percent of the
-///    least that any method can have, for fine and for broad content.
+///    least that any method can have, for fine and for broad content. Slopes that are lost in noise
+///    are smoothed more. An axis along which there are no slopes but those of noise keeps the shift
+///    of its peak. Where fewer than 16 elements overlap along an axis, the shift is climbed to
+///    before, from whole element to whole element, by that likelihood among the elements, and what
+///    overlaps there is cut out of both.
 /// 4. Otherwise, for the other ways between elements and with a band: what overlaps is cut out of
 ///    both (of large overlaps the middle), the mean subtracted, faded out over an eighth towards
 ///    each edge, and correlated again, with the more weight on frequencies the more they stand out
 ///    of most others; the maximum of that, found as `subElement` says, is the rest of the shift.
 ///    Fading draws the rest, of half an element at most, towards 0: by some percent of it where the
 ///    content is much finer than the faded edges are wide, by up to a half where it is not. Where
-///    least squares lead nowhere, which is told by nothing but a small height, this is the shift.
+///    least squares lead nowhere, which is told by nothing but a small height, this is the shift,
+///    or that at a neighbour where both are more likely the same. A correlation without a maximum
+///    between elements is taken as parabolas.
 ///
 /// The arrays may have any sizes and calibrations, each its own, of equal deltas (to 1e-6 of them);
 /// take the shift from the offset of `moved` to move it into place. All real types are served; less

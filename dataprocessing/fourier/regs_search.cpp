@@ -1,9 +1,9 @@
 #include "dataprocessing/fourier/regs_search.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <utility>
 #include <vector>
 
@@ -77,9 +77,42 @@ std::vector<regs_sOverlap> overlaps(int fixed, int moved) {
     return result;
 }
 
-double enoughOf(int fixed, int moved, double overlap) {
-    return std::max(1.0, overlap * std::min(fixed, moved));
+template<class At>
+bool isPeak(const At& at, int x, int y) {
+    const auto here = at(x, y);
+    return here > at(x - 1, y) && here >= at(x + 1, y) && here > at(x, y - 1) &&
+           here >= at(x, y + 1);
 }
+
+// What lies between elements is found by parabolas only, and is not quite alike.
+constexpr double doubt = 0.02;
+
+/// The highest of some shifts.
+class cHighest {
+public:
+    /// What is not higher is not one of them.
+    double Least() const { return shifts_.size() < most ? 0.0 : shifts_.front().first; }
+    void Add(double value, const regs_sShift& shift) {
+        if (shifts_.size() == most) {
+            std::pop_heap(shifts_.begin(), shifts_.end(), isHigher);
+            shifts_.pop_back();
+        }
+        shifts_.emplace_back(value, shift);
+        std::push_heap(shifts_.begin(), shifts_.end(), isHigher);
+    }
+    std::vector<regs_sShift> Shifts() const {
+        std::vector<regs_sShift> result;
+        for (const Entry& entry : shifts_)
+            result.push_back(entry.second);
+        return result;
+    }
+
+private:
+    using Entry = std::pair<double, regs_sShift>;
+    static constexpr std::size_t most = 12;
+    static bool isHigher(const Entry& a, const Entry& b) { return a.first > b.first; }
+    std::vector<Entry> shifts_; // a heap, the lowest first
+};
 
 } // namespace
 
@@ -110,16 +143,16 @@ void regs_cSearch::RankByLikeness(const regs_cCorrelation& correlation, double o
     const double leastMoved = leastContent * moved.Power();
     const std::vector<regs_sOverlap> alongX = overlaps(fixed_.sizeX, moved_.sizeX);
     const std::vector<regs_sOverlap> alongY = overlaps(fixed_.sizeY, moved_.sizeY);
-    const double enoughX = enoughOf(fixed_.sizeX, moved_.sizeX, overlap);
-    const double enoughY = enoughOf(fixed_.sizeY, moved_.sizeY, overlap);
+    const regs_sShifts shiftsX(fixed_.sizeX, moved_.sizeX, overlap);
+    const regs_sShifts shiftsY(fixed_.sizeY, moved_.sizeY, overlap);
     std::vector<sSum> ofFixed;
     std::vector<sSum> ofMoved;
     float* rank = ranks_.data();
     for (std::size_t j = 0; j < alongY.size(); ++j, rank += countX_) {
         const regs_sOverlap& y = alongY[j];
-        if (y.count < enoughY)
-            continue;
         const int shiftY = static_cast<int>(j) + 1 - fixed_.sizeY;
+        if (!shiftsY.Has(shiftY))
+            continue;
         fixed.OfRows(y.first, y.count, ofFixed);
         moved.OfRows(y.first + shiftY, y.count, ofMoved);
         const float* const row = correlation.Row(shiftY);
@@ -127,7 +160,7 @@ void regs_cSearch::RankByLikeness(const regs_cCorrelation& correlation, double o
             const regs_sOverlap& x = alongX[i];
             const int shiftX = static_cast<int>(i) + 1 - fixed_.sizeX;
             const float value = row[shiftX < 0 ? shiftX + correlation.SizeX() : shiftX];
-            if (x.count < enoughX)
+            if (!shiftsX.Has(shiftX))
                 continue;
             const double n = static_cast<double>(x.count) * y.count;
             const auto a = static_cast<std::size_t>(x.first);
@@ -151,65 +184,108 @@ void regs_cSearch::RankByLikeness(const regs_cCorrelation& correlation, double o
 void regs_cSearch::RankByCorrelation(const regs_cCorrelation& correlation, double overlap) {
     const std::vector<regs_sOverlap> alongX = overlaps(fixed_.sizeX, moved_.sizeX);
     const std::vector<regs_sOverlap> alongY = overlaps(fixed_.sizeY, moved_.sizeY);
-    const double enoughX = enoughOf(fixed_.sizeX, moved_.sizeX, overlap);
-    const double enoughY = enoughOf(fixed_.sizeY, moved_.sizeY, overlap);
+    const regs_sShifts shiftsX(fixed_.sizeX, moved_.sizeX, overlap);
+    const regs_sShifts shiftsY(fixed_.sizeY, moved_.sizeY, overlap);
     float* rank = ranks_.data();
     for (std::size_t j = 0; j < alongY.size(); ++j, rank += countX_)
         for (std::size_t i = 0; i < alongX.size(); ++i) {
             const int shiftX = static_cast<int>(i) + 1 - fixed_.sizeX;
             const int shiftY = static_cast<int>(j) + 1 - fixed_.sizeY;
-            if (alongX[i].count >= enoughX && alongY[j].count >= enoughY)
+            if (shiftsX.Has(shiftX) && shiftsY.Has(shiftY))
                 rank[i] =
                     correlation.At(shiftX, shiftY) / std::sqrt(static_cast<float>(alongX[i].count) *
                                                                static_cast<float>(alongY[j].count));
         }
 }
 
-bool regs_cSearch::IsPeak(int x, int y) const {
-    const float here = At(x, y);
-    return here > At(x - 1, y) && here >= At(x + 1, y) && here > At(x, y - 1) &&
-           here >= At(x, y + 1);
+double regs_cSearch::CountAt(const regs_sShift& shift) const {
+    return static_cast<double>(regs_sOverlap(fixed_.sizeX, moved_.sizeX, shift.x).count) *
+           regs_sOverlap(fixed_.sizeY, moved_.sizeY, shift.y).count;
 }
 
-std::vector<regs_sPeak> regs_cSearch::Peaks() const {
-    constexpr std::size_t most = 12;
-    using Candidate = std::pair<float, regs_sShift>;
-    const auto isHigher = [](const Candidate& a, const Candidate& b) { return a.first > b.first; };
-    std::vector<Candidate> highest; // a heap, the lowest first
-    float least = 0;
+double regs_cSearch::RankAt(int x, int y) const {
+    const double value = static_cast<double>(At(x, y));
+    if (!(value > 0))
+        return 0;
+    const double count = CountAt({x, y});
+    return regs_RankOf(value / std::sqrt(count), count, doubt);
+}
+
+/// The highest peaks of the coefficient times the root of the number of elements: there are few,
+/// and they stand out where noise leaves little of the likeness.
+std::vector<regs_sShift> regs_cSearch::Candidates() const {
+    cHighest highest;
+    const auto at = [this](int x, int y) { return static_cast<double>(At(x, y)); };
     const float* rank = ranks_.data();
     for (int y = 1 - fixed_.sizeY; y < moved_.sizeY; ++y)
         for (int x = 1 - fixed_.sizeX; x < moved_.sizeX; ++x) {
-            const float value = *rank++;
-            if (!(value > least) || !IsPeak(x, y))
+            const double value = static_cast<double>(*rank++);
+            if (value > highest.Least() && isPeak(at, x, y))
+                highest.Add(value, {x, y});
+        }
+    return highest.Shifts();
+}
+
+/// Where little overlaps the number of elements changes so fast that what is quite alike may be no
+/// peak of that product, but it is one of the rank.
+std::vector<regs_sShift> regs_cSearch::LikelyCandidates() const {
+    cHighest highest;
+    const auto at = [this](int x, int y) { return RankAt(x, y); };
+    double best = 0;
+    const float* rank = ranks_.data();
+    for (int y = 1 - fixed_.sizeY; y < moved_.sizeY; ++y)
+        for (int x = 1 - fixed_.sizeX; x < moved_.sizeX; ++x) {
+            const double squared = static_cast<double>(*rank) * static_cast<double>(*rank);
+            ++rank;
+            const double least = std::max(highest.Least(), 0.5 * best);
+            const double count = CountAt({x, y});
+            // -log(t) is at most (1 - t) / t, which is found faster.
+            if (!(squared > least * std::max(doubt, 1 - squared / count)))
                 continue;
-            if (highest.size() == most) {
-                std::pop_heap(highest.begin(), highest.end(), isHigher);
-                highest.pop_back();
+            const double value = RankAt(x, y);
+            if (value > least && isPeak(at, x, y)) {
+                highest.Add(value, {x, y});
+                best = std::max(best, value);
             }
-            highest.emplace_back(value, regs_sShift{x, y});
-            std::push_heap(highest.begin(), highest.end(), isHigher);
-            least = highest.size() < most ? 0.0F : highest.front().first;
         }
+    return highest.Shifts();
+}
+
+std::vector<regs_sPeak> regs_cSearch::Peaks() const {
     std::vector<regs_sPeak> peaks;
-    for (const auto& [value, shift] : highest) {
-        const double count =
-            static_cast<double>(regs_sOverlap(fixed_.sizeX, moved_.sizeX, shift.x).count) *
-            regs_sOverlap(fixed_.sizeY, moved_.sizeY, shift.y).count;
+    const auto add = [&](const regs_sShift& shift) {
         if (ranking_ == regs_ByCorrelation) {
-            // What is outside of the band is in the elements, but not in the correlation.
-            peaks.push_back({shift, regs_LikenessOf(fixed_, moved_, shift).coefficient,
-                             static_cast<double>(value)});
-            continue;
+            peaks.push_back({shift, static_cast<double>(At(shift.x, shift.y))});
+            return;
         }
-        const double height = std::min(1.0, static_cast<double>(value) / std::sqrt(count));
         // Where little overlaps it is alike by chance, and then counts no more than it may.
-        const double top = std::min(1.0, Between(shift).height / std::sqrt(count));
-        peaks.push_back({shift, height, -count * std::log(1.02 - top * top)});
-    }
+        const double count = CountAt(shift);
+        peaks.push_back(
+            {shift, regs_RankOf(Between(shift).height / std::sqrt(count), count, doubt)});
+    };
+    for (const regs_sShift& shift : Candidates())
+        add(shift);
+    if (ranking_ == regs_ByLikeness)
+        for (const regs_sShift& shift : LikelyCandidates())
+            if (std::none_of(peaks.begin(), peaks.end(), [&](const regs_sPeak& peak) {
+                    return peak.shift.x == shift.x && peak.shift.y == shift.y;
+                }))
+                add(shift);
     std::sort(peaks.begin(), peaks.end(),
               [](const regs_sPeak& a, const regs_sPeak& b) { return a.rank > b.rank; });
     return peaks;
+}
+
+bool regs_cSearch::IsApart(const regs_sShift& peak, const regs_sShift& other) const {
+    const int steps = std::max(std::abs(peak.x - other.x), std::abs(peak.y - other.y));
+    const auto between = [steps](int from, int to, int step) {
+        return from + static_cast<int>(std::lround(static_cast<double>(to - from) * step / steps));
+    };
+    float valley = At(peak.x, peak.y);
+    for (int step = 1; step < steps; ++step)
+        valley =
+            std::min(valley, At(between(peak.x, other.x, step), between(peak.y, other.y, step)));
+    return valley < 0.75F * At(peak.x, peak.y);
 }
 
 regs_sSummit regs_cSearch::Between(const regs_sShift& shift) const {

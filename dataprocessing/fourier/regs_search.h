@@ -23,7 +23,6 @@ enum regs_eRanking {
 /// A shift and what is told of it.
 struct regs_sPeak {
     regs_sShift shift;
-    double height; ///< the correlation coefficient of what overlaps
     double rank;
 };
 
@@ -44,6 +43,9 @@ public:
     /// The best of the peaks, by falling rank.
     std::vector<regs_sPeak> Peaks() const;
 
+    /// Whether a peak is none on the slopes of another one: between them there is a valley.
+    bool IsApart(const regs_sShift& peak, const regs_sShift& other) const;
+
     /// The peak at a shift, by parabolas.
     regs_sSummit Between(const regs_sShift& shift) const;
 
@@ -56,7 +58,10 @@ private:
                    : ranks_[static_cast<std::size_t>(row) * static_cast<std::size_t>(countX_) +
                             static_cast<std::size_t>(column)];
     }
-    bool IsPeak(int x, int y) const;
+    double CountAt(const regs_sShift& shift) const;
+    double RankAt(int x, int y) const;
+    std::vector<regs_sShift> Candidates() const;
+    std::vector<regs_sShift> LikelyCandidates() const;
     void RankByLikeness(const regs_cCorrelation& correlation, double overlap);
     void RankByCorrelation(const regs_cCorrelation& correlation, double overlap);
 

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "dataprocessing/binary/bnry.h"
+#include "dataprocessing/filter/smth.h"
 #include "dataprocessing/reduce/stat.h"
 #include "tests/support/arrays.h"
 #include "tests/support/constants.h"
@@ -88,19 +89,21 @@ darr_c1DArray lineSeen(int size, double x, const cal_c1DArrayCal& cal = {}) {
     return lineOf(elements, cal);
 }
 
-/// A pair with 10 dB of noise in both, and the least standard errors of its shift that any method
-/// can have which knows neither what is seen nor how bright it is in either (Cramer and Rao): the
-/// covariance is twice the noise's variance times the inverse of the sums of products of slopes
-/// over what overlaps, as far as those are not proportional to the content or constant.
+/// A pair with noise of so much of the content's variance in both, and the least standard errors of
+/// its shift that any method can have which knows neither what is seen nor how bright it is in
+/// either (Cramer and Rao): the covariance is twice the noise's variance times the inverse of the
+/// sums of products of slopes over what overlaps, as far as those are not proportional to the
+/// content or constant.
 struct sNoisyPair {
     darr_c2DArray fixed, moved;
     double x, y;
     double boundX, boundY;
 };
 
-sNoisyPair noisyPair(const cScene& scene, int sizeX, int sizeY, double x, double y, unsigned seed) {
+sNoisyPair noisyPair(const cScene& scene, int sizeX, int sizeY, double x, double y, unsigned seed,
+                     double power = 0.1) {
     const darr_c2DArray clean = scene.Seen(sizeX, sizeY, 0, 0);
-    const double noise = std::sqrt(0.1 * stat_Variance(clean).As<double>());
+    const double noise = std::sqrt(power * stat_Variance(clean).As<double>());
     const auto at = [&](int column, int row) { return clean.Number(column, row).As<double>(); };
     double products[4][4] = {}; // of the slopes, the content and 1
     for (int row = std::max(1, static_cast<int>(-y)); row < std::min(sizeY - 1.0, sizeY - y); ++row)
@@ -288,6 +291,7 @@ TEST(Registration, HasTheSameBitsAtEveryLevel) {
         EXPECT_EQ(shift.elementsX, shifts[0].elementsX);
         EXPECT_EQ(shift.elementsY, shifts[0].elementsY);
         EXPECT_EQ(shift.height, shifts[0].height);
+        EXPECT_EQ(shift.second, shifts[0].second);
     }
 }
 
@@ -342,6 +346,221 @@ TEST(Registration, OfANoisyStripeIsBetweenElementsToo) {
         const auto shift = regs_Register(planeOf(150, 130, across), planeOf(150, 130, moved));
         EXPECT_NEAR(shift.elementsX, 7.5, 0.1);
     }
+}
+
+TEST(Registration, OfFewRowsIsThatOfAllTheirContent) {
+    // It is as likely as not that hardly less is alike where one row more overlaps.
+    for (const auto& [smallest, largest] : {std::pair(1.5, 3.0), std::pair(3.0, 5.0)})
+        for (int rows = 4; rows <= 12; ++rows) {
+            const cScene scene(500 + static_cast<unsigned>(rows), 300, 900, smallest, largest);
+            const darr_c2DArray fixed = scene.Seen(120, rows, 40, 40);
+            for (int y = -(rows / 4); y <= rows / 4; ++y)
+                for (const int x : {-30, -7, 0, 1, 22}) {
+                    SCOPED_TRACE(std::to_string(rows) + " rows, " + std::to_string(x) + ", " +
+                                 std::to_string(y));
+                    const darr_c2DArray moved = scene.Seen(120, rows, 40 - x, 40 - y);
+                    const regs_s2DShift shift = regs_Register(fixed, moved);
+                    expectShift(shift, x, y, 0.02);
+                    EXPECT_GT(shift.height, 0.999);
+                    expectShift(regs_Register(fixed, moved, {.subElement = regs_Whole}), x, y, 0);
+                }
+        }
+}
+
+TEST(Registration, OfFewRowsIsNotMistakenForANearRepetition) {
+    const auto seen = [](int y) {
+        std::vector<double> values;
+        for (int j = 0; j < 8; ++j)
+            for (int i = 0; i < 200; ++i)
+                values.push_back(std::sin(0.7 * i + 0.3 * (j - y)) +
+                                 std::cos(0.5 * (j - y) - 0.2 * i));
+        return planeOf(200, 8, values);
+    };
+    for (int y = -2; y <= 2; ++y)
+        expectShift(regs_Register(seen(0), seen(y)), 0, y, 1e-3);
+}
+
+TEST(Registration, OfFewRowsGoesBetweenElements) {
+    const cScene scene(13, 300, 900, 2, 4);
+    const darr_c2DArray fixed = scene.Seen(150, 9, 40, 40);
+    for (const double x : {-4.3, 0.5, 11.8})
+        for (const double y : {-1.4, 0.3, 1.7}) {
+            SCOPED_TRACE(std::to_string(x) + ", " + std::to_string(y));
+            expectShift(regs_Register(fixed, scene.Seen(150, 9, 40 - x, 40 - y)), x, y, 0.1);
+        }
+}
+
+TEST(Registration, FindsShiftsOfShortLines) {
+    for (int size = 10; size <= 20; ++size)
+        for (int from = 0; from < 400; from += 40)
+            for (int x = -(size / 4); x <= size / 4; ++x)
+                EXPECT_NEAR(regs_Register(lineSeen(size, from), lineSeen(size, from - x)).elementsX,
+                            x, 0.1)
+                    << size << " from " << from;
+}
+
+TEST(Registration, FindsBroadContentInStrongNoise) {
+    // Twice the content's deviation, in both: 6 dB below it.
+    for (unsigned seed = 0; seed < 6; ++seed) {
+        const cScene scene(600 + seed, 700, 300, 10, 20);
+        const darr_c2DArray clean = scene.Seen(400, 400, 0, 0);
+        const double noise = 2 * std::sqrt(stat_Variance(clean).As<double>());
+        const regs_s2DShift shift =
+            regs_Register(scene.Seen(400, 400, 0, 0, {}, noise, 2 * seed + 1),
+                          scene.Seen(400, 400, -31.3, 44.6, {}, noise, 2 * seed + 2));
+        SCOPED_TRACE(seed);
+        expectShift(shift, 31.3, -44.6, 0.8);
+        EXPECT_LT(shift.second, 0.8 * shift.height);
+    }
+}
+
+TEST(Registration, ReachesWhatStrongNoiseAllows) {
+    double squares = 0;
+    constexpr unsigned pairs = 12;
+    for (unsigned seed = 0; seed < pairs; ++seed) {
+        const cScene scene(800 + seed, 600, 400, 7, 12);
+        const sNoisyPair pair = noisyPair(scene, 330, 290, 17.3, -31.6, seed, 4);
+        const regs_s2DShift shift = regs_Register(pair.fixed, pair.moved);
+        squares += std::pow((shift.elementsX - pair.x) / pair.boundX, 2) +
+                   std::pow((shift.elementsY - pair.y) / pair.boundY, 2);
+    }
+    // The bound is that of weak noise.
+    EXPECT_LE(std::sqrt(squares / (2 * pairs)), 1.4);
+}
+
+TEST(Registration, TellsHowAlikeTheSecondPeakIsByTheSameElements) {
+    for (const double noise : {0.0465, 0.147, 0.294})
+        for (unsigned seed = 1; seed <= 4; ++seed) {
+            const cScene scene(700 + seed);
+            const regs_s2DShift shift =
+                regs_Register(scene.Seen(300, 260, 0, 0, {}, noise, 2 * seed),
+                              scene.Seen(300, 260, -21.4, 17.8, {}, noise, 2 * seed + 1));
+            expectShift(shift, 21.4, -17.8, 0.3);
+            EXPECT_LT(shift.second, 0.6 * shift.height) << noise;
+        }
+}
+
+TEST(Registration, TellsApartWhatRepeatsItselfInNoise) {
+    std::mt19937 random(14);
+    std::normal_distribution<float> noise(0, 1);
+    const auto seen = [&] {
+        std::vector<float> lattice;
+        for (int y = 0; y < 200; ++y)
+            for (int x = 0; x < 200; ++x)
+                lattice.push_back(std::cos(0.5F * static_cast<float>(x)) *
+                                      std::cos(0.5F * static_cast<float>(y)) +
+                                  noise(random));
+        return planeOf(200, 200, lattice);
+    };
+    const regs_s2DShift shift = regs_Register(seen(), seen());
+    EXPECT_NEAR(shift.second, shift.height, 0.1 * shift.height);
+}
+
+TEST(Registration, DoesNotTakeTheFlankOfAPeakForASecondOne) {
+    for (unsigned seed = 0; seed < 6; ++seed) {
+        std::mt19937 random(seed);
+        std::normal_distribution<double> noise(0, 0.3);
+        const auto seen = [&](double x, double y) {
+            std::vector<double> values;
+            for (int j = 0; j < 120; ++j)
+                for (int i = 0; i < 140; ++i)
+                    values.push_back(std::exp(-((i - x) * (i - x) + (j - y) * (j - y)) / 500) +
+                                     noise(random));
+            return planeOf(140, 120, values);
+        };
+        const regs_s2DShift shift = regs_Register(seen(66, 58), seen(75, 54));
+        expectShift(shift, 9, -4, 1);
+        EXPECT_LT(shift.second, 0.5 * shift.height) << seed;
+    }
+}
+
+TEST(Registration, DoesNotTakeThePeakItHasReachedForASecondOne) {
+    // A bowl that stays where it is moves the best peak of the search, but not what it leads to.
+    for (unsigned seed = 1; seed <= 12; ++seed) {
+        std::mt19937 random(seed);
+        std::normal_distribution<float> normal;
+        std::vector<float> grain(300 * 300);
+        for (float& value : grain)
+            value = normal(random);
+        const darr_c2DArray scene = smth_Gauss(planeOf(300, 300, grain), 2.0, 2.0);
+        const double deviation = std::sqrt(stat_Variance(scene).As<double>());
+        const auto seen = [&](int fromX, int fromY) {
+            std::vector<float> values;
+            for (int y = 0; y < 180; ++y)
+                for (int x = 0; x < 200; ++x) {
+                    const float u = static_cast<float>(x - 100) / 100;
+                    const float v = static_cast<float>(y - 90) / 90;
+                    const double content = scene.Number(fromX + x, fromY + y).As<double>();
+                    values.push_back(static_cast<float>(content / deviation) +
+                                     0.3F * normal(random) + u * u + v * v);
+                }
+            return planeOf(200, 180, values);
+        };
+        const darr_c2DArray moved = seen(37, 59);
+        const regs_s2DShift shift = regs_Register(seen(50, 50), moved);
+        SCOPED_TRACE(seed);
+        expectShift(shift, 13, -9, 0.1);
+        EXPECT_LT(shift.second, 0.9 * shift.height);
+    }
+}
+
+TEST(Registration, OfSmallSquaresIsThatOfAllTheirContent) {
+    int wrong = 0;
+    for (int size = 10; size <= 16; size += 2)
+        for (unsigned seed = 0; seed < 4; ++seed) {
+            const cScene scene(1000 + 10 * static_cast<unsigned>(size) + seed, 200, 300, 4, 7);
+            const darr_c2DArray fixed = scene.Seen(size, size, 40, 40);
+            for (int y = -(size / 4); y <= size / 4; ++y)
+                for (int x = -(size / 4); x <= size / 4; ++x) {
+                    const auto shift = regs_Register(fixed, scene.Seen(size, size, 40 - x, 40 - y));
+                    wrong += std::fabs(shift.elementsX - x) > 0.1 ||
+                             std::fabs(shift.elementsY - y) > 0.1;
+                }
+        }
+    EXPECT_EQ(wrong, 0);
+}
+
+TEST(Registration, GoesBetweenElementsOfAStripeByEachWay) {
+    std::mt19937 random(15);
+    std::normal_distribution<double> noise(0, 0.2);
+    const auto seen = [&](double at) {
+        std::vector<double> values;
+        for (int y = 0; y < 130; ++y)
+            for (int x = 0; x < 150; ++x)
+                values.push_back(std::exp(-(x - at) * (x - at) / 18) + noise(random));
+        return planeOf(150, 130, values);
+    };
+    for (const auto subElement : {regs_LeastSquares, regs_Fourier, regs_Parabola})
+        for (int repeat = 0; repeat < 6; ++repeat) {
+            const darr_c2DArray fixed = seen(60);
+            EXPECT_NEAR(regs_Register(fixed, seen(67.4), {.subElement = subElement}).elementsX, 7.4,
+                        0.2);
+        }
+}
+
+TEST(Registration, KeepsTheOverlapAskedFor) {
+    const auto seen = [](double by) {
+        std::vector<double> values;
+        for (int y = 0; y < 80; ++y)
+            for (int i = 0; i < 100; ++i) {
+                const double x = i - by;
+                values.push_back(std::sin(0.13 * x) + std::cos(0.17 * y + 0.05 * x) +
+                                 4 * std::exp(-((x - 50) * (x - 50) + (y - 40) * (y - 40)) / 60));
+            }
+        return planeOf(100, 80, values);
+    };
+    for (const auto subElement : {regs_LeastSquares, regs_Fourier, regs_Parabola, regs_Whole})
+        for (const auto& [overlap, most] : {std::pair(1.0, 0), {0.95, 5}, {0.9, 10}})
+            for (const int by : {1, 3, 6, 12}) {
+                const regs_sOptions options{.overlap = overlap, .subElement = subElement};
+                const regs_s2DShift shift = regs_Register(seen(0), seen(by), options);
+                SCOPED_TRACE(std::to_string(overlap) + " by " + std::to_string(by));
+                EXPECT_LE(std::lround(std::fabs(shift.elementsX)), most);
+                EXPECT_LE(std::lround(std::fabs(shift.elementsY)), 80 - std::ceil(80 * overlap));
+                if (by <= most) {
+                    EXPECT_NEAR(shift.elementsX, by, 0.2);
+                }
+            }
 }
 
 TEST(Registration, IsInTheUnitsOfTheCalibrations) {
