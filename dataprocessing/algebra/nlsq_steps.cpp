@@ -86,7 +86,7 @@ private:
     bool IsOver() {
         if (result_.gradient <= control_.gradientTolerance && !Relaxes())
             return End(nlsq_GradientSmall);
-        if (control_.stop.stop_requested())
+        if (IsStopped())
             return End(nlsq_Stopped);
         if (!AreLeft(1))
             return End(nlsq_MostEvaluations);
@@ -127,14 +127,16 @@ private:
             // What was of no use is not worth trying as often.
             leapless_ = 2 * leapless_ + 2;
             untilLeap_ = leapless_;
+            if (IsStopped())
+                return End(nlsq_Stopped);
         }
 
         double chiSquared = equations_.Try(tried_);
         ++result_.evaluations;
         bool isShortened = false;
         constexpr int mostTimes = 3;
-        for (int times = 0; !std::isfinite(chiSquared) && times < mostTimes && AreLeft(1) &&
-                            !control_.stop.stop_requested();
+        for (int times = 0;
+             !std::isfinite(chiSquared) && times < mostTimes && AreLeft(1) && !IsStopped();
              ++times) {
             const double part = equations_.PositivePart(q_, tried_);
             if (!(part > 0))
@@ -167,7 +169,7 @@ private:
         hasBeenShortened_ = hasBeenShortened_ || isShortened;
         LookAround();
         // Where the data push a value to 0, what is left of it shortens all steps.
-        if (isShortened && !hasBarrier_ && equations_.IsNearlyZero() && AreLeft(2))
+        if (isShortened && !hasBarrier_ && equations_.IsNearlyZero() && AreLeft(2) && !IsStopped())
             Rebase(true);
         if (!IsToGoOn())
             return End(nlsq_StoppedByObserver);
@@ -209,6 +211,8 @@ private:
         double chiSquared = equations_.Try(leap_);
         ++result_.evaluations;
         if (!std::isfinite(chiSquared)) {
+            if (IsStopped())
+                return false;
             factor *= almost * equations_.PositivePart(q_, leap_);
             if (!(factor > 1) || !CanLeap(factor))
                 return false;
@@ -244,6 +248,8 @@ private:
         }
         return AreLeft(2);
     }
+
+    bool IsStopped() const noexcept { return control_.stop.stop_requested(); }
 
     /// Whether so many evaluations are allowed yet, beside that which takes a barrier away.
     bool AreLeft(int evaluations) const noexcept {

@@ -319,7 +319,8 @@ struct pkmd_sInterval {
 ///
 /// `found` is what pkmd_Fit gave for the same model, spectrum and options. Ends are within 1e-4 of
 /// half of the interval; an end that is not reached is the bound of the parameter, one that its
-/// shape puts included, or infinite. Takes about ten fits, up to twenty where an end is at a bound.
+/// shape puts included, or infinite; NaN where one of the fits is asked to stop. Takes about ten
+/// fits, up to twenty where an end is at a bound.
 ///
 /// Throws expt_cProgramException: ("pkmd", 11) for a parameter that is fixed or tied, and after a
 /// fit that did not converge; ("pkmd", 2) where there is no such parameter, ("pkmd", 3) for a width

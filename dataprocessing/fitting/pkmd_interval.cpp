@@ -11,7 +11,8 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// Where `riseAt(distance)` comes up to 1, from 0 at a distance of 0 and about 1 at one of `error`;
-/// `most` where it does not before. Its root is nearly a straight line, which is followed.
+/// `most` where it does not before, NaN where riseAt gives up. Its root is nearly a straight line,
+/// which is followed.
 template<class RiseAt>
 double distanceOfOne(double error, double most, RiseAt riseAt) {
     double inside = 0;
@@ -22,7 +23,10 @@ double distanceOfOne(double error, double most, RiseAt riseAt) {
     constexpr int mostTries = 60;
     constexpr double enough = 1e-4;
     for (int i = 0; i < mostTries; ++i) {
-        const double root = std::sqrt(std::max(riseAt(distance), 0.0));
+        const double rise = riseAt(distance);
+        if (std::isnan(rise))
+            return rise;
+        const double root = std::sqrt(std::max(rise, 0.0));
         if (std::fabs(root - 1) <= enough)
             return distance;
         if (root < 1) {
@@ -71,10 +75,12 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
     // Away from the best value up to a bound, which is met to the bit.
     const auto end = [&](double side, double bound) {
         const double most = std::fabs(bound - best);
-        const auto at = [&](double away) { return away < most ? best + side * away : bound; };
+        const auto at = [&](double away) { return away >= most ? bound : best + side * away; };
         return at(distanceOfOne(unit, most, [&](double away) {
             other.SetStart(parameter, at(away));
             const nlsq_sResult there = pkmd_Fit(other, spectrum, options).fit;
+            if (there.end == nlsq_Stopped || there.end == nlsq_StoppedByObserver)
+                return std::numeric_limits<double>::quiet_NaN();
             return there.Converged() ? (there.chiSquared - found.fit.chiSquared) / one : infinity;
         }));
     };

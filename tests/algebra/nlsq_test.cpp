@@ -4,6 +4,7 @@
 #include <random>
 #include <span>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -663,6 +664,51 @@ TEST(Nlsq, EndsAreTold) {
 
     for (int end = nlsq_GradientSmall; end <= nlsq_NoValue; ++end)
         EXPECT_STRNE(nlsq_Text(static_cast<nlsq_eEnd>(end)), "unknown");
+}
+
+/// A straight line that asks for a stop at one of its evaluations with derivatives, and counts
+/// those from then on.
+class cStoppingLine : public nlsq_cModel {
+public:
+    explicit cStoppingLine(int last) : left_(last) {}
+    void Evaluate(std::span<const double> x, std::span<const double> p, std::span<double> values,
+                  std::span<double> derivatives) const override {
+        after_ += source_.stop_requested();
+        line.Evaluate(x, p, values, derivatives);
+        if (!derivatives.empty() && --left_ == 0)
+            source_.request_stop();
+    }
+    std::stop_token Token() const { return source_.get_token(); }
+    int After() const { return after_; }
+
+private:
+    mutable std::stop_source source_;
+    mutable int left_;
+    mutable int after_ = 0;
+};
+
+// In the middle of a step that is shortened, of many steps at once, or before a barrier.
+TEST(Nlsq, NothingIsEvaluatedAfterAStop) {
+    const std::vector<double> x = positions(20);
+    nlsq_sOptions options;
+    options.objective = nlsq_PoissonLikelihood;
+    for (const std::vector<double>& counts : std::vector<std::vector<double>>{
+             {50, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0},
+             {0, 0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1},
+             {0, 0, 1, 1, 1, 2, 2, 1, 3, 2, 2, 6, 4, 4, 5, 2, 6, 3, 3, 2}})
+        for (const auto& [first, slope] :
+             std::vector<std::pair<double, double>>{{2.5, 0}, {40, 0}, {2.5, -0.4}})
+            for (int last = 1; last < 15; ++last) {
+                const cStoppingLine stopping(last);
+                options.control.stop = stopping.Token();
+                const nlsq_sResult fit =
+                    nlsq_Fit(stopping, x, counts, std::vector{first, slope}, options);
+                EXPECT_EQ(fit.end, nlsq_Stopped) << first << ' ' << slope << ' ' << last;
+                EXPECT_EQ(fit.evaluations, last + stopping.After());
+                // A barrier is taken away.
+                EXPECT_LE(stopping.After(), last > 7 ? 1 : 0)
+                    << first << ' ' << slope << ' ' << last;
+            }
 }
 
 // exp(-p x) to values far from any exponential: a step leaves a fifth of the distance, or three.
