@@ -11,6 +11,7 @@
 
 #include "dataprocessing/algebra/nlsq_refusal.h"
 #include "dataprocessing/fitting/pkmd_equations.h"
+#include "dataprocessing/fitting/pkmd_places.h"
 #include "dataprocessing/valuemodel/conv.h"
 
 using namespace dataprocessing::detail;
@@ -178,11 +179,8 @@ std::string pkmd_cModel::Name(int parameter) const {
 
 /// The peak whose width a parameter is, if it is one.
 const pkmd_cModel::sPeak* pkmd_cModel::PeakOfWidth(int parameter) const {
-    const int first = parameter - 2;
-    const auto found =
-        std::lower_bound(peaks_.begin(), peaks_.end(), first,
-                         [](const sPeak& peak, int number) { return peak.first < number; });
-    return found != peaks_.end() && found->first == first ? &*found : nullptr;
+    const auto found = pkmd_PartAt(peaks_.begin(), peaks_.end(), parameter - 2);
+    return found != peaks_.end() ? &*found : nullptr;
 }
 
 nlsq_sParameter& pkmd_cModel::KindAt(int parameter) {

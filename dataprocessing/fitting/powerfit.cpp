@@ -43,25 +43,32 @@ void takeLogarithms(arr_cC_Array<double>& values) {
 }
 
 /// The variance of the sum of a power law over elements `first` to `last` of a calibration, by the
-/// covariance of its coefficients.
+/// covariance of its coefficients. A window may be much longer than the data.
 double varianceOfSum(const pwft_cPowerLawFittingFunction& law, const cal_c1DArrayCal& cal,
                      int first, int last) {
     if (law.Rank() == 0)
         return 0;
-    arr_cC_Array<double> x(arr_CheckedSize(static_cast<long long>(last) - first));
-    arr_cC_Array<double> y(x.Size());
-    for (int i = first; i < last; ++i)
-        x[i - first] = cal.Position(i);
-    putAtZero(x, cal);
-    law.LoadValues(x, y);
+    const long long end = first + static_cast<long long>(arr_CheckedSize(last - 1LL * first));
     // The derivative of each y by coefficient j is y (ln x)^j.
     const int count = law.Order() + 1;
     std::vector<double> slope(static_cast<std::size_t>(count));
-    for (int i = 0; i < x.Size(); ++i) {
-        double term = y[i];
-        for (std::size_t j = 0; j < slope.size() && term != 0; ++j) {
-            slope[j] += term;
-            term *= std::log(x[i]);
+    constexpr long long most = 512;
+    arr_cC_Array<double> x;
+    arr_cC_Array<double> y;
+    for (long long begin = first; begin < end; begin += most) {
+        const int size = static_cast<int>(std::min(most, end - begin));
+        x.SetSize(size);
+        y.SetSize(size);
+        for (int i = 0; i < size; ++i)
+            x[i] = cal.Position(begin + i);
+        putAtZero(x, cal);
+        law.LoadValues(x, y);
+        for (int i = 0; i < x.Size(); ++i) {
+            double term = y[i];
+            for (std::size_t j = 0; j < slope.size() && term != 0; ++j) {
+                slope[j] += term;
+                term *= std::log(x[i]);
+            }
         }
     }
     double variance = 0;

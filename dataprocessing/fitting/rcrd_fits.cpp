@@ -145,6 +145,10 @@ struct rcrd_cFits {
 
     static double& Offset(plft_c1DOffsetPolyFittingFunction& fit) noexcept { return fit.offset_; }
 
+    static bool FollowsLaw(const pkmd_cModel& model, int parameter) {
+        const pkmd_cModel::sPeak* const peak = model.PeakOfWidth(parameter);
+        return peak && peak->hasLaw;
+    }
     static void Move(pkmd_cModel& from, pkmd_cModel& to) noexcept {
         to.peaks_.swap(from.peaks_);
         to.backgrounds_.swap(from.backgrounds_);
@@ -438,10 +442,6 @@ public:
                 curve += AddPart(i, curve);
             Require(curve == curves_.size());
             model_.SetStarts(starts_);
-            followsLaw_.assign(starts_.size(), 0);
-            for (const pkmd_cModel::sPeak& peak : model_.Peaks())
-                followsLaw_[static_cast<std::size_t>(peak.first) + 2] =
-                    static_cast<char>(peak.hasLaw);
             for (int i = 0; i < model_.ParameterCount(); ++i)
                 SetKind(i);
         } catch (const expt_cProgramException&) {
@@ -490,7 +490,7 @@ private:
 
     void SetKind(int parameter) {
         const auto i = static_cast<std::size_t>(parameter);
-        if (followsLaw_[i])
+        if (rcrd_cFits::FollowsLaw(model_, parameter))
             return Require(kinds_[i] == nlsq_sParameter::Staying);
         if (kinds_[i] == nlsq_sParameter::Following)
             return model_.Tie(parameter, to_[i], factors_[i], tieOffsets_[i]);
@@ -512,7 +512,6 @@ private:
     std::vector<int> to_;
     std::vector<double> factors_;
     std::vector<double> tieOffsets_;
-    std::vector<char> followsLaw_;
     pkmd_cModel model_;
 };
 

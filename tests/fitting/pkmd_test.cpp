@@ -7,6 +7,7 @@
 #include <numbers>
 #include <random>
 #include <sstream>
+#include <stop_token>
 #include <string>
 #include <thread>
 #include <utility>
@@ -18,6 +19,7 @@
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/fitting/pkmd.h"
 #include "dataprocessing/fitting/pkmd_kernels.h"
+#include "dataprocessing/fitting/pkmd_places.h"
 #include "tests/support/constants.h"
 #include "tests/support/levels.h"
 #include "tests/support/refusal_expected.h"
@@ -1258,6 +1260,33 @@ TEST(PeakFit, VoigtsWithoutAGaussianEndAtALimit) {
     EXPECT_GT(atLimit, 5);
 }
 
+/// A parameter number that counts how often it is compared.
+struct CountedNumber {
+    int number = 0;
+    static inline int comparisons = 0;
+    friend bool operator<(const CountedNumber& a, int b) { return ++comparisons, a.number < b; }
+    friend bool operator<(int a, const CountedNumber& b) { return ++comparisons, a < b.number; }
+};
+
+TEST(PeakModel, PartsAreFoundWithoutALookAtEach) {
+    struct Part {
+        CountedNumber first;
+    };
+    constexpr int count = 1000;
+    std::vector<Part> parts;
+    for (int i = 0; i < count; ++i)
+        parts.push_back({{3 * i + 1}});
+    CountedNumber::comparisons = 0;
+    for (int i = -1; i < 3 * count + 2; ++i) {
+        const auto found = dataprocessing::detail::pkmd_PartAt(parts.begin(), parts.end(), i);
+        if (i >= 0 && i % 3 == 1 && i < 3 * count)
+            EXPECT_EQ(found - parts.begin(), i / 3) << i;
+        else
+            EXPECT_EQ(found, parts.end()) << i;
+    }
+    EXPECT_LT(CountedNumber::comparisons, 12 * 3 * (count + 1));
+}
+
 TEST(PeakModel, CurvesHoldTiesAndBounds) {
     pkmd_cModel model;
     model.AddPeak(pkmd_Gaussian, 10, 100, 1);
@@ -1404,6 +1433,13 @@ TEST(PeakFit, IntervalEndsWhereTheDevianceHasRisenByOne) {
             EXPECT_NEAR(high - middle, error, 1e-3 * error);
             EXPECT_NEAR(middle - low, error, 1e-3 * error);
         }
+        std::stop_source source;
+        source.request_stop();
+        options.control.stop = source.get_token();
+        EXPECT_TRUE(std::isnan(pkmd_Interval(straight, line, fit, 0, options).lower));
+        straight.Bound(0, 0, 1000);
+        EXPECT_TRUE(std::isnan(pkmd_Interval(straight, line, fit, 0, options).upper));
+        straight.Free(0);
     }
     model.Fix(0);
     expectRefusal(11, [&] { pkmd_Interval(model, one, found, 0); });

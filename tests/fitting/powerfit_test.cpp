@@ -453,6 +453,38 @@ TEST(MultiPowerLaw, IntensityErrorHasTheLimitsOfTheIntensity) {
     EXPECT_NEAR(multi.function.PeakIntensityError(230), std::sqrt(counted), 1e-6);
 }
 
+TEST(MultiPowerLaw, IntensityErrorOfALongWindowTakesLittleMemory) {
+    const cal_c1DArrayCal cal(100, 1, 0);
+    std::vector<double> y;
+    for (int i = 0; i < 200; ++i)
+        y.push_back(decay(cal.Position(i)) + 3 * std::sin(37.0 * i * i));
+    Multi multi;
+    constexpr int length = 300000;
+    multi.function.AddPeak(200, 5, 40, 0, length);
+    multi.function.Refit(darr_c1DArray(std::span<const double>(y), cal));
+
+    const pwft_cPowerLawFittingFunction& law = multi.function.PowerLaw(0);
+    const auto c = [&](int j) { return static_cast<long double>(law.Coefficients()[j]); };
+    long double variance = 0;
+    long double slope[2] = {};
+    for (int x = 200; x < 200 + length; ++x) {
+        variance += x < 300 ? y[static_cast<std::size_t>(x - 100)] : 0;
+        const long double log = std::log(static_cast<long double>(x));
+        const long double value = std::exp(c(0) + c(1) * log);
+        slope[0] += value;
+        slope[1] += value * log;
+    }
+    for (int i = 0; i < 2; ++i)
+        for (int j = 0; j < 2; ++j)
+            variance += slope[i] * law.Covariance()(i, j) * slope[j];
+    const double expected = static_cast<double>(std::sqrt(variance));
+
+    const PeakOfNew peak;
+    const double error = multi.function.PeakIntensityError(200);
+    EXPECT_LT(peak.Bytes(), 20000U);
+    EXPECT_NEAR(error, expected, 1e-9 * expected);
+}
+
 TEST(MultiPowerLaw, ZeroBackgroundHasNoErrorEvenBelowZero) {
     // y = 1 has the logarithm 0, which is the fit that is zero everywhere.
     Multi multi;

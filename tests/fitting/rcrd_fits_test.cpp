@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/failing_new.h"
 #include "tests/faults/bytes.h"
 #include "tests/support/arrays.h"
 #include "tests/support/constants.h"
@@ -414,6 +415,36 @@ TEST(FitRecord, NumbersThatDoNotGoTogetherAreRefused) {
         damaged);
     EXPECT_EQ(refusalOfLoading(replaced(text, "Version 1", "Version 2"), line),
               "rcrd:6: A later version of the library wrote the record.");
+}
+
+TEST(FitRecord, ARecordThatClaimsMuchTakesLittleMemory) {
+    const auto list = [](int count, const std::string& element) {
+        std::string text = "\"";
+        for (int i = 0; i < count; ++i)
+            text += (i == 0 ? "" : " ") + element;
+        return text + "\"\n";
+    };
+    const auto record = [&](const std::string& parts, const std::string& counts, int many,
+                            int parameters) {
+        return "Record PeakModel {\n    Version 1\n    Parts " + parts + "    Counts " + counts +
+               "    References " + list(many, "0") + "    Scales " + list(many, "1") +
+               "    Curves \"\"\n    Starts " + list(parameters, "0") + "    Kinds " +
+               list(parameters, "0") + "    Lower " + list(parameters, "-inf") + "    Upper " +
+               list(parameters, "inf") + "    To " + list(parameters, "0") + "    Factors " +
+               list(parameters, "1") + "    TieOffsets " + list(parameters, "0") + "}\n";
+    };
+    // As many polynomials as parameters, each of which claims all of them.
+    constexpr int many = 1000;
+    const std::string greedy = record(list(many, "5"), list(many, "1000"), many, many);
+    const PeakOfNew peak;
+    EXPECT_EQ(refusalOfLoading(greedy, pkmd_cModel()), damaged);
+    EXPECT_LT(peak.Bytes(), 20 * greedy.size());
+    EXPECT_EQ(refusalOfLoading(record(list(many, "5"), list(many, "1"), many, many), pkmd_cModel()),
+              "none");
+    // One that claims parameters where those before it left none.
+    const std::string late = record("\"0 5\"\n", "\"0 2000000000\"\n", 2, 2);
+    const LimitedNew limit(1000000);
+    EXPECT_EQ(refusalOfLoading(late, pkmd_cModel()), damaged);
 }
 
 TEST(FitRecord, CutOffAnywhereIsRefused) {
