@@ -153,6 +153,8 @@ public:
         Take(triangle);
         for (std::size_t j = 0; j < products_.size(); ++j)
             there_.gradient[j] = products_[j].Value();
+        if (!areFinite(there_.norms) || !areFinite(there_.gradient))
+            return infinity;
         // Of counts, rounding may leave less than nothing.
         return std::max(chiSquared, 0.0);
     }

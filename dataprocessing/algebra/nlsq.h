@@ -219,7 +219,8 @@ DATAPROCESSING_EXPORT const char* nlsq_Text(nlsq_eEnd end) noexcept;
 /// not vary included.
 struct DATAPROCESSING_EXPORT nlsq_sResult {
     std::vector<double> parameters; ///< Where the fit ended.
-    /// The square roots of the variances; 0 for a fixed parameter and one at a bound.
+    /// The square roots of the variances; 0 for a fixed parameter and one at a bound. Those that
+    /// rest on the scatter are NaN where there are no degrees of freedom.
     std::vector<double> standardErrors;
     /// The covariance matrix, by rows. Directions that the data do not determine are left out of
     /// it: see `undetermined`.
@@ -263,7 +264,9 @@ struct DATAPROCESSING_EXPORT nlsq_sResult {
 /// within 1e-7 of the mean of the counts, by a barrier.
 /// Where chi-squared is too coarse to tell a step's worth, the gradient does.
 ///
-/// A fit that ends early or nowhere returns all the same, and says so in `end`. Results are the
+/// A fit that ends early or nowhere returns all the same, and says so in `end`. Derivatives are
+/// squared, as the values are: the model has no value where the squares of a column overflow, and
+/// does not depend on a parameter where they all underflow. Results are the
 /// same bits on every processor that computes the model alike. Time: points x parameters^2 per
 /// iteration; memory: parameters x nlsq_blockSize.
 ///

@@ -160,25 +160,34 @@ nlsq_sCovariance nlsq_Inverse(std::span<const double> triangle, std::size_t coun
     }
 
     const sSingular singular(scaled.columns);
-    for (std::size_t k = 0; k < count; ++k) {
-        if (singular.values[k] > tolerance * singular.largest) {
-            ++result.rank;
-            continue;
-        }
-        constexpr double part = 1e-6;
-        for (std::size_t i = 0; i < count; ++i)
-            if (std::fabs(singular.v[k][i]) > part)
-                result.isIncomplete[places[i]] = 1;
-    }
+    const double least = tolerance * singular.largest;
+    std::vector<double> variances(count);
     for (std::size_t i = 0; i < count; ++i)
         for (std::size_t j = 0; j <= i; ++j) {
             double sum = 0;
             for (std::size_t k = 0; k < count; ++k)
-                if (singular.values[k] > tolerance * singular.largest)
+                if (singular.values[k] > least)
                     sum += singular.v[k][i] / singular.values[k] *
                            (singular.v[k][j] / singular.values[k]);
+            if (i == j)
+                variances[i] = sum;
             put(i, j, sum);
         }
+    for (std::size_t k = 0; k < count; ++k) {
+        if (singular.values[k] > least) {
+            ++result.rank;
+            continue;
+        }
+        // What is left out is at least this, beside what is there.
+        constexpr double part = 1e-6;
+        constexpr double partOfVariance = 1e-4;
+        for (std::size_t i = 0; i < count; ++i) {
+            const double moved = std::fabs(singular.v[k][i]);
+            const double deviation = moved / least;
+            if (moved > part || deviation * deviation > partOfVariance * variances[i])
+                result.isIncomplete[places[i]] = 1;
+        }
+    }
     return result;
 }
 

@@ -47,8 +47,12 @@ public:
         }
         equations_.Accept();
         LookAround();
-        // A first step that is much longer than the parameters are leads anywhere.
-        longest_ = Length(q_) > 0 ? Length(q_) : infinity;
+        // A first step that is much longer than the parameters are leads anywhere; of one that is
+        // short beside the residuals nothing shows.
+        constexpr double leastToShow = 1e-8;
+        longest_ = Length(q_) > 0
+                       ? std::max(Length(q_), leastToShow * std::sqrt(result_.chiSquared))
+                       : infinity;
         GoOn();
         // What a barrier did is undone, unless it is what the fit ended at.
         while (hasBarrier_) {
@@ -471,7 +475,7 @@ void nlsq_Conclude(nlsq_cEquations& equations, const nlsq_cParameters& parameter
             result.undetermined.push_back(static_cast<int>(i));
         for (std::size_t j = 0; j < all; ++j) {
             const nlsq_cParameters::sLink& b = parameters.LinkOf(j);
-            if (b.variable != nlsq_cParameters::none)
+            if (b.variable != nlsq_cParameters::none && !isHeld[a.variable] && !isHeld[b.variable])
                 result.covariance[i * all + j] =
                     factor *
                     (a.factor * b.factor * inverse.matrix[a.variable * varying + b.variable]);

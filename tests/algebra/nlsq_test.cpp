@@ -947,6 +947,63 @@ TEST(Nlsq, TinyStartsLeadToTheOptimum) {
         }
 }
 
+TEST(Nlsq, StartsOfAnySizeLeadToTheOptimum) {
+    const nlsq_cFunctionModel proportional([](double x, Parameters p) { return p[0] * x; },
+                                           [](double x, Parameters, Derivatives d) { d[0] = x; });
+    const std::vector<double> x{1, 2, 3, 4};
+    for (const double size : {1e-100, 1.0, 1e100}) {
+        std::vector<double> y{2.1, 3.9, 6.2, 7.8};
+        for (double& value : y)
+            value *= size;
+        for (const double from : {0.0, 1e-300, 1e-100, 1e-20, 1e-15, 1e-12, 1.0, 1e20, 1e100}) {
+            const nlsq_sResult fit = nlsq_Fit(proportional, x, y, std::vector{from});
+            EXPECT_TRUE(fit.Converged()) << size << ' ' << from;
+            EXPECT_NEAR(fit.parameters[0] / size, 59.7 / 30, 1e-6) << size << ' ' << from;
+            EXPECT_LT(fit.evaluations, 60) << size << ' ' << from;
+        }
+    }
+}
+
+TEST(Nlsq, DerivativesThatCannotBeSquaredAreNoEnd) {
+    const nlsq_cFunctionModel proportional([](double x, Parameters p) { return p[0] * x; },
+                                           [](double x, Parameters, Derivatives d) { d[0] = x; });
+    const std::vector<double> y{2.1, 3.9, 6.2, 7.8};
+    const std::vector<double> large{1e160, 2e160, 3e160, 4e160};
+    EXPECT_EQ(nlsq_Fit(proportional, large, y, std::vector{1e-160}).end, nlsq_NoValue);
+    EXPECT_FALSE(nlsq_FitLinear(proportional, large, y, 1).Converged());
+    const std::vector<double> small{1e-170, 2e-170, 3e-170, 4e-170};
+    const nlsq_sResult fit = nlsq_Fit(proportional, small, y, std::vector{1e170});
+    EXPECT_EQ(fit.rank, 0);
+    EXPECT_THAT(fit.undetermined, ElementsAre(0));
+}
+
+TEST(Nlsq, ParametersAtABoundHaveNoErrorWhereThereIsNoScatter) {
+    const std::vector<double> x{0, 1};
+    const std::vector<double> y{3, 2};
+    const nlsq_sResult fit =
+        nlsq_Fit(line, std::span(x).first(1), std::span(y).first(1), std::vector{1.0, -1.0},
+                 with({nlsq_sParameter::Free(), nlsq_sParameter::Bounded(-1, -1)}));
+    EXPECT_EQ(fit.degreesOfFreedom, 0);
+    EXPECT_TRUE(std::isnan(fit.standardErrors[0]));
+    EXPECT_THAT(fit.atBound, ElementsAre(1));
+    EXPECT_EQ(fit.standardErrors[1], 0);
+    EXPECT_EQ(fit.Covariance(0, 1), 0);
+}
+
+// Two columns that differ by a bit of a third one, and by less than the tolerance of nothing.
+TEST(Nlsq, WhatADirectionLeftOutMovesABitIsSaid) {
+    constexpr double tolerance = 1e-8;
+    const std::vector<std::size_t> places{0, 1, 2};
+    for (const auto& [bit, isMoved] :
+         std::vector<std::pair<double, char>>{{1e-7, 1}, {1e-8, 1}, {1e-11, 0}}) {
+        const std::vector<double> triangle{1, 0, 1, 0, 1, bit, 0, 0, 1e-10};
+        const auto inverse =
+            dataprocessing::detail::nlsq_Inverse(triangle, 3, places, 3, tolerance);
+        EXPECT_EQ(inverse.rank, 2);
+        EXPECT_THAT(inverse.isIncomplete, ElementsAre(1, isMoved, 1)) << bit;
+    }
+}
+
 // Without a count, nothing is likeliest.
 TEST(Nlsq, LikelihoodOfNoCountsIsThatOfNothing) {
     const nlsq_cFunctionModel constant([](double, Parameters p) { return p[0]; });
