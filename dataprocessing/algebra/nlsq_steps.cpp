@@ -50,9 +50,9 @@ public:
         // A first step that is much longer than the parameters are leads anywhere; of one that is
         // short beside the residuals nothing shows.
         constexpr double leastToShow = 1e-8;
-        longest_ = Length(q_) > 0
-                       ? std::max(Length(q_), leastToShow * std::sqrt(result_.chiSquared))
-                       : infinity;
+        longest_ = infinity;
+        if (const double length = Length(q_); length > 0)
+            longest_ = std::max(length, leastToShow * std::sqrt(result_.chiSquared));
         GoOn();
         // What a barrier did is undone, unless it is what the fit ended at.
         while (hasBarrier_) {
