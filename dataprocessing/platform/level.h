@@ -47,10 +47,10 @@ void level_Use(level_eSet level) noexcept;
 /// The name of a level as the environment variable spells it.
 const char* level_Name(level_eSet level) noexcept;
 
-/// The address of the function that serves a level.
+/// The address of the function that serves the current level.
 template<class Function>
-Function* level_Select(level_eSet level, Function* baseline, Function* v3, Function* v4) noexcept {
-    switch (level) {
+Function* level_Select(Function* baseline, Function* v3, Function* v4) noexcept {
+    switch (level_Current()) {
     case level_V4:
         return v4;
     case level_V3:
@@ -62,38 +62,14 @@ Function* level_Select(level_eSet level, Function* baseline, Function* v3, Funct
 
 /// The same where the processor has no levels.
 template<class Function>
-Function* level_Select(level_eSet, Function* baseline) noexcept {
-    return baseline;
-}
-
-/// The same where the processor has no levels.
-template<class Function>
 Function* level_Select(Function* baseline) noexcept {
     return baseline;
 }
 
-/// The address of the function that serves the current level.
-template<class Function>
-Function* level_Select(Function* baseline, Function* v3, Function* v4) noexcept {
-    return level_Select(level_Current(), baseline, v3, v4);
-}
-
 } // namespace dataprocessing::detail
 
-/// The version of a kernel entry that serves `level`, which the processor has. Use it where the
-/// entry (a function, or a template with its arguments) came from a file included through
-/// level_each.h.
-#if DATAPROCESSING_LEVELS
-    #define LEVEL_SELECT_AT(level, ...)                                                            \
-        ::dataprocessing::detail::level_Select(level, &level_baseline::__VA_ARGS__,                \
-                                               &level_v3::__VA_ARGS__, &level_v4::__VA_ARGS__)
-#else
-    #define LEVEL_SELECT_AT(level, ...)                                                            \
-        ::dataprocessing::detail::level_Select(level, &level_baseline::__VA_ARGS__)
-#endif
-
-/// The version of kernel entry `name` that serves the current level. Use it where `name` came from
-/// a file included through level_each.h.
+/// The version of a kernel entry (a function, or a template with its arguments) that serves the
+/// current level. Use it where the entry came from a file included through level_each.h.
 #if DATAPROCESSING_LEVELS
     #define LEVEL_SELECT(...)                                                                      \
         ::dataprocessing::detail::level_Select(&level_baseline::__VA_ARGS__,                       \

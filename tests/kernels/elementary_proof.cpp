@@ -74,7 +74,8 @@ bool proveFloats(const sFunction& f, std::uint64_t step) {
             expected[i] = static_cast<float>(f.runtime(static_cast<double>(x[i])));
         }
         for (const level_eSet level : levels()) {
-            elem_LoopOf<float>(f.code, level)(x.data(), results.data(), block, f.runtime);
+            const LevelInUse inUse(level);
+            elem_LoopOf<float>(f.code)(x.data(), results.data(), block, f.runtime);
             tally.Compare(level, results, expected, x, x);
         }
         count += block;
@@ -95,7 +96,8 @@ bool proveDoubles(const sFunction& f, std::uint64_t wanted, std::uint64_t seed) 
                 expected[i] = f.runtime(x[i]);
             }
             for (const level_eSet level : levels()) {
-                elem_LoopOf<double>(f.code, level)(x.data(), results.data(), block, f.runtime);
+                const LevelInUse inUse(level);
+                elem_LoopOf<double>(f.code)(x.data(), results.data(), block, f.runtime);
                 tally.Compare(level, results, expected, x, x);
             }
         }
@@ -122,7 +124,8 @@ bool provePairs(const sPairFunction& f, std::uint64_t wanted, std::uint64_t seed
                     static_cast<T>(f.runtime(static_cast<double>(a[i]), static_cast<double>(b[i])));
             }
             for (const level_eSet level : levels()) {
-                elem_LoopOf<T>(f.code, level)(a.data(), b.data(), results.data(), block, f.runtime);
+                const LevelInUse inUse(level);
+                elem_LoopOf<T>(f.code)(a.data(), b.data(), results.data(), block, f.runtime);
                 tally.Compare(level, results, expected, a, b);
             }
         }

@@ -95,8 +95,9 @@ template<class T>
 void expectRuntime(const sFunction& f, const std::vector<T>& x) {
     const std::vector<T> expected = runtimeResults(f, x);
     for (const level_eSet level : levels()) {
+        const LevelInUse inUse(level);
         std::vector<T> results(x.size());
-        elem_LoopOf<T>(f.code, level)(x.data(), results.data(), x.size(), f.runtime);
+        elem_LoopOf<T>(f.code)(x.data(), results.data(), x.size(), f.runtime);
         EXPECT_EQ(
             differences(results, expected, std::string(level_Name(level)) + ' ' + f.name, x, x),
             0U);
@@ -106,8 +107,9 @@ template<class T>
 void expectRuntime(const sPairFunction& f, const std::vector<T>& a, const std::vector<T>& b) {
     const std::vector<T> expected = runtimeResults(f, a, b);
     for (const level_eSet level : levels()) {
+        const LevelInUse inUse(level);
         std::vector<T> results(a.size());
-        elem_LoopOf<T>(f.code, level)(a.data(), b.data(), results.data(), a.size(), f.runtime);
+        elem_LoopOf<T>(f.code)(a.data(), b.data(), results.data(), a.size(), f.runtime);
         EXPECT_EQ(
             differences(results, expected, std::string(level_Name(level)) + ' ' + f.name, a, b),
             0U);
@@ -233,6 +235,7 @@ TYPED_TEST(ElementaryFunctions, RarelyAskTheRuntime) {
         y[i] = static_cast<TypeParam>(random.In(0.01, 0.99));
     }
     for (const level_eSet level : levels()) {
+        const LevelInUse inUse(level);
         const bool isFused = level > level_Baseline;
         for (const sFunction& f : functions) {
             const bool isEvaluated =
@@ -240,7 +243,7 @@ TYPED_TEST(ElementaryFunctions, RarelyAskTheRuntime) {
                 (isFused && (f.code == elem_Atan || f.code == elem_Cos || f.code == elem_Exp ||
                              f.code == elem_Log || f.code == elem_Sin));
             asked = 0;
-            elem_LoopOf<TypeParam>(f.code, level)(x.data(), results.data(), x.size(), counted);
+            elem_LoopOf<TypeParam>(f.code)(x.data(), results.data(), x.size(), counted);
             if (isEvaluated)
                 EXPECT_LT(asked, isFloat ? x.size() / 500 : x.size() / 12) << f.name;
             else
@@ -248,8 +251,8 @@ TYPED_TEST(ElementaryFunctions, RarelyAskTheRuntime) {
         }
         for (const sPairFunction& f : pairFunctions) {
             asked = 0;
-            elem_LoopOf<TypeParam>(f.code, level)(x.data(), y.data(), results.data(), x.size(),
-                                                  countedPair);
+            elem_LoopOf<TypeParam>(f.code)(x.data(), y.data(), results.data(), x.size(),
+                                           countedPair);
             if (isFloat || isFused)
                 EXPECT_LT(asked, isFloat ? x.size() / 500 : x.size() / 12) << f.name;
             else
@@ -284,7 +287,8 @@ TEST(ElementaryFunctionsOfDoubles, AreDecidedWhereTheRuntimeCannotBeWrong) {
             for (double& value : x)
                 value = range.draw(random);
             for (const level_eSet level : levels()) {
-                elem_LoopOf<double>(f.code, level)(x.data(), results.data(), x.size(), undecided);
+                const LevelInUse inUse(level);
+                elem_LoopOf<double>(f.code)(x.data(), results.data(), x.size(), undecided);
                 for (std::size_t i = 0; i < x.size(); ++i) {
                     if (std::isnan(results[i]))
                         continue;
@@ -335,8 +339,8 @@ TEST(ElementaryFunctionsOfFloats, AreAWorseRuntimesToo) {
             expected[i] = static_cast<float>(f.runtime(static_cast<double>(x[i])));
         }
         for (const level_eSet level : levels()) {
-            elem_LoopOf<float>(f.function.code, level)(x.data(), results.data(), x.size(),
-                                                       f.runtime);
+            const LevelInUse inUse(level);
+            elem_LoopOf<float>(f.function.code)(x.data(), results.data(), x.size(), f.runtime);
             EXPECT_EQ(differences(results, expected, f.function.name, x, x), 0U);
         }
     }
@@ -351,9 +355,10 @@ TEST(ElementaryFunctionsOfDoubles, AreCorrectlyRoundedOrAWorseRuntimes) {
         for (double& value : x)
             value = random.In(0.01, 0.99);
         for (const level_eSet level : levels()) {
-            const elem_Loop<double> loop = elem_LoopOf<double>(f.function.code, level);
+            const LevelInUse inUse(level);
+            const elem_Loop<double> loop = elem_LoopOf<double>(f.function.code);
             loop(x.data(), results.data(), x.size(), f.runtime);
-            if (loop == elem_LoopOf<double>(elem_Tanh, level))
+            if (loop == elem_LoopOf<double>(elem_Tanh))
                 continue; // the runtime's own
             std::size_t worseOnes = 0;
             for (std::size_t i = 0; i < x.size(); ++i) {

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "dataprocessing/kernels/elementary/elem_tables.h"
+#include "dataprocessing/platform/level.h"
 
 #if DATAPROCESSING_LEVELS
     #include <immintrin.h>
@@ -47,13 +48,13 @@ void runtimePairLoop(const T* a, const T* b, T* result, std::size_t count,
 } // namespace
 
 template<class T>
-elem_Loop<T> elem_LoopOf(elem_eFunction function, level_eSet level) noexcept {
-    const elem_Loop<T> loop = LEVEL_SELECT_AT(level, elem_Find<T>)(function);
+elem_Loop<T> elem_LoopOf(elem_eFunction function) noexcept {
+    const elem_Loop<T> loop = LEVEL_SELECT(elem_Find<T>)(function);
     return loop != nullptr ? loop : &runtimeLoop<T>;
 }
 template<class T>
-elem_PairLoop<T> elem_LoopOf(elem_ePairFunction function, level_eSet level) noexcept {
-    const elem_PairLoop<T> loop = LEVEL_SELECT_AT(level, elem_FindPair<T>)(function);
+elem_PairLoop<T> elem_LoopOf(elem_ePairFunction function) noexcept {
+    const elem_PairLoop<T> loop = LEVEL_SELECT(elem_FindPair<T>)(function);
     return loop != nullptr ? loop : &runtimePairLoop<T>;
 }
 
@@ -66,8 +67,7 @@ constexpr std::size_t worthVectors = 4;
 
 template<class T>
 void elem_Evaluate(elem_eFunction function, const T* x, T* result, std::size_t count) {
-    const elem_Loop<T> loop =
-        count < worthVectors ? &runtimeLoop<T> : elem_LoopOf<T>(function, level_Current());
+    const elem_Loop<T> loop = count < worthVectors ? &runtimeLoop<T> : elem_LoopOf<T>(function);
     loop(x, result, count, elem_RuntimeOf(function));
 }
 
@@ -75,7 +75,7 @@ template<class T>
 void elem_Evaluate(elem_ePairFunction function, elem_sArgument<T> a, elem_sArgument<T> b, T* result,
                    std::size_t count) {
     const elem_PairLoop<T> loop =
-        count < worthVectors ? &runtimePairLoop<T> : elem_LoopOf<T>(function, level_Current());
+        count < worthVectors ? &runtimePairLoop<T> : elem_LoopOf<T>(function);
     if (a.isArray && b.isArray)
         return loop(a.elements, b.elements, result, count, elem_RuntimeOf(function));
 
@@ -118,17 +118,14 @@ bool isProduct(const comp_cComplex<double>& z, double exp, double cos, double si
 
 void elem_Exponentials(const comp_cComplex<double>* z, comp_cComplex<double>* result,
                        std::size_t count) {
-    const auto loopOf = [](elem_eFunction function) {
-        return elem_LoopOf<double>(function, level_Current());
-    };
-    const elem_Loop<double> exps = loopOf(elem_Exp);
+    const elem_Loop<double> exps = elem_LoopOf<double>(elem_Exp);
     if (count < worthVectors || exps == &runtimeLoop<double>) {
         for (std::size_t i = 0; i < count; ++i)
             result[i] = exp(z[i]);
         return;
     }
-    const elem_Loop<double> cosines = loopOf(elem_Cos);
-    const elem_Loop<double> sines = loopOf(elem_Sin);
+    const elem_Loop<double> cosines = elem_LoopOf<double>(elem_Cos);
+    const elem_Loop<double> sines = elem_LoopOf<double>(elem_Sin);
     constexpr std::size_t buffered = 256;
     double re[buffered], im[buffered], size[buffered], cos[buffered], sin[buffered];
     for (std::size_t first = 0; first < count; first += buffered) {
@@ -147,10 +144,10 @@ void elem_Exponentials(const comp_cComplex<double>* z, comp_cComplex<double>* re
     }
 }
 
-template elem_Loop<float> elem_LoopOf(elem_eFunction, level_eSet) noexcept;
-template elem_Loop<double> elem_LoopOf(elem_eFunction, level_eSet) noexcept;
-template elem_PairLoop<float> elem_LoopOf(elem_ePairFunction, level_eSet) noexcept;
-template elem_PairLoop<double> elem_LoopOf(elem_ePairFunction, level_eSet) noexcept;
+template elem_Loop<float> elem_LoopOf(elem_eFunction) noexcept;
+template elem_Loop<double> elem_LoopOf(elem_eFunction) noexcept;
+template elem_PairLoop<float> elem_LoopOf(elem_ePairFunction) noexcept;
+template elem_PairLoop<double> elem_LoopOf(elem_ePairFunction) noexcept;
 template void elem_Evaluate(elem_eFunction, const float*, float*, std::size_t);
 template void elem_Evaluate(elem_eFunction, const double*, double*, std::size_t);
 template void elem_Evaluate(elem_ePairFunction, elem_sArgument<float>, elem_sArgument<float>,

@@ -11,7 +11,6 @@
 #include <cstddef>
 
 #include "dataprocessing/base/comp.h"
-#include "dataprocessing/platform/level.h"
 
 namespace dataprocessing::detail {
 
@@ -48,12 +47,12 @@ using elem_PairLoop = void (*)(const T* a, const T* b, T* result, std::size_t co
 elem_Runtime elem_RuntimeOf(elem_eFunction function) noexcept;
 elem_PairRuntime elem_RuntimeOf(elem_ePairFunction function) noexcept;
 
-/// The loop of a function over elements of type T, float or double.
+/// The current level's loop of a function over elements of type T, float or double.
 /// @{
 template<class T>
-elem_Loop<T> elem_LoopOf(elem_eFunction function, level_eSet level) noexcept;
+elem_Loop<T> elem_LoopOf(elem_eFunction function) noexcept;
 template<class T>
-elem_PairLoop<T> elem_LoopOf(elem_ePairFunction function, level_eSet level) noexcept;
+elem_PairLoop<T> elem_LoopOf(elem_ePairFunction function) noexcept;
 /// @}
 
 /// result[i] = function(x[i]), T being float or double. The storages do not overlap.
