@@ -3,7 +3,6 @@
 // What a kernel file of the elementary functions finds around it where it is compiled, for an
 // editor that looks at the file alone.
 
-#include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
