@@ -50,10 +50,16 @@ def _digest(one: Any) -> str:
         if isinstance(part, (tuple, list)):
             return f"({','.join(map(told, part))})"
         if isinstance(part, np.ndarray):
-            return f"{part.dtype.str}{part.shape}{part.tobytes().hex()}"
+            return f"{part.dtype.str}{part.shape}{hashlib.sha256(part.tobytes()).hexdigest()}"
         return told(part.__reduce__()[1]) if isinstance(part, PeakModel) else repr(part)
 
     return hashlib.sha256(told(one).encode()).hexdigest()[:16]
+
+
+def digest_of_starts(starts: Iterable[Any]) -> str:
+    """The same of numbers and planes; of lazy ones, that they are."""
+    parts = [getattr(one, "data", one) if is_data_array(one) else one for one in starts]
+    return _digest(["lazy" if is_dask(one) else np.asarray(one, "f8") for one in parts])
 
 
 @dataclass(frozen=True)
@@ -132,6 +138,7 @@ class Fit:
     has_chi: bool = True
     peaks: list[str] | None = None
     started: tuple[str, ...] = ()
+    started_at: str = ""
 
     def made(self) -> Any:
         """The library's object."""
@@ -160,7 +167,8 @@ class Fit:
         )
         words = ["values", "errors", "iterations", "status", *(["chi_square"] if self.has_chi else [])]
         words += ["areas", "area_errors"] if self.peaks is not None else []
-        return planes._remember(dict(zip(words, out)), (self.kind, self.arguments, self.names, self.started))
+        made_by = (self.kind, self.arguments, self.names, self.started, self.started_at)
+        return planes._remember(dict(zip(words, out)), made_by)
 
 
 def named(planes: Any, names: Sequence[str]) -> dict[str, Any]:
@@ -177,6 +185,11 @@ class Call:
 
     def __reduce__(self) -> tuple[Any, ...]:
         return Call, (self.fit, self.errors)
+
+    @property
+    def __name__(self) -> str:
+        """What dask calls the tasks."""
+        return self.fit.kind.replace("_c", "_").lower()
 
     def __call__(self, block: Any, *starts: Any) -> tuple[NDArray[Any], ...]:
         if not self._made:
@@ -260,12 +273,20 @@ class Map:
         call._made.append(fit.made())  # what it refuses, it refuses now
         return fit.planes(self.through(call, fit.outputs(), fit.sizes(), list(starts)), fixed or {})
 
+    def _free(self, dim: str) -> str:
+        """The name of a further dimension, other than those of the map."""
+        while dim and self.is_labelled and dim in self.data.dims:
+            dim += "_"
+        return dim
+
     def through(
         self, call: Callable[..., Any], outputs: Sequence[tuple[str, Any]], sizes: dict[str, int],
         starts: Sequence[Any] = (),
     ) -> Any:  # fmt: skip
         """What ``call`` makes of every block: arrays of these further dimensions, with their sizes, and types."""
         types = [kind for _, kind in outputs]
+        outputs = [(self._free(one), kind) for one, kind in outputs]
+        sizes = {self._free(one): size for one, size in sizes.items()}
         if self.is_labelled:
             import xarray
 

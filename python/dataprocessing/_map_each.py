@@ -57,6 +57,7 @@ class _Each:
     output: int | None
     dtype: Any
     errors: str
+    __name__ = "maps_apply"
 
     def __call__(self, block: Any) -> tuple[NDArray[Any], NDArray[Any]]:
         shape, channels = block.shape[:-1], block.shape[-1]
@@ -66,15 +67,31 @@ class _Each:
         status = np.zeros(len(spectra), "u1")
         for k, spectrum in enumerate(spectra):
             try:
-                made[k] = self.function(Array1D(spectrum, self.axis))
+                made[k] = self._told(self.function(Array1D(spectrum, self.axis)), further)
             except DataProcessingError as error:
                 if self.errors == "raise":
                     error.add_note(f"It was spectrum {_place(k, shape)} of its block.")
                     raise
                 made[k] = math.nan
-                singular = isinstance(error, SingularFitError)
-                status[k] = Status.UNDETERMINED if singular else Status.NOT_CONVERGED
+                if not np.isfinite(spectrum).all():
+                    status[k] = Status.NOT_FINITE
+                else:
+                    singular = isinstance(error, SingularFitError)
+                    status[k] = Status.UNDETERMINED if singular else Status.NOT_CONVERGED
         return made.reshape((*shape, *further)), status.reshape(shape)
+
+    def _told(self, found: Any, shape: tuple[int, ...]) -> Any:
+        """What the function gave, where that is what it should give."""
+        one = np.asarray(found)
+        if one.shape != shape:
+            raise ValueError(f"the function gives {one.shape or 'one number'}, output says {shape or 'one number'}")
+        kind = np.dtype(self.dtype)
+        if kind.kind in "iu" and one.dtype.kind in "iuf":
+            with np.errstate(invalid="ignore"):
+                cut = one.astype(kind)
+            if not np.array_equal(cut, np.trunc(one)):
+                raise ValueError(f"{found} has no place in {kind}")
+        return one
 
 
 def apply(
@@ -85,8 +102,10 @@ def apply(
 
     It runs in the interpreter, one spectrum after the other, which takes as long as a loop; what it gives has the type
     ``dtype``. Of dask arrays it runs when the result is asked for, and may meet its spectra in any order. With
-    errors="nan" a DataProcessingError, a fit that fails for one, makes NaN and a status; others always come through.
-    ValueError for an ``output`` that is not what the function gives, and for NaN in a ``dtype`` that has none.
+    errors="nan" a DataProcessingError, a fit that fails for one, makes NaN and a status: NOT_FINITE for a spectrum
+    that is not, otherwise UNDETERMINED or NOT_CONVERGED; other errors always come through. ValueError for an
+    ``output`` that is not what the function gives, and for NaN and what is too large in a ``dtype`` of integers, in
+    which fractions are cut off.
 
         >>> import numpy as np, dataprocessing as dp
         >>> counts = np.array([[1, 2, 9, 2], [3, 8, 3, 1]])
@@ -172,6 +191,7 @@ class _Rescale:
 
     axis: Axis
     delta: float
+    __name__ = "maps_rescale"
 
     def __call__(self, block: Any) -> NDArray[Any]:
         shape, channels = block.shape[:-1], block.shape[-1]

@@ -44,6 +44,11 @@ class _Filter:
     def __reduce__(self) -> tuple[Any, ...]:
         return _Filter, (self.kind, self.arguments)
 
+    @property
+    def __name__(self) -> str:
+        """What dask calls the tasks."""
+        return self.kind
+
     def made(self) -> Any:
         if not self._made:
             self._made.append(getattr(_core, self.kind)(*self.arguments))
@@ -58,6 +63,7 @@ class _Shift:
     """Spectra on their way back, each by its own shift."""
 
     axis: Axis
+    __name__ = "maps_shift"
 
     def __call__(self, block: Any, shifts: Any) -> tuple[NDArray[Any], NDArray[Any], NDArray[Any]]:
         by = np.broadcast_to(np.asarray(shifts, "f8"), block.shape[:-1])

@@ -74,18 +74,61 @@ def _regions(chunks: tuple[tuple[int, ...], ...]) -> list[tuple[slice, ...]]:
     return list(itertools.product(*([slice(a, b) for a, b in zip(one, one[1:])] for one in ends)))
 
 
+def _holds_nothing(path: str) -> bool:
+    """Whether nothing is there that anybody could miss."""
+    if os.path.isdir(path):
+        return not set(os.listdir(path)) - {".zgroup", ".zattrs"}
+    return not os.path.exists(path) or (os.path.isfile(path) and os.path.getsize(path) == 0)
+
+
+def _about(path: str) -> str | None:
+    """What the planes there are said to be; None where there are none."""
+    try:
+        with _opened(path, "r") as group:
+            return str(group.attrs["planes"])
+    except (KeyError, OSError, ValueError):
+        return None
+
+
+def _read_by(stacks: dict[str, Any]) -> set[str]:
+    """The files that planes are going to be computed from, as far as dask knows them."""
+    found = set()
+    parts = [value for stack in stacks.values() for value in dict(stack.__dask_graph__()).values()]
+    while parts:
+        part = parts.pop()
+        if isinstance(part, (tuple, list)):
+            parts += part
+            continue
+        file = getattr(getattr(part, "file", None), "filename", None)
+        read = getattr(getattr(part, "store", None), "path", file)
+        if isinstance(read, str):
+            found.add(os.path.abspath(read))
+    return found
+
+
+def _refuse_loss(path: str, stacks: dict[str, Any]) -> None:
+    """Planes take the place of planes alone, and not of what they are made from."""
+    if not _holds_nothing(path) and _about(path) is None:
+        raise ValueError(f"{path} holds something else than planes; it stays as it is")
+    if any((read + os.sep).startswith(path + os.sep) for read in _read_by(stacks)):
+        raise ValueError(f"these planes are computed from what {path} holds; store them elsewhere")
+
+
 def _prepare(path: str, stacks: dict[str, Any], about: dict[str, Any], resume: bool) -> Any:
     """Makes the arrays, or looks whether those that are there are these; which blocks are done."""
     status = stacks[_LAST]
     sizes = tuple(one[0] for one in status.chunks)
     text = json.dumps({**about, "chunks": list(sizes)}, sort_keys=True)
-    if resume and os.path.exists(path):
+    _refuse_loss(path, stacks)
+    if resume and not _holds_nothing(path):
         with _opened(path, "r") as group:
-            if group.attrs.get("planes") != text or _LAST not in group:
+            if group.attrs["planes"] != text:
                 raise ValueError(f"{path} holds planes of another fit, another map, or other chunks")
-            done = group[_LAST][...] != _MISSING
-        return [bool(done[region].all()) for region in _regions(status.chunks)]
+            if all(name in group for name in stacks):  # or it ended before there were any
+                done = group[_LAST][...] != _MISSING
+                return [bool(done[region].all()) for region in _regions(status.chunks)]
     with _opened(path, "w") as group:
+        group.attrs["planes"] = text
         for name, stack in stacks.items():
             make = group.create_dataset if _is_hdf5(path) else group.create
             further = stack.shape[status.ndim :]
@@ -93,7 +136,6 @@ def _prepare(path: str, stacks: dict[str, Any], about: dict[str, Any], resume: b
                 name, shape=stack.shape, chunks=(*sizes, *further) if stack.size and sizes else None, dtype=stack.dtype,
                 **{"fillvalue" if _is_hdf5(path) else "fill_value": _FILL[stack.dtype.kind]},
             )  # fmt: skip
-        group.attrs["planes"] = text
     return [False] * len(_regions(status.chunks))
 
 
@@ -102,12 +144,14 @@ def store(planes: Planes, path: str | os.PathLike[str], *, resume: bool = False,
 
     ``path`` ends in .h5 or .hdf5 for an HDF5 file, which threads of one process may write; otherwise it is a folder
     that zarr makes, for threads, processes and machines that share it. Memory holds the blocks that are at work, and
-    what dask reads ahead. What was there is replaced, or with ``resume`` looked at: blocks that are there are not
-    computed again. With ``compute=False`` nothing is computed yet, and a dask.delayed object comes back, which counts
+    what dask reads ahead. Planes that were there are replaced, or with ``resume`` looked at: blocks that are there are
+    not computed again. With ``compute=False`` nothing is computed yet, and a dask.delayed object comes back, which counts
     the blocks once it is computed. Needs dask, and zarr or h5py.
 
-    ValueError for chunks of several sizes in a folder (``data.rechunk`` makes them equal), and for a file of another
-    fit when it is resumed; TypeError for planes that were computed already.
+    ValueError for chunks of several sizes in a folder (``data.rechunk`` makes them equal); for a path that holds
+    anything else than planes, or the very planes or map that these are computed from; and for a file of another fit
+    when it is resumed, which looks at the values of ``starts`` unless they are lazy, as it does not look at the map's.
+    TypeError for planes that were computed already.
 
         >>> import tempfile, dask.array, numpy as np, dataprocessing as dp
         >>> folder = tempfile.TemporaryDirectory()

@@ -38,7 +38,7 @@ import numpy as np
 
 from dataprocessing import _core, _map_blocks
 from dataprocessing._core import Axis, Background, Weights
-from dataprocessing._map_blocks import Fit, Map, Planes, Status
+from dataprocessing._map_blocks import Fit, Map, Planes, Status, digest_of_starts
 from dataprocessing._map_each import Applied, Rescaled, apply, gaussians, rescale
 from dataprocessing._map_filters import Spectra, align, rebin, shift, smooth, smooth_gauss
 from dataprocessing._map_store import load, store
@@ -222,7 +222,8 @@ def linear(
     """
     given = Map(data, Axis(), dim)
     named = shapes if isinstance(shapes, Mapping) else {f"c{j}": shape for j, shape in enumerate(shapes)}
-    rows = np.array([np.asarray(shape, dtype="f8") for shape in named.values()]).reshape(len(named), -1)
+    rows = np.array([np.asarray(shape, dtype="f8") for shape in named.values()])
+    rows = rows.reshape(len(named), -1) if named else rows.reshape(0, given.channels)
     if rows.shape[1] != given.channels:
         raise ValueError(f"shapes have {rows.shape[1]} channels, the spectra {given.channels}")
     names = list(named)
@@ -269,5 +270,8 @@ def peaks(
         None if weights is None else np.asarray(weights, dtype="f8"),
         _choice(_ERRORS, standard_errors, "standard_errors"), windows, begin, end, tolerance, most_evaluations,
     )  # fmt: skip
-    fit = Fit("maps_cPeaks", arguments, kept.names, peaks=list(kept.peak_names), started=tuple(named))
+    fit = Fit(
+        "maps_cPeaks", arguments, kept.names, peaks=list(kept.peak_names), started=tuple(named),
+        started_at=digest_of_starts(named.values()),
+    )  # fmt: skip
     return given.run(fit, errors, named.values())

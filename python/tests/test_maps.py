@@ -327,6 +327,8 @@ def test_refusals():
         maps.linear(data, shapes(), weights="likelihood")
     with pytest.raises(ValueError, match="channels"):
         maps.linear(data, {"a": [1, 2]})
+    with pytest.raises(dp.ProgramError):
+        maps.linear(data, {})
     with pytest.raises(ValueError, match="background is one of"):
         maps.integrate(data, (6.2, 6.6), AXIS, background="line")
     with pytest.raises(dp.ProgramError):

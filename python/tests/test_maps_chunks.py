@@ -119,6 +119,23 @@ def test_labels_stay(data, expected, name, chunks):
     assert_same_bits(computed(planes), FITS[name](data, axis=dp.Axis.from_positions(X, 1e-3, "energy", "keV")))
 
 
+@pytest.mark.parametrize("dim", ["parameter", "peak", "output", "position", "channel"])
+def test_dimensions_may_have_any_name(data, expected, dim):
+    xarray = pytest.importorskip("xarray")
+    given = xarray.DataArray(data, dims=(dim, "x", "energy"))
+    for one in (given, given.chunk({dim: 10})):
+        assert_same_bits(computed(maps.peaks(one, model(), AXIS)), expected["peaks"])
+        assert maps.integrate(one, (6.2, 6.6), AXIS)["window 1"].dims == (dim, "x")
+        applied = maps.apply(lambda spectrum: [1.0, 2.0], one, AXIS, output=2).values
+        assert applied.dims == (dim, "x", "output_" if dim == "output" else "output") and applied.shape == (25, 40, 2)
+
+
+@pytest.mark.parametrize("name", FITS)
+def test_tasks_have_plain_names(data, name):
+    keys = FITS[name](chunked := da.from_array(data, chunks=(10, 20, 50)), axis=AXIS).status.__dask_graph__().layers
+    assert all(key.split("-")[0].replace("_", "").isalnum() for key in keys) and chunked.name in keys
+
+
 def test_labelled_starts_and_sums(data):
     given = labelled(data)
     spectrum, image = maps.sum(given, dim="energy")

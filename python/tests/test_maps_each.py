@@ -56,6 +56,31 @@ def test_what_fails_is_nan_or_comes_through():
         maps.apply(highest, data, errors="ignore")
 
 
+@pytest.mark.parametrize(
+    "given, options",
+    [
+        (5.0, {"output": 3}), ([5.0], {"output": 3}), ([5.0] * 4, {"output": 3}), ([5.0], {}), ([[5.0] * 3], {"output": 3}),
+        (np.nan, {"dtype": "i4"}), (np.array([np.nan, 1]), {"dtype": "i4", "output": 2}), (np.inf, {"dtype": "u8"}),
+        (300, {"dtype": "u1"}), (-1, {"dtype": "u2"}), (1e10, {"dtype": "i4"}),
+    ],
+)  # fmt: skip
+def test_what_a_function_gives_is_what_it_should(given, options):
+    with pytest.raises(ValueError):
+        maps.apply(lambda spectrum: given, np.ones((2, 3)), **options)
+
+
+def test_fractions_are_cut_off_in_integers():
+    assert maps.apply(lambda spectrum: -3.7, np.ones((2, 3)), dtype="i1").values.tolist() == [-3, -3]
+
+
+def test_spectra_that_are_not_finite_say_so():
+    data = np.repeat(made((1,)).astype("f8"), 3, axis=0)
+    data[1, 4] = np.nan
+    fe = dp.fitting.Gaussian(6.4, 300, "Fe")
+    found = maps.gaussians(data, [fe], (6.4, 0.15, 0.0023), AXIS)
+    assert found.status.tolist() == [0, maps.Status.NOT_FINITE, 0]
+
+
 def test_lines_are_those_of_single_fits():
     data = made((2, 3))
     data[1, 2] = 0

@@ -99,6 +99,69 @@ def test_others_are_not_continued(data, where):
     assert maps.store(others[1], where) == 9
 
 
+def test_other_starts_are_not_continued(data, where):
+    def fit(start):
+        return maps.peaks(chunked(data), model(), AXIS, starts={"height of Fe": start})
+
+    plane = np.full(data.shape[:-1], 100.0)
+    maps.store(fit(plane), where)
+    for same in (plane.copy(), da.from_array(plane).compute()):
+        assert maps.store(fit(same), where, resume=True) == 0
+    for other in (100.0, plane + 1e-9, da.from_array(plane)):
+        with pytest.raises(ValueError, match="another fit"):
+            maps.store(fit(other), where, resume=True)
+    maps.store(fit(da.from_array(plane)), where)
+    assert maps.store(fit(da.from_array(plane)), where, resume=True) == 0
+
+
+def test_what_holds_no_planes_stays(data, where, tmp_path):
+    planes = maps.peaks(chunked(data), model(), AXIS)
+    if where.suffix == ".h5":
+        h5py = pytest.importorskip("h5py")
+        with h5py.File(where, "w") as file:
+            file["counts"] = data
+        given = da.from_array(h5py.File(where, "r")["counts"], chunks=(10, 12, -1))
+    else:
+        zarr = pytest.importorskip("zarr")
+        zarr.save_array(str(where), data, chunks=(10, 12, CHANNELS))
+        given = da.from_zarr(str(where))
+    for resume in (False, True):
+        for one in (planes, maps.peaks(given, model(), AXIS)):
+            with pytest.raises(ValueError, match="something else than planes"):
+                maps.store(one, where, resume=resume)
+    assert np.array_equal(given.compute(), data)
+    (tmp_path / "mine").mkdir()
+    (tmp_path / "mine" / "thesis.txt").write_text("all of it")
+    for path in (tmp_path / "mine", tmp_path / "mine" / "thesis.txt"):
+        with pytest.raises(ValueError, match="something else than planes"):
+            maps.store(planes, path)
+    assert (tmp_path / "mine" / "thesis.txt").read_text() == "all of it"
+
+
+def test_planes_are_not_replaced_by_what_is_made_of_them(data, where):
+    maps.store(maps.peaks(chunked(data), model(), AXIS), where)
+    before = stored(where)
+    again = maps.peaks(chunked(data), model(), AXIS, starts={"height of Fe": maps.load(where)["height of Fe"]})
+    with pytest.raises(ValueError, match="store them elsewhere"):
+        maps.store(again, where)
+    assert_same_bits(stored(where), before)
+
+
+def test_what_ended_before_it_began_begins_anew(data, where):
+    planes = maps.peaks(chunked(data), model(), AXIS)
+    if where.suffix == ".h5":
+        where.touch()
+    else:
+        where.mkdir()
+    assert maps.store(planes, where, resume=True) == 9
+    if where.suffix != ".h5":
+        import shutil
+
+        shutil.rmtree(where / "chi_square")  # it ended while the arrays were made
+        assert maps.store(planes, where, resume=True) == 9
+    assert_same_bits(stored(where), maps.peaks(data, model(), AXIS))
+
+
 def test_what_cannot_be_stored_is_refused(data, tmp_path):
     pytest.importorskip("zarr")
     with pytest.raises(TypeError, match="before they are computed"):
