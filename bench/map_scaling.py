@@ -1,15 +1,13 @@
-"""A map that is larger than memory, from store to store: what a chunk costs, and what many workers would do with it.
+"""A map that is larger than memory, from store to store: what a chunk costs.
 
     PYTHONPATH=build/release/python /usr/bin/python3 bench/map_scaling.py FOLDER [--rows 1024] [--columns 1024]
 
 makes a map of 2048 channels of 16-bit counts in FOLDER/map.zarr, chunk by chunk, unless it is there; fits five peaks
-and a line to every spectrum on two threads into FOLDER/planes.zarr, going on where an earlier run ended; measures
-the parts of a chunk's time one by one; and lets 1 to 1000 workers go through such chunks in a simulation. What was
-measured and what was simulated is said in each line.
+and a line to every spectrum on two threads into FOLDER/planes.zarr, going on where an earlier run ended; and measures
+the parts of a chunk's time one by one, from which docs/scaling.md works out what many workers would do.
 """
 
 import argparse
-import heapq
 import pathlib
 import resource
 import threading
@@ -86,7 +84,7 @@ class Parts:
 
 
 def scheduler_cost(processes):
-    """Milliseconds of the scheduler for a task that does nothing, measured."""
+    """Milliseconds of the scheduler for a task that does nothing."""
     import distributed
 
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=processes, dashboard_address=None) as cluster:
@@ -95,20 +93,6 @@ def scheduler_cost(processes):
             start = time.perf_counter()
             client.gather(client.map(abs, range(1000, 3000)))
             return (time.perf_counter() - start) / 2000
-
-
-def simulated(workers, chunks, chunk_seconds, scheduler_seconds, chunk_bytes, store_bytes_per_second):
-    """The wall time of so many chunks: workers are free or not, the scheduler and the store serve one after the other."""
-    free = [0.0] * workers
-    scheduler = store = end = 0.0
-    for _ in range(chunks):
-        ready = heapq.heappop(free)
-        scheduler = max(scheduler, ready) + scheduler_seconds
-        store = max(store, scheduler) + chunk_bytes / store_bytes_per_second
-        done = max(store, scheduler) + chunk_seconds
-        heapq.heappush(free, done)
-        end = max(end, done)
-    return end
 
 
 def resident():
@@ -156,28 +140,19 @@ def main():
     print(f"map: {data.nbytes / 2**30:.2f} GiB, {data.nbytes_stored / 2**30:.2f} GiB stored, {data.nchunks} chunks")
 
     count, wall, cpu, most = fit(chosen.folder, chosen.workers)
-    print(f"fitted, measured: {count} chunks, {wall:.1f} s by the clock, {cpu:.1f} s of processor, {most / 2**20:.0f} MiB resident at most")
+    print(f"fitted: {count} chunks, {wall:.1f} s by the clock, {cpu:.1f} s of processor, {most / 2**20:.0f} MiB resident at most")
     status = dp.maps.load(chosen.folder / "planes.zarr").status.compute()
     print(f"good: {(status == 0).mean():.5f}")
 
     parts = Parts(chosen.folder)
     spectra = CHUNK[0] * CHUNK[1]
-    print(f"a chunk, measured, ms of one processor: read {parts.read * 1e3:.1f}, fit {parts.kernel * 1e3:.1f}, write "
+    print(f"a chunk, ms of one processor: read {parts.read * 1e3:.1f}, fit {parts.kernel * 1e3:.1f}, write "
           f"{parts.write * 1e3:.1f}; {parts.kernel / spectra * 1e6:.1f} us a spectrum; {parts.stored / 2**20:.1f} MiB stored "
           f"of {parts.bytes / 2**20:.0f}, {parts.planes / 2**20:.1f} MiB of planes")  # fmt: skip
     if count == data.nchunks:
         print(f"wall / (fit / {chosen.workers}): {wall / (parts.kernel * count / chosen.workers):.2f}")
     for processes in (False, True):
-        print(f"a task of the scheduler, measured, {'processes' if processes else 'threads'}: {scheduler_cost(processes) * 1e3:.2f} ms")
-    each = parts.read + parts.kernel + parts.write
-    for gigabytes, chunks in ((4, 256), (400, 25600)):
-        # Ten tasks a chunk, of 0.2 ms of the scheduler each.
-        for workers in (1, 2, 4, 8, 16, 32, 64, 128, 256, 512, 1000):
-            times = [
-                simulated(workers, chunks, each, 10 * 0.2e-3, parts.stored, store) for store in (1e9, 10e9)
-            ]
-            print(f"simulated, {gigabytes} GiB, {workers} workers: " + ", ".join(
-                f"{one:.1f} s ({each * chunks / one:.0f} x)" for one in times))  # fmt: skip
+        print(f"a task of the scheduler, {'processes' if processes else 'threads'}: {scheduler_cost(processes) * 1e3:.2f} ms")
 
 
 if __name__ == "__main__":
