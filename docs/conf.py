@@ -1,17 +1,17 @@
 """The site: what Sphinx makes of the pages that docs/site/pages has laid out below build/docs/source."""
 
+import json
 import logging
 import pathlib
 import re
 import sys
-import xml.etree.ElementTree as xml
 
 from docutils import nodes
 from sphinx import addnodes
 from sphinx.domains import cpp
 
 ROOT = pathlib.Path(__file__).parents[1]
-XML = ROOT / "build/docs/xml"
+NAMES = json.loads((ROOT / "build/docs/source/names.json").read_text(encoding="utf-8"))  # and their labels
 sys.path.insert(0, str(ROOT / "build/release/python"))
 
 project = "DataProcessing"
@@ -33,7 +33,7 @@ html_theme_options = {"navigation_with_keys": True}
 pygments_style, pygments_dark_style = "tango", "monokai"
 highlight_language = "none"
 
-breathe_projects = {"dataprocessing": str(XML)}
+breathe_projects = {"dataprocessing": str(ROOT / "build/docs/xml")}
 breathe_default_project = "dataprocessing"
 breathe_show_include = False
 breathe_default_members = ("members", "undoc-members")
@@ -73,26 +73,6 @@ class Reopened(logging.Filter):
         return not (str(record.msg).startswith("Duplicate C++") and re.search(r"cpp:type:: \w+'", record.getMessage()))
 
 
-def public_names():
-    """The label of the first declaration of every public name."""
-    found = {}
-    for path in sorted(XML.glob("*.xml")):
-        for compound in xml.parse(path).getroot().findall("compounddef"):
-            kind, scope = compound.get("kind"), compound.findtext("compoundname")
-            if compound.get("prot") == "private" or "::detail" in scope or kind not in ("class", "struct", "file"):
-                continue
-            if kind != "file":
-                found.setdefault(scope, compound.get("id"))
-            for member in compound.iter("memberdef"):
-                name = member.findtext("name")
-                if member.get("prot") == "public" and "_" in (name if kind == "file" else scope):
-                    found.setdefault(name if kind == "file" else f"{scope}::{name}", member.get("id"))
-    return found
-
-
-NAMES = {}
-
-
 def link_to(label, page, text):
     link = addnodes.pending_xref(
         "", refdomain="std", reftype="ref", reftarget=label, refexplicit=True, refwarn=True, refdoc=page
@@ -109,8 +89,6 @@ def declared(role, raw, text, line, inliner, options=None, content=()):
 
 def link_names(app, doctree):
     """Public names in the text of the guide lead to where they are told about."""
-    if not NAMES:
-        NAMES.update(public_names())
     if app.env.docname.startswith("reference"):
         return
     for literal in list(doctree.findall(nodes.literal)):
