@@ -39,23 +39,6 @@ struct maps_sIntegral {
     std::vector<std::vector<double>> logarithms; ///< Of the windows, for the law.
 };
 
-namespace {
-
-/// The channels in any of some ranges.
-std::vector<std::size_t> channelsIn(const std::vector<maps_sRange>& ranges, std::size_t channels,
-                                    const cal_c1DArrayCal& cal) {
-    std::vector<std::size_t> found;
-    for (std::size_t k = 0; k < channels; ++k) {
-        const double x = cal.Position(static_cast<long long>(k));
-        if (std::any_of(ranges.begin(), ranges.end(),
-                        [&](const maps_sRange& range) { return x >= range.from && x <= range.to; }))
-            found.push_back(k);
-    }
-    return found;
-}
-
-} // namespace
-
 maps_sIntegral::maps_sIntegral(std::size_t channelCount, const cal_c1DArrayCal& calibration,
                                const std::vector<maps_sRange>& windows,
                                const maps_sBackground& background)
@@ -79,7 +62,8 @@ maps_sIntegral::maps_sIntegral(std::size_t channelCount, const cal_c1DArrayCal& 
         first = std::min(first, law->hull.first);
         last = std::max(last, law->hull.last);
     } else if (background.curve == maps_sBackground::Polynomial) {
-        const std::vector<std::size_t> taking = channelsIn(background.ranges, channels, cal);
+        const std::vector<std::size_t> taking =
+            maps_ChannelsInAny(background.ranges, channels, cal);
         maps_RefuseRange(taking.size() <= static_cast<std::size_t>(background.degree));
         first = std::min(first, taking.front());
         last = std::max(last, taking.back() + 1);
@@ -90,7 +74,7 @@ maps_sIntegral::maps_sIntegral(std::size_t channelCount, const cal_c1DArrayCal& 
     rows.resize(rowCount * length);
     needed.resize(length);
     if (background.curve != maps_sBackground::None)
-        for (const std::size_t k : channelsIn(background.ranges, channels, cal))
+        for (const std::size_t k : maps_ChannelsInAny(background.ranges, channels, cal))
             needed[k - first] = 1;
     for (std::size_t w = 0; w < windowCount; ++w) {
         std::fill(Row(w) + (ranges[w].first - first), Row(w) + (ranges[w].last - first), 1.0);
@@ -121,7 +105,7 @@ maps_sIntegral::maps_sIntegral(std::size_t channelCount, const cal_c1DArrayCal& 
 /// The polynomial's sum over a window is one of the channels it was fitted to, too: by polynomials
 /// that are orthonormal there, P_d, it is sum over d of (sum over the window of P_d) P_d(k) y(k).
 void maps_sIntegral::TakePolynomialAway(const maps_sBackground& background) {
-    const std::vector<std::size_t> taking = channelsIn(background.ranges, channels, cal);
+    const std::vector<std::size_t> taking = maps_ChannelsInAny(background.ranges, channels, cal);
     const double middle = static_cast<double>(taking.front() + taking.back()) / 2;
     const double scale = std::max(1.0, static_cast<double>(taking.back() - taking.front()) / 2);
     std::vector<std::vector<double>> basis;

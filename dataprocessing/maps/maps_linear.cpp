@@ -176,7 +176,7 @@ public:
         if (!std::isfinite(squares_))
             status = maps_NotFinite;
         else if (squares_ == 0)
-            status = maps_Empty;
+            status = maps_IsZero(row_, shapes_.length) ? maps_Empty : maps_NotFinite;
         else
             status = FitSome();
         Put(q, status);

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 #include "dataprocessing/algebra/nlsq_parameters.h"
+#include "dataprocessing/base/expt.h"
 #include "dataprocessing/fitting/pkmd_equations.h"
 #include "dataprocessing/maps/maps_peaks_fit.h"
 #include "dataprocessing/maps/maps_refuse.h"
@@ -15,13 +17,27 @@ namespace {
 
 std::size_t at(int parameter) { return static_cast<std::size_t>(parameter); }
 
+/// The channels that pkmd_Fit takes.
+maps_sChannelRange rangeOf(const cal_c1DArrayCal& cal, std::size_t channels,
+                           const maps_sPeakOptions& options) {
+    const auto isInside = [&](std::size_t k) {
+        const double x = cal.Position(static_cast<long long>(k));
+        return x >= options.from && x <= options.to;
+    };
+    maps_sChannelRange range{0, channels};
+    while (range.first < range.last && !isInside(range.first))
+        ++range.first;
+    while (range.last > range.first && !isInside(range.last - 1))
+        --range.last;
+    return range;
+}
+
 } // namespace
 
 maps_sPeaks::maps_sPeaks(const pkmd_cModel& of, std::size_t channelCount,
                          const cal_c1DArrayCal& calibration, const maps_sPeakOptions& how)
     : model(of), channels(channelCount), cal(calibration), options(how),
-      range(maps_ChannelsIn(cal, channels, how.from, how.to)),
-      length(maps_WholeVectors(range.Count())) {
+      range(rangeOf(cal, channels, how)), length(maps_WholeVectors(range.Count())) {
     const bool isLikelihood = IsLikelihood();
     maps_RefuseRange(range.Count() == 0);
     maps_RefuseOptions(!(options.windows > 0) || !(options.tolerance > 0) ||
@@ -192,7 +208,7 @@ maps_eStatus maps_StatusOf(const maps_sPeaks& peaks, const maps_cStack& stack, c
     if (!std::isfinite(sum))
         return maps_NotFinite;
     if (sum == 0)
-        return maps_Empty;
+        return maps_IsZero(row, peaks.range.Count()) ? maps_Empty : maps_NotFinite;
     if (peaks.IsLikelihood() && maps_MayBeNegative(stack) &&
         *std::min_element(row, row + peaks.range.Count()) < 0)
         return maps_Negative;
@@ -218,6 +234,23 @@ void maps_PutNothing(const maps_sPeaks& peaks, std::size_t spectra, std::size_t 
         planes.status[spectrum] = status;
 }
 
+namespace {
+
+/// Nothing for values that are too large or too small to be squared, which is no reason to stop.
+std::optional<pkmd_sResult> fitOf(const pkmd_cModel& model, const darr_c1DArray& spectrum,
+                                  const pkmd_sOptions& options) {
+    try {
+        return pkmd_Fit(model, spectrum, options);
+    } catch (const expt_cProgramException& refusal) {
+        constexpr int ofSize = 14;
+        if (refusal.SourceFile() == "nlsq" && refusal.Line() == ofSize)
+            return std::nullopt;
+        throw;
+    }
+}
+
+} // namespace
+
 void maps_FitAlone(const maps_sPeaks& peaks, const maps_cStack& stack, std::size_t spectrum,
                    const maps_sPeakPlanes& planes, std::span<const double> start) {
     const std::size_t spectra = stack.Spectra();
@@ -235,8 +268,13 @@ void maps_FitAlone(const maps_sPeaks& peaks, const maps_cStack& stack, std::size
     options.control.mostEvaluations = peaks.options.mostEvaluations;
     pkmd_cModel model = peaks.model;
     model.SetStarts(start);
-    const pkmd_sResult result =
-        pkmd_Fit(model, darr_c1DArray(std::span(std::as_const(values)), peaks.cal), options);
+    const std::optional<pkmd_sResult> found =
+        fitOf(model, darr_c1DArray(std::span(std::as_const(values)), peaks.cal), options);
+    if (!found) {
+        maps_PutNothing(peaks, spectra, spectrum, planes, maps_NotFinite, 0);
+        return;
+    }
+    const pkmd_sResult& result = *found;
     const nlsq_sResult& fit = result.fit;
     if (!fit.Converged()) {
         maps_PutNothing(peaks, spectra, spectrum, planes, maps_NotConverged, fit.iterations);

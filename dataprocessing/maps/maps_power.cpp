@@ -11,17 +11,24 @@
 
 namespace dataprocessing::detail {
 
+std::vector<std::size_t> maps_ChannelsInAny(const std::vector<maps_sRange>& ranges,
+                                            std::size_t channels, const cal_c1DArrayCal& cal) {
+    std::vector<maps_cSection> sections;
+    for (const maps_sRange& range : ranges)
+        sections.emplace_back(cal, range.from, range.to);
+    std::vector<std::size_t> found;
+    for (std::size_t k = 0; k < channels; ++k)
+        if (std::any_of(sections.begin(), sections.end(),
+                        [&](const maps_cSection& section) { return section.Has(k); }))
+            found.push_back(k);
+    return found;
+}
+
 maps_sPowerLaw::maps_sPowerLaw(std::size_t channelCount, const cal_c1DArrayCal& calibration,
                                const std::vector<maps_sRange>& ranges, double at)
     : channels(channelCount), cal(calibration), reference(at) {
     maps_RefuseOptions(!(reference > 0) || !std::isfinite(reference));
-    std::vector<std::size_t> taking;
-    for (std::size_t k = 0; k < channels; ++k) {
-        const double x = cal.Position(static_cast<long long>(k));
-        if (std::any_of(ranges.begin(), ranges.end(),
-                        [&](const maps_sRange& range) { return x >= range.from && x <= range.to; }))
-            taking.push_back(k);
-    }
+    const std::vector<std::size_t> taking = maps_ChannelsInAny(ranges, channels, cal);
     maps_RefuseRange(taking.size() < 2);
     hull = {taking.front(), taking.back() + 1};
     for (const std::size_t k : taking) {

@@ -11,6 +11,10 @@
 
 namespace dataprocessing::detail {
 
+/// The channels that lie in any of some ranges.
+std::vector<std::size_t> maps_ChannelsInAny(const std::vector<maps_sRange>& ranges,
+                                            std::size_t channels, const cal_c1DArrayCal& cal);
+
 /// What the positions alone tell. Logarithms are those of x / reference, about their middle.
 struct maps_sPowerLaw {
     maps_sPowerLaw(std::size_t channelCount, const cal_c1DArrayCal& calibration,

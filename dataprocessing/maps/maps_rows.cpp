@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <limits>
+#include <utility>
 
 #include "dataprocessing/base/dtyp_visit.h"
 #include "dataprocessing/fitting/pkmd_kernels.h"
@@ -59,6 +61,10 @@ void maps_Fetch(const maps_cStack& stack, std::size_t spectrum, std::size_t firs
 
 bool maps_MayBeNegative(const maps_cStack& stack) { return stack.DataType().Code() >= dtyp_Int8; }
 
+bool maps_IsZero(const double* row, std::size_t count) {
+    return std::all_of(row, row + count, [](double value) { return value == 0; });
+}
+
 void maps_LeaveOut(const double* part, std::size_t count, double* row) {
     for (std::size_t k = 0; k < count; ++k)
         if (part[k] == 0)
@@ -82,16 +88,25 @@ template void maps_AddSmallRows(const unsigned short* const*, std::size_t, std::
 template void maps_AddSmallRows(const signed char* const*, std::size_t, std::size_t, int*, int*);
 template void maps_AddSmallRows(const short* const*, std::size_t, std::size_t, int*, int*);
 
+maps_cSection::maps_cSection(const cal_c1DArrayCal& cal, double from, double to) noexcept
+    : first_(cal.RealIndex(from)), last_(cal.RealIndex(to)) {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    if (cal.Delta() < 0) {
+        std::swap(first_, last_);
+    } else if (cal.Delta() == 0 || !std::isfinite(cal.Delta())) { // at one place, or at none
+        const bool isAll = cal.Delta() == 0 && cal.Offset() >= from && cal.Offset() <= to;
+        first_ = isAll ? -infinity : infinity;
+        last_ = infinity;
+    }
+}
+
 maps_sChannelRange maps_ChannelsIn(const cal_c1DArrayCal& cal, std::size_t channels, double low,
                                    double high) {
-    const auto isInside = [&](std::size_t k) {
-        const double x = cal.Position(static_cast<long long>(k));
-        return x >= low && x <= high;
-    };
+    const maps_cSection section(cal, low, high);
     maps_sChannelRange range{0, channels};
-    while (range.first < range.last && !isInside(range.first))
+    while (range.first < range.last && !section.Has(range.first))
         ++range.first;
-    while (range.last > range.first && !isInside(range.last - 1))
+    while (range.last > range.first && !section.Has(range.last - 1))
         --range.last;
     return range;
 }

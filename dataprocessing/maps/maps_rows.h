@@ -27,6 +27,9 @@ void maps_Fetch(const maps_cStack& stack, std::size_t spectrum, std::size_t firs
 /// Whether a value of the stack may be negative.
 bool maps_MayBeNegative(const maps_cStack& stack);
 
+/// Whether a row is 0 everywhere.
+bool maps_IsZero(const double* row, std::size_t count);
+
 /// Sets a row to 0 in the channels that do not take part, whose `part` is 0.
 void maps_LeaveOut(const double* part, std::size_t count, double* row);
 
@@ -48,6 +51,20 @@ inline constexpr std::size_t maps_coreSums = maps_mostCore * (maps_mostCore + 3)
 /// row; those of w y f[i]; that of w y^2. `count` is of whole vectors.
 void maps_CrossRow(const double* y, std::span<const double* const> shapes, maps_eWeighing weighing,
                    std::size_t count, double* weights, std::span<double> sums);
+
+/// Positions from one to another, both included. Which channels lie there is asked by real-valued
+/// indices, so that an end counts as the position of a channel that it is but for rounding.
+class maps_cSection {
+public:
+    maps_cSection(const cal_c1DArrayCal& cal, double from, double to) noexcept;
+    bool Has(std::size_t channel) const noexcept {
+        return static_cast<double>(channel) >= first_ && static_cast<double>(channel) <= last_;
+    }
+
+private:
+    double first_;
+    double last_;
+};
 
 /// The channels of a calibration whose positions lie in [low, high]: [first, last).
 struct maps_sChannelRange {

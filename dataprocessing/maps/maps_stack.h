@@ -80,7 +80,7 @@ private:
 /// What became of a spectrum.
 enum maps_eStatus : unsigned char {
     maps_Good,         ///< There is a result.
-    maps_NotFinite,    ///< A value that was needed is not finite, or too large to be squared.
+    maps_NotFinite,    ///< A value that was needed is not finite, or too large or small to square.
     maps_Empty,        ///< All values that were needed are 0.
     maps_Negative,     ///< A value is negative where only counts will do.
     maps_NotConverged, ///< The steps led nowhere, or there were too many of them.

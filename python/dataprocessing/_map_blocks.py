@@ -32,7 +32,7 @@ class Status(enum.IntEnum):
     GOOD = 0
     """There is a result."""
     NOT_FINITE = 1
-    """A value that was needed is NaN or infinite, or too large to be squared."""
+    """A value that was needed is NaN or infinite, or too large or too small to be squared."""
     EMPTY = 2
     """All values that were needed are 0."""
     NEGATIVE = 3

@@ -376,6 +376,47 @@ TEST(Integral, ValuesBelowZeroHaveNoVariance) {
     }
 }
 
+/// Ends as they are written, in decimal digits, are those of channels.
+TEST(Integral, EndsThatAreChannelsButForRoundingAreIncluded) {
+    constexpr std::size_t length = 120;
+    std::vector<double> values(length);
+    for (std::size_t k = 0; k < length; ++k)
+        values[k] = static_cast<double>(k + 1);
+    struct Axis {
+        int offset;
+        int delta;
+        double unit;
+    };
+    for (const Axis& axis : {Axis{600, 1, 100}, Axis{0, 1, 10}, Axis{-20, 1, 10}, Axis{50, 3, 10},
+                             Axis{0, 5, 1000}, Axis{700, -1, 100}}) {
+        const auto at = [&](std::size_t k) {
+            return (axis.offset + axis.delta * static_cast<int>(k)) / axis.unit;
+        };
+        const cal_c1DArrayCal cal(axis.offset / axis.unit, axis.delta / axis.unit, 0);
+        const maps_cStack stack = stackOf(std::span<const double>(values), length, cal);
+        maps_cWorkspace room;
+        for (std::size_t k = 0; k + 4 < length; ++k)
+            for (const std::size_t more : {0, 2}) {
+                maps_sRange window{at(k), at(k + more)};
+                if (axis.delta < 0)
+                    std::swap(window.from, window.to);
+                Planes planes(1, 1);
+                maps_cIntegral(length, cal, {window}).Run(stack, withoutChiSquared(planes), room);
+                EXPECT_EQ(planes.values[0], more == 0 ? values[k] : 3 * values[k + 1]) << k;
+                if (more == 0)
+                    continue;
+                // Three channels through which the parabola goes exactly.
+                maps_cIntegral(length, cal, {window}, {maps_sBackground::Polynomial, {window}, 2})
+                    .Run(stack, withoutChiSquared(planes), room);
+                EXPECT_NEAR(planes.values[0], 0, 1e-9);
+            }
+    }
+    EXPECT_EQ(refusalOf([] {
+                  maps_cIntegral(4, {1, std::numeric_limits<double>::infinity(), 0}, {{-9, 9}});
+              }),
+              "maps:5");
+}
+
 TEST(Integral, BitsDoNotDependOnCutsOrLevels) {
     const std::vector<unsigned short> counts = countsOf(50, channels, withEdge);
     const maps_cIntegral integral(channels, scale, {{350, 449}, {470, 480}},

@@ -368,6 +368,18 @@ TEST(LinearMap, BadSpectraAreMarkedAndLeaveTheOthersAlone) {
     }
 }
 
+TEST(LinearMap, ValuesTooSmallToBeSquaredAreNotEmpty) {
+    const std::vector<double> values{1e-170, 2e-170, 1e-170, 0, 0, 0};
+    maps_cWorkspace room;
+    for (const maps_eWeights weights :
+         {maps_WeightsOfCounts, maps_EqualWeights, maps_WeightsOfModel}) {
+        const maps_cLinear fit(std::vector{1., 1., 1.}, 3, {.weights = weights});
+        Planes planes(1, 2);
+        fit.Run(stackOf(std::span<const double>(values), 3), planes.All(), room);
+        EXPECT_THAT(planes.status, ElementsAre(maps_NotFinite, maps_Empty));
+    }
+}
+
 /// The deviance is that of the channels that a shape reaches; chi-squared is that of all.
 TEST(LinearMap, WhatNoShapeReachesMayBeNotFiniteWhereChiSquaredLeavesItOut) {
     const std::vector<double> all{0, 1, 2, 1, 0, 0, 0, 0, 0, 1, 1, 1, 1, 0, 0, 0, 0, 0};

@@ -310,6 +310,39 @@ TEST(PeakMap, BadSpectraAreMarkedAndLeaveTheOthersAlone) {
     }
 }
 
+/// No size of values stops the fits of others.
+TEST(PeakMap, ValuesOfAnySizeStopNoOther) {
+    constexpr std::size_t spectra = 3;
+    const Map map = mapOf(model(), spectra);
+    const std::vector<double> good(map.counts.begin(), map.counts.end());
+    for (const bool isFast : {true, false})
+        for (const nlsq_eObjective objective : {nlsq_PoissonLikelihood, nlsq_LeastSquares}) {
+            pkmd_cModel of = model();
+            if (!isFast)
+                of.Bound(0, 5, 6);
+            const maps_cPeaks fit(of, channels, scale, {.objective = objective});
+            maps_cWorkspace room;
+            PeakPlanes expected(fit, spectra);
+            fit.Run(stackOf(std::span<const double>(good), channels, scale), expected.Those(),
+                    room);
+            for (const double factor :
+                 {1e-300, 1e-170, 1e-155, 1e-150, 1e150, 1e155, 1e200, 1e300}) {
+                std::vector<double> values = good;
+                for (std::size_t k = 0; k < channels; ++k)
+                    values[channels + k] *= factor;
+                PeakPlanes planes(fit, spectra);
+                fit.Run(stackOf(std::span<const double>(values), channels, scale), planes.Those(),
+                        room);
+                for (const std::size_t q : {0, 2}) {
+                    EXPECT_EQ(planes.status[q], maps_Good);
+                    EXPECT_EQ(planes.values[q], expected.values[q]);
+                }
+                EXPECT_EQ(planes.status[1] == maps_Good, std::isfinite(planes.values[1]));
+                EXPECT_NE(planes.status[1], maps_Empty);
+            }
+        }
+}
+
 /// A channel without a weight may hold anything.
 TEST(PeakMap, ChannelsWithoutAWeightMayBeNotFinite) {
     constexpr std::size_t spectra = 11;
