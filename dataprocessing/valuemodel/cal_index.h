@@ -13,13 +13,16 @@
 
 namespace dataprocessing::detail {
 
+/// The unit in the last place of a number that is not negative; NaN of infinity and NaN.
+inline double cal_LastPlaceOf(double x) noexcept {
+    // The next number is the one of the next bits.
+    return std::bit_cast<double>(std::bit_cast<std::uint64_t>(x) + 1) - x;
+}
+
 /// cal_cArrayCal::Tolerance of a calibration of this offset and delta.
 inline double cal_ToleranceOf(double offset, double delta, double x) noexcept {
     const double larger = std::max(std::fabs(x), std::fabs(offset));
-    // The next number is the one of the next bits; from infinity and NaN on there is none.
-    const double lastPlace =
-        std::bit_cast<double>(std::bit_cast<std::uint64_t>(larger) + 1) - larger;
-    return std::max(1e-6, 4 * lastPlace / std::fabs(delta));
+    return std::max(1e-6, 4 * cal_LastPlaceOf(larger) / std::fabs(delta));
 }
 
 /// The tolerance for an axis of `count` elements as a whole: that of its farther end.

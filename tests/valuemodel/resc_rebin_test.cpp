@@ -128,10 +128,11 @@ TEST(Rebin, KeepsTheSum) {
     }
 }
 
-// Where a bin is less than what positions can tell apart, edges are moved, each to one place only.
+// Where a bin is little more than what positions can tell apart, edges are moved, each to one
+// place only.
 TEST(Rebin, CountsNoElementTwiceFarFromTheOrigin) {
     const darr_c1DArray ones(8, 1.0, {0x1p48 - 4.1875, 1, 0});
-    for (const double delta : {0.03125, 0.0390625, 0.171875, 0.4375, 1.3}) {
+    for (const double delta : {0.0625, 0.0703125, 0.171875, 0.4375, 1.3}) {
         EXPECT_EQ(stat_Sum(resc_Rebin(ones, delta)).As<double>(), 8) << delta;
         const int bins = static_cast<int>(10 / delta);
         EXPECT_EQ(
@@ -140,8 +141,8 @@ TEST(Rebin, CountsNoElementTwiceFarFromTheOrigin) {
             8)
             << delta;
     }
-    const darr_c1DArray fine = resc_Rebin(ones, 0.03125);
-    ASSERT_EQ(fine.Size(), 256);
+    const darr_c1DArray fine = resc_Rebin(ones, 0.0625);
+    ASSERT_EQ(fine.Size(), 128);
     for (const double& share : fine.Elements<double>())
         EXPECT_LE(share, 1);
 }
@@ -208,10 +209,62 @@ TEST(Rebin, DoesNotMindWhatIsNotOverlapped) {
     EXPECT_EQ(found[9], 2.5);
 }
 
-TEST(Rebin, LeavesNothingInBinsWithoutWidth) {
+TEST(Rebin, LeavesNothingInBinsThatCountAsOneEdge) {
     const darr_c1DArray line = lineOf<double>({1, notANumber, 4});
-    const darr_c1DArray grid(3, dtyp_Int8, {1.5, 1e-300, 0});
+    const darr_c1DArray grid(3, dtyp_Int8, {1, 1e-12, 0});
     EXPECT_EQ(elementsOf<double>(resc_Rebin(line, grid)), (std::vector<double>{0, 0, 0}));
+}
+
+TEST(Rebin, OfTheSameOffsetAndDeltaTakesElementsWhereverTheyLie) {
+    // The last has neighbours at one position.
+    for (const cal_c1DArrayCal& cal :
+         {cal_c1DArrayCal(), cal_c1DArrayCal(6.2, 0.1, 4), cal_c1DArrayCal(1e300, -0.3, 0)}) {
+        const darr_c1DArray line = lineOf<double>({1, notANumber, 4, infinity, 5}, cal);
+        const auto onto = [&](int count, int ahead) {
+            return resc_Rebin(line,
+                              darr_c1DArray(count, dtyp_Int8,
+                                            {cal.Offset(), cal.Delta(), cal.CalIndex() + ahead}));
+        };
+        const auto all = elementsOf<double>(onto(6, 0));
+        EXPECT_EQ(all[0], 1);
+        EXPECT_TRUE(std::isnan(all[1]));
+        EXPECT_EQ(std::vector<double>(all.begin() + 2, all.end()),
+                  (std::vector<double>{4, infinity, 5, 0}));
+        EXPECT_EQ(elementsOf<double>(onto(3, 2)), (std::vector<double>{0, 0, 1}));
+        EXPECT_EQ(elementsOf<double>(onto(3, -3)), (std::vector<double>{infinity, 5, 0}));
+    }
+    const darr_c1DArray same = resc_Rebin(lineOf<int>({3, -1, 7}, {-1e200, 2, 0}), 2);
+    EXPECT_EQ(elementsOf<double>(same), (std::vector<double>{3, -1, 7}));
+    // Along one axis of an image.
+    const darr_c2DArray image = planeOf<float>(2, 2, {1, 2, 3, 4}, {1e300, 1, 0, 1, 0, 0});
+    const darr_c2DArray rows(2, 1, dtyp_Int8, {1e300, 1, 0, 2, 0, 0});
+    EXPECT_EQ(elementsOf<float>(resc_Rebin(image, rows)), (std::vector<float>{4, 6}));
+}
+
+TEST(Rebin, RefusesDeltasThatPositionsDoNotShow) {
+    const auto at = [](double offset, double delta, int index) {
+        return lineOf<int>({1, 2, 3}, {offset, delta, index});
+    };
+    const darr_c1DArray line = at(0, 1, 0);
+    // The farthest position decides, and it may be that of the end: 0x1p53 + 1 is none.
+    for (const darr_c1DArray& fine : {at(0x1p53, 1, 0), at(0x1p53 - 3, 1, 0), at(-0x1p53, -1, 0),
+                                      at(0x1p53, 1, 3), at(1.5, 1e-300, 0)}) {
+        const darr_c1DArray wide(2, dtyp_Int8, {0, 10 * fine.Cal().Delta(), 0});
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(fine, wide); }), "resc:2") << fine.Cal();
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(wide, fine); }), "resc:2") << fine.Cal();
+        if (fine.Cal().CalIndex() == 0) {
+            EXPECT_EQ(refusalOf([&] { resc_Rebin(fine, 2 * fine.Cal().Delta()); }), "resc:2");
+        }
+    }
+    EXPECT_EQ(refusalOf([&] { resc_Rebin(at(0x1p53, 4, 0), 1); }), "resc:2");
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(at(0x1p53 - 4, 1, 0), 2)), (std::vector<double>{3, 3}));
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(at(0x1p53, 2, 0), 4)), (std::vector<double>{3, 3}));
+    const darr_c2DArray plane = planeOf<int>(3, 1, {1, 2, 3}, {0, 1, 1e20, 1, 0, 0});
+    EXPECT_EQ(refusalOf([&] { resc_Rebin(plane, 1, 2); }), "resc:2");
+    EXPECT_EQ(refusalOf([&] {
+                  resc_Rebin(line, darr_c1DArray(0, dtyp_Int8, {1e20, 1, 0}));
+              }),
+              "resc:2");
 }
 
 // Many bins are computed together, in vectors and in strips of the rows.
