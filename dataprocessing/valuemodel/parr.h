@@ -198,10 +198,16 @@ public:
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_RangeNotStored OfNoElementType>
     explicit parr_c1DNumberArray(const OfNoElementType&) = delete;
+    /// Refused: elements are copied from a range in one piece. Copy them to a vector before.
+    template<dtyp_RangeNotContiguous NotContiguous>
+    explicit parr_c1DNumberArray(const NotContiguous&) = delete;
     /// These elements, `{1, 2, 3}`, which are all of one C++ type; of none, doubles.
     template<dtyp_Stored T = double>
     parr_c1DNumberArray(std::initializer_list<T> elements)
         : parr_c1DNumberArray(std::span<const T>(elements.begin(), elements.size())) {}
+    /// These real numbers of several element types, `{1, 2.5, 3}`, as doubles, which hold them all.
+    parr_c1DNumberArray(std::initializer_list<dtyp_cListed> elements)
+        : parr_c1DNumberArray(std::span(elements.begin(), elements.size())) {}
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_NotStored OfNoElementType>
     parr_c1DNumberArray(std::initializer_list<OfNoElementType>) = delete;
@@ -214,7 +220,7 @@ public:
     /// Element `index` of an array of any type, as a double: `Number(index).As<double>()`. Throws
     /// the index error outside [0, Size()).
     double operator[](std::integral auto index) const {
-        return ValueAt(static_cast<long long>(index));
+        return ValueAt(arr_CheckedWideIndex(index, Size()));
     }
     /// Sets element `index` to `number`, converted to the array's type by the rules of
     /// conv_Convert. Throws the index error outside [0, Size()).
@@ -253,12 +259,18 @@ public:
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_RangeNotStored OfNoElementType>
     parr_c2DNumberArray(int, int, const OfNoElementType&) = delete;
+    /// Refused: elements are copied from a range in one piece. Copy them to a vector before.
+    template<dtyp_RangeNotContiguous NotContiguous>
+    parr_c2DNumberArray(int, int, const NotContiguous&) = delete;
     /// These elements, row after row, which are all of one C++ type. Throws the size error unless
     /// there are sizeX times sizeY.
     template<dtyp_Stored T = double>
     parr_c2DNumberArray(int sizeX, int sizeY, std::initializer_list<T> elements)
         : parr_c2DNumberArray(sizeX, sizeY, std::span<const T>(elements.begin(), elements.size())) {
     }
+    /// These real numbers of several element types, `{1, 2.5, 3}`, as doubles, which hold them all.
+    parr_c2DNumberArray(int sizeX, int sizeY, std::initializer_list<dtyp_cListed> elements)
+        : parr_c2DNumberArray(sizeX, sizeY, std::span(elements.begin(), elements.size())) {}
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_NotStored OfNoElementType>
     parr_c2DNumberArray(int, int, std::initializer_list<OfNoElementType>) = delete;
@@ -273,8 +285,7 @@ public:
     /// Element (x, y) of an array of any type, as a double: `Number(x, y).As<double>()`. Throws the
     /// index error outside the array.
     double operator()(std::integral auto x, std::integral auto y) const {
-        return ValueAt(IndexOf(arr_CheckedWideIndex(static_cast<long long>(x), SizeX()),
-                               arr_CheckedWideIndex(static_cast<long long>(y), SizeY())));
+        return ValueAt(IndexOf(arr_CheckedWideIndex(x, SizeX()), arr_CheckedWideIndex(y, SizeY())));
     }
     /// Sets element (x, y) to `number`, converted to the array's type by the rules of conv_Convert.
     /// Throws the index error outside the array.

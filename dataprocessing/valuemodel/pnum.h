@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "dataprocessing/base/dtyp.h"
+#include "dataprocessing/base/dtyp_range.h"
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/conv.h"
 
@@ -27,6 +28,13 @@ template<class T>
 concept pnum_SingleComplex =
     std::same_as<T, comp_cComplex<float>> || std::same_as<T, std::complex<float>>;
 
+/// A type code makes a zero of that type, explicitly.
+template<class T>
+concept pnum_Enumeration = std::is_enum_v<T> && !std::same_as<T, dtyp_eDataType>;
+
+template<class T>
+concept pnum_Integer128 = isInteger128<T>;
+
 } // namespace dataprocessing::detail
 
 /// A number of one of the ten element types, chosen at run time. It holds its element in place.
@@ -34,8 +42,9 @@ concept pnum_SingleComplex =
 /// Numbers are made implicitly from C++ numbers, so that `array * 2.0` reads as it should. Those of
 /// codes 1 to 8, `comp_cComplex<double>` and `std::complex<double>` make a number of exactly their
 /// own type; `long double` a double, rounded; `long`, `long long` and their unsigned ones, such as
-/// a `size_t`, an int32 or uint32, as far as they fit. Truths, characters and complex values of
-/// single precision are refused by the compiler rather than guessed at.
+/// a `size_t`, an int32 or uint32, as far as they fit. Truths, characters, enumerators, integers of
+/// 128 bits and complex values of single precision are refused by the compiler rather than guessed
+/// at.
 class DATAPROCESSING_EXPORT pnum_cNumber {
 public:
     /// The floating type that real computations on numbers use at least.
@@ -70,6 +79,10 @@ public:
     pnum_cNumber(T) = delete; ///< A character is no number: convert it to int.
     template<dataprocessing::detail::pnum_SingleComplex T>
     pnum_cNumber(T) = delete; ///< A complex number is made of doubles: comp_cComplex<double>.
+    template<dataprocessing::detail::pnum_Enumeration T>
+    pnum_cNumber(T) = delete; ///< An enumerator or a byte is no number: convert it to one.
+    template<dataprocessing::detail::pnum_Integer128 T>
+    pnum_cNumber(T) = delete; ///< An integer of 128 bits fits no number: convert it to one.
 
     /// The element type.
     dtyp_cDataType DataType() const noexcept { return type_; }

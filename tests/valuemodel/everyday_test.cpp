@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <complex>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <list>
@@ -25,6 +26,9 @@ using testing::ElementsAre;
 
 template<class T, class... Arguments>
 constexpr bool isMadeOf = std::is_constructible_v<T, Arguments...>;
+
+enum ePlain { plainOne = 1 };
+enum class eScoped { one = 1 };
 
 const cal_c1DArrayCal cal(10, 0.5, 1);
 const cal_c2DArrayCal cal2(1, 2, 3, 4, 5, 6);
@@ -79,6 +83,27 @@ static_assert(!isMadeOf<darr_c2DArray, int, int, std::initializer_list<bool>>);
 static_assert(!isMadeOf<parr_c1DNumberArray, std::vector<char>>);
 static_assert(!isMadeOf<parr_c2DNumberArray, int, int, std::vector<char>>);
 static_assert(!isMadeOf<darr_c1DArray, int>);
+static_assert(!isMadeOf<darr_c1DArray, std::vector<ePlain>>);
+static_assert(!isMadeOf<darr_c1DArray, std::initializer_list<eScoped>>);
+static_assert(!isMadeOf<darr_c1DArray, std::vector<std::byte>&, cal_c1DArrayCal>);
+static_assert(!isMadeOf<darr_c1DArray, std::vector<std::string>>);
+static_assert(!isMadeOf<darr_c1DArray, std::vector<bool>&, cal_c1DArrayCal>);
+static_assert(!isMadeOf<darr_c2DArray, int, int, std::list<double>, cal_c2DArrayCal>);
+static_assert(!isMadeOf<parr_c1DNumberArray, std::list<int>>);
+static_assert(!isMadeOf<parr_c2DNumberArray, int, int, std::vector<bool>>);
+static_assert(!isMadeOf<darr_c1DArray, barr_c1DBoolArray>);
+
+// What is refused is refused by one overload, so that the compiler says why and lists no others: a
+// deleted one is a match, though not one that may be used.
+template<class T>
+constexpr bool isRefusedAsAScatteredRange = dtyp_RangeNotContiguous<T> && !dtyp_Range<T>;
+static_assert(isRefusedAsAScatteredRange<std::vector<bool>> &&
+              isRefusedAsAScatteredRange<std::list<double>> &&
+              isRefusedAsAScatteredRange<barr_c1DBoolArray>);
+static_assert(!dtyp_RangeNotContiguous<darr_c1DArray> &&
+              !dtyp_RangeNotContiguous<parr_c2DNumberArray> && !dtyp_RangeNotContiguous<int>);
+static_assert(dtyp_RangeNotStored<std::vector<eScoped>> && dtyp_NotStored<std::byte> &&
+              dtyp_NotStored<ePlain> && !dtyp_NotStored<std::string>);
 
 // A vector never becomes an array behind one's back, so that no overload is ambiguous.
 static_assert(!std::is_convertible_v<std::vector<double>, darr_c1DArray>);
@@ -88,6 +113,8 @@ static_assert(canBeMultiplied<long> && canBeMultiplied<std::size_t> &&
               canBeMultiplied<long double> && canBeMultiplied<std::complex<double>>);
 static_assert(!canBeMultiplied<bool> && !canBeMultiplied<char> && !canBeMultiplied<char16_t> &&
               !canBeMultiplied<std::complex<float>> && !canBeMultiplied<const char*>);
+static_assert(!canBeMultiplied<ePlain> && !canBeMultiplied<eScoped> &&
+              !canBeMultiplied<std::byte> && !canBeMultiplied<dtyp_eDataType>);
 
 // A temporary array takes its elements with it.
 static_assert(isIterated<darr_c1DArray&> && isIterated<const darr_c2DArray&> &&
@@ -161,6 +188,28 @@ TEST(Everyday, ArraysAreMadeOfLists) {
     static_assert(!isSummedAsThree<int>); // 1D elements, or 1 by 2 of one value
 }
 
+TEST(Everyday, ListsOfSeveralTypesAreDoubles) {
+    const darr_c1DArray assigned = {1, 2.5, 3};
+    EXPECT_EQ(elementsOf<double>(assigned), (std::vector<double>{1, 2.5, 3}));
+    const darr_c1DArray line({-1, 4294967295U, 0.5F, short{7}}, cal);
+    EXPECT_EQ(elementsOf<double>(line), (std::vector<double>{-1, 4294967295.0, 0.5, 7}));
+    EXPECT_EQ(line.Cal(), cal);
+    const darr_c1DArray once({1, 2.5});
+    EXPECT_EQ(elementsOf<double>(once), (std::vector<double>{1, 2.5}));
+    EXPECT_EQ(elementsOf<double>(parr_c1DNumberArray{5, 2.5}), (std::vector<double>{5, 2.5}));
+    EXPECT_EQ(elementsOf<double>(darr_c2DArray(2, 1, {1, 2.5}, cal2)),
+              (std::vector<double>{1, 2.5}));
+    EXPECT_EQ(elementsOf<double>(parr_c2DNumberArray(1, 2, {1, 2.5})),
+              (std::vector<double>{1, 2.5}));
+    EXPECT_EQ(refusalOf([] { darr_c2DArray(2, 2, {1, 2.5}); }), sizeRefusal);
+    static_assert(std::is_convertible_v<unsigned char, dtyp_cListed>);
+    static_assert(!std::is_convertible_v<long, dtyp_cListed> &&
+                  !std::is_convertible_v<bool, dtyp_cListed> &&
+                  !std::is_convertible_v<ePlain, dtyp_cListed> &&
+                  !std::is_convertible_v<dtyp_eDataType, dtyp_cListed> &&
+                  !std::is_convertible_v<ComplexDouble, dtyp_cListed>);
+}
+
 TEST(Everyday, ArraysWithoutACalibrationAreMadeOfListsToo) {
     const parr_c1DNumberArray pair{1, 2};
     EXPECT_EQ(elementsOf<int>(pair), (std::vector<int>{1, 2}));
@@ -190,6 +239,10 @@ TEST(Everyday, CountsAndFillsAreNotTakenForLists) {
     EXPECT_EQ(elementsOf<int>(filled), std::vector<int>(3, 7));
     const parr_c1DNumberArray bare(3, 7);
     EXPECT_EQ(elementsOf<int>(bare), std::vector<int>(3, 7));
+    const parr_c1DNumberArray typed{3, dtyp_Int16};
+    EXPECT_EQ(typed.DataType(), dtyp_Int16);
+    const parr_c1DNumberArray halves(3, 0.5);
+    EXPECT_EQ(elementsOf<double>(halves), std::vector<double>(3, 0.5));
     EXPECT_EQ(darr_c1DArray{counted}.Size(), 3);
     EXPECT_EQ(darr_c1DArray{}.Size(), 0);
     EXPECT_EQ(darr_c2DArray(3, 2, 7L, cal2).Count(), 6);
