@@ -4,6 +4,7 @@
 /// The resizable arrays, and the two errors that every array of the library raises.
 
 #include <algorithm>
+#include <concepts>
 #include <cstddef>
 #include <functional>
 #include <initializer_list>
@@ -24,12 +25,14 @@ public:
     /// The refusal of `index` in an array of `size` elements; a negative `size` is one that is not
     /// known.
     arr_cIndexException(long long index, long long size);
+    /// The same, with a message of its own.
+    arr_cIndexException(long long index, long long size, const str_cString& message);
     ~arr_cIndexException() override;
 
     arr_cIndexException(const arr_cIndexException&) noexcept = default;
     arr_cIndexException& operator=(const arr_cIndexException&) noexcept = default;
 
-    /// The refused index; -1 where it is not known.
+    /// The refused index, 2^63-1 for a larger one; -1 where it is not known.
     long long Index() const noexcept { return index_; }
     /// The element count that the index was checked against; -1 where it is not known.
     long long Size() const noexcept { return size_; }
@@ -69,6 +72,9 @@ private:
 [[noreturn]] DATAPROCESSING_EXPORT void arr_IndexError();
 /// Raises `arr_cIndexException` for `index` in an array of `size` elements (negative: not known).
 [[noreturn]] DATAPROCESSING_EXPORT void arr_IndexError(long long index, long long size);
+/// The same for an `index` that may be more than 2^63-1.
+[[noreturn]] DATAPROCESSING_EXPORT void arr_WideIndexError(unsigned long long index,
+                                                           long long size);
 
 /// Raises `arr_cSizeException` without details.
 [[noreturn]] DATAPROCESSING_EXPORT void arr_SizeError();
@@ -84,10 +90,19 @@ inline int arr_CheckedIndex(int index, int size) {
     return index;
 }
 
-/// The same for an index of any type, as long long.
-inline int arr_CheckedWideIndex(long long index, int size) {
-    if (index < 0 || index >= size) [[unlikely]]
-        arr_IndexError(index, size);
+/// The same for an index of any type of integer.
+template<std::integral T>
+int arr_CheckedWideIndex(T index, int size) {
+    static_assert(sizeof(T) <= sizeof(long long));
+    if constexpr (std::unsigned_integral<T>) {
+        const unsigned long long wide = index;
+        if (wide >= static_cast<unsigned long long>(size)) [[unlikely]]
+            arr_WideIndexError(wide, size);
+    } else {
+        const long long wide = index;
+        if (wide < 0 || wide >= size) [[unlikely]]
+            arr_IndexError(wide, size);
+    }
     return static_cast<int>(index);
 }
 

@@ -18,8 +18,9 @@
 ///     used &= !saturated;
 ///
 /// **Errors.** Masks of different range or delta: expt_cProgramException ("binary3", 58) in 1D,
-/// ("binary3", 83) in 2D. A mask without elements: the index error. Masks whose calibrations hide
-/// that they differ in size (a delta of zero, or one lost beside a huge offset): the size error.
+/// ("binary3", 83) in 2D, also where one of them has no element. Two masks without elements, or
+/// `!` of one: the index error, of element 0. Masks whose calibrations hide that they differ in
+/// size (a delta of zero, or one lost beside a huge offset): the size error.
 
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/barr.h"

@@ -135,7 +135,7 @@ public:
     unsigned char Element(int index) const&& { return Element(index); }
     /// Whether element `index` is true. Throws the index error outside [0, Size()).
     bool operator[](std::integral auto index) const {
-        return Element(arr_CheckedWideIndex(static_cast<long long>(index), Size())) != 0;
+        return Element(arr_CheckedWideIndex(index, Size())) != 0;
     }
 
     /// The elements in storage order, one byte each. Valid until the mask is assigned to or
@@ -226,8 +226,7 @@ public:
     unsigned char Element(int x, int y) const&& { return Element(x, y); }
     /// Whether element (x, y) is true. Throws the index error outside the array.
     bool operator()(std::integral auto x, std::integral auto y) const {
-        return Element(arr_CheckedWideIndex(static_cast<long long>(x), SizeX()),
-                       arr_CheckedWideIndex(static_cast<long long>(y), SizeY())) != 0;
+        return Element(arr_CheckedWideIndex(x, SizeX()), arr_CheckedWideIndex(y, SizeY())) != 0;
     }
 
     /// The elements in storage order, one byte each. Valid until the mask is assigned to or

@@ -1,5 +1,6 @@
 #include "dataprocessing/base/arr.h"
 
+#include <cstddef>
 #include <limits>
 #include <numeric>
 #include <stdexcept>
@@ -61,6 +62,40 @@ TEST(ArrayErrors, IndexErrorWithoutASizeSaysTheIndexAlone) {
     EXPECT_EQ(error.Index(), -4);
     EXPECT_EQ(error.Size(), -1);
     EXPECT_STREQ(error.what(), "arr:1: Index -4 is outside its array.");
+}
+
+TEST(ArrayErrors, IndexErrorSaysIndicesBeyondTheSignedOnes) {
+    const auto error = caught<arr_cIndexException>([] { arr_WideIndexError(~0ULL, 3); });
+    EXPECT_EQ(error.Index(), std::numeric_limits<long long>::max());
+    EXPECT_EQ(error.Size(), 3);
+    EXPECT_STREQ(error.what(), "arr:1: Index 18446744073709551615 is outside an array of size 3.");
+    const auto less = caught<arr_cIndexException>([] { arr_WideIndexError(7, -1); });
+    EXPECT_EQ(less.Index(), 7);
+    EXPECT_EQ(less.Size(), -1);
+    EXPECT_STREQ(less.what(), "arr:1: Index 7 is outside its array.");
+}
+
+TEST(ArrayErrors, IndicesOfEveryIntegerTypeAreChecked) {
+    const auto said = [](auto index) {
+        return std::string(
+            caught<arr_cIndexException>([=] { arr_CheckedWideIndex(index, 3); }).what());
+    };
+    EXPECT_EQ(said(~0ULL), "arr:1: Index 18446744073709551615 is outside an array of size 3.");
+    EXPECT_EQ(said(1ULL << 63), "arr:1: Index 9223372036854775808 is outside an array of size 3.");
+    EXPECT_EQ(said(std::size_t{3}), "arr:1: Index 3 is outside an array of size 3.");
+    EXPECT_EQ(said(~0U), "arr:1: Index 4294967295 is outside an array of size 3.");
+    EXPECT_EQ(said(-1LL), "arr:1: Index -1 is outside an array of size 3.");
+    EXPECT_EQ(said(short{-1}), "arr:1: Index -1 is outside an array of size 3.");
+    EXPECT_EQ(said(1LL << 32), "arr:1: Index 4294967296 is outside an array of size 3.");
+    EXPECT_EQ(arr_CheckedWideIndex(2ULL, 3), 2);
+    EXPECT_EQ(arr_CheckedWideIndex(0L, 3), 0);
+}
+
+TEST(ArrayErrors, IndexErrorMayHaveAMessageOfItsOwn) {
+    const arr_cIndexException error(5, -2, "why");
+    EXPECT_EQ(error.Index(), 5);
+    EXPECT_EQ(error.Size(), -1);
+    EXPECT_STREQ(error.what(), "arr:1: why");
 }
 
 TEST(ArrayErrors, IndexErrorMaySayNothing) {

@@ -224,7 +224,10 @@ void addContainers(Table& table) {
                      [](Operands&) -> int { throw arr_cSizeException(-1); });
     table.AddRefused("size exception of two",
                      [](Operands&) -> int { throw arr_cSizeException(2, 1); });
+    table.AddRefused("index exception that says why",
+                     [](Operands&) -> int { throw arr_cIndexException(2, 1, "why"); });
     table.AddRefused("index error", [](Operands&) -> int { arr_IndexError(); });
+    table.AddRefused("wide index error", [](Operands&) -> int { arr_WideIndexError(~0ULL, 1); });
     table.AddRefused("size exception that says why",
                      [](Operands&) -> int { throw arr_cSizeException(2, 1, "why"); });
     table.AddRefused("size error", [](Operands&) -> int { arr_SizeError(); });
