@@ -421,6 +421,14 @@ void spreadWidthLaw(const pkmd_cModel& model, nlsq_sResult& fit) {
             matrix[j * count + width] =
                 combined([&](std::size_t i) { return matrix[j * count + i]; });
         fit.standardErrors[width] = std::sqrt(matrix[width * count + width]);
+        std::vector<int>& undetermined = fit.undetermined;
+        const bool isMoved = std::any_of(undetermined.begin(), undetermined.end(), [&](int i) {
+            return i == peak.first || i == law.first || i == law.first + 1;
+        });
+        if (isMoved)
+            undetermined.insert(
+                std::upper_bound(undetermined.begin(), undetermined.end(), peak.first + 2),
+                peak.first + 2);
     }
 }
 
@@ -456,6 +464,15 @@ pkmd_sPeak peakOf(const pkmd_cModel::sPeak& peak, const nlsq_sResult& fit) {
 
 pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
                       const pkmd_sOptions& options) {
+    return pkmd_FitFrom(model, {model.Starts().begin(), model.Starts().end()}, pkmd_KindsOf(model),
+                        spectrum, options);
+}
+
+pkmd_sResult dataprocessing::detail::pkmd_FitFrom(const pkmd_cModel& model,
+                                                  std::vector<double> starts,
+                                                  std::span<const nlsq_sParameter> kinds,
+                                                  const darr_c1DArray& spectrum,
+                                                  const pkmd_sOptions& options) {
     check(model, spectrum.Size(), options);
     const pkmd_sChannels channels = channelsOf(spectrum, options);
     for (const pkmd_cModel::sBackground& background : model.Backgrounds())
@@ -465,10 +482,8 @@ pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
 
     pkmd_sResult result;
     result.channels = static_cast<int>(channels.taking);
-    std::vector<double> starts(model.Starts().begin(), model.Starts().end());
     int iterations = 0;
     int evaluations = 0;
-    const std::vector<nlsq_sParameter> kinds = pkmd_KindsOf(model);
     // Beyond so many rounds windows have no end.
     constexpr int mostRounds = 10;
     constexpr double slack = 1.02;
@@ -480,12 +495,20 @@ pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
             model, starts, options.windows,
             round < mostRounds ? slack : std::numeric_limits<double>::infinity(), channels);
         pkmd_cEquations equations(model, channels, parameters, windows);
-        result.fit = nlsq_Minimise(equations, parameters,
-                                   continued(model, options.control, iterations, evaluations),
-                                   channels.taking, options.errors == nlsq_ErrorsFromScatter);
+        nlsq_sResult fit = nlsq_Minimise(equations, parameters,
+                                         continued(model, options.control, iterations, evaluations),
+                                         channels.taking, options.errors == nlsq_ErrorsFromScatter);
+        evaluations += fit.evaluations;
+        // Where other windows leave no value, the fit is what it was.
+        if (round > 1 && fit.end == nlsq_NoValue) {
+            result.fit.end = nlsq_NoDecrease;
+            result.fit.evaluations = evaluations;
+            break;
+        }
+        result.fit = std::move(fit);
         spreadWidthLaw(model, result.fit);
         result.fit.iterations = iterations += result.fit.iterations;
-        result.fit.evaluations = evaluations += result.fit.evaluations;
+        result.fit.evaluations = evaluations;
         if (!result.fit.Converged() || round == mostRounds ||
             areWide(windows,
                     pkmd_WindowsOf(model, result.fit.parameters, options.windows, 1, channels)))

@@ -110,6 +110,7 @@ public:
 
     /// Makes the widths of all peaks that there are now follow a law, width(x)^2 = w^2 + s (x -
     /// reference), and returns the number of the first of its two parameters, w (the second is s).
+    /// The reference is best taken among the peaks: far from them w^2 may have to be negative.
     /// It can be called once. Throws as AddPolynomial(), also for a second law and for a w that is
     /// not positive; ("pkmd", 3) where something else than a width is tied to one of the widths.
     int SetWidthLaw(double width, double slope, double reference);
@@ -137,7 +138,9 @@ public:
     /// Keeps a parameter in [lower, upper]. Throws as Free(). Extra parameters that move stay
     /// within what their shapes allow, with bounds or without: a Lorentzian width at 0 or more, a
     /// mixing in [0, 1], a tail on the side of its start and at least a hundredth of the width
-    /// that the peak starts from. The Gaussian in a Voigt keeps a thousandth of that width.
+    /// that the peak starts from. The Gaussian in a Voigt keeps a thousandth of both widths that
+    /// the peak starts from, sqrt(w^2 + extra^2), the width of a law that of its start. pkmd_Fit
+    /// and Curve throw expt_cProgramException ("pkmd", 3) for bounds that leave nothing of this.
     void Bound(int parameter, double lower, double upper);
     /// Makes a parameter `factor` times another one plus `offset`: a ratio of heights, a splitting,
     /// a common width. Throws as Free(), and so for `to`.
@@ -302,7 +305,8 @@ DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sRe
 /// Throws expt_cProgramException: ("pkmd", 5) when no channel takes part; 6 for weights of another
 /// number than the channels, with the likelihood, negative or not finite; 7 for a negative count
 /// and the likelihood; 8 for windows that are not positive; 9 for a power law and positions that
-/// are not; 10 for a curve with another number of channels; what nlsq_Fit refuses in parameters and
+/// are not; 10 for a curve with another number of channels; 3 for bounds that leave nothing of what
+/// a shape allows; what nlsq_Fit refuses in parameters and
 /// control; std::bad_alloc.
 DATAPROCESSING_EXPORT pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
                                             const pkmd_sOptions& options = {});
@@ -319,7 +323,8 @@ struct pkmd_sInterval {
 ///
 /// `found` is what pkmd_Fit gave for the same model, spectrum and options. Ends are within 1e-4 of
 /// half of the interval; an end that is not reached is the bound of the parameter, one that its
-/// shape puts included, or infinite; NaN where one of the fits is asked to stop. Takes about ten
+/// shape puts included, or infinite; NaN where one of the fits is asked to stop, and where none
+/// converges. Takes about ten
 /// fits, up to twenty where an end is at a bound.
 ///
 /// Throws expt_cProgramException: ("pkmd", 11) for a parameter that is fixed or tied, and after a

@@ -6,11 +6,15 @@
 #include <numeric>
 #include <utility>
 
+#include "dataprocessing/algebra/nlsq_refusal.h"
+
 namespace dataprocessing::detail {
 
 namespace {
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
+
+constexpr nlsq_cRefusal<expt_cProgramException> refuse("pkmd");
 
 bool areFinite(std::span<const double> values) {
     return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
@@ -123,11 +127,19 @@ std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model) {
     std::vector<nlsq_sParameter> kinds(model.Kinds().begin(), model.Kinds().end());
     const auto limit = [&](int parameter, double lower, double upper) {
         nlsq_sParameter& kind = kinds[at(parameter)];
-        if (kind.kind != nlsq_sParameter::Moving)
+        if (kind.kind != nlsq_sParameter::Moving || !(kind.lower <= kind.upper))
             return;
         kind.lower = std::max(kind.lower, lower);
         kind.upper = std::min(kind.upper, upper);
+        refuse.If(kind.lower > kind.upper, 3, "The bounds of parameter ", parameter,
+                  " leave out what its shape allows.");
     };
+    // Bounds of the user's below that hold.
+    const auto keepAbove = [&](int parameter, double lower) {
+        if (kinds[at(parameter)].upper >= lower)
+            limit(parameter, lower, infinity);
+    };
+    constexpr double leastWidth = 1e-3;
     for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
         if (pkmd_Columns(peak.shape) < 4)
             continue;
@@ -141,11 +153,13 @@ std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model) {
             limit(extra, -infinity, -tail);
         else
             limit(extra, tail, infinity);
-        constexpr double leastGaussian = 1e-3;
-        const int width = peak.first + 2;
-        if (peak.shape == pkmd_Voigt && kinds[at(width)].upper >= leastGaussian * start[2])
-            limit(width, leastGaussian * start[2], infinity);
+        // Of both widths, so that it does not shrink where a fit starts from another's result.
+        if (peak.shape == pkmd_Voigt)
+            keepAbove(peak.first + 2, leastWidth * std::hypot(start[2], start[3]));
     }
+    const int law = model.WidthLaw().first;
+    if (law >= 0)
+        keepAbove(law, leastWidth * model.Starts()[at(law)]);
     return kinds;
 }
 

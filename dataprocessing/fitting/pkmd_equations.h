@@ -66,8 +66,14 @@ bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p);
 /// What a fit may do with the parameters: what the model says, extra parameters within what their
 /// shapes allow. A tail stays on its side, and a hundredth of the width long, where its derivatives
 /// can still be told from those of the position and the width. The Gaussian in a Voigt keeps a
-/// thousandth of its width, where the shape is that of the Lorentzian.
+/// thousandth of both its widths, where the shape is that of the Lorentzian, and the width of a law
+/// that of itself. Throws expt_cProgramException ("pkmd", 3) where bounds leave nothing of that.
 std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model);
+
+/// pkmd_Fit from other starts, with other kinds of parameters than the model's.
+pkmd_sResult pkmd_FitFrom(const pkmd_cModel& model, std::vector<double> starts,
+                          std::span<const nlsq_sParameter> kinds, const darr_c1DArray& spectrum,
+                          const pkmd_sOptions& options);
 
 /// Chi-squared, gradient and curvature of a model over channels. What does not depend on the
 /// parameters is computed once; what is computed for a spectrum depends on nothing else.

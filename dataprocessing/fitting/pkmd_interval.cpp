@@ -2,6 +2,8 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <utility>
+#include <vector>
 
 #include "dataprocessing/fitting/pkmd.h"
 #include "dataprocessing/fitting/pkmd_equations.h"
@@ -11,8 +13,8 @@ namespace {
 constexpr double infinity = std::numeric_limits<double>::infinity();
 
 /// Where `riseAt(distance)` comes up to 1, from 0 at a distance of 0 and about 1 at one of `error`;
-/// `most` where it does not before, NaN where riseAt gives up. Its root is nearly a straight line,
-/// which is followed.
+/// `most` where it does not before, NaN where riseAt gives up or no distance has a value. Its root
+/// is nearly a straight line, which is followed.
 template<class RiseAt>
 double distanceOfOne(double error, double most, RiseAt riseAt) {
     double inside = 0;
@@ -50,7 +52,7 @@ double distanceOfOne(double error, double most, RiseAt riseAt) {
     }
     if (outside == infinity)
         return infinity;
-    return distance;
+    return inside > 0 ? distance : std::numeric_limits<double>::quiet_NaN();
 }
 
 } // namespace
@@ -58,15 +60,16 @@ double distanceOfOne(double error, double most, RiseAt riseAt) {
 pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spectrum,
                              const pkmd_sResult& found, int parameter,
                              const pkmd_sOptions& options) {
-    pkmd_cModel other = model;
+    using namespace dataprocessing::detail;
+    pkmd_cModel other = model; // that refuses what does not belong to it
     other.SetStarts(found.fit.parameters);
     other.Fix(parameter);
-    const nlsq_sParameter kind =
-        dataprocessing::detail::pkmd_KindsOf(model)[static_cast<std::size_t>(parameter)];
+    std::vector<nlsq_sParameter> kinds = pkmd_KindsOf(model);
+    const auto number = static_cast<std::size_t>(parameter);
+    const nlsq_sParameter kind = std::exchange(kinds[number], nlsq_sParameter::Fixed());
     if (kind.kind != nlsq_sParameter::Moving || !found.fit.Converged())
         throw expt_cProgramException("pkmd", 11,
                                      "The parameter does not move, or the fit did not converge.");
-    const auto number = static_cast<std::size_t>(parameter);
     const double best = found.fit.parameters[number];
     const double error = found.fit.standardErrors[number];
     const double one =
@@ -77,8 +80,10 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
         const double most = std::fabs(bound - best);
         const auto at = [&](double away) { return away >= most ? bound : best + side * away; };
         return at(distanceOfOne(unit, most, [&](double away) {
-            other.SetStart(parameter, at(away));
-            const nlsq_sResult there = pkmd_Fit(other, spectrum, options).fit;
+            std::vector<double> starts = found.fit.parameters;
+            starts[number] = at(away);
+            const nlsq_sResult there =
+                pkmd_FitFrom(model, std::move(starts), kinds, spectrum, options).fit;
             if (there.end == nlsq_Stopped || there.end == nlsq_StoppedByObserver)
                 return std::numeric_limits<double>::quiet_NaN();
             return there.Converged() ? (there.chiSquared - found.fit.chiSquared) / one : infinity;
