@@ -19,6 +19,9 @@ constexpr double lostDecrease = 1e-12;
 /// This part of the way to where a model is no longer positive.
 constexpr double almost = 0.9;
 
+/// A step is not shortened to less than this part of it.
+constexpr double leastPart = 1e-3;
+
 constexpr nlsq_cRefusal<expt_cProgramException> refuse("nlsq");
 
 double dot(std::span<const double> a, std::span<const double> b) {
@@ -143,7 +146,9 @@ private:
              !std::isfinite(chiSquared) && times < mostTimes && AreLeft(1) && !IsStopped();
              ++times) {
             const double part = equations_.PositivePart(q_, tried_);
-            if (!(part > 0))
+            // A model that is far below 0 there is not nearly linear on the way: less of a step
+            // comes from more damping.
+            if (!(part > leastPart))
                 break;
             Shorten(almost * part);
             promised = Promise(step_);

@@ -1331,6 +1331,28 @@ TEST(PeakModel, BoundsBeyondWhatAShapeAllowsAreRefused) {
     }
 }
 
+// Long steps of the rate lead to where the curve is far below 0.
+TEST(PeakFit, PeaksOverExponentialsEndAtTheirOptimum) {
+    std::mt19937 random(3);
+    std::uniform_real_distribution<> unit(0, 1);
+    for (unsigned round = 0; round < 100; ++round) {
+        const double level = std::pow(10, 1 + 2 * unit(random));
+        const double rate = -1 / (10 + 40 * unit(random));
+        pkmd_cModel truth;
+        truth.AddPeak(pkmd_Gaussian, 40, level / 2, 2.5);
+        truth.AddExponential(level, rate);
+        truth.AddPolynomial({level / 10});
+        const Spectrum spectrum(truth, 200, cal_c1DArrayCal(0, 0.5, 0), round);
+        pkmd_cModel model;
+        model.AddPeak(pkmd_Gaussian, 39 + 2 * unit(random), level / 2 * (0.5 + unit(random)),
+                      2.5 * (0.7 + 0.7 * unit(random)));
+        model.AddExponential(level * (0.5 + unit(random)), rate * (0.5 + 1.5 * unit(random)));
+        const nlsq_sResult fit = pkmd_Fit(model, spectrum.array).fit;
+        EXPECT_TRUE(fit.Converged()) << round << ' ' << nlsq_Text(fit.end);
+        EXPECT_LT(fit.gradient, 1e-6) << round;
+    }
+}
+
 // Where windows that are laid again leave a background below 0 alone, there is what was found
 // before.
 TEST(PeakFit, WindowsLaidAgainLoseNoFit) {
