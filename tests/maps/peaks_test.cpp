@@ -337,7 +337,10 @@ TEST(PeakMap, ValuesOfAnySizeStopNoOther) {
                     EXPECT_EQ(planes.status[q], maps_Good);
                     EXPECT_EQ(planes.values[q], expected.values[q]);
                 }
-                EXPECT_EQ(planes.status[1] == maps_Good, std::isfinite(planes.values[1]));
+                // Of what is not determined there is what is known.
+                const bool isFound =
+                    planes.status[1] == maps_Good || planes.status[1] == maps_Undetermined;
+                EXPECT_EQ(isFound, std::isfinite(planes.values[1])) << factor;
                 EXPECT_NE(planes.status[1], maps_Empty);
             }
         }
