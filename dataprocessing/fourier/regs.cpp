@@ -175,12 +175,20 @@ struct sPair {
     double LikenessAt(const regs_sShift& shift) const {
         return regs_LikenessOf(fixed, moved, shift).coefficient;
     }
-    double RankAt(const regs_sShift& shift) const {
+    /// By every `step`-th row.
+    double RankAt(const regs_sShift& shift, int step = 1) const {
         const double count =
             static_cast<double>(regs_sOverlap(fixed.sizeX, moved.sizeX, shift.x).count) *
             regs_sOverlap(fixed.sizeY, moved.sizeY, shift.y).count;
         // A gain and an offset make any two elements alike.
-        return regs_RankOf(LikenessAt(shift), std::max(0.0, count - 2), 1e-4);
+        return regs_RankOf(regs_LikenessOf(fixed, moved, shift, step).coefficient,
+                           std::max(0.0, count - 2), 1e-4);
+    }
+    /// How many rows to go on at a time, so that some thousand elements are looked at.
+    int Sparse() const {
+        const int rows = std::min(fixed.sizeY, moved.sizeY);
+        const int columns = std::max(1, std::min(fixed.sizeX, moved.sizeX));
+        return std::max(1, rows / std::max(32, (1 << 12) / columns));
     }
     bool HasX() const { return fixed.sizeX > 1 || moved.sizeX > 1; }
     bool HasY() const { return fixed.sizeY > 1 || moved.sizeY > 1; }
@@ -238,15 +246,24 @@ bool approached(const sPair& means, const sPair& whole, int perX, int perY, regs
     return true;
 }
 
-/// From neighbour to neighbour to the shift of the highest rank, at most so many elements away.
-regs_sShift climbed(const sPair& whole, regs_sShift shift, int most) {
-    double best = whole.RankAt(shift);
+/// From neighbour to neighbour to the shift of the highest rank, by every `rows`-th row, at most so
+/// many elements away.
+regs_sShift climbed(const sPair& whole, regs_sShift shift, int most, int rows = 1) {
+    double best = whole.RankAt(shift, rows);
+    regs_sShift before = shift;
     for (int step = 0; step < most; ++step) {
         const regs_sShift from = shift;
+        const auto isKnown = [&](const regs_sShift& next) {
+            return (next.x == from.x && next.y == from.y) ||
+                   (step > 0 && std::abs(next.x - before.x) <= 1 &&
+                    std::abs(next.y - before.y) <= 1);
+        };
         for (int dy = whole.HasY() ? -1 : 0; dy <= (whole.HasY() ? 1 : 0); ++dy)
             for (int dx = whole.HasX() ? -1 : 0; dx <= (whole.HasX() ? 1 : 0); ++dx) {
                 const regs_sShift next{from.x + dx, from.y + dy};
-                const double rank = whole.Has(next) ? whole.RankAt(next) : best;
+                if (isKnown(next) || !whole.Has(next))
+                    continue;
+                const double rank = whole.RankAt(next, rows);
                 if (rank > best) {
                     best = rank;
                     shift = next;
@@ -254,6 +271,7 @@ regs_sShift climbed(const sPair& whole, regs_sShift shift, int most) {
             }
         if (shift.x == from.x && shift.y == from.y)
             break;
+        before = from;
     }
     return shift;
 }
@@ -364,7 +382,7 @@ public:
                 regs_Approach(means_.fixed, means_.moved, regs_Near, among);
             regs_sShift shift = regs_Nearest(whole_.Within({among.x * perX_, among.y * perY_}));
             if (!isBanded_)
-                shift = climbed(whole_, shift, 2);
+                shift = climbed(whole_, shift, 2, whole_.Sparse());
             // Least squares may have gone from the flank of a peak to this one.
             if (std::abs(shift.x - first.x) > perX_ || std::abs(shift.y - first.y) > perY_)
                 return whole_.LikenessAt(shift);

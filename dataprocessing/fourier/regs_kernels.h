@@ -21,4 +21,11 @@ struct regs_sRows {
 inline constexpr std::size_t regs_sums = 16;
 inline constexpr std::size_t regs_lanes = 16;
 
+/// The sums of products of two planes that a likeness is made of, in parts.
+inline constexpr std::size_t regs_products = 5;
+inline constexpr std::size_t regs_productLanes = 8;
+struct regs_sProducts {
+    double lanes[regs_products][regs_productLanes] = {};
+};
+
 } // namespace dataprocessing::detail

@@ -2,41 +2,33 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <iterator>
 #include <numeric>
+
+#include "dataprocessing/fourier/regs_kernels.h"
+
+#define LEVEL_KERNELS "dataprocessing/fourier/regs_likeness_kernels.inc"
+#include "dataprocessing/platform/level_each.h"
 
 namespace dataprocessing::detail {
 
 regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& moved,
-                               const regs_sShift& shift) {
+                               const regs_sShift& shift, int step) {
     const regs_sOverlap x(fixed.sizeX, moved.sizeX, shift.x);
     const regs_sOverlap y(fixed.sizeY, moved.sizeY, shift.y);
     if (x.count <= 0 || y.count <= 0)
         return {};
-    // In lanes that need not wait for each other.
-    constexpr int lanes = 4;
-    double sums[5][lanes] = {};
-    const auto add = [&sums](int lane, float fixedValue, float movedValue) {
-        const double u = static_cast<double>(fixedValue);
-        const double v = static_cast<double>(movedValue);
-        sums[0][lane] += u;
-        sums[1][lane] += v;
-        sums[2][lane] += u * u;
-        sums[3][lane] += u * v;
-        sums[4][lane] += v * v;
+    const auto addRow = LEVEL_SELECT(regs_AddLikeness);
+    regs_sProducts products;
+    for (int row = y.first; row < y.first + y.count; row += step)
+        addRow(fixed.Row(row) + x.first, moved.Row(row + shift.y) + x.first + shift.x,
+               static_cast<std::size_t>(x.count), products);
+    const auto sumOf = [&products](int k) {
+        return std::accumulate(std::begin(products.lanes[k]), std::end(products.lanes[k]), 0.0);
     };
-    for (int row = y.first; row < y.first + y.count; ++row) {
-        const float* p = fixed.Row(row) + x.first;
-        const float* q = moved.Row(row + shift.y) + x.first + shift.x;
-        int i = 0;
-        for (; i + lanes <= x.count; i += lanes)
-            for (int lane = 0; lane < lanes; ++lane)
-                add(lane, p[i + lane], q[i + lane]);
-        for (; i < x.count; ++i)
-            add(0, p[i], q[i]);
-    }
-    const auto sumOf = [&sums](int k) { return std::accumulate(sums[k], sums[k] + lanes, 0.0); };
     const double a = sumOf(0), b = sumOf(1), aa = sumOf(2), ab = sumOf(3), bb = sumOf(4);
-    const double n = static_cast<double>(x.count) * y.count;
+    const double n = static_cast<double>(x.count) * ((y.count - 1) / step + 1);
     const double ofFixed = aa - a * a / n;
     const double ofMoved = bb - b * b / n;
     if (!(ofFixed > 0) || !(ofMoved > 0))

@@ -78,8 +78,9 @@ struct regs_sLikeness {
     regs_sScale scale{1, 0}; ///< gives the moved values the mean and the deviation of the fixed
 };
 
+/// By every row of what overlaps, or every `step`-th.
 regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& moved,
-                               const regs_sShift& shift);
+                               const regs_sShift& shift, int step = 1);
 
 /// How likely it is that so many elements of both are the same but for noise, by the coefficient of
 /// their correlation: the logarithm of that, in any units, beside that of their not being the same.
