@@ -11,8 +11,10 @@ int main() {
     const darr_c2DArray power = norm(four_FFT(image - stat_Mean(image)));
     double fx = 0, fy = 0;
     extr_Max(power, fx, fy);
-    fx = std::abs(fx);
-    fy = std::abs(fy);
+    if (fx < 0) { // (-fx, -fy) is the same wave
+        fx = -fx;
+        fy = -fy;
+    }
     std::printf("%.4f and %.4f per nm\n", fx, fy);
     std::printf("rows %.3f nm apart, %.1f degrees\n", 1 / std::hypot(fx, fy),
                 std::atan2(fy, fx) * 180 / type_Pi);

@@ -16,8 +16,7 @@ total = series[0]
 for image in series[1:]:
     shift = dp.register(image, series[0])
     print(f"moved by {shift.x:.2f}, {shift.y:.2f} um")
-    y, x = image.axes
-    total = total + image.with_axes(dp.Axis(y.offset - shift.y, 0.5, unit="um"), dp.Axis(x.offset - shift.x, 0.5, unit="um"))
+    total = total + image.moved(-shift.x, -shift.y)
 print(f"the sum is {total.max() / series[0].max():.2f} times as high as one image")
 
 total.plot().figure.savefig("register_series.png")

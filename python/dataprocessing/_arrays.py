@@ -202,6 +202,23 @@ def with_axes(self: Any, *axes: Axis) -> Any:
     return (type_of(self) if isinstance(self, ARRAYS) else type(self))(self, where)
 
 
+@_method(*ARRAYS, *MASKS)
+def moved(self: Any, *by: float) -> Any:
+    """A copy whose positions are larger by so much, in units of its axes: by x, or by (x, y) of an image.
+
+        >>> import dataprocessing as dp
+        >>> dp.Array1D([1, 2], dp.Axis(5.0, 0.5, unit="keV")).moved(-1.0).axis
+        Axis(4.0, 0.5, unit='keV')
+    """
+    if len(by) != self.ndim:
+        raise ValueError(f"{self.ndim} distances are needed, not {len(by)}")
+    axes = [
+        Axis(axis.offset + distance, axis.delta, axis.index, axis.name, axis.unit)
+        for axis, distance in zip(self.axes, reversed(by))
+    ]
+    return self.with_axes(*axes)
+
+
 # ---- Selecting ---------------------------------------------------------------------------------
 
 

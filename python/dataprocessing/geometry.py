@@ -7,7 +7,8 @@ library does.
 from __future__ import annotations
 
 from dataprocessing import _core
-from dataprocessing._core import Array1D, Array2D, Axis, Ramp
+from dataprocessing._arrays import _choice
+from dataprocessing._core import Array1D, Array2D, Axis, Interpolation, Ramp
 from dataprocessing._ranges import Range, Rect
 
 TYPE_CHECKING = False  # see __init__
@@ -15,7 +16,8 @@ if TYPE_CHECKING:
     from typing import Any
 
 __all__ = [
-    "Transform", "flip", "line_scan", "project", "ramp", "rescale", "resize", "rotate", "shear",
+    "Transform", "flip", "line_scan", "map_to", "project", "ramp", "rescale", "resize", "resize_to", "rotate", "rotate_to",
+    "shear", "shear_to",
 ]  # fmt: skip
 
 
@@ -30,6 +32,76 @@ def rotate(image: Array2D, angle: float, rect: Rect | None = None) -> Array2D:
         (3, 2)
     """
     return _core.warp_rotate(image, angle, None if rect is None else rect._rect)
+
+
+_INTERPOLATIONS = {
+    "nearest": Interpolation.NEAREST,
+    "linear": Interpolation.LINEAR,
+    "cubic": Interpolation.CUBIC,
+}
+
+
+def rotate_to(
+    image: Array2D, angle: float, centre: tuple[float, float] | None = None, *, grid: Array2D | None = None,
+    interpolation: str = "linear",
+) -> Array2D:  # fmt: skip
+    """The image turned by ``angle`` about the position ``centre`` (x, y), without one about its middle.
+
+    The result lies on the elements of the image, or on those of ``grid``, and is right for unequal deltas; what
+    comes from outside of the image is 0. ``interpolation`` is "nearest", "linear" or "cubic"; interpolated integers
+    become floating. ProgramError for what is not finite.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.rotate_to(dp.Array2D([[1.0, 2.0], [3.0, 4.0]]), np.pi / 2).values
+        array([[3., 1.],
+               [4., 2.]])
+    """
+    return _core.warp_rotate_to(image, angle, centre, grid, _choice(_INTERPOLATIONS, interpolation, "interpolation"))
+
+
+def resize_to(
+    image: Array2D, factor_x: float, factor_y: float, centre: tuple[float, float] | None = None, *,
+    grid: Array2D | None = None, interpolation: str = "linear",
+) -> Array2D:  # fmt: skip
+    """The image stretched by two factors about ``centre``, on its own elements or those of ``grid``: see :func:`rotate_to`.
+
+    DataError for a factor of 0.
+
+        >>> import dataprocessing as dp
+        >>> dp.resize_to(dp.Array2D([[0.0, 2.0, 4.0]]), 2.0, 1.0).values
+        array([[1., 2., 3.]])
+    """
+    chosen = _choice(_INTERPOLATIONS, interpolation, "interpolation")
+    return _core.warp_resize_to(image, factor_x, factor_y, centre, grid, chosen)
+
+
+def shear_to(
+    image: Array2D, angle: float, axis_angle: float = 0.0, centre: tuple[float, float] | None = None, *,
+    grid: Array2D | None = None, interpolation: str = "linear",
+) -> Array2D:  # fmt: skip
+    """The image sheared about ``centre`` along x, turned clockwise by ``axis_angle``: see :func:`rotate_to`.
+
+        >>> import numpy as np, dataprocessing as dp
+        >>> dp.shear_to(dp.Array2D(np.eye(3)), 0.0).identical(dp.Array2D(np.eye(3)))
+        True
+    """
+    chosen = _choice(_INTERPOLATIONS, interpolation, "interpolation")
+    return _core.warp_shear_to(image, angle, axis_angle, centre, grid, chosen)
+
+
+def map_to(
+    image: Array2D, map: Any, *, grid: Array2D | None = None, interpolation: str = "linear",  # noqa: A002
+) -> Array2D:  # fmt: skip
+    """The image under an affine map: (x, y) comes to lie at ``map @ (x, y, 1)``, of shape (2, 3).
+
+    On the elements of the image, or on those of ``grid``; see :func:`rotate_to`. DataError for a map that cannot be
+    inverted.
+
+        >>> import dataprocessing as dp
+        >>> dp.map_to(dp.Array2D([[1.0, 2.0, 3.0]]), [[1, 0, 1], [0, 1, 0]]).values
+        array([[0., 1., 2.]])
+    """
+    return _core.warp_map_to(image, map, grid, _choice(_INTERPOLATIONS, interpolation, "interpolation"))
 
 
 def shear(image: Array2D, angle: float, axis_angle: float = 0.0) -> Array2D:
