@@ -18,6 +18,7 @@ LEFT_OUT = r"""
     str_cString                Python's str
     arr_IndexError             raises IndexOutOfRangeError
     arr_SizeError              raises SizeError
+    arr_WideIndexError         raises IndexOutOfRangeError
     arr_cIndexException        IndexOutOfRangeError
     arr_cSizeException         SizeError
     expt_                      ProgramError and DataError
