@@ -46,13 +46,17 @@ struct sInterpolation {
 
 } // namespace
 
-/// Where the reference is less, as a part of its mean, it weighs as much as if it were that: what
-/// is next to nothing there, by interpolation or by chance, should not decide.
-constexpr double leastPart = 1e-3;
+/// Where the reference is less, as a part of its largest value, it weighs as much as if it were
+/// that: what is next to nothing there, by interpolation or by noise, should not decide.
+constexpr double leastPart = 1e-2;
+/// The same for the start, of its mean: counts by chance should rule no shift out.
+constexpr double possible = 1e-3;
 
 struct maps_sAlignment {
-    std::vector<double> reference; ///< Over its mean; zeros follow as far as whole vectors reach.
-    double mean = 0;               ///< Of what shifts bring into the part.
+    /// Over its mean, without what is below 0; zeros follow as far as whole vectors reach.
+    std::vector<double> reference;
+    double least = 0; ///< What it weighs as at least.
+    double mean = 0;  ///< Of what shifts bring into the part.
     std::size_t channels;
     cal_c1DArrayCal cal;
     maps_sAlignOptions options;
@@ -97,16 +101,18 @@ maps_sAlignment::maps_sAlignment(std::span<const double> given, const cal_c1DArr
         mean += std::max(value, 0.0) / static_cast<double>(count);
     maps_RefuseShapes(!(mean > 0) || !std::isfinite(mean));
     for (double& value : reference)
-        value /= mean;
+        value = std::max(value, 0.0) / mean;
+    const auto from = reference.begin() + static_cast<std::ptrdiff_t>(first);
+    least = leastPart * *std::max_element(from, from + static_cast<std::ptrdiff_t>(count));
     reference.resize(channels + maps_lanes);
     logs.resize(reference.size());
     for (std::size_t k = 0; k < channels; ++k)
-        logs[k] = std::log(std::max(reference[k], leastPart));
+        logs[k] = std::log(std::max(reference[k], possible));
     for (std::ptrdiff_t shift = -most; shift <= most; ++shift) {
-        const auto* const from = reference.data() + static_cast<std::ptrdiff_t>(part.first) - shift;
+        const auto* const at = reference.data() + static_cast<std::ptrdiff_t>(part.first) - shift;
         double sum = 0;
         for (std::size_t k = 0; k < part.Count(); ++k)
-            sum += from[k];
+            sum += at[k];
         maps_RefuseShapes(!(sum > 0) || !std::isfinite(sum));
         sums.push_back(sum);
         scale.push_back(std::log(sum));
@@ -187,7 +193,7 @@ public:
         const std::size_t length = maps_WholeVectors(alignment.part.Count());
         alignment.Interpolate(shift, rows.values, rows.slopes);
         for (std::size_t k = 0; k < length; ++k)
-            rows.weights[k] = factor * std::max(rows.values[k], leastPart);
+            rows.weights[k] = factor * std::max(rows.values[k], alignment.least);
         const std::array<const double*, 2> shapes{rows.values, rows.slopes};
         maps_CrossRow(rows.y, shapes, maps_WeighCurve, length, rows.weights, sums_);
         determinant_ = sums_[0] * sums_[2] - sums_[1] * sums_[1];

@@ -38,13 +38,15 @@ struct maps_sAlignOptions {
 /// The shift of each spectrum against a reference r, and its factor: y(x) = f r(x - shift), by the
 /// largest likelihood of counts. The start is the most likely shift by whole channels; steps of
 /// least squares with the weights of the model that the last one gave lead on from there; where the
-/// reference is below a thousandth of its mean, with the weights that that would have.
+/// reference is below a hundredth of its largest value, with the weights that that would have. What
+/// is below 0 in it is taken as 0.
 ///
 /// Between its channels the reference is interpolated by polynomials of degree 5: lines with a
 /// standard deviation of two channels lose nothing by that, those of one are found up to .005
 /// channels away. Errors are those of the counts of the spectrum alone. The reference should have
 /// so many counts in each channel, not just many more than a spectrum, that its slopes are not made
-/// of noise; a sum of spectra may be smoothed.
+/// of noise; a sum of spectra may be smoothed. Channels that are dead in all spectra stay where
+/// they are: fill them in the reference and in the spectra.
 ///
 /// Channels that the reference does not reach at the largest shift to either side, and three more
 /// at each end, take no part; chi-squared has Channels() less 2 degrees of freedom. Values need not

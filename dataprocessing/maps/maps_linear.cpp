@@ -343,8 +343,8 @@ private:
             Add(weights_);
             Cross(maps_WeighCurve, weights_);
             Multiply(weights_);
-            if (!Solve())
-                return maps_Undetermined;
+            if (!Solve()) // it is the weights that have gone astray, not the shapes
+                return maps_NotConverged;
             const double length = StepLength();
             TakeSolution();
             if (length < tolerance)

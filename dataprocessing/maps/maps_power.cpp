@@ -14,6 +14,7 @@ namespace dataprocessing::detail {
 std::vector<std::size_t> maps_ChannelsInAny(const std::vector<maps_sRange>& ranges,
                                             std::size_t channels, const cal_c1DArrayCal& cal) {
     std::vector<maps_cSection> sections;
+    sections.reserve(ranges.size());
     for (const maps_sRange& range : ranges)
         sections.emplace_back(cal, range.from, range.to);
     std::vector<std::size_t> found;

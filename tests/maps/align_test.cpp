@@ -1,5 +1,7 @@
 #include <cmath>
 #include <limits>
+#include <random>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -277,6 +279,41 @@ TEST(MapAlign, WhatIsNextToNothingInTheReferenceDoesNotDecide) {
     const Planes planes = alignedOf(align, stack);
     for (std::size_t q = 0; q < 1500; ++q)
         EXPECT_FALSE(planes.errors[q] < 0.05) << q; // NaN for a spectrum without counts
+}
+
+/// The noise of a reference where there is nothing in it has slopes, and may be negative.
+TEST(MapAlign, NoiseOfTheReferenceBesideItsLineDoesNotDecide) {
+    constexpr std::size_t spectra = 1000;
+    const auto shiftOf = [](std::size_t q) { return 2 * std::sin(static_cast<double>(q)); };
+    const auto counts = countsOf(spectra, channels, [&](std::size_t q, double k) {
+        return 100 * lineAt(k - shiftOf(q), 4, 0);
+    });
+    std::mt19937 random(3);
+    std::normal_distribution<> noise;
+    std::vector<double> read(counts.begin(), counts.end()); // with that of a camera, less its dark
+    for (double& value : read)
+        value += noise(random);
+    const auto widthOfPulls = [&](double part, bool isCut, double spike, const auto& values) {
+        std::vector<double> reference;
+        for (std::size_t k = 0; k < channels; ++k) {
+            const double value = lineAt(static_cast<double>(k), 4, 0) + part * noise(random);
+            reference.push_back(1e4 * (isCut ? std::max(value, 0.0) : value));
+        }
+        reference[30] += 1e4 * spike;
+        const maps_cAlign align(reference, energies, 3);
+        const Planes planes = alignedOf(align, stackOf(std::span(values), channels, energies));
+        EXPECT_THAT(planes.status, Each(maps_Good));
+        double squares = 0;
+        for (std::size_t q = 0; q < spectra; ++q)
+            squares += std::pow((planes.values[q] - 0.5 * shiftOf(q)) / planes.errors[q], 2);
+        return std::sqrt(squares / spectra);
+    };
+    for (const double part : {0.0, 1e-4, 1e-3})
+        for (const bool isCut : {false, true}) {
+            EXPECT_NEAR(widthOfPulls(part, isCut, 0, counts), 1, 0.1) << part << isCut;
+            EXPECT_NEAR(widthOfPulls(part, isCut, -0.1, counts), 1, 0.1) << part << isCut;
+        }
+    EXPECT_NEAR(widthOfPulls(1e-3, false, 0, std::as_const(read)), 1, 0.1);
 }
 
 TEST(MapAlign, WhatLiesOutsideOfTheRangeDoesNotDecideTheStart) {

@@ -426,6 +426,23 @@ TEST(LinearMap, ValuesBelowZeroHaveNoVarianceWithEqualWeights) {
     EXPECT_GT(planes.errors[0], 0);
 }
 
+/// Where a model comes near 0 its weights have no bounds; the shapes are told apart all the same.
+TEST(LinearMap, FewCountsDoNotMakeShapesUndetermined) {
+    constexpr std::size_t spectra = 400;
+    const std::vector<unsigned short> counts =
+        countsOf(spectra, channels, [](std::size_t q, double k) { return meanOf(q, k) / 1000; });
+    for (const bool isBounded : {false, true}) {
+        maps_sLinearOptions options{.weights = maps_WeightsOfModel};
+        if (isBounded)
+            options.nonNegative = {0, 1, 2, 3};
+        const maps_cLinear fit(shapes(), channels, options);
+        Planes planes(shapeCount, spectra);
+        maps_cWorkspace room;
+        fit.Run(stackOf(std::span(counts), channels), planes.All(), room);
+        EXPECT_THAT(planes.status, testing::Each(testing::Ne(maps_Undetermined)));
+    }
+}
+
 TEST(LinearMap, SpectraWithoutAPositiveModelHaveNotConverged) {
     const maps_cLinear fit(std::vector{1., 1., 1., 1., 0., 1., 2., 3.}, 4,
                            {.weights = maps_WeightsOfModel});
