@@ -58,6 +58,9 @@ struct maps_sPeakPlanes : maps_sPlanes {
 /// or nothing, whose parameters are free, fixed or tied. Those are fitted some spectra at a time,
 /// one in each lane of a vector; others, and spectra that this leads nowhere, by pkmd_Fit itself.
 ///
+/// The likelihood asks for a model that is positive in all channels: peaks over nothing need
+/// windows as wide as the range, or least squares.
+///
 /// With the likelihood, steps of least squares have the weights 1 / f of the model that the last
 /// one gave (P. J. Green, Journal of the Royal Statistical Society B 46 (1984) 149).
 ///

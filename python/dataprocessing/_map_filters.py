@@ -8,7 +8,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._core import Array1D, Axis
+from dataprocessing._core import Array1D, Axis, UnitError
 from dataprocessing._map_blocks import Fit, Map, Planes, elements, is_data_array
 
 if TYPE_CHECKING:
@@ -105,6 +105,20 @@ def _run(given: Map, call: Any, channels: int, axis: Axis, planes: tuple[Any, ..
     )  # fmt: skip
 
 
+def _axis_of(reference: Any) -> Axis | None:
+    """The axis that a reference brings, if it brings one."""
+    if isinstance(reference, Array1D):
+        return reference.axis
+    if is_data_array(reference) and reference.ndim == 1 and reference.dims[0] in reference.coords:
+        return Map(reference, None, None).axis
+    return None
+
+
+def _refuse_units(one: Axis, other: Axis) -> None:
+    if one.unit and other.unit and one.unit != other.unit:
+        raise UnitError(f"the units {one.unit} and {other.unit} meet in one operation")
+
+
 def _filtered(data: Any, axis: Axis | None, dim: str | None, kind: str, *arguments: Any) -> Spectra:
     given = Map(data, axis, dim)
     call = _Filter(kind, (given.channels, given.axis, *arguments))
@@ -127,6 +141,7 @@ def rebin(data: Any, to: float | Array1D, axis: Axis | None = None, *, dim: str 
                [16.,  0.]]), array([4., 0.]), 1.0)
     """
     if isinstance(to, Array1D):
+        _refuse_units(to.axis, Map(data, axis, dim).axis)
         return _filtered(data, axis, dim, "maps_rebin", len(to), to.axis)
     return _filtered(data, axis, dim, "maps_rebin", float(to))
 
@@ -171,7 +186,8 @@ def align(
     reaches at all shifts, or those of them in the range ``over``. The reference has a value for each channel, and so
     many counts in each that its slopes are not made of noise, as errors are those of the counts of the spectrum alone:
     ``maps.sum(data).spectrum`` for one, smoothed where it has few. Lines should have a standard deviation of two
-    channels. A shift beyond the limit is NOT_CONVERGED. :func:`shift` takes the plane "shift".
+    channels. A shift beyond the limit is NOT_CONVERGED. :func:`shift` takes the plane "shift". UnitError for an axis of
+    the reference in another unit, ValueError for one that lies elsewhere by a hundredth of a channel.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(-2.0, 0.1, unit="eV")
@@ -180,8 +196,12 @@ def align(
         array([ 0.25, -0.1 ])
     """
     given = Map(data, axis, dim)
-    if isinstance(reference, Array1D) and reference.axis != given.axis:
-        raise ValueError(f"the reference lies on {reference.axis}, the spectra on {given.axis}")
+    own = _axis_of(reference)
+    if own is not None:
+        _refuse_units(own, given.axis)
+        ends = [abs(own.position(k) - given.axis.position(k)) for k in (0, given.channels - 1)]
+        if not max(ends) <= 1e-2 * abs(given.axis.delta):
+            raise ValueError(f"the reference lies on {own}, the spectra on {given.axis}")
     curve = np.asarray(reference, "f8")
     if curve.shape != (given.channels,):
         raise ValueError(f"the reference has the shape {curve.shape}, the spectra {given.channels} channels")

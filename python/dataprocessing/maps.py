@@ -210,7 +210,8 @@ def linear(
 
     ``shapes`` gives each a value for every channel: by name in a dict, or as rows, which are called "c0", "c1" and so
     on. ``nonnegative`` keeps all factors, or those that it names, from falling below 0; one that is held there has
-    the error 0. ``weights`` are 1 / "model", in steps, which is the maximum of the likelihood of counts and unbiased;
+    the error 0. ``weights`` are 1 / "model", in steps, which is the maximum of the likelihood of counts and unbiased,
+    with errors that are right from about half a count per channel on;
     1 / max("counts", 1), in one step, which takes an eighth of the time and pulls factors down where counts are few;
     or "equal", with errors of counts. ProgramError for shapes that are not finite or made of each other.
 
@@ -244,7 +245,8 @@ def peaks(
 
     The parameters have the model's names, ``areas`` and ``area_errors`` those of its peaks. Gaussian peaks over a
     line, a constant or nothing take a tenth of the time of other models; they agree with the fit of a single spectrum
-    within 1e-4 standard errors but for what windows cut off. All spectra start from the model, or where ``starts`` has
+    within 1e-4 standard errors but for what windows cut off. The likelihood asks for a model that is positive in all
+    channels: peaks over nothing need larger ``windows``, a range ``over``, or objective="least-squares". All spectra start from the model, or where ``starts`` has
     a plane or a number for a parameter, from there. Windows stay where the model has the peaks: where lines move by
     more than half a width, a larger ``windows`` costs less. A fit ends with a step below ``tolerance`` standard errors. ``objective``,
     ``weights`` of the channels, ``standard_errors`` ("given" or "scatter") and ``over`` are those of a single fit.

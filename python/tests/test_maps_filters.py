@@ -79,6 +79,31 @@ def test_shifts_are_found_and_taken_back():
         maps.align(data, reference, 0.05, AXIS, over=(7.5, 8))
 
 
+def test_references_lie_where_the_spectra_do():
+    data = made((2, 3))
+    total = data.sum((0, 1)).astype("f8")
+    given = dp.Axis(6.0, 0.01, name="energy", unit="keV")
+    whole = maps.align(data, total, 0.05, given)["shift"]
+    for axis in (given, dp.Axis(6.0, 0.01), dp.Axis(6.0, 0.01, unit="keV"), dp.Axis(6.1, 0.01, index=10)):
+        assert np.array_equal(maps.align(data, dp.Array1D(total, axis), 0.05, given)["shift"], whole)
+    with pytest.raises(dp.UnitError):
+        maps.align(data, dp.Array1D(total, dp.Axis(6.0, 0.01, unit="eV")), 0.05, given)
+    with pytest.raises(dp.UnitError):
+        maps.rebin(data, dp.Array1D(np.zeros(9), dp.Axis(6000.0, 20.0, unit="eV")), given)
+    with pytest.raises(ValueError, match="the reference lies on"):
+        maps.align(data, dp.Array1D(total, dp.Axis(6.0002, 0.01)), 0.05, given)
+    xarray = pytest.importorskip("xarray")
+    third = dp.Axis(1 / 3, 1e-3).positions(data.shape[-1])
+    labelled = xarray.DataArray(data, dims=("y", "x", "energy"), coords={"energy": third})
+    expected = maps.align(labelled, total, 0.005)["shift"]
+    line = labelled.sum(("y", "x")).astype("f8")
+    for reference in (line, dp.Array1D(total, dp.Axis(1 / 3, 1e-3)), line.drop_vars("energy")):
+        assert np.array_equal(maps.align(labelled, reference, 0.005)["shift"], expected)
+    for reference in (line.assign_coords(energy=third + 5), line[::-1]):
+        with pytest.raises(ValueError, match="the reference lies on"):
+            maps.align(labelled, reference, 0.005)
+
+
 def test_a_number_shifts_all():
     data = made((2, 3))
     found = maps.shift(data, 3 * AXIS.delta, AXIS)
