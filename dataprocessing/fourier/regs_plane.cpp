@@ -28,7 +28,8 @@ regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& move
         return std::accumulate(std::begin(products.lanes[k]), std::end(products.lanes[k]), 0.0);
     };
     const double a = sumOf(0), b = sumOf(1), aa = sumOf(2), ab = sumOf(3), bb = sumOf(4);
-    const double n = static_cast<double>(x.count) * ((y.count - 1) / step + 1);
+    const int rows = (y.count - 1) / step + 1;
+    const double n = static_cast<double>(x.count) * rows;
     const double ofFixed = aa - a * a / n;
     const double ofMoved = bb - b * b / n;
     if (!(ofFixed > 0) || !(ofMoved > 0))
