@@ -55,6 +55,21 @@ def without_masked(values: Any) -> Any:
     return values
 
 
+def require_array(a: Any, what: str, dimensions: int | None = None) -> None:
+    """TypeError for what is no array, or one of other dimensions."""
+    if not isinstance(a, (Array1D, Array2D)):
+        raise TypeError(f"{what} takes an array, not {type(a).__name__}; dp.array(values, axis) makes one")
+    if dimensions is not None and a.ndim != dimensions:
+        raise TypeError(f"{what} takes an Array{dimensions}D, not an Array{a.ndim}D")
+
+
+def check_axis_units(a: Any, b: Any) -> None:
+    """UnitError where axes of two units meet."""
+    for x, y in zip(a.axes, b.axes):
+        if x.unit and y.unit and x.unit != y.unit:
+            raise _core.UnitError(f"the units {x.unit} and {y.unit} meet in one operation")
+
+
 def _public(name: str) -> str:
     """Methods named like built-ins end in an underscore here, so that these stay in reach."""
     return name if name.startswith("__") else name.rstrip("_")
@@ -196,9 +211,9 @@ def with_axes(self: Any, *axes: Axis) -> Any:
         >>> dp.Array1D([1, 2]).with_axes(dp.Axis(5.0, 0.5)).axis
         Axis(5.0, 0.5)
     """
-    where = axes[0] if self.ndim == 1 else axes
     if len(axes) != self.ndim:
         raise ValueError(f"{self.ndim} axes are needed, not {len(axes)}")
+    where = axes[0] if self.ndim == 1 else axes
     return (type_of(self) if isinstance(self, ARRAYS) else type(self))(self, where)
 
 
@@ -258,11 +273,15 @@ def _sel_1d(self: Array1D, start: Any, stop: Any = None, rule: str = "nearest", 
 def _sel_2d(self: Array2D, rect: Any, rule: str = "nearest", outside: str = "clip") -> Array2D:
     """The part inside a rectangle's upright hull; see ``Array1D.sel`` for ``rule`` and ``outside``.
 
+    TypeError for what is no Rect.
+
         >>> import numpy as np, dataprocessing as dp
         >>> dp.Array2D(np.ones((4, 6))).sel(dp.Rect(1, 0, 4, 2)).shape
         (2, 3)
     """
     _choice({"clip": 0, "zero": 0, "raise": 0}, outside, "outside")
+    if not hasattr(rect, "_rect"):
+        raise TypeError(f"sel takes a Rect, not {type(rect).__name__}")
     x0, y0, x1, y1 = _core.selection(self, rect._rect, _choice(_RULES, rule, "rule"))
     x0, x1 = _clipped(x0, x1, self.shape[1], outside)
     y0, y1 = _clipped(y0, y1, self.shape[0], outside)
@@ -287,8 +306,7 @@ def at(self: Array1D, x: Any, interpolate: bool = True) -> Any:
     """
     if np.ndim(x) == 0:
         return _core.value(self, float(x), interpolate)
-    where = np.asarray(x, dtype="f8")
-    return np.array([_core.value(self, one, interpolate) for one in where.flat]).reshape(where.shape)
+    return _core.values_at(self, np.asarray(without_masked(x), dtype="f8"), interpolate)
 
 
 @_method(Array2D)
@@ -394,7 +412,7 @@ def var(
         raise ValueError("the variance of no elements")
     if self.size <= ddof:
         return np.float64(math.nan)
-    return np.float64(self.values.var(ddof=ddof, dtype=wide))
+    return np.float64(self.values.astype(wide, copy=False).var(ddof=ddof))
 
 
 @_method(*ARRAYS)
@@ -492,9 +510,14 @@ def max_(
     return _extreme(self, "max", axis, out, keepdims, options, over, interpolate, skipna)
 
 
+def _unordered(which: str) -> Exception:
+    # np.argmax and others take a TypeError of a method for the wish to have the elements looked at.
+    return ValueError(f"complex elements have no {which}imum; take abs(a) or a.real first")
+
+
 def _place(self: Any, which: str, skipna: bool) -> int:
     if not _is_real(self):
-        raise TypeError(f"complex elements have no {which}imum; take abs(a) or a.real first")
+        raise _unordered(which)
     if self.size == 0:
         raise ValueError(f"the {which}imum of no elements")
     function = getattr(np, ("nan" if skipna else "") + "arg" + which)
@@ -507,7 +530,7 @@ def _places(self: Any, which: str, axis: Any, out: Any, keepdims: bool, skipna: 
     if skipna:
         raise TypeError("skipna= goes without numpy's other options")
     if not _is_real(self):
-        raise TypeError(f"complex elements have no {which}imum; take abs(a) or a.real first")
+        raise _unordered(which)
     return _reduced(self, f"arg{which}", axis, "", out=out, keepdims=keepdims)
 
 
@@ -516,7 +539,7 @@ def argmin(self: Any, axis: Any = None, out: Any = None, *, keepdims: bool = Fal
     """The index of the first smallest element, flat as in numpy; of the first NaN where one is.
 
     Arguments are those of ``ndarray.argmin``; along an axis of an image an Array1D of indices. ValueError without
-    elements, TypeError for complex ones.
+    elements and for complex ones.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([3, 1, 1]).argmin()
@@ -571,8 +594,6 @@ def _limit(limit: Any, dtype: Any, is_lower: bool) -> Any:
     """A limit in the type of the elements: of integers the next one inside, or the end of what there is."""
     if limit is None or dtype.kind not in "iu":
         return limit if limit is None else dtype.type(limit)
-    if np.ndim(limit) > 0:
-        raise TypeError("the limits are numbers; np.clip(a.values, low, high) takes arrays")
     info = np.iinfo(dtype)
     if limit != limit:
         raise ValueError("NaN is no limit of integers")
@@ -580,11 +601,23 @@ def _limit(limit: Any, dtype: Any, is_lower: bool) -> Any:
     return dtype.type(math.ceil(inside) if is_lower else math.floor(inside))
 
 
+def _clip_by_arrays(self: Any, low: Any, high: Any) -> Any:
+    from dataprocessing.functions import maximum, minimum
+
+    found, is_whole = self, self.dtype.kind in "iu"
+    if low is not None:
+        found = maximum(found, np.ceil(low) if is_whole else low)
+    if high is not None:
+        found = minimum(found, np.floor(high) if is_whole else high)
+    return found.astype(self.dtype)
+
+
 @_method(*ARRAYS)
 def clip(self: Any, min: Any = None, max: Any = None, out: Any = None, **options: Any) -> Any:  # noqa: A002
     """Elements below ``min`` become it, those above ``max`` that; type, name and unit stay.
 
-    Limits of integers are rounded inwards. ValueError without a limit.
+    Limits of integers are rounded inwards. Limits that are arrays meet this one as in ``maximum`` and ``minimum``.
+    ValueError without a limit.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 5, 200], dtype="u1").clip(-3, 100).values
@@ -592,6 +625,10 @@ def clip(self: Any, min: Any = None, max: Any = None, out: Any = None, **options
     """
     if min is None and max is None:
         raise ValueError("clip takes min, max or both")
+    if np.ndim(min) > 0 or np.ndim(max) > 0:
+        if out is not None or options:
+            raise ValueError("clip by arrays goes without numpy's other options")
+        return _clip_by_arrays(self, min, max)
     limits = _limit(min, self.dtype, True), _limit(max, self.dtype, False)
     found = np.clip(self.values, *limits, out=out, **options)
     return found if out is not None else on_axes_of(self, found, self.name, self.unit)
@@ -645,7 +682,7 @@ def apply(self: Any, function: Callable[[NDArray[Any]], Any]) -> Any:
     values = np.asarray(function(self.values))
     if values.shape != self.shape:
         raise ValueError(f"the function made shape {values.shape} of {self.shape}")
-    return on_axes_of(self, values)
+    return type_of(self)(values, self.axis if self.ndim == 1 else self.axes)
 
 
 @_method(*ARRAYS)
@@ -681,7 +718,7 @@ def __bool__(self: Any) -> bool:
     raise ValueError("an array is no truth value; ask for (a != 0).any() or .all()")
 
 
-@_method(*ARRAYS)
+@_method(*ARRAYS, *MASKS)
 def __iter__(self: Any) -> Any:
     for i in np.arange(self.shape[0]).tolist():
         yield self[i]
@@ -725,7 +762,7 @@ def all_(self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, *
 
 def _mask_comparison(name: str, ufunc: np.ufunc) -> None:
     def compare(self: Any, other: Any) -> Any:
-        if isinstance(other, (*MASKS, np.ndarray, bool, np.bool_)):
+        if isinstance(other, (*MASKS, *ARRAYS, np.ndarray, np.generic, int, float, complex, list, tuple)):
             return ufunc(self, other)
         return NotImplemented
 
@@ -755,6 +792,11 @@ _numpy_operator("__rmod__", np.remainder, True)
 
 
 # ---- Pickles -----------------------------------------------------------------------------------
+
+
+def axis_of(*given: Any) -> Axis:
+    """An axis as a file or a calculation made it, also where an ``Axis`` would be refused."""
+    return Axis._of(*given)
 
 
 def _base(cls: Any) -> Any:

@@ -86,5 +86,5 @@ def full(
     if dtype is None:
         dtype = Array1D(np.array([value])).dtype
     made = empty(shape, axes, dtype=dtype, name=name, unit=unit)
-    made.values[...] = value
+    made[...] = value
     return made

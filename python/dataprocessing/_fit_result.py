@@ -11,6 +11,8 @@ from typing import TYPE_CHECKING, Any, Protocol
 
 import numpy as np
 
+from dataprocessing import _core
+from dataprocessing._arrays import check_axis_units
 from dataprocessing._core import Array1D, Axis
 
 if TYPE_CHECKING:
@@ -140,24 +142,31 @@ class FitResult:
         """The fitted curve.
 
         On :attr:`axis` without an argument, as Array1D; on another Axis, with as many elements; where another
-        Array1D lies; at positions, as an ndarray of their shape. ValueError for a fit without a curve, such as
-        that of :func:`solve`.
+        Array1D lies; at positions, as an ndarray of their shape. Name and unit are those of what was fitted. ValueError
+        for a fit without a curve, such as that of :func:`solve`, and away from the elements for a model with a curve
+        given element by element; UnitError for an axis in another unit.
 
             >>> import dataprocessing as dp
             >>> line = dp.fitting.polynomial(dp.Array1D([1.0, 3.0, 5.0]))
             >>> round(float(line.eval(1.5)), 9)
             4.0
         """
-        if self._curve is None:
-            raise ValueError(f"a {self.kind} has no curve")
-        if where is None:
-            if self._fitted is not None:
-                return self._fitted.copy()
-            where = self._data
         if isinstance(where, Axis):
             where = Array1D(np.empty(self._sized().size), where)
+        if self._data is not None and isinstance(where, Array1D):
+            check_axis_units(self._data, where)
+        if self._fitted is not None and (
+            where is None or (isinstance(where, Array1D) and _core.same_grid(self._fitted, where))
+        ):
+            return self._fitted.copy()
+        if self._curve is None:
+            if self._fitted is None:
+                raise ValueError(f"a {self.kind} has no curve")
+            raise ValueError("the model has a curve given element by element, which is known at the elements alone")
+        where = self._data if where is None else where
         if isinstance(where, Array1D):
-            return Array1D(self._curve(where.positions), where.axis, name=where.name, unit=where.unit)
+            name, unit = ("", "") if self._data is None else (self._data.name, self._data.unit)
+            return Array1D(self._curve(where.positions), where.axis, name=name, unit=unit)
         at = np.asarray(where, dtype="f8")
         return self._curve(at.ravel()).reshape(at.shape)[()]
 

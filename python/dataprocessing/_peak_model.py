@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import math
+import re
 import threading
 from collections import Counter
 from collections.abc import Sequence
@@ -12,7 +13,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._core import Array1D, Shape
+from dataprocessing._core import Array1D, Axis, Shape
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -27,6 +28,10 @@ _SHAPES = {
     "tailed-gaussian": Shape.TAILED_GAUSSIAN,
 }
 _FULL_WIDTHS = {"gaussian": 2 * math.sqrt(2 * math.log(2)), "lorentzian": 2.0, "pseudo-voigt": 2.0}
+
+
+# Where there are several of a kind, the library gives each its number.
+_NUMBERED = re.compile(r"^(coefficient \d+|.* of the (?:power law|exponential|curve))(?: of polynomial)? \d+$")
 
 
 class ModelPeak(NamedTuple):
@@ -80,12 +85,15 @@ class PeakModel:
         self._calls: list[tuple[str, tuple[Any, ...]]] = []
         self.peak_names: list[str] = []
         self._shapes: list[str] = []
+        self._curves: list[tuple[int, Array1D]] = []  # the factor's number, and what it is a factor of
         self._lock = threading.RLock()  # what tells of one peak lies in several places
 
     def _call(self, method: str, *arguments: Any) -> Any:
         with self._lock:
             answer = getattr(self._core, method)(*arguments)
             self._calls.append((method, arguments))
+            if method == "add_curve":
+                self._curves.append((answer, arguments[0]))
             return answer
 
     @property
@@ -100,6 +108,7 @@ class PeakModel:
             head, mark, number = text.rpartition(" of peak ")
             if mark:
                 text = f"{head} of {peaks[int(number)]}"
+            text = _NUMBERED.sub(r"\1", text)  # what is added later changes no name
             met[text] += 1
             names.append(text if met[text] == 1 else f"{text} ({met[text]})")
         return names
@@ -165,6 +174,8 @@ class PeakModel:
 
     def curve(self, curve: Array1D, factor: float = 1.0) -> tuple[str, ...]:
         """Adds ``factor`` times a curve that is given element by element, as many as the spectrum has.
+
+        It lies where the spectrum does, or on the default axis.
 
             >>> import dataprocessing as dp
             >>> dp.fitting.PeakModel().curve(dp.Array1D([1.0, 2.0]))
@@ -243,7 +254,9 @@ class PeakModel:
         """What a fit starts from, by name."""
         return dict(zip(self.names, map(float, self._core.starts())))
 
-    def eval(self, x: Any, parameters: Sequence[float] | None = None, background: bool = False) -> NDArray[Any]:
+    def eval(
+        self, x: Any, parameters: Sequence[float] | NDArray[Any] | None = None, background: bool = False
+    ) -> NDArray[Any]:
         """The model at positions ``x``, for these parameters or those that it starts from.
 
         ``background`` leaves the peaks out. Curves given element by element are left out.
@@ -257,6 +270,18 @@ class PeakModel:
         at = np.asarray(x, dtype="f8")
         p = self._core.starts() if parameters is None else np.asarray(parameters, dtype="f8")
         return np.asarray(self._core.values(p, at.ravel(), background)).reshape(at.shape)
+
+    def _at_elements(self, spectrum: Array1D, parameters: NDArray[Any]) -> Array1D:
+        """The whole model at the elements of a spectrum."""
+        found = self.eval(spectrum.positions, parameters)
+        for number, curve in self._curves:
+            found += float(parameters[number]) * curve.values
+        return Array1D(found, spectrum.axis, name=spectrum.name, unit=spectrum.unit)
+
+    def _check_curves(self, spectrum: Array1D) -> None:
+        for _, curve in self._curves:
+            if curve.axis != Axis() and not _core.same_grid(curve, spectrum):
+                raise ValueError("a curve of the model does not lie where the spectrum does")
 
     def _fwhm(self, peak: int, width: float) -> float:
         return _FULL_WIDTHS.get(self._shapes[peak], math.nan) * width

@@ -126,9 +126,13 @@ class Range:
         return self._range.intersects(other._range)
 
     def __and__(self, other: Range) -> Range:
+        if not isinstance(other, Range):
+            return NotImplemented
         return Range._of(self._range.intersection(other._range))
 
     def __or__(self, other: Range) -> Range:
+        if not isinstance(other, Range):
+            return NotImplemented
         return Range._of(self._range.union(other._range))
 
     @classmethod

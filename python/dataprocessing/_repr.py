@@ -24,12 +24,19 @@ def _number(x: float) -> str:
     return f"{x:.12g}"
 
 
+def _word(text: str) -> str:
+    """A label on one line, without what a terminal would obey."""
+    return "".join(c if c.isprintable() else c.encode("unicode_escape").decode() for c in text)
+
+
 def _axis_text(axis: Axis, count: int) -> str:
-    name = f"{axis.name} " if axis.name else ""
-    unit = f" {axis.unit}" if axis.unit else ""
-    return (
-        f"{name}{_number(axis.position(0))}..{_number(axis.position(count))}{unit}, delta {_number(axis.delta)}"
-    )
+    name = f"{_word(axis.name)} " if axis.name else ""
+    unit = f" {_word(axis.unit)}" if axis.unit else ""
+    first, last = axis.position(0), axis.position(count)
+    ends = _number(first), _number(last)
+    if ends[0] == ends[1] and count:  # far from 0 in small steps
+        ends = repr(first), repr(last)
+    return f"{name}{ends[0]}..{ends[1]}{unit}, delta {_number(axis.delta)}"
 
 
 def _values_text(values: NDArray[Any]) -> str:
@@ -51,7 +58,7 @@ def _kind(self: Any) -> str:
 
 def _labels(self: Any) -> str:
     name, unit = getattr(self, "name", ""), getattr(self, "unit", "")
-    return (f" {name}" if name else "") + (f" [{unit}]" if unit else "")
+    return (f" {_word(name)}" if name else "") + (f" [{_word(unit)}]" if unit else "")
 
 
 def text(self: Any) -> str:
@@ -68,7 +75,17 @@ def _finite_limits(values: NDArray[Any]) -> tuple[float, float]:
     if finite.size == 0:
         return 0.0, 1.0
     low, high = float(finite.min()), float(finite.max())
-    return (low, high) if high > low else (low - 0.5, low + 0.5)
+    if high > low:
+        return low, high
+    room = max(0.5, abs(low) * 1e-9)
+    return low - room, low + room
+
+
+def _part(values: NDArray[Any], low: float, high: float) -> NDArray[Any]:
+    """How far up the values lie between both; halves do not overflow, and what is least is scaled up."""
+    scale = 0.5 if high - low > 1 else 2.0**52
+    part: NDArray[Any] = (values * scale - low * scale) / (high * scale - low * scale)
+    return part
 
 
 def _real(values: NDArray[Any]) -> NDArray[Any]:
@@ -95,7 +112,7 @@ def _line_svg(values: NDArray[Any]) -> str:
     least, largest = _envelope(values)
 
     def y(v: NDArray[Any]) -> NDArray[Any]:
-        return _HEIGHT - 4 - (v - low) / (high - low) * (_HEIGHT - 8)
+        return _HEIGHT - 4 - _part(v, low, high) * (_HEIGHT - 8)
 
     step = _WIDTH / least.size
     bars = "".join(
@@ -127,7 +144,7 @@ def _picture(values: NDArray[Any]) -> str:
     step = max(1, -(-max(values.shape) // _PICTURE))
     thin = _real(values[::step, ::step])
     low, high = _finite_limits(thin)
-    grey = np.nan_to_num(np.clip((thin - low) / (high - low) * 255, 0, 255)).astype("u1")[::-1]
+    grey = np.nan_to_num(np.clip(_part(thin, low, high) * 255, 0, 255)).astype("u1")[::-1]
     data = base64.b64encode(_png(np.ascontiguousarray(grey))).decode()
     scale = max(1, _PICTURE // max(grey.shape))
     return (
@@ -143,7 +160,7 @@ def markup(self: Any) -> str:
     rows = [("type", f"{type(self).__name__} of {_kind(self)}"), ("shape", " x ".join(map(str, self.shape)))]
     for name in ("name", "unit"):
         if getattr(self, name, ""):
-            rows.append((name, getattr(self, name)))
+            rows.append((name, _word(getattr(self, name))))
     names = ("axis",) if self.ndim == 1 else ("y", "x")
     rows += [(n, _axis_text(axis, count)) for n, axis, count in zip(names, self.axes, self.shape)]
     rows.append(("values", _values_text(self.values)))

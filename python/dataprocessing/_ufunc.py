@@ -53,9 +53,12 @@ _LOGIC: dict[np.ufunc, Callable[..., Any]] = {
 
 # The quantity stays: so do its name and its unit, where all operands agree.
 _KEEPING = {
-    np.ceil, np.copysign, np.fabs, np.floor, np.fmax, np.fmin, np.hypot, np.maximum, np.minimum, np.nextafter, np.rint,
-    np.trunc,
+    np.add, np.ceil, np.copysign, np.fabs, np.floor, np.fmax, np.fmin, np.fmod, np.hypot, np.maximum, np.minimum,
+    np.nextafter, np.remainder, np.rint, np.subtract, np.trunc,
 }  # fmt: skip
+
+# What is compared or added has one unit.
+_OF_ONE_UNIT = _KEEPING | {np.equal, np.not_equal, np.greater, np.greater_equal, np.less, np.less_equal}
 
 _NAMES = {
     np.arccos: "acos", np.arcsin: "asin", np.arctan: "atan", np.cos: "cos", np.cosh: "cosh", np.exp: "exp",
@@ -115,11 +118,11 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
     if isinstance(kwargs.get("where"), _MASKS):
         kwargs["where"] = kwargs["where"].values
     first = arrays[0] if arrays else None
-    for x in arrays[1:]:
+    for x in arrays[1:] if method == "__call__" and ufunc.signature is None else []:
         if x.ndim != arrays[0].ndim or not _core.same_grid(arrays[0], x):
             raise ValueError(f"np.{ufunc.__name__} takes arrays on one grid; bring them there first, as a + 0 * b does")
         _core.check_axes(arrays[0], x)
-    valued: list[Any] = [x for x in inputs if isinstance(x, _ARRAYS)] if ufunc in _KEEPING else []
+    valued: list[Any] = [x for x in inputs if isinstance(x, _ARRAYS)] if ufunc in _OF_ONE_UNIT else []
     if len(valued) == 2:
         _core.check_units(*valued)
     result = getattr(ufunc, method)(*(x.values if isinstance(x, _OURS) else x for x in inputs), **kwargs)
@@ -127,13 +130,13 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
         return out[0] if len(out) == 1 else out
 
     def wrapped(values: Any) -> Any:
-        if method != "__call__" or first is None or np.shape(values) != first.shape:
+        if method != "__call__" or ufunc.signature or first is None or np.shape(values) != first.shape:
             return values
         if values.dtype == bool:
             made: Any = Mask1D(values, first.axes[0]) if first.ndim == 1 else Mask2D(values, first.axes)
         else:
             made = on_axes_of(first, values)
-        if isinstance(made, _ARRAYS) and valued:
+        if isinstance(made, _ARRAYS) and valued and ufunc in _KEEPING:
             _core.take_labels(made, valued[0], valued[-1])
         if isinstance(made, _OURS):
             for x in arrays[1:]:
@@ -152,10 +155,15 @@ def array_ufunc(self: Any, ufunc: np.ufunc, method: str, *inputs: Any, **kwargs:
         slots = _SLOTS.get(ufunc)
         if slots is not None:
             a, b = inputs
+            result = NotImplemented
             if isinstance(a, _ARRAYS):
-                return getattr(a, slots[0])(b)
-            if isinstance(b, _ARRAYS):
-                return getattr(b, slots[1])(a)
+                result = getattr(a, slots[0])(b)
+            elif isinstance(b, _ARRAYS):
+                result = getattr(b, slots[1])(a)
+            if result is not NotImplemented:
+                return result
+            if isinstance(a, np.ndarray) or isinstance(b, np.ndarray):  # of a class that knows better
+                return _on_values(ufunc, method, inputs, kwargs)
         if any(isinstance(x, _ARRAYS) for x in inputs):
             function = _function(ufunc)
             if function is not None:

@@ -6,6 +6,7 @@ from dataclasses import dataclass
 from typing import Any
 
 from dataprocessing import _core
+from dataprocessing._arrays import check_axis_units, require_array
 from dataprocessing._core import Array1D, Array2D, SnipOrder, SnipScale
 
 __all__ = [
@@ -49,6 +50,7 @@ def find_peaks(
         >>> [(peak.index, round(peak.position, 3)) for peak in dp.find_peaks(a, prominence=5)]
         [(5, 5.5)]
     """
+    require_array(a, "find_peaks", 1)
     found = _core.peak_find(a, prominence, distance, width, significance)
     return [FoundPeak(p.index, p.position, p.height, p.prominence, p.width, p.significance) for p in found]
 
@@ -64,6 +66,7 @@ def smooth_savgol(a: Array1D, width: int, order: int, derivative: int = 0) -> Ar
         >>> dp.smooth_savgol(dp.Array1D([0.0, 1.0, 4.0, 9.0, 16.0]), 5, 2, derivative=1).values.round(9)
         array([-0.,  2.,  4.,  6.,  8.])
     """
+    require_array(a, "smooth_savgol", 1)
     smooth = _core.smth_savitzky_golay(a, width, order, derivative)
     return smooth if derivative == 0 else smooth.with_labels(name="", unit="")
 
@@ -78,6 +81,7 @@ def smooth_gauss(a: Any, sigma: float, sigma_y: float | None = None) -> Any:
         >>> dp.smooth_gauss(dp.Array1D([0, 0, 6, 0, 0]), 0.5).values.round(2)
         array([0.  , 0.64, 4.72, 0.64, 0.  ])
     """
+    require_array(a, "smooth_gauss")
     if a.ndim == 1:
         if sigma_y is not None:
             raise ValueError("a 1D array has no y")
@@ -95,6 +99,7 @@ def smooth_median(a: Any, width: int, width_y: int | None = None) -> Any:
         >>> dp.smooth_median(dp.Array1D([1, 1, 99, 2, 2]), 3).values
         array([1, 1, 2, 2, 2], dtype=int32)
     """
+    require_array(a, "smooth_median")
     if a.ndim == 1:
         if width_y is not None:
             raise ValueError("a 1D array has no y")
@@ -112,6 +117,7 @@ def snip(a: Array1D, iterations: int, order: str = "decreasing", scale: str = "c
         >>> dp.snip(dp.Array1D([4.0, 4.0, 9.0, 4.0, 4.0]), 2).values.round(9)
         array([4., 4., 4., 4., 4.])
     """
+    require_array(a, "snip", 1)
     orders = {"decreasing": SnipOrder.DECREASING, "increasing": SnipOrder.INCREASING}
     scales = {"counts": SnipScale.COUNTS, "values": SnipScale.VALUES}
     if order not in orders or scale not in scales:
@@ -124,13 +130,16 @@ def rebin(a: Any, to: Any, delta_y: float | None = None) -> Any:
 
     Of an image ``to`` is the delta along x, ``delta_y`` that along y (the same, if None). Each new element
     gets the share of the old ones that it overlaps, so that the sum stays. Integers give float64. ProgramError
-    for deltas that are not positive and finite.
+    for deltas that are not positive and finite, UnitError for axes of two units.
 
         >>> import dataprocessing as dp
         >>> dp.rebin(dp.Array1D([1, 2, 3, 4], dp.Axis(0.0, 0.5)), 1.0).values
         array([3., 7.])
     """
+    require_array(a, "rebin")
     if isinstance(to, (Array1D, Array2D)):
+        require_array(to, f"rebin of an Array{a.ndim}D", a.ndim)
+        check_axis_units(a, to)
         return _core.resc_rebin(a, to)
     if a.ndim == 1:
         return _core.resc_rebin(a, to)

@@ -24,7 +24,7 @@ from typing import TYPE_CHECKING, Any
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._arrays import failure
+from dataprocessing._arrays import failure, without_masked
 from dataprocessing._core import Array1D, DataError, End, Errors, FitError, IndexSelect, Objective, SingularFitError
 from dataprocessing._fit_result import FitResult, FittedPeak, Parameter
 from dataprocessing._peak_model import ModelPeak, PeakModel
@@ -206,7 +206,7 @@ def _deviations(data: Array1D, deviations: Any) -> Any:
         return Array1D(np.sqrt(np.maximum(data.values, 1.0)), data.axis)
     if isinstance(deviations, Array1D):
         return deviations
-    return Array1D(np.broadcast_to(np.asarray(deviations, dtype="f8"), data.shape), data.axis)
+    return Array1D(np.broadcast_to(np.asarray(without_masked(deviations), dtype="f8"), data.shape), data.axis)
 
 
 def _on_axis(function: Any, data: Array1D) -> Array1D:
@@ -267,7 +267,7 @@ def _linear_result(
     covariance[:count, :count] = function.covariance()
     return FitResult(
         kind, params, covariance, function.residual_sum(), freedom + rank, rank, weights, "solved in one step",
-        axis=data.axis, _curve=curve, _data=data, _fitted=_on_axis(function, data),
+        axis=data.axis, _curve=curve, _data=data.copy(), _fitted=_on_axis(function, data),
     )  # fmt: skip
 
 
@@ -582,6 +582,12 @@ def _ended(result: FitResult, fit: Any) -> FitResult:
     return result
 
 
+def _real(values: Any) -> Any:
+    if np.iscomplexobj(values):
+        raise TypeError("a model gives real values; take their real part or their magnitude there")
+    return values
+
+
 @dataclass(frozen=True)
 class _Called:
     function: Callable[..., Any]
@@ -648,10 +654,13 @@ def curve(
             raise ValueError("ranges select from an Array1D; points (x, y) are taken as they are")
         array = None
         x, y = data
-        x, y = np.asarray(x), np.asarray(y, dtype="f8")
+        x, y = np.asarray(without_masked(x)), np.asarray(without_masked(y))
+        if np.iscomplexobj(y):
+            raise TypeError("fits are made to real elements; take y.real or abs(y) first")
+        y = y.astype("f8")
         counts = isinstance(deviations, str)
         sigma = np.sqrt(np.maximum(y, 1.0)) if counts else deviations
-        sigma = None if sigma is None else np.broadcast_to(np.asarray(sigma, dtype="f8"), y.shape)
+        sigma = None if sigma is None else np.broadcast_to(np.asarray(without_masked(sigma), dtype="f8"), y.shape)
     if not np.all(np.isfinite(x)):
         raise ValueError("a position is not finite")
     kinds = [_core.nlsq_sParameter.free() for _ in names]
@@ -669,7 +678,7 @@ def curve(
         kinds[number(name)] = _core.nlsq_sParameter.tied(number(other), *(numbers or [1.0]))
     gradient = None if derivatives is None else lambda x, p: derivatives(x, *p)
     fit = _core.nlsq_fit(
-        lambda x, p: model(x, *p), x, y, np.asarray(begin, dtype="f8"), gradient, None, sigma,
+        lambda x, p: _real(model(x, *p)), x, y, np.asarray(begin, dtype="f8"), gradient, None, sigma,
         _choice(_OBJECTIVES, objective, "objective"), _choice(_ERRORS, errors, "errors"), kinds, observer=observer,
         **control,
     )  # fmt: skip
@@ -678,7 +687,8 @@ def curve(
     result = FitResult(
         "curve", _parameters(names, fit, kinds), fit.covariance, fit.chi_squared, y.size, fit.free, weights,
         _core.nlsq_text(fit.end), fit.converged(), array.axis if array is not None else None,
-        reduced=fit.reduced_chi_squared(), _curve=_Called(model, tuple(map(float, fit.parameters))), _data=array,
+        reduced=fit.reduced_chi_squared(), _curve=_Called(model, tuple(map(float, fit.parameters))),
+        _data=None if array is None else array.copy(),
     )  # fmt: skip
     return _ended(result, fit)
 
@@ -710,6 +720,9 @@ def peaks(
     data = _spectrum(a)
     start, stop = (-math.inf, math.inf) if over is None else over
     model = model.copy()  # another thread may add to it meanwhile
+    model._check_curves(data)
+    if isinstance(weights, Array1D) and not _core.same_grid(weights, data):
+        raise ValueError("the weights do not lie where the spectrum does")
     kinds = model._core.kinds()
     out = _core.pkmd_fit(
         model._core, data, _choice(_OBJECTIVES, objective, "objective"), weights, _choice(_ERRORS, errors, "errors"),
@@ -728,7 +741,8 @@ def peaks(
     result = FitResult(
         "peaks", _parameters(model.names, fit, kinds), fit.covariance, fit.chi_squared, out.channels, fit.free, weighing,
         _core.nlsq_text(fit.end), fit.converged(), data.axis, found, fit.reduced_chi_squared(),
-        model._curve(tuple(map(float, fit.parameters))), data,
+        None if model._curves else model._curve(tuple(map(float, fit.parameters))), data.copy(),
+        model._at_elements(data, fit.parameters) if model._curves else None,
     )  # fmt: skip
     return _ended(result, fit)
 

@@ -8,6 +8,8 @@ from __future__ import annotations
 
 import numpy as np
 
+from dataprocessing import _core
+from dataprocessing._arrays import check_axis_units, require_array
 from dataprocessing._core import Array1D, Array2D, Axis
 
 TYPE_CHECKING = False  # see __init__
@@ -36,6 +38,7 @@ def _frequency_axis(axis: Axis, count: int) -> Axis:
 
 
 def _require_elements(a: Any) -> None:
+    require_array(a, "a transform")
     if a.size == 0:
         raise ValueError("there is nothing to transform")
 
@@ -85,6 +88,7 @@ def center(a: Any) -> Any:
         >>> dp.center(dp.Array1D([1, 2, 3, 4])).values
         array([3, 4, 1, 2], dtype=int32)
     """
+    require_array(a, "center")
     axes = [Axis(x.offset, x.delta, x.index + n // 2, x.name, x.unit) for x, n in zip(a.axes, a.shape)]
     return _made(np.fft.fftshift(a.values), axes, a.name, a.unit)
 
@@ -93,12 +97,13 @@ def _same_deltas(a: Any, b: Any) -> tuple[Any, Any]:
     """Both at the finer delta of each axis."""
     if a.ndim != b.ndim:
         raise TypeError("a 1D array and a 2D array do not combine")
+    check_axis_units(a, b)
     for x, y in zip(a.axes, b.axes):
-        if x.unit and y.unit and x.unit != y.unit:
-            from dataprocessing._core import UnitError
-
-            raise UnitError(f"the units {x.unit} and {y.unit} meet in one operation")
-    deltas = [min(x.delta, y.delta) for x, y in zip(a.axes, b.axes)][::-1]
+        if x.delta * y.delta < 0:
+            raise ValueError("the axes run in opposite directions")
+        # Where the axes lie plays no part.
+        _core.check_axes(*(Array1D([0], Axis(0.0, one.delta)) for one in (x, y)))
+    deltas = [min(x.delta, y.delta, key=abs) for x, y in zip(a.axes, b.axes)][::-1]
     fine = [
         array if [x.delta for x in array.axes][::-1] == deltas else array.rescale(*deltas) for array in (a, b)
     ]

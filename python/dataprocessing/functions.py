@@ -11,7 +11,7 @@ from collections.abc import Callable
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._arrays import without_masked
+from dataprocessing._arrays import require_array, without_masked
 from dataprocessing._core import Array1D, Array2D, ComplexConversion, Function, Mask1D, Mask2D
 
 TYPE_CHECKING = False  # see __init__
@@ -28,6 +28,8 @@ _ARRAYS = (Array1D, Array2D)
 
 def _number(x: Any) -> Any:
     """A number in a floating type that holds it."""
+    if not isinstance(x, (bool, int, float, complex, np.generic)):
+        require_array(x, "a function")
     if isinstance(x, (bool, int, float)) and not isinstance(x, np.generic):
         return float(x)
     if isinstance(x, np.integer) and x.dtype.itemsize >= 4:
@@ -207,12 +209,13 @@ def arg(x: Any) -> Any:
 
 
 def convert(x: Any, dtype: Any, part: str = "real") -> Any:
-    """``x.astype(dtype, part)``.
+    """``x.astype(dtype, part)`` of an array.
 
         >>> import dataprocessing as dp
         >>> dp.convert(dp.Array1D([1.5, 300.0]), "u1").values
         array([  2, 255], dtype=uint8)
     """
+    require_array(x, "convert")
     return x.astype(dtype, part)
 
 

@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import re
+
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D, Axis
@@ -22,37 +24,85 @@ def _array(values: NDArray[Any], axes: list[Axis], name: str, unit: str) -> Arra
     return Array2D(values, tuple(axes), name=name, unit=unit)
 
 
+# The attribute of a coordinate that says how its positions came about: offset, delta and index of the axis.
+_CALIBRATION = "calibration"
+
+
+def _word(attributes: Any, key: str) -> str:
+    """A label among attributes, where there is one."""
+    found = attributes.get(key)
+    return "" if found is None else str(found)
+
+
+def _dimensions(names: list[str]) -> tuple[str, ...]:
+    """What dimensions of axes with these names are called: each once, unnamed ones (y, x)."""
+    usual = ("x",) if len(names) == 1 else ("y", "x")
+    found = [name or other for name, other in zip(names, usual)]
+    if len(set(found)) < len(found):
+        found = [f"{name}_{other}" for name, other in zip(found, usual)]
+    return tuple(found)
+
+
+def _as_written(coordinate: Any, unit: str) -> Axis | None:
+    """The axis that ``to_xarray`` wrote down, if all positions are those of its elements, or of some in a row."""
+    written = coordinate.attrs.get(_CALIBRATION)
+    if np.shape(written) != (3,):
+        return None
+    try:
+        axis = Axis(float(written[0]), float(written[1]), int(written[2]), unit=unit)
+        part = axis
+        if coordinate.size:
+            part = Axis(axis.offset, axis.delta, axis.index - axis.nearest(coordinate.values[0]), unit=unit)
+    except (TypeError, ValueError):
+        return None
+    return next((a for a in (axis, part) if np.array_equal(a.positions(coordinate.size), coordinate.values)), None)
+
+
 def from_xarray(data: xarray.DataArray, tolerance: float = 1e-3) -> Array1D | Array2D:
     """An array of the elements, coordinates, name and units of a DataArray of one or two dimensions.
 
     Coordinates must be evenly spaced, within ``tolerance`` elements; a dimension without coordinates lies
-    at its indices. Units are those of the attributes ``units``. ValueError for other dimensions and
-    uneven coordinates.
+    at its indices. What ``to_xarray`` made, or a part of it without gaps, gets its axes back bit by bit. Units are
+    those of the attributes ``units``. ValueError for other dimensions and uneven coordinates, TypeError for what is
+    no DataArray and for coordinates that are no real numbers, such as dates.
 
         >>> import xarray, dataprocessing as dp
         >>> data = xarray.DataArray([1.0, 2.0], coords={"x": [0.0, 0.5]}, dims="x")
         >>> dp.from_xarray(data).axis
         Axis(0.0, 0.5, name='x')
     """
+    if not hasattr(data, "dims") or not hasattr(data, "coords"):
+        raise TypeError(f"from_xarray takes a DataArray, not {type(data).__name__}")
     if data.ndim not in (1, 2):
         raise ValueError(f"arrays have one or two dimensions, not {data.ndim}")
-    axes = []
+    axes, names = [], []
     for dimension in data.dims:
-        name = str(dimension)
-        if dimension not in data.coords:
-            axes.append(Axis(name=name))
-            continue
-        coordinate = data.coords[dimension]
-        unit = str(coordinate.attrs.get("units", ""))
-        axes.append(Axis.from_positions(coordinate.values, tolerance, name, unit))
-    name = "" if data.name is None else str(data.name)
-    return _array(data.values, axes, name, str(data.attrs.get("units", "")))
+        axis, name = Axis(), str(dimension)
+        if dimension in data.coords:
+            coordinate = data.coords[dimension]
+            unit = _word(coordinate.attrs, "units")
+            known = _as_written(coordinate, unit)
+            try:
+                axis = known or Axis.from_positions(coordinate.values, tolerance, unit=unit)
+            except (TypeError, ValueError) as error:
+                raise type(error)(f"the coordinate {name}: {error}") from None
+            if known:
+                name = _word(coordinate.attrs, "long_name") if "long_name" in coordinate.attrs else name
+        axes.append(axis)
+        names.append(name)
+    if _dimensions(names) != data.dims:
+        names = list(map(str, data.dims))
+    axes = [Axis(a.offset, a.delta, a.index, name, a.unit) for a, name in zip(axes, names)]
+    return _array(data.values, axes, "" if data.name is None else str(data.name), _word(data.attrs, "units"))
 
 
-def to_xarray(self: Any, dims: tuple[str, ...] | None = None) -> xarray.DataArray:
-    """A DataArray that shares the elements; dimensions are called like the axes, or (y, x).
+def to_xarray(self: Any, dims: str | tuple[str, ...] | None = None) -> xarray.DataArray:
+    """A DataArray that shares the elements; dimensions are called ``dims``, or like the axes, or (y, x).
 
-    Units go into the attributes ``units`` of the data and of the coordinates.
+    Coordinates are the positions, in float64. Units go into the attributes ``units`` of the data and of the
+    coordinates, offset, delta and index into their attributes ``calibration``, so that ``from_xarray`` gives back the
+    same array. Axes of one name are called apart, with ``long_name`` as it was. ValueError where ``dims`` are not as
+    many as the axes, ImportError without xarray.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1.0, 2.0], dp.Axis(0, 0.5, name="x")).to_xarray().dims
@@ -60,14 +110,20 @@ def to_xarray(self: Any, dims: tuple[str, ...] | None = None) -> xarray.DataArra
     """
     import xarray
 
-    usual = ("x",) if self.ndim == 1 else ("y", "x")
-    names = dims or tuple(axis.name or other for axis, other in zip(self.axes, usual))
-    coords = {
-        name: (name, axis.positions(count), {"units": axis.unit} if axis.unit else {})
-        for name, axis, count in zip(names, self.axes, self.shape)
-    }
-    attributes = {"units": self.unit} if self.unit else {}
-    return xarray.DataArray(self.values, coords=coords, dims=names, name=self.name or None, attrs=attributes)
+    names = [axis.name for axis in self.axes]
+    chosen = _dimensions(names) if dims is None else (dims,) if isinstance(dims, str) else tuple(dims)
+    if len(chosen) != self.ndim:
+        raise ValueError(f"{self.ndim} names of dimensions are needed, not {len(chosen)}")
+    coords = {}
+    for dimension, axis, count in zip(chosen, self.axes, self.shape):
+        attributes: dict[str, Any] = {_CALIBRATION: [axis.offset, axis.delta, axis.index]}
+        if axis.unit:
+            attributes["units"] = axis.unit
+        if dims is None and axis.name != dimension:
+            attributes["long_name"] = axis.name
+        coords[dimension] = (dimension, axis.positions(count), attributes)
+    units = {"units": self.unit} if self.unit else {}
+    return xarray.DataArray(self.values, coords=coords, dims=chosen, name=self.name or None, attrs=units)
 
 
 def from_hyperspy(signal: Any) -> Array1D | Array2D:
@@ -80,6 +136,8 @@ def from_hyperspy(signal: Any) -> Array1D | Array2D:
         >>> dp.from_hyperspy(hyperspy.api.signals.Signal1D([1.0, 2.0])).values
         array([1., 2.])
     """
+    if not hasattr(signal, "axes_manager"):
+        raise TypeError(f"from_hyperspy takes a signal, not {type(signal).__name__}")
     axes = []
     for axis in signal.axes_manager._axes:
         if not hasattr(axis, "scale"):
@@ -90,7 +148,8 @@ def from_hyperspy(signal: Any) -> Array1D | Array2D:
     if len(axes) not in (1, 2):
         raise ValueError(f"arrays have one or two dimensions, not {len(axes)}; take one of s.inav[...]")
     title = signal.metadata.get_item("General.title", "") or ""
-    return _array(np.asarray(signal.data), axes, title, "")
+    quantity = re.search(r"\(([^()]*)\)$", signal.metadata.get_item("Signal.quantity", "") or "")
+    return _array(signal.data, axes, title, quantity[1] if quantity else "")
 
 
 def to_hyperspy(self: Any) -> Any:
@@ -109,6 +168,8 @@ def to_hyperspy(self: Any) -> Any:
     kind = hs.signals.Signal1D if self.ndim == 1 else hs.signals.Signal2D
     signal = kind(self.values, axes=described)
     signal.metadata.General.title = self.name
+    if self.unit:
+        signal.metadata.Signal.quantity = f"{self.name or 'Intensity'} ({self.unit})"  # as HyperSpy's own say it
     return signal
 
 

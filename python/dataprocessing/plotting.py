@@ -16,7 +16,8 @@ __all__ = ["plot"]
 
 
 def _label(name: str, unit: str) -> str:
-    return f"{name} / {unit}" if name and unit else name or unit
+    text = f"{name} / {unit}" if name and unit else name or unit
+    return text.replace("$", r"\$")  # no formula
 
 
 def _axes(ax: Axes | None) -> Axes:
@@ -56,7 +57,10 @@ def plot(self: Any, ax: Axes | None = None, **options: Any) -> Axes:
         return ax
     y, x = self.axes
     rows, columns = self.shape
-    ax.imshow(values, **{"origin": "lower", "extent": (*_edges(x, columns), *_edges(y, rows)), **options})
+    origin = options.setdefault("origin", "lower")
+    bottom, top = _edges(y, rows)
+    options.setdefault("extent", (*_edges(x, columns), *((bottom, top) if origin == "lower" else (top, bottom))))
+    ax.imshow(values, **options)
     ax.set_xlabel(_label(x.name, x.unit))
     ax.set_ylabel(_label(y.name, y.unit))
     ax.set_title(_label(getattr(self, "name", ""), getattr(self, "unit", "")))

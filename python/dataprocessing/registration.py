@@ -5,6 +5,7 @@ from __future__ import annotations
 from typing import Any, NamedTuple
 
 from dataprocessing import _core
+from dataprocessing._arrays import check_axis_units, require_array
 from dataprocessing._core import SubElement
 
 __all__ = ["Shift", "register"]
@@ -35,8 +36,9 @@ def register(
 
     ``band`` is what is used of the spatial frequencies, as parts of the Nyquist frequency; ``overlap`` the part
     of the smaller array that must overlap at least; ``sub`` how the shift is found between elements: "squares",
-    where what overlaps differs least, "fourier", "parabola" or "whole". ProgramError for deltas that differ and complex elements, DataError for arrays without
-    elements, or with all elements equal.
+    where what overlaps differs least, "fourier", "parabola" or "whole". ProgramError for deltas that differ and
+    complex elements, UnitError for axes of two units, DataError for arrays without elements, or with all elements
+    equal.
 
         >>> import numpy as np, dataprocessing as dp
         >>> x = np.arange(200)
@@ -52,5 +54,8 @@ def register(
     }
     if sub not in ways:
         raise ValueError(f"sub is one of {', '.join(map(repr, ways))}, not {sub!r}")
+    for one in (moved, ref):
+        require_array(one, "register")
+    check_axis_units(moved, ref)
     found = _core.regs_register(ref, moved, band[0], band[1], overlap, ways[sub])
     return Shift(found.x, getattr(found, "y", 0.0), found.height, found.second)

@@ -111,9 +111,6 @@ sPart partOf(const py::handle& index, int size, int axis) {
         if (PySlice_Unpack(index.ptr(), &first, &last, &step) < 0)
             throw py::error_already_set();
         const py::ssize_t count = PySlice_AdjustIndices(size, &first, &last, step);
-        if (step != 1)
-            throw py::value_error(
-                "slices of arrays have step 1; take .values[...] for other steps");
         return {first, count, false};
     }
     py::ssize_t i = PyNumber_AsSsize_t(index.ptr(), PyExc_IndexError);
@@ -125,10 +122,14 @@ sPart partOf(const py::handle& index, int size, int axis) {
     return {i < 0 ? i + size : i, 1, true};
 }
 
+/// Whether an array is there for the index: of elements in a row. numpy takes all others.
 bool isPositional(const py::handle& index) {
-    if (PyLong_CheckExact(index.ptr()) || py::isinstance<py::slice>(index) ||
-        py::isinstance<py::ellipsis>(index))
+    if (PyLong_CheckExact(index.ptr()) || py::isinstance<py::ellipsis>(index))
         return true;
+    if (py::isinstance<py::slice>(index)) {
+        const py::object step = index.attr("step");
+        return step.is_none() || step.equal(py::int_(1));
+    }
     if (py::isinstance<py::float_>(index))
         throw py::index_error("indices are integers; .at(x) and .sel(start, stop) take positions");
     // numpy's arrays all have an __index__; that of those which are no integer refuses.
@@ -220,22 +221,23 @@ Object selection(const Object& from, const sPart* parts) {
 /// An index of fewer entries than axes, or with `...`, filled up with whole axes.
 template<std::size_t axes>
 std::array<py::object, axes> entriesOf(const py::tuple& tuple) {
+    const auto isEllipsis = [](const py::handle& entry) {
+        return py::isinstance<py::ellipsis>(entry);
+    };
+    const auto ellipses =
+        static_cast<std::size_t>(std::count_if(tuple.begin(), tuple.end(), isEllipsis));
+    if (ellipses > 1)
+        throw py::index_error("an index has one ellipsis at most");
+    if (tuple.size() - ellipses > axes)
+        throw py::index_error("too many indices for a " + std::to_string(axes) + "D array");
     std::array<py::object, axes> entries;
     entries.fill(py::slice(py::none(), py::none(), py::none()));
-    std::size_t behind = 0;
-    bool filled = false;
-    for (std::size_t i = 0; i < tuple.size(); ++i) {
-        if (py::isinstance<py::ellipsis>(tuple[i])) {
-            if (filled)
-                throw py::index_error("an index has one ellipsis at most");
-            filled = true;
-            behind = tuple.size() - i - 1;
-        } else if (tuple.size() <= axes + (filled ? 1u : 0u)) {
-            entries[filled ? axes - behind + (i + behind - tuple.size()) : i] = tuple[i];
-        }
+    for (std::size_t i = 0, axis = 0; i < tuple.size(); ++i) {
+        if (isEllipsis(tuple[i]))
+            axis = axes - (tuple.size() - i - 1);
+        else
+            entries[axis++] = tuple[i];
     }
-    if (tuple.size() > axes + (filled ? 1u : 0u))
-        throw py::index_error("too many indices for a " + std::to_string(axes) + "D array");
     return entries;
 }
 
@@ -275,12 +277,31 @@ py::object get2D(const py::object& self, const py::object& index) {
     return py::cast(std::move(line));
 }
 
+/// Values as elements of `type` will have them: integers are rounded and brought into their limits,
+/// as by astype. TypeError for complex values where elements are real.
+py::object asElements(const py::object& value, dtyp_cDataType type) {
+    const py::array given = asNumpy(value);
+    const char kind = given.dtype().kind();
+    if (kind == 'c' && !type.IsComplex())
+        throw py::type_error("real elements hold no complex values; take abs(v) or v.real first");
+    if (type.Code() > dtyp_Int32 || kind == 'b' || codeOf(given.dtype()) == type)
+        return given;
+    const auto made = fromNumpy<sArray1D>(given.attr("reshape")(-1), type);
+    const py::array elements(dtypeOf(type), {made.values.Size()}, {}, made.values.Data());
+    return elements.attr("reshape")(given.attr("shape"));
+}
+
 template<class Object>
 void set(const py::object& self, const py::object& index, const py::object& value) {
     const py::array view = viewOf(self);
-    refuseMasked(value);
     const py::object to = withoutMasks(held<Object>(self.ptr()), index);
-    if (PyObject_SetItem(view.ptr(), to.ptr(), value.ptr()) != 0)
+    const py::object elements = [&] {
+        if constexpr (std::is_same_v<Object, sArray1D> || std::is_same_v<Object, sArray2D>)
+            return asElements(value, typeOfElements(held<Object>(self.ptr())));
+        refuseMasked(value);
+        return value;
+    }();
+    if (PyObject_SetItem(view.ptr(), to.ptr(), elements.ptr()) != 0)
         throw py::error_already_set();
 }
 
@@ -359,17 +380,31 @@ void setAxes(Object& object, const py::object& axes) {
     }
 }
 
+/// The axes of the array or mask that `values` is, if any.
+template<class Object>
+void takeAxes(Object& object, const py::object& values) {
+    const auto takeThoseOf = [&](const auto* other) {
+        for (int axis = 0; other != nullptr && axis < Object::dimensions; ++axis)
+            object.SetAxis(axis, other->Axis(axis));
+    };
+    if constexpr (Object::dimensions == 1) {
+        takeThoseOf(tryHeld<sArray1D>(values.ptr()));
+        takeThoseOf(tryHeld<sMask1D>(values.ptr()));
+    } else {
+        takeThoseOf(tryHeld<sArray2D>(values.ptr()));
+        takeThoseOf(tryHeld<sMask2D>(values.ptr()));
+    }
+}
+
 template<class Object>
 Object make(const py::object& values, const py::object& axes, const py::object& dtype,
             const py::object& name, const py::object& unit) {
     const py::array in = asNumpy(values);
     const dtyp_cDataType type = dtype.is_none() ? storedType(in) : requestedType(dtype);
     Object object = fromNumpy<Object>(in, type);
-    if (const Object* other = tryHeld<Object>(values.ptr())) {
-        for (int axis = 0; axis < Object::dimensions; ++axis)
-            object.SetAxis(axis, other->Axis(axis));
+    takeAxes(object, values);
+    if (const Object* other = tryHeld<Object>(values.ptr()))
         object.labels = other->labels;
-    }
     setAxes(object, axes);
     if (!name.is_none() || !unit.is_none())
         object.labels = cLabels(name.is_none() ? object.labels.Name() : word(name),
@@ -513,9 +548,7 @@ Object makeMask(const py::object& values, const py::object& axes) {
             first = &mask.values.Element(0, 0);
         std::memcpy(first, in.data(), static_cast<std::size_t>(mask.Count()));
     }
-    if (const Object* other = tryHeld<Object>(values.ptr()))
-        for (int axis = 0; axis < Object::dimensions; ++axis)
-            mask.SetAxis(axis, other->Axis(axis));
+    takeAxes(mask, values);
     setAxes(mask, axes);
     return mask;
 }

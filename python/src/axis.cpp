@@ -9,6 +9,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/operators.h>
 
+#include "array.h"
 #include "errors.h"
 #include "instances.h"
 
@@ -19,6 +20,31 @@ namespace py = pybind11;
 namespace {
 
 using tDoubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
+
+std::string told(double number) { return py::repr(py::float_(number)); }
+
+bool isDelta(double delta) { return std::isfinite(delta) && delta != 0; }
+
+/// What a user asks for. Calibrations that come from elsewhere are what they are.
+cal_cArrayCal checkedCal(double offset, double delta, int index) {
+    if (!std::isfinite(offset))
+        throw py::value_error("an axis has a finite offset, not " + told(offset));
+    if (!isDelta(delta))
+        throw py::value_error("an axis has a delta that is finite and not 0, not " + told(delta));
+    return {offset, delta, index};
+}
+
+tDoubles asPositions(const py::object& positions) {
+    const py::array given = asNumpy(positions);
+    const char kind = given.dtype().kind();
+    if (kind != 'f' && kind != 'i' && kind != 'u')
+        throw py::type_error(
+            "positions are real numbers, not " + std::string(py::str(py::handle(given.dtype()))) +
+            (kind == 'M' || kind == 'm' ? "; the distances from one of them in a unit are, as "
+                                          "(t - t[0]) / np.timedelta64(1, 's')"
+                                        : ""));
+    return tDoubles(given);
+}
 
 py::array_t<double> positions(const sAxis& axis, long long count, const char* what) {
     if (count < 0)
@@ -42,8 +68,12 @@ double shortest(double value, double slack) {
     return value;
 }
 
-sAxis fromPositions(const tDoubles& x, double tolerance, const std::string& name,
-                    const std::string& unit) {
+sAxis fromPositions(const py::object& positions, double tolerance, const py::object& name,
+                    const py::object& unit) {
+    if (!(tolerance >= 0))
+        throw py::value_error("a tolerance is 0 elements or more, not " + told(tolerance));
+    const cLabels labels(word(name), word(unit));
+    const tDoubles x = asPositions(positions);
     if (x.ndim() != 1)
         throw py::value_error("positions are one-dimensional");
     const py::ssize_t n = x.size();
@@ -54,10 +84,12 @@ sAxis fromPositions(const tDoubles& x, double tolerance, const std::string& name
         if (!std::isfinite(at[i]))
             throw py::value_error("position " + std::to_string(i) + " is not finite");
     if (n == 1)
-        return {cal_cArrayCal(at[0], 1, 0), cLabels(name, unit)};
+        return {cal_cArrayCal(at[0], 1, 0), labels};
     const double measured = (at[n - 1] - at[0]) / static_cast<double>(n - 1);
     if (measured == 0)
         throw py::value_error("positions that do not change have no delta");
+    if (!std::isfinite(measured))
+        throw py::value_error("positions that far apart have no finite delta");
     const double slack = tolerance * std::fabs(measured);
     // Half of what is allowed goes to the delta, which counts once per element, half to the offset.
     const double delta = shortest(measured, slack / 2 / static_cast<double>(n - 1));
@@ -66,14 +98,13 @@ sAxis fromPositions(const tDoubles& x, double tolerance, const std::string& name
     for (py::ssize_t i = 0; i < n; ++i)
         if (std::fabs(cal.Position(i) - at[i]) > slack)
             throw py::value_error("position " + std::to_string(i) +
-                                  " is off the straight line by more than " +
-                                  std::to_string(tolerance) + " elements");
-    return {cal, cLabels(name, unit)};
+                                  " is off the straight line by more than " + told(tolerance) +
+                                  " elements");
+    return {cal, labels};
 }
 
 std::string repr(const sAxis& axis) {
-    std::string text = "Axis(" + std::string(py::repr(py::float_(axis.cal.Offset()))) + ", " +
-                       std::string(py::repr(py::float_(axis.cal.Delta())));
+    std::string text = "Axis(" + told(axis.cal.Offset()) + ", " + told(axis.cal.Delta());
     if (axis.cal.CalIndex() != 0)
         text += ", index=" + std::to_string(axis.cal.CalIndex());
     if (!axis.labels.Name().empty())
@@ -117,14 +148,24 @@ std::string word(const py::handle& text) {
         return {};
     if (!py::isinstance<py::str>(text))
         throw py::type_error("names and units are texts");
-    return py::cast<std::string>(text);
+    Py_ssize_t size = 0;
+    const char* const utf8 = PyUnicode_AsUTF8AndSize(text.ptr(), &size);
+    if (utf8 == nullptr) {
+        PyErr_Clear();
+        throw py::value_error(
+            "names and units have no lone surrogates, unlike " +
+            std::string(py::str(py::module_::import("builtins").attr("ascii")(text))));
+    }
+    return {utf8, static_cast<std::size_t>(size)};
 }
 
 void registerAxis(py::module_& module) {
     py::class_<sAxis> axis(module, "Axis", py::module_local(),
                            R"(Where the elements of an array lie.
 
-Element `i` lies at ``offset + (i - index) * delta``. An axis never changes; names and units are labels.
+Element `i` lies at ``offset + (i - index) * delta``. An axis never changes; names and units are labels,
+of the positions. ValueError for an offset or a delta that is not finite and for a delta of 0, TypeError for words that
+are no text.
 
     >>> import dataprocessing as dp
     >>> energy = dp.Axis(6.2, 0.1, name="energy", unit="keV")
@@ -134,7 +175,7 @@ Element `i` lies at ``offset + (i - index) * delta``. An axis never changes; nam
     typeOf<sAxis> = reinterpret_cast<PyTypeObject*>(axis.ptr());
     axis.def(py::init([](double offset, double delta, int index, const py::object& name,
                          const py::object& unit) {
-                 return sAxis{cal_cArrayCal(offset, delta, index), cLabels(word(name), word(unit))};
+                 return sAxis{checkedCal(offset, delta, index), cLabels(word(name), word(unit))};
              }),
              py::arg("offset") = 0.0, py::arg("delta") = 1.0, py::arg("index") = 0,
              py::arg("name") = "", py::arg("unit") = "")
@@ -179,7 +220,13 @@ of where it was. ValueError for positions that are not finite or not evenly spac
     1.5
 )")
         .def(
-            "nearest", [](const sAxis& a, double x) { return a.cal.Index(x); }, py::arg("x"),
+            "nearest",
+            [](const sAxis& a, double x) {
+                if (std::isnan(a.cal.RealIndex(x)))
+                    throw py::value_error("no element is nearest to position " + told(x));
+                return a.cal.Index(x);
+            },
+            py::arg("x"),
             R"(The element nearest to position `x`; a half goes up.
 
     >>> import dataprocessing as dp
@@ -239,11 +286,20 @@ ValueError for a negative count.
                  return py::hash(py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(),
                                                 a.labels.Name(), a.labels.Unit()));
              })
+        .def_static(
+            "_of",
+            [](double offset, double delta, int index, const py::object& name,
+               const py::object& unit) {
+                return sAxis{cal_cArrayCal(offset, delta, index), cLabels(word(name), word(unit))};
+            })
         .def("__reduce__", [](const py::object& self) {
             const sAxis& a = held<sAxis>(self.ptr());
-            return py::make_tuple(self.attr("__class__"),
-                                  py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(),
-                                                 a.labels.Name(), a.labels.Unit()));
+            const bool isRefused = !std::isfinite(a.cal.Offset()) || !isDelta(a.cal.Delta());
+            return py::make_tuple(
+                isRefused ? py::module_::import("dataprocessing._arrays").attr("axis_of")
+                          : self.attr("__class__"),
+                py::make_tuple(a.cal.Offset(), a.cal.Delta(), a.cal.CalIndex(), a.labels.Name(),
+                               a.labels.Unit()));
         });
 }
 

@@ -9,6 +9,7 @@
 #include "functions.h"
 #include "masks.h"
 #include "operators.h"
+#include "refusals.h"
 #include "safeguards.h"
 
 namespace dataprocessing::python {
@@ -57,6 +58,7 @@ void define(py::module_& module) {
     registerRecords(module);
     registerMaps(module);
     registerSafeguards(module);
+    sayRefusalsShortly(module);
     if (PyModule_AddFunctions(module.ptr(), functions) != 0)
         throw py::error_already_set();
 }

@@ -1,3 +1,8 @@
+#include <cstring>
+#include <vector>
+
+#include <pybind11/numpy.h>
+
 #include "functions.h"
 #include "gil.h"
 #include "instances.h"
@@ -51,6 +56,17 @@ void defineRanges(py::module_& module) {
              })
         .def("intersection", [](const rnge_c2DRange& r, const rnge_c2DRange& o) { return r & o; })
         .def("union", [](const rnge_c2DRange& r, const rnge_c2DRange& o) { return r | o; });
+}
+
+using tDoubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
+
+std::vector<py::ssize_t> shapeOf(const py::array& array) {
+    return {array.shape(), array.shape() + array.ndim()};
+}
+
+/// Of what lies between integers: a double, so that nothing is rounded away.
+dtyp_cDataType typeOfValues(dtyp_cDataType type, bool interpolate) {
+    return interpolate && type.Code() <= dtyp_Int32 ? dtyp_cDataType(dtyp_Double) : type;
 }
 
 template<class A>
@@ -114,6 +130,16 @@ void registerValueFunctions(py::module_& module) {
     module.def("value", [](const sArray2D& a, double x, double y, bool interpolate) {
         return sNumber{
             a.values.Value(x, y, interpolate ? darr_LinearInterpolation : darr_NoInterpolation)};
+    });
+    module.def("values_at", [](const sArray1D& a, const tDoubles& x, bool interpolate) {
+        py::array found(dtypeOf(typeOfValues(a.values.DataType(), interpolate)), shapeOf(x));
+        const auto how = interpolate ? darr_LinearInterpolation : darr_NoInterpolation;
+        char* to = static_cast<char*>(found.mutable_data());
+        for (py::ssize_t i = 0; i < x.size(); ++i, to += found.itemsize()) {
+            const pnum_cNumber number = a.values.Value(x.data()[i], how);
+            std::memcpy(to, number.Data(), static_cast<std::size_t>(found.itemsize()));
+        }
+        return found;
     });
     const auto gridOf = [](const auto& grid, int axis) {
         if constexpr (requires { grid.size; })

@@ -9,7 +9,7 @@ import weakref
 import dataprocessing as dp
 import numpy as np
 import pytest
-from dataprocessing import _core
+from dataprocessing import _core, fitting
 from dataprocessing.fitting import Gaussian, PeakModel, Selection, Window
 
 AXIS = dp.Axis(5.0, 0.01, name="energy", unit="keV")
@@ -550,3 +550,76 @@ class TestTransforms:
         assert _core.trns_transform_from_base(3.0, x) == 7 and _core.trns_transform(7.0, x, y) == 30
         rect = _core.trns_transform_from_base(_core.rnge_c2DRange(0, 0, 1, 2), x, y)
         assert rect.corners[0] == (1, 0) and rect.corners[2] == (3, 20)
+
+
+def with_curve():
+    axis = dp.Axis(6.0, 0.01, unit="keV")
+    x = axis.positions(80)
+    counts = dp.Array1D(np.round(900 * np.exp(-(((x - 6.4) / 0.06) ** 2) / 2) + 20), axis, name="n", unit="counts")
+    model = fitting.PeakModel()
+    model.peak("gaussian", 6.38, 700, 0.05, name="Fe")
+    model.curve(dp.Array1D(20 * np.ones(80), axis))
+    return counts, model
+
+
+def test_a_curve_given_element_by_element_is_part_of_the_curve():
+    counts, model = with_curve()
+    fit = fitting.peaks(counts, model)
+    factor = fit.params["factor of the curve"].value
+    assert fit.eval().values[0] == pytest.approx(20 * factor, rel=1e-6) and abs(fit.residual.values[0]) < 0.1
+    assert fit.eval(counts).identical(fit.eval()) and fit.eval().unit == "counts"
+    assert pickle.loads(pickle.dumps(fit)).eval().identical(fit.eval())
+    for where in (dp.Axis(5.0, 0.01), [6.4]):
+        with pytest.raises(ValueError, match="element by element"):
+            fit.eval(where)
+
+
+def test_what_goes_with_a_spectrum_lies_where_it_does():
+    counts, model = with_curve()
+    with pytest.raises(ValueError, match="weights"):
+        fitting.peaks(counts, model, objective="least-squares", weights=dp.Array1D(np.ones(80), dp.Axis(100.0)))
+    model.curve(dp.Array1D(np.ones(80), dp.Axis(100.0)))
+    with pytest.raises(ValueError, match="curve"):
+        fitting.peaks(counts, model)
+
+
+def test_results_do_not_follow_the_data():
+    a = dp.Array1D([1.0, 2.0, 4.0, 3.0])
+    fits = [fitting.polynomial(a), fitting.curve(lambda x, p: p * x, a)]
+    before = [fit.residual.values.tolist() for fit in fits]
+    a.values[:] = 0
+    assert [fit.residual.values.tolist() for fit in fits] == before
+
+
+def test_curves_have_the_labels_of_what_was_fitted():
+    fit = fitting.polynomial(dp.Array1D([1.0, 2.0, 4.0], dp.Axis(unit="s"), name="n", unit="c"))
+    for where in (None, dp.Axis(0.5), dp.Array1D([0.0, 1.0], unit="volt", name="vv")):
+        assert (fit.eval(where).name, fit.eval(where).unit) == ("n", "c")
+    with pytest.raises(dp.UnitError):
+        fit.eval(dp.Axis(0.0, unit="keV"))
+
+
+def test_masked_points_are_refused():
+    y = np.ma.array([2.0, 400.0, 6.0], mask=[0, 1, 0])
+    spectrum = dp.Array1D([1.0, 2.0, 3.0])
+    for call in (lambda: fitting.curve(lambda x, a: a * x, ([1, 2, 3], y)), lambda: fitting.polynomial(spectrum, deviations=y),
+                 lambda: fitting.curve(lambda x, a: a * x, ([1, 2, 3], [1, 2, 3]), deviations=y)):  # fmt: skip
+        with pytest.raises(TypeError, match="masked"):
+            call()
+
+
+def test_complex_points_and_models_are_refused():
+    with pytest.raises(TypeError, match="real"):
+        fitting.curve(lambda x, a: a * x, ([1, 2, 3], [1j, 2, 3]))
+    with pytest.raises(TypeError, match="real"):
+        fitting.curve(lambda x, a: a * x * 1j, ([1, 2, 3], [2, 4, 6]))
+
+
+def test_names_that_were_given_stay():
+    model = fitting.PeakModel()
+    model.peak("gaussian", 6.4, 1, 0.1)
+    given = [*model.polynomial([10]), *model.power_law(1, -2, 5.0), *model.exponential(1, -1), *model.curve(dp.Array1D([1.0]))]
+    second = [*model.polynomial([1, 2]), *model.power_law(1, -2, 5.0), *model.exponential(1, -1), *model.curve(dp.Array1D([1.0]))]
+    assert set(given + second) <= set(model.names) and len(set(model.names)) == len(model.names)
+    assert second[0] == "coefficient 0 (2)" and second[1] == "coefficient 1" and second[2] == "amplitude of the power law (2)"
+    model.fix(*given, *second)

@@ -1,6 +1,7 @@
 """How arrays look, and how they go to and come from other libraries."""
 
 import html.parser
+import io
 import math
 import subprocess
 import sys
@@ -98,7 +99,7 @@ def test_xarray_there_and_back():
     back = dp.from_xarray(data)
     assert back.identical(a)
     image = dp.Array2D(np.ones((2, 3)), axes=(dp.Axis(0, 2), dp.Axis(-0.3, 0.01)))
-    assert dp.from_xarray(image.to_xarray()).axes == (dp.Axis(0, 2, name="y"), dp.Axis(-0.3, 0.01, name="x"))
+    assert image.to_xarray().dims == ("y", "x") and dp.from_xarray(image.to_xarray()).identical(image)
     assert dp.from_xarray(xarray.DataArray([1.0, 2.0], dims="t")).axis == dp.Axis(name="t")
     with pytest.raises(ValueError):
         dp.from_xarray(xarray.DataArray(np.zeros((1, 1, 1))))
@@ -150,3 +151,28 @@ def test_drawings_of_steep_lines_have_no_gaps():
     assert all(not (a < b) for a, b in zip(largest[:-1], least[1:]))
     assert all(not (a > b) for a, b in zip(least[:-1], largest[1:]))
     assert np.isnan(least[4]) and least[5] == 7
+
+
+def test_pictures_of_images_from_the_top():
+    pytest.importorskip("matplotlib")
+    from matplotlib.figure import Figure
+
+    image = dp.Array2D(np.ones((2, 3)))
+    extents = {o: image.plot(Figure().subplots(), origin=o).get_images()[0].get_extent() for o in ("lower", "upper")}
+    assert extents == {"lower": (0, 3, 0, 2), "upper": (0, 3, 2, 0)}
+
+
+def test_labels_are_no_formulas():
+    pytest.importorskip("matplotlib")
+    from matplotlib.figure import Figure
+
+    figure = Figure()
+    dp.Array1D([1, 2], unit="$\\frac$").plot(figure.subplots())
+    figure.savefig(io.BytesIO(), format="png")
+
+
+@pytest.mark.filterwarnings("error")
+@pytest.mark.parametrize("values", [[1e20] * 5, [-1.7e308, 1.7e308], [1e308, 1.1e308], [5e-324, 0]])
+def test_drawings_at_the_ends_of_the_scale(values):
+    assert "svg" in dp.Array1D(values)._repr_html_() and "img" in dp.Array2D([values])._repr_html_()
+    assert repr(dp.Array1D([1, 2], dp.Axis(1e10, 1e-5))).count("10000000000.00002") == 1

@@ -51,6 +51,107 @@ def test_masks_of_where_meet_arrays():
         dp.where(mask, IMAGE, 0.0)
 
 
+@pytest.mark.parametrize("name", ["add", "subtract", "fmod", "remainder", "maximum", "less", "equal"])
+@pytest.mark.parametrize("options", [{}, {"dtype": "f4"}, {"out": np.zeros(4)}, {"where": np.ones(4, bool)}], ids=str)
+def test_numpys_options_leave_units_alone(name, options):
+    if name in ("less", "equal"):
+        options = {} if "dtype" in options else options
+    with pytest.raises(dp.UnitError):
+        getattr(np, name)(A, A.with_labels(unit="nm"), **options)
+    assert name in ("less", "equal") or "out" in options or getattr(np, name)(A, 1.0, **options).unit == "counts"
+
+
+def test_products_of_matrices_have_no_axis():
+    for other in (np.ones((4, 4)), np.ones((4, 2))):
+        assert type(np.matmul(A, other)) is np.ndarray
+
+
+def test_outer_and_at_take_any_sizes():
+    b = dp.Array1D([1.0, 2.0])
+    assert np.add.outer(A, b).tolist() == np.add.outer(A.values, b.values).tolist()
+    changed = A.copy()
+    np.add.at(changed, [0, 1], b)
+    assert changed.values.tolist() == [2.0, 4.0, 3.0, 4.0]
+
+
+def test_arrays_of_other_classes_decide():
+    masked = np.ma.array([1.0, 2.0, 3.0, 4.0], mask=[0, 1, 0, 0])
+    assert np.add(A, masked).mask.tolist() == (A + masked).mask.tolist() == [False, True, False, False]
+
+
+def test_numpys_functions_do_not_go_on_without_us():
+    with pytest.raises(ValueError, match="complex"):
+        np.argmax(dp.Array1D([1j, 2]))
+    limited = np.clip(dp.Array1D([5, 7, 0], dp.Axis(4.0), unit="m"), [1.5, 2, 3], 6)
+    assert limited.values.tolist() == [5, 6, 3] and limited.axis == dp.Axis(4.0) and limited.unit == "m"
+    with pytest.raises(dp.UnitError):
+        np.clip(A, A.with_labels(unit="nm"), None)
+    with pytest.raises(ValueError):
+        np.clip(A, [1, 2, 3, 4], None, out=np.zeros(4))
+
+
+def test_masks_are_iterables():
+    assert list(A > 2) == [False, False, True, True] and [row.tolist() for row in IMAGE > 5] == [[False] * 4, [False, False, True, True]]
+    pandas = pytest.importorskip("pandas")
+    assert pandas.DataFrame({"a": A, "b": A > 2})["b"].tolist() == [False, False, True, True]
+
+
+@pytest.mark.parametrize("deltas", [(1.0, 0.5), (0.5, 1.0)])
+@pytest.mark.parametrize("function", [dp.correlate, dp.convolve])
+def test_the_finer_delta_is_the_smaller_step(function, deltas):
+    rising, falling = (
+        function(*(dp.Array1D(np.arange(1.0, 5.0), dp.Axis(0.0, sign * delta)) for delta in deltas)) for sign in (1, -1)
+    )
+    assert rising.axis.delta == 0.5 == -falling.axis.delta and rising.values.tolist() == falling.values.tolist()
+    with pytest.raises(ValueError, match="opposite"):
+        function(rising, falling)
+
+
+def test_correlations_meet_as_operators_do():
+    a, b = dp.Array1D(np.ones(4), dp.Axis(0.0, 0.1)), dp.Array1D(np.ones(4), dp.Axis(90.0, 0.1 + 1e-9))
+    for function in (dp.correlate, dp.convolve):
+        with pytest.warns(dp.AlignmentWarning):
+            function(a, b)
+        with dp.alignment("exact"), pytest.raises(ValueError, match="exact"):
+            function(a, b)
+        with dp.alignment("exact"):
+            function(a, a.with_axes(dp.Axis(7.0, 0.1)))
+
+
+UNITS = [dp.Array1D(np.arange(4.0), dp.Axis(6.0, 0.1, unit=unit)) for unit in ("keV", "eV")]
+
+
+@pytest.mark.parametrize("function", [dp.rebin, dp.register, dp.correlate, dp.convolve], ids=lambda f: f.__name__)
+def test_axes_of_two_units_do_not_meet(function):
+    with pytest.raises(dp.UnitError):
+        function(*UNITS)
+
+
+@pytest.mark.parametrize("call", [
+    lambda x: dp.fft(x), lambda x: dp.ifft(x), lambda x: dp.correlate(x, x), lambda x: dp.band_pass(x, 0, 1), lambda x: dp.center(x),
+    lambda x: dp.smooth_gauss(x, 1), lambda x: dp.smooth_median(x, 3), lambda x: dp.snip(x, 3), lambda x: dp.smooth_savgol(x, 3, 1),
+    lambda x: dp.find_peaks(x), lambda x: dp.rebin(x, 2.0), lambda x: dp.convert(x, "u1"), lambda x: dp.register(x, x), dp.exp, dp.log,
+])  # fmt: skip
+def test_what_is_no_array_is_told_so(call):
+    with pytest.raises(TypeError, match="array"):
+        call([1.0, 2.0])
+    with pytest.raises(TypeError, match="array"):
+        call("x")
+
+
+def test_other_dimensions_are_told_so():
+    with pytest.raises(TypeError, match="Array1D"):
+        dp.rebin(A, dp.Array2D([[1]]))
+    with pytest.raises(TypeError, match="Rect"):
+        IMAGE.sel((0, 0, 1, 1))
+    with pytest.raises(ValueError, match="1 axes"):
+        A.with_axes()
+    with pytest.raises(TypeError):
+        dp.Range(1, 2) & 5
+    with pytest.raises(TypeError):
+        A.apply(lambda values: values.astype(object))
+
+
 def elsewhere():
     a, image, mask = A.copy(), IMAGE.copy(), ELSEWHERE > 2
     yield lambda: a[mask]

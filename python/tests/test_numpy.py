@@ -42,7 +42,7 @@ def agree(found, wanted):
 def test_reductions_of_images_are_those_of_numpy(values, name, axis):
     image = dp.Array2D(values, AXES, name="n", unit="V")
     if values.dtype.kind == "c" and name[-3:] in ("min", "max"):
-        with pytest.raises(TypeError):
+        with pytest.raises(ValueError if "arg" in name and not isinstance(axis, tuple) else (TypeError, ValueError)):
             getattr(image, name)(axis=axis)
         return
     if "arg" in name and isinstance(axis, tuple):
@@ -198,7 +198,8 @@ def test_masks_stay_on_their_grid():
             call()
     with pytest.raises(TypeError):
         hash(other)
-    assert ((a > 1) == 3) is False and ((a > 1) == True).values.tolist() == [False, True, True]  # noqa: E712
+    assert ((a > 1) == 3).values.tolist() == [False] * 3 and ((a > 1) == [1, 0, 1]).values.tolist() == [False, False, True]
+    assert ((a > 1) == "x") is False and ((a > 1) == True).values.tolist() == [False, True, True]  # noqa: E712
     assert type(np.sin(a > 1)) is dp.Array1D and type(np.minimum(a > 1, a > 2)) is dp.Mask1D
 
 

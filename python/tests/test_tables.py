@@ -414,7 +414,7 @@ REFUSED = {
     ("program", "smth", 3): lambda: dp.smooth_savgol(A, 3, 1, -1),
     ("program", "smth", 4): lambda: dp.smooth_gauss(A, -1),
     ("program", "smth", 5): lambda: dp.smooth_median(Z, 3),
-    ("program", "smth", 6): lambda: dp.smooth_savgol(dp.Array1D(A, dp.Axis(0, 0)), 3, 1, 1),
+    ("program", "smth", 6): lambda: dp.smooth_savgol(dp.Array1D(A, _core.Axis._of(0, 0, 0, "", "")), 3, 1, 1),
     ("user", "statist", 166): lambda: _core.stat_mean(EMPTY),
     ("user", "statist", 178): lambda: _core.stat_mean(dp.Array2D(np.ones((0, 0)))),
     ("user", "statist", 190): lambda: _core.stat_variance(EMPTY),

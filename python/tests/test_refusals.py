@@ -1,0 +1,97 @@
+"""What is refused, and that it is said in a sentence."""
+
+import pickle
+
+import dataprocessing as dp
+import numpy as np
+import pytest
+from dataprocessing import _core
+
+NAN, INF = float("nan"), float("inf")
+A = dp.Array1D([1, 2])
+
+
+@pytest.mark.parametrize(
+    "given", [{"delta": 0}, {"delta": -0.0}, {"delta": NAN}, {"delta": INF}, {"offset": NAN}, {"offset": -INF}], ids=str
+)
+def test_axes_have_a_place_and_a_step(given):
+    with pytest.raises(ValueError, match="an axis has a"):
+        dp.Axis(**given)
+
+
+def test_axes_of_other_makes_are_kept():
+    assert dp.Axis(0, -0.5).delta == -0.5
+    odd = _core.Axis._of(0.0, NAN, 3, "x", "s")
+    back = pickle.loads(pickle.dumps(odd))
+    assert repr(back) == repr(odd) == "Axis(0.0, nan, index=3, name='x', unit='s')"
+    assert pickle.loads(pickle.dumps(dp.Array1D([1], odd))).axis.unit == "s"
+
+
+@pytest.mark.parametrize(
+    ("positions", "tolerance"),
+    [([0, 1, 5], NAN), ([0, 1, 5], -1), ([0, 1, 5], 1e-3), ([-1.7e308, 0, 1.7e308], 1e-3), ([1, 1], 1), ([], 1), ([0, NAN], 1)],
+)
+def test_positions_that_make_no_axis(positions, tolerance):
+    with pytest.raises(ValueError):
+        dp.Axis.from_positions(positions, tolerance)
+
+
+def test_positions_have_no_mask():
+    with pytest.raises(TypeError, match="masked"):
+        dp.Axis.from_positions(np.ma.array([0, 1, 2], mask=[0, 1, 0]))
+    with pytest.raises(TypeError, match="masked"):
+        A.at(np.ma.array([0, 1], mask=[0, 1]))
+
+
+def test_nothing_is_nearest_to_nan():
+    with pytest.raises(ValueError, match="nearest"):
+        dp.Axis().nearest(NAN)
+    assert dp.Axis().nearest(INF) == 2**31 - 1
+
+
+@pytest.mark.parametrize("make", [lambda w: dp.Axis(name=w), lambda w: dp.Axis(unit=w), lambda w: dp.Array1D([1], name=w),
+                                  lambda w: dp.Axis.from_positions([1.0], unit=w), lambda w: A.with_labels(unit=w)])  # fmt: skip
+def test_words_are_text_that_can_be_written(make):
+    with pytest.raises(ValueError, match="surrogates"):
+        make("a\ud800b")
+    with pytest.raises(TypeError, match="texts"):
+        make(5)
+    make("\u00b5m")
+
+
+def test_words_stay_on_their_line():
+    a = dp.Array1D([1], dp.Axis(name="a\nb", unit="k\x1b[31m"), name="x\ty")
+    assert repr(a).splitlines()[0] == r"<Array1D int32 (1) x\ty a\nb 0..1 k\x1b[31m, delta 1"
+    assert "\n" not in a._repr_html_() and a.name == "x\ty"
+
+
+REFUSED = {
+    "Axis() takes (offset: float = 0.0, delta: float = 1.0, index: int = 0, name: object = '', unit: object = ''), "
+    "not ('a', name=str)": lambda: dp.Axis("a", name="b" * 80),
+    "nearest() takes (x: float), not ('x')": lambda: dp.Axis().nearest("x"),
+    "position() takes (index: int), not (1.5)": lambda: dp.Axis().position(1.5),
+    "copy() takes (), not (3)": lambda: A.copy(3),
+    "stat_sum() takes no (list); its docstring lists what it takes": lambda: _core.stat_sum([1]),
+    "warp_rotate() takes (Array2D, float, rnge_c2DRange), not (Array1D, 1, None)": lambda: _core.warp_rotate(A, 1, None),
+    "rnge_c2DRange() takes no (0, 1); its docstring lists what it takes": lambda: _core.rnge_c2DRange(0, 1),
+    "the setter() takes (rnge_c1DRange, float), not (rnge_c1DRange, 'x')": lambda: setattr(_core.rnge_c1DRange(), "start", "x"),
+}  # fmt: skip
+
+
+@pytest.mark.parametrize("said", REFUSED)
+def test_arguments_of_other_types_are_told_in_a_sentence(said):
+    with pytest.raises(TypeError) as error:
+        REFUSED[said]()
+    assert str(error.value) == said
+
+
+def test_other_errors_are_told_as_they_are():
+    with pytest.raises(TypeError, match="^arrays hold no elements of type <U1$"):
+        dp.Array1D(["a"])
+
+    class Odd:
+        def __array__(self):
+            raise TypeError("incompatible with everything")
+
+    with pytest.raises(TypeError, match="^incompatible with everything$"):
+        dp.Array1D(Odd())
