@@ -17,8 +17,9 @@ __all__ = ["alignment"]
 class alignment:  # noqa: N801, a context manager that reads like a statement
     """What happens in this block where two arrays lie on different axes.
 
-    ``"auto"`` (the default everywhere) resamples the coarser one and fills up with zeros; ``"exact"``
-    raises ValueError instead. It holds for the calling thread or task alone.
+    ``"auto"`` (the default everywhere) resamples the coarser one and fills up with zeros; ``"exact"`` raises
+    ValueError instead. It holds for the calling thread or task alone. Units are compared either way, with UnitError.
+    ValueError for another word.
 
         >>> import dataprocessing as dp
         >>> a = dp.Array1D([1.0, 2.0]); b = dp.Array1D([1.0, 2.0], dp.Axis(1.0))

@@ -168,6 +168,8 @@ def imag(self: Any) -> Any:
 def conj(self: Any) -> Any:
     """The complex conjugate; a copy of a real array.
 
+    Shape, axes, name and unit stay.
+
         >>> import dataprocessing as dp
         >>> dp.Array1D([1 + 2j]).conj().values
         array([1.-2.j])
@@ -181,9 +183,9 @@ def conj(self: Any) -> Any:
 def astype(self: Any, dtype: Any, part: str = "real") -> Any:
     """The array with elements of another type.
 
-    Values that the type does not hold are rounded to nearest, ties to even, and clipped to its limits;
-    NaN becomes 0 in an integer. ``part`` says what a complex element becomes in a real type: "real",
-    "imag", "modulus" or "phase". TypeError for a type that arrays have not.
+    Values that the type does not hold are rounded to nearest, ties to even, and clipped to its limits; NaN becomes 0
+    in an integer. ``part`` says what a complex element becomes in a real type: "real", "imag", "modulus" or "phase".
+    TypeError for a type that arrays have not. Shape, axes, name and unit stay. ValueError for another ``part``.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1.5, 300.0, -1.0]).astype("u1").values
@@ -196,6 +198,8 @@ def astype(self: Any, dtype: Any, part: str = "real") -> Any:
 def with_labels(self: Any, name: str | None = None, unit: str | None = None) -> Any:
     """A copy with another name, another unit; None leaves what is there.
 
+    Elements and axes are copied as they are. TypeError for what is no text.
+
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 2]).with_labels(unit="counts").unit
         'counts'
@@ -206,6 +210,9 @@ def with_labels(self: Any, name: str | None = None, unit: str | None = None) -> 
 @_method(*ARRAYS, *MASKS)
 def with_axes(self: Any, *axes: Axis) -> Any:
     """A copy that lies elsewhere: one Axis, or (y, x) of an image.
+
+    Elements, name and unit of the values stay; the axes bring their own. ValueError for another number of axes,
+    TypeError for what is no Axis.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 2]).with_axes(dp.Axis(5.0, 0.5)).axis
@@ -253,10 +260,11 @@ def _clipped(first: int, last: int, size: int, outside: str) -> tuple[int, int]:
 def _sel_1d(self: Array1D, start: Any, stop: Any = None, rule: str = "nearest", outside: str = "clip") -> Array1D:
     """The part between two positions, as an array of its own; every element stays where it was.
 
-    ``rule`` says how positions become indices: "nearest" rounds both ends, "floor" and "ceiling" take
-    the element that covers them or the next, "outer" all that are touched. ``outside`` says what lies
-    beyond the array: "clip" leaves it out, "zero" fills it with zeros, "raise" is IndexOutOfRangeError.
-    ``start`` may be a Range.
+    ``rule`` says how positions become indices: "nearest" rounds both ends, "floor" and "ceiling" take the element that
+    covers them or the next, "outer" all that are touched. ``outside`` says what lies beyond the array: "clip" leaves
+    it out, "zero" fills it with zeros, "raise" is IndexOutOfRangeError. ``start`` may be a Range. Positions are in
+    units of the axis; name and unit stay. ValueError for another rule or another ``outside``, IndexOutOfRangeError for
+    NaN.
 
         >>> import dataprocessing as dp
         >>> a = dp.Array1D([12, 15, 90, 15, 11], dp.Axis(6.2, 0.1))
@@ -273,7 +281,8 @@ def _sel_1d(self: Array1D, start: Any, stop: Any = None, rule: str = "nearest", 
 def _sel_2d(self: Array2D, rect: Any, rule: str = "nearest", outside: str = "clip") -> Array2D:
     """The part inside a rectangle's upright hull; see ``Array1D.sel`` for ``rule`` and ``outside``.
 
-    TypeError for what is no Rect.
+    TypeError for what is no Rect. The rectangle is in units of the axes; name and unit stay. See ``Array1D.sel`` for
+    other errors.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.Array2D(np.ones((4, 6))).sel(dp.Rect(1, 0, 4, 2)).shape
@@ -289,6 +298,7 @@ def _sel_2d(self: Array2D, rect: Any, rule: str = "nearest", outside: str = "cli
 
 
 _sel_1d.__name__ = _sel_2d.__name__ = "sel"
+_sel_1d.__qualname__, _sel_2d.__qualname__ = "Array1D.sel", "Array2D.sel"
 setattr(Array1D, "sel", _sel_1d)
 setattr(Array2D, "sel", _sel_2d)
 
@@ -297,7 +307,9 @@ setattr(Array2D, "sel", _sel_2d)
 def at(self: Array1D, x: Any, interpolate: bool = True) -> Any:
     """The value at position ``x``: linear between elements, or that of the element that covers it.
 
-    ``x`` may be an array of positions. Outside of the array its end elements hold.
+    ``x`` may be an array of positions. Outside of the array its end elements hold. In units of the values; an array of
+    positions, in units of the axis, gives an ndarray of its shape. Integers are float64 in between.
+    IndexOutOfRangeError for NaN and for an array without elements.
 
         >>> import dataprocessing as dp
         >>> a = dp.Array1D([10.0, 20.0], dp.Axis(0.0, 2.0))
@@ -312,6 +324,8 @@ def at(self: Array1D, x: Any, interpolate: bool = True) -> Any:
 @_method(Array2D)
 def row(self: Array2D, index: int) -> Array1D:
     """Row ``index`` along x; IndexOutOfRangeError outside of the image.
+
+    It lies on the axis x, with the name and unit of the image.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.Array2D(np.eye(2, 3)).row(1).values
@@ -360,7 +374,8 @@ def sum_(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdi
     """The sum of all elements, in the unit of the values.
 
     Arguments are those of ``ndarray.sum``; along axis 0 (y) or 1 (x) of an image an Array1D. Sums of integers are
-    float64, and exact as far as that goes. 0.0 without elements. NaN where one is.
+    float64, and exact as far as that goes. 0.0 without elements. NaN where one is. What numpy refuses is its
+    TypeError or ValueError.
 
         >>> import numpy as np, dataprocessing as dp
         >>> image = dp.Array2D(np.ones((2, 3)))
@@ -379,7 +394,7 @@ def sum_(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdi
 def mean(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
     """The mean of all elements, or along one axis of an image; in the unit of the values.
 
-    Arguments are those of ``ndarray.mean``. ValueError without elements.
+    Arguments are those of ``ndarray.mean``. ValueError without elements. An image gives an Array1D along an axis.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 2, 6]).mean()
@@ -399,6 +414,7 @@ def var(
     """The variance, sum of abs(x - mean)^2 / (n - ddof); in double precision, without a unit.
 
     Arguments are those of ``ndarray.var``. ValueError without elements. With no more of them than ``ddof`` it is NaN.
+    An image gives an Array1D along an axis.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 2, 3, 4]).var(ddof=1)
@@ -421,7 +437,7 @@ def std(
 ) -> Any:
     """The standard deviation, the root of ``var``, in the unit of the values.
 
-    Arguments are those of ``ndarray.std``. ValueError without elements.
+    Arguments are those of ``ndarray.std``. ValueError without elements. An image gives an Array1D along an axis.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 3]).std()
@@ -485,9 +501,9 @@ def min_(
 ) -> Any:  # fmt: skip
     """The smallest element; NaN where one is, unless ``skipna``.
 
-    ``over=(start, end)`` (or a Range) looks at the elements inside, with ``interpolate`` also at its
-    ends, in units of the axis; other arguments are those of ``ndarray.min``. ValueError without elements, TypeError
-    for complex ones.
+    ``over=(start, end)`` (or a Range) looks at the elements inside, with ``interpolate`` also at its ends, in units of
+    the axis; other arguments are those of ``ndarray.min``. ValueError without elements, TypeError for complex ones. In
+    the unit of the values. An image gives an Array1D along an axis.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([3.0, float("nan"), 1.0]).min(skipna=True)
@@ -539,7 +555,7 @@ def argmin(self: Any, axis: Any = None, out: Any = None, *, keepdims: bool = Fal
     """The index of the first smallest element, flat as in numpy; of the first NaN where one is.
 
     Arguments are those of ``ndarray.argmin``; along an axis of an image an Array1D of indices. ValueError without
-    elements and for complex ones.
+    elements and for complex ones. An index has no unit.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([3, 1, 1]).argmin()
@@ -572,6 +588,8 @@ def _position(self: Any, index: int) -> Any:
 def idxmin(self: Any, *, skipna: bool = False) -> Any:
     """Where the first smallest element lies: a position, (x, y) of an image.
 
+    In units of the axes. ValueError without elements and for complex ones.
+
         >>> import dataprocessing as dp
         >>> dp.Array1D([12, 15, 9], dp.Axis(6.2, 0.1)).idxmin()
         6.4
@@ -582,6 +600,8 @@ def idxmin(self: Any, *, skipna: bool = False) -> Any:
 @_method(*ARRAYS)
 def idxmax(self: Any, *, skipna: bool = False) -> Any:
     """Where the first largest element lies: a position, (x, y) of an image.
+
+    In units of the axes. ValueError without elements and for complex ones.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([12, 15, 90], dp.Axis(6.2, 0.1)).idxmax()
@@ -617,7 +637,7 @@ def clip(self: Any, min: Any = None, max: Any = None, out: Any = None, **options
     """Elements below ``min`` become it, those above ``max`` that; type, name and unit stay.
 
     Limits of integers are rounded inwards. Limits that are arrays meet this one as in ``maximum`` and ``minimum``.
-    ValueError without a limit.
+    ValueError without a limit. The result is an array of the same shape and axes.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 5, 200], dtype="u1").clip(-3, 100).values
@@ -638,6 +658,8 @@ def clip(self: Any, min: Any = None, max: Any = None, out: Any = None, **options
 def round_(self: Any, decimals: int = 0, out: Any = None) -> Any:
     """Rounded to so many decimals, ties to even; type, name and unit stay.
 
+    An array of the same shape and axes. TypeError for ``decimals`` that are no integer.
+
         >>> import dataprocessing as dp
         >>> dp.Array1D([0.5, 1.26]).round(1).values
         array([0.5, 1.3])
@@ -649,6 +671,8 @@ def round_(self: Any, decimals: int = 0, out: Any = None) -> Any:
 def _rescale_1d(self: Array1D, delta: float) -> Array1D:
     """Interpolated linearly at steps of ``delta``, over the same range.
 
+    ``delta`` is in units of the axis, the array gets as many elements as fit; name and unit stay. ProgramError for a delta that is 0 or not finite.
+
         >>> import dataprocessing as dp
         >>> dp.Array1D([1.0, 3.0]).rescale(0.5).values
         array([1., 2., 3., 3.])
@@ -659,6 +683,8 @@ def _rescale_1d(self: Array1D, delta: float) -> Array1D:
 def _rescale_2d(self: Array2D, delta_x: float, delta_y: float) -> Array2D:
     """Interpolated linearly at steps of ``delta_x`` and ``delta_y``, over the same extent.
 
+    Deltas are in units of the axes; name and unit stay. ProgramError for a delta that is 0 or not finite.
+
         >>> import numpy as np, dataprocessing as dp
         >>> dp.Array2D(np.ones((2, 3))).rescale(0.5, 0.25).shape
         (8, 6)
@@ -667,6 +693,7 @@ def _rescale_2d(self: Array2D, delta_x: float, delta_y: float) -> Array2D:
 
 
 _rescale_1d.__name__ = _rescale_2d.__name__ = "rescale"
+_rescale_1d.__qualname__, _rescale_2d.__qualname__ = "Array1D.rescale", "Array2D.rescale"
 setattr(Array1D, "rescale", _rescale_1d)
 setattr(Array2D, "rescale", _rescale_2d)
 
@@ -674,6 +701,9 @@ setattr(Array2D, "rescale", _rescale_2d)
 @_method(*ARRAYS)
 def apply(self: Any, function: Callable[[NDArray[Any]], Any]) -> Any:
     """``function(values)``, which gives as many values, on this array's axes.
+
+    They have the array's shape, and no name and unit. ValueError for another shape, TypeError for elements that no
+    array holds; what the function raises comes through.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.Array1D([1.0, 2.0], dp.Axis(5.0)).apply(np.cumsum).values
@@ -742,6 +772,8 @@ def _mask_reduced(self: Any, name: str, axis: Any, out: Any, keepdims: bool, opt
 def any_(self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
     """Whether at least one element is true; along an axis of an image's mask a Mask1D, as ``ndarray.any``.
 
+    A truth has no unit. ValueError for ``where=`` on another grid.
+
         >>> import numpy as np, dataprocessing as dp
         >>> (dp.Array2D(np.eye(2, 3)) > 0).any(axis=0).values
         array([ True,  True, False])
@@ -752,6 +784,8 @@ def any_(self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, *
 @_method(*MASKS)
 def all_(self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
     """Whether all elements are true, and so it is without elements; otherwise like ``any``.
+
+    Shapes and errors are those of ``any``; see there.
 
         >>> import dataprocessing as dp
         >>> (dp.Array1D([1, 5, 2]) > 0).all()

@@ -23,7 +23,8 @@ def array(
 ) -> Array1D | Array2D:
     """``Array1D`` or ``Array2D``, by the dimensions of ``values``; ValueError for other dimensions.
 
-    ``axes`` is an ``Axis``, or a pair (y, x) for an image.
+    ``axes`` is an ``Axis``, or a pair (y, x) for an image. Types, name and unit are as in ``Array1D``, and so are its
+    errors.
 
         >>> import dataprocessing as dp
         >>> dp.array([[1, 2], [3, 4]]).ndim
@@ -41,6 +42,9 @@ def empty(
     shape: int | tuple[int, ...], axes: Any = None, *, dtype: Any = "f8", name: str = "", unit: str = ""
 ) -> Array1D | Array2D:
     """An array whose elements are whatever is in memory, to be written through ``.values``.
+
+    ``shape`` is a count or a pair (rows, columns); name and unit are empty unless given. ValueError for more
+    dimensions, SizeError for a negative count, TypeError for a ``dtype`` that arrays have not.
 
         >>> import numpy as np, dataprocessing as dp
         >>> e = dp.empty(3, dtype="f4")
@@ -61,6 +65,8 @@ def zeros(
 ) -> Array1D | Array2D:
     """An array of zeros.
 
+    Arguments and errors are those of ``empty``; see there, also for name and unit.
+
         >>> import dataprocessing as dp
         >>> dp.zeros((2, 3)).sum()
         0.0
@@ -78,6 +84,8 @@ def full(
     unit: str = "",
 ) -> Array1D | Array2D:
     """An array of one value, of the type numpy gives it unless ``dtype`` says otherwise.
+
+    The value is converted as by ``astype``. Shape, unit and errors are those of ``empty``; see there.
 
         >>> import dataprocessing as dp
         >>> dp.full(2, 1.5, dp.Axis(0, 0.1)).values

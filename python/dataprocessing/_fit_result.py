@@ -31,8 +31,8 @@ class Curve(Protocol):
 class Parameter:
     """One parameter of a fit.
 
-    ``stderr`` is NaN where there is no error, and 0 of a parameter that did not vary; ``ref`` names the
-    parameter that it is tied to; ``note`` says why an error is missing.
+    ``stderr`` is NaN where there is no error, and 0 of a parameter that did not vary; ``ref`` names the parameter that
+    it is tied to; ``note`` says why an error is missing. Both numbers are in units of the parameter.
 
         >>> from dataprocessing.fitting import Parameter
         >>> float(Parameter("slope", 2.0, 0.1))
@@ -95,10 +95,11 @@ def _measured(value: float, error: float) -> str:
 class FitResult:
     """The parameters of a fit, their errors, and its curve. It never changes, and can be pickled.
 
-    ``params`` maps names to :class:`Parameter`; ``covariance`` has a row and a column for each of them, in
-    that order, 0 for those that did not vary. ``chi_square`` is what was made smallest, ``reduced`` that over
-    ``n_points - n_free``, NaN without degrees of freedom. ``weights`` says how points weighed. ``axis`` is
-    that of the data, or what a fit of the calibration has made of it.
+    ``params`` maps names to :class:`Parameter`; ``covariance`` has a row and a column for each of them, in that order,
+    0 for those that did not vary. ``chi_square`` is what was made smallest, ``reduced`` that over ``n_points -
+    n_free``, NaN without degrees of freedom. ``weights`` says how points weighed. ``axis`` is that of the data, or
+    what a fit of the calibration has made of it. Parameters are in the units that the fit's function names, the curve
+    in those of the values.
 
         >>> import numpy as np, dataprocessing as dp
         >>> line = dp.fitting.polynomial(dp.Array1D([1.0, 3.0, 5.0, 7.5], dp.Axis(0.0, 0.5)))
@@ -192,6 +193,8 @@ class FitResult:
 
     def report(self) -> str:
         """The fit in words: how it ended, all parameters with errors, peaks, and why errors are missing.
+
+        Numbers and names are as in ``params``.
 
             >>> import dataprocessing as dp
             >>> line = dp.fitting.polynomial(dp.Array1D([1.0, 3.0, 5.0]))

@@ -66,6 +66,8 @@ def digest_of_starts(starts: Iterable[Any]) -> str:
 class Planes:
     """What came out of every spectrum of a map; ``planes["name"]`` is the plane of a parameter.
 
+    Parameters and errors are in the units that the function names which made them.
+
         >>> import numpy as np, dataprocessing as dp
         >>> dp.maps.integrate(np.array([[1, 2, 3]]), {"Fe": (1, 2)})["Fe"]
         array([5.])

@@ -23,6 +23,8 @@ _MOST = 1 << 24  # elements that are rescaled at once
 class Applied(NamedTuple):
     """What a function made of every spectrum, and a plane of :class:`Status`.
 
+    Values are in the units that the function gives.
+
         >>> import numpy as np, dataprocessing as dp
         >>> dp.maps.apply(lambda a: float(a.max()), np.array([[1.0, 5.0]]), dp.Axis()).values
         array([5.])
@@ -34,6 +36,8 @@ class Applied(NamedTuple):
 
 class Rescaled(NamedTuple):
     """A map on another grid, and the axis of its spectra.
+
+    Values are in the map's own units.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.maps.rescale(np.array([[1.0, 3.0]]), 0.5, dp.Axis()).axis
@@ -210,8 +214,9 @@ class _Rescale:
 def rescale(data: Any, delta: float, axis: Axis | None = None, *, dim: str | None = None) -> Rescaled:
     """Every spectrum interpolated linearly at steps of ``delta``, over the same range: values, not counts.
 
-    Elements keep their type, and integers are rounded; those of 64 bits become doubles. Comes with the axis of the result; a DataArray has it as coordinates. ProgramError for a
-    ``delta`` that is not a positive number.
+    Elements keep their type, and integers are rounded; those of 64 bits become doubles. Comes with the axis of the
+    result; a DataArray has it as coordinates. ProgramError for a ``delta`` that is not a positive number. ``delta`` is
+    in units of the axis, the values stay in theirs.
 
         >>> import numpy as np, dataprocessing as dp
         >>> data, axis = dp.maps.rescale(np.array([[1.0, 3.0], [10.0, 30.0]]), 0.5, dp.Axis(6.0, 1.0))

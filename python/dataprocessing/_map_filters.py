@@ -18,6 +18,8 @@ if TYPE_CHECKING:
 class Spectra(NamedTuple):
     """Spectra made of spectra, of the map's own kind, and the axis that they lie on.
 
+    Values and errors are in the units of the map; of a derivative, per unit of the axis.
+
         >>> import numpy as np, dataprocessing as dp
         >>> [name for name in dp.maps.Spectra._fields]
         ['data', 'errors', 'status', 'axis']
@@ -131,8 +133,9 @@ def _filtered(data: Any, axis: Axis | None, dim: str | None, kind: str, *argumen
 def rebin(data: Any, to: float | Array1D, axis: Axis | None = None, *, dim: str | None = None) -> Spectra:
     """The counts of every spectrum on channels of width ``to``, or on those of another spectrum: counts are conserved.
 
-    Channels that lie in one of the others in part give it that part. :func:`rescale` is for values that are no
-    counts. ProgramError for a width that is 0 or not finite, or whose sign is not that of the axis.
+    Channels that lie in one of the others in part give it that part. :func:`rescale` is for values that are no counts.
+    ProgramError for a width that is 0 or not finite, or whose sign is not that of the axis. ``to`` is in units of the
+    axis.
 
         >>> import numpy as np, dataprocessing as dp
         >>> made = dp.maps.rebin(np.array([[1, 2, 3, 4], [9, 7, 0, 0]]), 1.0, dp.Axis(6.0, 0.5))
@@ -153,7 +156,7 @@ def smooth(
 
     What :func:`dataprocessing.smooth_savgol` does with one spectrum. The errors leave out that neighbours are
     correlated. ProgramError for other widths, orders and derivatives than that takes, SizeError for spectra of fewer
-    channels than the width.
+    channels than the width. A derivative is per unit of the axis.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.maps.smooth(np.array([[1, 2, 5, 10, 17, 27]]), 5, 2).data.round(2)
@@ -187,7 +190,8 @@ def align(
     many counts in each that its slopes are not made of noise, as errors are those of the counts of the spectrum alone:
     ``maps.sum(data).spectrum`` for one, smoothed where it has few. Lines should have a standard deviation of two
     channels. A shift beyond the limit is NOT_CONVERGED. :func:`shift` takes the plane "shift". UnitError for an axis of
-    the reference in another unit, ValueError for one that lies elsewhere by a hundredth of a channel.
+    the reference in another unit, ValueError for one that lies elsewhere by a hundredth of a channel, or has
+    another shape. The shift is in units of the axis.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(-2.0, 0.1, unit="eV")

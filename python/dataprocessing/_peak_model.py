@@ -37,6 +37,8 @@ _NUMBERED = re.compile(r"^(coefficient \d+|.* of the (?:power law|exponential|cu
 class ModelPeak(NamedTuple):
     """The names of a peak's parameters in its model and its results; ``extra`` is None where it has none.
 
+    What they name is in units of the axis and of the values.
+
         >>> import dataprocessing as dp
         >>> dp.fitting.PeakModel().peak("voigt", 6.4, 900, 0.06, 0.01).extra
         'Lorentzian width of peak 1'
@@ -124,6 +126,9 @@ class PeakModel:
     ) -> ModelPeak:
         """Adds a peak; ``name`` is that in results, "peak 1" and so on without one.
 
+        Position and width are in units of the axis, the height in those of the values; the answer is a ModelPeak of
+        names. ValueError for another shape and a name that is there, ProgramError for a width that is not positive.
+
             >>> import dataprocessing as dp
             >>> dp.fitting.PeakModel().peak("gaussian", 6.4, 900, 0.06, name="Fe").height
             'height of Fe'
@@ -148,6 +153,9 @@ class PeakModel:
     def polynomial(self, start: Sequence[float], reference: float = 0.0, scale: float = 1.0) -> tuple[str, ...]:
         """Adds ``sum of c[j] ((x - reference) / scale)^j``.
 
+        The answer has as many names as there are coefficients, in units of the values. ProgramError for no or infinite
+        coefficients and for a scale of 0.
+
             >>> import dataprocessing as dp
             >>> dp.fitting.PeakModel().polynomial([20, 0], reference=6.4)
             ('coefficient 0', 'coefficient 1')
@@ -156,6 +164,9 @@ class PeakModel:
 
     def power_law(self, amplitude: float, exponent: float, reference: float) -> tuple[str, ...]:
         """Adds ``amplitude (x / reference)^exponent``; positions have to be positive.
+
+        The amplitude is in units of the values, the reference in those of the axis; the answer is two names.
+        ProgramError for a reference that is not positive and starts that are not finite.
 
             >>> import dataprocessing as dp
             >>> dp.fitting.PeakModel().power_law(100, -2, 5.0)
@@ -166,6 +177,9 @@ class PeakModel:
     def exponential(self, amplitude: float, rate: float, reference: float = 0.0) -> tuple[str, ...]:
         """Adds ``amplitude exp(rate (x - reference))``.
 
+        The amplitude is in units of the values, the rate per unit of the axis; the answer is two names. ProgramError
+        for starts that are not finite.
+
             >>> import dataprocessing as dp
             >>> dp.fitting.PeakModel().exponential(100, -0.5)
             ('amplitude of the exponential', 'rate of the exponential')
@@ -175,7 +189,9 @@ class PeakModel:
     def curve(self, curve: Array1D, factor: float = 1.0) -> tuple[str, ...]:
         """Adds ``factor`` times a curve that is given element by element, as many as the spectrum has.
 
-        It lies where the spectrum does, or on the default axis.
+        It lies where the spectrum does, or on the default axis. The factor has the units of the values over those of
+        the curve; the answer is its name. ProgramError for a complex curve, TypeError for what is no Array1D; a fit to
+        other channels raises ValueError.
 
             >>> import dataprocessing as dp
             >>> dp.fitting.PeakModel().curve(dp.Array1D([1.0, 2.0]))
@@ -185,6 +201,9 @@ class PeakModel:
 
     def width_law(self, width: float, slope: float, reference: float) -> tuple[str, ...]:
         """Makes the widths of all peaks so far follow ``width^2 + slope (x - reference)``, squared.
+
+        ``width`` is in units of the axis; the answer is the names of the law's two parameters. ProgramError for a
+        width that is not positive.
 
             >>> import dataprocessing as dp
             >>> model = dp.fitting.PeakModel()
@@ -196,6 +215,9 @@ class PeakModel:
 
     def start(self, name: str, value: float) -> None:
         """Sets what a fit starts from.
+
+        In units of the parameter that the name stands for. ValueError for a name that is not there, ProgramError for a
+        value that is not finite.
 
             >>> import dataprocessing as dp
             >>> model = dp.fitting.PeakModel()
@@ -209,6 +231,8 @@ class PeakModel:
     def free(self, *names: str) -> None:
         """Makes parameters free, as they are at first.
 
+        ValueError for a name that is not there.
+
             >>> import dataprocessing as dp
             >>> model = dp.fitting.PeakModel()
             >>> iron = model.peak("gaussian", 6.4, 900, 0.06)
@@ -221,6 +245,8 @@ class PeakModel:
     def fix(self, *names: str) -> None:
         """Keeps parameters at their starts.
 
+        ValueError for a name that is not there.
+
             >>> import dataprocessing as dp
             >>> model = dp.fitting.PeakModel()
             >>> iron = model.peak("gaussian", 6.4, 900, 0.06)
@@ -232,6 +258,9 @@ class PeakModel:
     def bound(self, name: str, lower: float = -math.inf, upper: float = math.inf) -> None:
         """Keeps a parameter in [lower, upper].
 
+        Bounds of the name are in units of its parameter. ValueError for a name that is not there; a fit refuses bounds
+        out of order with ProgramError.
+
             >>> import dataprocessing as dp
             >>> model = dp.fitting.PeakModel()
             >>> iron = model.peak("gaussian", 6.4, 900, 0.06)
@@ -241,6 +270,9 @@ class PeakModel:
 
     def tie(self, name: str, to: str, factor: float = 1.0, offset: float = 0.0) -> None:
         """Makes a parameter ``factor`` times another one, plus ``offset``.
+
+        The offset is in units of the parameter called ``name``. ValueError for names that are not there; a fit refuses
+        circles with ProgramError.
 
             >>> import dataprocessing as dp
             >>> model = dp.fitting.PeakModel()
@@ -259,7 +291,8 @@ class PeakModel:
     ) -> NDArray[Any]:
         """The model at positions ``x``, for these parameters or those that it starts from.
 
-        ``background`` leaves the peaks out. Curves given element by element are left out.
+        ``background`` leaves the peaks out. Curves given element by element are left out. An ndarray of the shape of
+        ``x``, which is in units of the axis. ProgramError for another number of parameters.
 
             >>> import dataprocessing as dp
             >>> model = dp.fitting.PeakModel()
@@ -291,6 +324,8 @@ class PeakModel:
 
     def copy(self) -> PeakModel:
         """An independent copy.
+
+        Its names are the same; what is added, bound or tied later is its own.
 
             >>> import dataprocessing as dp
             >>> model = dp.fitting.PeakModel()

@@ -14,6 +14,8 @@ __all__ = ["Range", "Rect", "Subscription"]
 class Subscription:
     """What ``on_change`` gives: :meth:`cancel` ends it, and so does leaving a ``with`` block.
 
+    It ends, too, when its range or selection goes.
+
         >>> import dataprocessing as dp
         >>> window = dp.Range(0, 1)
         >>> with window.on_change(print):
@@ -56,7 +58,9 @@ def tell(subscriptions: list[Subscription], what: object) -> None:
 class Range:
     """The positions from ``start`` up to but without ``end``.
 
-    Whoever asked by :meth:`on_change` hears of every change, once, on the thread that makes it.
+    Whoever asked by :meth:`on_change` hears of every change, once, on the thread that makes it. Positions are in the
+    unit of the axis that they are used with. ``a & b`` is what both have, ``a | b`` the hull. TypeError for ends that
+    are no numbers.
 
         >>> import dataprocessing as dp
         >>> window = dp.Range(6.3, 6.5)
@@ -94,6 +98,8 @@ class Range:
     def set(self, start: float, end: float) -> None:
         """Sets both; whoever listens hears of it once, and not at all when nothing changes.
 
+        In units of the axis. TypeError for what is no number; then neither changes.
+
             >>> import dataprocessing as dp
             >>> window = dp.Range(0, 1)
             >>> window.set(2, 5)
@@ -119,10 +125,14 @@ class Range:
     def intersects(self, other: Range) -> bool:
         """Whether both have positions in common.
 
+        Both in units of one axis. TypeError for what is no Range.
+
             >>> import dataprocessing as dp
             >>> dp.Range(0, 2).intersects(dp.Range(1, 3))
             True
         """
+        if not isinstance(other, Range):
+            raise TypeError(f"intersects takes a Range, not {type(other).__name__}")
         return self._range.intersects(other._range)
 
     def __and__(self, other: Range) -> Range:
@@ -141,6 +151,8 @@ class Range:
 
     def on_change(self, function: Callable[[Range], object]) -> Subscription:
         """Calls ``function(range)`` after every change, until the subscription is cancelled.
+
+        What the function raises comes through at the change. TypeError at the first change for what cannot be called.
 
             >>> import dataprocessing as dp
             >>> window = dp.Range(0, 1)
@@ -171,8 +183,9 @@ class Range:
 class Rect:
     """A rectangle, upright by its sides or turned round its centre.
 
-    ``Rect(left, bottom, right, top)``, or ``Rect.turned(x, y, length, width, angle)``; the angle is in
-    radians, counter-clockwise, all else in units of the axes. It tells of changes as a :class:`Range` does.
+    ``Rect(left, bottom, right, top)``, or ``Rect.turned(x, y, length, width, angle)``; the angle is in radians,
+    counter-clockwise, all else in units of the axes. It tells of changes as a :class:`Range` does. TypeError for what
+    is no number.
 
         >>> import dataprocessing as dp
         >>> frame = dp.Rect(0, 0, 2, 1)
@@ -193,6 +206,8 @@ class Rect:
     def turned(cls, x: float, y: float, length: float, width: float, angle: float) -> Rect:
         """A rectangle round (x, y), ``length`` along its own first axis, turned by ``angle``.
 
+        The angle is in radians, counter-clockwise, all else in units of the axes. TypeError for what is no number.
+
             >>> import dataprocessing as dp
             >>> dp.Rect.turned(0, 0, 4, 2, 0).corners[0]
             (-2.0, -1.0)
@@ -208,7 +223,8 @@ class Rect:
     def set(self, *numbers: float) -> None:
         """Sets all sides, ``(left, bottom, right, top)``, or makes it turned, ``(x, y, length, width, angle)``.
 
-        Whoever listens hears of it once, and not at all when nothing changes. TypeError for another count.
+        Whoever listens hears of it once, and not at all when nothing changes. TypeError for another count. See
+        ``Rect`` for units.
 
             >>> import dataprocessing as dp
             >>> frame = dp.Rect(0, 0, 2, 1)
@@ -225,6 +241,8 @@ class Rect:
 
     def on_change(self, function: Callable[[Rect], object]) -> Subscription:
         """Calls ``function(rect)`` after every change, until the subscription is cancelled.
+
+        See ``Range.on_change``, also for its errors.
 
             >>> import dataprocessing as dp
             >>> frame = dp.Rect(0, 0, 2, 1)

@@ -40,10 +40,10 @@ def find_peaks(
 ) -> list[FoundPeak]:
     """The local maxima that have at least these, by rising index; each 0 asks for nothing.
 
-    ``prominence`` is in units of the values, ``distance`` to every higher peak and ``width`` at half prominence
-    in those of the axis, ``significance`` in standard deviations of counts. The first and the last element are
-    no peaks; a NaN ends an array as its ends do. ProgramError for what is negative or NaN, and for complex
-    elements.
+    ``prominence`` is in units of the values, ``distance`` to every higher peak and ``width`` at half prominence in
+    those of the axis, ``significance`` in standard deviations of counts. The first and the last element are no peaks;
+    a NaN ends an array as its ends do. ProgramError for what is negative or NaN, and for complex elements. TypeError
+    for what is no 1D array.
 
         >>> import dataprocessing as dp
         >>> a = dp.Array1D([0, 1, 0, 0, 8, 10, 8, 0, 0], dp.Axis(5.0, 0.1, unit="keV"))
@@ -58,9 +58,10 @@ def find_peaks(
 def smooth_savgol(a: Array1D, width: int, order: int, derivative: int = 0) -> Array1D:
     """Each element becomes the value there of the polynomial that fits the ``width`` elements around it best.
 
-    With a ``derivative`` it becomes that, per unit of the axis. ``width`` is odd and more than ``order``.
-    Integers give float64, other types themselves; NaN spoils what it is part of. ProgramError for other widths,
-    orders and derivatives, SizeError for an array of fewer elements than the width.
+    With a ``derivative`` it becomes that, per unit of the axis. ``width`` is odd and more than ``order``. Integers
+    give float64, other types themselves; NaN spoils what it is part of. ProgramError for other widths, orders and
+    derivatives, SizeError for an array of fewer elements than the width. Axis, name and unit stay; those of a
+    derivative are empty. TypeError for what is no 1D array.
 
         >>> import dataprocessing as dp
         >>> dp.smooth_savgol(dp.Array1D([0.0, 1.0, 4.0, 9.0, 16.0]), 5, 2, derivative=1).values.round(9)
@@ -74,8 +75,9 @@ def smooth_savgol(a: Array1D, width: int, order: int, derivative: int = 0) -> Ar
 def smooth_gauss(a: Any, sigma: float, sigma_y: float | None = None) -> Any:
     """The average weighted by a Gaussian of ``sigma``, in units of the axis; of an image along x and y.
 
-    One sigma holds for both axes of an image. Integers give float64, other types themselves. Beyond the ends
-    elements are mirrored; the sum of all stays. ProgramError for a sigma that is negative or not finite.
+    One sigma holds for both axes of an image. Integers give float64, other types themselves. Beyond the ends elements
+    are mirrored; the sum of all stays. ProgramError for a sigma that is negative or not finite. Shape, axes, name and
+    unit stay. TypeError for what is no array, ValueError for a ``sigma_y`` of a 1D array.
 
         >>> import dataprocessing as dp
         >>> dp.smooth_gauss(dp.Array1D([0, 0, 6, 0, 0]), 0.5).values.round(2)
@@ -92,8 +94,9 @@ def smooth_gauss(a: Any, sigma: float, sigma_y: float | None = None) -> Any:
 def smooth_median(a: Any, width: int, width_y: int | None = None) -> Any:
     """The median of the ``width`` elements around each, of an image of ``width`` by ``width_y`` (the same, if None).
 
-    Outliers go, edges stay where they are; the type stays. Widths are odd. ProgramError for others and for
-    complex elements.
+    Outliers go, edges stay where they are; the type stays. Widths are odd. ProgramError for others and for complex
+    elements. Shape, axes, name and unit stay. TypeError for what is no array, ValueError for a ``width_y`` of a 1D
+    array.
 
         >>> import dataprocessing as dp
         >>> dp.smooth_median(dp.Array1D([1, 1, 99, 2, 2]), 3).values
@@ -111,7 +114,8 @@ def snip(a: Array1D, iterations: int, order: str = "decreasing", scale: str = "c
     """The background of a spectrum: what is narrower than 2 ``iterations`` elements at its foot is clipped.
 
     ``order`` of the half widths is "decreasing" or "increasing", ``scale`` "counts" or "values". float32 gives
-    float32, all others float64. ProgramError for a negative number of iterations and for complex elements.
+    float32, all others float64. ProgramError for a negative number of iterations and for complex elements. Axis, name
+    and unit stay. ValueError for another order or scale, TypeError for what is no 1D array.
 
         >>> import dataprocessing as dp
         >>> dp.snip(dp.Array1D([4.0, 4.0, 9.0, 4.0, 4.0]), 2).values.round(9)
@@ -128,9 +132,10 @@ def snip(a: Array1D, iterations: int, order: str = "decreasing", scale: str = "c
 def rebin(a: Any, to: Any, delta_y: float | None = None) -> Any:
     """What was counted, divided among other bins: of width ``to``, or those of another array.
 
-    Of an image ``to`` is the delta along x, ``delta_y`` that along y (the same, if None). Each new element
-    gets the share of the old ones that it overlaps, so that the sum stays. Integers give float64. ProgramError
-    for deltas that are not positive and finite, UnitError for axes of two units.
+    Of an image ``to`` is the delta along x, ``delta_y`` that along y (the same, if None). Each new element gets the
+    share of the old ones that it overlaps, so that the sum stays. Integers give float64. ProgramError for deltas that
+    are not positive and finite, UnitError for axes of two units. ``to`` is in units of the axis; name and unit stay.
+    TypeError for what is no array and for other dimensions.
 
         >>> import dataprocessing as dp
         >>> dp.rebin(dp.Array1D([1, 2, 3, 4], dp.Axis(0.0, 0.5)), 1.0).values

@@ -66,8 +66,9 @@ def _failures() -> Iterator[None]:
 class Selection:
     """The ranges of a spectrum that a fit takes.
 
-    A :class:`Range` is shared: the selection follows when it moves. A pair ``(start, end)`` becomes a range of
-    the selection's own. Whoever asked by :meth:`on_change` hears of every change, once.
+    A :class:`Range` is shared: the selection follows when it moves. A pair ``(start, end)`` becomes a range of the
+    selection's own. Whoever asked by :meth:`on_change` hears of every change, once. Ends are in units of the axis.
+    TypeError for what is no Range and no pair of numbers.
 
         >>> import dataprocessing as dp
         >>> window = dp.Range(6.0, 8.0)
@@ -105,6 +106,8 @@ class Selection:
 
     def add(self, one: Any) -> None:
         """Adds a Range or a pair; nothing happens when that very Range is there already.
+
+        In units of the axis. TypeError for what is no Range and no pair of numbers.
 
             >>> import dataprocessing as dp
             >>> selection = dp.fitting.Selection()
@@ -149,6 +152,8 @@ class Selection:
 
     def on_change(self, function: Callable[[Selection], object]) -> Subscription:
         """Calls ``function(selection)`` after every change, until the subscription is cancelled.
+
+        See ``Range.on_change``, also for its errors.
 
             >>> import dataprocessing as dp
             >>> selection = dp.fitting.Selection()
@@ -373,8 +378,9 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
     """A background for many peaks: each has its own power law, fitted just below the peak.
 
     ``peaks`` has the sums over the windows above the background, times delta, with the error of counting;
-    :meth:`FitResult.eval` gives the backgrounds over their windows and 0 elsewhere, ``residual`` the data less
-    those. FitError where a background has too few positive points, or two windows the same position.
+    :meth:`FitResult.eval` gives the backgrounds over their windows and 0 elsewhere, ``residual`` the data less those.
+    FitError where a background has too few positive points, ValueError for two windows at one position. Areas are in
+    units of the values and of the axis.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(2.0, 0.01, unit="keV")
@@ -705,7 +711,7 @@ def peaks(
     widths from its position. ``observer`` and tolerances are those of :func:`curve`. The model is not changed.
 
     FitError as in :func:`curve`; ProgramError for negative counts with the likelihood, weights that do not fit, no
-    elements.
+    elements. Units are those of the model; see ``PeakModel``.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(6.0, 0.01, unit="keV")
@@ -752,7 +758,7 @@ def solve(a: Any, b: Any) -> FitResult:
 
     ``a`` is a matrix of (equations, unknowns), ``b`` a vector; all equations weigh alike, and the errors come from the
     residuals. SizeError for sizes that do not fit, ValueError for other dimensions, SingularFitError for a matrix of
-    zeros, FitError for numbers that are not finite.
+    zeros, FitError for numbers that are not finite. Unknowns are in units of ``b`` over those of ``a``.
 
         >>> import dataprocessing as dp
         >>> fit = dp.fitting.solve([[1, 0], [1, 1], [1, 2]], [1.0, 3.0, 5.0])

@@ -46,8 +46,9 @@ def _require_elements(a: Any) -> None:
 def fft(a: Any) -> Any:
     """The discrete Fourier transform on an axis of frequencies, 0 in the middle.
 
-    ``sum over k of a[k] exp(-2 pi i j k / n)`` for the frequencies j / (n delta), in cycles per unit of
-    the axis, from -n // 2 on: numpy's values, centred. complex128. ValueError without elements.
+    ``sum over k of a[k] exp(-2 pi i j k / n)`` for the frequencies j / (n delta), in cycles per unit of the axis, from
+    -n // 2 on: numpy's values, centred. complex128. ValueError without elements. The result has no unit, its axes have
+    ``1/unit``. TypeError for what is no array.
 
         >>> import numpy as np, dataprocessing as dp
         >>> wave = dp.Array1D(np.sin(2 * np.pi * 5 * np.arange(64) / 64), dp.Axis(0, 0.25, unit="mm"))
@@ -62,7 +63,8 @@ def fft(a: Any) -> Any:
 def ifft(spectrum: Any, *, like: Any = None) -> Any:
     """The inverse of ``fft``: ``ifft(fft(a))`` has the elements of ``a``, as complex128.
 
-    Its axes start at 0, or are those of ``like``, an array of the same shape.
+    Its axes start at 0, or are those of ``like``, an array of the same shape. Units are those of ``fft`` backwards.
+    ValueError without elements and for another shape of ``like``, TypeError for what is no array.
 
         >>> import numpy as np, dataprocessing as dp
         >>> a = dp.Array1D(np.arange(300.0), dp.Axis(-0.3, 0.01))
@@ -83,6 +85,9 @@ def ifft(spectrum: Any, *, like: Any = None) -> Any:
 
 def center(a: Any) -> Any:
     """Halves, or quadrants, exchanged: element 0 comes to lie at index n // 2.
+
+    Shape, positions of the elements, name and unit stay; an image is exchanged along both axes. TypeError for what is
+    no array.
 
         >>> import dataprocessing as dp
         >>> dp.center(dp.Array1D([1, 2, 3, 4])).values
@@ -141,9 +146,11 @@ def _product(a: NDArray[Any], b: NDArray[Any], conjugate: bool) -> NDArray[Any]:
 def correlate(a: Any, b: Any) -> Any:
     """The cross-correlation on an axis of lags: ``sum over x of a(x + lag) conj(b(x))``.
 
-    All lags at which the arrays meet are there, none wraps round; lag 0 lies at position 0. A copy of
-    ``b`` moved by s correlates best at lag s. Arrays of different deltas meet at the finer one; where the
-    axes lie plays no part. float64, or complex128.
+    All lags at which the arrays meet are there, none wraps round; lag 0 lies at position 0. A copy of ``b`` moved by s
+    correlates best at lag s. Arrays of different deltas meet at the finer one; where the axes lie plays no part.
+    float64, or complex128. Both are 1D or both images. The result has no unit, its axes have theirs. ValueError
+    without elements and for axes in opposite directions, UnitError for axes of two units, TypeError for what is no
+    array and for other dimensions.
 
         >>> import numpy as np, dataprocessing as dp
         >>> b = dp.Array1D(np.exp(-np.linspace(-3, 3, 61) ** 2))
@@ -162,6 +169,8 @@ def correlate(a: Any, b: Any) -> Any:
 def autocorrelate(a: Any) -> Any:
     """``correlate(a, a)``: largest, and real, at lag 0.
 
+    Shapes, units and errors are those of ``correlate``; see there.
+
         >>> import dataprocessing as dp
         >>> dp.autocorrelate(dp.Array1D([1.0, 2.0])).values.round(9)
         array([2., 5., 2.])
@@ -172,7 +181,8 @@ def autocorrelate(a: Any) -> Any:
 def convolve(a: Any, b: Any) -> Any:
     """The convolution: ``sum over x of a(x) b(y - x)``, over all y at which there is something.
 
-    Its first element lies at the sum of the positions of the first elements. float64, or complex128.
+    Its first element lies at the sum of the positions of the first elements. float64, or complex128. Shapes, units and
+    errors are those of ``correlate``; see there.
 
         >>> import dataprocessing as dp
         >>> dp.convolve(dp.Array1D([1.0, 2.0]), dp.Array1D([1.0, 1.0])).values.round(12)
@@ -188,8 +198,9 @@ def convolve(a: Any, b: Any) -> Any:
 def band_pass(a: Any, low: float, high: float) -> Any:
     """The part of ``a`` of frequencies f with low <= f < high, in cycles per unit of its axes.
 
-    Of an image f is the distance from frequency 0, so its axes have one unit. The mean passes when low is
-    0. float64, or complex128 of complex elements. ValueError unless low < high.
+    Of an image f is the distance from frequency 0, so its axes have one unit. The mean passes when low is 0. float64,
+    or complex128 of complex elements. ValueError unless low < high. Shape, axes, name and unit stay. TypeError for
+    what is no array.
 
         >>> import numpy as np, dataprocessing as dp
         >>> t = np.arange(200) * 0.01

@@ -50,20 +50,25 @@ def _kept(x: Any, result: Any) -> Any:
     return result
 
 
+_SIMPLE = (
+    "An array gives an array on its axes, without name and unit, a number a number. TypeError for what is neither."
+)
+
+
 def _simple(name: str, function: Function, text: str, at: str = "0.0", gives: str = "0.") -> Callable[[Any], Any]:
     def operate(x: Any) -> Any:
         return _operate(function, x)
 
     operate.__name__ = operate.__qualname__ = name
     example = f">>> import dataprocessing as dp\n    >>> dp.{name}(dp.Array1D([{at}])).values\n    array([{gives}])\n"
-    operate.__doc__ = f"{text}\n\n    {example}"
+    operate.__doc__ = f"{text}\n\n    {_SIMPLE}\n\n    {example}"
     return operate
 
 
 exp = _simple("exp", Function.EXP, "The exponential; infinity where it overflows.", "0.0", "1.")
-sin = _simple("sin", Function.SIN, "The sine of angles in radians.")
-cos = _simple("cos", Function.COS, "The cosine of angles in radians.", "0.0", "1.")
-tan = _simple("tan", Function.TAN, "The tangent of angles in radians.")
+sin = _simple("sin", Function.SIN, "The sine of elements in radians.")
+cos = _simple("cos", Function.COS, "The cosine of elements in radians.", "0.0", "1.")
+tan = _simple("tan", Function.TAN, "The tangent of elements in radians.")
 sinh = _simple("sinh", Function.SINH, "The hyperbolic sine, element by element.")
 cosh = _simple("cosh", Function.COSH, "The hyperbolic cosine.", "0.0", "1.")
 tanh = _simple("tanh", Function.TANH, "The hyperbolic tangent.")
@@ -104,7 +109,9 @@ def _in_domain(function: Function, x: Any, domain: str, lowest_allowed: float, a
 def log(x: Any, domain: Literal["real", "complex"] = "real") -> Any:
     """The natural logarithm: -inf of 0 and NaN of negative elements.
 
-    With ``domain="complex"`` an array that has such elements gives a complex one, logarithms of all.
+    With ``domain="complex"`` an array that has such elements gives a complex one, logarithms of all. An array gives an
+    array on its axes, without name and unit, a number a number. ValueError for another ``domain``, TypeError for what
+    is no array or number.
 
         >>> import dataprocessing as dp
         >>> dp.log(dp.Array1D([1.0, 0.0, -1.0])).values
@@ -126,6 +133,8 @@ def log10(x: Any, domain: Literal["real", "complex"] = "real") -> Any:
 def sqrt(x: Any, domain: Literal["real", "complex"] = "real") -> Any:
     """The square root: NaN of negative elements, or, with ``domain="complex"``, complex roots of all.
 
+    Shapes, units and errors are those of ``log``; see there.
+
         >>> import dataprocessing as dp
         >>> dp.sqrt(-4.0), dp.sqrt(-4.0, domain="complex")
         (nan, 2j)
@@ -135,6 +144,8 @@ def sqrt(x: Any, domain: Literal["real", "complex"] = "real") -> Any:
 
 def absolute(x: Any) -> Any:
     """The magnitude: real also of complex elements, +0 of either zero. ``abs(a)`` is the same.
+
+    An array gives an array on its axes with its name and unit, a number a number. TypeError for what is neither.
 
         >>> import dataprocessing as dp
         >>> dp.absolute(dp.Array1D([3 + 4j, -0.0])).values
@@ -153,6 +164,8 @@ def absolute(x: Any) -> Any:
 def real(x: Any) -> Any:
     """The real parts; real elements as they are.
 
+    An array gives a copy on its axes with its name and unit, a number a number. TypeError for what is neither.
+
         >>> import dataprocessing as dp
         >>> dp.real(dp.Array1D([1 + 2j])).values
         array([1.])
@@ -162,6 +175,8 @@ def real(x: Any) -> Any:
 
 def imag(x: Any) -> Any:
     """The imaginary parts; zeros, of real elements.
+
+    Shapes, units and errors are those of ``real``; see there.
 
         >>> import dataprocessing as dp
         >>> dp.imag(dp.Array1D([1 + 2j])).values
@@ -173,6 +188,8 @@ def imag(x: Any) -> Any:
 def conj(x: Any) -> Any:
     """The complex conjugate; real elements as they are.
 
+    Shapes, units and errors are those of ``real``; see there.
+
         >>> import dataprocessing as dp
         >>> dp.conj(dp.Array1D([1 + 2j])).values
         array([1.-2.j])
@@ -182,6 +199,8 @@ def conj(x: Any) -> Any:
 
 def norm(x: Any) -> Any:
     """The squared magnitude, real; so of real elements their square.
+
+    An array gives an array on its axes, without name and unit, a number a number. TypeError for what is neither.
 
         >>> import dataprocessing as dp
         >>> dp.norm(dp.Array1D([3 + 4j])).values
@@ -194,6 +213,8 @@ def norm(x: Any) -> Any:
 
 def arg(x: Any) -> Any:
     """The phase in (-pi, pi]; pi of negative real elements.
+
+    In radians. An array gives an array on its axes, without a name, a number a number. TypeError for what is neither.
 
         >>> import dataprocessing as dp
         >>> dp.arg(1j)
@@ -210,6 +231,8 @@ def arg(x: Any) -> Any:
 
 def convert(x: Any, dtype: Any, part: str = "real") -> Any:
     """``x.astype(dtype, part)`` of an array.
+
+    Axes, name and unit stay. TypeError for what is no array and for a type that arrays have not.
 
         >>> import dataprocessing as dp
         >>> dp.convert(dp.Array1D([1.5, 300.0]), "u1").values
@@ -271,7 +294,9 @@ def _extreme(a: Any, b: Any, choose: Callable[[Any, Any], Any], numpy: np.ufunc)
 def minimum(a: Any, b: Any) -> Any:
     """The smaller of both, element by element; NaN where either is. Arrays are aligned first.
 
-    The quantity stays: with the name and the unit that both have. UnitError for two different units.
+    The quantity stays: with the name and the unit that both have. UnitError for two different units. Of an array and a
+    number, or values of its shape, an array on the axes of the array. TypeError for complex elements and for a 1D
+    array beside an image.
 
         >>> import dataprocessing as dp
         >>> dp.minimum(dp.Array1D([1, 5]), 3).values
@@ -283,7 +308,7 @@ def minimum(a: Any, b: Any) -> Any:
 def maximum(a: Any, b: Any) -> Any:
     """The larger of both, element by element; NaN where either is. Arrays are aligned first.
 
-    Name and unit are those of ``minimum``.
+    Name and unit are those of ``minimum``. Shapes and errors are those of ``minimum``, too; see there.
 
         >>> import dataprocessing as dp
         >>> dp.maximum(dp.Array1D([1, 5]), 3).values
@@ -295,7 +320,8 @@ def maximum(a: Any, b: Any) -> Any:
 def where(mask: Any, a: Any, b: Any) -> Any:
     """``a`` where the mask is true, ``b`` elsewhere: arrays or numbers, on the axes of the mask.
 
-    Arrays are brought there first; name and unit are those of ``minimum``.
+    Arrays are brought there first; name and unit are those of ``minimum``. TypeError for what is no mask and for other
+    dimensions, UnitError for two different units.
 
         >>> import dataprocessing as dp
         >>> counts = dp.Array1D([3, 70000, 5])

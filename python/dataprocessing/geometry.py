@@ -6,6 +6,8 @@ library does.
 
 from __future__ import annotations
 
+import numpy as np
+
 from dataprocessing import _core
 from dataprocessing._arrays import _choice
 from dataprocessing._core import Array1D, Array2D, Axis, Interpolation, Ramp
@@ -24,8 +26,10 @@ __all__ = [
 def rotate(image: Array2D, angle: float, rect: Rect | None = None) -> Array2D:
     """The image, or the part inside ``rect``, turned about the position (offset x, offset y) of its axes.
 
-    The grid is refined so that few elements are lost. An image with different deltas is turned as its
-    elements are laid out: ``image.rescale(d, d)`` first, to turn it as it would look on paper.
+    The grid is refined so that few elements are lost. An image with different deltas is turned as its elements are
+    laid out: ``image.rescale(d, d)`` first, to turn it as it would look on paper. The angle is in radians; name and
+    unit stay. TypeError for what is no image or Rect, SizeError where the result would be too large and for an angle
+    that is not finite.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.rotate(dp.Array2D(np.ones((2, 3))), np.pi / 2).shape
@@ -107,6 +111,8 @@ def map_to(
 def shear(image: Array2D, angle: float, axis_angle: float = 0.0) -> Array2D:
     """Elements moved along x, turned clockwise by ``axis_angle``, by tan(angle) times their distance.
 
+    Angles are in radians; name and unit stay. ProgramError for a right angle, TypeError for what is no image.
+
         >>> import numpy as np, dataprocessing as dp
         >>> dp.shear(dp.Array2D(np.ones((4, 4))), np.pi / 4).shape
         (4, 8)
@@ -116,6 +122,8 @@ def shear(image: Array2D, angle: float, axis_angle: float = 0.0) -> Array2D:
 
 def flip(image: Array2D, angle: float | None = None) -> Array2D:
     """The image mirrored at its calibration origin, or at the line Y turned clockwise by ``angle``.
+
+    In radians; what is mirrored lies at mirrored positions, name and unit stay. TypeError for what is no image.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.flip(dp.Array2D(np.arange(4.0).reshape(2, 2))).values
@@ -130,6 +138,9 @@ def flip(image: Array2D, angle: float | None = None) -> Array2D:
 def resize(image: Array2D, factor_x: float, factor_y: float) -> Array2D:
     """The image stretched by these factors about its calibration origin, at the same deltas.
 
+    The shape grows as they say; name and unit stay. A negative factor mirrors. ProgramError for a factor of 0,
+    TypeError for what is no image.
+
         >>> import numpy as np, dataprocessing as dp
         >>> dp.resize(dp.Array2D(np.ones((2, 3))), 2.0, 1.0).shape
         (2, 6)
@@ -139,6 +150,9 @@ def resize(image: Array2D, factor_x: float, factor_y: float) -> Array2D:
 
 def rescale(a: Any, *deltas: float) -> Any:
     """``a`` interpolated linearly at other deltas: one, or (x, y) of an image; the range stays.
+
+    Deltas are in units of the axes; name and unit stay. ProgramError for a delta that is 0 or not finite, TypeError
+    for another number of deltas and for what is no array.
 
         >>> import dataprocessing as dp
         >>> dp.rescale(dp.Array1D([1.0, 3.0]), 0.5).values
@@ -150,10 +164,15 @@ def rescale(a: Any, *deltas: float) -> Any:
 def project(image: Array2D, rect: Rect) -> Array1D:
     """The mean across a rectangle, as a profile along its length.
 
+    The result starts at position 0 along the rectangle, with the name and unit of the image. TypeError for what is no
+    image or Rect, IndexOutOfRangeError for a rectangle without elements.
+
         >>> import numpy as np, dataprocessing as dp
         >>> dp.project(dp.Array2D(np.arange(6.0).reshape(2, 3)), dp.Rect(0, 0, 3, 2)).values
         array([1.5, 2.5, 3.5])
     """
+    if not isinstance(rect, Rect):
+        raise TypeError(f"project takes a Rect, not {type(rect).__name__}")
     return _core.proj_project(image, rect._rect)
 
 
@@ -161,6 +180,9 @@ def line_scan(
     image: Array2D, start: tuple[float, float], end: tuple[float, float], width: float = 1.0
 ) -> Array1D:
     """The profile from one point to another, averaged over ``width`` across.
+
+    Points and width are in units of the axes; the result has the name and unit of the image. TypeError for what is no
+    image or pair, IndexOutOfRangeError for a width without elements.
 
         >>> import numpy as np, dataprocessing as dp
         >>> image = dp.Array2D(np.tile(np.arange(8.0), (6, 1)))
@@ -173,15 +195,20 @@ def line_scan(
 def ramp(shape: int | tuple[int, int], axes: Any = None, kind: str = "x") -> Any:
     """Positions as values: of a line, or of an image "x", "y", "radius" or "angle". float32.
 
+    Radius and angle are those from position (0, 0), the angle in radians; the result has no unit. ValueError for
+    another kind, SizeError for a negative count, TypeError for what is no shape.
+
         >>> import dataprocessing as dp
         >>> dp.ramp(3, dp.Axis(1.0, 0.5)).values
         array([1. , 1.5, 2. ], dtype=float32)
     """
-    if isinstance(shape, int):
+    if isinstance(shape, (int, np.integer)):
         return _core.ramp_c1d_ramp(shape, Axis() if axes is None else axes)
     kinds = {"x": Ramp.X, "y": Ramp.Y, "radius": Ramp.RADIUS, "angle": Ramp.ANGLE}
     if kind not in kinds:
         raise ValueError(f"kind is one of {', '.join(map(repr, kinds))}, not {kind!r}")
+    if np.shape(shape) != (2,):
+        raise TypeError(f"a shape is a count or a pair (rows, columns), not {shape!r}")
     rows, columns = shape
     y, x = (Axis(), Axis()) if axes is None else axes
     return _core.ramp_c2d_ramp(kinds[kind], columns, rows, y, x)
@@ -189,6 +216,9 @@ def ramp(shape: int | tuple[int, int], axes: Any = None, kind: str = "x") -> Any
 
 class Transform:
     """A linear map from base to derived coordinates: ``derived = base * scale + offset``.
+
+    ``offset`` and ``scale`` bring the units of the one to those of the other. Called with a number, a Range, an Axis
+    or an Array1D it gives the like. TypeError for anything else.
 
         >>> import dataprocessing as dp
         >>> to_ev = dp.Transform(scale=1000.0)
@@ -202,6 +232,8 @@ class Transform:
     @classmethod
     def between(cls, base: Range, derived: Range) -> Transform:
         """The map that takes one range to another. DataError for a base range that is empty or backward.
+
+        Both in their own units. TypeError for what is no Range.
 
             >>> import dataprocessing as dp
             >>> dp.Transform.between(dp.Range(0, 1), dp.Range(10, 30))(0.5)
@@ -229,10 +261,14 @@ class Transform:
             return Axis(self(x.offset), x.delta * self.scale, x.index, x.name)
         if isinstance(x, Array1D):
             return x.with_axes(self(x.axis))
+        if isinstance(x, Array2D):
+            raise TypeError("an image has two axes; image.with_axes(y, transform(x)) maps one of them")
         return self._core.transform_from_base(x)
 
     def inverse(self, y: Any) -> Any:
         """From derived to base: a number or a Range.
+
+        In base units. ProgramError for a scale of 0, TypeError for anything else.
 
             >>> import dataprocessing as dp
             >>> dp.Transform(offset=1.0, scale=2.0).inverse(dp.Range(1, 5))

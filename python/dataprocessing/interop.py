@@ -129,8 +129,9 @@ def to_xarray(self: Any, dims: str | tuple[str, ...] | None = None) -> xarray.Da
 def from_hyperspy(signal: Any) -> Array1D | Array2D:
     """An array of a HyperSpy signal that has one or two axes in all: a spectrum, an image.
 
-    The scale becomes the delta, the offset the position of element 0. ValueError for more axes (index the
-    signal first, ``s.inav[3, 4]``) and for axes that are not uniform.
+    The scale becomes the delta, the offset the position of element 0. ValueError for more axes (index the signal
+    first, ``s.inav[3, 4]``) and for axes that are not uniform. The unit is what ``Signal.quantity`` has in brackets.
+    TypeError for what is no signal.
 
         >>> import hyperspy.api, dataprocessing as dp
         >>> dp.from_hyperspy(hyperspy.api.signals.Signal1D([1.0, 2.0])).values
@@ -154,6 +155,8 @@ def from_hyperspy(signal: Any) -> Array1D | Array2D:
 
 def to_hyperspy(self: Any) -> Any:
     """A HyperSpy Signal1D or Signal2D that shares the elements; scale, offset and units are those of the axes.
+
+    A 1D array gives a Signal1D, an image a Signal2D. ImportError without HyperSpy.
 
         >>> import hyperspy.api, dataprocessing as dp
         >>> dp.Array1D([1.0, 2.0], dp.Axis(0, 0.5)).to_hyperspy().axes_manager[0].scale

@@ -57,6 +57,8 @@ _BACKGROUNDS = {"nothing": Background.NONE, "polynomial": Background.POLYNOMIAL,
 class Sums(NamedTuple):
     """What all spectra, and what the channels of each, add up to.
 
+    Both are in units of the values.
+
         >>> import numpy as np, dataprocessing as dp
         >>> dp.maps.sum(np.array([[1, 2], [3, 4]])).image
         array([3., 7.])
@@ -112,7 +114,8 @@ def sum(data: Any, *, dim: str | None = None) -> Sums:
     """The sum spectrum and the sum image; values that are not finite spread.
 
     Sums of integers are exact below 2^53. Others are made in double precision, of a channel in the order of the
-    spectra. Counts n have the standard error sqrt(n).
+    spectra. Counts n have the standard error sqrt(n). Both are in units of the values. ValueError for a ``dim`` that
+    is not there, TypeError for complex elements.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.maps.sum(np.array([[1, 2, 3], [4, 5, 6]], "u2"))
@@ -137,7 +140,8 @@ def integrate(
     ``windows`` are pairs, ends included, by name in a dict, or in a list, where they are called "window 1" and so on.
     Sums are of values, not of areas. Standard errors are those of counts, whose variance is the value itself where
     that is positive and otherwise 0, and include that of the background. Channels in no window and no range may hold
-    anything. ProgramError for windows and ranges without channels, or too few of them.
+    anything. ProgramError for windows and ranges without channels, or too few of them. Windows and ranges are in units
+    of the axis, sums in those of the values.
 
         >>> import numpy as np, dataprocessing as dp
         >>> counts = np.array([[5, 5, 9, 9, 5, 5]])
@@ -159,7 +163,7 @@ def power_law(
 
     ``ranges`` are pairs, ends included; without a ``reference`` it is the middle between their first and last
     position, which is in ``fixed``. ``chi_square`` is Pearson's. ProgramError for fewer than two channels and
-    positions that are not positive.
+    positions that are not positive. Ranges are in units of the axis, amplitudes in those of the values.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(1.0, 0.5)
@@ -181,8 +185,8 @@ def polynomial(
 ) -> Planes:  # fmt: skip
     """``sum of c[j] (x - offset)^j`` through all channels; without an ``offset`` it is the middle one, in ``fixed``.
 
-    ``weights`` are those of :func:`linear`: with "model" the polynomial has to be positive. ProgramError for a negative
-    order.
+    ``weights`` are those of :func:`linear`: with "model" the polynomial has to be positive. ProgramError for a
+    negative order. Coefficients are in units of the values over those of the axis to their power.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(10.0, 0.5)
@@ -213,7 +217,8 @@ def linear(
     the error 0. ``weights`` are 1 / "model", in steps, which is the maximum of the likelihood of counts and unbiased,
     with errors that are right from about half a count per channel on;
     1 / max("counts", 1), in one step, which takes an eighth of the time and pulls factors down where counts are few;
-    or "equal", with errors of counts. ProgramError for shapes that are not finite or made of each other.
+    or "equal", with errors of counts. ProgramError for shapes that are not finite or made of each other. A factor is in
+    units of the values over those of its shape. ValueError for shapes of other sizes and names that are not there.
 
         >>> import numpy as np, dataprocessing as dp
         >>> shapes = {"line": [0, 1, 2, 1, 0], "background": [1, 1, 1, 1, 1]}
@@ -248,8 +253,10 @@ def peaks(
     within 1e-4 standard errors but for what windows cut off. The likelihood asks for a model that is positive in all
     channels: peaks over nothing need larger ``windows``, a range ``over``, or objective="least-squares". All spectra start from the model, or where ``starts`` has
     a plane or a number for a parameter, from there. Windows stay where the model has the peaks: where lines move by
-    more than half a width, a larger ``windows`` costs less. A fit ends with a step below ``tolerance`` standard errors. ``objective``,
-    ``weights`` of the channels, ``standard_errors`` ("given" or "scatter") and ``over`` are those of a single fit.
+    more than half a width, a larger ``windows`` costs less. A fit ends with a step below ``tolerance`` standard
+    errors. ``objective``, ``weights`` of the channels, ``standard_errors`` ("given" or "scatter") and ``over`` are
+    those of a single fit. Units are those of the model: positions and widths in units of the axis, heights in those of
+    the values. ValueError for starts of names that are not there, ProgramError as for a single spectrum.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(6.0, 0.01, unit="keV")

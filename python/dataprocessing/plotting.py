@@ -35,9 +35,10 @@ def _edges(axis: Axis, count: int) -> tuple[float, float]:
 def plot(self: Any, ax: Axes | None = None, **options: Any) -> Axes:
     """Draws the array and returns matplotlib's Axes.
 
-    A line becomes stairs over the edges of its elements (options are those of ``Axes.stairs``); an image
-    is shown with row 0 at the bottom and its positions along the sides (those of ``Axes.imshow``). Of
-    complex elements the magnitude is drawn. Names and units become labels.
+    A line becomes stairs over the edges of its elements (options are those of ``Axes.stairs``); an image is shown with
+    row 0 at the bottom and its positions along the sides (those of ``Axes.imshow``). Of complex elements the magnitude
+    is drawn. Names and units become labels. A 1D array, an image or a mask. ImportError without matplotlib, whose own
+    errors come through.
 
         >>> import matplotlib.figure, dataprocessing as dp
         >>> ax = matplotlib.figure.Figure().subplots()

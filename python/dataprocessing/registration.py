@@ -34,11 +34,11 @@ def register(
 ) -> Shift:
     """How far ``moved`` lies from ``ref``, two arrays or two images of equal deltas and any sizes.
 
-    ``band`` is what is used of the spatial frequencies, as parts of the Nyquist frequency; ``overlap`` the part
-    of the smaller array that must overlap at least; ``sub`` how the shift is found between elements: "squares",
-    where what overlaps differs least, "fourier", "parabola" or "whole". ProgramError for deltas that differ and
-    complex elements, UnitError for axes of two units, DataError for arrays without elements, or with all elements
-    equal.
+    ``band`` is what is used of the spatial frequencies, as parts of the Nyquist frequency; ``overlap`` the part of the
+    smaller array that must overlap at least; ``sub`` how the shift is found between elements: "squares", where what
+    overlaps differs least, "fourier", "parabola" or "whole". ProgramError for deltas that differ and complex elements,
+    UnitError for axes of two units, DataError for arrays without elements, or with all elements equal. TypeError for
+    what is no array.
 
         >>> import numpy as np, dataprocessing as dp
         >>> x = np.arange(200)

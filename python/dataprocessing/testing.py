@@ -17,7 +17,7 @@ _OURS = (*_ARRAYS, Mask1D, Mask2D)
 def assert_identical(found: Any, expected: Any) -> None:
     """AssertionError, which says where, unless type, axes, labels and bits are the same.
 
-    Both are arrays, masks or ndarrays.
+    Both are arrays, masks or ndarrays. Names and units are among the labels.
 
         >>> import dataprocessing as dp
         >>> assert_identical(dp.Array1D([1.0]), dp.Array1D([1.0]))
@@ -32,7 +32,14 @@ def assert_identical(found: Any, expected: Any) -> None:
 
 
 def assert_close(found: Any, expected: Any, rtol: float = 1e-7, atol: float = 0.0) -> None:
-    """AssertionError unless both lie on one grid and the elements agree within a tolerance."""
+    """AssertionError unless both lie on one grid and the elements agree within a tolerance.
+
+    Both are arrays of one shape; element types, names and units may differ. ``rtol`` is relative to what is expected,
+    ``atol`` in units of the values.
+
+        >>> import dataprocessing as dp
+        >>> assert_close(dp.Array1D([1.0]), dp.Array1D([1.0 + 1e-9]))
+    """
     if not all(isinstance(x, _ARRAYS) for x in (found, expected)):
         raise AssertionError(f"{found!r} and {expected!r} are to be arrays")
     if found.shape != expected.shape:

@@ -496,7 +496,7 @@ void defineArray(py::module_& module, const char* name, const char* docstring,
             "unit", [](const Object& a) { return a.labels.Unit(); }, "The unit of the values.")
         .def("_convert", &converted<Object>, py::arg("dtype"), py::arg("part"))
         .def(
-            "copy", [](const Object& a) { return Object(a); }, R"(An independent copy.
+            "copy", [](const Object& a) { return Object(a); }, R"(An independent copy: of the same shape, type, axes, name and unit.
 
     >>> import dataprocessing as dp
     >>> a = dp.Array1D([1.0, 2.0])
@@ -506,6 +506,8 @@ void defineArray(py::module_& module, const char* name, const char* docstring,
         .def(
             "identical", &identical<Object>, py::arg("other"),
             R"(Whether `other` is an array of the same type, axes and labels whose elements have the same bits.
+
+What is no array, or of another shape, name or unit, is not.
 
     >>> import dataprocessing as dp
     >>> dp.Array1D([0.0]).identical(dp.Array1D([-0.0]))
@@ -559,7 +561,7 @@ void defineMask(py::module_& module, const char* name, const char* docstring,
     py::class_<Object> type = defineShared<Object>(module, name, docstring);
     type.def(py::init(&makeMask<Object>), py::arg("values"), py::arg(axesName) = py::none())
         .def(
-            "copy", [](const Object& a) { return Object(a); }, R"(An independent copy.
+            "copy", [](const Object& a) { return Object(a); }, R"(An independent copy: a mask of the same shape, on the same axes.
 
     >>> import dataprocessing as dp
     >>> (dp.Array1D([1, 5]) > 1).copy().values
@@ -690,7 +692,8 @@ void registerArrays(py::module_& module) {
 `values` is anything that numpy takes for a one-dimensional array; it is copied. The elements keep their
 type where it is one of the ten, bool becomes uint8, float16 float32, 64-bit integers int32 if they fit,
 else float64 if exact, else OverflowError. `dtype` asks for another type, made as by `astype`; TypeError for
-masked elements.
+masked elements, ValueError for values of other dimensions. An array or a mask brings its axes, name and unit along,
+unless others are given.
 
     >>> import dataprocessing as dp
     >>> a = dp.Array1D([12, 15, 90], dp.Axis(6.2, 0.1, unit="keV"), dtype="u2")
@@ -700,7 +703,8 @@ masked elements.
                           "axis");
     defineArray<sArray2D>(module, "Array2D", R"(Values over two calibrated axes: an image.
 
-The order is numpy's: ``shape == (rows, columns)`` and ``axes == (y, x)``; points are (x, y).
+The order is numpy's: ``shape == (rows, columns)`` and ``axes == (y, x)``; points are (x, y). Element
+types, names, units and errors are those of `Array1D`; see ``Array1D``.
 
     >>> import numpy as np, dataprocessing as dp
     >>> image = dp.Array2D(np.zeros((3, 4)), axes=(dp.Axis(0, 0.5), dp.Axis(0, 0.25)))
@@ -714,6 +718,9 @@ void registerMasks(py::module_& module) {
     defineMask<sMask1D>(module, "Mask1D",
                         R"(True and false along one calibrated axis, as comparisons give them.
 
+`values` are a 1D array of anything that is true or not. Units are those of its axis. ValueError for other dimensions
+and for masks on different grids in one operation.
+
     >>> import dataprocessing as dp
     >>> strong = dp.Array1D([1, 5, 2]) > 1
     >>> strong.count(), strong.any(), strong.all()
@@ -723,6 +730,8 @@ void registerMasks(py::module_& module) {
     defineMask<sMask2D>(
         module, "Mask2D",
         R"(True and false over two calibrated axes, as comparisons of images give them.
+
+Units and errors are those of `Mask1D`; see ``Mask1D``.
 
     >>> import numpy as np, dataprocessing as dp
     >>> (dp.Array2D(np.eye(2)) > 0).count()

@@ -184,7 +184,8 @@ are no text.
                     R"(The axis of elements at these positions.
 
 The delta and the offset are the shortest decimals that leave every position within `tolerance` elements
-of where it was. ValueError for positions that are not finite or not evenly spaced, or for none.
+of where it was. ValueError for positions that are not finite or not evenly spaced, for none, and for a negative
+tolerance; TypeError for masked ones and for what is no real number, such as dates.
 
     >>> import numpy as np, dataprocessing as dp
     >>> dp.Axis.from_positions(np.arange(1024) * np.float32(0.01))
@@ -205,7 +206,9 @@ of where it was. ValueError for positions that are not finite or not evenly spac
             "unit", [](const sAxis& a) { return a.labels.Unit(); }, "The unit of its positions.")
         .def(
             "position", [](const sAxis& a, long long index) { return a.cal.Position(index); },
-            py::arg("index"), R"(The position of element `index`, which may lie outside any array.
+            py::arg("index"), R"(The position of element `index`, which may lie outside any array; in the axis' unit.
+
+A number gives a number. TypeError for what is no integer.
 
     >>> import dataprocessing as dp
     >>> dp.Axis(6.2, 0.1).position(-1)
@@ -213,7 +216,9 @@ of where it was. ValueError for positions that are not finite or not evenly spac
 )")
         .def(
             "real_index", [](const sAxis& a, double x) { return a.cal.RealIndex(x); }, py::arg("x"),
-            R"(The real-valued index of position `x`.
+            R"(The real-valued index of position `x`, which is in the axis' unit.
+
+A number gives a number; NaN gives NaN. TypeError for what is no number.
 
     >>> import dataprocessing as dp
     >>> dp.Axis(0.0, 0.5).real_index(0.75)
@@ -227,7 +232,9 @@ of where it was. ValueError for positions that are not finite or not evenly spac
                 return a.cal.Index(x);
             },
             py::arg("x"),
-            R"(The element nearest to position `x`; a half goes up.
+            R"(The element nearest to position `x`, which is in the axis' unit; a half goes up.
+
+A number gives an integer of 32 bits, at most the largest. ValueError for NaN, TypeError for what is no number.
 
     >>> import dataprocessing as dp
     >>> dp.Axis(0.0, 0.5).nearest(0.75)
@@ -237,13 +244,17 @@ of where it was. ValueError for positions that are not finite or not evenly spac
             "tolerance", [](const sAxis& a, double x) { return a.cal.Tolerance(x); }, py::arg("x"),
             R"(How far from a whole index, in elements, position `x` counts as that index.
 
+A number gives a number; the position is in the axis' unit. TypeError for what is no number.
+
     >>> import dataprocessing as dp
     >>> dp.Axis(6.2, 0.1).tolerance(6.4) < 1e-3
     True
 )")
         .def(
             "count", [](const sAxis& a, double length) { return a.cal.Count(length); },
-            py::arg("length"), R"(How many elements a length has, to the nearest.
+            py::arg("length"), R"(How many elements a length in the axis' unit has, to the nearest.
+
+A number gives a number. SizeError for a count that is negative, above 2^31 - 1 or NaN, TypeError for what is no number.
 
     >>> import dataprocessing as dp
     >>> dp.Axis(6.2, 0.1).count(1.0)
@@ -252,7 +263,9 @@ of where it was. ValueError for positions that are not finite or not evenly spac
         .def(
             "positions", [](const sAxis& a, long long n) { return positions(a, n, "positions"); },
             py::arg("count"),
-            R"(The positions of the first `count` elements, as float64. ValueError for a negative count.
+            R"(The positions of the first `count` elements, as an ndarray of float64, in the axis' unit.
+
+ValueError for a negative count.
 
     >>> import dataprocessing as dp
     >>> dp.Axis(1.0, 0.5).positions(3)
@@ -268,7 +281,7 @@ of where it was. ValueError for positions that are not finite or not evenly spac
             py::arg("count"),
             R"(Where the first `count` elements begin, and where the last one ends: count + 1 positions, as float64.
 
-ValueError for a negative count.
+They are an ndarray, in the axis' unit. ValueError for a negative count.
 
     >>> import dataprocessing as dp
     >>> dp.Axis(1.0, 0.5).edges(2)

@@ -70,7 +70,9 @@ void define() {
             [](const Mask& a, const Mask& b) {
                 return static_cast<bool>(a.values.IsRangeAndDelta(b.values));
             },
-            py::arg("other"), R"(Whether both lie on one grid.
+            py::arg("other"), R"(Whether both masks lie on one grid: of the same shape, range and delta.
+
+Names and units play no part. TypeError for what is no mask of these dimensions.
 
     >>> import dataprocessing as dp
     >>> a = dp.Array1D([1, 5])

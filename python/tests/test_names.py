@@ -6,6 +6,7 @@ import subprocess
 import sys
 
 import dataprocessing
+import declarations
 import pytest
 from dataprocessing import _core
 
@@ -131,6 +132,82 @@ def test_every_reason_for_leaving_out_is_needed():
     for line in LEFT_OUT.strip().splitlines():
         pattern = line.split()[0]
         assert any(re.match(pattern, name) for name in names), pattern
+
+
+# What only the headers have, without a symbol of its own, and why Python does without.
+ONLY_IN_HEADERS = r"""
+    .*operator.*|.*~.*|begin|end                Python's own
+    (arr|clct|list|hndl|type)_                  containers; Python has its own
+    (dtyp|grid|pos)_                            numpy's dtypes; an Axis and a count; two numbers
+    (barr|parr)_c\w+Iterator                    iter(a)
+    \w+_s(\w*Options|Control|Units|Range)$      arguments with names
+    (nlsq|maps|mesg|pkmd)_s(DerivativeCheck|Iteration|Layout|PeakPlanes|Planes|Spectra|Background|MessageData|Interval)$    tuples and dicts
+    mesg_Class|tgio_c(ObjectType|Stream)        inside of messages and streams
+    warp_s2x3Map                                nested lists
+    .*::infinity                                math.inf
+    gsft_cGaussian::(hRef|SetRef)Gaussian       .reference and .set_reference
+    rnge_c2DRange::(Left|Bottom|Right|Top|Center)[XY]?$    .corners and .center
+    pkmd_cModel::(Backgrounds|Peaks|WidthLaw|eBackground|s\w+)    .names and .starts
+    dasl_c1DDataArraySelection::RangeList       .ranges
+"""
+
+# Enumerators that are no members of an enumeration of Python's.
+OTHER_ENUMERATORS = r"""
+    arr_eFill           containers; Python has its own
+    bnry_eMaskCal       masks lie where their data do
+    darr_eInterpolation True and False
+    dtyp_eDataType      numpy's dtypes
+    eBackground         names of methods
+    eKind               names of methods
+    gsft_eParameter     names of parameters
+    maps_eStatus        dp.maps.Status
+    nlsq_eObserved      True and False
+    pkmd_eParts         True and False
+"""
+
+
+def in_headers():
+    """Names of functions and classes, those of methods where Python has the class, and enumerators."""
+    names, enumerators = set(), set()
+    for path in declarations.headers():
+        found = declarations.declarations(path)
+        names |= found[0]
+        enumerators |= found[1]
+    bound = {name for name in names if "::" not in name or hasattr(_core, name.rpartition("::")[0])}
+    return sorted(bound - set(exported())), sorted(enumerators)
+
+
+NAMES, ENUMERATORS = in_headers()
+
+
+def given_up(name, reasons):
+    return any(re.match(line.split()[0], name) for line in reasons.strip().splitlines())
+
+
+@pytest.mark.parametrize("name", [name for name in NAMES if not left_out(name) and not given_up(name, ONLY_IN_HEADERS)])
+def test_what_only_headers_have_can_be_reached(name):
+    # A class under its own name, a setter as the property that it sets.
+    assert hasattr(_core, name) or reached(name) is not None or reached(name.replace("::Set", "::")) is not None
+
+
+@pytest.mark.parametrize("name", [name for name in ENUMERATORS if not given_up(name, OTHER_ENUMERATORS)])
+def test_enumerators_can_be_reached(name):
+    called = "_" + re.sub(r"(?<=[a-z0-9])(?=[A-Z])|(?<=[A-Z])(?=[A-Z][a-z])", "_", re.split("::|_", name)[-1]).upper() + "_"
+    members = [member for kind in vars(_core).values() for member in getattr(kind, "__members__", ())]
+    assert any(f"_{member}_" in called for member in members)
+
+
+def test_every_reason_for_doing_without_is_needed():
+    for reasons, names in ((ONLY_IN_HEADERS, NAMES), (OTHER_ENUMERATORS, ENUMERATORS)):
+        for line in reasons.strip().splitlines():
+            assert any(re.match(line.split()[0], name) for name in names), line
+
+
+def test_headers_are_read_whole():
+    assert {"cal_cArrayCal::SetDelta", "dtyp_Of", "pos_c2DPosition", "maps_sRange"} <= set(NAMES) | {
+        name for path in declarations.headers() for name in declarations.declarations(path)[0]
+    }
+    assert {"unry_eMathUnaryOperation::unry_Exp", "eKind::Following"} <= set(ENUMERATORS)
 
 
 AFTER_NUMPY = """
