@@ -625,6 +625,8 @@ def _clip_by_arrays(self: Any, low: Any, high: Any) -> Any:
     from dataprocessing.functions import maximum, minimum
 
     found, is_whole = self, self.dtype.kind in "iu"
+    if is_whole and any(limit is not None and np.isnan(limit).any() for limit in (low, high)):
+        raise ValueError("NaN is no limit of integers")
     if low is not None:
         found = maximum(found, np.ceil(low) if is_whole else low)
     if high is not None:

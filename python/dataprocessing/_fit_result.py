@@ -52,7 +52,7 @@ class Parameter:
     def __str__(self) -> str:
         if not self.vary:
             return f"{self.value:.7g} ({f'follows {self.ref}' if self.ref else 'fixed'})"
-        return f"{self.value:.7g} +- {self.stderr:.2g}" if math.isfinite(self.stderr) else f"{self.value:.7g}"
+        return _measured(self.value, self.stderr) or "nan"
 
 
 @dataclass(frozen=True)
@@ -88,7 +88,14 @@ def _frozen(values: NDArray[Any]) -> NDArray[Any]:
 
 
 def _measured(value: float, error: float) -> str:
-    return "" if math.isnan(value) else f"{value:.7g}" + ("" if math.isnan(error) else f" +- {error:.2g}")
+    """The value with as many digits as its error has, 7 at least; nothing of NaN."""
+    if math.isnan(value):
+        return ""
+    if not math.isfinite(error):
+        return f"{value:.7g}"
+    known = abs(value) / error if error > 0 else 0.0
+    digits = 7 if known < 1 or math.isinf(known) else min(max(7, math.ceil(math.log10(known)) + 2), 17)
+    return f"{value:.{digits}g} +- {error:.2g}"
 
 
 @dataclass(frozen=True, eq=False, repr=False)

@@ -31,7 +31,7 @@ _FULL_WIDTHS = {"gaussian": 2 * math.sqrt(2 * math.log(2)), "lorentzian": 2.0, "
 
 
 # Where there are several of a kind, the library gives each its number.
-_NUMBERED = re.compile(r"^(coefficient \d+|.* of the (?:power law|exponential|curve))(?: of polynomial)? \d+$")
+_NUMBERED = re.compile(r"^(coefficient \d+|.* of the (?:power law|exponential|curve))(?: of polynomial)? (\d+)$")
 
 
 class ModelPeak(NamedTuple):
@@ -108,9 +108,11 @@ class PeakModel:
             peaks = list(self.peak_names)
         for text in given:
             head, mark, number = text.rpartition(" of peak ")
+            several = None if mark else _NUMBERED.match(text)
+            if several:  # what is added later changes no name
+                text = several[1] if several[2] == "0" else f"{several[1]} ({int(several[2]) + 1})"
             if mark:
                 text = f"{head} of {peaks[int(number)]}"
-            text = _NUMBERED.sub(r"\1", text)  # what is added later changes no name
             met[text] += 1
             names.append(text if met[text] == 1 else f"{text} ({met[text]})")
         return names

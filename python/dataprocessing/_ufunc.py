@@ -118,7 +118,10 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
     if isinstance(kwargs.get("where"), _MASKS):
         kwargs["where"] = kwargs["where"].values
     first = arrays[0] if arrays else None
-    for x in arrays[1:] if method == "__call__" and ufunc.signature is None else []:
+    is_by_element = method == "__call__" and ufunc.signature is None
+    for x in arrays[1:]:
+        if not is_by_element and not isinstance(x, _MASKS):
+            continue
         if x.ndim != arrays[0].ndim or not _core.same_grid(arrays[0], x):
             raise ValueError(f"np.{ufunc.__name__} takes arrays on one grid; bring them there first, as a + 0 * b does")
         _core.check_axes(arrays[0], x)
@@ -126,9 +129,6 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
     if len(valued) == 2:
         _core.check_units(*valued)
     result = getattr(ufunc, method)(*(x.values if isinstance(x, _OURS) else x for x in inputs), **kwargs)
-    if out:
-        return out[0] if len(out) == 1 else out
-
     def wrapped(values: Any) -> Any:
         if method != "__call__" or ufunc.signature or first is None or np.shape(values) != first.shape:
             return values
@@ -143,6 +143,10 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
                 _core.take_axes(made, x)
         return made
 
+    if out:
+        made = result if isinstance(result, tuple) else (result,)
+        given = tuple(wrapped(one) if own is None else own for own, one in zip(out, made))
+        return given[0] if len(given) == 1 else given
     return tuple(map(wrapped, result)) if isinstance(result, tuple) else wrapped(result)
 
 

@@ -724,7 +724,11 @@ def peaks(
         (6.4, 0.06)
     """
     data = _spectrum(a)
+    if not isinstance(model, PeakModel):
+        raise TypeError(f"peaks takes a PeakModel, not {type(model).__name__}")
     start, stop = (-math.inf, math.inf) if over is None else over
+    if data.axis.delta < 0:
+        start, stop = sorted((start, stop))
     model = model.copy()  # another thread may add to it meanwhile
     model._check_curves(data)
     if isinstance(weights, Array1D) and not _core.same_grid(weights, data):

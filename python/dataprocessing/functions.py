@@ -73,8 +73,8 @@ sinh = _simple("sinh", Function.SINH, "The hyperbolic sine, element by element."
 cosh = _simple("cosh", Function.COSH, "The hyperbolic cosine.", "0.0", "1.")
 tanh = _simple("tanh", Function.TANH, "The hyperbolic tangent.")
 atan = _simple("atan", Function.ATAN, "The arc tangent, in radians.")
-asin = _simple("asin", Function.ASIN, "The arc sine, in radians. DataError for a real value beyond [-1, 1].")
-acos = _simple("acos", Function.ACOS, "The arc cosine, in radians. DataError for a real value beyond [-1, 1].", "1.0", "0.")
+asin = _simple("asin", Function.ASIN, "The arc sine, in radians. DataError for a real value beyond [-1, 1] and for NaN.")
+acos = _simple("acos", Function.ACOS, "The arc cosine, in radians. DataError for a real value beyond [-1, 1] and for NaN.", "1.0", "0.")
 sqr = _simple("sqr", Function.SQR, "x times x; of complex elements the complex square.", "-3.0", "9.")
 
 
@@ -83,6 +83,8 @@ def _in_domain(function: Function, x: Any, domain: str, lowest_allowed: float, a
     if domain not in ("real", "complex"):
         raise ValueError(f'domain is "real" or "complex", not {domain!r}')
     values = _core.exactly_floating(x) if isinstance(x, _ARRAYS) else _number(x)
+    if getattr(values, "dtype", np.dtype("f8")).kind in "biu":  # small ones
+        values = values.astype("f4")
     is_complex = values.dtype.kind == "c" if hasattr(values, "dtype") else isinstance(values, complex)
     outside = _core.scan_is_negative if at_zero is None else _core.scan_is_zero_or_negative
     if is_complex or domain == "complex" or not outside(values):
@@ -158,7 +160,8 @@ def absolute(x: Any) -> Any:
         result = _core.unry_operate(Function.ABS, _core.exactly_floating(x))
         np.absolute(result.values, out=result.values)
         return _kept(x, result)
-    return np.absolute(_number(x))
+    number = _number(x)
+    return np.absolute(number.astype("f4") if isinstance(number, np.integer) else number)
 
 
 def real(x: Any) -> Any:
@@ -283,6 +286,8 @@ def _extreme(a: Any, b: Any, choose: Callable[[Any, Any], Any], numpy: np.ufunc)
     a, b = _exact_pair(without_masked(a), without_masked(b))
     if a.dtype.kind == "c":
         raise TypeError("complex elements have no order; take abs(a) or a.real first")
+    if all(x.size == 0 for x in arrays):
+        return _named((a if isinstance(a, _ARRAYS) else b).copy(), arrays)
     result = choose(a, b)
     if result.dtype.kind == "f":
         # A comparison with NaN is false, so one of the two orders keeps it.
@@ -337,6 +342,11 @@ def where(mask: Any, a: Any, b: Any) -> Any:
         _core.check_axes(mask, x)
     if arrays:
         a, b = _exact_pair(without_masked(a), without_masked(b))
+    if mask.size == 0 and all(x.size == 0 for x in arrays):
+        numbers = [x if isinstance(x, _ARRAYS) else np.asarray(x) for x in (a, b)]
+        made: Any = Array1D if mask.ndim == 1 else Array2D
+        axes = mask.axes[0] if mask.ndim == 1 else mask.axes
+        return _named(made(np.empty(mask.shape, np.result_type(*(x.dtype for x in numbers))), axes), arrays)
     result = _named(_core.tnry_ternary(mask, a, b), arrays)
     _core.take_axes(result, mask)
     return result

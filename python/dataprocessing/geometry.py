@@ -35,6 +35,8 @@ def rotate(image: Array2D, angle: float, rect: Rect | None = None) -> Array2D:
         >>> dp.rotate(dp.Array2D(np.ones((2, 3))), np.pi / 2).shape
         (3, 2)
     """
+    if rect is not None and not isinstance(rect, Rect):
+        raise TypeError(f"rotate takes a Rect, not {type(rect).__name__}")
     return _core.warp_rotate(image, angle, None if rect is None else rect._rect)
 
 

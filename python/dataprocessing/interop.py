@@ -71,7 +71,7 @@ def from_xarray(data: xarray.DataArray, tolerance: float = 1e-3) -> Array1D | Ar
         >>> dp.from_xarray(data).axis
         Axis(0.0, 0.5, name='x')
     """
-    if not hasattr(data, "dims") or not hasattr(data, "coords"):
+    if not all(hasattr(data, name) for name in ("dims", "coords", "ndim")):
         raise TypeError(f"from_xarray takes a DataArray, not {type(data).__name__}")
     if data.ndim not in (1, 2):
         raise ValueError(f"arrays have one or two dimensions, not {data.ndim}")
@@ -112,8 +112,8 @@ def to_xarray(self: Any, dims: str | tuple[str, ...] | None = None) -> xarray.Da
 
     names = [axis.name for axis in self.axes]
     chosen = _dimensions(names) if dims is None else (dims,) if isinstance(dims, str) else tuple(dims)
-    if len(chosen) != self.ndim:
-        raise ValueError(f"{self.ndim} names of dimensions are needed, not {len(chosen)}")
+    if len(set(chosen)) != self.ndim:
+        raise ValueError(f"{self.ndim} different names of dimensions are needed, not {chosen!r}")
     coords = {}
     for dimension, axis, count in zip(chosen, self.axes, self.shape):
         attributes: dict[str, Any] = {_CALIBRATION: [axis.offset, axis.delta, axis.index]}
@@ -149,7 +149,7 @@ def from_hyperspy(signal: Any) -> Array1D | Array2D:
     if len(axes) not in (1, 2):
         raise ValueError(f"arrays have one or two dimensions, not {len(axes)}; take one of s.inav[...]")
     title = signal.metadata.get_item("General.title", "") or ""
-    quantity = re.search(r"\(([^()]*)\)$", signal.metadata.get_item("Signal.quantity", "") or "")
+    quantity = re.search(r"\((.*)\)$", signal.metadata.get_item("Signal.quantity", "") or "")
     return _array(signal.data, axes, title, quantity[1] if quantity else "")
 
 

@@ -94,6 +94,15 @@ py::array forIntegers(const py::array& values, dtyp_cDataType type) {
     return values;
 }
 
+/// What the object of a method holds, which may be called with anything.
+template<class Object>
+Object& own(const py::handle& self) {
+    if (Object* object = tryHeld<Object>(self.ptr()))
+        return *object;
+    throw py::type_error(std::string("a method of ") + typeOf<Object>->tp_name +
+                         " for an object of " + Py_TYPE(self.ptr())->tp_name);
+}
+
 // ---- Indexing ----------------------------------------------------------------------------------
 
 /// A stretch of one axis that an index takes.
@@ -199,7 +208,7 @@ py::object withoutMasks(const Object& of, const py::object& index) {
 /// Elements by a mask or by what else numpy takes: an ndarray, as numpy gives it.
 template<class Object>
 py::object byNumpy(const py::handle& self, const py::object& index) {
-    return viewOf(self)[withoutMasks(held<Object>(self.ptr()), index)];
+    return viewOf(self)[withoutMasks(own<Object>(self), index)];
 }
 
 template<class Object>
@@ -242,7 +251,7 @@ std::array<py::object, axes> entriesOf(const py::tuple& tuple) {
 }
 
 py::object get1D(const py::object& self, const py::object& index) {
-    const sArray1D& array = held<sArray1D>(self.ptr());
+    const auto& array = own<sArray1D>(self);
     const py::tuple tuple = tupleOf(index);
     if (!isPositional(tuple))
         return byNumpy<sArray1D>(self, index);
@@ -253,7 +262,7 @@ py::object get1D(const py::object& self, const py::object& index) {
 }
 
 py::object get2D(const py::object& self, const py::object& index) {
-    const sArray2D& image = held<sArray2D>(self.ptr());
+    const auto& image = own<sArray2D>(self);
     const py::tuple tuple = tupleOf(index);
     if (!isPositional(tuple))
         return byNumpy<sArray2D>(self, index);
@@ -284,6 +293,9 @@ py::object asElements(const py::object& value, dtyp_cDataType type) {
     const char kind = given.dtype().kind();
     if (kind == 'c' && !type.IsComplex())
         throw py::type_error("real elements hold no complex values; take abs(v) or v.real first");
+    if (std::string("biufc").find(kind) == std::string::npos)
+        throw py::type_error("arrays hold no elements of type " +
+                             std::string(py::str(py::handle(given.dtype()))));
     if (type.Code() > dtyp_Int32 || kind == 'b' || codeOf(given.dtype()) == type)
         return given;
     const auto made = fromNumpy<sArray1D>(given.attr("reshape")(-1), type);
@@ -293,11 +305,12 @@ py::object asElements(const py::object& value, dtyp_cDataType type) {
 
 template<class Object>
 void set(const py::object& self, const py::object& index, const py::object& value) {
+    const auto& object = own<Object>(self);
     const py::array view = viewOf(self);
-    const py::object to = withoutMasks(held<Object>(self.ptr()), index);
+    const py::object to = withoutMasks(object, index);
     const py::object elements = [&] {
         if constexpr (std::is_same_v<Object, sArray1D> || std::is_same_v<Object, sArray2D>)
-            return asElements(value, typeOfElements(held<Object>(self.ptr())));
+            return asElements(value, typeOfElements(object));
         refuseMasked(value);
         return value;
     }();
@@ -496,7 +509,8 @@ void defineArray(py::module_& module, const char* name, const char* docstring,
             "unit", [](const Object& a) { return a.labels.Unit(); }, "The unit of the values.")
         .def("_convert", &converted<Object>, py::arg("dtype"), py::arg("part"))
         .def(
-            "copy", [](const Object& a) { return Object(a); }, R"(An independent copy: of the same shape, type, axes, name and unit.
+            "copy", [](const Object& a) { return Object(a); },
+            R"(An independent copy: of the same shape, type, axes, name and unit.
 
     >>> import dataprocessing as dp
     >>> a = dp.Array1D([1.0, 2.0])
@@ -561,7 +575,8 @@ void defineMask(py::module_& module, const char* name, const char* docstring,
     py::class_<Object> type = defineShared<Object>(module, name, docstring);
     type.def(py::init(&makeMask<Object>), py::arg("values"), py::arg(axesName) = py::none())
         .def(
-            "copy", [](const Object& a) { return Object(a); }, R"(An independent copy: a mask of the same shape, on the same axes.
+            "copy", [](const Object& a) { return Object(a); },
+            R"(An independent copy: a mask of the same shape, on the same axes.
 
     >>> import dataprocessing as dp
     >>> (dp.Array1D([1, 5]) > 1).copy().values
@@ -677,6 +692,7 @@ py::array viewOf(const py::handle& self) {
         return view<sArray2D>(self);
     if (isInstance<sMask1D>(self.ptr()))
         return viewOfMask<sMask1D>(self);
+    own<sMask2D>(self);
     return viewOfMask<sMask2D>(self);
 }
 

@@ -206,7 +206,8 @@ tolerance; TypeError for masked ones and for what is no real number, such as dat
             "unit", [](const sAxis& a) { return a.labels.Unit(); }, "The unit of its positions.")
         .def(
             "position", [](const sAxis& a, long long index) { return a.cal.Position(index); },
-            py::arg("index"), R"(The position of element `index`, which may lie outside any array; in the axis' unit.
+            py::arg("index"),
+            R"(The position of element `index`, which may lie outside any array; in the axis' unit.
 
 A number gives a number. TypeError for what is no integer.
 
@@ -306,6 +307,8 @@ They are an ndarray, in the axis' unit. ValueError for a negative count.
                 return sAxis{cal_cArrayCal(offset, delta, index), cLabels(word(name), word(unit))};
             })
         .def("__reduce__", [](const py::object& self) {
+            if (!isInstance<sAxis>(self.ptr()))
+                throw py::type_error("an axis is an Axis");
             const sAxis& a = held<sAxis>(self.ptr());
             const bool isRefused = !std::isfinite(a.cal.Offset()) || !isDelta(a.cal.Delta());
             return py::make_tuple(

@@ -70,7 +70,8 @@ void define() {
             [](const Mask& a, const Mask& b) {
                 return static_cast<bool>(a.values.IsRangeAndDelta(b.values));
             },
-            py::arg("other"), R"(Whether both masks lie on one grid: of the same shape, range and delta.
+            py::arg("other"),
+            R"(Whether both masks lie on one grid: of the same shape, range and delta.
 
 Names and units play no part. TypeError for what is no mask of these dimensions.
 

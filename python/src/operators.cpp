@@ -1,6 +1,7 @@
 #include "operators.h"
 
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "arithmetic.h"
@@ -130,6 +131,13 @@ PyObject* positiveSlot(PyObject* self) {
     return slot([&] { return release(A(held<A>(self))); });
 }
 
+/// A method that is taken from its class may be called with anything.
+void requireSelf(PyTypeObject* type, const py::object& self) {
+    if (!PyObject_TypeCheck(self.ptr(), type))
+        throw py::type_error(std::string("a method of ") + type->tp_name + " for an object of " +
+                             Py_TYPE(self.ptr())->tp_name);
+}
+
 // Slots alone would be lost to Python subclasses, which look methods up by name; methods alone
 // would be slow. They go into the dictionary past the type's own setattr, which would take the
 // slots away.
@@ -149,16 +157,19 @@ void addBinaryMethods(PyTypeObject* type, const char* name, const char* reflecte
         return py::reinterpret_steal<py::object>(result);
     };
     addMethod(type, name, [=](const py::object& a, const py::object& b) {
+        requireSelf(type, a);
         return checked(slotFunction(a.ptr(), b.ptr()));
     });
     if (reflected != nullptr)
         addMethod(type, reflected, [=](const py::object& a, const py::object& b) {
+            requireSelf(type, a);
             return checked(slotFunction(b.ptr(), a.ptr()));
         });
 }
 
 void addUnaryMethod(PyTypeObject* type, const char* name, unaryfunc slotFunction) {
     addMethod(type, name, [=](const py::object& a) {
+        requireSelf(type, a);
         PyObject* result = slotFunction(a.ptr());
         if (result == nullptr)
             throw py::error_already_set();
@@ -168,6 +179,7 @@ void addUnaryMethod(PyTypeObject* type, const char* name, unaryfunc slotFunction
 
 void addComparison(PyTypeObject* type, const char* name, int python, richcmpfunc slotFunction) {
     addMethod(type, name, [=](const py::object& a, const py::object& b) {
+        requireSelf(type, a);
         PyObject* result = slotFunction(a.ptr(), b.ptr(), python);
         if (result == nullptr)
             throw py::error_already_set();

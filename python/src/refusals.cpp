@@ -87,6 +87,10 @@ PyObject* call(PyObject* self, PyObject* arguments, PyObject* keywords) {
     if (result != nullptr || PyErr_ExceptionMatches(PyExc_TypeError) == 0)
         return result;
     py::error_already_set error;
+    if (error.trace()) { // of a function of the user's
+        error.restore();
+        return nullptr;
+    }
     try {
         const std::string message(py::str(error.value()));
         const std::string text = shortly(message, arguments, keywords);

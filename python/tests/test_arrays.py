@@ -223,7 +223,7 @@ def test_types_asked_for_are_made_as_conversion_makes_them(source, dtype):
 
 
 @pytest.mark.parametrize("dtype", INTEGERS)
-@pytest.mark.parametrize("values", [300, -1, 1.7, 2.5, np.nan, np.inf, 2**40, -(2**70), np.float32(-3.5), True, [1.7, np.nan, 1e20]])
+@pytest.mark.parametrize("values", [300, -1, 1.7, 2.5, np.nan, np.inf, 2**40, np.float32(-3.5), True, [1.7, np.nan, 1e20]])
 def test_what_is_written_is_what_conversion_makes(values, dtype):
     wanted = dp.Array1D(np.broadcast_to(np.asarray(values, "f8"), 3)).astype(dtype).values
     a = dp.Array1D(np.ones(3), dtype=dtype)
@@ -233,6 +233,15 @@ def test_what_is_written_is_what_conversion_makes(values, dtype):
     image = dp.Array2D(np.ones((2, 3)), dtype=dtype)
     image[1] = values
     assert image.values.tolist() == [[1] * 3, wanted.tolist()]
+
+
+@pytest.mark.parametrize("dtype", REALS)
+def test_what_is_no_number_is_not_written(dtype):
+    a = dp.Array1D([1, 2], dtype=dtype)
+    for value in (None, np.datetime64("2020"), "x", [None, 1], 10**400):
+        with pytest.raises(TypeError, match="elements of type"):
+            a[0] = value
+    assert a.values.tolist() == [1, 2]
 
 
 @pytest.mark.parametrize("dtype", REALS)

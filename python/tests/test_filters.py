@@ -87,3 +87,13 @@ def test_registration_of_images():
         dp.register(dp.Array2D(np.zeros((8, 8))), dp.Array2D(np.zeros((8, 8))))
     with pytest.raises(ValueError, match="sub"):
         dp.register(moved, ref, sub="pixel")
+
+
+def test_the_sigmas_of_an_image_are_along_x_and_along_y():
+    point = np.zeros((9, 9))
+    point[4, 4] = 1
+    image = dp.Array2D(point)
+    wide = dp.smooth_gauss(image, 1.5, 0.5).values
+    assert wide[4, 6] > 2 * wide[6, 4] and dp.smooth_gauss(image, 1.0).identical(dp.smooth_gauss(image, 1.0, 1.0))
+    with pytest.raises(ValueError, match="no y"):
+        dp.smooth_gauss(dp.Array1D(point[4]), 1.0, 1.0)

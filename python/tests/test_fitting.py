@@ -621,5 +621,31 @@ def test_names_that_were_given_stay():
     given = [*model.polynomial([10]), *model.power_law(1, -2, 5.0), *model.exponential(1, -1), *model.curve(dp.Array1D([1.0]))]
     second = [*model.polynomial([1, 2]), *model.power_law(1, -2, 5.0), *model.exponential(1, -1), *model.curve(dp.Array1D([1.0]))]
     assert set(given + second) <= set(model.names) and len(set(model.names)) == len(model.names)
-    assert second[0] == "coefficient 0 (2)" and second[1] == "coefficient 1" and second[2] == "amplitude of the power law (2)"
+    assert second[:2] == ["coefficient 0 (2)", "coefficient 1 (2)"] and second[2] == "amplitude of the power law (2)"
     model.fix(*given, *second)
+
+
+def test_names_of_peaks_are_not_looked_into():
+    model = fitting.PeakModel()
+    for name in ("edge of the curve 1", "edge of the curve 2", "coefficient 0 of polynomial 1"):
+        assert model.peak("gaussian", 1, 1, 1, name=name).position == f"position of {name}"
+
+
+def test_reports_have_the_digits_that_are_known():
+    assert str(fitting.Parameter("x", 1000004.0956, 0.00052)) == "1000004.0956 +- 0.00052"
+    assert str(fitting.Parameter("x", 2.0, 0.1)) == "2 +- 0.1" and str(fitting.Parameter("x", 2.0)) == "2"
+    for error in (0.0, math.inf, 1e-300, 5e-324):
+        assert str(fitting.Parameter("x", 1e300, error)).startswith("1e+300")
+    assert str(fitting.Parameter("x", math.nan, 1.0)) == "nan"
+
+
+def test_downward_axes_are_fitted_over_their_own_range():
+    x = dp.Axis(7.0, -0.01).positions(120)
+    counts = dp.Array1D(900 * np.exp(-(((x - 6.4) / 0.06) ** 2) / 2) + 20, dp.Axis(7.0, -0.01))
+    model = PeakModel()
+    line = model.peak("gaussian", 6.38, 700, 0.05)
+    model.polynomial([10])
+    found = [fitting.peaks(counts, model, over=over).params[line.position].value for over in (None, counts.range)]
+    assert found == pytest.approx([6.4, 6.4], abs=1e-5)
+    with pytest.raises(TypeError, match="PeakModel"):
+        fitting.peaks(counts, None)

@@ -335,3 +335,32 @@ def test_errors_of_python_say_so_too():
     assert error.unit == "dataprocessing" and error.line == 0 and error.message == str(error) and "outside" in error.message
     bare = dp.DataProcessingError("of one's own")
     assert (bare.unit, bare.line, bare.message) == ("", 0, "")
+
+
+@pytest.mark.parametrize("name", ["sqrt", "log", "log10", "exp", "atan"])
+def test_functions_take_all_types(name, dtype):
+    values = np.array([1, 4, 9]).astype(dtype)
+    wide = {"i": "f8", "u": "f8"}.get(dtype[0], dtype) if dtype[1:] == "4" else {"f8": "f8", "c8": "c8", "c16": "c16"}.get(dtype, "f4")
+    wanted = {"atan": np.arctan}.get(name, getattr(np, name, None))(values.astype("c16" if dtype[0] == "c" else "f8"))
+    found = getattr(dp, name)(dp.Array1D(values))
+    assert found.dtype == (wide if dtype != "f4" else "f4")
+    np.testing.assert_allclose(found.values, wanted, rtol=1e-6, atol=1e-6)
+    for value in values[:2]:
+        np.testing.assert_allclose(getattr(dp, name)(value), getattr(dp, name)(dp.Array1D([value])).values[0], rtol=1e-6, atol=1e-6)
+
+
+def test_small_numbers():
+    assert dp.absolute(np.int8(-128)) == 128 and dp.sqrt(np.True_) == 1 and dp.sqrt(np.uint8(4)) == 2
+
+
+@pytest.mark.parametrize("choose", [dp.minimum, dp.maximum])
+def test_choices_among_nothing(choose, dtype):
+    empty = dp.Array1D(np.empty(0, dtype), dp.Axis(3.0), unit="V")
+    image = dp.Array2D(np.empty((0, 3), dtype))
+    if dtype[0] != "c":
+        for found in (choose(empty, 1), choose(1, empty), choose(empty, empty)):
+            assert found.size == 0 and found.axis == dp.Axis(3.0) and found.unit == "V"
+        assert choose(image, image).shape == (0, 3)
+    nowhere = empty == empty
+    assert dp.where(nowhere, empty, 0).size == dp.where(nowhere, 1, 2).size == 0
+    assert dp.where(nowhere, empty, empty).dtype == empty.dtype and dp.where(image == image, image, 0).shape == (0, 3)

@@ -92,3 +92,9 @@ def test_its_maps_are_maps(index):
     inside = np.abs(calibration.positions(signal.data.shape[-1]) - middle) <= 10.000001 * abs(axis.scale)
     np.testing.assert_allclose(planes["middle"], np.abs(signal.data)[..., inside].sum(-1), rtol=1e-6)
     assert planes.status.shape == signal.data.shape[:-1]
+
+
+def test_axes_with_an_index_and_units_lie_where_they_did():
+    a = dp.Array1D(np.arange(4.0), dp.Axis(6.0, 0.5, 2, "E", "keV"), name="n", unit="counts (raw)")
+    again = dp.from_hyperspy(a.to_hyperspy())
+    assert again.positions.tolist() == a.positions.tolist() and (again.unit, again.name) == (a.unit, a.name)

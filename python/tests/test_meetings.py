@@ -74,6 +74,22 @@ def test_outer_and_at_take_any_sizes():
     assert changed.values.tolist() == [2.0, 4.0, 3.0, 4.0]
 
 
+def test_masks_from_elsewhere_are_refused_by_all_methods():
+    far = dp.Mask1D([True, False, True, True], dp.Axis(90.0))
+    with pytest.raises(ValueError):
+        np.add.at(A.copy(), far, 1)
+    with pytest.raises(ValueError):
+        np.add.reduce(A, where=far)
+    assert np.add.reduce(A, where=A > 1) == 9
+
+
+def test_results_without_a_place_of_their_own_are_made():
+    a, parts = dp.Array1D([1.5, 2.0, 3.25], dp.Axis(4.0)), np.zeros(3)
+    found = np.modf(a, out=(parts, None))
+    assert found[0] is parts and parts.tolist() == [0.5, 0.0, 0.25]
+    assert found[1].values.tolist() == [1.0, 2.0, 3.0] and found[1].axis == a.axis
+
+
 def test_arrays_of_other_classes_decide():
     masked = np.ma.array([1.0, 2.0, 3.0, 4.0], mask=[0, 1, 0, 0])
     assert np.add(A, masked).mask.tolist() == (A + masked).mask.tolist() == [False, True, False, False]
@@ -88,6 +104,8 @@ def test_numpys_functions_do_not_go_on_without_us():
         np.clip(A, A.with_labels(unit="nm"), None)
     with pytest.raises(ValueError):
         np.clip(A, [1, 2, 3, 4], None, out=np.zeros(4))
+    with pytest.raises(ValueError, match="NaN"):
+        dp.Array1D([1, 2, 3]).clip([np.nan, 1, 2])
 
 
 def test_masks_are_iterables():

@@ -85,6 +85,39 @@ def test_arguments_of_other_types_are_told_in_a_sentence(said):
     assert str(error.value) == said
 
 
+OTHERS = [5, None, dp.Array2D(np.eye(2)), dp.Array1D([1]) > 0, dp.Axis(), "x"]
+METHODS = [name for name in dir(dp.Array1D) if callable(getattr(dp.Array1D, name)) and name.startswith("__")
+           and not hasattr(object, name) or name in ("__eq__", "__lt__", "__reduce__")]  # fmt: skip
+
+
+@pytest.mark.parametrize("method", METHODS)
+@pytest.mark.parametrize("kind", [dp.Array1D, dp.Mask1D, dp.Axis])
+def test_methods_are_for_objects_of_their_class(kind, method):
+    function = getattr(kind, method, None)
+    for other in OTHERS:
+        if function is None or isinstance(other, kind) or isinstance(other, type(A)):
+            continue
+        for arguments in ((), (0,), (A,), (0, 1), (A, 2)):
+            try:
+                function(other, *arguments)
+            except (TypeError, AttributeError, ValueError, IndexError):
+                continue
+    for name in ("values", "shape", "axes"):
+        with pytest.raises((TypeError, AttributeError)):
+            getattr(kind, name, dp.Array1D.values).fget(5)
+
+
+def test_errors_of_a_users_function_are_the_users():
+    said = "model(): incompatible function arguments. The following argument types are supported:\n    1. (a) -> b\n\nInvoked with: 1"
+
+    def model(x, p):
+        raise TypeError(said)
+
+    with pytest.raises(TypeError) as error:
+        dp.fitting.curve(model, ([1.0, 2.0, 3.0], [1.0, 2.0, 3.0]))
+    assert str(error.value) == said
+
+
 def test_other_errors_are_told_as_they_are():
     with pytest.raises(TypeError, match="^arrays hold no elements of type <U1$"):
         dp.Array1D(["a"])

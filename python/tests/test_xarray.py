@@ -89,7 +89,7 @@ def test_distances_of_dates_are_numbers():
     assert dp.Axis.from_positions((t - t[0]) / np.timedelta64(1, "s"), unit="s").delta == 86400
 
 
-@pytest.mark.parametrize("what", [np.ones(3), 5, None])
+@pytest.mark.parametrize("what", [np.ones(3), 5, None, xr.Dataset()])
 def test_what_is_no_data_array_is_refused(what):
     with pytest.raises(TypeError, match="DataArray"):
         dp.from_xarray(what)
@@ -98,5 +98,7 @@ def test_what_is_no_data_array_is_refused(what):
 
 
 def test_dimensions_are_as_many_as_axes():
-    with pytest.raises(ValueError, match="1 names"):
+    with pytest.raises(ValueError, match="1 different"):
         dp.Array1D([1.0]).to_xarray(("x", "y"))
+    with pytest.raises(ValueError, match="2 different"):
+        dp.Array2D(np.ones((2, 3))).to_xarray(("t", "t"))
