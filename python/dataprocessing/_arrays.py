@@ -836,7 +836,10 @@ def axis_of(*given: Any) -> Axis:
 
 
 def _base(cls: Any) -> Any:
-    return next(base for base in (*ARRAYS, *MASKS) if issubclass(cls, base))
+    for base in (*ARRAYS, *MASKS):
+        if issubclass(cls, base):
+            return base
+    raise TypeError(f"a method of arrays and masks for an object of {cls.__name__}")
 
 
 def _made(cls: Any, *given: Any, **labels: Any) -> Any:
