@@ -17,7 +17,7 @@ LEFT_OUT = r"""
     dataprocessing::detail::   storage of arrays
     rcps::                     numerical routines that others use
     str_cString                Python's str
-    arr_IndexError             raises IndexOutOfRangeError
+    arr_(Wide)?IndexError      raises IndexOutOfRangeError
     arr_SizeError              raises SizeError
     arr_WideIndexError         raises IndexOutOfRangeError
     arr_cIndexException        IndexOutOfRangeError
