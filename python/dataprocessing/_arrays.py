@@ -228,6 +228,8 @@ def with_axes(self: Any, *axes: Axis) -> Any:
 def moved(self: Any, *by: float) -> Any:
     """A copy whose positions are larger by so much, in units of its axes: by x, or by (x, y) of an image.
 
+    ValueError for another number of distances and for one that is not finite.
+
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 2], dp.Axis(5.0, 0.5, unit="keV")).moved(-1.0).axis
         Axis(4.0, 0.5, unit='keV')

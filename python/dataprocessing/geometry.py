@@ -55,7 +55,8 @@ def rotate_to(
 
     The result lies on the elements of the image, or on those of ``grid``, and is right for unequal deltas; what
     comes from outside of the image is 0. ``interpolation`` is "nearest", "linear" or "cubic"; interpolated integers
-    become floating. ProgramError for what is not finite.
+    become floating. The angle is in radians, the centre in units of the axes. ProgramError for what is not finite,
+    ValueError for another ``interpolation``.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.rotate_to(dp.Array2D([[1.0, 2.0], [3.0, 4.0]]), np.pi / 2).values
