@@ -57,8 +57,9 @@ public:
 
     /// The model of `function`, with derivatives by central differences over 6e-6 of a parameter:
     /// about ten digits of them. Where a parameter is smaller than the positions and that changes
-    /// no value by a millionth of the largest one of a block, the step grows by tens from 6e-12 of
-    /// the largest position until one does, or until it is 6e-6 of the largest position or value.
+    /// no value by a millionth of itself (of 1e-8 of the largest one of a block, where it is
+    /// smaller), the step grows by tens from 6e-12 of the largest position until one does, or until
+    /// it is 6e-6 of the largest position or value.
     /// Throws expt_cProgramException ("nlsq", 1) when there is no function.
     explicit nlsq_cFunctionModel(Function function);
     /// The model of `function` with the derivatives `gradient`. Throws as above when one of them is
@@ -90,8 +91,9 @@ struct nlsq_sDerivativeCheck {
 
 /// Compares the derivatives of `model` at the parameters `p` with differences of four of its values
 /// over one and two steps like those of an nlsq_cFunctionModel. Right ones differ by 1e-8 or less
-/// where the model is smooth. NaN as the difference when one of them is not finite. Throws
-/// expt_cProgramException ("nlsq", 3) when there are no positions; std::bad_alloc.
+/// (beside values 1e8 times larger, 1e-4) where the model is smooth. NaN as the difference when one
+/// of them is not finite. Throws expt_cProgramException ("nlsq", 3) when there are no positions;
+/// std::bad_alloc.
 DATAPROCESSING_EXPORT nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model,
                                                                   std::span<const double> x,
                                                                   std::span<const double> p);

@@ -29,30 +29,41 @@ double largestFiniteOf(std::span<const double> values) {
 
 /// How far a parameter is moved for a difference: the cube root of epsilon of it, which is short
 /// enough for functions that change over a small part of a parameter. Near 0 that tells nothing:
-/// where the values hardly change, it goes on from what the positions suggest until they do, but
-/// not to where they change all at once. changeOver(step) tells the largest change of a value
-/// between a step below and one above; the last that it is asked for is the answer.
-template<class ChangeOver>
+/// where the values hardly change, it goes on from what the positions suggest until one does, for
+/// what it is, but not to where it changes all at once. Small values beside large ones count from a
+/// part of those on which rounding does not show. changesOver(step) tells the change of each value
+/// between a step below and one above; the last that it is asked for are the answer.
+template<class ChangesOver>
 double differenceStep(double parameter, std::span<const double> x, std::span<const double> values,
-                      ChangeOver changeOver) {
+                      ChangesOver changesOver) {
     constexpr double part = 6e-6;
     constexpr double first = 1e-6; // of what the positions suggest
     constexpr double growth = 10;
     constexpr double enough = 1e-6;
     constexpr double jump = 1e-4;
+    constexpr double least = 1e-8; // of the largest value
     // A sum, so that the step is what the parameter really moves by.
     const auto moved = [&](double step) { return parameter + step - parameter; };
     const double size = largestFiniteOf(values);
     const double positions = largestOf(x) > 0 ? largestOf(x) : 1;
     const double most = part * std::max({1.0, positions, size});
+    const auto changeOver = [&](double step) {
+        const std::span<const double> changes = changesOver(step);
+        double largest = 0;
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const double value = std::max(std::fabs(values[i]), least * size);
+            largest = std::max(largest, changes[i] == 0 ? 0 : std::fabs(changes[i]) / value);
+        }
+        return largest;
+    };
 
     double step = moved(part * (parameter == 0 ? first * positions : std::fabs(parameter)));
     double change = changeOver(step);
     const bool isNearZero = std::fabs(parameter) < positions;
-    while (isNearZero && change <= enough * size && growth * step < most) {
+    while (isNearZero && change <= enough && growth * step < most) {
         const double next = moved(std::max(growth * step, part * first * positions));
         change = changeOver(next);
-        if (!(change <= jump * size)) {
+        if (!(change <= jump)) {
             changeOver(step);
             break;
         }
@@ -114,7 +125,7 @@ void nlsq_cFunctionModel::Evaluate(std::span<const double> x, std::span<const do
         const double step = differenceStep(p[j], x, values, [&](double distance) {
             for (std::size_t i = 0; i < x.size(); ++i)
                 near[i] = across(i, distance);
-            return largestOf(near);
+            return std::span<const double>(near);
         });
         for (std::size_t i = 0; i < x.size(); ++i)
             derivatives[j * x.size() + i] = slopeOf(near[i], across(i, 2 * step), step);
@@ -155,7 +166,7 @@ nlsq_sDerivativeCheck nlsq_CheckDerivatives(const nlsq_cModel& model, std::span<
                     fill(2, distance);
                     for (std::size_t i = 0; i < rows; ++i)
                         expected[i] = around[2][i] - around[1][i];
-                    return largestOf(std::span(expected).first(rows));
+                    return std::span<const double>(expected).first(rows);
                 });
             fill(0, -2 * step);
             fill(3, 2 * step);

@@ -1004,6 +1004,37 @@ TEST(Nlsq, WhatADirectionLeftOutMovesABitIsSaid) {
     }
 }
 
+// The position of a peak beside values that are a million times higher.
+TEST(Nlsq, DifferencesBesideMuchLargerValuesAreDerivatives) {
+    const auto value = [](double t, Parameters p) {
+        const double z = (t - p[3]) / p[4];
+        return p[0] * std::exp(-2 * t) + p[1] + p[2] * std::exp(-z * z / 2);
+    };
+    const nlsq_cFunctionModel exact(value, [](double t, Parameters p, Derivatives d) {
+        const double z = (t - p[3]) / p[4];
+        const double e = std::exp(-z * z / 2);
+        d[0] = std::exp(-2 * t);
+        d[1] = 1;
+        d[2] = e;
+        d[3] = p[2] * e * z / p[4];
+        d[4] = d[3] * z;
+    });
+    const nlsq_cFunctionModel differences(value);
+    const std::vector<double> x = positions(100);
+    for (const double high : {1e2, 1e5, 1e7, 1e8}) {
+        const std::vector<double> p{high, 20, 50, 12, 0.5};
+        const nlsq_sDerivativeCheck check = nlsq_CheckDerivatives(exact, x, p);
+        EXPECT_LT(check.difference, high < 1e6 ? 1e-6 : 1e-4) << high << ' ' << check.parameter;
+        std::vector<double> values(100), expected(500), found(500);
+        exact.Evaluate(x, p, values, expected);
+        differences.Evaluate(x, p, values, found);
+        for (const std::size_t j : {3U, 4U})
+            for (std::size_t i = 40; i < 56; ++i)
+                EXPECT_NEAR(found[j * 100 + i], expected[j * 100 + i], 1e-5)
+                    << high << ' ' << j << ' ' << i;
+    }
+}
+
 // Without a count, nothing is likeliest.
 TEST(Nlsq, LikelihoodOfNoCountsIsThatOfNothing) {
     const nlsq_cFunctionModel constant([](double, Parameters p) { return p[0]; });
