@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import copy
 import math
 import re
 import threading
@@ -29,6 +30,9 @@ _SHAPES = {
 }
 _FULL_WIDTHS = {"gaussian": 2 * math.sqrt(2 * math.log(2)), "lorentzian": 2.0, "pseudo-voigt": 2.0}
 
+
+# What is said of one parameter again replaces what was said before.
+_SAID = {"set_start": "start", "free": "kind", "fix": "kind", "bound": "kind", "tie": "kind"}
 
 # Where there are several of a kind, the library gives each its number.
 _NUMBERED = re.compile(r"^(coefficient \d+|.* of the (?:power law|exponential|curve))(?: of polynomial)? (\d+)$")
@@ -84,7 +88,7 @@ class PeakModel:
 
     def __init__(self) -> None:
         self._core = _core.pkmd_cModel()
-        self._calls: list[tuple[str, tuple[Any, ...]]] = []
+        self._calls: dict[tuple[str, int], tuple[str, tuple[Any, ...]]] = {}  # what makes the model again
         self.peak_names: list[str] = []
         self._shapes: list[str] = []
         self._curves: list[tuple[int, Array1D]] = []  # the factor's number, and what it is a factor of
@@ -93,7 +97,9 @@ class PeakModel:
     def _call(self, method: str, *arguments: Any) -> Any:
         with self._lock:
             answer = getattr(self._core, method)(*arguments)
-            self._calls.append((method, arguments))
+            key = (_SAID[method], arguments[0]) if method in _SAID else (method, answer)
+            self._calls.pop(key, None)
+            self._calls[key] = (method, arguments)
             if method == "add_curve":
                 self._curves.append((answer, arguments[0]))
             return answer
@@ -335,16 +341,17 @@ class PeakModel:
             >>> model.copy().names
             ['coefficient 0']
         """
-        return _replayed(*self._state())
+        made = PeakModel()
+        with self._lock:
+            made._core, made._calls, made._curves = copy.copy(self._core), dict(self._calls), list(self._curves)
+            made.peak_names, made._shapes = list(self.peak_names), list(self._shapes)
+        return made
 
     __copy__ = copy
 
-    def _state(self) -> tuple[list[tuple[str, tuple[Any, ...]]], list[str], list[str]]:
-        with self._lock:
-            return list(self._calls), list(self.peak_names), list(self._shapes)
-
     def __reduce__(self) -> tuple[Any, ...]:
-        return _replayed, self._state()
+        with self._lock:
+            return _replayed, (list(self._calls.values()), list(self.peak_names), list(self._shapes))
 
     def __repr__(self) -> str:
         return f"<PeakModel of {len(self.peak_names)} peaks, {self._core.parameter_count()} parameters>"

@@ -94,6 +94,17 @@ def peak_model():
     return model
 
 
+LIVING = peak_model()
+
+
+def model_that_lives_on():
+    LIVING.start("height of peak 1", 300.0)
+    LIVING.bound("width of peak 1", 0.01, 0.1)
+    LIVING.fix("width of peak 1")
+    LIVING.free("width of peak 1")
+    return LIVING.copy()
+
+
 def text():
     out = _core.tgio_cASCII_ostream()
     out.write(_core.trns_cCoordTransformation(1.0, 2.0), "Axis")
@@ -227,6 +238,7 @@ CROSSINGS = {
     "subclass": kept,
     "object without a value": lambda: refused(TypeError)(lambda: _core.pkmd_cModel.__new__(_core.pkmd_cModel).starts()),
     "fit in C++'s words": refit,
+    "model that lives on": model_that_lives_on,
     "windows": lambda: dp.fitting.windowed_power_law(A, [dp.fitting.Window(5.4, 0.05, 0.1, -0.05, 0.1)]),
     "selection": lambda: dp.fitting.Selection([dp.Range(1, 2), (3, 4)]).on_change(broken).cancel(),
     "fit's curve, pickle": lambda: pickle.loads(pickle.dumps(dp.fitting.power_law(A))).eval(AXIS),
