@@ -374,13 +374,21 @@ class _Windows:
         return total
 
 
+def _element_ends(data: Array1D, start: float, end: float) -> tuple[float, float]:
+    """From which position to which the elements lie that the library takes for these ends."""
+    taken = _core.selection(data, start, end, IndexSelect.NEAREST)
+    ends = [data.axis.position(index) for index in taken]
+    low, high = sorted(x - data.axis.tolerance(x) * data.axis.delta for x in ends)
+    return low, high
+
+
 def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) -> FitResult:
     """A background for many peaks: each has its own power law, fitted just below the peak.
 
     ``peaks`` has the sums over the windows above the background, times delta, with the error of counting;
     :meth:`FitResult.eval` gives the backgrounds over their windows and 0 elsewhere, ``residual`` the data less those.
-    FitError where a background has too few positive points, ValueError for two windows at one position. Areas are in
-    units of the values and of the axis.
+    Windows begin and end with the elements that are nearest to their ends. FitError where a background has too few
+    positive points, ValueError for two windows at one position. Areas are in units of the values and of the axis.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(2.0, 0.01, unit="keV")
@@ -415,7 +423,8 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
         points += law.degrees_of_freedom() + law.rank()
         chi_square += law.residual_sum()
         start = window.position + window.offset
-        parts.append((start, start + window.length, _PowerLaw(tuple(map(float, law.coefficients())))))
+        ends = _element_ends(data, start, start + window.length)
+        parts.append((*ends, _PowerLaw(tuple(map(float, law.coefficients())))))
         found.append(
             FittedPeak(
                 name, window.position, area=function.peak_intensity(window.position),
