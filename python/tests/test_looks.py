@@ -139,9 +139,39 @@ def test_assertions_for_tests():
     assert_close(a, dp.Array1D([1.0, 2.0 + 1e-9]))
     with pytest.raises(AssertionError):
         assert_close(a, dp.Array1D([1.0, 2.0], dp.Axis(0.5)))
+    for one, other in (([1], [2]), ([1], [1]), (dp.Axis(1), dp.Axis(2)), (1.0, 1.0), (a, [1.0, 2.0]), (None, None)):
+        for check in (assert_identical, assert_close):
+            with pytest.raises(AssertionError, match="to be"):
+                check(one, other)
+    assert_identical(a[1], np.float64(2))
     optimised = "from dataprocessing.testing import *; import dataprocessing as dp; assert_identical(dp.Array1D([1]), dp.Array1D([2]))"
     assert b"AssertionError" in subprocess.run([sys.executable, "-O", "-c", optimised], capture_output=True).stderr
     assert not math.isnan(a.sum())
+
+
+def test_close_arrays_have_no_two_units():
+    from dataprocessing.testing import assert_close
+
+    metres = dp.Array1D([1.0], dp.Axis(unit="keV"), unit="m")
+    assert_close(metres, dp.Array1D([1.0], name="n"))
+    assert_close(dp.Array1D([1], dtype="u1"), metres)
+    for other in (metres.with_labels(unit="s"), metres.with_axes(dp.Axis(unit="eV"))):
+        with pytest.raises(AssertionError, match="unit"):
+            assert_close(metres, other)
+    assert_close(dp.Array2D([[1.0]], (dp.Axis(unit="m"), dp.Axis())), dp.Array2D([[1.0]], (dp.Axis(), dp.Axis(unit="s"))))
+    with pytest.raises(AssertionError, match="unit"):
+        assert_close(dp.Array2D([[1.0]], (dp.Axis(), dp.Axis(unit="m"))), dp.Array2D([[1.0]], (dp.Axis(), dp.Axis(unit="s"))))
+
+
+def test_close_masks_are_equal():
+    from dataprocessing.testing import assert_close
+
+    mask = dp.Mask1D([True, False], dp.Axis(3.0, unit="m"))
+    assert_close(mask, dp.Mask1D([True, False], dp.Axis(3.0)))
+    for other in (~mask, dp.Mask1D([True, False]), dp.Mask1D([True]), dp.Array1D([1, 0], dp.Axis(3.0)),
+                  dp.Mask1D([True, False], dp.Axis(3.0, unit="s"))):  # fmt: skip
+        with pytest.raises(AssertionError):
+            assert_close(mask, other)
 
 
 def test_drawings_of_steep_lines_have_no_gaps():
