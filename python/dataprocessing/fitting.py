@@ -209,9 +209,15 @@ def _deviations(data: Array1D, deviations: Any) -> Any:
         if deviations != "counts":
             raise ValueError(f"deviations are an array, None or 'counts', not {deviations!r}")
         return Array1D(np.sqrt(np.maximum(data.values, 1.0)), data.axis)
-    if isinstance(deviations, Array1D):
+    if isinstance(_real(deviations), Array1D):
         return deviations
     return Array1D(np.broadcast_to(np.asarray(without_masked(deviations), dtype="f8"), data.shape), data.axis)
+
+
+def _real(values: Any) -> Any:
+    if np.iscomplexobj(values):
+        raise TypeError("fits take real numbers, and models give them; take real parts or magnitudes first")
+    return values
 
 
 def _on_axis(function: Any, data: Array1D) -> Array1D:
@@ -440,7 +446,7 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
     )
     return FitResult(
         "power law for each window", params, covariance, chi_square, points, len(params), "all alike",
-        "solved in one step", axis=data.axis, peaks=tuple(found), _curve=_Windows(tuple(parts)), _data=data,
+        "solved in one step", axis=data.axis, peaks=tuple(found), _curve=_Windows(tuple(parts)), _data=data.copy(),
         _fitted=fitted,
     )  # fmt: skip
 
@@ -597,12 +603,6 @@ def _ended(result: FitResult, fit: Any) -> FitResult:
     return result
 
 
-def _real(values: Any) -> Any:
-    if np.iscomplexobj(values):
-        raise TypeError("a model gives real values; take their real part or their magnitude there")
-    return values
-
-
 @dataclass(frozen=True)
 class _Called:
     function: Callable[..., Any]
@@ -675,7 +675,7 @@ def curve(
         y = y.astype("f8")
         counts = isinstance(deviations, str)
         sigma = np.sqrt(np.maximum(y, 1.0)) if counts else deviations
-        sigma = None if sigma is None else np.broadcast_to(np.asarray(without_masked(sigma), dtype="f8"), y.shape)
+        sigma = None if sigma is None else np.broadcast_to(np.asarray(_real(without_masked(sigma)), dtype="f8"), y.shape)
     if not np.all(np.isfinite(x)):
         raise ValueError("a position is not finite")
     kinds = [_core.nlsq_sParameter.free() for _ in names]
@@ -691,9 +691,9 @@ def curve(
         kinds[number(name)] = _core.nlsq_sParameter.fixed()
     for name, (other, *numbers) in (ties or {}).items():
         kinds[number(name)] = _core.nlsq_sParameter.tied(number(other), *(numbers or [1.0]))
-    gradient = None if derivatives is None else lambda x, p: derivatives(x, *p)
+    gradient = None if derivatives is None else lambda x, p: _real(derivatives(x, *p))
     fit = _core.nlsq_fit(
-        lambda x, p: _real(model(x, *p)), x, y, np.asarray(begin, dtype="f8"), gradient, None, sigma,
+        lambda x, p: _real(model(x, *p)), x, y, np.asarray(_real(begin), dtype="f8"), gradient, None, sigma,
         _choice(_OBJECTIVES, objective, "objective"), _choice(_ERRORS, errors, "errors"), kinds, observer=observer,
         **control,
     )  # fmt: skip
@@ -740,7 +740,7 @@ def peaks(
         start, stop = sorted((start, stop))
     model = model.copy()  # another thread may add to it meanwhile
     model._check_curves(data)
-    if isinstance(weights, Array1D) and not _core.same_grid(weights, data):
+    if isinstance(_real(weights), Array1D) and not _core.same_grid(weights, data):
         raise ValueError("the weights do not lie where the spectrum does")
     kinds = model._core.kinds()
     out = _core.pkmd_fit(

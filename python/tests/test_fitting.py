@@ -597,8 +597,12 @@ def test_what_goes_with_a_spectrum_lies_where_it_does():
 
 
 def test_results_do_not_follow_the_data():
-    a = dp.Array1D([1.0, 2.0, 4.0, 3.0])
-    fits = [fitting.polynomial(a), fitting.curve(lambda x, p: p * x, a)]
+    a = spectrum()
+    fits = [
+        fitting.polynomial(a), fitting.power_law(a), fitting.curve(lambda x, p: p * x, a),
+        fitting.windowed_power_law(a, [Window(6.4, 0.3, 0.5, -0.2, 0.4)]), fitting.peaks(a, TestPeaks().model()[0]),
+        fitting.gaussians(a, [Gaussian(6.4, 800)], (6.4, 0.15, 0.0023), (6.2, 6.6)),
+    ]  # fmt: skip
     before = [fit.residual.values.tolist() for fit in fits]
     a.values[:] = 0
     assert [fit.residual.values.tolist() for fit in fits] == before
@@ -626,6 +630,24 @@ def test_complex_points_and_models_are_refused():
         fitting.curve(lambda x, a: a * x, ([1, 2, 3], [1j, 2, 3]))
     with pytest.raises(TypeError, match="real"):
         fitting.curve(lambda x, a: a * x * 1j, ([1, 2, 3], [2, 4, 6]))
+
+
+@pytest.mark.parametrize(
+    "call",
+    [
+        lambda c: fitting.curve(lambda x, a: a * x, ([1, 2, 3], [2, 4, 6]), derivatives=lambda x, a: [x * 1j]),
+        lambda c: fitting.curve(lambda x, a: a * x, ([1, 2, 3], [2, 4, 6]), deviations=c),
+        lambda c: fitting.curve(lambda x, a: a * x, ([1, 2, 3], [2, 4, 6]), c[:1]),
+        lambda c: fitting.curve(lambda x, a: a * x, dp.Array1D([1, 2, 3]), deviations=c),
+        lambda c: fitting.polynomial(dp.Array1D([1, 2, 3]), deviations=c),
+        lambda c: fitting.polynomial(dp.Array1D([1, 2, 3]), deviations=dp.Array1D(c)),
+        lambda c: fitting.peaks(dp.Array1D([1, 2, 3]), PeakModel(), objective="least-squares", weights=c),
+    ],
+    ids=["derivatives", "deviations of points", "start", "deviations", "of a polynomial", "in an array", "weights"],
+)
+def test_whatever_is_complex_is_refused(call):
+    with pytest.raises(TypeError, match="real"):
+        call(np.array([1j, 1, 1]))
 
 
 def test_names_that_were_given_stay():
