@@ -213,6 +213,10 @@ py::object byNumpy(const py::handle& self, const py::object& index) {
 
 template<class Object>
 Object selection(const Object& from, const sPart* parts) {
+    long long count = 1;
+    for (int axis = 0; axis < Object::dimensions; ++axis)
+        count *= parts[axis].count;
+    const cWithoutGil released(count);
     auto values = [&] {
         const int first0 = static_cast<int>(parts[0].first);
         const int last0 = static_cast<int>(parts[0].first + parts[0].count);
@@ -328,6 +332,7 @@ const char* formatOf(dtyp_cDataType type) {
 
 template<class Object>
 int getBuffer(PyObject* self, Py_buffer* buffer, int flags) {
+    buffer->obj = nullptr;
     const Object* made = nullptr;
     try {
         made = &held<Object>(self);
@@ -337,6 +342,11 @@ int getBuffer(PyObject* self, Py_buffer* buffer, int flags) {
     }
     const Object& object = *made;
     constexpr int n = Object::dimensions;
+    if ((flags & PyBUF_F_CONTIGUOUS) == PyBUF_F_CONTIGUOUS && object.Size(0) > 1 &&
+        object.Size(n - 1) > 1 && n > 1) {
+        PyErr_SetString(PyExc_BufferError, "images lie row by row, not column by column");
+        return -1;
+    }
     auto* numbers = new (std::nothrow) Py_ssize_t[2 * n];
     if (numbers == nullptr) {
         PyErr_NoMemory();
@@ -441,6 +451,12 @@ Object converted(const Object& from, const py::object& dtype, conv_eComplexConve
 }
 
 template<class Object>
+Object copied(const Object& from) {
+    const cWithoutGil released(from.Count());
+    return from;
+}
+
+template<class Object>
 bool identical(const Object& a, const py::object& other) {
     const Object* b = tryHeld<Object>(other.ptr());
     if (b == nullptr || !(a.values.DataType() == b->values.DataType()) ||
@@ -508,9 +524,8 @@ void defineArray(py::module_& module, const char* name, const char* docstring,
         .def_property_readonly(
             "unit", [](const Object& a) { return a.labels.Unit(); }, "The unit of the values.")
         .def("_convert", &converted<Object>, py::arg("dtype"), py::arg("part"))
-        .def(
-            "copy", [](const Object& a) { return Object(a); },
-            R"(An independent copy: of the same shape, type, axes, name and unit.
+        .def("copy", &copied<Object>,
+             R"(An independent copy: of the same shape, type, axes, name and unit.
 
     >>> import dataprocessing as dp
     >>> a = dp.Array1D([1.0, 2.0])
@@ -574,9 +589,8 @@ void defineMask(py::module_& module, const char* name, const char* docstring,
                 const char* axesName) {
     py::class_<Object> type = defineShared<Object>(module, name, docstring);
     type.def(py::init(&makeMask<Object>), py::arg("values"), py::arg(axesName) = py::none())
-        .def(
-            "copy", [](const Object& a) { return Object(a); },
-            R"(An independent copy: a mask of the same shape, on the same axes.
+        .def("copy", &copied<Object>,
+             R"(An independent copy: a mask of the same shape, on the same axes.
 
     >>> import dataprocessing as dp
     >>> (dp.Array1D([1, 5]) > 1).copy().values
@@ -665,13 +679,16 @@ Object fromNumpy(const py::array& values, dtyp_cDataType type) {
     const bool asItIs = codeOf(values.dtype()) == type &&
                         (values.flags() & py::array::c_style) != 0 && isNative(values.dtype());
     if (asItIs) {
-        std::memcpy(object.values.Data(), values.data(), static_cast<std::size_t>(values.nbytes()));
+        const auto bytes = static_cast<std::size_t>(values.nbytes());
+        const cWithoutGil released(object.Count());
+        std::memcpy(object.values.Data(), values.data(), bytes);
         return object;
     }
     const bool isInteger = type.Code() <= dtyp_Int32;
     const py::array from = isInteger ? forIntegers(values, type) : values;
     if (isInteger && !(codeOf(from.dtype()) == type)) {
         const Object own = fromNumpy<Object>(from, codeOf(from.dtype()));
+        const cWithoutGil released(own.Count());
         object.values = conv_Convert(own.values, type, conv_RealPart);
         return object;
     }

@@ -130,12 +130,14 @@ void defineWindows(py::module_& module) {
 
 // ---- Gaussian peaks ----------------------------------------------------------------------------
 
-/// A fit with what it refers to: the peaks are Python's, the rest its own.
+/// A fit with what it refers to: the peaks are Python's, in a list that nobody else changes, the
+/// rest is its own.
 struct sGaussians {
     sGaussians(const py::object& over, const py::list& ofPeaks, const sAxis& axis,
                bool fitsCalibration, const gsft_cResolution& law, bool fitsResolution)
-        : selection(over), peaks(ofPeaks), calibration(axis.cal), labels(axis.labels),
-          fitCalibration(fitsCalibration), resolution(law), fitResolution(fitsResolution),
+        : selection(over), peaks(ofPeaks.attr("copy")()), calibration(axis.cal),
+          labels(axis.labels), fitCalibration(fitsCalibration), resolution(law),
+          fitResolution(fitsResolution),
           function(py::cast<dasl_c1DDataArraySelection&>(over), Listed(), calibration,
                    fitCalibration, resolution, fitResolution) {}
 

@@ -41,36 +41,48 @@ void defineBinary(py::module_& module) {
         return Mask{bnry_Operate(o, a.value, b.values), {}, {}};
     });
     module.def("bnry_and", [](const Mask& a, const Mask& b) {
+        const cWithoutGil released(a.Count());
         return like<Mask>(a, a.values & b.values, cLabels());
     });
     module.def("bnry_or", [](const Mask& a, const Mask& b) {
+        const cWithoutGil released(a.Count());
         return like<Mask>(a, a.values || b.values, cLabels());
     });
-    module.def("bnry_not", [](const Mask& a) { return like<Mask>(a, !a.values, cLabels()); });
+    module.def("bnry_not", [](const Mask& a) {
+        const cWithoutGil released(a.Count());
+        return like<Mask>(a, !a.values, cLabels());
+    });
 }
 
 template<class A, class Mask>
 void defineTernary(py::module_& module) {
     module.def("tnry_ternary", [](const Mask& m, const A& a, const A& b) {
+        const cWithoutGil released(m.Count());
         return like<A>(m, tnry_Ternary(m.values, a.values, b.values), cLabels());
     });
     module.def("tnry_ternary", [](const Mask& m, const A& a, const sNumber& b) {
+        const cWithoutGil released(m.Count());
         return like<A>(m, tnry_Ternary(m.values, a.values, b.value), cLabels());
     });
     module.def("tnry_ternary", [](const Mask& m, const sNumber& a, const A& b) {
+        const cWithoutGil released(m.Count());
         return like<A>(m, tnry_Ternary(m.values, a.value, b.values), cLabels());
     });
     module.def("tnry_ternary", [](const Mask& m, const sNumber& a, const sNumber& b) {
+        const cWithoutGil released(m.Count());
         return like<A>(m, tnry_Ternary(m.values, a.value, b.value), cLabels());
     });
     const auto extreme = [&](const char* name, auto function) {
         module.def(name, [=](const A& a, const A& b) {
+            const cWithoutGil released(static_cast<long long>(a.Count()) + b.Count());
             return like<A>(a, function(a.values, b.values), cLabels());
         });
         module.def(name, [=](const A& a, const sNumber& b) {
+            const cWithoutGil released(a.Count());
             return like<A>(a, function(a.values, b.value), cLabels());
         });
         module.def(name, [=](const sNumber& a, const A& b) {
+            const cWithoutGil released(b.Count());
             return like<A>(b, function(a.value, b.values), cLabels());
         });
     };
@@ -161,15 +173,23 @@ void defineUnary(py::module_& module) {
                    [operation = function.operation](const A& a) { return applied(operation, a); });
     definePower<A>(module);
     const auto scan = [&](const char* name, auto function) {
-        module.def(name, [=](const A& a) { return static_cast<bool>(function(a.values)); });
+        module.def(name, [=](const A& a) {
+            const cWithoutGil released(a.Count());
+            return static_cast<bool>(function(a.values));
+        });
     };
     scan("scan_is_zero", [](const auto& a) { return scan_IsZero(a); });
     scan("scan_is_zero_or_negative", [](const auto& a) { return scan_IsZeroOrNegative(a); });
     scan("scan_is_negative", [](const auto& a) { return scan_IsNegative(a); });
     scan("scan_is_abs_larger_than_unity",
          [](const auto& a) { return scan_IsAbsLargerThanUnity(a); });
-    module.def("exactly_floating", &exactlyFloating<A>,
-               "The array in a floating type that holds its elements: 32-bit integers as float64.");
+    module.def(
+        "exactly_floating",
+        [](const A& a) {
+            const cWithoutGil released(a.Count());
+            return exactlyFloating(a);
+        },
+        "The array in a floating type that holds its elements: 32-bit integers as float64.");
 }
 
 void defineNumbers(py::module_& module) {

@@ -73,6 +73,21 @@ void translate(
     }
 }
 
+/// How many frames up the program is that called into this package: 1 is the innermost one, and an
+/// operator has none of its own.
+py::ssize_t levelOfCaller() {
+    const std::string package = "dataprocessing";
+    py::ssize_t level = 1;
+    auto frame = py::reinterpret_steal<py::object>(
+        reinterpret_cast<PyObject*>(PyThreadState_GetFrame(PyThreadState_Get())));
+    for (; frame && !frame.is_none(); frame = frame.attr("f_back"), ++level) {
+        const std::string module = py::str(frame.attr("f_globals").attr("get")("__name__", ""));
+        if (module != package && module.compare(0, package.size() + 1, package + '.') != 0)
+            return level;
+    }
+    return 1;
+}
+
 } // namespace
 
 void registerErrors(py::module_& module) {
@@ -118,7 +133,7 @@ void throwUnitError(const std::string& text) {
 }
 
 void warnOfAlignment(const std::string& text) {
-    if (PyErr_WarnEx(classes.alignment, text.c_str(), 2) != 0)
+    if (PyErr_WarnEx(classes.alignment, text.c_str(), levelOfCaller()) != 0)
         throw py::error_already_set();
 }
 

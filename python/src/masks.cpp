@@ -4,6 +4,7 @@
 #include <span>
 
 #include "axis.h"
+#include "gil.h"
 #include "instances.h"
 
 namespace dataprocessing::python {
@@ -42,9 +43,12 @@ void requireSameGrid(const Mask& a, const Mask& b) {
 template<class Mask, class Operation>
 Mask combined(const Mask& a, const Mask& b, Operation operation) {
     requireSameGrid(a, b);
-    Mask result = a;
+    cLabels axes[Mask::dimensions];
     for (int axis = 0; axis < Mask::dimensions; ++axis)
-        result.axes[axis] = mergedAxis(a.axes[axis], b.axes[axis]);
+        axes[axis] = mergedAxis(a.axes[axis], b.axes[axis]);
+    const cWithoutGil released(a.Count());
+    Mask result = a;
+    std::ranges::copy(axes, result.axes);
     const auto to = elementsOf(result);
     std::ranges::transform(elementsOf(a), elementsOf(b), to.begin(),
                            [&](unsigned char x, unsigned char y) {
@@ -98,6 +102,7 @@ Mask oneOf(const Mask& a, const Mask& b) {
 }
 template<class Mask>
 Mask inverted(const Mask& mask) {
+    const cWithoutGil released(mask.Count());
     Mask result = mask;
     for (unsigned char& element : elementsOf(result))
         element = element == 0;
@@ -105,6 +110,7 @@ Mask inverted(const Mask& mask) {
 }
 template<class Mask>
 int countOf(const Mask& mask) {
+    const cWithoutGil released(mask.Count());
     const auto elements = elementsOf(mask);
     return static_cast<int>(elements.size() -
                             static_cast<std::size_t>(std::ranges::count(elements, 0)));

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "arithmetic.h"
+#include "gil.h"
 #include "instances.h"
 #include "masks.h"
 #include "operand.h"
@@ -120,15 +121,21 @@ PyObject* comparisonSlot(PyObject* left, PyObject* right, int python) {
 
 template<class A>
 PyObject* negativeSlot(PyObject* self) {
-    return slot([&] {
-        const A a = exactlyFloating(held<A>(self));
-        return release(like<A>(a, unry_Operate(unry_Negate, a.values), a.labels));
-    });
+    const auto negative = [](const A& array) {
+        const cWithoutGil released(array.Count());
+        const A a = exactlyFloating(array);
+        return like<A>(a, unry_Operate(unry_Negate, a.values), a.labels);
+    };
+    return slot([&] { return release(negative(held<A>(self))); });
 }
 
 template<class A>
 PyObject* positiveSlot(PyObject* self) {
-    return slot([&] { return release(A(held<A>(self))); });
+    const auto copy = [](const A& a) {
+        const cWithoutGil released(a.Count());
+        return A(a);
+    };
+    return slot([&] { return release(copy(held<A>(self))); });
 }
 
 /// A method that is taken from its class may be called with anything.

@@ -118,9 +118,12 @@ void registerValueFunctions(py::module_& module) {
                                          range.Y().Last());
                });
     module.def("select", [](const sArray1D& a, int first, int last) {
+        const cWithoutGil released(static_cast<long long>(last) - first);
         return like<sArray1D>(a, a.values.Selection(first, last), a.labels);
     });
     module.def("select", [](const sArray2D& a, int firstX, int firstY, int lastX, int lastY) {
+        const cWithoutGil released((static_cast<long long>(lastX) - firstX) *
+                                   (static_cast<long long>(lastY) - firstY));
         return like<sArray2D>(a, a.values.Selection(firstX, firstY, lastX, lastY), a.labels);
     });
     module.def("value", [](const sArray1D& a, double x, bool interpolate) {

@@ -1,6 +1,7 @@
 """What goes into arrays, what comes out, and which part an index takes."""
 
 import copy
+import ctypes
 import gc
 import pickle
 import weakref
@@ -90,6 +91,31 @@ def test_a_view_outlives_its_array():
     view = dp.Array1D(np.arange(1000.0)).values
     gc.collect()
     assert np.array_equal(view, np.arange(1000.0))
+
+
+class Buffer(ctypes.Structure):
+    _fields_ = [("buf", ctypes.c_void_p), ("obj", ctypes.c_void_p), ("len", ctypes.c_ssize_t), ("itemsize", ctypes.c_ssize_t),
+                ("readonly", ctypes.c_int), ("ndim", ctypes.c_int), ("format", ctypes.c_char_p), ("shape", ctypes.c_void_p),
+                ("strides", ctypes.c_void_p), ("suboffsets", ctypes.c_void_p), ("internal", ctypes.c_void_p)]  # fmt: skip
+
+
+@pytest.mark.parametrize(
+    "a", [dp.Array2D(np.ones(shape)) for shape in ((2, 3), (1, 3), (3, 1), (1, 1), (0, 3), (3, 0))] + [dp.Array1D([1.0, 2.0])],
+    ids=lambda a: str(a.shape),
+)  # fmt: skip
+@pytest.mark.parametrize("flags", [0x00, 0x08, 0x18, 0x38, 0x58, 0x98, 0x58 | 0x05, 0x58 | 0x38], ids=hex)
+def test_buffers_are_given_where_numpys_are(a, flags):
+    def succeeds(to):
+        view = Buffer()
+        try:
+            ctypes.pythonapi.PyObject_GetBuffer(ctypes.py_object(to), ctypes.byref(view), flags)
+        except (BufferError, ValueError) as error:  # numpy's is the latter
+            assert to is not a or type(error) is BufferError
+            return False
+        ctypes.pythonapi.PyBuffer_Release(ctypes.byref(view))
+        return True
+
+    assert succeeds(a) == succeeds(np.ones(a.shape))
 
 
 def test_a_buffer_outlives_its_array():

@@ -10,6 +10,7 @@ import os
 import pathlib
 import pickle
 import sys
+import warnings
 
 import dataprocessing as dp
 import numpy as np
@@ -51,6 +52,7 @@ def others_left_alone():
 AXIS = dp.Axis(5.0, 0.01, name="energy", unit="keV")
 VALUES = np.linspace(1.0, 2.0, 64)
 A = dp.Array1D(VALUES, AXIS, name="n", unit="counts")
+AWAY = dp.Array1D(VALUES, dp.Axis(90.0, 0.01))
 B = dp.Array1D(VALUES[:40], dp.Axis(5.1, 0.01), dtype="f4")
 IMAGE = dp.Array2D(np.arange(48.0).reshape(6, 8))
 PEAKED = dp.Array1D(np.round(500 * np.exp(-((np.arange(60) - 30) / 5.0) ** 2)) + 5, AXIS)
@@ -103,6 +105,12 @@ def model_that_lives_on():
     LIVING.fix("width of peak 1")
     LIVING.free("width of peak 1")
     return LIVING.copy()
+
+
+def warned():
+    with warnings.catch_warnings():
+        warnings.simplefilter("ignore")
+        return A + AWAY, dp.minimum(A, AWAY)
 
 
 def text():
@@ -239,6 +247,7 @@ CROSSINGS = {
     "object without a value": lambda: refused(TypeError)(lambda: _core.pkmd_cModel.__new__(_core.pkmd_cModel).starts()),
     "fit in C++'s words": refit,
     "model that lives on": model_that_lives_on,
+    "warnings": warned,
     "windows": lambda: dp.fitting.windowed_power_law(A, [dp.fitting.Window(5.4, 0.05, 0.1, -0.05, 0.1)]),
     "selection": lambda: dp.fitting.Selection([dp.Range(1, 2), (3, 4)]).on_change(broken).cancel(),
     "fit's curve, pickle": lambda: pickle.loads(pickle.dumps(dp.fitting.power_law(A))).eval(AXIS),

@@ -6,7 +6,9 @@ import sys
 import weakref
 
 import dataprocessing as dp
+import numpy as np
 import pytest
+from dataprocessing import _core
 
 def test_cycles_through_callbacks_are_collected():
     class Owner:
@@ -65,3 +67,25 @@ def test_objects_without_a_value_do_no_harm(name):
     for use in (lambda: a + 1, lambda: dp.Array1D([1]) + a, lambda: a.values, lambda: memoryview(a)):
         with pytest.raises(TypeError, match="without a value"):
             use()
+
+
+def test_a_fit_keeps_its_peaks_whatever_becomes_of_the_list():
+    axis = dp.Axis(5.0, 0.01)
+    law = _core.gsft_cResolution(6.4, 0.15, 0.0023)
+    counts = dp.Array1D(500 * np.exp(-(((axis.positions(300) - 6.4) / 0.09) ** 2)), axis)
+    selection = _core.dasl_c1DDataArraySelection()
+    selection.add_local_range(_core.rnge_c1DRange(5.0, 8.0))
+    peaks = [_core.gsft_cGaussian(400.0, 6.4, 0.09)]
+    fit = _core.gsft_c1DGaussianFittingFunction(selection, peaks, axis, False, law, False)
+    fit.refit(counts)
+    before = fit.chi_squared()
+    kept = weakref.ref(peaks[0])
+    peaks.clear()
+    gc.collect()
+    others = [_core.gsft_cGaussian(1e9, float(i), 1.0) for i in range(1000)]
+    assert kept() is not None and len(others) == 1000
+    fit.refit(counts)
+    assert fit.chi_squared() == pytest.approx(before, rel=1e-9)
+    fit = None
+    gc.collect()
+    assert kept() is None

@@ -1,5 +1,8 @@
 """What happens where arrays, masks and the units of both meet: in operators, functions, indices and where=."""
 
+import subprocess
+import sys
+
 import dataprocessing as dp
 import numpy as np
 import pytest
@@ -261,3 +264,41 @@ def test_arrays_of_one_element_are_numbers():
     with pytest.raises(TypeError):
         float(dp.Array1D([1 + 2j]))
     assert int(dp.Array1D(np.frombuffer(b"7", "u1"))) == ord("7")
+
+
+def elsewhere(work):
+    return work()
+
+
+WARNING = {
+    "operator": lambda: A + ELSEWHERE,
+    "reflected": lambda: ELSEWHERE - A,
+    "comparison": lambda: A > ELSEWHERE,
+    "minimum": lambda: dp.minimum(A, ELSEWHERE),
+    "ufunc": lambda: np.add(A, ELSEWHERE),
+    "maximum of numpy": lambda: np.maximum(A, ELSEWHERE),
+    "where": lambda: dp.where(ELSEWHERE > 2, A, 0.0),
+    "where of two": lambda: dp.where(A > 2, A, ELSEWHERE),
+    "clip": lambda: A.clip(ELSEWHERE, 9.0),
+    "called by another": lambda: elsewhere(lambda: A + ELSEWHERE),
+}
+
+
+@pytest.mark.parametrize("work", WARNING.values(), ids=WARNING)
+def test_warnings_name_the_line_that_asked(work):
+    with pytest.warns(dp.AlignmentWarning) as heard:
+        work()
+    assert {(one.filename, one.lineno) for one in heard} == {(__file__, work.__code__.co_firstlineno)}
+
+
+def test_warnings_of_programs_name_their_lines():
+    program = """import dataprocessing as dp
+a, b = dp.Array1D([1.0]), dp.Array1D([1.0], dp.Axis(9))
+a + b
+a - b
+def one():
+    return dp.maximum(a, b)
+one()
+"""
+    done = subprocess.run([sys.executable, "-W", "default", "-c", program], capture_output=True, text=True)
+    assert [line.split(":")[1] for line in done.stderr.splitlines() if "AlignmentWarning" in line] == ["3", "4", "6"]

@@ -155,9 +155,39 @@ def test_ranges_are_heard_by_all():
         subscription.cancel()
 
 
-def test_other_threads_go_on_while_one_works():
+LARGE = dp.Array1D(np.ones(2_000_000))
+INTEGERS = dp.Array1D(np.ones(2_000_000, "i4"))
+PLANE = dp.Array2D(np.ones((1000, 2000), "i4"))
+TRUTHS = LARGE > 0
+LONG_WORK = {
+    "function": lambda: dp.exp(LARGE),
+    "minus": lambda: -LARGE,
+    "minus of integers": lambda: -INTEGERS,
+    "plus": lambda: +LARGE,
+    "copy": LARGE.copy,
+    "copy of a mask": TRUTHS.copy,
+    "array of an array": lambda: dp.Array1D(LARGE),
+    "array of another type": lambda: dp.Array1D(LARGE, dtype="i4"),
+    "where": lambda: dp.where(TRUTHS, INTEGERS, INTEGERS),
+    "where of numbers": lambda: dp.where(TRUTHS, 1, 2),
+    "minimum": lambda: dp.minimum(INTEGERS, INTEGERS),
+    "maximum with a number": lambda: dp.maximum(INTEGERS, 3),
+    "slice": lambda: LARGE[1:],
+    "slice of an image": lambda: PLANE[1:, 1:],
+    "selection": lambda: LARGE.sel(1.0, 2e6),
+    "selection of an image": lambda: PLANE.sel(dp.Rect(1, 1, 2000, 1000)),
+    "logic": lambda: TRUTHS & TRUTHS,
+    "inverse": lambda: ~TRUTHS,
+    "count": TRUTHS.count,
+    "scan": lambda: _core.scan_is_negative(LARGE),
+    "in floating elements": lambda: _core.exactly_floating(INTEGERS),
+}
+
+
+@pytest.mark.parametrize("name", LONG_WORK)
+def test_other_threads_go_on_while_one_works(name):
     """Long work releases the interpreter's lock."""
-    large = dp.Array1D(np.ones(8_000_000))
+    work = LONG_WORK[name]
     counted, done = [0], threading.Event()
 
     def count():
@@ -171,8 +201,10 @@ def test_other_threads_go_on_while_one_works():
     sys.setswitchinterval(60)  # nobody has to give way within that time
     try:
         before = counted[0]
-        for _ in range(3):
-            dp.exp(large)
+        for _ in range(300):  # the other one wakes up when the system lets it
+            work()
+            if counted[0] > before:
+                break
         assert counted[0] > before
     finally:
         sys.setswitchinterval(interval)
