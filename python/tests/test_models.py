@@ -101,6 +101,17 @@ def test_a_copy_keeps_its_curves():
         assert fitting.peaks(COUNTS, other).eval().identical(fitting.peaks(COUNTS, made).eval())
 
 
+def test_copies_that_grow_leave_their_model_alone():
+    made, alpha, *_ = model()
+    before, fitted = pickle.dumps(made), seen(fitting.peaks(COUNTS, made))
+    other = made.copy()
+    other.peak("voigt", 6.5, 1, 0.1, 0.1, name="new")
+    other.start(alpha.height, 5.0)
+    other.curve(dp.Array1D(np.ones(70), AXIS))  # not as long as the spectrum
+    assert pickle.dumps(made) == before and made.peak_names == ["Ka", "Kb"] and made._shapes == ["gaussian"] * 2
+    assert seen(fitting.peaks(COUNTS, made)) == fitted
+
+
 def test_pickles_of_every_call_are_read():
     calls = [("add_peak", (_core.Shape.GAUSSIAN, 6.4, 700.0, 0.05, 0.0)), ("fix", (2,)), ("set_start", (1, 5.0)),
              ("free", (2,)), ("set_start", (1, 600.0)), ("add_polynomial", ([5.0], 0.0, 1.0))]  # fmt: skip
