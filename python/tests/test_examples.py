@@ -14,7 +14,7 @@ SAID = {
     "load": "steel [counts] energy 0..10.24 keV, delta 0.01",
     "background": "19920 counts of 34814",
     "find_lines": "6.402 keV, 897",
-    "net_counts": "14443 +- 124",
+    "net_counts": "14446 +- 124",
     "fit_lines": "Fe 6.4",
     "line_profile": "highest 175 at 6.1 um",
     "registration": "moved by 1.17, -0.78",
