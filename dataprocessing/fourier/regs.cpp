@@ -233,14 +233,20 @@ regs_sPlace refined(const sPair& whole, const regs_sShift& start, const regs_sSh
 }
 
 /// Moves `place`, in elements, by least squares, among the means of some of them and then among
-/// themselves. False where that leads nowhere, or too little overlaps there.
+/// themselves. False where that leads nowhere, too little overlaps there, or both are less alike.
 bool approached(const sPair& means, const sPair& whole, int perX, int perY, regs_sPlace& place) {
     regs_sPlace among{place.x / perX, place.y / perY};
     if (!regs_Approach(means.fixed, means.moved, regs_Near, among))
         return false;
     regs_sPlace reached{among.x * perX, among.y * perY};
-    if (!regs_Approach(whole.fixed, whole.moved, regs_Exact, reached) ||
-        !whole.Has(regs_Nearest(reached)))
+    if (!regs_Approach(whole.fixed, whole.moved, regs_Exact, reached))
+        return false;
+    const regs_sShift from = regs_Nearest(place);
+    const regs_sShift to = regs_Nearest(reached);
+    const bool isNear = std::abs(to.x - from.x) <= 1 && std::abs(to.y - from.y) <= 1;
+    // Stripes with noise along them may lead into others, which are clearly less alike.
+    constexpr double clearly = 0.1;
+    if (!whole.Has(to) || !(isNear || whole.LikenessAt(to) >= whole.LikenessAt(from) - clearly))
         return false;
     place = reached;
     return true;
@@ -381,11 +387,11 @@ public:
             if (!isBanded_ && (perX_ > 1 || perY_ > 1))
                 regs_Approach(means_.fixed, means_.moved, regs_Near, among);
             regs_sShift shift = regs_Nearest(whole_.Within({among.x * perX_, among.y * perY_}));
-            if (!isBanded_)
+            if (!isBanded_ && (perX_ > 1 || perY_ > 1))
                 shift = climbed(whole_, shift, 2, whole_.Sparse());
             // Least squares may have gone from the flank of a peak to this one.
             if (std::abs(shift.x - first.x) > perX_ || std::abs(shift.y - first.y) > perY_)
-                return whole_.LikenessAt(shift);
+                return std::max(0.0, whole_.LikenessAt(shift));
         }
         return 0;
     }

@@ -32,7 +32,9 @@ regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& move
     const double n = static_cast<double>(x.count) * rows;
     const double ofFixed = aa - a * a / n;
     const double ofMoved = bb - b * b / n;
-    if (!(ofFixed > 0) || !(ofMoved > 0))
+    // Of equal elements there is nothing left but what sums are rounded by.
+    constexpr double rounding = 1e-12;
+    if (!(ofFixed > rounding * aa) || !(ofMoved > rounding * bb))
         return {};
     const double gain = std::sqrt(ofFixed / ofMoved);
     return {(ab - a * b / n) / std::sqrt(ofFixed * ofMoved), {gain, (a - gain * b) / n}};
