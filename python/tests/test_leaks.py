@@ -278,9 +278,9 @@ def throwing():
 def test_nothing_is_left_behind(name):
     cross = CROSSINGS[name]
     rounds = min(ROUNDS, 600) if name in SLOW and ROUNDS < 10_000 else ROUNDS
-    for _ in range(100):
+    for _ in range(600):
         cross()
-    # Caches fill now and then; what leaks does so in every part of the rounds.
+    # Caches fill at first, and now and then; what leaks does so in every part of the rounds.
     grown = []
     first = in_use()
     for _ in range(4):
