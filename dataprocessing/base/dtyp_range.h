@@ -90,7 +90,7 @@ public:
     = delete;
 
 private:
-    double value_;
+    [[maybe_unused]] double value_; // read as an element
 };
 
 namespace dataprocessing::detail {
