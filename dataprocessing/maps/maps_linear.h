@@ -25,9 +25,8 @@ enum maps_eWeights {
     /// positive and otherwise 0.
     maps_EqualWeights,
     /// 1 / f, from the model itself, in steps: the maximum of the Poisson likelihood, which is
-    /// unbiased. A spectrum whose model is negative somewhere has not converged. With less than
-    /// about
-    /// half a count per channel, errors of what comes out next to 0 are too small.
+    /// unbiased. A spectrum whose model is negative somewhere has not converged. Below
+    /// about half a count per channel, errors of what comes out next to 0 are too small.
     maps_WeightsOfModel
 };
 
