@@ -7,10 +7,9 @@ namespace dataprocessing::detail {
 
 namespace {
 
-// What an unknown may be. A kept one is held until the others stand elsewhere.
+// What an unknown may be.
 constexpr double loose = 0;
 constexpr double held = 1;
-constexpr double kept = 2;
 
 } // namespace
 
@@ -71,16 +70,9 @@ bool maps_cNormal::SolveNonNegative(std::span<const char> isNonNegative) noexcep
     }
     if (!isBounded)
         return true;
-    std::size_t released = count_;
     for (std::size_t attempts = 10 * count_; attempts > 0; --attempts) {
         if (!Solve())
             return false;
-        if (released != count_ && at[released] == 0 && !(x_[released] > 0)) {
-            // Its slope was nothing but rounding.
-            held_[released] = kept;
-            released = count_;
-            continue;
-        }
         // As far as all stay above 0.
         double part = 1;
         bool isStopped = false;
@@ -99,9 +91,7 @@ bool maps_cNormal::SolveNonNegative(std::span<const char> isNonNegative) noexcep
             continue;
         }
         std::copy_n(x_, count_, at);
-        if (released != count_)
-            std::replace(held_, held_ + count_, kept, held);
-        released = Steepest();
+        const std::size_t released = Steepest();
         if (released == count_)
             return true;
         held_[released] = loose;
@@ -110,6 +100,7 @@ bool maps_cNormal::SolveNonNegative(std::span<const char> isNonNegative) noexcep
 }
 
 std::size_t maps_cNormal::Steepest() const noexcept {
+    // One whose slope is nothing but rounding would be held again at once, and so on.
     constexpr double rounding = 1e-13;
     double size = 0;
     for (std::size_t j = 0; j < count_; ++j)

@@ -11,6 +11,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 import numpy as np
 
 from dataprocessing import _core, fitting
+from dataprocessing._arrays import failure
 from dataprocessing._core import Array1D, Array2D, Axis, DataProcessingError, FitError, SingularFitError
 from dataprocessing._map_blocks import Map, Planes, Status, elements, named
 
@@ -48,6 +49,10 @@ class Rescaled(NamedTuple):
     axis: Axis
 
 
+class _EmptyError(FitError):
+    """A spectrum of zeros, which a fit would take."""
+
+
 def _place(index: int, shape: tuple[int, ...]) -> tuple[int, ...]:
     return tuple(int(one) for one in np.unravel_index(index, shape)) if shape else ()
 
@@ -77,12 +82,17 @@ class _Each:
                     error.add_note(f"It was spectrum {_place(k, shape)} of its block.")
                     raise
                 made[k] = math.nan
-                if not np.isfinite(spectrum).all():
-                    status[k] = Status.NOT_FINITE
-                else:
-                    singular = isinstance(error, SingularFitError)
-                    status[k] = Status.UNDETERMINED if singular else Status.NOT_CONVERGED
+                status[k] = self._status(error, spectrum)
         return made.reshape((*shape, *further)), status.reshape(shape)
+
+    @staticmethod
+    def _status(error: DataProcessingError, spectrum: NDArray[Any]) -> Status:
+        """What that error says about the spectrum."""
+        if isinstance(error, _EmptyError):
+            return Status.EMPTY
+        if not np.isfinite(spectrum).all():
+            return Status.NOT_FINITE
+        return Status.UNDETERMINED if isinstance(error, SingularFitError) else Status.NOT_CONVERGED
 
     def _told(self, found: Any, shape: tuple[int, ...]) -> Any:
         """What the function gave, where that is what it should give."""
@@ -142,6 +152,9 @@ class _Gaussians:
         return ["offset", "delta", "fwhm", *(f"{what} of {p}" for p in peaks for what in ("amplitude", "center"))], peaks
 
     def __call__(self, spectrum: Array1D) -> list[float]:
+        _, needed = fitting._selection(spectrum, self.ranges, "nearest").fill_xy(spectrum)
+        if len(needed) and not np.any(needed):
+            raise failure(_EmptyError, "All values that were needed are 0.")
         found = fitting.gaussians(spectrum, self.peaks, self.resolution, self.ranges, self.fit)
         params = [found.params[name] for name in self.names()[0]]
         return [
@@ -158,7 +171,8 @@ def gaussians(
 
     What is fitted and what the parameters are called is said in :func:`dataprocessing.fitting.gaussians`, which this
     calls for one spectrum after the other: it takes milliseconds each. :func:`peaks` fits a thousand times as many,
-    with positions and widths fixed or free. ValueError for names that are not there or there twice.
+    with positions and widths fixed or free. A spectrum of zeros is EMPTY. ValueError for names that are not there or
+    there twice.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(5.0, 0.01, unit="keV")

@@ -1,5 +1,10 @@
 """Maps in chunks and with labels: planes of their own kind, with the bits of the whole."""
 
+import hashlib
+import os
+import subprocess
+import sys
+
 import dataprocessing as dp
 import numpy as np
 import pytest
@@ -34,11 +39,57 @@ def test_same_bits_in_chunks(data, expected, name, chunks):
         assert found[plane].dtype == whole.dtype and found[plane].tobytes() == whole.tobytes(), plane
 
 
-def test_same_bits_one_by_one(data, expected):
-    lazy = FITS["peaks"](da.from_array(data[:5, :6], chunks=(1, 1, -1)), axis=AXIS)
+@pytest.mark.parametrize("name", FITS)
+def test_same_bits_one_by_one(data, expected, name):
+    lazy = FITS[name](da.from_array(data[:5, :6], chunks=(1, 1, -1)), axis=AXIS)
     found = arrays(computed(lazy, scheduler="synchronous"))
-    for plane, whole in arrays(expected["peaks"]).items():
+    for plane, whole in arrays(expected[name]).items():
         assert found[plane].tobytes() == np.ascontiguousarray(whole[:5, :6]).tobytes()
+
+
+@pytest.mark.parametrize("name", FITS)
+def test_same_bits_in_large_chunks(data, expected, name):
+    many = np.tile(data.reshape(-1, CHANNELS), (5, 1))
+    found = arrays(computed(FITS[name](da.from_array(many, chunks=(4096, -1)), axis=AXIS), scheduler="threads"))
+    for plane, whole in arrays(expected[name]).items():
+        assert found[plane].tobytes() == np.tile(whole.reshape(-1), 5).tobytes(), plane
+
+
+@pytest.mark.parametrize("workers", range(1, 9))
+def test_same_bits_on_any_number_of_threads(data, expected, workers):
+    given = da.from_array(data.reshape(-1, CHANNELS), chunks=(33, -1))
+    lazy = {name: FITS[name](given, axis=AXIS) for name in ("peaks", "linear", "windows over a law", "shifts")}
+    for name, found in computed(lazy, scheduler="threads", num_workers=workers).items():
+        planes = arrays(found)
+        for plane, whole in arrays(expected[name]).items():
+            assert planes[plane].tobytes() == whole.tobytes(), (name, plane)
+
+
+def hashes():
+    """Of everything that is made of a map, by name."""
+    data = made((5, 9))
+    found = {name: arrays(fit(data, axis=AXIS)) for name, fit in FITS.items()}
+    for name, one in {
+        "sum": maps.sum(data), "rebin": maps.rebin(data, 0.03, AXIS), "smooth": maps.smooth(data, 7, 2, 0, AXIS),
+        "gauss": maps.smooth_gauss(data, 0.02, AXIS), "rescale": maps.rescale(data, 0.004, AXIS),
+        "shift": maps.shift(data, np.linspace(-0.1, 0.1, 45).reshape(5, 9), AXIS),
+    }.items():  # fmt: skip
+        found[name] = {str(k): part for k, part in enumerate(one) if isinstance(part, np.ndarray)}
+    return {
+        name: hashlib.sha256(b"".join(plane.tobytes() for plane in planes.values())).hexdigest()
+        for name, planes in found.items()
+    }
+
+
+@pytest.mark.parametrize("level", ["baseline", "v3", "v4"])
+def test_same_bits_at_every_level(level):
+    here = os.path.dirname(__file__)
+    program = f"import sys; sys.path.insert(0, {here!r}); import test_maps_chunks as it; print(it.hashes())"
+    run = subprocess.run(
+        [sys.executable, "-c", program], env={**os.environ, "DATAPROCESSING_LEVEL": level}, capture_output=True,
+        text=True, check=True,
+    )  # fmt: skip
+    assert run.stdout.strip() == str(hashes())
 
 
 @pytest.mark.parametrize("scheduler", ["threads", "synchronous", "processes"])

@@ -81,6 +81,22 @@ def test_spectra_that_are_not_finite_say_so():
     assert found.status.tolist() == [0, maps.Status.NOT_FINITE, 0]
 
 
+def test_spectra_of_zeros_say_so():
+    data = np.repeat(made((1,)), 4, axis=0)
+    data[1] = 0
+    inside = (X > 6.25) & (X < 6.55)
+    data[2, inside] = 0
+    data[3, ~inside] = 0
+    fe = dp.fitting.Gaussian(6.4, 300, "Fe")
+    empty = maps.Status.EMPTY
+    assert maps.gaussians(data, [fe], (6.4, 0.15, 0.0023), AXIS).status.tolist()[1] == empty
+    found = maps.gaussians(data, [fe], (6.4, 0.15, 0.0023), AXIS, ranges=(6.3, 6.5))
+    assert found.status.tolist() == [0, empty, empty, 0]
+    assert np.isnan(found["amplitude of Fe"][1:3]).all() and found["amplitude of Fe"][0] > 0
+    with pytest.raises(dp.FitError, match="are 0"):
+        maps.gaussians(data, [fe], (6.4, 0.15, 0.0023), AXIS, errors="raise")
+
+
 def test_lines_are_those_of_single_fits():
     data = made((2, 3))
     data[1, 2] = 0

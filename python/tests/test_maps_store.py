@@ -233,6 +233,28 @@ def test_a_cluster_gives_the_same_bits(data, cluster, processes, tmp_path):
     assert_same_bits(stored(tmp_path / "planes.zarr"), maps.peaks(data, model(), AXIS))
 
 
+@pytest.mark.parametrize("processes", [False, True])
+def test_a_run_that_is_cancelled_goes_on(data, cluster, processes, tmp_path):
+    pytest.importorskip("zarr")
+    import time
+
+    log, path = tmp_path / "log", tmp_path / "planes.zarr"
+    client = cluster(processes=processes, threads_per_worker=1)
+    lazy = chunked(data, (4, 8)).map_blocks(slow, 0.1, str(log), dtype=data.dtype, meta=data[:0, :0, :0])
+    planes = maps.peaks(lazy, model(), AXIS)
+    future = client.compute(maps.store(planes, path, compute=False))
+    while not log.exists() or len(log.read_text().split()) < 6:
+        time.sleep(0.02)
+    future.cancel()
+    assert client.compute(planes.status.sum()).result(timeout=60) == 0  # the cluster takes what comes next
+    ended = len(log.read_text().split())
+    there = stored(path).status != 255
+    blocks = sum(there[y : y + 4, x : x + 8].all() for y in range(0, 22, 4) for x in range(0, 30, 8))
+    assert blocks < 24 and ended < 2 * 24
+    assert maps.store(planes, path, resume=True) == 24 - blocks
+    assert_same_bits(stored(path), maps.peaks(data, model(), AXIS))
+
+
 def test_a_worker_that_is_killed_costs_its_chunks_alone(data, cluster, tmp_path):
     pytest.importorskip("zarr")
     import time

@@ -239,6 +239,10 @@ TEST(MapAlign, TheLimitIsNoWholeChannel) {
                 ElementsAre(maps_Good, maps_NotConverged, maps_Good, maps_NotConverged));
     EXPECT_NEAR(planes.values[0], 0.25, 1e-4);
     EXPECT_NEAR(planes.values[2], -0.295, 1e-4);
+    // A start that fits is not taken for a shift within the limit.
+    const auto whole = shifted({1, -1}, 1);
+    EXPECT_THAT(alignedOf(align, stackOf(std::span(whole), channels, energies)).status,
+                Each(maps_NotConverged));
 }
 
 /// A line of a standard deviation, in channels, over a background.

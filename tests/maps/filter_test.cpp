@@ -280,6 +280,17 @@ TEST(MapFilter, ValuesAloneDecideTheStatus) {
     EXPECT_NEAR(ofOnes.errors[2] * 1e200, std::sqrt(0.1), 1e-12);
 }
 
+/// The square of a share, next to 1, times such a value is more than there is a number for.
+TEST(MapFilter, ErrorsThatAreTooLargeAreNaNBesideTheirValues) {
+    const std::vector<double> values{1.5e308, 4};
+    const maps_cFilter filter = maps_Rebin(1, {}, 1, cal_c1DArrayCal(0, 0.9, 0));
+    const Spectra made(filter, stackOf(std::span<const double>(values), 1));
+    EXPECT_THAT(made.status, Each(maps_Good));
+    EXPECT_DOUBLE_EQ(made.values[0] / made.values[1], 1.5e308 / 4);
+    EXPECT_THAT(made.errors[0], IsNan());
+    EXPECT_GT(made.errors[1], 0);
+}
+
 TEST(MapFilter, RefusesWhatTheFunctionsOfOneSpectrumRefuse) {
     EXPECT_EQ(refusalOf([] { maps_Rebin(20, {}, 0); }), "resc:1");
     EXPECT_EQ(refusalOf([] { maps_Rebin(20, {}, -1); }), "resc:1");

@@ -274,6 +274,41 @@ TEST(LinearMap, FactorsOnTheirBoundsAreFoundAtAnyScale) {
     }
 }
 
+/// Slopes at such bounds are sums of large numbers, of which nothing but rounding is left.
+TEST(LinearMap, FactorsOfOverlappingShapesEndOnTheirBounds) {
+    std::mt19937 random(5);
+    std::uniform_real_distribution<> uniform;
+    maps_cWorkspace room;
+    for (const std::size_t many : {4, 6, 8, 10})
+        for (const std::size_t length : {20, 45, 70}) {
+            constexpr std::size_t spectra = 200;
+            std::vector<double> all(many * length);
+            for (std::size_t s = 0; s < many; ++s)
+                for (std::size_t k = 0; k < length; ++k) {
+                    const double part = static_cast<double>(k) / static_cast<double>(length);
+                    const double z =
+                        (part - (static_cast<double>(s) + 0.5) / static_cast<double>(many)) / 0.15;
+                    all[s * length + k] = std::exp(-0.5 * z * z);
+                }
+            std::vector<double> values(spectra * length);
+            for (std::size_t q = 0; q < spectra; ++q)
+                for (std::size_t s = 0; s < many; ++s) {
+                    const double factor = uniform(random) < 0.5 ? 0 : uniform(random);
+                    for (std::size_t k = 0; k < length; ++k)
+                        values[q * length + k] += factor * all[s * length + k];
+                }
+            std::fill_n(values.begin(), length, 1.0); // none is empty
+            std::vector<int> bounded(many);
+            std::iota(bounded.begin(), bounded.end(), 0);
+            const maps_cLinear fit(all, length,
+                                   {.weights = maps_EqualWeights, .nonNegative = bounded});
+            Planes planes(many, spectra);
+            fit.Run(stackOf(std::span<const double>(values), length), planes.All(), room);
+            for (std::size_t q = 1; q < spectra; ++q)
+                EXPECT_NE(planes.status[q], maps_Undetermined) << many << ' ' << length;
+        }
+}
+
 TEST(LinearMap, WeightsOfTheModelGiveTheMaximumOfTheLikelihood) {
     constexpr std::size_t spectra = 20;
     const std::vector<unsigned short> counts =
