@@ -22,4 +22,9 @@ bool maps_IsNegative(const double* curve, std::size_t count) {
     return LEVEL_SELECT(maps_IsAnyNegative)(curve, count);
 }
 
+bool maps_Inform(const double* y, const double* part, const double* curve, std::size_t count,
+                 double* weights) {
+    return LEVEL_SELECT(maps_SetInformation)(y, part, curve, count, weights);
+}
+
 } // namespace dataprocessing::detail

@@ -17,4 +17,10 @@ void maps_DrawLine(const double* t, double constant, double slope, std::size_t c
 /// Whether the curve is negative anywhere.
 bool maps_IsNegative(const double* curve, std::size_t count);
 
+/// What each count tells about a curve that is not negative: its weight in the curvature of the
+/// likelihood, 1 / f as is expected, or, where f is below 1, y / f^2 as was observed; 0 for
+/// channels with a `part` of 0. Answers whether there were such below 1.
+bool maps_Inform(const double* y, const double* part, const double* curve, std::size_t count,
+                 double* weights);
+
 } // namespace dataprocessing::detail

@@ -49,7 +49,8 @@ struct maps_sShapes {
     std::vector<char> isNonNegative;
     bool hasBounds = false;
     std::vector<double> rows;
-    std::vector<double> part; ///< 1 for the channels that a shape reaches.
+    std::vector<double> part;       ///< 1 for the channels that a shape reaches.
+    std::vector<double> ofOneCount; ///< The variance of a factor that one count makes known.
     std::vector<sExtent> extents;
     std::vector<std::size_t> core; ///< Shapes that reach all channels: these go together.
     std::vector<const double*> coreRows;
@@ -86,6 +87,10 @@ maps_sShapes::maps_sShapes(std::span<const double> values, std::size_t channelCo
         for (std::size_t k = first; k < last; ++k)
             if (row[k] != 0)
                 part[k] = 1;
+        double sum = 0;
+        for (std::size_t k = first; k < last; ++k)
+            sum += std::fabs(row[k]);
+        ofOneCount.push_back(1 / sum / sum);
         extents.push_back({first / maps_lanes * maps_lanes, maps_WholeVectors(last)});
     }
     for (std::size_t s = 0; s < count && core.size() < maps_mostCore; ++s)
@@ -380,10 +385,28 @@ private:
         Add(curve_);
         if (maps_IsNegative(curve_, shapes_.length))
             return maps_NotConverged;
+        if (!planes_.standardErrors.empty() &&
+            maps_Inform(row_, shapes_.part.data(), curve_, shapes_.length, weights_))
+            TakeObservedVariances();
         if (!planes_.chiSquared.empty())
             chiSquared_ = pkmd_Deviance(row_, shapes_.part.data(), curve_, shapes_.length,
                                         residuals_, weights_);
         return std::isfinite(chiSquared_) ? maps_Good : maps_NotConverged;
+    }
+
+    /// Where a model comes near 0, the curvature that is expected there grows without a bound,
+    /// though no count was seen: that which was observed tells more (B. Efron and D. V. Hinkley,
+    /// Biometrika 65 (1978) 457), and no factor is known better than by one count.
+    void TakeObservedVariances() {
+        Cross(maps_WeightsGiven, weights_);
+        Multiply(weights_);
+        const bool isDetermined = normal_.Solve();
+        for (std::size_t i = 0; i < shapes_.count; ++i) {
+            if (isDetermined)
+                variances_[i] = normal_.Variance(i);
+            if (!normal_.IsHeld(i))
+                variances_[i] = std::max(variances_[i], shapes_.ofOneCount[i]);
+        }
     }
 
     void Put(std::size_t q, maps_eStatus status) {

@@ -25,8 +25,9 @@ enum maps_eWeights {
     /// positive and otherwise 0.
     maps_EqualWeights,
     /// 1 / f, from the model itself, in steps: the maximum of the Poisson likelihood, which is
-    /// unbiased. A spectrum whose model is negative somewhere has not converged. Below
-    /// about half a count per channel, errors of what comes out next to 0 are too small.
+    /// unbiased. A spectrum whose model is negative somewhere has not converged. Errors come from
+    /// the curvature of the likelihood: what is expected, 1 / f, and where f is below 1 what was
+    /// observed, y / f^2; none is smaller there than one count makes it, 1 / sum of |shape|.
     maps_WeightsOfModel
 };
 

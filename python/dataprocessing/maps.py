@@ -215,7 +215,7 @@ def linear(
     ``shapes`` gives each a value for every channel: by name in a dict, or as rows, which are called "c0", "c1" and so
     on. ``nonnegative`` keeps all factors, or those that it names, from falling below 0; one that is held there has
     the error 0. ``weights`` are 1 / "model", in steps, which is the maximum of the likelihood of counts and unbiased,
-    with errors that are right from about half a count per channel on;
+    with errors that are right from about half a count per channel on, and with fewer none below that of one count;
     1 / max("counts", 1), in one step, which takes an eighth of the time and pulls factors down where counts are few;
     or "equal", with errors of counts. ProgramError for shapes that are not finite or made of each other. A factor is in
     units of the values over those of its shape. ValueError for shapes of other sizes and names that are not there.

@@ -478,6 +478,70 @@ TEST(LinearMap, FewCountsDoNotMakeShapesUndetermined) {
     }
 }
 
+/// A factor is not known better than the few counts say, also where the model goes to 0.
+TEST(LinearMap, ErrorsOfFewCountsAreNoSmallerThanTheyShouldBe) {
+    constexpr std::size_t spectra = 600;
+    std::vector<double> all = shapes();
+    for (std::size_t k = 0; k < channels; ++k)
+        all[4 * channels + k] += 1; // a slope that ends at 0
+    double sums[shapeCount] = {};
+    for (std::size_t i = 0; i < all.size(); ++i)
+        sums[i / channels] += all[i];
+    const double truth[] = {100, 40, 0, 20, 20};
+    maps_cWorkspace room;
+    for (const double part : {0.001, 0.0025, 0.005, 0.01, 0.05}) {
+        const std::vector<unsigned short> counts =
+            countsOf(spectra, channels, [&](std::size_t, double k) {
+                double sum = 0;
+                for (std::size_t s = 0; s < shapeCount; ++s)
+                    sum += part * truth[s] * all[s * channels + static_cast<std::size_t>(k)];
+                return sum;
+            });
+        for (const bool isBounded : {false, true}) {
+            maps_sLinearOptions options{.weights = maps_WeightsOfModel};
+            if (isBounded)
+                options.nonNegative = {0, 1, 2, 3, 4};
+            const maps_cLinear fit(all, channels, options);
+            Planes planes(shapeCount, spectra);
+            fit.Run(stackOf(std::span(counts), channels), planes.All(), room);
+            for (std::size_t s = 0; s < shapeCount; ++s) {
+                double squares = 0;
+                double largest = 0;
+                double least = 1;
+                int many = 0;
+                for (std::size_t q = 0; q < spectra; ++q) {
+                    const std::size_t at = s * spectra + q;
+                    if (planes.status[q] != maps_Good || planes.errors[at] == 0)
+                        continue;
+                    const double pull = (planes.values[at] - part * truth[s]) / planes.errors[at];
+                    squares += pull * pull;
+                    largest = std::max(largest, std::fabs(pull));
+                    least = std::min(least, planes.errors[at] * sums[s]);
+                    ++many;
+                }
+                EXPECT_LT(std::sqrt(squares / many), 1.25) << part << isBounded << s;
+                EXPECT_LT(largest, 8) << part << isBounded << s;
+                EXPECT_GT(least, 1 - 1e-12) << part << isBounded << s; // in counts
+            }
+        }
+    }
+}
+
+/// A count where two shapes are the same says nothing about either.
+TEST(LinearMap, WhatTheCountsLeaveOpenIsNotKnownBetterThanByOneCount) {
+    const std::vector<double> all{2, 1, 4, 0, 0, 0, 0, 4, 2, 1};
+    const std::vector<unsigned short> counts{0, 0, 1, 0, 0};
+    const maps_cLinear fit(all, 5, {.weights = maps_WeightsOfModel, .nonNegative = {0, 1}});
+    Planes planes(2, 1);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span<const unsigned short>(counts), 5), planes.All(), room);
+    ASSERT_THAT(planes.status, ElementsAre(maps_Good));
+    EXPECT_NEAR(7 * (planes.values[0] + planes.values[1]), 1, 1e-5);
+    EXPECT_GT(std::min(planes.values[0], planes.values[1]), 0.01);
+    EXPECT_DOUBLE_EQ(planes.errors[0], 1.0 / 7);
+    EXPECT_DOUBLE_EQ(planes.errors[1], 1.0 / 7);
+}
+
 TEST(LinearMap, SpectraWithoutAPositiveModelHaveNotConverged) {
     const maps_cLinear fit(std::vector{1., 1., 1., 1., 0., 1., 2., 3.}, 4,
                            {.weights = maps_WeightsOfModel});
@@ -490,22 +554,26 @@ TEST(LinearMap, SpectraWithoutAPositiveModelHaveNotConverged) {
 
 TEST(LinearMap, BitsDoNotDependOnCutsNeighboursLevelsOrStrides) {
     constexpr std::size_t spectra = 64;
-    const std::vector<unsigned short> counts = countsOf(spectra, channels, meanOf);
-    for (const maps_eWeights weights :
-         {maps_WeightsOfCounts, maps_EqualWeights, maps_WeightsOfModel}) {
+    for (const auto& [weights, part] : {std::pair{maps_WeightsOfCounts, 1.0},
+                                        {maps_EqualWeights, 1.0},
+                                        {maps_WeightsOfModel, 1.0},
+                                        {maps_WeightsOfModel, 0.01}}) {
+        const std::vector<unsigned short> counts =
+            countsOf(spectra, channels,
+                     [scale = part](std::size_t q, double k) { return scale * meanOf(q, k); });
         const maps_cLinear fit(shapes(), channels, {.weights = weights, .nonNegative = {1}});
         std::uint64_t expected = 0;
         for (const auto level : levels()) {
             const LevelInUse use(level);
             maps_cWorkspace room;
-            for (const std::size_t part : {64, 1, 7, 50}) {
+            for (const std::size_t many : {64, 1, 7, 50}) {
                 const std::uint64_t hash = hashOf(inParts<unsigned short>(
                     [&](const maps_cStack& stack, const maps_sPlanes& planes) {
                         fit.Run(stack, planes, room);
                     },
-                    shapeCount, counts, channels, part));
+                    shapeCount, counts, channels, many));
                 expected = expected == 0 ? hash : expected;
-                EXPECT_EQ(hash, expected) << part;
+                EXPECT_EQ(hash, expected) << many;
             }
             std::vector<double> turned(counts.size());
             for (std::size_t q = 0; q < spectra; ++q)
