@@ -44,19 +44,53 @@ struct sInterpolation {
     }
 };
 
+/// The variance of what is no smooth curve, in each of some values: the median, which lines do not
+/// move, of how far each is from what its three neighbours to either side say of it.
+double noiseOf(std::span<const double> values) {
+    std::vector<double> apart;
+    for (std::size_t k = before; k + before < values.size(); ++k) {
+        const double* const at = values.data() + k;
+        const double said = (15 * (at[-1] + at[1]) - 6 * (at[-2] + at[2]) + (at[-3] + at[3])) / 20;
+        apart.push_back(std::fabs(*at - said));
+    }
+    const auto middle = apart.begin() + static_cast<std::ptrdiff_t>(apart.size() / 2);
+    std::nth_element(apart.begin(), middle, apart.end());
+    constexpr double ofNormal = 0.67448975; // the median of |z|
+    constexpr double gain = 1 + 2 * (225.0 + 36 + 1) / 400;
+    return *middle / ofNormal * (*middle / ofNormal) / gain;
+}
+
+/// What a variance of 1 in all channels becomes in slopes, on average between two channels.
+double noiseOfSlopes() {
+    constexpr int places = 8;
+    double sum = 0;
+    for (int i = 0; i < places; ++i)
+        for (const double number : sInterpolation((i + 0.5) / places).slope)
+            sum += number * number;
+    return sum / places;
+}
+
 } // namespace
 
-/// Where the reference is less, as a part of its largest value, it weighs as much as if it were
-/// that: what is next to nothing there, by interpolation or by noise, should not decide.
+/// Where the reference is less, as a part of its largest value, it varies and weighs as much as if
+/// it were that: what is next to nothing there should not decide.
 constexpr double leastPart = 1e-2;
+/// What noise may add to the squares of all slopes, as they are weighted, and from where on a
+/// reference tells nothing.
+constexpr double tolerableNoise = 0.03;
+constexpr double mostNoise = 0.75;
+constexpr double negligibleNoise = 1e-3; ///< Of slopes or variances.
 /// The same for the start, of its mean: counts by chance should rule no shift out.
 constexpr double possible = 1e-3;
 
 struct maps_sAlignment {
     /// Over its mean, without what is below 0; zeros follow as far as whole vectors reach.
     std::vector<double> reference;
-    double least = 0; ///< What it weighs as at least.
-    double mean = 0;  ///< Of what shifts bring into the part.
+    double smallest = 0; ///< What it varies as at least.
+    double least = 0;    ///< What it weighs as at least.
+    double noise = 0;    ///< The variance of each channel that is no structure.
+    double share = 0;    ///< What noise adds to the weighted squares of slopes, as a part of them.
+    double mean = 0;     ///< Of what shifts bring into the part.
     std::size_t channels;
     cal_c1DArrayCal cal;
     maps_sAlignOptions options;
@@ -72,6 +106,12 @@ struct maps_sAlignment {
 
     /// The reference at a shift, in channels, and its derivative by that; zeros follow.
     void Interpolate(double shift, double* values, double* slopes) const;
+    /// Weighs what is small so much less that the noise in slopes counts little.
+    void WeighNoiseDown();
+    /// Whether its noise changes what is known of a spectrum that it fits by this factor.
+    bool IsNoisyFor(double factor) const {
+        return least > smallest || std::max(share, factor * noise / smallest) > negligibleNoise;
+    }
     /// The most likely shift by whole channels, counted from -most.
     std::size_t Start(const double* row, double sum, std::span<const double*> logsAt,
                       std::span<double> likelihoods) const;
@@ -101,9 +141,12 @@ maps_sAlignment::maps_sAlignment(std::span<const double> given, const cal_c1DArr
         mean += std::max(value, 0.0) / static_cast<double>(count);
     maps_RefuseShapes(!(mean > 0) || !std::isfinite(mean));
     for (double& value : reference)
-        value = std::max(value, 0.0) / mean;
+        value /= mean;
+    noise = noiseOf(std::span(reference).subspan(first - before, count + 2 * before));
+    for (double& value : reference)
+        value = std::max(value, 0.0);
     const auto from = reference.begin() + static_cast<std::ptrdiff_t>(first);
-    least = leastPart * *std::max_element(from, from + static_cast<std::ptrdiff_t>(count));
+    smallest = leastPart * *std::max_element(from, from + static_cast<std::ptrdiff_t>(count));
     reference.resize(channels + maps_lanes);
     logs.resize(reference.size());
     for (std::size_t k = 0; k < channels; ++k)
@@ -116,6 +159,26 @@ maps_sAlignment::maps_sAlignment(std::span<const double> given, const cal_c1DArr
         maps_RefuseShapes(!(sum > 0) || !std::isfinite(sum));
         sums.push_back(sum);
         scale.push_back(std::log(sum));
+    }
+    WeighNoiseDown();
+}
+
+void maps_sAlignment::WeighNoiseDown() {
+    std::vector<double> values(maps_WholeVectors(part.Count()));
+    std::vector<double> slopes(values.size());
+    Interpolate(0, values.data(), slopes.data());
+    const double ofSlopes = noise * noiseOfSlopes();
+    for (least = smallest;; least *= 2) {
+        double ofNoise = 0;
+        double all = 0;
+        for (std::size_t k = 0; k < part.Count(); ++k) {
+            const double weight = 1 / std::max(values[k], least);
+            ofNoise += weight * ofSlopes;
+            all += weight * slopes[k] * slopes[k];
+        }
+        share = ofNoise > 0 ? ofNoise / all : 0;
+        if (share <= tolerableNoise || least * leastPart > smallest)
+            return;
     }
 }
 
@@ -212,6 +275,32 @@ public:
         return std::max(sums_[5] - Factor() * sums_[3] - Step() * sums_[4], 0.0);
     }
 
+    /// Sets errors and chi-squared to what the variances of spectrum and reference say; slopes that
+    /// are noise answer to no shift.
+    void TakeVariances(const maps_sAlignment& alignment, double factor, const sRows& rows,
+                       sAligned& found) const {
+        double chiSquared = 0;
+        for (std::size_t k = 0; k < alignment.part.Count(); ++k) {
+            const double variance =
+                factor * (std::max(rows.values[k], alignment.smallest) + factor * alignment.noise);
+            const double apart = rows.y[k] - Factor() * rows.values[k] - Step() * rows.slopes[k];
+            chiSquared += apart * apart / variance;
+            rows.weights[k] *= rows.weights[k] * variance;
+        }
+        const std::array<const double*, 2> shapes{rows.values, rows.slopes};
+        std::array<double, maps_coreSums> spread{};
+        maps_CrossRow(rows.y, shapes, maps_WeightsGiven, maps_WholeVectors(alignment.part.Count()),
+                      rows.weights, spread);
+        const auto error = [&](double ofValues, double ofSlopes) {
+            return std::sqrt(ofValues * ofValues * spread[0] + 2 * ofValues * ofSlopes * spread[1] +
+                             ofSlopes * ofSlopes * spread[2]) /
+                   determinant_;
+        };
+        found.factorError = error(sums_[2], -sums_[1]);
+        found.shiftError = error(-sums_[1], sums_[0]) / Factor() / (1 - alignment.share);
+        found.chiSquared = chiSquared;
+    }
+
 private:
     /// Of values and slopes with the weights: vv, vs, ss, vy, sy, yy.
     std::array<double, maps_coreSums> sums_{};
@@ -233,6 +322,10 @@ sAligned aligned(const maps_sAlignment& alignment, const sRows& rows,
     }
     if (!(total > 0)) {
         found.status = total < 0 ? maps_Negative : maps_Empty;
+        return found;
+    }
+    if (alignment.share > mostNoise) {
+        found.status = maps_Undetermined;
         return found;
     }
     const std::size_t start = alignment.Start(row, total, logsAt, likelihoods);
@@ -265,9 +358,13 @@ sAligned aligned(const maps_sAlignment& alignment, const sRows& rows,
         last = step;
         const double to = std::clamp(shift + step, -limit, limit);
         constexpr double rounding = 1e-12; // of a shift
-        if (std::fabs(step) < std::max(alignment.options.tolerance * shiftError, rounding))
-            return {maps_Good,          found.steps, to, next, shiftError, normal.FactorError(),
-                    normal.ChiSquared()};
+        if (std::fabs(step) < std::max(alignment.options.tolerance * shiftError, rounding)) {
+            found = {maps_Good,          found.steps, to, next, shiftError, normal.FactorError(),
+                     normal.ChiSquared()};
+            if (alignment.IsNoisyFor(factor))
+                normal.TakeVariances(alignment, factor, rows, found);
+            return found;
+        }
         if (to == shift) // the limit is in the way
             return found;
         shift = to;

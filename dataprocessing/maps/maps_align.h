@@ -43,17 +43,21 @@ struct maps_sAlignOptions {
 ///
 /// Between its channels the reference is interpolated by polynomials of degree 5: lines with a
 /// standard deviation of two channels lose nothing by that, those of one are found up to .005
-/// channels away. Errors are those of the counts of the spectrum alone. The reference should have
-/// so many counts in each channel, not just many more than a spectrum, that its slopes are not made
-/// of noise; a sum of spectra may be smoothed. Channels that are dead in all spectra stay where
-/// they are: fill them in the reference and in the spectra.
+/// channels away. By the same polynomials the noise of the reference is seen: the median of how far
+/// its channels are from what their neighbours say. Where slopes that are noise would decide, what
+/// is small weighs less, down to equal weights; errors and chi-squared are those of the counts of
+/// the spectrum and of that noise, as if it were the same in all channels. That of a reference of
+/// counts on next to no background is not seen: it should have many more counts than a spectrum.
+/// Where three quarters of what slopes would tell is noise, all are maps_Undetermined: a sum of
+/// spectra may be smoothed. Channels that are dead in all spectra stay where they are: fill them in
+/// the reference and in the spectra.
 ///
 /// Channels that the reference does not reach at the largest shift to either side, and three more
 /// at each end, take no part; chi-squared has Channels() less 2 degrees of freedom. Values need not
 /// be whole. A sum of 0 over those channels makes a spectrum maps_Empty, a negative one
 /// maps_Negative; a shift beyond the limit, a factor that is not positive and too many steps make
 /// it maps_NotConverged: keep the limit well above what is to be found. A reference without
-/// structure makes all maps_Undetermined.
+/// structure makes all maps_Undetermined, too.
 class DATAPROCESSING_EXPORT maps_cAlign {
 public:
     /// Shifts of no more than `mostShift`, in calibrated units, against a reference on the channels

@@ -186,10 +186,10 @@ def align(
     """How far every spectrum is shifted against ``reference``, by ``most_shift`` at most, and its "factor".
 
     y(x) = factor reference(x - shift) by the largest likelihood of counts, over the channels that the reference
-    reaches at all shifts, or those of them in the range ``over``. The reference has a value for each channel, and so
-    many counts in each that its slopes are not made of noise, as errors are those of the counts of the spectrum alone:
-    ``maps.sum(data).spectrum`` for one, smoothed where it has few. Lines should have a standard deviation of two
-    channels. A shift beyond the limit is NOT_CONVERGED. :func:`shift` takes the plane "shift". UnitError for an axis of
+    reaches at all shifts, or those of them in the range ``over``. The reference has a value for each channel:
+    ``maps.sum(data).spectrum`` for one. Its noise is seen where it is no smooth curve, and is in the errors; where its
+    slopes are mostly noise all are UNDETERMINED, and it should be smoothed. Lines should have a standard deviation of
+    two channels. A shift beyond the limit is NOT_CONVERGED. :func:`shift` takes the plane "shift". UnitError for an axis of
     the reference in another unit, ValueError for one that lies elsewhere by a hundredth of a channel, or has
     another shape. The shift is in units of the axis.
 

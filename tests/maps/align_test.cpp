@@ -318,6 +318,86 @@ TEST(MapAlign, NoiseOfTheReferenceBesideItsLineDoesNotDecide) {
             EXPECT_NEAR(widthOfPulls(part, isCut, -0.1, counts), 1, 0.1) << part << isCut;
         }
     EXPECT_NEAR(widthOfPulls(1e-3, false, 0, std::as_const(read)), 1, 0.1);
+    EXPECT_NEAR(widthOfPulls(3e-3, false, 0, counts), 1, 0.1);
+    EXPECT_NEAR(widthOfPulls(1e-2, false, 0, counts), 1, 0.15);
+}
+
+/// Errors are those of spectrum and reference, also where the spectrum has far more counts.
+TEST(MapAlign, NoiseOfTheReferenceIsInTheErrors) {
+    constexpr std::size_t spectra = 300;
+    const auto shiftOf = [](std::size_t q) { return 2 * std::sin(static_cast<double>(q)); };
+    for (const auto& [background, options] :
+         {std::pair<double, maps_sAlignOptions>{0.05, {}}, {1, {}}, {1, {.to = 60.5}}})
+        for (const double height : {30., 3000., 30000.}) {
+            const auto counts = countsOf(spectra, channels, [&](std::size_t q, double k) {
+                return height * lineAt(k - shiftOf(q), 3, background);
+            });
+            const maps_cStack stack = stackOf(std::span(counts), channels, energies);
+            std::mt19937 random(7);
+            std::normal_distribution<> noise;
+            for (const double part : {1e-3, 3e-3, 1e-2}) {
+                double squares = 0;
+                double chiSquared = 0;
+                constexpr int references = 8; // that which one does to all spectra is by chance
+                for (int i = 0; i < references; ++i) {
+                    std::vector<double> reference;
+                    for (std::size_t k = 0; k < channels; ++k)
+                        reference.push_back(lineAt(static_cast<double>(k), 3, background) +
+                                            part * noise(random));
+                    const maps_cAlign align(reference, energies, 3, options);
+                    const Planes planes = alignedOf(align, stack);
+                    EXPECT_THAT(planes.status, Each(maps_Good));
+                    for (std::size_t q = 0; q < spectra; ++q) {
+                        const double pull =
+                            (planes.values[q] - 0.5 * shiftOf(q)) / planes.errors[q];
+                        squares += pull * pull / references / spectra;
+                        chiSquared += planes.chiSquared[q] / references / spectra /
+                                      static_cast<double>(align.Channels() - 2);
+                    }
+                }
+                EXPECT_NEAR(std::sqrt(squares), 1, 0.25)
+                    << background << ' ' << height << ' ' << part;
+                EXPECT_NEAR(chiSquared, 1, 0.25) << background << ' ' << height << ' ' << part;
+            }
+        }
+}
+
+TEST(MapAlign, ErrorsBesideHardlyAnyNoiseAreThoseWithout) {
+    // On a slope shift and factor do nearly the same.
+    const auto slope = [](double k) {
+        return 1 + 20 * std::exp(-k / 40) + std::exp(-std::pow((k - 100) / 3, 2) / 2);
+    };
+    std::mt19937 random(7);
+    std::normal_distribution<> noise;
+    std::vector<double> clean;
+    std::vector<double> noisy;
+    for (std::size_t k = 0; k < channels; ++k) {
+        clean.push_back(slope(static_cast<double>(k)));
+        noisy.push_back(clean.back() + 5e-4 * noise(random));
+    }
+    const auto counts =
+        countsOf(20, channels, [&](std::size_t, double k) { return 2e3 * slope(k); });
+    const maps_cStack stack = stackOf(std::span(counts), channels, energies);
+    const Planes with = alignedOf(maps_cAlign(noisy, energies, 3), stack);
+    const Planes without = alignedOf(maps_cAlign(clean, energies, 3), stack);
+    EXPECT_THAT(with.status, Each(maps_Good));
+    for (std::size_t i = 0; i < with.errors.size(); ++i) {
+        EXPECT_NE(with.errors[i], without.errors[i]);
+        EXPECT_NEAR(with.errors[i] / without.errors[i], 1, 0.01);
+    }
+}
+
+TEST(MapAlign, AReferenceWhoseSlopesAreNoiseTellsNoShift) {
+    std::mt19937 random(3);
+    std::normal_distribution<> noise;
+    std::vector<double> reference;
+    for (std::size_t k = 0; k < channels; ++k)
+        reference.push_back(lineAt(static_cast<double>(k), 4, 1) + 0.1 * noise(random));
+    const auto counts =
+        countsOf(5, channels, [](std::size_t, double k) { return 100 * lineAt(k - 1, 4, 1); });
+    const maps_cAlign align(reference, energies, 3);
+    EXPECT_THAT(alignedOf(align, stackOf(std::span(counts), channels, energies)).status,
+                Each(maps_Undetermined));
 }
 
 TEST(MapAlign, WhatLiesOutsideOfTheRangeDoesNotDecideTheStart) {
