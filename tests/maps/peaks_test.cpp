@@ -264,6 +264,45 @@ TEST(PeakMap, ErrorsAreWhatTheySay) {
     }
 }
 
+/// Of a line alone the largest likelihood is known: mean, deviation and number of its counts. That
+/// deviation is low by 3 / (4 N) of itself, and less where its error is, which goes with it.
+TEST(PeakMap, WidthsHaveTheBiasOfTheLikelihoodItself) {
+    constexpr std::size_t spectra = 4000;
+    constexpr std::size_t length = 96;
+    constexpr double expected = 100; // counts
+    const double height = expected / (5 * std::sqrt(2 * std::acos(-1.0)));
+    const std::vector<unsigned short> counts =
+        countsOf(spectra, length, [&](std::size_t, double k) {
+            return height * std::exp(-std::pow((k - 48.3) / 5, 2) / 2);
+        });
+    pkmd_cModel line;
+    line.AddPeak(pkmd_Gaussian, 48.3, height, 5);
+    const maps_cPeaks fit(line, length, {}, {.windows = 11});
+    PeakPlanes planes(fit, spectra);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span(counts), length), planes.Those(), room);
+    double pull = 0;
+    for (std::size_t q = 0; q < spectra; ++q) {
+        ASSERT_EQ(planes.status[q], maps_Good);
+        long double sums[3] = {};
+        for (std::size_t k = 0; k < length; ++k)
+            for (int power = 0; power < 3; ++power)
+                sums[power] +=
+                    counts[q * length + k] * std::pow(static_cast<long double>(k), power);
+        const auto number = static_cast<double>(sums[0]);
+        const auto mean = static_cast<double>(sums[1] / sums[0]);
+        const auto width = static_cast<double>(
+            std::sqrt(sums[2] / sums[0] - sums[1] / sums[0] * sums[1] / sums[0]));
+        const double error = width / std::sqrt(2 * number);
+        EXPECT_NEAR(planes.values[q], mean, 1e-6 * error);
+        EXPECT_NEAR(planes.values[2 * spectra + q], width, 1e-6 * error);
+        EXPECT_NEAR(planes.errors[2 * spectra + q], error, 1e-4 * error);
+        EXPECT_NEAR(planes.areas[q], number, 1e-6 * std::sqrt(number));
+        pull += (planes.values[2 * spectra + q] - 5) / planes.errors[2 * spectra + q] / spectra;
+    }
+    EXPECT_NEAR(pull, -1.25 * std::sqrt(2 / expected), 3 / std::sqrt(spectra));
+}
+
 TEST(PeakMap, BadSpectraAreMarkedAndLeaveTheOthersAlone) {
     constexpr std::size_t spectra = 40;
     const Map map = mapOf(model(), spectra);
