@@ -241,7 +241,7 @@ struct pkmd_sOptions {
     double windows = 5;
     /// Only channels from here
     double from = -std::numeric_limits<double>::infinity();
-    /// to here take part.
+    /// to here take part, those at both ends included.
     double to = std::numeric_limits<double>::infinity();
     /// When it ends: less than 1e-6 standard errors from the optimum where chi-squared is about the
     /// number of channels.

@@ -16,8 +16,20 @@
 /// precision. So the profile of integers is single precision, except that a single row of a range
 /// at angle 0 keeps the image's type. At that angle integers are added as integers, so the sum of a
 /// column wraps where it leaves int32 (of uint32: where it leaves uint32); convert the image to
-/// double first where it can. What lies outside the image counts as zero. An image whose deltas
-/// differ is rescaled first, as with all warps.
+/// double first where it can. What lies outside the image counts as zero.
+///
+/// **Equal deltas first**, as for warp_Rotate: an image whose deltas differ is turned as its elements
+/// are laid out and not rescaled, so that the profile is right at an angle of exactly 0 only. Bring
+/// it to equal deltas d over the same positions:
+///
+///     const grid_s2DGrid even{cal_c2DArrayCal(left, d, bottom, d, 0, 0), columns, rows};
+///     const darr_c1DArray profile = proj_Project(warp_MapTo(image, {}, even), range);
+///
+/// Deltas have to be positive.
+///
+/// Where the profile begins: at 0 where the range is turned and the image's calibration origin does
+/// not lie in it; otherwise the origin is at 0. The distance from the first element is the position
+/// less Cal().Position(0).
 ///
 /// Throws what warp_Rotate throws, and the index error when the turned image has no row.
 DATAPROCESSING_EXPORT darr_c1DArray proj_Project(const darr_c2DArray& image,
@@ -28,7 +40,8 @@ DATAPROCESSING_EXPORT darr_c1DArray proj_Project(const darr_c2DArray& image,
 /// Swapping the ends takes the profile the other way; each starts with the element at its own first
 /// point. It may be a mean of other rows, by one, because a place halfway between two rows goes to
 /// the upper one of the turned image: with width 1 along X to the right that is the row at y, and
-/// back the one above it.
+/// back the one above it. Its length is that of the segment, rounded to whole elements of the refined
+/// delta. An image needs **equal deltas first**, and where the profile begins is told there, too.
 /// Equal points give a profile without elements. A negative width does what its magnitude does,
 /// except along X to the right, where it has no row. Throws what proj_Project throws.
 DATAPROCESSING_EXPORT darr_c1DArray proj_LineScan(const darr_c2DArray& image, double x1, double y1,

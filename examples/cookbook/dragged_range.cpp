@@ -12,21 +12,29 @@ std::vector<double> numbersOf(const char* name) {
     return {std::istream_iterator<double>(file), {}};
 }
 
-/// Shows what is counted in a range whenever that changes.
-class cCountsShown : public mesg_cReceiver {
+/// Shows the line in a range whenever that changes.
+class cLineShown : public mesg_cReceiver {
 public:
-    cCountsShown(const darr_c1DArray& spectrum, rnge_c1DRange& window)
+    cLineShown(const darr_c1DArray& spectrum, rnge_c1DRange& window)
         : spectrum_(spectrum), window_(window) {
         window_.AddReceiver(*this, mesg_Class(rnge_1DRangeChanged));
     }
-    ~cCountsShown() override { LeaveAll(); }
+    ~cLineShown() override { LeaveAll(); }
 
     void ReceiveMessage(unsigned long id, mesg_cSender&, mesg_sMessageData*) override {
         if (id != rnge_1DRangeChanged)
             return;
-        const darr_c1DArray part = spectrum_.Selection(window_, rnge_IndexNearest);
-        std::printf("%.0f counts from %.2f to %.2f keV\n", stat_Sum(part).As<double>(),
-                    window_.Start(), window_.End());
+        std::printf("%.2f to %.2f keV: ", window_.Start(), window_.End());
+        try {
+            pkmd_cModel model;
+            model.AddPeak(pkmd_Gaussian, 6.4, 800, 0.06);
+            model.AddPolynomial({20});
+            const pkmd_sResult found =
+                pkmd_Fit(model, spectrum_, {.from = window_.Start(), .to = window_.End()});
+            std::printf("line at %.3f keV\n", found.peaks[0].position);
+        } catch (const expt_cProgramException& refusal) { // of every kind: see errors
+            std::printf("no line, %s\n", refusal.what());
+        }
     }
 
 private:
@@ -38,10 +46,11 @@ int main() {
     const darr_c1DArray spectrum(numbersOf("spectrum.txt"), cal_c1DArrayCal(0, 0.01, 0));
     rnge_c1DRange window(6.2, 6.6);
     {
-        const cCountsShown shown(spectrum, window);
-        window.Set(6.3, 6.5); // dragged
-        window.SetEnd(6.55);  // one end of it
-        window.SetEnd(6.55);  // nothing changes, nobody is told
+        const cLineShown shown(spectrum, window);
+        window.Set(6.2, 6.7);   // dragged
+        window.SetEnd(6.75);    // one end of it
+        window.SetEnd(6.75);    // nothing changes, nobody is told
+        window.Set(11.2, 11.7); // beyond the spectrum
     }
     window.Set(0, 10); // nobody listens any more
 }

@@ -1,5 +1,6 @@
 // A file of two columns, energies in keV and counts, becomes a spectrum that knows where its
 // channels lie.
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <vector>
@@ -13,9 +14,20 @@ int main() {
         energies.push_back(energy);
         counts.push_back(count);
     }
+    if (energies.size() < 2) {
+        std::fprintf(stderr, "columns.txt is not there, or has no rows of two numbers\n");
+        return 1;
+    }
     const double delta =
         (energies.back() - energies.front()) / static_cast<double>(energies.size() - 1);
     const darr_c1DArray spectrum(counts, cal_c1DArrayCal(energies.front(), delta, 0));
+    for (int i = 0; i < spectrum.Size(); ++i) {
+        const double energy = energies[static_cast<std::size_t>(i)];
+        if (!(std::fabs(spectrum.Cal().Position(i) - energy) < 1e-3 * std::fabs(delta))) {
+            std::fprintf(stderr, "The energies are not evenly spaced at %g keV\n", energy);
+            return 1;
+        }
+    }
     std::printf("%d channels of %.1f eV from %.2f keV\n", spectrum.Size(), 1000 * delta,
                 spectrum.Cal().Offset());
     double position = 0;

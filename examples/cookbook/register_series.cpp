@@ -20,14 +20,21 @@ darr_c2DArray frame(double driftX, double driftY) {
 int main() {
     const darr_c2DArray first = frame(0, 0);
     darr_c2DArray total = first;
+    rnge_c2DRange common = first.Range(); // where every image has something
     for (int k = 1; k < 4; ++k) {
-        darr_c2DArray image = frame(1.5 * k, -k);
+        const darr_c2DArray image = frame(1.4 * k, -0.9 * k);
         const regs_s2DShift shift = regs_Register(first, image);
         std::printf("moved by %.2f, %.2f um\n", shift.x, shift.y);
-        image.SetOffsetX(image.Cal().X().Offset() - shift.x);
-        image.SetOffsetY(image.Cal().Y().Offset() - shift.y);
-        total = total + image;
+        total = total + warp_MapTo(image, {.shiftX = -shift.x, .shiftY = -shift.y}, {},
+                                   warp_CubicInterpolation);
+        darr_c2DArray placed = image;
+        placed.SetOffsetX(image.Cal().X().Offset() - shift.x);
+        placed.SetOffsetY(image.Cal().Y().Offset() - shift.y);
+        common = common & placed.Range();
     }
-    std::printf("the sum is %.2f times as high as one image\n",
-                extr_Max(total).As<double>() / extr_Max(first).As<double>());
+    total = total.Selection(common, rnge_IndexNearest);
+    const darr_c2DArray alike = 4 * first.Selection(common, rnge_IndexNearest);
+    std::printf("%d x %d elements in common\n", total.SizeX(), total.SizeY());
+    std::printf("highest %.0f; 4 times the first is met within %.0f\n",
+                extr_Max(total).As<double>(), extr_Max(abs(total - alike)).As<double>());
 }

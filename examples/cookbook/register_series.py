@@ -11,12 +11,15 @@ def frame(drift_x, drift_y):
     return dp.Array2D(np.floor(values + 10.5), (dp.Axis(0, 0.5, unit="um"), dp.Axis(0, 0.5, unit="um")))
 
 
-series = [frame(1.5 * k, -k) for k in range(4)]
-total = series[0]
-for image in series[1:]:
-    shift = dp.register(image, series[0])
+first, *others = [frame(1.4 * k, -0.9 * k) for k in range(4)]
+total = common = first
+for image in others:
+    shift = dp.register(image, first)
     print(f"moved by {shift.x:.2f}, {shift.y:.2f} um")
-    total = total + image.moved(-shift.x, -shift.y)
-print(f"the sum is {total.max() / series[0].max():.2f} times as high as one image")
+    total = total + dp.map_to(image, [[1, 0, -shift.x], [0, 1, -shift.y]], interpolation="cubic")
+    common = common.sel(image.moved(-shift.x, -shift.y).rect)  # where every image has something
+total = total.sel(common.rect)
+print(f"{total.shape[1]} x {total.shape[0]} elements in common")
+print(f"highest {total.max():.0f}; 4 times the first is met within {abs(total - 4 * common).max():.0f}")
 
 total.plot().figure.savefig("register_series.png")

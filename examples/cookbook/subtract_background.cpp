@@ -1,4 +1,4 @@
-// A blank in channels four times as wide is taken away: as counts, and as densities.
+// A blank in channels four times as wide is taken away.
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -21,9 +21,10 @@ int main() {
     std::printf("counts: %.0f - %.0f = %.0f\n", stat_Sum(spectrum).As<double>(),
                 stat_Sum(blank).As<double>(), stat_Sum(net).As<double>());
 
-    // Densities, counts per keV, are values at positions: brought to one grid by the subtraction
-    // itself.
-    const darr_c1DArray density = spectrum / 0.01 - blank / 0.04;
-    std::printf("densities: %.0f on %d channels\n", stat_Sum(density).As<double>() * 0.01,
+    // A density, counts per keV, is what is left over the width of its channels.
+    const darr_c1DArray density = net / spectrum.Cal().Delta();
+    double position = 0;
+    const double highest = extr_Max(density, position).As<double>();
+    std::printf("highest %.0f counts per keV at %.2f keV, on %d channels\n", highest, position,
                 density.Size());
 }

@@ -1,4 +1,4 @@
-"""A blank in channels four times as wide is taken away: as counts, and as densities."""
+"""A blank in channels four times as wide is taken away."""
 
 import dataprocessing as dp
 import numpy as np
@@ -10,9 +10,9 @@ blank = dp.Array1D(np.loadtxt("blank.txt"), dp.Axis(0.0, 0.04, unit="keV"))
 net = spectrum - dp.rebin(blank, spectrum)
 print(f"counts: {spectrum.sum():.0f} - {blank.sum():.0f} = {net.sum():.0f}")
 
-# Densities, counts per keV, are values at positions: brought to one grid by the subtraction itself.
-density = spectrum / 0.01 - blank / 0.04
-print(f"densities: {density.sum() * 0.01:.0f} on {density.size} channels")
+# A density, counts per keV, is what is left over the width of its channels.
+density = net / spectrum.axis.delta
+print(f"highest {density.max():.0f} counts per keV at {density.idxmax():.2f} keV, on {density.size} channels")
 
 ax = spectrum.plot()
 net.plot(ax).figure.savefig("subtract_background.png")

@@ -301,6 +301,19 @@ def lags(data):
     assert found.axis.position(y.size - 1) == 0
 
 
+def shifts(data):
+    at, by = data.draw(st.integers(10, 20)), data.draw(st.integers(-4, 4))
+    a, b = (dp.Array1D(np.exp(-(((np.arange(40.0) - x) / 2) ** 2))) for x in (at, at + by))
+    assert abs(dp.register(b, a).x - by) < 1e-3 and abs(_core.regs_register(a, b).x - by) < 1e-3
+
+
+def rectangles(data):
+    heard, rect = [], dp.Rect(0, 0, 1, 1)
+    with rect.on_change(heard.append):
+        rect.set(0, 0, data.draw(st.integers(2, 9)), 1)
+    assert heard == [rect] and not hasattr(_core.rnge_c2DRange, "add_receiver")
+
+
 CORRECTED = {
     "`number - array` of int16, int32, float32": number_minus_array,
     "numbers beyond 2^24 with int32": beyond_24_bits,
@@ -315,6 +328,8 @@ CORRECTED = {
     "functions of 32-bit integers": functions_of_integers,
     "`ifft(fft(a))`": there_and_back,
     "correlations": lags,
+    "how far `b` is shifted against `a`": shifts,
+    "a rectangle that changes": rectangles,
 }
 
 
@@ -449,6 +464,12 @@ def test_errors_of_the_guide(kind, unit, line):
         assert type(error) is own
     without_numbers = re.sub(r"-?\d+(\.\d+)?", "0", error.message)
     assert without_numbers in [re.sub(r"-?\d+(\.\d+)?", "0", text) for text in TEXTS[kind, unit, line]]
+
+
+def test_the_classes_of_the_guide_are_those_that_there_are():
+    told = {name: set(also.split(", ")) for name, also, _ in rows("errors.md", "| class | is also a | in the table |")}
+    raised = [value for value in vars(dp).values() if isinstance(value, type) and issubclass(value, Exception)]
+    assert {f"`{one.__name__}`": {f"`{base.__name__}`" for base in one.__bases__} for one in raised} == told
 
 
 # What Python never meets, or hears of in its own words.
