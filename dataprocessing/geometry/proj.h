@@ -18,9 +18,9 @@
 /// column wraps where it leaves int32 (of uint32: where it leaves uint32); convert the image to
 /// double first where it can. What lies outside the image counts as zero.
 ///
-/// **Equal deltas first**, as for warp_Rotate: an image whose deltas differ is turned as its elements
-/// are laid out and not rescaled, so that the profile is right at an angle of exactly 0 only. Bring
-/// it to equal deltas d over the same positions:
+/// **Equal deltas first**, as for warp_Rotate: an image whose deltas differ is turned as its
+/// elements are laid out and not rescaled, so that the profile is right at an angle of exactly 0
+/// only. Bring it to equal deltas d over the same positions:
 ///
 ///     const grid_s2DGrid even{cal_c2DArrayCal(left, d, bottom, d, 0, 0), columns, rows};
 ///     const darr_c1DArray profile = proj_Project(warp_MapTo(image, {}, even), range);
@@ -40,9 +40,10 @@ DATAPROCESSING_EXPORT darr_c1DArray proj_Project(const darr_c2DArray& image,
 /// Swapping the ends takes the profile the other way; each starts with the element at its own first
 /// point. It may be a mean of other rows, by one, because a place halfway between two rows goes to
 /// the upper one of the turned image: with width 1 along X to the right that is the row at y, and
-/// back the one above it. Its length is that of the segment, rounded to whole elements of the refined
-/// delta. An image needs **equal deltas first**, and where the profile begins is told there, too.
-/// Equal points give a profile without elements. A negative width does what its magnitude does,
-/// except along X to the right, where it has no row. Throws what proj_Project throws.
+/// back the one above it. Its length is that of the segment, rounded to whole elements of the
+/// refined delta. An image needs **equal deltas first**, and where the profile begins is told
+/// there, too. Equal points give a profile without elements. A negative width does what its
+/// magnitude does, except along X to the right, where it has no row. Throws what proj_Project
+/// throws.
 DATAPROCESSING_EXPORT darr_c1DArray proj_LineScan(const darr_c2DArray& image, double x1, double y1,
                                                   double x2, double y2, double width);
