@@ -3,8 +3,9 @@
 from __future__ import annotations
 
 import math
+import numbers
 import pickle
-from collections.abc import Callable
+from collections.abc import Callable, Iterable
 
 import numpy as np
 
@@ -136,6 +137,12 @@ def range_(self: Any) -> Any:
     from dataprocessing._ranges import Range
 
     return Range(self.axis.position(0), self.axis.position(self.size))
+
+
+@_property(*MASKS)
+def dtype(self: Any) -> np.dtype[Any]:
+    """The element type, bool."""
+    return np.dtype(bool)
 
 
 @_property(Array2D, Mask2D)
@@ -274,6 +281,8 @@ def _sel_1d(self: Array1D, start: Any, stop: Any = None, rule: str = "nearest", 
         array([15, 90], dtype=int32)
     """
     if stop is None:
+        if not isinstance(start, Iterable):
+            raise TypeError(f"sel takes start and stop, or a Range, not {start!r}")
         start, stop = start
     _choice({"clip": 0, "zero": 0, "raise": 0}, outside, "outside")
     first, last = _core.selection(self, float(start), float(stop), _choice(_RULES, rule, "rule"))
@@ -345,10 +354,19 @@ def _check_where(self: Any, where: Any) -> None:
         raise ValueError("where= takes a mask on the array's own grid; these differ in size, range or delta")
 
 
+_DOUBLE = {"f4": "f8", "c8": "c16"}
+
+
 def _reduced(self: Any, name: str, axis: Any, unit: str, **given: Any) -> Any:
     """numpy's reduction of the elements; along one axis of an image an array on the other one."""
     _check_where(self, given.get("where"))
+    # What is added in single precision loses digits; all of them together are added in double precision, too.
+    wide = _DOUBLE.get(self.dtype.str[1:]) if name in ("sum", "mean") and given.get("dtype") is None else None
+    if wide:
+        given["dtype"] = wide
     found = getattr(self.values, name)(axis=axis, **{k: v for k, v in given.items() if v is not None})
+    if wide and given.get("out") is None:
+        found = found.astype(self.dtype)
     if given.get("out") is not None or self.ndim == 1 or np.ndim(found) != 1:
         return found
     along = axis[0] if isinstance(axis, tuple) else axis
@@ -376,7 +394,7 @@ def sum_(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdi
     """The sum of all elements, in the unit of the values.
 
     Arguments are those of ``ndarray.sum``; along axis 0 (y) or 1 (x) of an image an Array1D. Sums of integers are
-    float64, and exact as far as that goes. 0.0 without elements. NaN where one is. What numpy refuses is its
+    float64, and exact as far as that goes; those of float32 are made in double precision. 0.0 without elements. NaN where one is. What numpy refuses is its
     TypeError or ValueError.
 
         >>> import numpy as np, dataprocessing as dp
@@ -800,9 +818,14 @@ def all_(self: Any, axis: Any = None, out: Any = None, keepdims: bool = False, *
 
 def _mask_comparison(name: str, ufunc: np.ufunc) -> None:
     def compare(self: Any, other: Any) -> Any:
-        if isinstance(other, (*MASKS, *ARRAYS, np.ndarray, np.generic, int, float, complex, list, tuple)):
+        if isinstance(other, (*MASKS, *ARRAYS, np.ndarray, np.generic, numbers.Number, list, tuple)):
             return ufunc(self, other)
-        return NotImplemented
+        if not hasattr(type(other), "__array_ufunc__"):
+            return NotImplemented
+        found = getattr(other, name)(self)
+        if found is NotImplemented:  # of which Python would make one False
+            raise TypeError(f"a mask is not compared with an object of {type(other).__name__}")
+        return found
 
     compare.__name__ = name
     for cls in MASKS:
@@ -827,6 +850,18 @@ _numpy_operator("__floordiv__", np.floor_divide, False)
 _numpy_operator("__rfloordiv__", np.floor_divide, True)
 _numpy_operator("__mod__", np.remainder, False)
 _numpy_operator("__rmod__", np.remainder, True)
+
+
+@_method(*ARRAYS)
+def __divmod__(self: Any, other: Any) -> Any:
+    require_array(self, "divmod")
+    return self // other, self % other
+
+
+@_method(*ARRAYS)
+def __rdivmod__(self: Any, other: Any) -> Any:
+    require_array(self, "divmod")
+    return other // self, other % self
 
 
 # ---- Pickles -----------------------------------------------------------------------------------

@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+import operator
+
 import numpy as np
 
 from dataprocessing._core import Array1D, Array2D
@@ -44,7 +46,8 @@ def empty(
     """An array whose elements are whatever is in memory, to be written through ``.values``.
 
     ``shape`` is a count or a pair (rows, columns); name and unit are empty unless given. ValueError for more
-    dimensions, SizeError for a negative count, TypeError for a ``dtype`` that arrays have not.
+    dimensions, SizeError for a negative count, TypeError for a count that is no integer and a ``dtype`` that arrays
+    have not.
 
         >>> import numpy as np, dataprocessing as dp
         >>> e = dp.empty(3, dtype="f4")
@@ -56,7 +59,8 @@ def empty(
     kinds: dict[int, Any] = {1: Array1D, 2: Array2D}
     if len(sizes) not in kinds:
         raise ValueError(f"arrays have one or two dimensions, not {len(sizes)}")
-    made: Array1D | Array2D = kinds[len(sizes)]._empty([int(n) for n in sizes], axes, dtype, name, unit)
+    counts = [operator.index(n) for n in sizes]
+    made: Array1D | Array2D = kinds[len(sizes)]._empty(counts, axes, dtype, name, unit)
     return made
 
 

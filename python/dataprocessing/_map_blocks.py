@@ -230,6 +230,14 @@ def _refuse_bad(status: NDArray[Any]) -> None:
 # ---- Maps ---------------------------------------------------------------------------------------
 
 
+def of_channels(values: Any, channels: int, axis: Axis | None, what: str) -> NDArray[Any]:
+    """A number for every channel; ValueError for those of an Array1D that lies elsewhere than the spectra."""
+    if axis is not None and isinstance(values, Array1D) and len(values) == channels and values.axis != Axis():
+        if not _core.same_grid(values, Array1D(np.empty(channels, "u1"), axis)):
+            raise ValueError(f"{what} on {values.axis}, the spectra on {axis}")
+    return np.asarray(without_masked(values), dtype="f8")
+
+
 def is_data_array(data: Any) -> bool:
     xarray = sys.modules.get("xarray")
     return xarray is not None and isinstance(data, xarray.DataArray)

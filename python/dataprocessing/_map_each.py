@@ -229,8 +229,8 @@ def rescale(data: Any, delta: float, axis: Axis | None = None, *, dim: str | Non
     """Every spectrum interpolated linearly at steps of ``delta``, over the same range: values, not counts.
 
     Elements keep their type, and integers are rounded; those of 64 bits become doubles. Comes with the axis of the
-    result; a DataArray has it as coordinates. ProgramError for a ``delta`` that is not a positive number. ``delta`` is
-    in units of the axis, the values stay in theirs.
+    result; a DataArray has it as coordinates. ProgramError for a ``delta`` that is 0, not finite, or whose sign is
+    not that of the axis. ``delta`` is in units of the axis, the values stay in theirs.
 
         >>> import numpy as np, dataprocessing as dp
         >>> data, axis = dp.maps.rescale(np.array([[1.0, 3.0], [10.0, 30.0]]), 0.5, dp.Axis(6.0, 1.0))

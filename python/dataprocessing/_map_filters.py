@@ -8,8 +8,10 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 import numpy as np
 
 from dataprocessing import _core
+from dataprocessing._arrays import without_masked
 from dataprocessing._core import Array1D, Axis, UnitError
 from dataprocessing._map_blocks import Fit, Map, Planes, elements, is_data_array
+from dataprocessing.fitting import _ends
 
 if TYPE_CHECKING:
     from numpy.typing import NDArray
@@ -134,8 +136,8 @@ def rebin(data: Any, to: float | Array1D, axis: Axis | None = None, *, dim: str 
     """The counts of every spectrum on channels of width ``to``, or on those of another spectrum: counts are conserved.
 
     Channels that lie in one of the others in part give it that part. :func:`rescale` is for values that are no counts.
-    ProgramError for a width that is 0 or not finite, or whose sign is not that of the axis. ``to`` is in units of the
-    axis.
+    ProgramError for a width that is 0 or not finite, or whose sign is not that of the axis; UnitError for a spectrum on
+    an axis in another unit. ``to`` is in units of the axis.
 
         >>> import numpy as np, dataprocessing as dp
         >>> made = dp.maps.rebin(np.array([[1, 2, 3, 4], [9, 7, 0, 0]]), 1.0, dp.Axis(6.0, 0.5))
@@ -206,10 +208,10 @@ def align(
         ends = [abs(own.position(k) - given.axis.position(k)) for k in (0, given.channels - 1)]
         if not max(ends) <= 1e-2 * abs(given.axis.delta):
             raise ValueError(f"the reference lies on {own}, the spectra on {given.axis}")
-    curve = np.asarray(reference, "f8")
+    curve = np.asarray(without_masked(reference), "f8")
     if curve.shape != (given.channels,):
         raise ValueError(f"the reference has the shape {curve.shape}, the spectra {given.channels} channels")
-    limits = (-np.inf, np.inf) if over is None else tuple(map(float, over))
+    limits = (-np.inf, np.inf) if over is None else _ends(over, given.axis)
     arguments = (curve, given.axis, float(most_shift), *limits, tolerance, most_steps)
     return given.run(Fit("maps_cAlign", arguments, ["shift", "factor"]), errors)
 
@@ -218,7 +220,7 @@ def shift(data: Any, shifts: Any, axis: Axis | None = None, *, dim: str | None =
     """Every spectrum shifted back by its own of ``shifts``, a number for each in units of the axis.
 
     Counts are shared out by the edges of channels and so conserved; beyond the ends there is nothing. A shift that is
-    not finite makes NaN and a status. ProgramError for an axis whose delta is 0.
+    not finite makes NaN and a status. ProgramError for an axis whose delta is 0, TypeError for masked shifts.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.maps.shift(np.array([[1, 2, 4, 8], [1, 2, 4, 8]]), [1.0, -0.25], dp.Axis(6.0, 0.5)).data
@@ -226,4 +228,4 @@ def shift(data: Any, shifts: Any, axis: Axis | None = None, *, dim: str | None =
                [0.5, 1.5, 3. , 6. ]])
     """
     given = Map(data, axis, dim)
-    return _run(given, _Shift(given.axis), given.channels, given.axis, (shifts,))
+    return _run(given, _Shift(given.axis), given.channels, given.axis, (without_masked(shifts),))

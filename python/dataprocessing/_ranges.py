@@ -8,6 +8,12 @@ from collections.abc import Callable
 
 from dataprocessing._core import rnge_c1DRange, rnge_c2DRange
 
+TYPE_CHECKING = False  # see __init__
+if TYPE_CHECKING:
+    from typing import TypeVar
+
+    T = TypeVar("T")
+
 __all__ = ["Range", "Rect", "Subscription"]
 
 
@@ -55,12 +61,24 @@ def tell(subscriptions: list[Subscription], what: object) -> None:
             subscription._function(what)
 
 
+def of_numbers(kind: Callable[..., T], what: str, *numbers: float) -> T:
+    """An object of the library made of numbers; TypeError that names ours."""
+    try:
+        return kind(*numbers)
+    except TypeError:
+        raise TypeError(f"{what} takes numbers, not {', '.join(map(repr, numbers))}") from None
+
+
+def _is_inside(x: float, start: float, end: float) -> bool:
+    return end < x <= start if end < start else start <= x < end
+
+
 class Range:
-    """The positions from ``start`` up to but without ``end``.
+    """The positions from ``start`` to but without ``end``, which may be the lower one, as on an axis that runs downward.
 
     Whoever asked by :meth:`on_change` hears of every change, once, on the thread that makes it. Positions are in the
-    unit of the axis that they are used with. ``a & b`` is what both have, ``a | b`` the hull. TypeError for ends that
-    are no numbers.
+    unit of the axis that they are used with. ``a & b`` is what both have, ``a | b`` the hull; they run downward where
+    both do. TypeError for ends that are no numbers.
 
         >>> import dataprocessing as dp
         >>> window = dp.Range(6.3, 6.5)
@@ -74,7 +92,7 @@ class Range:
     __slots__ = ("_subscriptions", "_range", "__weakref__")
 
     def __init__(self, start: float = 0.0, end: float = 0.0) -> None:
-        self._range = rnge_c1DRange(start, end)
+        self._range = of_numbers(rnge_c1DRange, "a Range", start, end)
         self._subscriptions: list[Subscription] = []
 
     @property
@@ -107,7 +125,7 @@ class Range:
             Range(2.0, 5.0)
         """
         before = (self.start, self.end)
-        after = rnge_c1DRange(start, end)
+        after = of_numbers(rnge_c1DRange, "a Range", start, end)
         self._range = after
         if any(
             not (a == b or (math.isnan(a) and math.isnan(b))) for a, b in zip(before, (after.start, after.end))
@@ -120,7 +138,7 @@ class Range:
         return self._range.length()
 
     def __contains__(self, x: float) -> bool:
-        return self._range.contains(x)
+        return _is_inside(x, self.start, self.end)
 
     def intersects(self, other: Range) -> bool:
         """Whether both have positions in common.
@@ -133,17 +151,29 @@ class Range:
         """
         if not isinstance(other, Range):
             raise TypeError(f"intersects takes a Range, not {type(other).__name__}")
-        return self._range.intersects(other._range)
+        return self._upward().intersects(other._upward())
 
     def __and__(self, other: Range) -> Range:
         if not isinstance(other, Range):
             return NotImplemented
-        return Range._of(self._range.intersection(other._range))
+        if not (self._is_downward and other._is_downward):
+            return Range._of(self._upward().intersection(other._upward()))
+        start = min(self.start, other.start)
+        return Range(start, min(start, max(self.end, other.end)))
 
     def __or__(self, other: Range) -> Range:
         if not isinstance(other, Range):
             return NotImplemented
-        return Range._of(self._range.union(other._range))
+        if self._is_downward and other._is_downward:
+            return Range._of(self._range.union(other._range))
+        return Range._of(self._upward().union(other._upward()))
+
+    @property
+    def _is_downward(self) -> bool:
+        return self.end < self.start
+
+    def _upward(self) -> rnge_c1DRange:
+        return rnge_c1DRange(self.end, self.start) if self._is_downward else self._range
 
     @classmethod
     def _of(cls, core: rnge_c1DRange) -> Range:
@@ -184,8 +214,8 @@ class Rect:
     """A rectangle, upright by its sides or turned round its centre.
 
     ``Rect(left, bottom, right, top)``, or ``Rect.turned(x, y, length, width, angle)``; the angle is in radians,
-    counter-clockwise, all else in units of the axes. It tells of changes as a :class:`Range` does. TypeError for what
-    is no number.
+    counter-clockwise, all else in units of the axes. Sides may be given from the upper to the lower one, as those of an
+    image on axes that run downward are. It tells of changes as a :class:`Range` does. TypeError for what is no number.
 
         >>> import dataprocessing as dp
         >>> frame = dp.Rect(0, 0, 2, 1)
@@ -217,7 +247,7 @@ class Rect:
         return rect
 
     def _make(self, numbers: tuple[float, ...]) -> None:
-        self._rect = rnge_c2DRange(*numbers)
+        self._rect = of_numbers(rnge_c2DRange, "a Rect", *numbers)
         self._made_of = numbers
 
     def set(self, *numbers: float) -> None:
@@ -282,7 +312,10 @@ class Rect:
 
     def __contains__(self, point: tuple[float, float]) -> bool:
         x, y = point
-        return self._rect.contains(x, y)
+        if self.angle != 0:
+            return self._rect.contains(x, y)
+        (left, bottom), _, (right, top), _ = self.corners
+        return _is_inside(x, left, right) and _is_inside(y, bottom, top)
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Rect):

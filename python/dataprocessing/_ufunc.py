@@ -57,6 +57,9 @@ _KEEPING = {
     np.nextafter, np.remainder, np.rint, np.subtract, np.trunc,
 }  # fmt: skip
 
+# A multiple by a number, and a part, is of the same quantity.
+_SCALING = {np.multiply, np.true_divide, np.floor_divide}
+
 # What is compared or added has one unit.
 _OF_ONE_UNIT = _KEEPING | {np.equal, np.not_equal, np.greater, np.greater_equal, np.less, np.less_equal}
 
@@ -108,6 +111,14 @@ def type_of_mask(mask: Any) -> type:
     return Mask1D if mask.ndim == 1 else Mask2D
 
 
+def _is_scaled(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...]) -> bool:
+    """Whether an array is multiplied with, or divided by, a number."""
+    if ufunc not in _SCALING or method != "__call__":
+        return False
+    first, second = (isinstance(x, _ARRAYS) for x in inputs)
+    return (first and np.ndim(inputs[1]) == 0) or (second and ufunc is np.multiply and np.ndim(inputs[0]) == 0)
+
+
 def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: dict[str, Any]) -> Any:
     from dataprocessing._arrays import on_axes_of
 
@@ -125,18 +136,22 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
         if x.ndim != arrays[0].ndim or not _core.same_grid(arrays[0], x):
             raise ValueError(f"np.{ufunc.__name__} takes arrays on one grid; bring them there first, as a + 0 * b does")
         _core.check_axes(arrays[0], x)
-    valued: list[Any] = [x for x in inputs if isinstance(x, _ARRAYS)] if ufunc in _OF_ONE_UNIT else []
+    keeps = ufunc in _OF_ONE_UNIT or _is_scaled(ufunc, method, inputs)
+    valued: list[Any] = [x for x in inputs if isinstance(x, _ARRAYS)] if keeps else []
     if len(valued) == 2:
         _core.check_units(*valued)
     result = getattr(ufunc, method)(*(x.values if isinstance(x, _OURS) else x for x in inputs), **kwargs)
+
     def wrapped(values: Any) -> Any:
         if method != "__call__" or ufunc.signature or first is None or np.shape(values) != first.shape:
+            return values
+        if isinstance(values, np.ma.MaskedArray):
             return values
         if values.dtype == bool:
             made: Any = Mask1D(values, first.axes[0]) if first.ndim == 1 else Mask2D(values, first.axes)
         else:
             made = on_axes_of(first, values)
-        if isinstance(made, _ARRAYS) and valued and ufunc in _KEEPING:
+        if isinstance(made, _ARRAYS) and valued and ufunc in _KEEPING | _SCALING:
             _core.take_labels(made, valued[0], valued[-1])
         if isinstance(made, _OURS):
             for x in arrays[1:]:
@@ -153,8 +168,11 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
 def array_ufunc(self: Any, ufunc: np.ufunc, method: str, *inputs: Any, **kwargs: Any) -> Any:
     """numpy calls it for every universal function that meets an array of ours."""
     for x in (*inputs, *kwargs["out"]) if "out" in kwargs else inputs:
-        if type(x) not in _KNOWN and _is_foreign(x):
-            return NotImplemented
+        if type(x) not in _KNOWN:
+            if _is_foreign(x):
+                return NotImplemented
+            if isinstance(x, np.matrix):  # whose functions are those of other arrays, its operators are not
+                inputs = tuple(np.asarray(one) if isinstance(one, np.matrix) else one for one in inputs)
     if method == "__call__" and not kwargs:
         slots = _SLOTS.get(ufunc)
         if slots is not None:

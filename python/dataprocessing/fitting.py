@@ -25,7 +25,9 @@ import numpy as np
 
 from dataprocessing import _core
 from dataprocessing._arrays import failure, without_masked
-from dataprocessing._core import Array1D, DataError, End, Errors, FitError, IndexSelect, Objective, SingularFitError
+from dataprocessing._core import (
+    Array1D, Axis, DataError, End, Errors, FitError, IndexSelect, Objective, SingularFitError,
+)  # fmt: skip
 from dataprocessing._fit_result import FitResult, FittedPeak, Parameter
 from dataprocessing._peak_model import ModelPeak, PeakModel
 from dataprocessing._ranges import Range, Subscription, tell
@@ -186,6 +188,12 @@ def _pairs(ranges: Any) -> list[Any]:
     return given
 
 
+def _ends(over: Any, axis: Axis) -> tuple[float, float]:
+    """The lower and the upper end of a range, which on an axis that runs downward may start at either."""
+    start, stop = map(float, over)
+    return (stop, start) if axis.delta < 0 and stop < start else (start, stop)
+
+
 def _selection(data: Array1D, ranges: Any, rule: str) -> Any:
     rules = {"floor": IndexSelect.FLOOR, "nearest": IndexSelect.NEAREST, "outer": IndexSelect.OUTER,
              "ceiling": IndexSelect.CEILING}  # fmt: skip
@@ -194,6 +202,12 @@ def _selection(data: Array1D, ranges: Any, rule: str) -> Any:
     for start, end in whole if ranges is None else _pairs(ranges):
         selection.add_local_range(_core.rnge_c1DRange(start, end))
     return selection
+
+
+def _require_all(kind: type, given: Iterable[Any], what: str) -> None:
+    for one in given:
+        if not isinstance(one, kind):
+            raise TypeError(f"{what} takes {kind.__name__} objects, not {type(one).__name__}")
 
 
 def _spectrum(data: Any) -> Array1D:
@@ -394,7 +408,7 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
     ``peaks`` has the sums over the windows above the background, times delta, with the error of counting;
     :meth:`FitResult.eval` gives the backgrounds over their windows and 0 elsewhere, ``residual`` the data less those.
     Windows begin and end with the elements that are nearest to their ends. FitError where a background has too few
-    positive points, ValueError for two windows at one position. Areas are in units of the values and of the axis.
+    positive points, ValueError for two windows at one position or of one name. Areas are in units of the values and of the axis.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(2.0, 0.01, unit="keV")
@@ -405,9 +419,14 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
         3.0
     """
     data = _spectrum(a)
-    given = sorted(windows, key=lambda window: window.position)
+    listed = list(windows)
+    _require_all(Window, listed, "windowed_power_law")
+    given = sorted(listed, key=lambda window: window.position)
     if len({window.position for window in given}) < len(given):
         raise ValueError("two windows have the same position")
+    names = [window.name or f"peak {k + 1}" for k, window in enumerate(given)]
+    if len(set(names)) < len(names):
+        raise ValueError("two windows have the same name")
     function = _core.pwft_cMultiPowerLawFitFunc(order, _core.dasl_c1DDataArraySelection())
     for window in given:
         function.add_peak(window.position, window.gap, window.width, window.offset, window.length)
@@ -419,7 +438,7 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
     chi_square = 0.0
     for k, window in enumerate(given):
         law = function.power_law(k)
-        name = window.name or f"peak {k + 1}"
+        name = names[k]
         if law.rank() < order + 1:
             raise failure(SingularFitError, f"The background of {name} has too few positive points.")
         errors = law.standard_errors()
@@ -514,6 +533,7 @@ def gaussians(
     asked = set(fit)
     if asked - {"calibration", "resolution"}:
         raise ValueError(f"fit names 'calibration' and 'resolution', not {sorted(asked)!r}")
+    _require_all(Gaussian, peaks, "gaussians")
     names = [peak.name or f"peak {k + 1}" for k, peak in enumerate(peaks)]
     if len(set(names)) < len(names):
         raise ValueError("two peaks have the same name")
@@ -735,11 +755,11 @@ def peaks(
     data = _spectrum(a)
     if not isinstance(model, PeakModel):
         raise TypeError(f"peaks takes a PeakModel, not {type(model).__name__}")
-    start, stop = (-math.inf, math.inf) if over is None else over
-    if data.axis.delta < 0:
-        start, stop = sorted((start, stop))
+    start, stop = (-math.inf, math.inf) if over is None else _ends(over, data.axis)
     model = model.copy()  # another thread may add to it meanwhile
     model._check_curves(data)
+    if weights is not None and objective == "likelihood":
+        raise failure(_core.ProgramError, 'the likelihood has weights of its own; take objective="least-squares"', "pkmd", 6)
     if isinstance(_real(weights), Array1D) and not _core.same_grid(weights, data):
         raise ValueError("the weights do not lie where the spectrum does")
     kinds = model._core.kinds()

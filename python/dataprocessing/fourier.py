@@ -86,7 +86,8 @@ def ifft(spectrum: Any, *, like: Any = None) -> Any:
 def center(a: Any) -> Any:
     """Halves, or quadrants, exchanged: element 0 comes to lie at index n // 2.
 
-    Shape, positions of the elements, name and unit stay; an image is exchanged along both axes. TypeError for what is
+    Shape, name and unit stay. The first half keeps its positions, the second comes to lie in front of it; an image is
+    exchanged along both axes. TypeError for what is
     no array.
 
         >>> import dataprocessing as dp

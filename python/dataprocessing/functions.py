@@ -38,9 +38,23 @@ def _number(x: Any) -> Any:
 
 
 def _operate(function: Function, x: Any) -> Any:
-    if isinstance(x, _ARRAYS):
-        return _core.unry_operate(function, _core.exactly_floating(x))
-    return _core.unry_operate(function, _number(x))
+    values = _core.exactly_floating(x) if isinstance(x, _ARRAYS) else _number(x)
+    try:
+        return _core.unry_operate(function, values)
+    except _core.DataError:
+        # To the library NaN is beyond a domain, too.
+        if not isinstance(x, _ARRAYS):
+            if values != values:
+                return np.asarray(values)[()]
+            raise
+        unknown = np.isnan(values.values)
+        if not unknown.any():
+            raise
+        known = values.copy()
+        known.values[unknown] = 0
+        result = _core.unry_operate(function, known)
+        result.values[unknown] = np.nan
+        return result
 
 
 def _kept(x: Any, result: Any) -> Any:
@@ -73,8 +87,8 @@ sinh = _simple("sinh", Function.SINH, "The hyperbolic sine, element by element."
 cosh = _simple("cosh", Function.COSH, "The hyperbolic cosine.", "0.0", "1.")
 tanh = _simple("tanh", Function.TANH, "The hyperbolic tangent.")
 atan = _simple("atan", Function.ATAN, "The arc tangent, in radians.")
-asin = _simple("asin", Function.ASIN, "The arc sine, in radians. DataError for a real value beyond [-1, 1] and for NaN.")
-acos = _simple("acos", Function.ACOS, "The arc cosine, in radians. DataError for a real value beyond [-1, 1] and for NaN.", "1.0", "0.")
+asin = _simple("asin", Function.ASIN, "The arc sine, in radians. DataError for a real value beyond [-1, 1].")
+acos = _simple("acos", Function.ACOS, "The arc cosine, in radians. DataError for a real value beyond [-1, 1].", "1.0", "0.")
 sqr = _simple("sqr", Function.SQR, "x times x; of complex elements the complex square.", "-3.0", "9.")
 
 
@@ -264,6 +278,9 @@ def _exact_pair(a: Any, b: Any) -> tuple[Any, Any]:
 def _meeting(a: Any, b: Any) -> list[Any]:
     """Those that are arrays, where their axes and units may meet."""
     arrays = [x for x in (a, b) if isinstance(x, _ARRAYS)]
+    for x in (a, b):
+        if hasattr(x, "dims") and hasattr(x, "coords"):  # which say where its elements lie
+            raise TypeError(f"a {type(x).__name__} becomes an array first: dp.from_xarray(data)")
     if len(arrays) == 2:
         if a.ndim != b.ndim:
             raise TypeError("a 1D array and a 2D array do not combine")

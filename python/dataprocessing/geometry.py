@@ -1,17 +1,21 @@
 """Images turned, sheared, mirrored and resized; profiles out of images; axes mapped to other units.
 
 Points are (x, y), angles are radians and counter-clockwise. Warps take the nearest element, as the C++
-library does.
+library does. Axes may run downward: what a warp makes is then on such axes, and every element lies where it would on
+axes that run upward.
 """
 
 from __future__ import annotations
 
+import math
+from collections.abc import Callable
+
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._arrays import _choice
+from dataprocessing._arrays import _choice, require_array
 from dataprocessing._core import Array1D, Array2D, Axis, Interpolation, Ramp
-from dataprocessing._ranges import Range, Rect
+from dataprocessing._ranges import Range, Rect, of_numbers
 
 TYPE_CHECKING = False  # see __init__
 if TYPE_CHECKING:
@@ -21,6 +25,55 @@ __all__ = [
     "Transform", "flip", "line_scan", "map_to", "project", "ramp", "rescale", "resize", "resize_to", "rotate", "rotate_to",
     "shear", "shear_to",
 ]  # fmt: skip
+
+
+# ---- Axes that run downward ----------------------------------------------------------------------
+# The library's warps and projections take images whose axes run upward.
+
+
+def _reversed(image: Array2D, which: list[bool]) -> Array2D:
+    """The image with its rows, its columns in the opposite order; every element stays at its position."""
+    axes = [
+        Axis._of(a.offset, -a.delta, n - 1 - a.index, a.name, a.unit) if turned else a
+        for a, n, turned in zip(image.axes, image.shape, which)
+    ]
+    order = tuple(slice(None, None, -1 if turned else 1) for turned in which)
+    return Array2D(image.values[order], (axes[0], axes[1]), name=image.name, unit=image.unit)
+
+
+def _downward(image: Array2D) -> list[bool]:
+    return [axis.delta < 0 for axis in image.axes]
+
+
+def _upward(image: Array2D, what: str) -> Array2D:
+    """The image on axes that run upward."""
+    require_array(image, what, 2)
+    downward = _downward(image)
+    return _reversed(image, downward) if any(downward) else image
+
+
+def _warped(image: Array2D, what: str, warp: Callable[[Array2D], Array2D]) -> Array2D:
+    """What a warp of the library makes of the image, on axes that run as those of the image do."""
+    made = warp(_upward(image, what))
+    downward = _downward(image)
+    return _reversed(made, downward) if any(downward) else made
+
+
+def _area(rect: Rect, image: Array2D) -> Any:
+    """What covers those elements on axes that run upward that the rectangle covers on those of the image."""
+    y, x = image.axes
+    if rect.angle != 0 or (x.delta > 0 and y.delta > 0):
+        return rect._rect
+    (left, bottom), _, (right, top), _ = rect.corners
+    (left, right), (bottom, top) = _covered(left, right, x), _covered(bottom, top, y)
+    return _core.rnge_c2DRange(left, bottom, right, top)
+
+
+def _covered(start: float, end: float, axis: Axis) -> tuple[float, float]:
+    """Of an axis that runs downward the upper end belongs to a range, and the lower one does not."""
+    if axis.delta > 0:
+        return start, end
+    return min(start, end) - axis.delta, max(start, end) - axis.delta
 
 
 def rotate(image: Array2D, angle: float, rect: Rect | None = None) -> Array2D:
@@ -37,7 +90,7 @@ def rotate(image: Array2D, angle: float, rect: Rect | None = None) -> Array2D:
     """
     if rect is not None and not isinstance(rect, Rect):
         raise TypeError(f"rotate takes a Rect, not {type(rect).__name__}")
-    return _core.warp_rotate(image, angle, None if rect is None else rect._rect)
+    return _warped(image, "rotate", lambda a: _core.warp_rotate(a, angle, None if rect is None else _area(rect, image)))
 
 
 _INTERPOLATIONS = {
@@ -63,6 +116,7 @@ def rotate_to(
         array([[3., 1.],
                [4., 2.]])
     """
+    require_array(image, "rotate_to", 2)
     return _core.warp_rotate_to(image, angle, centre, grid, _choice(_INTERPOLATIONS, interpolation, "interpolation"))
 
 
@@ -79,6 +133,7 @@ def resize_to(
         array([[1., 2., 3.]])
     """
     chosen = _choice(_INTERPOLATIONS, interpolation, "interpolation")
+    require_array(image, "resize_to", 2)
     return _core.warp_resize_to(image, factor_x, factor_y, centre, grid, chosen)
 
 
@@ -93,6 +148,7 @@ def shear_to(
         True
     """
     chosen = _choice(_INTERPOLATIONS, interpolation, "interpolation")
+    require_array(image, "shear_to", 2)
     return _core.warp_shear_to(image, angle, axis_angle, centre, grid, chosen)
 
 
@@ -108,6 +164,7 @@ def map_to(
         >>> dp.map_to(dp.Array2D([[1.0, 2.0, 3.0]]), [[1, 0, 1], [0, 1, 0]]).values
         array([[0., 1., 2.]])
     """
+    require_array(image, "map_to", 2)
     return _core.warp_map_to(image, map, grid, _choice(_INTERPOLATIONS, interpolation, "interpolation"))
 
 
@@ -120,7 +177,7 @@ def shear(image: Array2D, angle: float, axis_angle: float = 0.0) -> Array2D:
         >>> dp.shear(dp.Array2D(np.ones((4, 4))), np.pi / 4).shape
         (4, 8)
     """
-    return _core.warp_shear(image, angle, axis_angle)
+    return _warped(image, "shear", lambda a: _core.warp_shear(a, angle, axis_angle))
 
 
 def flip(image: Array2D, angle: float | None = None) -> Array2D:
@@ -134,8 +191,9 @@ def flip(image: Array2D, angle: float | None = None) -> Array2D:
                [0., 3.]])
     """
     if angle is None:
-        return _core.warp_flip_point(image)
-    return _core.warp_flip_axis(image, angle)
+        return _warped(image, "flip", _core.warp_flip_point)
+    line: float = angle
+    return _warped(image, "flip", lambda a: _core.warp_flip_axis(a, line))
 
 
 def resize(image: Array2D, factor_x: float, factor_y: float) -> Array2D:
@@ -148,7 +206,7 @@ def resize(image: Array2D, factor_x: float, factor_y: float) -> Array2D:
         >>> dp.resize(dp.Array2D(np.ones((2, 3))), 2.0, 1.0).shape
         (2, 6)
     """
-    return _core.warp_resize(image, factor_x, factor_y)
+    return _warped(image, "resize", lambda a: _core.warp_resize(a, factor_x, factor_y))
 
 
 def rescale(a: Any, *deltas: float) -> Any:
@@ -161,14 +219,38 @@ def rescale(a: Any, *deltas: float) -> Any:
         >>> dp.rescale(dp.Array1D([1.0, 3.0]), 0.5).values
         array([1., 2., 3., 3.])
     """
+    require_array(a, "rescale")
+    if len(deltas) != a.ndim:
+        raise TypeError(f"{a.ndim} deltas are needed, not {len(deltas)}")
     return a.rescale(*deltas)
 
 
-def project(image: Array2D, rect: Rect) -> Array1D:
-    """The mean across a rectangle, as a profile along its length.
+def _profile(image: Array2D, rect: Any) -> Array1D:
+    """The mean across a rectangle of an image on axes that run upward."""
+    y, x = image.axes
+    # The library turns elements as they are laid out: unequal deltas have to be equal first, where it turns any.
+    if x.delta != y.delta and rect.angle not in (0.0, math.pi, -math.pi):
+        delta = min(x.delta, y.delta)
+        around = tuple(zip(*rect.corners))
+        (left, right), (bottom, top) = ((min(ends), max(ends)) for ends in around)
+        near = image.sel(Rect(left - x.delta, bottom - y.delta, right + 2 * x.delta, top + 2 * y.delta), rule="outer")
+        if near.size:
+            image = (near.astype("f8") if near.dtype.kind in "iu" else near).rescale(delta, delta)
+    return _from_zero(_core.proj_project(image, rect))
 
-    The result starts at position 0 along the rectangle, with the name and unit of the image. TypeError for what is no
-    image or Rect, IndexOutOfRangeError for a rectangle without elements.
+
+def _from_zero(profile: Array1D) -> Array1D:
+    """The profile with its first element at position 0, whatever the index of the image's axis was."""
+    axis = profile.axis
+    return profile if axis.index == 0 else profile.with_axes(Axis(0.0, axis.delta, 0, axis.name, axis.unit))
+
+
+def project(image: Array2D, rect: Rect) -> Array1D:
+    """The mean across a rectangle, as a profile along its length, towards larger x where it is upright.
+
+    The result starts at position 0 along the rectangle, with the name and unit of the image. For a turned rectangle an
+    image with different deltas is brought to the finer one, linearly in between. TypeError for what is no image or
+    Rect, IndexOutOfRangeError for a rectangle without elements.
 
         >>> import numpy as np, dataprocessing as dp
         >>> dp.project(dp.Array2D(np.arange(6.0).reshape(2, 3)), dp.Rect(0, 0, 3, 2)).values
@@ -176,7 +258,7 @@ def project(image: Array2D, rect: Rect) -> Array1D:
     """
     if not isinstance(rect, Rect):
         raise TypeError(f"project takes a Rect, not {type(rect).__name__}")
-    return _core.proj_project(image, rect._rect)
+    return _profile(_upward(image, "project"), _area(rect, image))
 
 
 def line_scan(
@@ -184,15 +266,22 @@ def line_scan(
 ) -> Array1D:
     """The profile from one point to another, averaged over ``width`` across.
 
-    Points and width are in units of the axes; the result has the name and unit of the image. TypeError for what is no
-    image or pair, IndexOutOfRangeError for a width without elements.
+    The first point lies at position 0, the length is cut to whole elements. Points and width are in units of the axes;
+    an image with different deltas is brought to the finer one, linearly in between, unless the line runs along x. The
+    result has the name and unit of the image. TypeError for what is no image or pair, IndexOutOfRangeError for a width
+    without elements.
 
         >>> import numpy as np, dataprocessing as dp
         >>> image = dp.Array2D(np.tile(np.arange(8.0), (6, 1)))
         >>> dp.line_scan(image, (1, 3), (5, 3), 2).values
         array([1., 2., 3., 4.])
     """
-    return _core.proj_line_scan(image, *start, *end, width)
+    if np.shape(start) != (2,) or np.shape(end) != (2,):
+        raise TypeError(f"line_scan takes two points (x, y), not {start!r} and {end!r}")
+    (x1, y1), (x2, y2) = start, end
+    angle = _core.pos_angle(x1, y1, x2, y2)
+    rect = _core.rnge_c2DRange((x2 + x1) / 2, (y2 + y1) / 2, math.hypot(x2 - x1, y2 - y1), width, angle)
+    return _profile(_upward(image, "line_scan"), rect)
 
 
 def ramp(shape: int | tuple[int, int], axes: Any = None, kind: str = "x") -> Any:
@@ -230,7 +319,7 @@ class Transform:
     """
 
     def __init__(self, offset: float = 0.0, scale: float = 1.0) -> None:
-        self._core = _core.trns_cCoordTransformation(offset, scale)
+        self._core = of_numbers(_core.trns_cCoordTransformation, "a Transform", offset, scale)
 
     @classmethod
     def between(cls, base: Range, derived: Range) -> Transform:

@@ -6,6 +6,7 @@ import re
 
 import numpy as np
 
+from dataprocessing._arrays import without_masked
 from dataprocessing._core import Array1D, Array2D, Axis
 
 TYPE_CHECKING = False  # see __init__
@@ -131,7 +132,7 @@ def from_hyperspy(signal: Any) -> Array1D | Array2D:
 
     The scale becomes the delta, the offset the position of element 0. ValueError for more axes (index the signal
     first, ``s.inav[3, 4]``) and for axes that are not uniform. The unit is what ``Signal.quantity`` has in brackets.
-    TypeError for what is no signal.
+    TypeError for what is no signal and for masked elements.
 
         >>> import hyperspy.api, dataprocessing as dp
         >>> dp.from_hyperspy(hyperspy.api.signals.Signal1D([1.0, 2.0])).values
@@ -150,7 +151,7 @@ def from_hyperspy(signal: Any) -> Array1D | Array2D:
         raise ValueError(f"arrays have one or two dimensions, not {len(axes)}; take one of s.inav[...]")
     title = signal.metadata.get_item("General.title", "") or ""
     quantity = re.search(r"\((.*)\)$", signal.metadata.get_item("Signal.quantity", "") or "")
-    return _array(signal.data, axes, title, quantity[1] if quantity else "")
+    return _array(without_masked(signal.data), axes, title, quantity[1] if quantity else "")
 
 
 def to_hyperspy(self: Any) -> Any:

@@ -37,13 +37,14 @@ from typing import Any, NamedTuple
 import numpy as np
 
 from dataprocessing import _core, _map_blocks
-from dataprocessing._core import Axis, Background, Weights
-from dataprocessing._map_blocks import Fit, Map, Planes, Status, digest_of_starts
+from dataprocessing._arrays import failure
+from dataprocessing._core import Array1D, Array2D, Axis, Background, ProgramError, Weights
+from dataprocessing._map_blocks import Fit, Map, Planes, Status, digest_of_starts, is_data_array, of_channels
 from dataprocessing._map_each import Applied, Rescaled, apply, gaussians, rescale
 from dataprocessing._map_filters import Spectra, align, rebin, shift, smooth, smooth_gauss
 from dataprocessing._map_store import load, store
 from dataprocessing._peak_model import PeakModel
-from dataprocessing.fitting import _ERRORS, _OBJECTIVES, _choice, _pairs
+from dataprocessing.fitting import _ERRORS, _OBJECTIVES, _choice, _ends, _pairs
 
 __all__ = [
     "Applied", "Planes", "Rescaled", "Spectra", "Status", "Sums", "align", "apply", "gaussians", "integrate", "linear",
@@ -71,8 +72,15 @@ class Sums(NamedTuple):
 # ---- What there is ------------------------------------------------------------------------------
 
 
-def _ranges(ranges: Any) -> list[tuple[float, float]]:
-    return [(float(start), float(end)) for start, end in _pairs(ranges)]
+def _ranges(ranges: Any, axis: Axis) -> list[tuple[float, float]]:
+    return [_ends(one, axis) for one in _pairs(ranges)]
+
+
+def axis_of(data: Any, dim: str | None) -> Axis | None:
+    """The axis that the data bring, if they bring one."""
+    if isinstance(data, (Array1D, Array2D)) or (is_data_array(data) and (dim or data.dims[-1]) in data.coords):
+        return Map(data, None, dim).axis
+    return None
 
 
 def _sum_block(block: Any, onto: Any = None) -> tuple[Any, Any]:
@@ -151,7 +159,10 @@ def integrate(
     given = Map(data, axis, dim)
     named = windows if isinstance(windows, Mapping) else {f"window {k + 1}": w for k, w in enumerate(_pairs(windows))}
     curve = _choice(_BACKGROUNDS, background, "background")
-    arguments = (given.channels, given.axis, _ranges(list(named.values())), curve, _ranges(ranges), order)
+    arguments = (
+        given.channels, given.axis, _ranges(list(named.values()), given.axis), curve,
+        _ranges(ranges, given.axis), order,
+    )  # fmt: skip
     return given.run(Fit("maps_cIntegral", arguments, list(named), has_chi=False), errors)
 
 
@@ -172,7 +183,7 @@ def power_law(
         (array([800.]), array([-3.]))
     """
     given = Map(data, axis, dim)
-    pairs = _ranges(ranges)
+    pairs = _ranges(ranges, given.axis)
     ends = [end for pair in pairs for end in pair]
     at = float(reference) if reference is not None else (min(ends) + max(ends)) / 2 if ends else 1.0
     fit = Fit("maps_cPowerLaw", (given.channels, given.axis, pairs, at), ["amplitude", "exponent"])
@@ -218,7 +229,8 @@ def linear(
     with errors that are right from about half a count per channel on, and with fewer none below that of one count;
     1 / max("counts", 1), in one step, which takes an eighth of the time and pulls factors down where counts are few;
     or "equal", with errors of counts. ProgramError for shapes that are not finite or made of each other. A factor is in
-    units of the values over those of its shape. ValueError for shapes of other sizes and names that are not there.
+    units of the values over those of its shape. ValueError for shapes of other sizes, those that lie elsewhere than
+    the data say, and names that are not there. TypeError for masked elements.
 
         >>> import numpy as np, dataprocessing as dp
         >>> shapes = {"line": [0, 1, 2, 1, 0], "background": [1, 1, 1, 1, 1]}
@@ -228,7 +240,8 @@ def linear(
     """
     given = Map(data, Axis(), dim)
     named = shapes if isinstance(shapes, Mapping) else {f"c{j}": shape for j, shape in enumerate(shapes)}
-    rows = np.array([np.asarray(shape, dtype="f8") for shape in named.values()])
+    own = axis_of(data, dim)
+    rows = np.array([of_channels(shape, given.channels, own, f"the shape {name!r} lies") for name, shape in named.items()])
     rows = rows.reshape(len(named), -1) if named else rows.reshape(0, given.channels)
     if rows.shape[1] != given.channels:
         raise ValueError(f"shapes have {rows.shape[1]} channels, the spectra {given.channels}")
@@ -256,7 +269,8 @@ def peaks(
     more than half a width, a larger ``windows`` costs less. A fit ends with a step below ``tolerance`` standard
     errors. ``objective``, ``weights`` of the channels, ``standard_errors`` ("given" or "scatter") and ``over`` are
     those of a single fit. Units are those of the model: positions and widths in units of the axis, heights in those of
-    the values. ValueError for starts of names that are not there, ProgramError as for a single spectrum.
+    the values. ValueError for starts of names that are not there, and for weights and curves that lie elsewhere; ProgramError
+    as for a single spectrum.
 
         >>> import numpy as np, dataprocessing as dp
         >>> axis = dp.Axis(6.0, 0.01, unit="keV")
@@ -268,15 +282,20 @@ def peaks(
         >>> fit[fe.position].round(3), fit.areas["Fe"].round(1)
         (array([6.4, 6.4]), array([135.4,  60.2]))
     """
+    if not isinstance(model, PeakModel):
+        raise TypeError(f"peaks takes a PeakModel, not {type(model).__name__}")
+    if weights is not None and objective == "likelihood":
+        raise failure(ProgramError, 'the likelihood has weights of its own; take objective="least-squares"', "maps", 7)
     given = Map(data, axis, dim)
     kept = model.copy()
+    kept._check_curves(Array1D(np.empty(given.channels, "u1"), given.axis))
     named = dict(starts or {})
     for name in named:
         kept._number(name)
-    begin, end = (-math.inf, math.inf) if over is None else map(float, over)
+    begin, end = (-math.inf, math.inf) if over is None else _ends(over, given.axis)
     arguments = (
         kept, given.channels, given.axis, _choice(_OBJECTIVES, objective, "objective"),
-        None if weights is None else np.asarray(weights, dtype="f8"),
+        None if weights is None else of_channels(weights, given.channels, given.axis, "the weights lie"),
         _choice(_ERRORS, standard_errors, "standard_errors"), windows, begin, end, tolerance, most_evaluations,
     )  # fmt: skip
     fit = Fit(

@@ -466,6 +466,7 @@ bool identical(const Object& a, const py::object& other) {
         if (a.Size(axis) != b->Size(axis) || !(a.axes[axis] == b->axes[axis]))
             return false;
     const std::size_t bytes = static_cast<std::size_t>(a.Count()) * a.values.DataType().SizeOf();
+    const cWithoutGil released(a.Count());
     return bytes == 0 || std::memcmp(a.values.Data(), b->values.Data(), bytes) == 0;
 }
 
@@ -474,7 +475,7 @@ py::object asArray(const py::object& self, const py::object& dtype, const py::ob
     const py::object view = viewOf(self);
     const bool isOther =
         !dtype.is_none() && !py::dtype::from_args(dtype).equal(py::object(view.attr("dtype")));
-    if (copy.is_none() ? !isOther : !py::cast<bool>(copy)) {
+    if (copy.is_none() ? !isOther : !static_cast<bool>(py::bool_(copy))) {
         if (isOther)
             throw py::value_error(
                 "elements of another type are a copy, and copy=False allows none");
@@ -577,7 +578,9 @@ Object makeMask(const py::object& values, const py::object& axes) {
             first = &mask.values.Element(0);
         else
             first = &mask.values.Element(0, 0);
-        std::memcpy(first, in.data(), static_cast<std::size_t>(mask.Count()));
+        const void* const from = in.data();
+        const cWithoutGil released(mask.Count());
+        std::memcpy(first, from, static_cast<std::size_t>(mask.Count()));
     }
     takeAxes(mask, values);
     setAxes(mask, axes);
@@ -726,7 +729,8 @@ void registerArrays(py::module_& module) {
 type where it is one of the ten, bool becomes uint8, float16 float32, 64-bit integers int32 if they fit,
 else float64 if exact, else OverflowError. `dtype` asks for another type, made as by `astype`; TypeError for
 masked elements, ValueError for values of other dimensions. An array or a mask brings its axes, name and unit along,
-unless others are given.
+unless others are given; what has positions of its own otherwise, such as a DataArray, only its elements: see
+``from_xarray``.
 
     >>> import dataprocessing as dp
     >>> a = dp.Array1D([12, 15, 90], dp.Axis(6.2, 0.1, unit="keV"), dtype="u2")

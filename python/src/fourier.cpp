@@ -33,7 +33,10 @@ void define(py::module_& module) {
         [](const auto& a, const auto& b) { return four_CrossCorrelate(a, b); });
     two("four_convolute", [](const auto& a, const auto& b) { return four_Convolute(a, b); });
     module.def("four_match_and_fit_to_power_of_two", [](A a, A b) {
-        four_MatchAndFitToPowerOfTwo(a.values, b.values);
+        {
+            const cWithoutGil released(static_cast<long long>(a.Count()) + b.Count());
+            four_MatchAndFitToPowerOfTwo(a.values, b.values);
+        }
         return py::make_tuple(a, b);
     });
     module.def("prut_cross_correlate", [](const A& a, const A& b, double low, double high) {
@@ -49,9 +52,11 @@ void registerFourier(py::module_& module) {
     define<sArray2D>(module);
     module.def("four_fit_to_power_of_two", &four_FitToPowerOfTwo, py::arg("n"));
     module.def("prut_band_pass_filter", [](int n, double low, double high) {
+        const cWithoutGil released(n);
         return sArray1D{prut_BandPassFilter(n, low, high), {}, {}};
     });
     module.def("prut_band_pass_filter", [](int nx, int ny, double low, double high) {
+        const cWithoutGil released(static_cast<long long>(nx) * ny);
         return sArray2D{prut_BandPassFilter(nx, ny, low, high), {}, {}};
     });
 }

@@ -1,4 +1,5 @@
 #include <array>
+#include <cmath>
 #include <optional>
 
 #include <pybind11/stl.h>
@@ -107,6 +108,14 @@ sArray1D line(const sArray2D& image, darr_c1DArray values) {
     return {std::move(values), image.labels, {image.axes[1]}};
 }
 
+/// About how many elements of the image a rectangle covers.
+long long elementsIn(const sArray2D& image, double length, double width) {
+    constexpr double most = 1e12;
+    const double deltas = image.Cal(0).Delta() * image.Cal(1).Delta();
+    const double count = std::fabs(length * width / deltas);
+    return static_cast<long long>(count < most ? count : most);
+}
+
 void defineTransformations(py::module_& module) {
     using tTransformation = trns_cCoordTransformation;
     py::class_<tTransformation, tgio_cTaggedStreamObject>(module, "trns_cCoordTransformation",
@@ -166,17 +175,22 @@ void registerGeometry(py::module_& module) {
     defineMaps(module);
     defineTransformations(module);
     module.def("proj_project", [](const sArray2D& image, const rnge_c2DRange& range) {
+        const cWithoutGil released(elementsIn(image, range.Length(), range.Width()), perElement);
         return line(image, proj_Project(image.values, range));
     });
     module.def("proj_line_scan",
                [](const sArray2D& image, double x1, double y1, double x2, double y2, double width) {
+                   const double length = std::hypot(x2 - x1, y2 - y1);
+                   const cWithoutGil released(elementsIn(image, length, width), perElement);
                    return line(image, proj_LineScan(image.values, x1, y1, x2, y2, width));
                });
     module.def("ramp_c1d_ramp", [](int count, const sAxis& axis) {
+        const cWithoutGil released(count);
         return sArray1D{ramp_c1DRamp(count, cal_c1DArrayCal(axis.cal)), {}, {axis.labels}};
     });
     module.def("ramp_c2d_ramp", [](ramp_eRampType type, int countX, int countY, const sAxis& y,
                                    const sAxis& x) {
+        const cWithoutGil released(static_cast<long long>(countX) * countY, perElement);
         return sArray2D{ramp_c2DRamp(type, countX, countY, cal_c2DArrayCal(x.cal, y.cal)),
                         {},
                         {y.labels, x.labels}};

@@ -21,12 +21,15 @@ bool isInstance(PyObject* object) noexcept {
     return PyObject_TypeCheck(object, typeOf<T>);
 }
 
-/// What an instance of T's type, or of a subclass, holds. TypeError where `__new__` made it and no
-/// `__init__` followed.
+/// What an instance of T's type, or of a subclass, holds: one that Python derived from two classes
+/// of the library holds a value of each. TypeError where `__new__` made it and no `__init__`
+/// followed.
 template<class T>
 T& held(PyObject* object) {
     auto* instance = reinterpret_cast<pybind11::detail::instance*>(object);
-    auto* value = static_cast<T*>(instance->get_value_and_holder().value_ptr());
+    const auto* const type =
+        instance->simple_layout ? nullptr : pybind11::detail::get_type_info(typeOf<T>);
+    auto* value = static_cast<T*>(instance->get_value_and_holder(type).value_ptr());
     if (value == nullptr)
         throw pybind11::type_error(withoutValue);
     return *value;

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "arithmetic.h"
+#include "array.h"
 #include "gil.h"
 #include "instances.h"
 #include "masks.h"
@@ -104,6 +105,32 @@ bnry_eCompBinaryOperation comparisonOf(int python) noexcept {
     }
 }
 
+bool hasOwnFunctions(PyObject* object) {
+    return py::hasattr(reinterpret_cast<PyObject*>(Py_TYPE(object)), "__array_ufunc__");
+}
+
+/// == and != beside what only its own methods understand. Where those do not either, Python would
+/// make a plain False of numbers and arrays that may well be equal.
+PyObject* equalityByOther(PyObject* self, PyObject* other, int python) {
+    static const PyObject* const number =
+        py::object(py::module_::import("numbers").attr("Number")).release().ptr();
+    const int isNumber = PyObject_IsInstance(other, const_cast<PyObject*>(number));
+    if (isNumber < 0)
+        throw py::error_already_set();
+    if (isNumber == 0 && !hasOwnFunctions(other))
+        return notImplemented();
+    if (isNumber == 0) {
+        const auto result =
+            py::reinterpret_steal<py::object>(Py_TYPE(other)->tp_richcompare(other, self, python));
+        if (!result)
+            throw py::error_already_set();
+        if (!result.is(py::reinterpret_borrow<py::object>(Py_NotImplemented)))
+            return result.inc_ref().ptr();
+    }
+    throw py::type_error(std::string("an array is not compared with an object of ") +
+                         Py_TYPE(other)->tp_name);
+}
+
 template<class A, class Mask>
 PyObject* comparisonSlot(PyObject* left, PyObject* right, int python) {
     return slot([&]() -> PyObject* {
@@ -114,8 +141,10 @@ PyObject* comparisonSlot(PyObject* left, PyObject* right, int python) {
         const bnry_eCompBinaryOperation operation = comparisonOf(python);
         if (b.IsArray())
             return release(comparison<A, Mask>(operation, a, b.Array()));
-        return b.IsNumber() ? release(comparison<A, Mask>(operation, a, b.Number()))
-                            : notImplemented();
+        if (b.IsNumber())
+            return release(comparison<A, Mask>(operation, a, b.Number()));
+        return python == Py_EQ || python == Py_NE ? equalityByOther(left, right, python)
+                                                  : notImplemented();
     });
 }
 
@@ -167,11 +196,10 @@ void addBinaryMethods(PyTypeObject* type, const char* name, const char* reflecte
         requireSelf(type, a);
         return checked(slotFunction(a.ptr(), b.ptr()));
     });
-    if (reflected != nullptr)
-        addMethod(type, reflected, [=](const py::object& a, const py::object& b) {
-            requireSelf(type, a);
-            return checked(slotFunction(b.ptr(), a.ptr()));
-        });
+    addMethod(type, reflected, [=](const py::object& a, const py::object& b) {
+        requireSelf(type, a);
+        return checked(slotFunction(b.ptr(), a.ptr()));
+    });
 }
 
 void addUnaryMethod(PyTypeObject* type, const char* name, unaryfunc slotFunction) {
@@ -227,26 +255,41 @@ void fillSlots() {
 
 // ---- Masks -------------------------------------------------------------------------------------
 
+/// A bool, or bools in a list or a tuple.
+bool isOfBools(PyObject* object) {
+    if (PyBool_Check(object))
+        return true;
+    return (PyList_Check(object) || PyTuple_Check(object)) && asNumpy(object).dtype().kind() == 'b';
+}
+
 template<class Mask, class Operation>
-PyObject* logicSlot(PyObject* left, PyObject* right, Operation operation) {
+PyObject* logicSlot(PyObject* left, PyObject* right, const char* ofNumpy, Operation operation) {
     return slot([&]() -> PyObject* {
         const Mask* a = tryHeld<Mask>(left);
         const Mask* b = tryHeld<Mask>(right);
-        return a == nullptr || b == nullptr ? notImplemented() : release(operation(*a, *b));
+        if (a != nullptr && b != nullptr)
+            return release(operation(*a, *b));
+        if (!isOfBools(a == nullptr ? left : right))
+            return notImplemented();
+        const py::object function = py::module_::import("numpy").attr(ofNumpy);
+        return function(py::handle(left), py::handle(right)).release().ptr();
     });
 }
 
 template<class Mask>
 PyObject* andSlot(PyObject* left, PyObject* right) {
-    return logicSlot<Mask>(left, right, [](const Mask& a, const Mask& b) { return both(a, b); });
+    return logicSlot<Mask>(left, right, "bitwise_and",
+                           [](const Mask& a, const Mask& b) { return both(a, b); });
 }
 template<class Mask>
 PyObject* orSlot(PyObject* left, PyObject* right) {
-    return logicSlot<Mask>(left, right, [](const Mask& a, const Mask& b) { return any(a, b); });
+    return logicSlot<Mask>(left, right, "bitwise_or",
+                           [](const Mask& a, const Mask& b) { return any(a, b); });
 }
 template<class Mask>
 PyObject* xorSlot(PyObject* left, PyObject* right) {
-    return logicSlot<Mask>(left, right, [](const Mask& a, const Mask& b) { return oneOf(a, b); });
+    return logicSlot<Mask>(left, right, "bitwise_xor",
+                           [](const Mask& a, const Mask& b) { return oneOf(a, b); });
 }
 template<class Mask>
 PyObject* invertSlot(PyObject* self) {
@@ -262,9 +305,9 @@ void fillMaskSlots() {
     number.nb_xor = &xorSlot<Mask>;
     number.nb_invert = &invertSlot<Mask>;
     type->tp_as_number = &number;
-    addBinaryMethods(type, "__and__", nullptr, number.nb_and);
-    addBinaryMethods(type, "__or__", nullptr, number.nb_or);
-    addBinaryMethods(type, "__xor__", nullptr, number.nb_xor);
+    addBinaryMethods(type, "__and__", "__rand__", number.nb_and);
+    addBinaryMethods(type, "__or__", "__ror__", number.nb_or);
+    addBinaryMethods(type, "__xor__", "__rxor__", number.nb_xor);
     addUnaryMethod(type, "__invert__", number.nb_invert);
 }
 

@@ -41,7 +41,10 @@ void defineExtrema1D(py::module_& module) {
     const auto at = [&](const char* name, auto function) {
         module.def(name, [=](const sArray1D& a, conv_eComplexConversion part) {
             int index = 0;
-            const pnum_cNumber value = function(a.values, index, part);
+            const pnum_cNumber value = [&] {
+                const cWithoutGil released(a.Count());
+                return function(a.values, index, part);
+            }();
             return py::make_tuple(scalar(value), index);
         });
     };
@@ -54,6 +57,7 @@ void defineExtrema1D(py::module_& module) {
     const auto over = [&](const char* name, auto function) {
         module.def(name, [=](const sArray1D& a, double start, double end, bool interpolate,
                              conv_eComplexConversion part) {
+            const cWithoutGil released(a.Count());
             return sNumber{function(a.values, rnge_c1DRange(start, end),
                                     interpolate ? darr_LinearInterpolation : darr_NoInterpolation,
                                     part)};
@@ -68,7 +72,10 @@ void defineExtrema2D(py::module_& module) {
         module.def(name, [=](const sArray2D& a, conv_eComplexConversion part) {
             int x = 0;
             int y = 0;
-            const pnum_cNumber value = function(a.values, x, y, part);
+            const pnum_cNumber value = [&] {
+                const cWithoutGil released(a.Count());
+                return function(a.values, x, y, part);
+            }();
             return py::make_tuple(scalar(value), x, y);
         });
     };
@@ -85,7 +92,10 @@ void defineMinMax(py::module_& module) {
     module.def("extr_min_max", [](const A& a, conv_eComplexConversion part) {
         pnum_cNumber low;
         pnum_cNumber high;
-        extr_MinMax(a.values, low, high, part);
+        {
+            const cWithoutGil released(a.Count());
+            extr_MinMax(a.values, low, high, part);
+        }
         return py::make_tuple(scalar(low), scalar(high));
     });
 }

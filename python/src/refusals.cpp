@@ -82,7 +82,24 @@ std::string shortly(const std::string& message, const py::handle& arguments,
     return called + "() takes (" + one + "), not " + given;
 }
 
+/// The binding reads keywords as UTF-8, and ends the program where they are none.
+bool areReadable(PyObject* keywords) {
+    PyObject* name = nullptr;
+    PyObject* value = nullptr;
+    for (Py_ssize_t at = 0;
+         keywords != nullptr && PyDict_Next(keywords, &at, &name, &value) != 0;) {
+        if (PyUnicode_AsUTF8(name) != nullptr)
+            continue;
+        PyErr_Clear();
+        PyErr_Format(PyExc_TypeError, "no argument is called %A", name);
+        return false;
+    }
+    return true;
+}
+
 PyObject* call(PyObject* self, PyObject* arguments, PyObject* keywords) {
+    if (!areReadable(keywords))
+        return nullptr;
     PyObject* const result = dispatch(self, arguments, keywords);
     if (result != nullptr || PyErr_ExceptionMatches(PyExc_TypeError) == 0)
         return result;

@@ -1,4 +1,5 @@
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include <pybind11/numpy.h>
@@ -138,9 +139,13 @@ void registerValueFunctions(py::module_& module) {
         py::array found(dtypeOf(typeOfValues(a.values.DataType(), interpolate)), shapeOf(x));
         const auto how = interpolate ? darr_LinearInterpolation : darr_NoInterpolation;
         char* to = static_cast<char*>(found.mutable_data());
-        for (py::ssize_t i = 0; i < x.size(); ++i, to += found.itemsize()) {
-            const pnum_cNumber number = a.values.Value(x.data()[i], how);
-            std::memcpy(to, number.Data(), static_cast<std::size_t>(found.itemsize()));
+        const auto width = static_cast<std::size_t>(found.itemsize());
+        const std::span positions(x.data(), static_cast<std::size_t>(x.size()));
+        const cWithoutGil released(x.size(), 30);
+        for (const double position : positions) {
+            const pnum_cNumber number = a.values.Value(position, how);
+            std::memcpy(to, number.Data(), width);
+            to += width;
         }
         return found;
     });

@@ -596,6 +596,25 @@ def test_what_goes_with_a_spectrum_lies_where_it_does():
         fitting.peaks(counts, model)
 
 
+def test_a_model_that_grows_meanwhile_is_fitted_as_it_was():
+    counts, _ = with_curve()
+    model = fitting.PeakModel()
+    model.peak("gaussian", 6.38, 700, 0.05, name="Fe")
+    model.polynomial([10])
+    names = model.names
+    fit = fitting.peaks(counts, model, observer=lambda *given: model.peak("gaussian", 6.6, 1.0, 0.05) and None)
+    assert list(fit.params) == names and [peak.name for peak in fit.peaks] == ["Fe"] and len(model.names) > len(names)
+    assert fit.eval().values[0] == pytest.approx(20, abs=0.5)
+
+
+def test_the_likelihood_has_weights_of_its_own():
+    counts, model = with_curve()
+    with pytest.raises(dp.ProgramError, match='objective="least-squares"'):
+        fitting.peaks(counts, model, weights=np.ones(80))
+    with pytest.raises(ValueError, match="same name"):
+        fitting.windowed_power_law(counts, [Window(6.4, 0.1, 0.2, -0.1, 0.2, "a"), Window(6.6, 0.1, 0.2, -0.1, 0.2, "a")])
+
+
 def test_results_do_not_follow_the_data():
     a = spectrum()
     fits = [
@@ -606,6 +625,7 @@ def test_results_do_not_follow_the_data():
     before = [fit.residual.values.tolist() for fit in fits]
     a.values[:] = 0
     assert [fit.residual.values.tolist() for fit in fits] == before
+    assert fitting.polynomial(spectrum().with_labels(unit="counts")).residual.unit == "counts"
 
 
 def test_curves_have_the_labels_of_what_was_fitted():

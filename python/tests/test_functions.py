@@ -1,6 +1,7 @@
 """Functions, universal functions, reductions, masks, ranges, transforms."""
 
 import math
+import operator
 import pickle
 
 import dataprocessing as dp
@@ -47,6 +48,25 @@ def test_arcs_refuse_what_is_beyond_unity():
     assert (caught.value.unit, caught.value.line) == ("unary1", 264)
     with pytest.raises(ValueError):
         dp.asin(-1.5)
+    with pytest.raises(dp.DataError):
+        dp.asin(dp.Array1D([2.0, math.nan]))
+
+
+@pytest.mark.parametrize("dtype", ["f4", "f8"])
+def test_arcs_of_nan_are_nan(dtype):
+    a = dp.Array1D(np.array([0.5, math.nan, -1.0], dtype), dp.Axis(3.0))
+    for ours, numpys in ((dp.asin, np.arcsin), (dp.acos, np.arccos), (np.arcsin, np.arcsin)):
+        np.testing.assert_allclose(ours(a).values, numpys(a.values), rtol=1e-6)
+        assert ours(a).dtype == dtype and ours(a).axis == a.axis and np.isnan(a.values[1])
+        assert math.isnan(ours(math.nan)) and math.isnan(ours(np.dtype(dtype).type(math.nan)))
+
+
+@pytest.mark.parametrize("value, dtype", [(1.5, "f8"), (3, "i4"), (2**40, "f8"), (True, "u1"), (1j, "c16"), (np.float32(1), "f4"), (np.uint16(9), "u2")])
+def test_full_has_the_type_of_its_value(value, dtype):
+    made = dp.full((2, 2), value)
+    assert made.dtype == dtype and made.values.tolist() == [[value, value]] * 2
+    with pytest.raises(OverflowError):
+        dp.full(2, 2**63 + 1)
 
 
 def test_complex_magnitudes_are_real():
@@ -181,8 +201,30 @@ class TestMasks:
     def test_other_grids_are_refused(self):
         with pytest.raises(ValueError, match="one grid"):
             (dp.Array1D([1]) > 0) & (dp.Array1D([1], dp.Axis(3.0)) > 0)
+
+    def test_bools_and_lists_of_them(self):
+        class Own(dp.Mask1D):
+            pass
+
+        truths = [True, False, True]
+        for mask in ((dp.Array1D([1, 5, 3], dp.Axis(2.0)) > 1), Own([False, True, True], dp.Axis(2.0))):
+            for name in ("and_", "or_", "xor"):
+                combine = getattr(operator, name)
+                for other in (True, False, truths, tuple(truths)):
+                    for found, numpys in (
+                        (combine(mask, other), combine(mask.values, other)), (combine(other, mask), combine(other, mask.values))
+                    ):
+                        assert found.values.tolist() == numpys.tolist() and found.axis == mask.axis and isinstance(found, dp.Mask1D)
+                for other in (1, [1, 0, 1], [], 1.0, None):
+                    with pytest.raises(TypeError):
+                        combine(mask, other)
+                with pytest.raises(ValueError):
+                    combine(mask, [True, False])
+        image = dp.Array2D(np.eye(2)) > 0
+        assert (image | [True, False]).values.tolist() == [[True, False], [True, True]] and (True ^ image).count() == 2
         with pytest.raises(TypeError):
-            (dp.Array1D([1]) > 0) & True
+            image & (dp.Array1D([1, 2]) > 0)
+        assert image.dtype == mask.dtype == bool
 
     def test_construction(self):
         mask = dp.Mask2D([[True, False]], axes=(dp.Axis(), dp.Axis(0, 0.5)))

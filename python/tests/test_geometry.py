@@ -75,6 +75,49 @@ def test_what_has_no_inverse_is_refused():
         dp.rotate_to(IMAGE, math.nan)
 
 
+@pytest.mark.parametrize("axis", [dp.Axis(1.0, 0.5), dp.Axis(0.0, 0.5, index=-2), dp.Axis(1.0, 0.5, index=3)])
+def test_profiles_start_at_zero_wherever_the_image_lies(axis):
+    image = dp.Array2D(np.tile(np.arange(8.0), (6, 1)), (dp.Axis(0.0, 0.5), axis))[:, 1:]
+    left = axis.position(3)
+    for profile in (dp.project(image, dp.Rect(left, 0, left + 2, 2)), dp.line_scan(image, (left, 1), (left + 2, 1))):
+        assert profile.axis == dp.Axis(0.0, 0.5) and profile.values.tolist() == [3, 4, 5, 6]
+
+
+LINES = [((3, 2), (9, 2)), ((9, 2), (3, 2)), ((4, 1), (4, 7)), ((4, 7), (4, 1)), ((3, 1), (9, 6)), ((9, 6), (3, 1)), ((3, 6), (8, 1))]
+
+
+@pytest.mark.parametrize("deltas", [(0.25, 0.25), (0.1, 0.25), (0.4, 0.25), (-0.4, 0.25), (0.25, -0.1)])
+@pytest.mark.parametrize("line", LINES)
+@pytest.mark.parametrize("dtype", ["f8", "f4", "i4", "u2"])
+def test_profiles_are_those_between_their_points(line, deltas, dtype):
+    """Of planes, whose values along a straight line are known."""
+    y, x = (dp.Axis(5.0 - 5.0 * np.sign(d) - 40 * d, d, index=-40) for d in deltas)
+    rows, columns = np.meshgrid(y.positions(math.ceil(10 / abs(y.delta))), x.positions(math.ceil(12 / abs(x.delta))), indexing="ij")
+    (x1, y1), (x2, y2) = line
+    length = math.hypot(x2 - x1, y2 - y1)
+    coarse = max(map(abs, deltas))
+    for plane, first, last in ((columns, x1, x2), (rows, y1, y2)):
+        image = dp.Array2D((plane * 1000).astype(dtype), (y, x), name="n")
+        profile = dp.line_scan(image, *line, width=0.5)
+        fine = dp.Rect.turned((x1 + x2) / 2, (y1 + y2) / 2, length, 0.5, math.atan2(y2 - y1, x2 - x1))
+        assert profile.axis.position(0) == 0 and profile.name == "n"
+        assert profile.axis.position(profile.size) == pytest.approx(length, abs=coarse)
+        wanted = first + (last - first) * profile.positions / length
+        assert np.abs(profile.values / 1000 - wanted).max() <= 1.1 * coarse
+        assert fine.angle == 0 or np.allclose(dp.project(image, fine).values, profile.values, rtol=1e-5, atol=1e-3)
+
+
+def test_a_ridge_is_found_where_it_is():
+    y, x = dp.Axis(0.0, 0.25), dp.Axis(-12.5, 0.4)
+    rows, columns = np.meshgrid(y.positions(400), x.positions(200), indexing="ij")
+    away = (columns - 24) * math.cos(0.5) + (rows - 50) * math.sin(0.5)  # along the line through (24, 50)
+    image = dp.Array2D(80 * np.exp(-(((away - 4.0) / 1.5) ** 2)), (y, x))
+    start, end = (24.0, 50.0), (24 + 15 * math.cos(0.5), 50 + 15 * math.sin(0.5))
+    profile = dp.line_scan(image, start, end, 6.0)
+    centre = float((profile.positions * profile.values).sum() / profile.sum())
+    assert centre == pytest.approx(4.0, abs=0.1) and profile.max() == pytest.approx(80, abs=2)
+
+
 # ---- Elsewhere ---------------------------------------------------------------------------------------------------------
 
 

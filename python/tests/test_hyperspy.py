@@ -60,6 +60,8 @@ def test_what_is_no_grid_is_refused():
         dp.from_hyperspy(hs.datasets.artificial_data.get_luminescence_signal())
     with pytest.raises(ValueError, match="one or two"):
         dp.from_hyperspy(hs.signals.Signal1D(np.zeros((2, 2, 3))))
+    with pytest.raises(TypeError, match="filled"):
+        dp.from_hyperspy(hs.signals.Signal1D(np.ma.array([1.0, 2.0, 3.0], mask=[0, 1, 0])))
 
 
 def maps_of_files():

@@ -26,6 +26,18 @@ def test_cycles_through_callbacks_are_collected():
     assert reference() is None
 
 
+def test_objects_of_two_classes_hold_a_value_of_each():
+    class Both(dp.Array1D, dp.Axis):
+        pass
+
+    made = Both.__new__(Both)
+    dp.Array1D.__init__(made, [5.0, 6.0])
+    with pytest.raises(TypeError, match="without a value"):
+        dp.Array1D([1.0, 2.0], made)
+    dp.Axis.__init__(made, 7.0, 2.0)
+    assert (made + 1).values.tolist() == [6.0, 7.0] and dp.Array1D([1.0, 2.0], made).axis == dp.Axis(7.0, 2.0)
+
+
 WITHOUT_A_VALUE = """
 import copy, pickle, sys
 import dataprocessing as dp, numpy as np

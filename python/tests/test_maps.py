@@ -300,6 +300,24 @@ def test_empty_maps(fit):
     assert image.shape == (0,) and list(spectrum) == [0, 0, 0, 0]
 
 
+def test_what_lies_elsewhere_is_refused():
+    there, spectra = dp.Array1D(np.ones(CHANNELS), dp.Axis(100.0)), np.full((2, CHANNELS), 20.0)
+    model = dp.fitting.PeakModel()
+    model.peak("gaussian", 6.4, 10.0, 0.05)
+    for call in (
+        lambda: maps.peaks(spectra, model, AXIS, objective="least-squares", weights=there),
+        lambda: maps.linear(dp.Array2D(spectra, (dp.Axis(), AXIS)), {"a": there}),
+    ):
+        with pytest.raises(ValueError, match="on Axis"):
+            call()
+    assert maps.linear(spectra, {"a": there})["a"].tolist() == pytest.approx([20.0, 20.0])
+    model.curve(there)
+    with pytest.raises(ValueError, match="where the spectrum does"):
+        maps.peaks(spectra, model, AXIS)
+    with pytest.raises(dp.ProgramError, match="least-squares"):
+        maps.peaks(spectra, model, AXIS, weights=np.ones(CHANNELS))
+
+
 def test_arrays_bring_their_axis():
     image = dp.Array2D(np.ones((2, 6)), axes=(dp.Axis(), dp.Axis(0, 0.5)))
     assert dp.maps.smooth(image, 3, 1).axis == dp.Axis(0, 0.5)

@@ -96,6 +96,56 @@ def test_results_without_a_place_of_their_own_are_made():
 def test_arrays_of_other_classes_decide():
     masked = np.ma.array([1.0, 2.0, 3.0, 4.0], mask=[0, 1, 0, 0])
     assert np.add(A, masked).mask.tolist() == (A + masked).mask.tolist() == [False, True, False, False]
+    for ufunc in (np.equal, np.less):
+        for found in (ufunc(A, masked), ufunc(masked, A), A == masked, masked == A):
+            assert found.mask.tolist() == [False, True, False, False]
+
+
+def test_matrices_are_elements_to_universal_functions():
+    matrix = np.matrix([[1, 2, 3, 4], [5, 6, 7, 8]])
+    for found in (np.add(IMAGE, matrix), IMAGE + matrix, matrix + IMAGE, np.add(IMAGE, matrix, dtype="f4")):
+        assert type(found) is dp.Array2D and found.axes == IMAGE.axes and np.array_equal(found.values, IMAGE.values + matrix)
+    for ufunc in (np.add, np.equal):
+        with pytest.raises(ValueError):
+            ufunc(A, np.matrix([[1, 2, 3, 4]]))
+
+
+def test_what_has_positions_of_its_own_is_not_taken_by_index():
+    xarray = pytest.importorskip("xarray")
+    data = xarray.DataArray([1.0, 2.0, 3.0, 4.0], coords={"x": [9.0, 8.0, 7.0, 6.0]}, dims="x")
+    for call in (
+        lambda: dp.maximum(A, data), lambda: dp.minimum(data, A), lambda: dp.where(A > 1, A, data), lambda: A.clip(data, None),
+    ):
+        with pytest.raises(TypeError, match="from_xarray"):
+            call()
+    assert dp.Array1D(data).axis == dp.Axis()  # its elements, as the docstring says
+
+
+def test_dask_arrays_are_not_unequal_as_a_whole():
+    array = pytest.importorskip("dask.array")
+    for compare in (lambda: A == array.ones(4), lambda: array.ones(4) != A, lambda: (A > 1) == array.ones(4)):
+        with pytest.raises(TypeError):
+            compare()
+
+
+def test_pandas_compares_by_element():
+    pandas = pytest.importorskip("pandas")
+    series = pandas.Series([1.0, 5.0, 3.0, 5.0])
+    assert (A == series).tolist() == (series == A).tolist() == [True, False, True, False]
+
+
+def test_words_of_the_axis_of_a_mask_are_taken():
+    bare = dp.Array1D([1.0, 2.0, 3.0, 4.0], dp.Axis(0.0, 0.5))
+    assert dp.where(A > 2, bare, 0.0).axis == dp.where(A > 2, bare, bare).axis == HERE
+
+
+def test_results_of_other_classes_are_left_to_them():
+    class Stranger:
+        def __array_ufunc__(self, ufunc, method, *inputs, **kwargs):
+            return "mine"
+
+    for other in (np.add, np.hypot):
+        assert other(A, 1.0, out=Stranger()) == "mine"
 
 
 def test_numpys_functions_do_not_go_on_without_us():
@@ -167,6 +217,18 @@ def test_other_dimensions_are_told_so():
         IMAGE.sel((0, 0, 1, 1))
     with pytest.raises(ValueError, match="1 axes"):
         A.with_axes()
+    for call, said in (
+        (lambda: dp.rescale(IMAGE, 0.5), "2 deltas are needed, not 1"), (lambda: dp.rescale([1.0], 0.5), "takes an array"),
+        (lambda: dp.rotate_to([1.0], 0.5), "takes an array"), (lambda: dp.flip(A), "Array2D"), (lambda: dp.map_to(A, np.eye(2, 3)), "Array2D"),
+        (lambda: dp.line_scan(IMAGE, 1, 2), "two points"), (lambda: A.sel(1.0), "start and stop"),
+        (lambda: dp.Range("x", 1), "a Range takes numbers"), (lambda: setattr(dp.Range(), "end", "x"), "a Range takes numbers"),
+        (lambda: dp.Rect(0, 0, 1, "x"), "a Rect takes numbers"), (lambda: dp.Transform("x"), "a Transform takes numbers"),
+        (lambda: dp.fitting.gaussians(A, [6.4], (6.4, 0.1)), "Gaussian objects"),
+        (lambda: dp.fitting.windowed_power_law(A, [3.0]), "Window objects"), (lambda: dp.maps.peaks(IMAGE, None), "PeakModel"),
+        (lambda: dp.empty((2.7, 3)), "integer"),
+    ):  # fmt: skip
+        with pytest.raises(TypeError, match=said):
+            call()
     with pytest.raises(TypeError):
         dp.Range(1, 2) & 5
     with pytest.raises(TypeError):
@@ -247,6 +309,17 @@ def masked():
 def test_masked_elements_are_refused(use):
     with pytest.raises(TypeError, match="filled"):
         use()
+
+
+def test_masked_numbers_of_maps_are_refused():
+    values, axis = np.ma.masked_array(np.ones(4), [False, True, False, False]), dp.Axis(6.0)
+    for call in (
+        lambda: dp.maps.linear(np.ones((2, 4)), {"a": values}), lambda: dp.maps.align(np.ones((2, 4)), values, 1.0, axis),
+        lambda: dp.maps.shift(np.ones((4, 4)), values, axis),
+        lambda: dp.maps.peaks(np.ones((2, 4)), dp.fitting.PeakModel(), axis, objective="least-squares", weights=values),
+    ):
+        with pytest.raises(TypeError, match="filled"):
+            call()
 
 
 def test_masked_arrays_without_masked_elements_are_taken():

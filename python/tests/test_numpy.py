@@ -145,6 +145,19 @@ def test_sums_of_integers_are_doubles(dtype):
         assert type(found) is np.float64 and found == values.astype("f8").sum()
 
 
+@pytest.mark.parametrize("dtype", ["f4", "c8"])
+def test_sums_along_axes_are_made_in_double_precision(dtype):
+    image = dp.Array2D(np.full((200_000, 3), 0.1, dtype))
+    exact = np.sum(image.values, axis=0, dtype="c16").astype(dtype)
+    for found in (image.sum(axis=0), np.sum(image, axis=0), dp.Array2D(image.values.T.copy()).sum(axis=1)):
+        assert found.dtype == dtype and np.array_equal(found.values, exact)
+    assert np.array_equal(image.mean(axis=0).values, np.full(3, 0.1, dtype)) and image.mean(axis=0).dtype == dtype
+    assert image.sum(keepdims=True).dtype == dtype and image.sum(where=[True, False, False]) == exact[0]
+    onto = np.zeros(3, dtype)
+    assert image.sum(axis=0, out=onto) is onto and np.array_equal(onto, exact)
+    assert image.sum(axis=0, dtype=dtype).values.tolist() == np.sum(image.values, axis=0, dtype=dtype).tolist()
+
+
 def test_numpy_calls_the_methods():
     a = dp.Array1D([0.25, 1.5, 7.75], AXES[1], name="n")
     assert np.clip(a, 1, 2).identical(a.clip(1, 2)) and np.round(a, 1).identical(a.round(1))

@@ -1,5 +1,8 @@
 """Arithmetic and comparisons: types, numbers beside arrays, and what Python corrects."""
 
+import decimal
+import enum
+import fractions
 import operator
 import warnings
 
@@ -162,6 +165,19 @@ def test_arrays_lists_and_strangers():
     assert (a == None) is False and (a != None) is True  # noqa: E711
 
 
+NUMBERS = [fractions.Fraction(1, 2), decimal.Decimal(1), enum.IntEnum("E", "A").A, np.longdouble(1)]
+
+
+@pytest.mark.parametrize("number", NUMBERS, ids=lambda x: type(x).__name__)
+@pytest.mark.parametrize("symbol", [operator.eq, operator.ne, operator.lt, operator.add], ids=lambda f: f.__name__)
+def test_numbers_of_other_kinds_are_refused(number, symbol):
+    for a in (dp.Array1D([1, 2]), dp.Array2D([[1.0]])):
+        with pytest.raises(TypeError):
+            symbol(a, number)
+    if symbol in (operator.eq, operator.ne):
+        assert symbol(dp.Array1D([1, 2]) > 1, number).values.tolist() == symbol(np.array([False, True]), number).tolist()
+
+
 def test_rows_are_broadcast_over_images():
     image = dp.Array2D(np.ones((2, 3)))
     assert (image + [1, 2, 3]).values.tolist() == [[2, 3, 4], [2, 3, 4]]
@@ -180,6 +196,12 @@ def test_those_with_methods_of_their_own_decide():
 
     a = dp.Array1D([1])
     assert a + Stranger() == "mine" and Stranger() + a == "mine"
+    for one in (a, a > 0):  # Python would make False of two that do not understand each other
+        for compare in (operator.eq, operator.ne):
+            with pytest.raises(TypeError, match="is not compared with an object of .*Stranger"):
+                compare(one, Stranger())
+    Stranger.__eq__ = lambda self, other: "equal"
+    assert (a == Stranger()) == ((a > 0) == Stranger()) == "equal"
     masked = np.ma.masked_array([1, 2], mask=[True, False])
     assert isinstance(dp.Array1D([1, 2]) + masked, np.ma.MaskedArray)
 
@@ -250,6 +272,17 @@ def test_floor_division_and_remainder_are_those_of_numpy():
     a = dp.Array1D([7, -7], dp.Axis(2.0))
     assert (a // 2).values.tolist() == [3, -4] and (a % 4).values.tolist() == [3, 1] and (a // 2).axis == a.axis
     assert (20 // a).values.tolist() == [2, -3]
+    for found, numpys in ((divmod(a, 4), divmod(a.values, 4)), (divmod(20, a), divmod(20, a.values))):
+        assert [one.values.tolist() for one in found] == [one.tolist() for one in numpys] and found[0].axis == a.axis
+
+
+def test_multiples_keep_the_quantity():
+    a = dp.Array1D([1.0, 2.0], dp.Axis(3.0), name="n", unit="m")
+    for found in (a // 2, a % 2, np.multiply(a, 2, dtype="f4"), np.multiply(2, a, dtype="f4"), np.divide(a, 2, where=[True, True]), divmod(a, 2)[0]):
+        assert (found.name, found.unit) == ("n", "m")
+    for found in (2 // a, np.divide(2, a, dtype="f4"), np.multiply(a, a, dtype="f4"), np.power(a, 2, dtype="f4"), np.multiply(a, [1, 2], dtype="f4")):
+        assert (found.name, found.unit) == ("", "")
+    assert np.multiply.reduce(a) == 2.0 and np.multiply.outer(a, [1.0]).tolist() == [[1.0], [2.0]]
 
 
 @given(st.lists(st.floats(width=32, allow_nan=False, allow_infinity=False), min_size=1, max_size=20))

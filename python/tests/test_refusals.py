@@ -1,6 +1,8 @@
 """What is refused, and that it is said in a sentence."""
 
 import pickle
+import subprocess
+import sys
 
 import dataprocessing as dp
 import numpy as np
@@ -83,6 +85,26 @@ def test_arguments_of_other_types_are_told_in_a_sentence(said):
     with pytest.raises(TypeError) as error:
         REFUSED[said]()
     assert str(error.value) == said
+
+
+KEYWORDS = """
+import dataprocessing as dp
+from dataprocessing import _core
+for call in (_core.exp, dp.Axis, dp.Array1D, dp.Array1D([1.0]).copy, dp.Axis().position):
+    try:
+        call(**{"\\ud800": 1})
+    except TypeError as error:
+        print(error)
+"""
+
+
+def test_keywords_that_cannot_be_written_are_refused():
+    done = subprocess.run([sys.executable, "-c", KEYWORDS], capture_output=True, text=True, timeout=60)
+    assert done.stdout.splitlines() == [r"no argument is called '\ud800'"] * 5, done.stderr[-500:]
+
+
+def test_any_truth_says_whether_to_copy():
+    assert np.shares_memory(A.__array__(None, 0), A.values) and not np.shares_memory(A.__array__(None, "yes"), A.values)
 
 
 OTHERS = [5, None, dp.Array2D(np.eye(2)), dp.Array1D([1]) > 0, dp.Axis(), "x"]

@@ -294,6 +294,51 @@ def there_and_back(data):
     assert np.allclose(dp.ifft(dp.fft(dp.array(values))).values, values, rtol=0, atol=1e-11)
 
 
+def downward_ranges(data):
+    start, end, x = (data.draw(st.integers(-5, 5) | st.floats(-5, 5)) for _ in range(3))
+    assert (x in dp.Range(start, end)) == (end < x <= start if end < start else start <= x < end)
+    assert ((x, x) in dp.Rect(start, start, end, end)) == (x in dp.Range(start, end))
+    assert not _core.rnge_c1DRange(start, end).contains(x) or start < end
+
+
+def downward_images(data):
+    values = data.draw(hnp.arrays("i2", st.tuples(st.integers(2, 6), st.integers(2, 6)), elements=st.integers(-99, 99)))
+    upward = dp.Array2D(values)
+    downward = dp.Array2D(values[::-1], (dp.Axis(0.0, -1.0, index=len(values) - 1), dp.Axis()))
+    with pytest.raises(dp.SizeError):
+        _core.warp_rotate(downward, 0.3, None)
+    for warp in (lambda a: dp.rotate(a, 0.3), lambda a: dp.resize(a, 2.0, -1.5)):
+        assert np.array_equal(warp(downward).values, warp(upward).values[::-1])
+        assert warp(downward).idxmax() in [(x, y) for y in warp(upward).axes[0].positions(99) for x in warp(upward).axes[1].positions(99)]
+
+
+def uneven_profiles(data):
+    y, x = (dp.Axis(0.0, data.draw(st.sampled_from([0.1, 0.2, 0.25]))) for _ in range(2))
+    a, b = data.draw(st.integers(-3, 3)), data.draw(st.integers(-3, 3))
+    rows, columns = np.meshgrid(y.positions(101), x.positions(101), indexing="ij")
+    ends = [tuple(data.draw(st.floats(2, 8)) for _ in range(2)) for _ in range(2)]
+    length = math.dist(*ends)
+    if length > 1:
+        profile = dp.line_scan(dp.Array2D(a * columns + b * rows, (y, x)), *ends, width=0.3)
+        (x1, y1), (x2, y2) = ends
+        part = profile.positions / length
+        wanted = a * (x1 + (x2 - x1) * part) + b * (y1 + (y2 - y1) * part)
+        assert np.abs(profile.values - wanted).max() <= 1.5 * (abs(a) + abs(b)) * max(x.delta, y.delta) + 1e-9
+
+
+def starts_of_profiles(data):
+    axis = dp.Axis(data.draw(st.floats(-9, 9)), 0.5, data.draw(st.integers(-9, 9)))
+    image = dp.Array2D(np.tile(np.arange(8.0), (6, 1)), (dp.Axis(0.0, 0.5), axis))
+    profile = dp.project(image, dp.Rect(axis.position(2), 0, axis.position(6), 3))
+    assert profile.axis.position(0) == 0 and profile.values.tolist() == [2, 3, 4, 5]
+
+
+def arcs_of_nan(data):
+    values = data.draw(hnp.arrays(data.draw(st.sampled_from(["f4", "f8"])), 5, elements=st.floats(-1, 1, width=32) | st.just(math.nan)))
+    for ours, numpys in ((dp.asin, np.arcsin), (dp.acos, np.arccos)):
+        np.testing.assert_allclose(ours(dp.Array1D(values)).values, numpys(values), rtol=1e-6, atol=1e-12)
+
+
 def lags(data):
     x, y = (data.draw(hnp.arrays("f8", st.integers(1, 9), elements=st.floats(-10, 10))) for _ in range(2))
     found = dp.correlate(dp.Array1D(x), dp.Array1D(y))
@@ -327,6 +372,11 @@ CORRECTED = {
     "`log`, `sqrt` beyond their domain": beyond_the_domain,
     "functions of 32-bit integers": functions_of_integers,
     "`ifft(fft(a))`": there_and_back,
+    "a `Range` whose end is its lower one": downward_ranges,
+    "warps and profiles of images on axes that run downward": downward_images,
+    "profiles out of images with different deltas": uneven_profiles,
+    "where profiles start": starts_of_profiles,
+    "`asin`, `acos` of arrays with NaN": arcs_of_nan,
     "correlations": lags,
     "how far `b` is shifted against `a`": shifts,
     "a rectangle that changes": rectangles,

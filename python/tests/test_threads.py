@@ -159,6 +159,7 @@ LARGE = dp.Array1D(np.ones(2_000_000))
 INTEGERS = dp.Array1D(np.ones(2_000_000, "i4"))
 PLANE = dp.Array2D(np.ones((1000, 2000), "i4"))
 TRUTHS = LARGE > 0
+MANY, SAME, SOMEWHERE = np.ones(20_000_000, bool), LARGE.copy(), np.linspace(0, 1e6, 100_000)
 LONG_WORK = {
     "function": lambda: dp.exp(LARGE),
     "minus": lambda: -LARGE,
@@ -181,6 +182,20 @@ LONG_WORK = {
     "count": TRUTHS.count,
     "scan": lambda: _core.scan_is_negative(LARGE),
     "in floating elements": lambda: _core.exactly_floating(INTEGERS),
+    "comparison of bits": lambda: LARGE.identical(SAME),
+    "mask of truths": lambda: dp.Mask1D(MANY),
+    "values between elements": lambda: LARGE.at(SOMEWHERE),
+    "projection": lambda: dp.project(PLANE, PLANE.rect),
+    "line scan": lambda: dp.line_scan(PLANE, (0, 500), (2000, 500), 1000),
+    "positions": lambda: dp.ramp(4_000_000),
+    "angles": lambda: dp.ramp((1000, 1000), kind="angle"),
+    "extremum": lambda: _core.extr_min_at(LARGE, _core.ComplexConversion.REAL_PART),
+    "extrema": lambda: _core.extr_min_max(LARGE, _core.ComplexConversion.REAL_PART),
+    "extremum of an image": lambda: _core.extr_max_at(PLANE, _core.ComplexConversion.REAL_PART),
+    "extremum over a range": lambda: LARGE.max(over=(0.0, 2e6), interpolate=True),
+    "band": lambda: _core.prut_band_pass_filter(1 << 21, 0.1, 0.5),
+    "band of images": lambda: _core.prut_band_pass_filter(1024, 1024, 0.1, 0.5),
+    "one size": lambda: _core.four_match_and_fit_to_power_of_two(LARGE, LARGE),
 }
 
 
