@@ -170,7 +170,7 @@ public:
         iterations_ = 0;
         maps_eStatus status = maps_Good;
         if (shapes_.weights == maps_EqualWeights)
-            pkmd_Dots(row_, &row_, 1, shapes_.length, &squares_);
+            Dot();
         else
             Cross(maps_WeighCounts, weights_);
         if (shapes_.weights == maps_WeightsOfModel && !std::isfinite(squares_)) {
@@ -212,6 +212,20 @@ private:
         for (std::size_t i = 0; i < core.size(); ++i)
             coreValues_[i] = *sum++;
         squares_ = *sum;
+    }
+
+    /// One pass over all channels, without weights: what there is between the values, themselves
+    /// and the shapes that reach all channels. A sum is a chain of additions; several at once take
+    /// the time of one.
+    void Dot() {
+        const std::vector<const double*>& core = shapes_.coreRows;
+        std::array<const double*, maps_mostCore + 1> rows;
+        std::array<double, maps_mostCore + 1> sums;
+        rows[0] = row_;
+        std::copy(core.begin(), core.end(), rows.begin() + 1);
+        pkmd_Dots(row_, rows.data(), core.size() + 1, shapes_.length, sums.data());
+        squares_ = sums[0];
+        std::copy_n(sums.begin() + 1, core.size(), coreValues_.begin());
     }
 
     /// The products of the shapes with each other, weighted, and with the values.
@@ -284,10 +298,14 @@ private:
     /// The shapes' own products are known; counts are the variances of the errors.
     maps_eStatus FitEqually() {
         const std::size_t count = shapes_.count;
-        for (std::size_t i = 0; i < count; ++i) {
-            const sExtent& extent = shapes_.extents[i];
-            const double* const shape = shapes_.Row(i) + extent.first;
-            pkmd_Dots(row_ + extent.first, &shape, 1, extent.Count(), &normal_.G(i));
+        for (std::size_t i = 0; i < shapes_.core.size(); ++i)
+            normal_.G(shapes_.core[i]) = coreValues_[i];
+        for (const maps_sShapes::sGroup& group : shapes_.groups) {
+            if (!group.hasValues)
+                continue;
+            const double* const shape = shapes_.Row(group.shape) + group.extent.first;
+            pkmd_Dots(row_ + group.extent.first, &shape, 1, group.extent.Count(),
+                      &normal_.G(group.shape));
         }
         const double* inverse = shapes_.inverse.data();
         bool isBounded = false;
