@@ -89,6 +89,28 @@ private:
         pace_ = infinity;
     }
 
+    /// F at `q`. Where it is left there for less than it is here, it is made anew for both.
+    double TryAt(std::span<const double> q) {
+        const double chiSquared = equations_.Try(q);
+        ++result_.evaluations;
+        if (!(chiSquared <= result_.chiSquared + 2 * Lost()) || equations_.Covers(q))
+            return chiSquared;
+        if (!AreLeft(2))
+            return infinity;
+        equations_.Cover(q_, q);
+        const double here = equations_.Try(q_);
+        ++result_.evaluations;
+        if (!std::isfinite(here)) {
+            equations_.Uncover();
+            return infinity;
+        }
+        equations_.Accept();
+        result_.chiSquared = here;
+        LookAround();
+        ++result_.evaluations;
+        return equations_.Try(q);
+    }
+
     /// One attempt at a step. Answers true when the fit has ended.
     bool IsOver() {
         if (result_.gradient <= control_.gradientTolerance && !Relaxes())
@@ -138,8 +160,7 @@ private:
                 return End(nlsq_Stopped);
         }
 
-        double chiSquared = equations_.Try(tried_);
-        ++result_.evaluations;
+        double chiSquared = TryAt(tried_);
         bool isShortened = false;
         constexpr int mostTimes = 3;
         for (int times = 0;
@@ -153,8 +174,7 @@ private:
             Shorten(almost * part);
             promised = Promise(step_);
             length *= almost * part;
-            chiSquared = equations_.Try(tried_);
-            ++result_.evaluations;
+            chiSquared = TryAt(tried_);
             isShortened = true;
         }
         const double decrease = result_.chiSquared - chiSquared;
@@ -217,16 +237,14 @@ private:
         double factor = std::min(1 / (1 - rest), farthest);
         if (!CanLeap(factor))
             return false;
-        double chiSquared = equations_.Try(leap_);
-        ++result_.evaluations;
+        double chiSquared = TryAt(leap_);
         if (!std::isfinite(chiSquared)) {
             if (IsStopped())
                 return false;
             factor *= almost * equations_.PositivePart(q_, leap_);
             if (!(factor > 1) || !CanLeap(factor))
                 return false;
-            chiSquared = equations_.Try(leap_);
-            ++result_.evaluations;
+            chiSquared = TryAt(leap_);
         }
         const double decrease = result_.chiSquared - chiSquared;
         const bool isBetter = promised <= lost ? decrease >= -2 * lost && promised < promised_
@@ -274,20 +292,31 @@ private:
                         32 * equations_.Rounding(result_.chiSquared));
     }
 
+    /// What the way without damping promises, NaN where there is none.
+    double WholePromise() {
+        return equations_.SolveWhole(isHeld_, whole_) ? Promise(whole_)
+                                                      : std::numeric_limits<double>::quiet_NaN();
+    }
+
+    /// A promise that is not worth a step.
+    double Nothing() const {
+        return std::max(Lost(), std::max(control_.decreaseTolerance, control_.remainderTolerance) *
+                                    result_.chiSquared);
+    }
+
     /// Whether it is only the damping that leaves nothing to gain, as where a direction changes the
     /// model little beside the columns' norms. Takes away so much of it that the step goes almost
     /// all the way; answers no where that has been tried since there was something to gain.
     bool Relaxes() {
-        if (isRelaxed_ || !equations_.SolveWhole(isHeld_, whole_))
+        if (isRelaxed_)
             return false;
-        const double promised = Promise(whole_);
-        const double nothing =
-            std::max(Lost(), std::max(control_.decreaseTolerance, control_.remainderTolerance) *
-                                 result_.chiSquared);
+        const double promised = WholePromise();
+        if (!(promised > Nothing()))
+            return false;
         const double length = Length(whole_);
         constexpr double part = 0.01;
         const double most = part * promised / (length * length);
-        if (!(promised > nothing) || !(most > 0) || !(most < damping_.Value()))
+        if (!(most > 0) || !(most < damping_.Value()))
             return false;
         damping_.Relax(most);
         isRelaxed_ = true;
@@ -304,7 +333,8 @@ private:
         constexpr double muchRounding = 1000;
         const bool isRounding =
             result_.chiSquared <= muchRounding * equations_.Rounding(result_.chiSquared);
-        return End(IsDamped() && !isRounding ? nlsq_NoDecrease : nlsq_StepSmall);
+        const bool isOver = !IsDamped() || isRounding || WholePromise() <= Nothing();
+        return End(isOver ? nlsq_StepSmall : nlsq_NoDecrease);
     }
 
     /// What a bound holds, the units of the step, and how steep it still is.

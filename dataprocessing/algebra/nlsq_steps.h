@@ -66,6 +66,14 @@ public:
     /// Stands where it tried.
     virtual void Accept() noexcept = 0;
 
+    /// Whether F leaves nothing out at `q`, where it has been tried.
+    virtual bool Covers(std::span<const double>) const { return true; }
+    /// Makes F anew, so that it leaves nothing out from one place to another. What it is where it
+    /// stands has to be tried again.
+    virtual void Cover(std::span<const double>, std::span<const double>) {}
+    /// Makes F what it was before the last Cover().
+    virtual void Uncover() {}
+
     /// After a Try without a value: the part of the way to `to` from `from`, where there is one, on
     /// which the values of the model stay positive, were it linear. 0 where that is not what is
     /// missing.

@@ -12,6 +12,7 @@
 #include "dataprocessing/algebra/nlsq_refusal.h"
 #include "dataprocessing/fitting/pkmd_equations.h"
 #include "dataprocessing/fitting/pkmd_places.h"
+#include "dataprocessing/valuemodel/cal_section.h"
 #include "dataprocessing/valuemodel/conv.h"
 
 using namespace dataprocessing::detail;
@@ -270,7 +271,7 @@ darr_c1DArray pkmd_cModel::Curve(const cal_c1DArrayCal& cal, int count, pkmd_ePa
     std::vector<double> positions(values.size());
     for (std::size_t i = 0; i < positions.size(); ++i)
         positions[i] = cal.Position(static_cast<long long>(i));
-    const nlsq_cParameters parameters(starts_, pkmd_KindsOf(*this));
+    const nlsq_cParameters parameters(starts_, pkmd_KindsOf(*this, cal.Delta()));
     std::vector<double> p(starts_.size());
     parameters.Expand(parameters.Start(), p);
     Values(p, positions, values, parts);
@@ -309,15 +310,12 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     const darr_c1DArray converted = conv_Convert(spectrum, dtyp_Double);
     const std::span<const double> elements = converted.Elements<double>();
     const cal_c1DArrayCal& cal = spectrum.Cal();
-    const auto isInRange = [&](std::size_t i) {
-        const double x = cal.Position(static_cast<long long>(i));
-        return x >= options.from && x <= options.to;
-    };
+    const cal_cSection section(cal, options.from, options.to);
     std::size_t first = 0;
     std::size_t last = elements.size();
-    while (first < last && !isInRange(first))
+    while (first < last && !section.Has(first))
         ++first;
-    while (last > first && !isInRange(last - 1))
+    while (last > first && !section.Has(last - 1))
         --last;
 
     pkmd_sChannels channels;
@@ -367,28 +365,15 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     return channels;
 }
 
-/// Whether windows reach as far as the needed ones.
-bool areWide(std::span<const pkmd_sWindow> windows, std::span<const pkmd_sWindow> needed) {
-    return std::equal(windows.begin(), windows.end(), needed.begin(),
-                      [](const pkmd_sWindow& had, const pkmd_sWindow& needs) {
-                          return had.first <= needs.first && needs.last <= had.last;
-                      });
-}
-
-/// The control of a fit that goes on where others ended after so many iterations and evaluations;
-/// what it tells its observer starts there, with the widths that follow a law.
-nlsq_sControl continued(const pkmd_cModel& model, const nlsq_sControl& control, int iterations,
-                        int evaluations) {
+/// A control whose observer is told the widths that follow a law, too.
+nlsq_sControl telling(const pkmd_cModel& model, const nlsq_sControl& control) {
     nlsq_sControl result = control;
-    result.mostEvaluations -= evaluations;
-    if (control.observer)
-        result.observer = [&model, &control, iterations, evaluations,
+    if (control.observer && model.WidthLaw().first >= 0)
+        result.observer = [&model, &control,
                            all = std::vector<double>()](const nlsq_sIteration& at) mutable {
             all.assign(at.parameters.begin(), at.parameters.end());
             pkmd_ApplyWidthLaw(model, all);
             nlsq_sIteration told = at;
-            told.iteration += iterations;
-            told.evaluations += evaluations;
             told.parameters = all;
             return control.observer(told);
         };
@@ -464,12 +449,12 @@ pkmd_sPeak peakOf(const pkmd_cModel::sPeak& peak, const nlsq_sResult& fit) {
 
 pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
                       const pkmd_sOptions& options) {
-    return pkmd_FitFrom(model, {model.Starts().begin(), model.Starts().end()}, pkmd_KindsOf(model),
+    return pkmd_FitFrom(model, model.Starts(), pkmd_KindsOf(model, spectrum.Cal().Delta()),
                         spectrum, options);
 }
 
 pkmd_sResult dataprocessing::detail::pkmd_FitFrom(const pkmd_cModel& model,
-                                                  std::vector<double> starts,
+                                                  std::span<const double> starts,
                                                   std::span<const nlsq_sParameter> kinds,
                                                   const darr_c1DArray& spectrum,
                                                   const pkmd_sOptions& options) {
@@ -480,45 +465,13 @@ pkmd_sResult dataprocessing::detail::pkmd_FitFrom(const pkmd_cModel& model,
                       !(channels.x.front() > 0 && channels.x.back() > 0),
                   9, "A power law needs positive positions.");
 
+    const nlsq_cParameters parameters(starts, kinds);
+    pkmd_cEquations equations(model, channels, parameters, options.windows);
     pkmd_sResult result;
     result.channels = static_cast<int>(channels.taking);
-    int iterations = 0;
-    int evaluations = 0;
-    // Beyond so many rounds windows have no end.
-    constexpr int mostRounds = 10;
-    constexpr double slack = 1.02;
-    for (int round = 1;; ++round) {
-        const nlsq_cParameters parameters(starts, kinds);
-        parameters.Expand(parameters.Start(), starts);
-        pkmd_ApplyWidthLaw(model, starts);
-        const std::vector<pkmd_sWindow> windows = pkmd_WindowsOf(
-            model, starts, options.windows,
-            round < mostRounds ? slack : std::numeric_limits<double>::infinity(), channels);
-        pkmd_cEquations equations(model, channels, parameters, windows);
-        nlsq_sResult fit = nlsq_Minimise(equations, parameters,
-                                         continued(model, options.control, iterations, evaluations),
-                                         channels.taking, options.errors == nlsq_ErrorsFromScatter);
-        evaluations += fit.evaluations;
-        // Where other windows leave no value, the fit is what it was.
-        if (round > 1 && fit.end == nlsq_NoValue) {
-            result.fit.end = nlsq_NoDecrease;
-            result.fit.evaluations = evaluations;
-            break;
-        }
-        result.fit = std::move(fit);
-        spreadWidthLaw(model, result.fit);
-        result.fit.iterations = iterations += result.fit.iterations;
-        result.fit.evaluations = evaluations;
-        if (!result.fit.Converged() || round == mostRounds ||
-            areWide(windows,
-                    pkmd_WindowsOf(model, result.fit.parameters, options.windows, 1, channels)))
-            break;
-        if (evaluations >= options.control.mostEvaluations) {
-            result.fit.end = nlsq_MostEvaluations;
-            break;
-        }
-        starts = result.fit.parameters;
-    }
+    result.fit = nlsq_Minimise(equations, parameters, telling(model, options.control),
+                               channels.taking, options.errors == nlsq_ErrorsFromScatter);
+    spreadWidthLaw(model, result.fit);
     for (const pkmd_cModel::sPeak& peak : model.Peaks())
         result.peaks.push_back(peakOf(peak, result.fit));
     for (int i = 0; i < model.ParameterCount(); ++i)

@@ -135,12 +135,15 @@ public:
     void Free(int parameter);
     /// Keeps a parameter at its start. Throws as Free().
     void Fix(int parameter);
-    /// Keeps a parameter in [lower, upper]. Throws as Free(). Extra parameters that move stay
-    /// within what their shapes allow, with bounds or without: a Lorentzian width at 0 or more, a
-    /// mixing in [0, 1], a tail on the side of its start and at least a hundredth of the width
-    /// that the peak starts from. The Gaussian in a Voigt keeps a thousandth of both widths that
-    /// the peak starts from, sqrt(w^2 + extra^2), the width of a law that of its start. pkmd_Fit
-    /// and Curve throw expt_cProgramException ("pkmd", 3) for bounds that leave nothing of this.
+    /// Keeps a parameter in [lower, upper]. Throws as Free(). Without bounds, too, a width stays at
+    /// a fifth of a channel or more, or at its start where that is less: narrower peaks lie on a
+    /// channel or between two. A lower bound above 0 takes the place of that. Extra parameters that
+    /// move stay within what their shapes allow: a Lorentzian width at 0 or more, a mixing in [0,
+    /// 1], a tail on the side of its start and at least a hundredth of the width that the peak
+    /// starts from. The Gaussian in a Voigt keeps a thousandth of both widths that the peak starts
+    /// from, sqrt(w^2 + extra^2), the width of a law that of its start. What a width is tied to
+    /// keeps within this for it. pkmd_Fit and Curve throw expt_cProgramException ("pkmd", 3) for
+    /// bounds that leave nothing of this.
     void Bound(int parameter, double lower, double upper);
     /// Makes a parameter `factor` times another one plus `offset`: a ratio of heights, a splitting,
     /// a common width. Throws as Free(), and so for `to`.
@@ -205,7 +208,9 @@ private:
 };
 
 /// The model of peaks that peak_Find has found in a spectrum, all of one shape, over a straight
-/// line about the middle of the spectrum; everything is free.
+/// line about the middle of the spectrum. Positions are bounded to the width that was found on
+/// either side of their starts, widths to three times theirs, so that peaks stay what was found
+/// where the line is no good background; everything else is free.
 ///
 /// Positions, heights (the prominences) and widths start from what was found, extra parameters from
 /// as much of a Lorentzian as of a Gaussian, or a tail as long as the width towards larger x. The
@@ -239,7 +244,8 @@ struct pkmd_sOptions {
     /// peak with a tail ends max(3 r, r^2 / 2) tails further on that side. All is rounded up to the
     /// next 8 channels. Other shapes have no end.
     double windows = 5;
-    /// Only channels from here
+    /// Only channels from here, which counts as the position of a channel that it is within
+    /// cal_cArrayCal::Tolerance,
     double from = -std::numeric_limits<double>::infinity();
     /// to here take part, those at both ends included.
     double to = std::numeric_limits<double>::infinity();
@@ -293,9 +299,10 @@ DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sRe
 ///
 /// Channels that are not finite take no part. Parameters where a width is not positive, a law has
 /// no width, a tail is 0 or, for the likelihood, the model is not positive at a channel have no
-/// value: the fit keeps away from them. Windows are laid a fiftieth wider than they have to be;
-/// where peaks have moved or widened beyond that, the fit goes on with new ones, after ten rounds
-/// with none.
+/// value: the fit keeps away from them. Windows are laid a fiftieth wider than they have to be, and
+/// again, a tenth wider, before a step that would leave them; so chi-squared is that of the
+/// parameters that come out, wherever a fit ends. New windows take an evaluation more where the fit
+/// stands, and another where it goes.
 ///
 /// The steps are those of nlsq_Fit, with normal equations in place of orthogonal transformations:
 /// of directions in which the errors of the parameters, in units of those that they would have

@@ -16,6 +16,9 @@ constexpr double infinity = std::numeric_limits<double>::infinity();
 
 constexpr nlsq_cRefusal<expt_cProgramException> refuse("pkmd");
 
+/// A thread keeps blocks of this size: the next fit finds its pages in place.
+constexpr std::size_t leastKept = std::size_t{128} << 10;
+
 bool areFinite(std::span<const double> values) {
     return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
@@ -23,6 +26,17 @@ bool areFinite(std::span<const double> values) {
 pkmd_sWindow overlap(const pkmd_sWindow& a, const pkmd_sWindow& b) {
     const std::size_t first = std::max(a.first, b.first);
     return {first, std::max(first, std::min(a.last, b.last))};
+}
+
+/// Both, and what is between them.
+pkmd_sWindow hull(const pkmd_sWindow& a, const pkmd_sWindow& b) {
+    if (a.Count() == 0 || b.Count() == 0)
+        return a.Count() == 0 ? b : a;
+    return {std::min(a.first, b.first), std::max(a.last, b.last)};
+}
+
+bool covers(const pkmd_sWindow& had, const pkmd_sWindow& needs) {
+    return needs.Count() == 0 || (had.first <= needs.first && needs.last <= had.last);
 }
 
 std::size_t at(int parameter) { return static_cast<std::size_t>(parameter); }
@@ -87,16 +101,21 @@ double pkmd_ReachOf(pkmd_eShape shape, std::span<const double> peak, double wind
     return excess > 1 ? std::sqrt(windows * windows + 2 * std::log(excess)) : windows;
 }
 
+pkmd_sWindow pkmd_WindowFor(pkmd_eShape shape, std::span<const double> peak, double windows,
+                            double slack, const pkmd_sChannels& channels) {
+    return pkmd_WindowOf(shape, peak, slack * pkmd_ReachOf(shape, peak, windows, channels),
+                         channels);
+}
+
 std::vector<pkmd_sWindow> pkmd_WindowsOf(const pkmd_cModel& model, std::span<const double> p,
                                          double windows, double slack,
                                          const pkmd_sChannels& channels) {
     std::vector<pkmd_sWindow> result;
     result.reserve(model.Peaks().size());
-    for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
-        const std::span<const double> own = p.subspan(at(peak.first), pkmd_Columns(peak.shape));
-        const double reach = slack * pkmd_ReachOf(peak.shape, own, windows, channels);
-        result.push_back(pkmd_WindowOf(peak.shape, own, reach, channels));
-    }
+    for (const pkmd_cModel::sPeak& peak : model.Peaks())
+        result.push_back(pkmd_WindowFor(peak.shape,
+                                        p.subspan(at(peak.first), pkmd_Columns(peak.shape)),
+                                        windows, slack, channels));
     return result;
 }
 
@@ -123,7 +142,7 @@ bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p) {
     return true;
 }
 
-std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model) {
+std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model, double delta) {
     std::vector<nlsq_sParameter> kinds(model.Kinds().begin(), model.Kinds().end());
     const auto limit = [&](int parameter, double lower, double upper) {
         nlsq_sParameter& kind = kinds[at(parameter)];
@@ -139,13 +158,35 @@ std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model) {
         if (kinds[at(parameter)].upper >= lower)
             limit(parameter, lower, infinity);
     };
+    const nlsq_cParameters parameters(model.Starts(), kinds);
+    std::vector<double> tied(model.Starts().size());
+    parameters.Expand(parameters.Start(), tied);
+    // What a width is tied to keeps its distance for it.
+    const auto keepWidth = [&](int parameter, double least) {
+        const nlsq_cParameters::sLink& link = parameters.LinkOf(at(parameter));
+        if (link.variable == nlsq_cParameters::none || !(link.factor > 0) || !(least > 0))
+            return;
+        keepAbove(static_cast<int>(parameters.ParameterOf(link.variable)),
+                  (least - link.offset) / link.factor);
+    };
     constexpr double leastWidth = 1e-3;
+    constexpr double leastOfChannel = 0.2;
+    constexpr double leastOfWidth = 1e-2;
     for (const pkmd_cModel::sPeak& peak : model.Peaks()) {
+        const int width = peak.first + 2;
+        const bool isTied = kinds[at(width)].kind == nlsq_sParameter::Following;
+        const double* const start = (isTied ? tied.data() : model.Starts().data()) + peak.first;
+        const int extra = peak.first + 3;
+        double least = 0;
+        // Whoever bounds a width knows how narrow it may be.
+        if (!(kinds[at(width)].kind == nlsq_sParameter::Moving && kinds[at(width)].lower > 0))
+            least = std::min(start[2], leastOfChannel * std::fabs(delta));
+        // Of both widths, so that it does not shrink where a fit starts from another's result.
+        if (peak.shape == pkmd_Voigt)
+            least = std::max(least, leastWidth * std::hypot(start[2], start[3]));
+        keepWidth(width, least);
         if (pkmd_Columns(peak.shape) < 4)
             continue;
-        const double* const start = model.Starts().data() + peak.first;
-        const int extra = peak.first + 3;
-        constexpr double leastOfWidth = 1e-2;
         const double tail = std::min(std::fabs(start[3]), leastOfWidth * start[2]);
         if (peak.shape != pkmd_TailedGaussian)
             limit(extra, 0, peak.shape == pkmd_PseudoVoigt ? 1 : infinity);
@@ -153,9 +194,6 @@ std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model) {
             limit(extra, -infinity, -tail);
         else
             limit(extra, tail, infinity);
-        // Of both widths, so that it does not shrink where a fit starts from another's result.
-        if (peak.shape == pkmd_Voigt)
-            keepAbove(peak.first + 2, leastWidth * std::hypot(start[2], start[3]));
     }
     const int law = model.WidthLaw().first;
     if (law >= 0)
@@ -164,11 +202,10 @@ std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model) {
 }
 
 pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
-                                 const nlsq_cParameters& parameters,
-                                 std::span<const pkmd_sWindow> windows)
+                                 const nlsq_cParameters& parameters, double reach)
     : model_(model), channels_(channels), parameters_(parameters),
       isLikelihood_(channels.areCounts), p_(parameters.All()), terms_(p_.size()),
-      columns_(p_.size()), products_(p_.size() * p_.size()), slopes_(p_.size()) {
+      columns_(p_.size()), reach_(reach), products_(p_.size() * p_.size()), slopes_(p_.size()) {
     for (std::size_t i = 0; i < p_.size(); ++i)
         terms_[i].Add(parameters_.LinkOf(i), 1);
     const std::size_t varying = parameters.Varying();
@@ -182,22 +219,18 @@ pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels&
     const double sum = std::accumulate(channels.y.begin(), channels.y.end(), 0.0);
     if (sum > 0)
         mean_ = sum / static_cast<double>(channels.taking);
-    Lay(windows);
+    LayBackgrounds();
+    constexpr double slack = 1.02;
+    LayWindows(WindowsAt(parameters.Start(), slack));
 }
 
-/// Makes the columns, and fills those that do not depend on the parameters.
-void pkmd_cEquations::Lay(std::span<const pkmd_sWindow> windows) {
+/// Makes the columns of the backgrounds, and fills those that do not depend on the parameters.
+void pkmd_cEquations::LayBackgrounds() {
     const std::size_t count = channels_.x.size();
-    std::size_t needed = 0;
-    auto next = windows.begin();
-    for (const pkmd_cModel::sPeak& peak : model_.Peaks()) {
-        const std::size_t many = pkmd_Columns(peak.shape);
-        const pkmd_sWindow window = *next++;
-        for (std::size_t k = 0; k < many; ++k)
-            columns_[at(peak.first) + k].window = window;
-        needed += many * window.Count();
-        groups_.push_back({at(peak.first), many, false});
-    }
+    for (const pkmd_cModel::sPeak& peak : model_.Peaks())
+        groups_.push_back({at(peak.first), pkmd_Columns(peak.shape), false});
+    constexpr std::size_t ofChannels = 3;
+    std::size_t needed = ofChannels * count;
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
         const std::size_t many = at(background.count);
         for (std::size_t k = 0; k < many; ++k)
@@ -207,10 +240,7 @@ void pkmd_cEquations::Lay(std::span<const pkmd_sWindow> windows) {
             groups_.push_back(
                 {at(background.first) + k, std::min(pkmd_mostColumns, many - k), true});
     }
-    constexpr std::size_t ofChannels = 3;
-    // A thread keeps blocks of this size: the next fit finds its pages in place.
-    constexpr std::size_t leastKept = std::size_t{128} << 10;
-    storage_ = mem_cBlock(std::max((needed + ofChannels * count) * sizeof(double), leastKept));
+    storage_ = mem_cBlock(std::max(needed * sizeof(double), leastKept));
     double* free = static_cast<double*>(storage_.Data());
     const auto take = [&](std::size_t many) { return std::exchange(free, free + many); };
     for (sColumn& column : columns_)
@@ -259,6 +289,57 @@ void pkmd_cEquations::Lay(std::span<const pkmd_sWindow> windows) {
     }
     linearFactors_.resize(linear_.size());
 }
+
+/// Makes the columns of the peaks.
+void pkmd_cEquations::LayWindows(std::vector<pkmd_sWindow> windows) {
+    windows_ = std::move(windows);
+    std::size_t needed = 0;
+    for (std::size_t k = 0; k < windows_.size(); ++k)
+        needed += groups_[k].count * windows_[k].Count();
+    if (needed > room_) {
+        room_ = std::max(needed, leastKept / sizeof(double));
+        peaks_ = mem_cBlock(room_ * sizeof(double));
+    }
+    double* free = static_cast<double*>(peaks_.Data());
+    for (std::size_t k = 0; k < windows_.size(); ++k)
+        for (std::size_t i = groups_[k].first; i < groups_[k].first + groups_[k].count; ++i) {
+            columns_[i] = {free, windows_[k]};
+            free += windows_[k].Count();
+            // Those of columns without a channel in common stay.
+            for (std::size_t j = 0; j < columns_.size(); ++j)
+                Product(std::max(i, j), std::min(i, j)) = 0;
+        }
+}
+
+std::vector<pkmd_sWindow> pkmd_cEquations::WindowsAt(std::span<const double> q, double slack) {
+    parameters_.Expand(q, p_);
+    pkmd_ApplyWidthLaw(model_, p_);
+    return pkmd_WindowsOf(model_, p_, reach_, slack, channels_);
+}
+
+bool pkmd_cEquations::Covers(std::span<const double>) const {
+    // At the parameters of the last Try.
+    auto had = windows_.begin();
+    return std::all_of(
+        model_.Peaks().begin(), model_.Peaks().end(), [&](const pkmd_cModel::sPeak& peak) {
+            const std::span<const double> own =
+                std::span(p_).subspan(at(peak.first), pkmd_Columns(peak.shape));
+            return covers(*had++, pkmd_WindowFor(peak.shape, own, reach_, 1, channels_));
+        });
+}
+
+void pkmd_cEquations::Cover(std::span<const double> from, std::span<const double> to) {
+    // Peaks that have moved may go on moving.
+    constexpr double slack = 1.1;
+    std::vector<pkmd_sWindow> windows = WindowsAt(to, slack);
+    const std::vector<pkmd_sWindow> before = WindowsAt(from, 1);
+    for (std::size_t k = 0; k < windows.size(); ++k)
+        windows[k] = hull(windows[k], before[k]);
+    windowsBefore_ = windows_;
+    LayWindows(std::move(windows));
+}
+
+void pkmd_cEquations::Uncover() { LayWindows(windowsBefore_); }
 
 double pkmd_cEquations::Try(std::span<const double> q) {
     parameters_.Expand(q, p_);

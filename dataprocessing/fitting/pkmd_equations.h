@@ -44,8 +44,12 @@ pkmd_sWindow pkmd_WindowOf(pkmd_eShape shape, std::span<const double> peak, doub
 double pkmd_ReachOf(pkmd_eShape shape, std::span<const double> peak, double windows,
                     const pkmd_sChannels& channels);
 
-/// The window of each peak of a model at the parameters `p`: as many widths as are asked for, and
-/// as its height over the noise around it calls for, times `slack`.
+/// The window of a peak: as many widths as are asked for, and as its height over the noise around
+/// it calls for, times `slack`.
+pkmd_sWindow pkmd_WindowFor(pkmd_eShape shape, std::span<const double> peak, double windows,
+                            double slack, const pkmd_sChannels& channels);
+
+/// The window of each peak of a model at the parameters `p`.
 std::vector<pkmd_sWindow> pkmd_WindowsOf(const pkmd_cModel& model, std::span<const double> p,
                                          double windows, double slack,
                                          const pkmd_sChannels& channels);
@@ -63,15 +67,17 @@ pkmd_sWidth pkmd_WidthAt(double position, double width, double slope, double ref
 /// Sets the widths in `p` that follow a law. Answers false where the law has no width.
 bool pkmd_ApplyWidthLaw(const pkmd_cModel& model, std::span<double> p);
 
-/// What a fit may do with the parameters: what the model says, extra parameters within what their
-/// shapes allow. A tail stays on its side, and a hundredth of the width long, where its derivatives
-/// can still be told from those of the position and the width. The Gaussian in a Voigt keeps a
-/// thousandth of both its widths, where the shape is that of the Lorentzian, and the width of a law
-/// that of itself. Throws expt_cProgramException ("pkmd", 3) where bounds leave nothing of that.
-std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model);
+/// What a fit to channels `delta` apart may do with the parameters: what the model says, extra
+/// parameters within what their shapes allow. A width keeps a fifth of a channel, below which the
+/// data tell nothing of it, or its start. A tail stays on its side, and a hundredth of the width
+/// long, where its derivatives can still be told from those of the position and the width. The
+/// Gaussian in a Voigt keeps a thousandth of both its widths, where the shape is that of the
+/// Lorentzian, and the width of a law that of itself. Throws expt_cProgramException ("pkmd", 3)
+/// where bounds leave nothing of that, and what nlsq_cParameters refuses.
+std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model, double delta);
 
 /// pkmd_Fit from other starts, with other kinds of parameters than the model's.
-pkmd_sResult pkmd_FitFrom(const pkmd_cModel& model, std::vector<double> starts,
+pkmd_sResult pkmd_FitFrom(const pkmd_cModel& model, std::span<const double> starts,
                           std::span<const nlsq_sParameter> kinds, const darr_c1DArray& spectrum,
                           const pkmd_sOptions& options);
 
@@ -79,13 +85,16 @@ pkmd_sResult pkmd_FitFrom(const pkmd_cModel& model, std::vector<double> starts,
 /// parameters is computed once; what is computed for a spectrum depends on nothing else.
 class pkmd_cEquations : public nlsq_cEquations {
 public:
-    /// The model, channels and parameters have to outlive the equations. Peaks end with their
-    /// `windows`.
+    /// The model, channels and parameters have to outlive the equations. Peaks end `reach` widths
+    /// from their positions, further out only where they are high.
     pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
-                    const nlsq_cParameters& parameters, std::span<const pkmd_sWindow> windows);
+                    const nlsq_cParameters& parameters, double reach);
 
     double Try(std::span<const double> q) override;
     void Accept() noexcept override { std::swap(here_, there_); }
+    bool Covers(std::span<const double> q) const override;
+    void Cover(std::span<const double> from, std::span<const double> to) override;
+    void Uncover() override;
     double PositivePart(std::span<const double> from, std::span<const double> to) override;
     bool IsNearlyZero() const noexcept override;
     void SetBarrier(bool hasBarrier) override;
@@ -131,7 +140,9 @@ private:
 
     bool Solve(double damping, std::span<const double> scale, double leastPivot,
                std::span<const char> isHeld, std::span<double> step);
-    void Lay(std::span<const pkmd_sWindow> windows);
+    void LayBackgrounds();
+    void LayWindows(std::vector<pkmd_sWindow> windows);
+    std::vector<pkmd_sWindow> WindowsAt(std::span<const double> q, double slack);
     bool HasValue();
     void FillCurve();
     void LimitWeights();
@@ -158,7 +169,12 @@ private:
     std::vector<std::size_t> linearParameters_; // of the backgrounds
     std::vector<const double*> linear_;         // their columns
     std::vector<double> linearFactors_;
-    mem_cBlock storage_;                         // of the columns and of what the channels have
+    double reach_; // of peaks, in widths
+    std::vector<pkmd_sWindow> windows_;
+    std::vector<pkmd_sWindow> windowsBefore_;
+    mem_cBlock storage_;   // of the backgrounds' columns and of what the channels have
+    mem_cBlock peaks_;     // of the peaks' columns
+    std::size_t room_ = 0; // how many numbers that holds
     std::vector<std::vector<double>> arguments_; // of the exponentials
     double mean_ = 1;                            // of the counts
     std::vector<double> counts_; // with a barrier where there are none; empty without one

@@ -64,7 +64,7 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
     pkmd_cModel other = model; // that refuses what does not belong to it
     other.SetStarts(found.fit.parameters);
     other.Fix(parameter);
-    std::vector<nlsq_sParameter> kinds = pkmd_KindsOf(model);
+    std::vector<nlsq_sParameter> kinds = pkmd_KindsOf(model, spectrum.Cal().Delta());
     const auto number = static_cast<std::size_t>(parameter);
     const nlsq_sParameter kind = std::exchange(kinds[number], nlsq_sParameter::Fixed());
     if (kind.kind != nlsq_sParameter::Moving || !found.fit.Converged())
@@ -82,8 +82,7 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
         return at(distanceOfOne(unit, most, [&](double away) {
             std::vector<double> starts = found.fit.parameters;
             starts[number] = at(away);
-            const nlsq_sResult there =
-                pkmd_FitFrom(model, std::move(starts), kinds, spectrum, options).fit;
+            const nlsq_sResult there = pkmd_FitFrom(model, starts, kinds, spectrum, options).fit;
             if (there.end == nlsq_Stopped || there.end == nlsq_StoppedByObserver)
                 return std::numeric_limits<double>::quiet_NaN();
             return there.Converged() ? (there.chiSquared - found.fit.chiSquared) / one : infinity;

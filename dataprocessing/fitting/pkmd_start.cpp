@@ -81,8 +81,13 @@ pkmd_cModel pkmd_ModelOf(const darr_c1DArray& spectrum, std::span<const peak_sPe
     pkmd_cModel model;
     for (const peak_sPeak& peak : found) {
         const double extra = shape == pkmd_PseudoVoigt ? start.extra : start.extra * peak.width;
-        model.AddPeak(shape, peak.position + start.position * peak.width,
-                      peak.prominence * start.height, peak.width * start.width, extra);
+        const double position = peak.position + start.position * peak.width;
+        const double width = peak.width * start.width;
+        const int k = model.AddPeak(shape, position, peak.prominence * start.height, width, extra);
+        // Or it ends up as whatever the line leaves of the background.
+        constexpr double mostWidths = 3;
+        model.Bound(model.Position(k), position - peak.width, position + peak.width);
+        model.Bound(model.Width(k), 0, mostWidths * width);
     }
     const double first = spectrum.Cal().Position(0);
     const double last = spectrum.Cal().Position(std::max(spectrum.Size() - 1, 0));

@@ -17,27 +17,13 @@ namespace {
 
 std::size_t at(int parameter) { return static_cast<std::size_t>(parameter); }
 
-/// The channels that pkmd_Fit takes.
-maps_sChannelRange rangeOf(const cal_c1DArrayCal& cal, std::size_t channels,
-                           const maps_sPeakOptions& options) {
-    const auto isInside = [&](std::size_t k) {
-        const double x = cal.Position(static_cast<long long>(k));
-        return x >= options.from && x <= options.to;
-    };
-    maps_sChannelRange range{0, channels};
-    while (range.first < range.last && !isInside(range.first))
-        ++range.first;
-    while (range.last > range.first && !isInside(range.last - 1))
-        --range.last;
-    return range;
-}
-
 } // namespace
 
 maps_sPeaks::maps_sPeaks(const pkmd_cModel& of, std::size_t channelCount,
                          const cal_c1DArrayCal& calibration, const maps_sPeakOptions& how)
     : model(of), channels(channelCount), cal(calibration), options(how),
-      range(rangeOf(cal, channels, how)), length(maps_WholeVectors(range.Count())) {
+      range(maps_ChannelsIn(cal, channels, how.from, how.to)),
+      length(maps_WholeVectors(range.Count())) {
     const bool isLikelihood = IsLikelihood();
     maps_RefuseRange(range.Count() == 0);
     maps_RefuseOptions(!(options.windows > 0) || !(options.tolerance > 0) ||
@@ -78,15 +64,8 @@ bool maps_sPeaks::HasLanes() const {
         model.Backgrounds().empty() || (model.Backgrounds().size() == 1 &&
                                         model.Backgrounds()[0].kind == pkmd_cModel::Polynomial &&
                                         model.Backgrounds()[0].count <= 2);
-    const bool isUnbounded =
-        std::none_of(model.Kinds().begin(), model.Kinds().end(), [](const nlsq_sParameter& kind) {
-            return kind.kind == nlsq_sParameter::Moving &&
-                   (kind.lower > -std::numeric_limits<double>::infinity() ||
-                    kind.upper < std::numeric_limits<double>::infinity());
-        });
     const bool isVarying = nlsq_cParameters(model.Starts(), model.Kinds()).Varying() > 0;
-    return isGaussian && isLine && isUnbounded && isVarying && cal.Delta() != 0 &&
-           std::isfinite(cal.Delta());
+    return isGaussian && isLine && isVarying && cal.Delta() != 0 && std::isfinite(cal.Delta());
 }
 
 void maps_sPeaks::Prepare() {
@@ -102,6 +81,7 @@ void maps_sPeaks::Prepare() {
             parameterOf.push_back(at(background.first + k));
     }
     plan.parameters = parameterOf.size();
+    kinds = pkmd_KindsOf(model, cal.Delta());
     slopes.assign(length, 0.0);
     for (std::size_t k = 0; k < range.Count(); ++k)
         slopes[k] = (line.x[k] - plan.reference) * plan.inverseScale;

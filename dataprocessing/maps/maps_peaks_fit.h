@@ -31,6 +31,7 @@ struct maps_sPeaks {
     maps_sPeakPlan plan;
     std::vector<std::size_t> parameterOf; ///< The model's number of each parameter of the plan.
     std::vector<std::size_t> startOf;     ///< That of each variable of the plan.
+    std::vector<nlsq_sParameter> kinds;   ///< Of the model's parameters.
     pkmd_sChannels line;                  ///< The positions, and the background at the starts.
     std::vector<double> weights;          ///< As given, or none.
     std::vector<double> ones;             ///< 1 for each channel, 0 to the end of the vector.

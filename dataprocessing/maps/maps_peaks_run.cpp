@@ -409,11 +409,22 @@ private:
         return true;
     }
 
+    /// Whether no bound, of the model or of a width, would have held a parameter.
+    bool AreBoundsWide(std::size_t lane) const {
+        for (std::size_t i = 0; i < plan_.parameters; ++i) {
+            const nlsq_sParameter& kind = peaks_.kinds[peaks_.parameterOf[i]];
+            const double p = Parameter(i, lane);
+            if (kind.kind == nlsq_sParameter::Moving && !(p > kind.lower && p < kind.upper))
+                return false;
+        }
+        return true;
+    }
+
     /// Puts the result of a lane into the planes, and frees it.
     void Put(std::size_t lane) {
         sLane& state = state_[lane];
         double chiSquared = now_.chiSquared[lane] - promise_[lane];
-        bool isGood = AreWindowsWide(lane);
+        bool isGood = AreWindowsWide(lane) && AreBoundsWide(lane);
         if (isGood && peaks_.IsLikelihood()) {
             Draw(lane, curve_);
             chiSquared = pkmd_Deviance(RowOf(lane), peaks_.ones.data(), curve_, peaks_.length,

@@ -8,19 +8,20 @@
 #include "dataprocessing/maps/maps_power_law.h"
 #include "dataprocessing/maps/maps_refuse.h"
 #include "dataprocessing/maps/maps_room.h"
+#include "dataprocessing/valuemodel/cal_section.h"
 
 namespace dataprocessing::detail {
 
 std::vector<std::size_t> maps_ChannelsInAny(const std::vector<maps_sRange>& ranges,
                                             std::size_t channels, const cal_c1DArrayCal& cal) {
-    std::vector<maps_cSection> sections;
+    std::vector<cal_cSection> sections;
     sections.reserve(ranges.size());
     for (const maps_sRange& range : ranges)
         sections.emplace_back(cal, range.from, range.to);
     std::vector<std::size_t> found;
     for (std::size_t k = 0; k < channels; ++k)
         if (std::any_of(sections.begin(), sections.end(),
-                        [&](const maps_cSection& section) { return section.Has(k); }))
+                        [&](const cal_cSection& section) { return section.Has(k); }))
             found.push_back(k);
     return found;
 }

@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
-#include <limits>
-#include <utility>
 
 #include "dataprocessing/base/dtyp_visit.h"
 #include "dataprocessing/fitting/pkmd_kernels.h"
 #include "dataprocessing/maps/maps_rows_small.h"
 #include "dataprocessing/platform/prefetch.h"
+#include "dataprocessing/valuemodel/cal_section.h"
 
 #define LEVEL_KERNELS "dataprocessing/maps/maps_rows_kernels.inc"
 #include "dataprocessing/platform/level_each.h"
@@ -88,21 +86,9 @@ template void maps_AddSmallRows(const unsigned short* const*, std::size_t, std::
 template void maps_AddSmallRows(const signed char* const*, std::size_t, std::size_t, int*, int*);
 template void maps_AddSmallRows(const short* const*, std::size_t, std::size_t, int*, int*);
 
-maps_cSection::maps_cSection(const cal_c1DArrayCal& cal, double from, double to) noexcept
-    : first_(cal.RealIndex(from)), last_(cal.RealIndex(to)) {
-    constexpr double infinity = std::numeric_limits<double>::infinity();
-    if (cal.Delta() < 0) {
-        std::swap(first_, last_);
-    } else if (cal.Delta() == 0 || !std::isfinite(cal.Delta())) { // at one place, or at none
-        const bool isAll = cal.Delta() == 0 && cal.Offset() >= from && cal.Offset() <= to;
-        first_ = isAll ? -infinity : infinity;
-        last_ = infinity;
-    }
-}
-
 maps_sChannelRange maps_ChannelsIn(const cal_c1DArrayCal& cal, std::size_t channels, double low,
                                    double high) {
-    const maps_cSection section(cal, low, high);
+    const cal_cSection section(cal, low, high);
     maps_sChannelRange range{0, channels};
     while (range.first < range.last && !section.Has(range.first))
         ++range.first;

@@ -52,20 +52,6 @@ inline constexpr std::size_t maps_coreSums = maps_mostCore * (maps_mostCore + 3)
 void maps_CrossRow(const double* y, std::span<const double* const> shapes, maps_eWeighing weighing,
                    std::size_t count, double* weights, std::span<double> sums);
 
-/// Positions from one to another, both included. Which channels lie there is asked by real-valued
-/// indices, so that an end counts as the position of a channel that it is but for rounding.
-class maps_cSection {
-public:
-    maps_cSection(const cal_c1DArrayCal& cal, double from, double to) noexcept;
-    bool Has(std::size_t channel) const noexcept {
-        return static_cast<double>(channel) >= first_ && static_cast<double>(channel) <= last_;
-    }
-
-private:
-    double first_;
-    double last_;
-};
-
 /// The channels of a calibration whose positions lie in [low, high]: [first, last).
 struct maps_sChannelRange {
     std::size_t first = 0;

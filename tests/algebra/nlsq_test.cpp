@@ -13,6 +13,7 @@
 
 #include "dataprocessing/algebra/nlsq.h"
 #include "dataprocessing/algebra/nlsq_covariance.h"
+#include "dataprocessing/algebra/nlsq_steps.h"
 #include "tests/support/constants.h"
 #include "tests/support/refusal_expected.h"
 
@@ -688,6 +689,69 @@ private:
 };
 
 // In the middle of a step that is shortened, of many steps at once, or before a barrier.
+/// (10 - q)^2, and 5 more each time that it is made anew for places further out.
+class cGrowing : public dataprocessing::detail::nlsq_cEquations {
+public:
+    double Try(std::span<const double> q) override {
+        there_ = 10 - q[0];
+        return there_ * there_ + offset_;
+    }
+    void Accept() noexcept override { here_ = there_; }
+    bool Covers(std::span<const double> q) const override { return q[0] <= end_; }
+    void Cover(std::span<const double>, std::span<const double> to) override {
+        end_ = to[0];
+        offset_ += 5;
+    }
+    double Rounding(double chiSquared) const noexcept override { return 1e-16 * chiSquared; }
+    std::span<const double> Gradient() const noexcept override { return {&here_, 1}; }
+    std::span<const double> Norms() const noexcept override { return {&one_, 1}; }
+    bool Solve(double damping, std::span<const double>, std::span<const char>,
+               std::span<double> step) override {
+        step[0] = here_ / (1 + damping);
+        return true;
+    }
+    bool SolveWhole(std::span<const char>, std::span<double> step) override {
+        step[0] = here_;
+        return true;
+    }
+    double Curvature(std::span<const double> step) const noexcept override {
+        return step[0] * step[0];
+    }
+    dataprocessing::detail::nlsq_sCovariance Covariance(std::span<const char>) override {
+        return {{1.0}, 1, {0}};
+    }
+    double Offset() const { return offset_; }
+
+private:
+    double here_ = 0;
+    double there_ = 0;
+    double one_ = 1;
+    double end_ = 1;
+    double offset_ = 1;
+};
+
+TEST(Nlsq, WhatIsMadeAnewOnTheWayIsComparedWithItself) {
+    using namespace dataprocessing::detail;
+    cGrowing equations;
+    const std::vector<double> start{0};
+    const nlsq_cParameters parameters(start, {});
+    nlsq_sControl control;
+    control.gradientTolerance = 0;
+    const nlsq_sResult fit = nlsq_Minimise(equations, parameters, control, 3, false);
+    EXPECT_TRUE(fit.Converged()) << nlsq_Text(fit.end);
+    EXPECT_NEAR(fit.parameters[0], 10, 1e-6);
+    EXPECT_NEAR(fit.chiSquared, equations.Offset(), 1e-6);
+    EXPECT_GT(equations.Offset(), 8);
+    // No more evaluations are made than are allowed.
+    for (int evaluations = 1; evaluations < fit.evaluations; ++evaluations) {
+        cGrowing again;
+        control.mostEvaluations = evaluations;
+        const nlsq_sResult few = nlsq_Minimise(again, parameters, control, 3, false);
+        EXPECT_LE(few.evaluations, evaluations);
+        EXPECT_EQ(few.end, nlsq_MostEvaluations);
+    }
+}
+
 TEST(Nlsq, NothingIsEvaluatedAfterAStop) {
     const std::vector<double> x = positions(20);
     nlsq_sOptions options;

@@ -184,6 +184,15 @@ TEST(PeakMap, BackgroundsMayComeFirstOrBeMissing) {
         expectThoseOfPkmd(line, flat.counts, {.objective = objective});
 }
 
+// Lanes know no bounds: what they find beyond one is fitted again.
+TEST(PeakMap, BoundsHold) {
+    const Map map = mapOf(model(), 20, 0.3);
+    pkmd_cModel tight = model();
+    const auto height = static_cast<std::size_t>(tight.Height(0));
+    tight.Bound(tight.Height(0), 0, tight.Starts()[height]);
+    expectThoseOfPkmd(tight, map.counts, {});
+}
+
 TEST(PeakMap, OtherModelsAreFittedOneByOne) {
     const Map map = mapOf(model(), 4, 0.3);
     pkmd_cModel bounded = model();
@@ -358,7 +367,7 @@ TEST(PeakMap, ValuesOfAnySizeStopNoOther) {
         for (const nlsq_eObjective objective : {nlsq_PoissonLikelihood, nlsq_LeastSquares}) {
             pkmd_cModel of = model();
             if (!isFast)
-                of.Bound(0, 5, 6);
+                of.SetWidthLaw(0.06, 0.001, 6.4);
             const maps_cPeaks fit(of, channels, scale, {.objective = objective});
             maps_cWorkspace room;
             PeakPlanes expected(fit, spectra);
@@ -391,7 +400,7 @@ TEST(PeakMap, ChannelsWithoutAWeightMayBeNotFinite) {
     for (const bool isFast : {true, false}) {
         pkmd_cModel of = model();
         if (!isFast)
-            of.Bound(0, 5, 6);
+            of.SetWidthLaw(0.06, 0.001, 6.4);
         const Map map = mapOf(model(), spectra);
         std::vector<double> weights(channels, 0.1);
         for (const std::size_t k : {50, 51, 200})
