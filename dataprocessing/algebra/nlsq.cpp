@@ -180,10 +180,13 @@ public:
         return part < infinity ? part : 0;
     }
 
-    bool IsNearlyZero() const noexcept override {
-        return isLikelihood_ && here_.least < nlsq_nearlyZero * mean_;
+    bool IsBelow(double part) const noexcept override {
+        return isLikelihood_ && here_.least < part * mean_;
     }
-    void SetBarrier(bool hasBarrier) override { barrier_ = hasBarrier ? nlsq_barrier * mean_ : 0; }
+    void SetBarrier(double part) override { barrier_ = part * mean_; }
+    double BarrierSize() const noexcept override {
+        return 2 * barrier_ * static_cast<double>(std::count(y_.begin(), y_.end(), 0.0));
+    }
 
     double Rounding(double chiSquared) const noexcept override {
         // Residuals are as uncertain as the values, logarithms of counts as the counts.

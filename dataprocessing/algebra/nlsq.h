@@ -263,7 +263,7 @@ struct DATAPROCESSING_EXPORT nlsq_sResult {
 /// ends on it; where the rest of the step then promises nothing, a shorter one is tried. With the
 /// likelihood, weights are 1 / f: the expected curvature, which channels without counts have, too;
 /// a step to where the model is not positive is shortened, and where the data push it to 0 it comes
-/// within 1e-7 of the mean of the counts, by a barrier.
+/// within 1e-7 of the mean of the counts, by barriers that are lowered from a hundredth of it.
 /// Where chi-squared is too coarse to tell a step's worth, the gradient does.
 ///
 /// A fit that ends early or nowhere returns all the same, and says so in `end`. Derivatives are

@@ -22,6 +22,11 @@ constexpr double almost = 0.9;
 /// A step is not shortened to less than this part of it.
 constexpr double leastPart = 1e-3;
 
+/// A barrier is put up where steps are shortened and a value is below this part of the mean, and
+/// lowered where a step promises less than a part of what it takes away.
+constexpr double belowBarrier = 1e-3;
+constexpr double partOfBarrier = 0.01;
+
 constexpr nlsq_cRefusal<expt_cProgramException> refuse("nlsq");
 
 double dot(std::span<const double> a, std::span<const double> b) {
@@ -57,10 +62,15 @@ public:
         if (const double length = Length(q_); length > 0)
             longest_ = std::max(length, leastToShow * std::sqrt(result_.chiSquared));
         GoOn();
-        // What a barrier did is undone, unless it is what the fit ended at.
-        while (hasBarrier_) {
-            Rebase(false);
-            if (result_.Converged() && !equations_.IsNearlyZero())
+        // Where a barrier holds the fit, a lower one does; what the last one did is undone, unless
+        // it is what the fit ended at.
+        while (barrier_ > 0) {
+            const bool isFollowed = result_.Converged() && barrier_ > nlsq_lastBarrier;
+            if (isFollowed && !AreLeft(2))
+                result_.end = nlsq_MostEvaluations;
+            constexpr double lower = 0.1;
+            Rebase(isFollowed && AreLeft(2) ? std::max(lower * barrier_, nlsq_lastBarrier) : 0);
+            if (result_.Converged() && (barrier_ > 0 || !IsNearlyZero()))
                 GoOn();
         }
         if (result_.Converged())
@@ -78,9 +88,9 @@ private:
     }
 
     /// Stands where it stood, with a barrier or without.
-    void Rebase(bool hasBarrier) {
-        equations_.SetBarrier(hasBarrier);
-        hasBarrier_ = hasBarrier;
+    void Rebase(double barrier) {
+        equations_.SetBarrier(barrier);
+        barrier_ = barrier;
         result_.chiSquared = equations_.Try(q_);
         ++result_.evaluations;
         equations_.Accept();
@@ -138,6 +148,10 @@ private:
         // though there is much to gain. Shorter ones go where chi-squared falls.
         if (isCut && promised <= lost && whole > lost)
             return Reject(infinity);
+        // There is a lower one to come.
+        if (barrier_ > nlsq_lastBarrier && !IsDamped() &&
+            promised <= partOfBarrier * equations_.BarrierSize())
+            return End(nlsq_DecreaseSmall);
         const double pace = isCut ? infinity : promised / promised_;
         if (!IsDamped() && (promised <= control_.decreaseTolerance * result_.chiSquared ||
                             Remainder(promised, std::max(pace, pace_)) <=
@@ -145,7 +159,7 @@ private:
             if (Relaxes())
                 return false;
             // Not worth an evaluation, but free, unless it may lead to where there is no value.
-            if (!equations_.IsNearlyZero())
+            if (!IsNearlyZero())
                 Take(promised, length);
             return End(nlsq_DecreaseSmall);
         }
@@ -198,8 +212,9 @@ private:
         hasBeenShortened_ = hasBeenShortened_ || isShortened;
         LookAround();
         // Where the data push a value to 0, what is left of it shortens all steps.
-        if (isShortened && !hasBarrier_ && equations_.IsNearlyZero() && AreLeft(2) && !IsStopped())
-            Rebase(true);
+        if (isShortened && barrier_ == 0 && equations_.IsBelow(belowBarrier) && AreLeft(2) &&
+            !IsStopped())
+            Rebase(nlsq_firstBarrier);
         if (!IsToGoOn())
             return End(nlsq_StoppedByObserver);
         return length <= control_.stepTolerance && EndOfShortStep();
@@ -276,11 +291,12 @@ private:
         return AreLeft(2);
     }
 
+    bool IsNearlyZero() const noexcept { return equations_.IsBelow(nlsq_nearlyZero); }
     bool IsStopped() const noexcept { return control_.stop.stop_requested(); }
 
     /// Whether so many evaluations are allowed yet, beside that which takes a barrier away.
     bool AreLeft(int evaluations) const noexcept {
-        return evaluations + (hasBarrier_ ? 1 : 0) <=
+        return evaluations + (barrier_ > 0 ? 1 : 0) <=
                control_.mostEvaluations - result_.evaluations;
     }
 
@@ -342,7 +358,7 @@ private:
         const std::span<const double> gradient = equations_.Gradient();
         const std::span<const double> norms = equations_.Norms();
         // Weights there are those of the edge, in whatever parameters.
-        const bool isAtEdge = hasBeenShortened_ && equations_.IsNearlyZero();
+        const bool isAtEdge = hasBeenShortened_ && IsNearlyZero();
         for (std::size_t j = 0; j < q_.size(); ++j) {
             isHeld_[j] = static_cast<char>((IsAtLower(j) && gradient[j] <= 0) ||
                                            (IsAtUpper(j) && gradient[j] >= 0));
@@ -439,10 +455,10 @@ private:
     std::vector<char> isHeld_;
     std::vector<double> all_;
     bool hasBeenShortened_ = false;
-    bool hasBarrier_ = false;
     bool isRelaxed_ = false; // since there was something to gain
     int leapless_ = 0;       // slow steps after the last leap that was of no use
     int untilLeap_ = 0;
+    double barrier_ = 0; // part of the mean
     double longest_ = 0;
     double promised_ = infinity; // by the last step
     double pace_ = infinity;     // of that, beside the one before

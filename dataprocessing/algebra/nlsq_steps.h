@@ -16,8 +16,10 @@ namespace dataprocessing::detail {
 
 /// A value below this part of the mean of the counts is next to nothing.
 inline constexpr double nlsq_nearlyZero = 1e-6;
-/// This part of the mean is added to channels without counts where a barrier is needed.
-inline constexpr double nlsq_barrier = 1e-7;
+/// Barriers: parts of the mean of the counts that are added to channels without any, one after the
+/// other, from the first to the last.
+inline constexpr double nlsq_firstBarrier = 1e-2;
+inline constexpr double nlsq_lastBarrier = 1e-7;
 
 /// The part of the way from a positive value to another on which it stays positive; infinite where
 /// that is all of it, 0 for no number.
@@ -78,12 +80,14 @@ public:
     /// which the values of the model stay positive, were it linear. 0 where that is not what is
     /// missing.
     virtual double PositivePart(std::span<const double> from, std::span<const double> to);
-    /// Whether a value of the model, which has to be positive, is next to nothing beside the data
-    /// where it stands.
-    virtual bool IsNearlyZero() const noexcept { return false; }
-    /// Puts a barrier before values of 0, or takes it away: next to nothing is added to the data.
-    /// Counts from the next Try on.
-    virtual void SetBarrier(bool) {}
+    /// Whether a value of the model, which has to be positive, is below this part of the mean of
+    /// the data where it stands.
+    virtual bool IsBelow(double) const noexcept { return false; }
+    /// Puts a barrier before values of 0, by adding this part of the mean to channels without
+    /// counts, or takes it away by adding nothing. Counts from the next Try on.
+    virtual void SetBarrier(double) {}
+    /// About how far the barrier keeps F from where it is smallest without one.
+    virtual double BarrierSize() const noexcept { return 0; }
 
     /// About how far off rounding may put an F of this size.
     virtual double Rounding(double chiSquared) const noexcept = 0;

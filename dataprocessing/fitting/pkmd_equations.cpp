@@ -385,17 +385,17 @@ double pkmd_cEquations::PositivePart(std::span<const double> from, std::span<con
     return part < infinity ? part : 0;
 }
 
-bool pkmd_cEquations::IsNearlyZero() const noexcept {
+bool pkmd_cEquations::IsBelow(double part) const noexcept {
     if (!isLikelihood_)
         return false;
     for (std::size_t i = 0; i < channels_.x.size(); ++i)
-        if (channels_.weights[i] > 0 && curve_[i] < nlsq_nearlyZero * mean_)
+        if (channels_.weights[i] > 0 && curve_[i] < part * mean_)
             return true;
     return false;
 }
 
 bool pkmd_cEquations::BringsOutMore() {
-    if (areWeightsLimited_ || !IsNearlyZero())
+    if (areWeightsLimited_ || !IsBelow(nlsq_nearlyZero))
         return false;
     areWeightsLimited_ = true;
     return true;
@@ -409,14 +409,17 @@ void pkmd_cEquations::LimitWeights() {
         expectedWeights_[i] = std::min(expectedWeights_[i], most);
 }
 
-void pkmd_cEquations::SetBarrier(bool hasBarrier) {
+void pkmd_cEquations::SetBarrier(double part) {
     counts_.clear();
-    if (!hasBarrier)
+    barrierSize_ = 0;
+    if (part == 0)
         return;
     counts_ = channels_.y;
     for (std::size_t i = 0; i < counts_.size(); ++i)
-        if (counts_[i] == 0 && channels_.weights[i] > 0)
-            counts_[i] = nlsq_barrier * mean_;
+        if (counts_[i] == 0 && channels_.weights[i] > 0) {
+            counts_[i] = part * mean_;
+            barrierSize_ += 2 * counts_[i];
+        }
 }
 
 double pkmd_cEquations::Rounding(double chiSquared) const noexcept {

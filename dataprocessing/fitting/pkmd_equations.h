@@ -96,8 +96,9 @@ public:
     void Cover(std::span<const double> from, std::span<const double> to) override;
     void Uncover() override;
     double PositivePart(std::span<const double> from, std::span<const double> to) override;
-    bool IsNearlyZero() const noexcept override;
-    void SetBarrier(bool hasBarrier) override;
+    bool IsBelow(double part) const noexcept override;
+    void SetBarrier(double part) override;
+    double BarrierSize() const noexcept override { return barrierSize_; }
     bool BringsOutMore() override;
     double Rounding(double chiSquared) const noexcept override;
     std::span<const double> Gradient() const noexcept override { return here_.gradient; }
@@ -178,7 +179,8 @@ private:
     std::vector<std::vector<double>> arguments_; // of the exponentials
     double mean_ = 1;                            // of the counts
     std::vector<double> counts_; // with a barrier where there are none; empty without one
-    double* curve_ = nullptr;    // of the last Try
+    double barrierSize_ = 0;
+    double* curve_ = nullptr; // of the last Try
     double* residuals_ = nullptr;
     double* expectedWeights_ = nullptr;
     std::vector<double> products_; // of the columns, by rows; the lower half

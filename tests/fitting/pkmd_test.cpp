@@ -1063,6 +1063,41 @@ TEST(PeakFit, LikelihoodIsLargestAtTheEdgeOfAPositiveBackgroundToo) {
 }
 
 // Errors of lines that touch 0 are those of the same fit by orthogonal transformations.
+// The tails keep the curve above 0 where the background alone is below: the edge is curved.
+TEST(PeakFit, LikelihoodOfWideTailsIsLargestAtTheEdgeToo) {
+    const cal_c1DArrayCal scale(5, 0.01, 0);
+    int belowZero = 0;
+    for (const pkmd_eShape true_ : {pkmd_Lorentzian, pkmd_Voigt, pkmd_Gaussian})
+        for (const pkmd_eShape shape : {pkmd_Lorentzian, pkmd_PseudoVoigt, pkmd_Voigt})
+            for (const double counts : {30.0, 300.0, 1e4})
+                for (unsigned seed = 1; seed <= 4; ++seed) {
+                    SCOPED_TRACE(testing::Message()
+                                 << true_ << ' ' << shape << ' ' << counts << ' ' << seed);
+                    const double height = counts * 0.01 / (0.05 * rootTwoPi);
+                    pkmd_cModel truth;
+                    truth.AddPeak(true_, 6.003, height, 0.05, true_ == pkmd_Voigt ? 0.03 : 0);
+                    const Spectrum spectrum(truth, 200, scale, seed);
+                    pkmd_cModel model;
+                    const double extra = shape == pkmd_Voigt ? 0.03 : 0.5;
+                    model.AddPeak(shape, 6.02, 0.8 * height, 0.06, extra);
+                    const int line = model.AddPolynomial({0.5, 0}, 6, 1);
+                    const nlsq_sResult fit = pkmd_Fit(model, spectrum.array).fit;
+                    EXPECT_TRUE(fit.Converged()) << nlsq_Text(fit.end);
+                    EXPECT_LT(fit.evaluations, 500);
+                    const double level = fit.parameters[static_cast<std::size_t>(line)];
+                    belowZero += level < 0;
+                    // No better from where it ended, nor from above 0.
+                    for (const double higher : {1e-3, 0.05}) {
+                        model.SetStarts(fit.parameters);
+                        model.SetStart(line, std::max(level, 0.0) + higher);
+                        model.SetStart(line + 1, 0);
+                        const nlsq_sResult again = pkmd_Fit(model, spectrum.array).fit;
+                        EXPECT_GT(again.chiSquared, fit.chiSquared - 1e-3);
+                    }
+                }
+    EXPECT_GT(belowZero, 40);
+}
+
 TEST(PeakFit, LinesThatTouchZeroAreDetermined) {
     const nlsq_cFunctionModel straight(
         [](double t, std::span<const double> p) { return p[0] + p[1] * t; },
