@@ -78,7 +78,7 @@ constexpr double leastPart = 1e-2;
 /// What noise may add to the squares of all slopes, as they are weighted, and from where on a
 /// reference tells nothing.
 constexpr double tolerableNoise = 0.03;
-constexpr double mostNoise = 0.75;
+constexpr double mostNoise = 0.9;
 constexpr double negligibleNoise = 1e-3; ///< Of slopes or variances.
 /// The same for the start, of its mean: counts by chance should rule no shift out.
 constexpr double possible = 1e-3;

@@ -47,10 +47,10 @@ struct maps_sAlignOptions {
 /// its channels are from what their neighbours say. Where slopes that are noise would decide, what
 /// is small weighs less, down to equal weights; errors and chi-squared are those of the counts of
 /// the spectrum and of that noise, as if it were the same in all channels. That of a reference of
-/// counts on next to no background is not seen: it should have many more counts than a spectrum.
-/// Where three quarters of what slopes would tell is noise, all are maps_Undetermined: a sum of
-/// spectra may be smoothed. Channels that are dead in all spectra stay where they are: fill them in
-/// the reference and in the spectra.
+/// counts is so taken to be as small in lines as beside them: where the background is low, the
+/// reference should have many more counts than a spectrum. Where nine tenths of what slopes would
+/// tell are noise, all are maps_Undetermined: a sum of spectra may be smoothed. Channels that are
+/// dead in all spectra stay where they are: fill them in the reference and in the spectra.
 ///
 /// Channels that the reference does not reach at the largest shift to either side, and three more
 /// at each end, take no part; chi-squared has Channels() less 2 degrees of freedom. Values need not
