@@ -59,6 +59,22 @@ void select(Spectrum& spectrum, const Pair& range) {
     spectrum.counts.SetCal(cal);
 }
 
+/// The width is one on this spectrum, and where it is so is not far away from it.
+void requireResolution(const Spectrum& spectrum, const Pair& resolution) {
+    const rnge_c1DRange whole = spectrum.counts.Range();
+    const std::string extent = "the spectrum reaches from " + withUnit(whole.Start(), "") + " to " +
+                               withUnit(whole.End(), spectrum.unit);
+    const double channel = spectrum.counts.Cal().Delta();
+    const auto [width, position] = resolution;
+    if (width >= whole.Length() || width < channel / 4)
+        throw InputError("--resolution: a width of " + withUnit(width, spectrum.unit) +
+                         " is none of a line here: " + extent + " in channels of " +
+                         withUnit(channel, spectrum.unit));
+    if (position < whole.Start() - whole.Length() || position > whole.End() + whole.Length())
+        throw InputError("--resolution: " + withUnit(position, spectrum.unit) +
+                         " is far away: " + extent);
+}
+
 } // namespace
 
 Spectrum configured(Spectrum spectrum, const Options& options) {
@@ -70,6 +86,8 @@ Spectrum configured(Spectrum spectrum, const Options& options) {
     }
     if (!options.unit.empty())
         setUnit(spectrum, options);
+    if (options.resolution)
+        requireResolution(spectrum, *options.resolution);
     if (options.range)
         select(spectrum, *options.range);
     const rnge_c1DRange whole = spectrum.counts.Range();

@@ -1,6 +1,8 @@
 // A walk through DataProcessing on real data: reads what the user gives, or makes a sample, then
 // tells and draws what the library does with it, step by step, on the terminal and in one report.
 
+#include <fcntl.h>
+
 #include <csignal>
 #include <exception>
 #include <filesystem>
@@ -8,6 +10,7 @@
 #include <iostream>
 #include <new>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 
 #include "configured.h"
@@ -98,6 +101,13 @@ AnalysisOptions analysisOf(const Spectrum& spectrum, const Options& options) {
     return result;
 }
 
+/// Throws where the text has not got out.
+void flushOutput() {
+    std::cout << std::flush;
+    if (!std::cout)
+        throw std::runtime_error("the text could not be written to standard output");
+}
+
 void run(const Options& options) {
     // All that a user can get wrong is read and checked before anything is written.
     const bool hasSpectrum = !options.spectrum.empty();
@@ -126,17 +136,30 @@ void run(const Options& options) {
         teller.Begin(step.title);
         step.run(story);
     }
-    std::cout << std::flush;
-    if (!std::cout)
-        throw std::runtime_error("the text could not be written to standard output");
+    flushOutput();
     report.Finish();
-    std::cout << "\nThe report, with all pictures: " << printable(file) << '\n' << std::flush;
-    if (!std::cout)
-        throw std::runtime_error("the text could not be written to standard output");
+    std::cout << "\nThe report, with all pictures: " << printable(file) << '\n';
+    flushOutput();
+}
+
+/// What the library says, without the place within it, which means nothing to a user.
+std::string messageOf(const expt_cProgramException& error) {
+    const std::string_view text = error.what();
+    const std::size_t place = text.find(": ");
+    return place == std::string_view::npos ? "the library refuses a step without a word"
+                                           : std::string(text.substr(place + 2));
+}
+
+/// Standard streams that are closed get something that takes nothing: no file that is opened later
+/// may come in their place.
+void holdStandardStreams() {
+    for (int stream = 0; stream <= 2; ++stream)
+        if (fcntl(stream, F_GETFD) == -1)
+            open("/dev/null", O_RDONLY | O_CLOEXEC);
 }
 
 /// One line, whatever the names that stand in the message.
-int fail(int code, const char* message) {
+int fail(int code, std::string_view message) {
     std::cout << std::flush;
     std::cerr << "tour: " << printable(message) << '\n';
     return code;
@@ -145,18 +168,24 @@ int fail(int code, const char* message) {
 } // namespace
 
 int main(int count, char** arguments) {
-    std::signal(SIGPIPE, SIG_IGN); // output that nobody reads is an error like others
+    // Output that nobody reads and files that grow too large are errors like others.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+    holdStandardStreams();
     try {
         const Options options = parseOptions(count - 1, arguments + 1);
-        if (options.help)
-            std::cout << usage << std::flush;
-        else
+        if (options.help) {
+            std::cout << usage;
+            flushOutput();
+        } else
             run(options);
         return 0;
     } catch (const InputError& error) {
         return fail(2, error.what());
     } catch (const std::bad_alloc&) {
         return fail(1, "there is not enough memory");
+    } catch (const expt_cProgramException& error) {
+        return fail(1, messageOf(error));
     } catch (const std::exception& error) {
         return fail(1, error.what());
     }

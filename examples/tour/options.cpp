@@ -1,5 +1,6 @@
 #include "options.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <string_view>
@@ -41,6 +42,9 @@ and then nothing has been written.
 
 namespace {
 
+// An axis that begins so many channels away from 0 leaves enough digits to positions on it.
+constexpr double farthest = 1e9;
+
 double numberOf(std::string_view option, std::string_view text, const char* expected) {
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -65,6 +69,9 @@ void require(bool holds, std::string_view option, std::string_view text, const c
                          expected);
 }
 
+/// Whether a length is one that anything is measured in; with others, products overflow.
+bool isLength(double value) { return value >= 1e-30 && value <= 1e30; }
+
 void takeUnit(Options& options, std::string_view name, std::string_view text) {
     options.unit = knownUnit(text);
     require(options.unit == "keV" || options.unit == "eV" || options.unit == "channel", name, text,
@@ -74,13 +81,19 @@ void takeUnit(Options& options, std::string_view name, std::string_view text) {
 void takeCalibration(Options& options, std::string_view name, std::string_view text) {
     constexpr const char* expected = "OFFSET,DELTA with a DELTA above 0";
     options.calibration = pairOf(name, text, ',', expected);
-    require(options.calibration->second > 0, name, text, expected);
+    const auto [offset, delta] = *options.calibration;
+    require(delta > 0, name, text, expected);
+    require(isLength(delta), name, text, "OFFSET,DELTA with a DELTA from 1e-30 to 1e30");
+    require(std::abs(offset) <= farthest * delta, name, text,
+            "OFFSET,DELTA with an OFFSET of 1e9 DELTA at most");
 }
 
 void takeResolution(Options& options, std::string_view name, std::string_view text) {
     constexpr const char* expected = "FWHM@POSITION with a FWHM above 0";
     options.resolution = pairOf(name, text, '@', expected);
     require(options.resolution->first > 0, name, text, expected);
+    require(isLength(options.resolution->first), name, text,
+            "FWHM@POSITION with a FWHM from 1e-30 to 1e30");
 }
 
 void takeRange(Options& options, std::string_view name, std::string_view text) {
@@ -105,6 +118,7 @@ void takePixel(Options& options, std::string_view name, std::string_view text) {
     options.pixel = numberOf(name, text.substr(0, comma), expected);
     options.pixelUnit = printable(text.substr(comma + 1));
     require(*options.pixel > 0, name, text, expected);
+    require(isLength(*options.pixel), name, text, "SIZE,UNIT with a SIZE from 1e-30 to 1e30");
 }
 
 struct Option {
@@ -140,12 +154,16 @@ void requireFiles(const Options& options) {
                          "--spectrum that they are about");
     if (options.pixel && options.image.empty())
         throw InputError("--pixel needs an --image that it is about");
+    if (options.unit == "channel" && options.calibration)
+        throw InputError("--unit channel and --calibration exclude each other: channels count "
+                         "from 0 in steps of 1");
 }
 
 } // namespace
 
 Options parseOptions(int count, const char* const* arguments) {
     Options options;
+    std::vector<const Option*> given;
     for (int i = 0; i < count; ++i) {
         const std::string_view argument = arguments[i];
         if (argument == "--help" || argument == "-h") {
@@ -162,8 +180,15 @@ Options parseOptions(int count, const char* const* arguments) {
             throw InputError(std::string(name) + " needs a value");
         const std::string_view value =
             equals != std::string_view::npos ? argument.substr(equals + 1) : arguments[++i];
+        if (equals == std::string_view::npos && value.starts_with("--"))
+            throw InputError(std::string(name) + " needs a value, and found " + quoted(value) +
+                             "; write " + std::string(name) + "=" + printable(value) +
+                             " where that is meant");
         if (value.empty())
             throw InputError(std::string(name) + " needs a value that is not empty");
+        if (std::find(given.begin(), given.end(), option) != given.end())
+            throw InputError(std::string(name) + " is given twice");
+        given.push_back(option);
         option->take(options, name, value);
     }
     if (!options.help)

@@ -61,15 +61,10 @@ Report::Report(const std::string& file) : file_(file), unfinished_(file + ".part
     if (std::filesystem::is_directory(file, ignored))
         throw InputError("cannot write " + quoted(file, 200) + ": Is a directory");
     errno = 0;
-    stream_.open(unfinished_, std::ios::binary);
+    stream_.open(unfinished_.Name(), std::ios::binary);
     if (!stream_)
         throw InputError("cannot write " + quoted(file, 200) + ": " +
                          std::generic_category().message(errno));
-}
-
-Report::~Report() {
-    std::error_code ignored;
-    std::filesystem::remove(unfinished_, ignored);
 }
 
 void Report::Begin(const std::string& title) {
@@ -142,7 +137,7 @@ void Report::Finish() {
     stream_.close();
     std::error_code error;
     if (stream_)
-        std::filesystem::rename(unfinished_, file_, error);
+        std::filesystem::rename(unfinished_.Name(), file_, error);
     if (!stream_ || error)
         throw std::runtime_error(quoted(file_, 200) + " could not be written");
 }

@@ -7,6 +7,7 @@
 
 #include "figure.h"
 #include "table.h"
+#include "unfinished_file.h"
 
 namespace tour {
 
@@ -15,12 +16,8 @@ namespace tour {
 class Report {
 public:
     /// Begins the file beside its place, which it takes at the end; an InputError says why it
-    /// cannot.
+    /// cannot. Nothing is left of a report that has not been finished.
     explicit Report(const std::string& file);
-    /// Leaves nothing of a report that has not been finished.
-    ~Report();
-    Report(const Report&) = delete;
-    Report& operator=(const Report&) = delete;
 
     /// The heading of the next step.
     void Begin(const std::string& title);
@@ -37,7 +34,7 @@ public:
 
 private:
     std::string file_;
-    std::string unfinished_; ///< which becomes `file_` at the end
+    UnfinishedFile unfinished_; ///< which becomes `file_` at the end
     std::ofstream stream_;
     std::string introduction_;
     std::vector<std::string> titles_;

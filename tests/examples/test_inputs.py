@@ -3,6 +3,7 @@ exit code 2, and nothing written. Beside each kind of damage stands something li
 import os
 import pathlib
 import resource
+import signal
 import subprocess
 import threading
 import time
@@ -36,7 +37,8 @@ def columns(head, separator, end="\n", step=lambda i: f"0.{10 + i}", last=""):
 
 
 def refused(tour, expected, *arguments, **options):
-    done = tour("--out", "out", *arguments, **options)
+    out = () if any(str(argument).startswith("--out") for argument in arguments) else ("--out", "out")
+    done = tour(*out, *arguments, **options)
     assert fnmatchcase(done.stderr, f"tour: {expected}\n"), done.stderr
     assert (done.returncode, done.stderr.count("\n"), done.stdout) == (2, 1, "")
 
@@ -68,6 +70,16 @@ ARGUMENTS = [
     ("--lines: found '', expected positions between commas: 5.9,6.4", "--spectrum", "good", "--lines", "5,"),
     ("--lines: 20 is outside of the spectrum, from 0 to 20", "--spectrum", "good", "--lines", "20"),
     ("--pixel: found '3', expected SIZE,UNIT with a SIZE above 0: 0.5,mm", "--pixel", "3"),
+    *(("--calibration: found '*', expected OFFSET,DELTA with *", "--spectrum", "good", "--calibration", value)
+      for value in ("0,1e-300", "0,1e300", "1e300,1", "1e10,1e-10", "-1e10,1e-10")),
+    *((f"--resolution: *{found}*", "--spectrum", "good", "--resolution", value) for value, found in (
+        ("1e300@2", "expected FWHM@POSITION"), ("20@2", "20 is none of a line here: the spectrum reaches from 0 to 20"),
+        ("0.2@2", "in channels of 1"), ("3@1e9", "1e+09 is far away"), ("3@-21", "-21 is far away"))),
+    ("--unit channel and --calibration exclude each other: *", "--spectrum", "good", "--unit", "channel", "--calibration", "0,2"),
+    ("--spectrum is given twice", "--spectrum", "good", "--spectrum=good"),
+    ("--out is given twice", "--out", "there", "--out=here"),
+    ("--spectrum needs a value, and found '--image'; write --spectrum=--image *", "--spectrum", "--image", "good"),
+    ("--pixel: found '1e300,m', expected SIZE,UNIT with a SIZE from 1e-30 to 1e30", "--pixel", "1e300,m"),
     ("--unit, --calibration, --resolution, --range and --lines need a --spectrum *", "--lines", "5"),
     ("--pixel needs an --image that it is about", "--pixel", "3,mm"),
     *((expected, option, name) for option in ("--spectrum", "--image") for expected, name in (
@@ -202,7 +214,8 @@ def test_spectra_taken(told, tmp_path, content, says):
     ("--unit keV", "channel 100 lies at 1.01.; energy / keV"),
     ("--unit channel", "channel 100 lies at 100"),
     ("--unit keV --calibration -0.1,0.01", "channel 100 lies at 0.9.; energy / keV"),
-    ("--range 20,190 --resolution 4@100 --lines 50,75", "")])
+    ("--range 20,190 --resolution 4@100 --lines 50,75", ""),
+    ("--resolution 30@-50", "")])
 def test_options_taken(told, tmp_path, options, says):
     written(tmp_path / "s", columns('"Energy [eV]";"Counts"', '";"', '";\r\n', lambda i: f'"{10 * i}'))
     flow = " ".join((told("--spectrum", "s", *options.split()) + (tmp_path / "out/report.html").read_text()).split())
@@ -260,6 +273,39 @@ def test_a_full_disk(tour, tmp_path):
     done = tour("--out", "brimming")
     assert (done.returncode, done.stderr) == (1, "tour: 'brimming/report.html' could not be written\n")
     assert not list(brimming.iterdir())
+
+
+@pytest.mark.skipif(not os.access("/dev/full", os.W_OK), reason="there is no /dev/full")
+def test_help_on_a_full_disk(tour):
+    with open("/dev/full", "w") as full:
+        done = tour("--help", stdout=full)
+    assert (done.returncode, done.stderr) == (1, "tour: the text could not be written to standard output\n")
+
+
+@pytest.mark.parametrize("closed, code", [((1,), 1), ((2,), 0), ((0,), 0), ((0, 1, 2), 1)])
+def test_standard_streams_that_are_closed(tour, tmp_path, closed, code):
+    """No file comes in their place: the report is whole, or there is none."""
+    done = tour("--out", "out", preexec_fn=lambda: [os.close(stream) for stream in closed])
+    assert (done.returncode, done.stderr.count("\n")) == (code, closed == (1,))
+    left = {path.name: path.read_text() for path in (tmp_path / "out").iterdir()}
+    assert list(left) == ["report.html"][code:]
+    assert all(text.startswith("<!DOCTYPE html>") and text.endswith("</html>\n") for text in left.values())
+
+
+def test_a_file_that_may_not_grow(tour, tmp_path):
+    done = tour("--out", "out", preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (50000, 50000)))
+    assert (done.returncode, done.stderr) == (1, "tour: 'out/report.html' could not be written\n")
+    assert not list((tmp_path / "out").iterdir())
+
+
+@pytest.mark.parametrize("ending", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
+def test_an_end_from_outside(tmp_path, ending):
+    with subprocess.Popen([TOUR, "--out", "out"], cwd=tmp_path, stdout=subprocess.PIPE, text=True) as process:
+        process.stdout.readline()  # the report has begun
+        assert [path.name for path in (tmp_path / "out").iterdir()] == ["report.html.part"]
+        process.send_signal(ending)
+        process.stdout.read()
+    assert (process.returncode, list((tmp_path / "out").iterdir())) == (-ending, [])
 
 
 def test_a_closed_output(tmp_path):
