@@ -1,8 +1,10 @@
 #include "image_file.h"
 
 #include <array>
+#include <limits>
 #include <string_view>
 
+#include "input_error.h"
 #include "input_file.h"
 #include "pgm_file.h"
 #include "png_file.h"
@@ -20,6 +22,15 @@ Image readImage(const std::string& file) {
     if (begin == "II*\0"sv || begin == "MM\0*"sv || begin == "II+\0"sv || begin == "MM\0+"sv)
         return readTiff(file);
     return readPgm(file);
+}
+
+void requireSize(const std::string& file, long long width, long long height) {
+    constexpr long long most = std::numeric_limits<int>::max();
+    if (width < fewestPerSide || height < fewestPerSide || width > most / height)
+        throw InputError(file + ": the image has " + std::to_string(width) + " x " +
+                         std::to_string(height) + " pixels, expected " +
+                         std::to_string(fewestPerSide) + " or more in each direction and " +
+                         std::to_string(most) + " at most");
 }
 
 } // namespace tour

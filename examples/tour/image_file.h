@@ -13,4 +13,8 @@ Image readImage(const std::string& file);
 /// An image has at least so many pixels in each direction.
 inline constexpr long long fewestPerSide = 4;
 
+/// Throws InputError for a size that no image here has: less than that, or more pixels than an
+/// array has elements.
+void requireSize(const std::string& file, long long width, long long height);
+
 } // namespace tour

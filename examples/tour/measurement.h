@@ -24,6 +24,8 @@ struct Image {
     darr_c2DArray values;
     std::string unit;     ///< of both axes: "mm"
     std::string quantity; ///< what the values are: "counts"
+    /// What was done to the values of the file, and what of it is left out, for people.
+    std::vector<std::string> remarks = {};
 };
 
 } // namespace tour

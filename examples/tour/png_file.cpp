@@ -12,6 +12,7 @@
 
 #include "image_file.h"
 #include "input_error.h"
+#include "lines.h"
 
 namespace tour {
 
@@ -41,10 +42,7 @@ public:
         Header();
         const png_uint_32 width = png_get_image_width(png_, info_);
         const png_uint_32 height = png_get_image_height(png_, info_);
-        if (width < fewestPerSide || height < fewestPerSide)
-            throw InputError(name_ + ": the image has " + std::to_string(width) + " x " +
-                             std::to_string(height) + " pixels, expected " +
-                             std::to_string(fewestPerSide) + " or more in each direction");
+        requireSize(name_, width, height);
         const auto sizeX = static_cast<int>(width);
         const auto sizeY = static_cast<int>(height);
         const bool isWide = png_get_bit_depth(png_, info_) == 16;
@@ -57,16 +55,34 @@ public:
         for (std::size_t y = 0; y < rows_.size(); ++y)
             rows_[y] = bytes + y * rowSize;
         Pixels();
-        return {std::move(values), "pixels", "value"};
+        return {std::move(values), "pixels", "value", Remarks()};
     }
 
 private:
+    /// What the values are no more that the file has.
+    std::vector<std::string> Remarks() const {
+        std::vector<std::string> remarks;
+        if ((colourType_ & PNG_COLOR_MASK_COLOR) != 0)
+            remarks.emplace_back("it has colours, which were made grey: 0.21 of red, 0.72 of green "
+                                 "and 0.07 of blue");
+        if (isTransparent_)
+            remarks.emplace_back("what it says of transparency is left out");
+        if (colourType_ == PNG_COLOR_TYPE_GRAY && bits_ < 8)
+            remarks.push_back("its values have " + counted(bits_, "bit") +
+                              " and were spread from 0 to 255");
+        return remarks;
+    }
+
     // Functions that a jump leaves have nothing that would have to be destroyed.
     void Header() {
         if (setjmp(png_jmpbuf(png_)) != 0)
             Fail();
         png_init_io(png_, file_.get());
         png_read_info(png_, info_);
+        colourType_ = png_get_color_type(png_, info_);
+        bits_ = png_get_bit_depth(png_, info_);
+        isTransparent_ = (colourType_ & PNG_COLOR_MASK_ALPHA) != 0 ||
+                         png_get_valid(png_, info_, PNG_INFO_tRNS) != 0;
         png_set_expand(png_);
         if ((png_get_color_type(png_, info_) & PNG_COLOR_MASK_COLOR) != 0)
             png_set_rgb_to_gray(png_, PNG_ERROR_ACTION_NONE, PNG_RGB_TO_GRAY_DEFAULT,
@@ -98,6 +114,9 @@ private:
     png_structp png_;
     png_infop info_;
     std::vector<png_bytep> rows_;
+    int colourType_ = 0; ///< in the file, as are the next
+    int bits_ = 0;
+    bool isTransparent_ = false;
 };
 
 } // namespace

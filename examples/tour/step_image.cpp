@@ -40,8 +40,10 @@ std::string error(const darr_c2DArray& image, const darr_c2DArray& scene) {
 void takenAsItIs(Story& story) {
     const Image& image = story.scene;
     story.corrected = image.values;
+    for (const std::string& remark : image.remarks)
+        story.teller.Say("About the file: ", remark, ".");
     story.teller.Say("Its values are from ", smallest(image.values), " to ", largest(image.values),
-                     ", ", fixed(mean(image.values), 2), " in the mean. It is taken as it is.");
+                     ", ", valueOf(mean(image.values)), " in the mean. It is taken as it is.");
     story.teller.Draw({"The image.",
                        {Panel{"the image", image.values, image.quantity, image.unit},
                         Diagram{{.title = joined("row ", image.values.SizeY() / 2),

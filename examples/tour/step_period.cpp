@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -13,7 +14,7 @@ struct Vector {
     double y;
 };
 
-// The lattice of the image, in mm.
+// The lattice that is made here, in mm.
 constexpr Vector a{1.6, 0.25};
 constexpr Vector b{-0.3, 1.45};
 
@@ -45,6 +46,12 @@ Vector peakWithin(const darr_c2DArray& values, barr_c2DBoolArray mask) {
     return peak;
 }
 
+/// How far `v` is from `period`, whichever its sign.
+double apart(const Vector& period, const Vector& v) {
+    return std::min(std::hypot(v.x - period.x, v.y - period.y),
+                    std::hypot(v.x + period.x, v.y + period.y));
+}
+
 std::vector<std::string> rowOf(const char* name, const Vector& v) {
     return {name, fixed(v.x, 2), fixed(v.y, 2)};
 }
@@ -71,7 +78,8 @@ void stepPeriod(Story& story) {
     const darr_c2DArray across = abs(ramp(ramp_Y) * first.x - ramp(ramp_X) * first.y);
     const Vector second = peakWithin(correlation, isPeriod & (across > square / 2));
 
-    story.teller.Say("A lattice of spots has two periods and a few counts each. Its "
+    story.teller.Say("This lattice of spots is the tour's own, whatever the image is. It has two "
+                     "periods, and a few counts in each spot. Its "
                      "auto-correlation has the same periods, in either direction. It is searched "
                      "in a ring, which comparisons cut out of a ramp of radii.");
     story.teller.Show({.caption = "The periods in mm",
@@ -79,6 +87,12 @@ void stepPeriod(Story& story) {
                        .columns = {Column::name, Column::number, Column::number},
                        .rows = {rowOf("made", a), rowOf("made", b), rowOf("found", first),
                                 rowOf("found", second)}});
+    const double off = std::max(std::min(apart(a, first), apart(a, second)),
+                                std::min(apart(b, first), apart(b, second)));
+    story.teller.Say("Either order and either sign of the two make the same lattice. With those "
+                     "that fit best what is found is ",
+                     fixed(off / cal.X().Delta(), 1), " elements or less off what was made",
+                     off <= cal.X().Delta() ? "." : ", which is more than one and wrong.");
     // From the middle of one element to the middle of another.
     const auto middle = [&](const Vector& v) {
         return pos_c2DPosition(v.x + cal.X().Delta() / 2, v.y + cal.Y().Delta() / 2);

@@ -21,13 +21,12 @@ darr_c1DArray fromStart(darr_c1DArray profile) {
     return profile;
 }
 
-std::vector<std::string> rowOf(const char* what, const darr_c1DArray& profile) {
-    std::vector<std::string> cells{what, joined(profile.Size()), fixed(profile.Cal().Delta(), 4),
-                                   ""};
+std::vector<std::string> rowOf(const Image& image, const char* what, const darr_c1DArray& profile) {
+    std::vector<std::string> cells{what, joined(profile.Size()), joined(profile.Cal().Delta()), ""};
     if (profile.Size() > 0) {
         double position = 0;
         extr_Max(profile, position, conv_RealPart);
-        cells.back() = fixed(position, 2);
+        cells.back() = lengthOf(image, position);
     }
     return cells;
 }
@@ -67,7 +66,8 @@ void stepScan(Story& story) {
     story.teller.Show({.caption = "The two profiles; lengths, from their starts, in " + unit,
                        .heading = {"profile", "elements", "delta", "largest at"},
                        .columns = {Column::name, Column::number, Column::number, Column::number},
-                       .rows = {rowOf("line scan", line), rowOf("projection", projection)}});
+                       .rows = {rowOf(story.scene, "line scan", line),
+                                rowOf(story.scene, "projection", projection)}});
     if (line.Size() < 2 || projection.Size() < 2)
         return;
 

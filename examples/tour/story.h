@@ -37,6 +37,13 @@ std::string ofUnit(const Spectrum& spectrum);
 /// How many decimals a position is told with.
 int decimalsOf(const Spectrum& spectrum);
 
+/// A length in the image, to a tenth of a pixel or better.
+std::string lengthOf(const Image& image, double length);
+/// "pixel" for "pixels", as in "per pixel"; other units are what they are.
+std::string oneOf(const std::string& unit);
+/// A value with two decimals, or six digits where these do not do for it.
+std::string valueOf(double value);
+
 /// @name The steps, each in a file of its own
 /// @{
 void stepTypes(Story& story);

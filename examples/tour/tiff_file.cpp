@@ -15,6 +15,7 @@
 
 #include "image_file.h"
 #include "input_error.h"
+#include "lines.h"
 #include "progress.h"
 
 namespace tour {
@@ -68,13 +69,7 @@ Header headerOf(TIFF* tiff, const std::string& file) {
                          std::to_string(header.bits) +
                          " bits per pixel, expected grey values of 8 or 16 bits or of single "
                          "precision");
-    constexpr std::uint32_t most = std::numeric_limits<int>::max();
-    if (header.width < fewestPerSide || header.height < fewestPerSide || header.width > most ||
-        header.height > most || header.width > most / header.height)
-        throw InputError(file + ": the image has " + std::to_string(header.width) + " x " +
-                         std::to_string(header.height) + " pixels, expected " +
-                         std::to_string(fewestPerSide) + " or more in each direction and " +
-                         std::to_string(most) + " at most");
+    requireSize(file, header.width, header.height);
     return header;
 }
 
@@ -130,6 +125,24 @@ darr_c2DArray readPixels(TIFF* tiff, const Header& header, dtyp_cDataType type,
     return values;
 }
 
+/// What the pixels are no more that the file has, and what of it is left out.
+std::vector<std::string> remarksOn(TIFF* tiff, const Header& header) {
+    std::vector<std::string> remarks;
+    if (header.meaning == PHOTOMETRIC_MINISWHITE && header.format != SAMPLEFORMAT_IEEEFP)
+        remarks.push_back("0 is white in it, so its values were subtracted from " +
+                          std::to_string(header.bits == 8 ? 255 : 65535));
+    std::uint16_t orientation = ORIENTATION_TOPLEFT;
+    TIFFGetFieldDefaulted(tiff, TIFFTAG_ORIENTATION, &orientation);
+    if (orientation != ORIENTATION_TOPLEFT)
+        remarks.push_back("it asks to be shown turned or mirrored (orientation " +
+                          std::to_string(orientation) +
+                          "); its rows and columns are taken as they are stored");
+    const auto images = static_cast<long long>(TIFFNumberOfDirectories(tiff));
+    if (images > 1)
+        remarks.push_back("it holds " + counted(images, "image") + ", of which the first is taken");
+    return remarks;
+}
+
 } // namespace
 
 Image readTiff(const std::string& file) {
@@ -145,7 +158,7 @@ Image readTiff(const std::string& file) {
                            : header.bits == 8
                                ? readPixels<std::uint8_t>(tiff.get(), header, dtyp_UInt8, file)
                                : readPixels<std::uint16_t>(tiff.get(), header, dtyp_UInt16, file);
-    return {std::move(values), "pixels", "value"};
+    return {std::move(values), "pixels", "value", remarksOn(tiff.get(), header)};
 }
 
 } // namespace tour

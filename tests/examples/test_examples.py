@@ -72,6 +72,8 @@ def test_sample(sample, told):
     found = [complex(float(x), float(y)) for x, y in re.findall(r"^found (\S+) (\S+)$", text, re.M)]
     for period in (1.6 + 0.25j, 0.3 - 1.45j):
         assert min(abs(sign * at - period) for at in found for sign in (1, -1)) < 0.11
+    assert "This lattice of spots is the tour's own, whatever the image is." in flow
+    assert "what is found is 0.5 elements or less off what was made." in flow
     assert told(out="a 'deep'/folder") == text
 
 
