@@ -18,7 +18,7 @@ using drawing::Point;
 
 constexpr int columns = 640; // more points than these would fall on the same pixels
 
-/// Where things stand in a diagram.
+/// Where things stand in a diagram. Names of marks stand above `top`.
 struct Place {
     const char* kind;
     double width;
@@ -29,13 +29,27 @@ struct Place {
     double bottom;
     int ticksX;
     int ticksY;
+    double em;        ///< of the largest letters, which a telephone shows
+    double names = 0; ///< how high the names of marks are
 };
 
-const Place& placeOf(Room room) {
-    static constexpr Place wide{"wide", 704, 400, 84, 690, 46, 340, 7, 5};
-    static constexpr Place low{"wide", 704, 250, 84, 690, 46, 190, 7, 4};
-    static constexpr Place half{"half", 352, 300, 54, 334, 28, 256, 4, 5};
+Place placeOf(Room room) {
+    static constexpr Place wide{"wide", 704, 400, 84, 690, 46, 340, 7, 5, 23};
+    static constexpr Place low{"wide", 704, 250, 84, 690, 46, 190, 7, 4, 23};
+    static constexpr Place half{"half", 352, 300, 54, 334, 28, 256, 4, 5, 12};
     return room == Room::wide ? wide : room == Room::low ? low : half;
+}
+
+/// The same with room for names above the curves, which none of them crosses.
+Place withNames(Place place, const std::vector<Mark>& marks) {
+    constexpr double perLetter = 7;
+    for (const Mark& mark : marks)
+        place.names =
+            std::max(place.names, perLetter * (1 + static_cast<double>(mark.text.size())));
+    place.top += place.names;
+    place.bottom += place.names;
+    place.height += place.names;
+    return place;
 }
 
 struct Limits {
@@ -43,7 +57,7 @@ struct Limits {
     double high = std::numeric_limits<double>::lowest();
 
     void Take(double value) {
-        if (std::isnan(value))
+        if (!std::isfinite(value))
             return;
         low = std::min(low, value);
         high = std::max(high, value);
@@ -100,8 +114,15 @@ Axis axisX(const std::vector<std::vector<Span>>& curves, const rnge_c1DRange& vi
     return {limits.low, limits.high, place.left, place.right};
 }
 
-Axis axisY(const std::vector<std::vector<Span>>& curves, bool isLogarithmic, const Place& place) {
+Axis axisY(const std::vector<std::vector<Span>>& curves, const Diagram& diagram,
+           const Place& place) {
+    const bool isLogarithmic = diagram.frame.isLogarithmic;
     Limits limits;
+    for (const Curve& curve : diagram.curves)
+        for (const Bar& bar : curve.bars) {
+            limits.Take(bar.low);
+            limits.Take(bar.high);
+        }
     for (const std::vector<Span>& spans : curves)
         for (const Span& span : spans) {
             limits.Take(span.y.low <= span.y.high ? span.y.low : std::nan(""));
@@ -137,7 +158,7 @@ std::string pathOf(const std::vector<Span>& spans, Style style, const Axis& x, c
                 break;
             path += isDown && style == Style::lines ? 'L' : 'M';
             path += pointOf(x, y, span.x, value);
-            if (style == Style::dots)
+            if (style != Style::lines)
                 path += "h0";
             isDown = true;
             if (isFlat)
@@ -148,8 +169,19 @@ std::string pathOf(const std::vector<Span>& spans, Style style, const Axis& x, c
 }
 
 std::string kindOf(const Curve& curve, std::size_t index) {
-    return std::string(curve.style == Style::dots ? "curve dots" : "curve") + " c" +
-           std::to_string(index % 4);
+    const char* const kind = curve.style == Style::lines  ? "curve c"
+                             : curve.style == Style::dots ? "curve dots c"
+                                                          : "curve dots points c";
+    return kind + std::to_string(index % 4);
+}
+
+std::string barsOf(const Curve& curve, std::size_t index, const Axis& x, const Axis& y) {
+    if (curve.bars.empty())
+        return "";
+    std::string path;
+    for (const Bar& bar : curve.bars)
+        path += 'M' + pointOf(x, y, bar.x, bar.low) + 'L' + pointOf(x, y, bar.x, bar.high);
+    return drawing::path(path, "bars c" + std::to_string(index % 4));
 }
 
 std::string lineOf(const char* kind, Point from, Point to) {
@@ -158,18 +190,17 @@ std::string lineOf(const char* kind, Point from, Point to) {
 
 std::string scalesOf(const Frame& frame, const Axis& x, const Axis& y, const Place& place) {
     std::string svg;
+    LabelRoom room{0, place.width, place.em};
     for (const Tick& tick : y.Ticks(place.ticksY)) {
         const double at = y.At(tick.value);
+        if (at > place.bottom - place.em)
+            room.from = place.left - 5; // the corner is taken
         svg += lineOf(tick.value == 0 ? "zero" : "grid", {place.left, at}, {place.right, at}) +
                drawing::text({place.left - 7, at}, tick.label, "left");
     }
-    for (const Tick& tick : x.Ticks(place.ticksX)) {
-        const double at = x.At(tick.value);
-        svg += lineOf("axis", {at, place.bottom}, {at, place.bottom + 5}) +
-               drawing::text({at, place.bottom + 7}, tick.label, "below");
-    }
-    return svg + lineOf("axis", {place.left, place.bottom}, {place.right, place.bottom}) +
-           drawing::text({0, place.top - 18}, y.Named(frame.y), "name y") +
+    return svg + ticksBelow(x, place.bottom, place.ticksX, room) +
+           lineOf("axis", {place.left, place.bottom}, {place.right, place.bottom}) +
+           drawing::text({0, place.top - place.names - 18}, y.Named(frame.y), "name y") +
            drawing::text({place.right, place.height - 6}, x.Named(frame.x), "name x");
 }
 
@@ -184,22 +215,35 @@ std::string bandsOf(const Frame& frame, const Axis& x, const Place& place) {
     return svg;
 }
 
-/// The names of marks stand upright at the top; those with no room beside the last one are left
-/// out.
-std::string marksOf(const Frame& frame, const Axis& x, const Place& place) {
+/// What the first curve has at a mark.
+double heightAt(const Diagram& diagram, const Mark& mark) {
+    const darr_c1DArray& values = diagram.curves.front().values;
+    const double index = std::round(values.Cal().Index(mark.x));
+    return index >= 0 && index < values.Size() ? values.Number(static_cast<int>(index)).As<double>()
+                                               : std::numeric_limits<double>::lowest();
+}
+
+/// The names of marks stand upright above the curves; those of the highest are first to have room.
+std::string marksOf(const Diagram& diagram, const Axis& x, const Place& place) {
     constexpr double room = 12;
+    std::vector<std::pair<double, const Mark*>> marks;
+    for (const Mark& mark : diagram.frame.marks)
+        marks.emplace_back(heightAt(diagram, mark), &mark);
+    std::stable_sort(marks.begin(), marks.end(),
+                     [](const auto& one, const auto& other) { return one.first > other.first; });
     std::string lines;
     std::string names;
-    double last = -room;
-    for (const Mark& mark : frame.marks) {
-        const double at = x.At(mark.x);
+    std::vector<double> taken;
+    for (const auto& [height, mark] : marks) {
+        const double at = x.At(mark->x);
         lines += lineOf("mark", {at, place.top}, {at, place.bottom});
-        if (at - last < room)
+        if (std::any_of(taken.begin(), taken.end(),
+                        [&](double other) { return std::abs(at - other) < room; }))
             continue;
         names += "<text class=\"mark\" transform=\"translate(" + coordinate(at) + ' ' +
-                 coordinate(place.top) + ") rotate(-90)\">" + drawing::escaped(mark.text) +
+                 coordinate(place.top - 4) + ") rotate(-90)\">" + drawing::escaped(mark->text) +
                  "</text>\n";
-        last = at;
+        taken.push_back(at);
     }
     return lines + names;
 }
@@ -220,24 +264,25 @@ std::string descriptionOf(const Diagram& diagram, const Axis& x, const Axis& y) 
 } // namespace
 
 std::string drawn(const Diagram& diagram, Room room) {
-    const Place& place = placeOf(room);
     const Frame& frame = diagram.frame;
+    const Place place = withNames(placeOf(room), frame.marks);
     std::vector<std::vector<Span>> curves;
     for (const Curve& curve : diagram.curves)
         curves.push_back(spansOf(curve, frame.view));
     const Axis x = axisX(curves, frame.view, place);
-    const Axis y = axisY(curves, frame.isLogarithmic, place);
+    const Axis y = axisY(curves, diagram, place);
     std::string svg = opening(place.kind, place.width, place.height, descriptionOf(diagram, x, y)) +
                       bandsOf(frame, x, place) + scalesOf(frame, x, y, place);
     for (std::size_t i = 0; i < curves.size(); ++i)
-        svg += drawing::path(pathOf(curves[i], diagram.curves[i].style, x, y),
+        svg += barsOf(diagram.curves[i], i, x, y) +
+               drawing::path(pathOf(curves[i], diagram.curves[i].style, x, y),
                              kindOf(diagram.curves[i], i));
-    return svg + marksOf(frame, x, place) + "</svg>\n";
+    return svg + marksOf(diagram, x, place) + "</svg>\n";
 }
 
 std::string swatch(const Curve& curve, std::size_t index) {
     return "<svg class=\"swatch\" viewBox=\"0 0 28 12\" aria-hidden=\"true\">" +
-           drawing::path(curve.style == Style::dots ? "M5 6h0M14 6h0M23 6h0" : "M1 6L27 6",
+           drawing::path(curve.style == Style::lines ? "M1 6L27 6" : "M5 6h0M14 6h0M23 6h0",
                          kindOf(curve, index)) +
            "</svg>";
 }

@@ -10,16 +10,25 @@
 namespace tour {
 
 /// How a curve is drawn.
-enum class Style { lines, dots };
+enum class Style { lines, dots, points };
+
+/// From where to where a value may be, at one place along x.
+struct Bar {
+    double x;
+    double low;
+    double high;
+};
 
 /// One curve of a diagram.
 struct Curve {
     std::string name;
     darr_c1DArray values;
     Style style = Style::lines;
+    std::vector<Bar> bars = {}; ///< of its errors
 };
 
-/// A position along x that has a name.
+/// A position along x that has a name. Where there is no room for all names, those at higher
+/// places of the first curve have them.
 struct Mark {
     double x;
     std::string text;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <span>
 #include <sstream>
 #include <utility>
@@ -21,6 +22,7 @@ constexpr double width = 352;
 constexpr double left = 44;
 constexpr double right = 334;
 constexpr double top = 26;
+constexpr LabelRoom labels{0, width, 12};
 
 /// The image with at most `imageSide` elements along each axis, in single precision.
 darr_c2DArray reduced(const darr_c2DArray& image) {
@@ -39,12 +41,16 @@ struct Limits {
 
 Limits limitsOf(const darr_c2DArray& image, bool isFullRange) {
     const std::span<const float> elements = image.Elements<float>();
-    std::vector<float> sorted(elements.begin(), elements.end());
+    std::vector<float> sorted;
+    std::copy_if(elements.begin(), elements.end(), std::back_inserter(sorted),
+                 [](float value) { return std::isfinite(value); });
+    if (sorted.empty())
+        return {0, 1};
     std::sort(sorted.begin(), sorted.end());
     const std::size_t cut = isFullRange ? 0 : sorted.size() / 100;
     const double low = sorted[cut];
     const double high = sorted[sorted.size() - 1 - cut];
-    return {low, high > low ? high : low + 1};
+    return {low, high > low ? high : low + std::max(1.0, std::abs(low))};
 }
 
 /// From dark violet over green to yellow; lightness grows evenly, so that it reads without colour.
@@ -68,7 +74,8 @@ std::string pictureOf(const darr_c2DArray& image, const Limits& limits) {
     std::vector<std::uint8_t> pixels(elements.size());
     std::transform(elements.begin(), elements.end(), pixels.begin(), [&](float value) {
         const double part = (value - limits.low) / (limits.high - limits.low);
-        return static_cast<std::uint8_t>(std::lround(255 * std::clamp(part, 0.0, 1.0)));
+        return static_cast<std::uint8_t>(
+            std::isnan(part) ? 0 : std::lround(255 * std::clamp(part, 0.0, 1.0)));
     });
     return pngAddress(image.SizeX(), image.SizeY(), pixels, colours());
 }
@@ -84,17 +91,6 @@ std::string placed(const std::string& address, double x, double y, double w, dou
     return "<image x=\"" + coordinate(x) + "\" y=\"" + coordinate(y) + "\" width=\"" +
            coordinate(w) + "\" height=\"" + coordinate(h) +
            "\" preserveAspectRatio=\"none\" href=\"" + address + "\"/>\n";
-}
-
-/// Ticks below a horizontal axis at `y`.
-std::string ticksBelow(const Axis& axis, double y, int wanted) {
-    std::string svg;
-    for (const Tick& tick : axis.Ticks(wanted)) {
-        const double at = axis.At(tick.value);
-        svg += drawing::path(drawing::line({{at, y}, {at, y + 4}}), "axis") +
-               drawing::text({at, y + 6}, tick.label, "below");
-    }
-    return svg;
 }
 
 std::string ticksLeft(const Axis& axis, int wanted) {
@@ -146,11 +142,11 @@ std::string drawn(const Panel& panel) {
     const Axis values(limits.low, limits.high, left, right);
     std::string svg = opening("half", width, bar + 48, descriptionOf(panel, x, y, limits)) +
                       placed(pictureOf(image, limits), left, top, right - left, height) +
-                      ticksBelow(x, bottom, 5) + ticksLeft(y, height > 150 ? 5 : 2) +
+                      ticksBelow(x, bottom, 5, labels) + ticksLeft(y, height > 150 ? 5 : 2) +
                       drawing::text({0, top - 12}, "y / " + panel.unit, "name y") +
                       drawing::text({right, bottom + 33}, "x / " + panel.unit, "name x") +
                       placed(barOfColours(), left, bar, right - left, barHeight) +
-                      ticksBelow(values, bar + barHeight, 4) +
+                      ticksBelow(values, bar + barHeight, 4, labels) +
                       drawing::text({right, bar + 43}, values.Named(panel.quantity), "name x");
     for (const Path& path : panel.paths)
         svg += pathOver(path, x, y);

@@ -56,15 +56,17 @@ svg.half text { font-size: 12px; }
 svg .left { text-anchor: end; dominant-baseline: central; fill: var(--soft); }
 svg text.below { text-anchor: middle; dominant-baseline: hanging; fill: var(--soft); }
 svg .name.x { text-anchor: end; }
-svg text.mark { font-size: 11px; text-anchor: end; dominant-baseline: text-after-edge;
-  paint-order: stroke; stroke: var(--paper); stroke-width: 4px; }
+svg.half text.first { text-anchor: start; } svg.half text.last { text-anchor: end; }
+svg.half text.spare { display: none; }
+svg text.mark { font-size: 11px; dominant-baseline: central; }
 svg path { fill: none; }
 .grid { stroke: var(--grid); }
 .zero, .axis { stroke: var(--axis); }
 path.mark { stroke: var(--axis); stroke-width: 0.8; stroke-dasharray: 3 4; }
 .band { fill: var(--band); }
 .curve { stroke-width: 1.5; stroke-linejoin: round; vector-effect: non-scaling-stroke; }
-.dots { stroke-width: 3.2; stroke-linecap: round; }
+.dots { stroke-width: 3.2; stroke-linecap: round; } .points { stroke-width: 6; }
+.bars { stroke-width: 1.5; vector-effect: non-scaling-stroke; }
 .c0 { stroke: var(--c0); } .c1 { stroke: var(--c1); }
 .c2 { stroke: var(--c2); } .c3 { stroke: var(--c3); }
 .over { stroke: #ff4d6d; stroke-width: 2; } .over.below { stroke: #000; stroke-width: 4; opacity: 0.6; }
@@ -72,7 +74,8 @@ path.mark { stroke: var(--axis); stroke-width: 0.8; stroke-dasharray: 3 4; }
   nav ol { columns: 1; }
   .tiles { grid-template-columns: 1fr; gap: 2rem; }
   svg.wide text { font-size: 23px; }
-  svg.wide text.mark { display: none; }
+  svg.wide text.mark, svg.wide text.spare { display: none; }
+  svg.wide text.first { text-anchor: start; } svg.wide text.last { text-anchor: end; }
 }
 @media print {
   section, figure { break-inside: avoid; }

@@ -15,10 +15,13 @@ void stepMasks(Story& story) {
     const int digits = decimalsOf(story.spectrum);
     const darr_c1DArray net = counts - story.analysis.background;
 
-    barr_c1DBoolArray isLine = net > 5.0 * sqrt(abs(story.analysis.background) + 1.0);
+    const bool isOfCounts = story.analysis.isOfCounts;
+    barr_c1DBoolArray isLine = isOfCounts ? net > 5.0 * sqrt(abs(story.analysis.background) + 1.0)
+                                          : net > pnum_cNumber(5 * story.analysis.noise);
     isLine.SetCal(net.Cal()); // a mask starts on the default calibration
     const darr_c1DArray marked = tnry_Ternary(isLine, 1.0, 0.0);
-    teller.Say("A comparison gives a mask: net > 5 sqrt(background + 1) holds in ",
+    teller.Say("A comparison gives a mask: net > ",
+               isOfCounts ? "5 sqrt(background + 1)" : "5 x the noise of a value", " holds in ",
                stat_Sum(marked), " of ", net.Size(),
                " channels, where net is the spectrum without what is fitted under the lines.");
     const darr_c1DArray clipped = trny_max(net, 0.0);
@@ -34,8 +37,8 @@ void stepMasks(Story& story) {
     teller.Draw({"The net spectrum, clipped at 0, and the part of it where the mask is set.",
                  {Diagram{{.title = "",
                            .x = axisLabel(story.spectrum),
-                           .y = "net counts per channel",
-                           .isLogarithmic = story.analysis.isOfCounts},
+                           .y = isOfCounts ? "net counts per channel" : "net value",
+                           .isLogarithmic = isOfCounts},
                           {{"net, clipped at 0", clipped},
                            {"where the mask is set", tnry_Ternary(isLine, net, 0.0)}}}}});
 }

@@ -43,6 +43,11 @@ darr_c1DArray curve(const ftfn_c1DFittingFunction& function, const darr_c1DArray
         std::span<const double>(values.Data(), static_cast<std::size_t>(values.Size())), cal);
 }
 
+/// Whether a logarithmic axis shows all of the curve.
+bool isPositive(const darr_c1DArray& values) {
+    return extr_Min(values, conv_RealPart).As<double>() > 0;
+}
+
 /// Whether the polynomial describes what it was fitted to.
 void tellHow(Teller& teller, const plft_c1DPolyFittingFunction& polynomial) {
     if (polynomial.DegreesOfFreedom() <= 0)
@@ -142,17 +147,19 @@ void stepRanges(Story& story) {
     if (story.analysis.isOfCounts)
         tellHow(teller, polynomial);
 
+    const darr_c1DArray after = curve(polynomial, shown);
     Frame frame{.title = "",
                 .x = axisLabel(story.spectrum),
-                .y = "counts per channel",
-                .isLogarithmic = true,
+                .y = story.analysis.isOfCounts ? "counts per channel" : "value",
+                .isLogarithmic =
+                    story.analysis.isOfCounts && isPositive(before) && isPositive(after),
                 .view = view};
     frame.bands.assign(ranges.begin(), ranges.end());
     teller.Draw({"A polynomial through what lies between the lines (shaded).",
                  {Diagram{frame,
                           {{"spectrum", shown},
                            {"polynomial", before},
-                           {"after the last range has moved", curve(polynomial, shown)}}}}});
+                           {"after the last range has moved", after}}}}});
 }
 
 } // namespace tour

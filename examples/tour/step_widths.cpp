@@ -49,6 +49,17 @@ darr_c1DArray dotsOf(const std::vector<Width>& widths, const cal_c1DArrayCal& ca
     return darr_c1DArray(std::span<const double>(values), cal);
 }
 
+/// A standard error to either side of each width, where its dot is.
+std::vector<Bar> barsOf(const std::vector<Width>& widths, const cal_c1DArrayCal& cal) {
+    std::vector<Bar> bars;
+    for (const Width& width : widths) {
+        const double index = std::round((width.position - cal.Position(0)) / cal.Delta());
+        bars.push_back({cal.Position(0) + index * cal.Delta(), width.value - width.error,
+                        width.value + width.error});
+    }
+    return bars;
+}
+
 } // namespace
 
 void stepWidths(Story& story) {
@@ -98,14 +109,14 @@ void stepWidths(Story& story) {
             tellDetector(story);
     }
     const darr_c1DArray& counts = story.spectrum.counts;
-    teller.Draw({"The widths of single lines, and their law.",
+    teller.Draw({"The widths of single lines with their standard errors, and their law.",
                  {Diagram{{.title = "",
                            .x = axisLabel(story.spectrum),
                            .y = "full width" +
                                 (story.spectrum.unit.empty() ? "" : " / " + story.spectrum.unit)},
                           {{"law", curveOf(law, counts.Cal(), counts.Size())},
                            {"single lines", dotsOf(analysis.widths, counts.Cal(), counts.Size()),
-                            Style::dots}}}}});
+                            Style::points, barsOf(analysis.widths, counts.Cal())}}}}});
 }
 
 } // namespace tour

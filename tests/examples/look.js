@@ -83,6 +83,11 @@ const done = arguments[1], width = arguments[0];
               `${name}: a curve is lost in a band`);
       ++pictures;
     }
+    for (const name of svg.querySelectorAll('text.mark'))
+      for (const curve of curves)
+        check(getComputedStyle(name).display === 'none' ||
+              curve.getBoundingClientRect().top >= name.getBoundingClientRect().bottom,
+              `${name.textContent} stands in a curve`);
     const seen = [...svg.querySelectorAll('text')].filter(t => getComputedStyle(t).display !== 'none')
       .map(t => [t, t.getBoundingClientRect()]);
     for (const [text, at] of seen)

@@ -3,8 +3,10 @@ pictures are whole. In a browser, on a telephone and on a desktop, light and dar
 the window, and nothing is asked for."""
 import base64
 import json
+import math
 import os
 import pathlib
+import random
 import re
 import struct
 import xml.etree.ElementTree as ElementTree
@@ -69,7 +71,7 @@ def check_pictures(page):
             assert svg.get("role") == "img" and len(svg.get("aria-label", "")) > 40
             names = [text for text in svg.iter("text") if "name" in text.get("class", "")]
             assert len(names) >= 2 and all(map(text_of, names))
-            assert len([text for text in svg.iter("text") if text.get("class") in ("left", "below")]) >= 4
+            assert len([text for text in svg.iter("text") if text.get("class", "").split()[:1] in (["left"], ["below"])]) >= 4
             images = [size_of_png(image.get("href")) for image in svg.iter("image")]
             paths = [(path.get("class", ""), path.get("d")) for path in svg.iter("path")]
             curves = [(kind, d) for kind, d in paths if "curve" in kind]
@@ -133,6 +135,59 @@ def test_file_of_strange_input(tour, tmp_path):
     assert text_of(page.findall("body/header//td")[1]) == f"{tmp_path}/<b>&amp;\"' ä � ���"
 
 
+def spectrum(file, begin, step, size, lines, head="x, counts", level=200):
+    """Gaussian lines (position, width, height) over a level, without noise."""
+    def value(x):
+        return level + sum(height * math.exp(-4 * math.log(2) * ((x - at) / width) ** 2) for at, width, height in lines)
+    positions = [begin + i * step for i in range(size)]
+    file.write_text(f"{head}\n" + "".join(f"{x:.6g},{value(x):.0f}\n" for x in positions))
+    return file
+
+
+def test_names_of_lines(tour, tmp_path):
+    """Where there is room for one name only the stronger line has it, and no curve runs through a name."""
+    file = spectrum(tmp_path / "s", 0, 1, 1000, [(300, 6, 900), (312, 6, 40000), (600, 6, 5000), (613, 6, 700)])
+    assert tour("--spectrum", file).returncode == 0
+    figures = [svg for svg in parsed(tmp_path / "tour-out/report.html").iter("svg") if svg.find("text[@class='mark']") is not None]
+    assert figures
+    for svg in figures:
+        names = svg.findall("text[@class='mark']")
+        assert [round(float(name.text)) for name in sorted(names, key=lambda name: float(name.text))] == [312, 600]
+        lowest = max(float(re.search(r"translate\(\S+ (\S+)\)", name.get("transform"))[1]) for name in names)
+        for path in svg.findall("path"):
+            if "curve" in path.get("class"):
+                assert min(float(y) for y in re.findall(r"[ML][\d.]+ ([\d.]+)", path.get("d"))) > lowest
+
+
+def test_values_that_are_no_counts(tour, tmp_path):
+    """A difference has negative values and no counts: no axis speaks of these, and nothing is cut by a logarithm."""
+    random.seed(3)
+    lines = [200 * math.exp(-4 * math.log(2) * ((x - 300) / 8) ** 2) for x in range(1000)]
+    (tmp_path / "s").write_text("".join(f"{line - 5 + random.gauss(0, 1):.3f}\n" for line in lines))
+    done = tour("--spectrum", "s")
+    assert done.returncode == 0 and "net > 5 x the noise of a value holds in" in " ".join(done.stdout.split())
+    page = parsed(tmp_path / "tour-out/report.html")
+    step = next(section for section in page.iter("section") if "Ranges, a polynomial" in text_of(section.find("h2")))
+    assert step.find(".//figure") is not None
+    assert "counts per channel" not in text_of(page)
+    labels = [svg.get("aria-label", "") for svg in page.iter("svg")]
+    assert [label for label in labels if "logarithmic" in label and "frequency" not in label] == []
+
+
+def test_errors_are_drawn(tour, tmp_path):
+    assert tour().returncode == 0
+    page = parsed(tmp_path / "tour-out/report.html")
+    step = next(section for section in page.iter("section") if "The widths of the lines" in text_of(section.find("h2")))
+    bars, = [path for path in step.iter("path") if "bars" in path.get("class", "")]
+    points, = [path for path in step.iter("path") if "points" in path.get("class", "") and path.get("d").count("M") > 3]
+    ends = re.findall(r"M(\S+) ([\d.]+)L(\S+) ([\d.]+)", bars.get("d"))
+    assert len(ends) == points.get("d").count("M") == len(step.findall(".//tbody/tr"))
+    at = {x: float(y) for x, y in re.findall(r"M(\S+) ([\d.]+)h0", points.get("d"))}
+    for x, low, same, high in ends:
+        nearest = min(at, key=lambda other: abs(float(other) - float(x)))
+        assert x == same and abs(float(nearest) - float(x)) < 1 and (float(low) + float(high)) / 2 == pytest.approx(at[nearest], abs=0.2)
+
+
 # ---- In a browser ------------------------------------------------------------------------------------------------------
 
 @pytest.fixture(scope="module")
@@ -157,10 +212,15 @@ def complaints(chromium, url):
 
 @pytest.mark.parametrize("arguments", [
     [],
+    ["--spectrum", "levels"],
+    ["--spectrum", "edge"],
     pytest.param(["--spectrum", DATA / "spectra/xrf_standard.csv", "--image", DATA / "images/elevation.pgm"], marks=MEASURED),
     pytest.param(["--spectrum", DATA / "spectra/steel_eds.csv", "--unit", "keV", "--calibration", "-0.00413,0.0119233"], marks=MEASURED),
-], ids=["sample", "channels", "keV"])
+], ids=["sample", "corner", "edge", "channels", "keV"])
 def test_browser(chromium, tour, tmp_path, arguments):
+    # Labels in the corner of two axes, and at the end of one.
+    spectrum(tmp_path / "levels", 280, 0.05, 400, [(284.8, 1.1, 8000), (286.3, 1.1, 2500), (288.9, 1.2, 1200)])
+    spectrum(tmp_path / "edge", 6300, 0.25, 801, [(6403.8, 4, 9000), (6390.8, 4.2, 4500)], level=50)
     assert tour(*arguments).returncode == 0
     url = (tmp_path / "tour-out/report.html").as_uri()
     for width, height in ((390, 844), (320, 640), (768, 1024), (1280, 900)):
