@@ -48,6 +48,16 @@ inline constexpr bool arit_widens = std::is_integral_v<Stored> &&
                                      std::is_same_v<T, short>)&&sizeof(Stored) <= 2 &&
                                     sizeof(Stored) < sizeof(T);
 
+/// Whether there is a loop for a result of type T over what is stored as A and B. Everything else
+/// is converted in blocks first.
+///
+///     T       A and B                                           operations
+///     any     both T                                            all, of the types with loops
+///     float   one float, one an integer of 8 or 16 bits         all
+///     float   both the same integer of 8 or 16 bits             multiply, divide
+///     int     int or an integer of 8 or 16 bits, but for two    add, subtract, multiply
+///             that differ and are both small
+///     short   the same with short and integers of 8 bits        add, subtract
 template<class T, class A, class B, arit_eOperation operation>
 inline constexpr bool arit_exists = [] {
     constexpr bool wideningA = arit_widens<T, A>, wideningB = arit_widens<T, B>;
