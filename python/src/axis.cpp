@@ -68,6 +68,53 @@ double shortest(double value, double slack) {
     return value;
 }
 
+/// How far points spread across lines of one slope, and where the line in their middle begins.
+struct sBand {
+    double width;
+    double offset;
+};
+
+sBand bandOf(const double* at, py::ssize_t n, double slope) {
+    double least = at[0], most = at[0];
+    for (py::ssize_t i = 1; i < n; ++i) {
+        const double start = at[i] - static_cast<double>(i) * slope;
+        least = std::min(least, start);
+        most = std::max(most, start);
+    }
+    return {most - least, least + (most - least) / 2};
+}
+
+/// The slope of the line whose largest distance from the points is the smallest; `ends` is that
+/// from the first to the last one.
+double nearestSlope(const double* at, py::ssize_t n, double ends) {
+    // Of another slope the band is as wide as first and last point lie apart across it, at least.
+    const double reach = bandOf(at, n, ends).width / static_cast<double>(n - 1);
+    double low = ends - reach, high = ends + reach;
+    for (int step = 0; step < 100; ++step) { // the width is convex in the slope
+        const double third = (high - low) / 3;
+        if (bandOf(at, n, low + third).width < bandOf(at, n, high - third).width)
+            high -= third;
+        else
+            low += third;
+    }
+    return low + (high - low) / 2;
+}
+
+/// The calibration of fewest digits within `slack` of a line, at n elements.
+cal_cArrayCal shortest(double offset, double delta, double slack, py::ssize_t n) {
+    // Half of what is allowed goes to the delta, which counts once per element, half to the offset.
+    return {shortest(offset, slack / 2), shortest(delta, slack / 2 / static_cast<double>(n - 1)),
+            0};
+}
+
+/// The first position further than `slack` from where an axis has it; n where there is none.
+py::ssize_t firstOff(const cal_cArrayCal& cal, const double* at, py::ssize_t n, double slack) {
+    py::ssize_t i = 0;
+    while (i < n && std::fabs(cal.Position(i) - at[i]) <= slack)
+        ++i;
+    return i;
+}
+
 sAxis fromPositions(const py::object& positions, double tolerance, const py::object& name,
                     const py::object& unit) {
     if (!(tolerance >= 0))
@@ -91,15 +138,18 @@ sAxis fromPositions(const py::object& positions, double tolerance, const py::obj
     if (!std::isfinite(measured))
         throw py::value_error("positions that far apart have no finite delta");
     const double slack = tolerance * std::fabs(measured);
-    // Half of what is allowed goes to the delta, which counts once per element, half to the offset.
-    const double delta = shortest(measured, slack / 2 / static_cast<double>(n - 1));
-    const double offset = shortest(at[0], slack / 2);
-    const cal_cArrayCal cal(offset, delta, 0);
-    for (py::ssize_t i = 0; i < n; ++i)
-        if (std::fabs(cal.Position(i) - at[i]) > slack)
-            throw py::value_error("position " + std::to_string(i) +
-                                  " is off the straight line by more than " + told(tolerance) +
-                                  " elements");
+    cal_cArrayCal cal = shortest(at[0], measured, slack, n);
+    // The nearest line has a band of half the width at least.
+    if (firstOff(cal, at, n, slack) < n && bandOf(at, n, measured).width <= 4 * slack) {
+        const double slope = nearestSlope(at, n, measured);
+        const sBand band = bandOf(at, n, slope);
+        cal = shortest(band.offset, slope, std::max(slack - band.width / 2, 0.0), n);
+    }
+    const py::ssize_t off = firstOff(cal, at, n, slack);
+    if (off < n)
+        throw py::value_error("position " + std::to_string(off) +
+                              " is off the straight line by more than " + told(tolerance) +
+                              " elements");
     return {cal, labels};
 }
 
@@ -184,7 +234,9 @@ are no text.
                     R"(The axis of elements at these positions.
 
 The delta and the offset are the shortest decimals that leave every position within `tolerance` elements
-of where it was. ValueError for positions that are not finite or not evenly spaced, for none, and for a negative
+of where it was: on the line from the first to the last one, or where that leaves some out, on the one that is nearest
+to all. Positions that were rounded when they were written want a tolerance of half of what they were rounded to, in
+elements. ValueError for positions that are not finite or not evenly spaced, for none, and for a negative
 tolerance; TypeError for masked ones and for what is no real number, such as dates.
 
     >>> import numpy as np, dataprocessing as dp

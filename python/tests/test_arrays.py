@@ -10,7 +10,7 @@ import dataprocessing as dp
 import numpy as np
 import pytest
 from conftest import INTEGERS, REALS, SAMPLES, sample
-from hypothesis import given
+from hypothesis import assume, given
 from hypothesis import strategies as st
 from hypothesis.extra import numpy as hnp
 
@@ -427,6 +427,21 @@ class TestAxis:
         axis = dp.Axis(1, 2, 3, "n", "u")
         assert axis == pickle.loads(pickle.dumps(axis)) and hash(axis) == hash(dp.Axis(1, 2, 3, "n", "u"))
         assert axis != dp.Axis(1, 2, 3) and axis != 5 and eval(repr(axis), {"Axis": dp.Axis}) == axis
+
+    def test_is_found_from_rounded_positions(self):
+        exact = dp.Axis(-0.2, 0.0098).positions(1017)  # printed with two decimals
+        axis = dp.Axis.from_positions(np.round(exact, 2), tolerance=0.6)
+        assert abs(axis.delta - 0.0098) < 1e-5 and np.abs(axis.positions(1017) - np.round(exact, 2)).max() <= 0.6 * axis.delta
+        with pytest.raises(ValueError, match="off the straight line"):
+            dp.Axis.from_positions(np.round(exact, 2), tolerance=0.3)
+
+    @given(st.floats(-10, 10), st.floats(0.1, 3), st.booleans(), st.integers(2, 60))
+    def test_is_found_wherever_there_is_a_line(self, offset, delta, is_downward, count):
+        written = np.round((offset + delta * np.arange(count)) * (-1 if is_downward else 1), 1)
+        assume(written[0] != written[-1])
+        step = abs(written[-1] - written[0]) / (count - 1)
+        axis = dp.Axis.from_positions(written, tolerance=0.0501 / step)
+        assert np.abs(axis.positions(count) - written).max() <= 0.0502
 
     @pytest.mark.parametrize("delta", [0.01, 0.1, 0.005, -0.05, 25.0, 1 / 3])
     @pytest.mark.parametrize("kind", ["f4", "f8"])
