@@ -31,6 +31,17 @@ def test_floors():
     assert [(path, folder) for path, folder in arrows if floors[folder] > floors.get(path.parts[0], len(floors))] == []
 
 
+def test_versions():
+    """One version, wherever it is told."""
+    version = re.search(r"^project\(DataProcessing VERSION (\S+)", (SOURCE / "CMakeLists.txt").read_text(), re.M)[1]
+    told = {"pyproject.toml": r'^version = "(.*)"$', "python/dataprocessing/__init__.py": r'^__version__ = "(.*)"$'}
+    for path, pattern in told.items():
+        assert re.findall(pattern, (SOURCE / path).read_text(), re.M) == [version], path
+    major, minor, _ = version.split(".")
+    soname = f"{major}.{minor}" if major == "0" else major
+    assert re.findall(r"libDataProcessing\.so\.([\d.]*\d)", (SOURCE / "README.md").read_text()) == [soname]
+
+
 def test_pictures(tmp_path):
     subprocess.run([os.environ["PICTURES"], tmp_path], check=True)
     kept = SOURCE / "docs/pictures"
