@@ -49,8 +49,8 @@ struct maps_sPeakOptions {
 /// Where the results of a fit of peaks go: maps_sPlanes, with a value for each parameter of the
 /// model in the model's order, and those of the peaks.
 struct maps_sPeakPlanes : maps_sPlanes {
-    std::span<double> areas;      ///< The area of each peak.
-    std::span<double> areaErrors; ///< Its standard error.
+    std::span<double> areas = {};      ///< The area of each peak.
+    std::span<double> areaErrors = {}; ///< Its standard error.
 };
 
 /// The nonlinear fit of a pkmd_cModel to spectra one by one: what pkmd_Fit finds, within 1e-4

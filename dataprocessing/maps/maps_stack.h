@@ -92,9 +92,9 @@ enum maps_eStatus : unsigned char {
 /// not maps_Good have NaN in all other planes but the iterations; a fit of peaks says what it knows
 /// of undetermined ones.
 struct maps_sPlanes {
-    std::span<double> values;         ///< The parameters.
-    std::span<double> standardErrors; ///< Their standard errors.
-    std::span<double> chiSquared;     ///< What was made smallest.
-    std::span<int> iterations;        ///< Steps taken.
-    std::span<maps_eStatus> status;   ///< What became of it.
+    std::span<double> values = {};         ///< The parameters.
+    std::span<double> standardErrors = {}; ///< Their standard errors.
+    std::span<double> chiSquared = {};     ///< What was made smallest.
+    std::span<int> iterations = {};        ///< Steps taken.
+    std::span<maps_eStatus> status = {};   ///< What became of it.
 };

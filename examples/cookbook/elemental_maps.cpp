@@ -1,5 +1,6 @@
 // A map of 12 by 16 spectra: counts of two elements in each, above a straight background, with
 // errors.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <vector>
@@ -27,12 +28,16 @@ int main() {
         channels, energies, {{5.215, 5.615}, {6.204, 6.604}},
         {maps_sBackground::Polynomial, {{5.0, 5.2}, {5.8, 6.1}, {6.7, 6.98}}});
     std::vector<double> sums(2 * stack.Spectra()), errors(2 * stack.Spectra()); // plane after plane
+    std::vector<maps_eStatus> status(stack.Spectra());
     maps_cWorkspace workspace;
-    windows.Run(stack, {sums, errors, {}, {}, {}}, workspace);
+    windows.Run(stack, {.values = sums, .standardErrors = errors, .status = status}, workspace);
     for (const std::size_t place : {std::size_t{0}, columns - 1, rows * columns - 1}) {
         const std::size_t iron = rows * columns + place;
         std::printf("row %zu, column %zu: Cr %.0f +- %.0f, Fe %.0f +- %.0f\n", place / columns,
                     place % columns, sums[place] + 0.0, errors[place], sums[iron] + 0.0,
                     errors[iron]);
     }
+    std::printf("%d of %zu spectra have a result\n",
+                static_cast<int>(std::count(status.begin(), status.end(), maps_Good)),
+                status.size());
 }

@@ -19,5 +19,6 @@ maps = dp.maps.integrate(counts, windows, axis, background="polynomial", ranges=
 for row, column in ((0, 0), (0, 15), (11, 15)):
     told = [f"{name} {maps[name][row, column]:.0f} +- {maps.errors[name][row, column]:.0f}" for name in ("Cr", "Fe")]
     print(f"row {row}, column {column}: {', '.join(told)}")
+print(f"{(maps.status == dp.maps.Status.GOOD).sum()} of {maps.status.size} spectra have a result")
 
 dp.Array2D(maps["Fe"], name="Fe").plot().figure.savefig("elemental_maps.png")

@@ -18,9 +18,13 @@ int main() {
     try {
         const darr_c1DArray quotient =
             spectrum / darr_c1DArray({1.0, 0.0}, cal_c1DArrayCal(0, 0.01, 0));
-    } catch (const expt_cUserException&
-                 refusal) { // what the data cause; a misuse is a program exception
+    } catch (const expt_cUserException& refusal) { // what the data cause
         std::printf("refused: %s\n", refusal.Message().Text());
+    }
+    try { // a misuse, as the two files were that a person chose
+        regs_Register(spectrum, resc_Rescale(spectrum, 0.02));
+    } catch (const expt_cProgramException& refusal) { // of every kind
+        std::printf("refused: %s\n", refusal.what());
     }
     std::printf("%.0f counts, as before\n", stat_Sum(spectrum).As<double>());
 

@@ -8,8 +8,12 @@ import numpy as np
 spectrum = dp.Array1D(np.loadtxt("spectrum.txt"), dp.Axis(0.0, 0.01, unit="keV"))
 try:
     spectrum / dp.Array1D([1.0, 0.0], dp.Axis(0.0, 0.01))
-except dp.DataError as refusal:  # what the data cause; a misuse is a ProgramError
+except dp.DataError as refusal:  # what the data cause
     print(f"refused: {refusal.message}")
+try:  # a misuse, as the two files were that a person chose
+    dp.register(dp.rescale(spectrum, 0.02), spectrum)
+except (dp.DataProcessingError, ValueError) as refusal:  # of every kind
+    print(f"refused: {refusal}")
 print(f"{spectrum.sum():.0f} counts, as before")
 
 

@@ -16,7 +16,7 @@ std::vector<double> numbersOf(const char* name) {
 int main() {
     const darr_c1DArray spectrum(numbersOf("spectrum.txt"), cal_c1DArrayCal(0, 0.01, 0));
     pkmd_cModel model;
-    model.AddPeak(pkmd_Gaussian, 6.40, 800, 0.06); // position, height, width
+    model.AddPeak(pkmd_Gaussian, 6.40, 800, 0.06); // position, height, deviation
     model.AddPeak(pkmd_Gaussian, 7.06, 100, 0.06);
     model.AddPolynomial({20, 0}, 6.7);
     const pkmd_sResult found = pkmd_Fit(model, spectrum, {.from = 6.05, .to = 7.25});

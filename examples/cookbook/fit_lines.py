@@ -5,7 +5,7 @@ import numpy as np
 
 spectrum = dp.Array1D(np.loadtxt("spectrum.txt"), dp.Axis(0.0, 0.01, unit="keV"))
 model = dp.fitting.PeakModel()
-model.peak("gaussian", 6.40, 800, 0.06, name="Fe Ka")  # position, height, width
+model.peak("gaussian", 6.40, 800, 0.06, name="Fe Ka")  # position, height, deviation
 model.peak("gaussian", 7.06, 100, 0.06, name="Fe Kb")
 model.polynomial([20, 0], reference=6.7)
 fit = dp.fitting.peaks(spectrum, model, over=(6.05, 7.25))

@@ -19,6 +19,8 @@ int main() {
         rcrd_Save(file, spectrum);
     }
     std::ifstream file("spectrum.rec", std::ios::binary);
+    if (!file)
+        return 1; // or the next line says that there is nothing more to load
     darr_c1DArray loaded;
     rcrd_Load(file, loaded);
     std::printf("%d elements, delta %g\n", loaded.Size(), loaded.Cal().Delta());

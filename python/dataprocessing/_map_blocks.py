@@ -34,7 +34,7 @@ class Status(enum.IntEnum):
     NOT_FINITE = 1
     """A value that was needed is NaN or infinite, or too large or too small to be squared."""
     EMPTY = 2
-    """All values that were needed are 0."""
+    """All values that were needed are 0, where something is fitted to them."""
     NEGATIVE = 3
     """A value is negative where only counts will do."""
     NOT_CONVERGED = 4

@@ -182,7 +182,8 @@ class Range:
     def on_change(self, function: Callable[[Range], object]) -> Subscription:
         """Calls ``function(range)`` after every change, until the subscription is cancelled.
 
-        What the function raises comes through at the change. TypeError at the first change for what cannot be called.
+        What the function raises comes through at the change: the range has changed all the same, and functions that
+        asked later are not called. TypeError at the first change for what cannot be called.
 
             >>> import dataprocessing as dp
             >>> window = dp.Range(0, 1)

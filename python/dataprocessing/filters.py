@@ -133,8 +133,8 @@ def rebin(a: Any, to: Any, delta_y: float | None = None) -> Any:
     """What was counted, divided among other bins: of width ``to``, or those of another array.
 
     Of an image ``to`` is the delta along x, ``delta_y`` that along y (the same, if None). Each new element gets the
-    share of the old ones that it overlaps, so that the sum stays. Integers give float64. ProgramError for deltas that
-    are not positive and finite, UnitError for axes of two units. ``to`` is in units of the axis; name and unit stay.
+    share of the old ones that it overlaps, so that the sum stays. Integers give float64. ProgramError for a delta that is
+    0, not finite, or whose sign is not that of the axis, UnitError for axes of two units. ``to`` is in units of the axis; name and unit stay.
     TypeError for what is no array and for other dimensions.
 
         >>> import dataprocessing as dp

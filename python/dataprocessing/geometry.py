@@ -1,7 +1,7 @@
 """Images turned, sheared, mirrored and resized; profiles out of images; axes mapped to other units.
 
-Points are (x, y), angles are radians and counter-clockwise. Warps take the nearest element, as the C++
-library does. Axes may run downward: what a warp makes is then on such axes, and every element lies where it would on
+Points are (x, y), angles are radians and counter-clockwise. Warps (``rotate``, ``shear``, ``flip``, ``resize``) take the
+nearest element, as the C++ library does; ``rotate_to``, ``shear_to``, ``resize_to`` and ``map_to`` interpolate. Axes may run downward: what a warp makes is then on such axes, and every element lies where it would on
 axes that run upward.
 """
 

@@ -147,7 +147,8 @@ def integrate(
 
     ``windows`` are pairs, ends included, by name in a dict, or in a list, where they are called "window 1" and so on.
     Sums are of values, not of areas. Standard errors are those of counts, whose variance is the value itself where
-    that is positive and otherwise 0, and include that of the background. Channels in no window and no range may hold
+    that is positive and otherwise 0, and include that of the background. A spectrum of zeros is GOOD, 0 with the error 0,
+    but over a power law EMPTY: leave zeros out of weighted means. Channels in no window and no range may hold
     anything. ProgramError for windows and ranges without channels, or too few of them. Windows and ranges are in units
     of the axis, sums in those of the values.
 
@@ -260,6 +261,9 @@ def peaks(
     errors: str = "nan",
 ) -> Planes:  # fmt: skip
     """A sum of peaks and backgrounds, fitted to every spectrum as :func:`dataprocessing.fitting.peaks` does.
+
+    But for channels that are NaN or infinite: a single fit leaves them out, here they make a spectrum NOT_FINITE, unless
+    they are outside ``over`` or have the weight 0 in least squares.
 
     The parameters have the model's names, ``areas`` and ``area_errors`` those of its peaks. Gaussian peaks over a
     line, a constant or nothing take a tenth of the time of other models; they agree with the fit of a single spectrum

@@ -118,7 +118,7 @@ def test_everything_public_tells_its_shapes_units_and_errors(what):
     assert silent == set(NOTHING_TO_TELL[what].split())
 
 
-@pytest.mark.parametrize(("page", "least"), [("docs/python.md", 10), ("docs/index.md", 5), ("README.md", 4)])
+@pytest.mark.parametrize(("page", "least"), [("docs/python.md", 10), ("docs/index.md", 5), ("README.md", 4), ("docs/streams.md", 6)])
 def test_samples_of_the_guide(page, least):
     path = pathlib.Path(__file__).parents[2] / page
     blocks = re.findall(r"^```python\n(.*?)^```", path.read_text(), re.M | re.S)
