@@ -234,8 +234,8 @@ def _profile(image: Array2D, rect: Any) -> Array1D:
         around = tuple(zip(*rect.corners))
         (left, right), (bottom, top) = ((min(ends), max(ends)) for ends in around)
         near = image.sel(Rect(left - x.delta, bottom - y.delta, right + 2 * x.delta, top + 2 * y.delta), rule="outer")
-        if near.size:
-            image = (near.astype("f8") if near.dtype.kind in "iu" else near).rescale(delta, delta)
+        part = near if near.size else image[:1, :1]  # what lies outside is 0
+        image = (part.astype("f8") if part.dtype.kind in "iu" else part).rescale(delta, delta)
     return _from_zero(_core.proj_project(image, rect))
 
 

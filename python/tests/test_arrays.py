@@ -452,7 +452,43 @@ class TestAxis:
         if delta != 1 / 3:
             assert axis.delta == delta
 
+    @pytest.mark.parametrize("digits", [0.01, 0.02, 0.005])
+    @pytest.mark.parametrize("first, delta, count", [(-0.2, 0.0098, 1017), (5.0, -0.0131, 300), (1e3, 0.3123, 150)])
+    def test_is_found_from_rounded_positions(self, first, delta, count, digits):
+        """The line that made them is within half a digit of all of them, whatever the ends were rounded to."""
+        x = np.round((first + delta * np.arange(count)) / digits) * digits
+        tolerance = 1.02 * digits / 2 / abs(delta)
+        axis = dp.Axis.from_positions(x, tolerance)
+        assert np.abs(axis.positions(count) - x).max() <= tolerance * abs(delta) * 1.05
+        with pytest.raises(ValueError, match="off the straight line"):
+            dp.Axis.from_positions(x, tolerance / 3)
+
+    @given(hnp.arrays("i4", st.integers(2, 30), elements=st.integers(-50, 50)), st.floats(0.1, 3.0))
+    def test_a_line_is_found_where_there_is_one(self, off, tolerance):
+        """Beside the line that a linear program finds nearest to all positions."""
+        linprog = pytest.importorskip("scipy.optimize").linprog
+        i = np.arange(len(off))
+        x = 10.0 * i + off
+        ones = np.ones(len(i))
+        rows = np.concatenate([np.stack([ones, i, -ones], 1), np.stack([-ones, -i, -ones], 1)])
+        found = linprog([0, 0, 1], rows, np.concatenate([x, -x]), bounds=[(None, None), (None, None), (0, None)])
+        within = tolerance * abs(x[-1] - x[0]) / (len(x) - 1)
+        try:
+            axis = dp.Axis.from_positions(x, tolerance)
+        except ValueError:
+            assert found.fun > within * (1 - 1e-6) or x[0] == x[-1]
+        else:
+            assert np.abs(axis.positions(len(x)) - x).max() <= within * (1 + 1e-9)
+
     @pytest.mark.parametrize("x", [[], [0, 1, 3], [0, np.nan, 2], [1, 1, 1], [[0, 1]]])
     def test_is_not_found_where_there_is_none(self, x):
         with pytest.raises(ValueError):
             dp.Axis.from_positions(np.array(x, dtype="f8"))
+
+
+@pytest.mark.parametrize("kind", [dp.Array1D, dp.Array2D, dp.Mask1D, dp.Mask2D])
+def test_what_is_left_to_numpy(kind):
+    """Its functions see elements, and += binds a new array."""
+    assert not issubclass(kind, np.ndarray)
+    for name in ("__array_function__", "__array_namespace__", "__iadd__", "__isub__", "__imul__", "__itruediv__", "__ipow__", "__iand__"):
+        assert not hasattr(kind, name)

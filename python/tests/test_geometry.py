@@ -107,6 +107,24 @@ def test_profiles_are_those_between_their_points(line, deltas, dtype):
         assert fine.angle == 0 or np.allclose(dp.project(image, fine).values, profile.values, rtol=1e-5, atol=1e-3)
 
 
+def test_profiles_of_different_deltas_are_at_the_finer_one():
+    image = dp.Array2D(np.repeat(np.arange(10, dtype="u1")[:, None], 20, axis=1), (dp.Axis(0.0, 0.4), dp.Axis(0.0, 0.2)))
+    profile = dp.line_scan(image, (2.0, 0.8), (2.0, 2.4))
+    assert profile.axis.delta == 0.2 and profile.values.tolist() == [2, 2.5, 3, 3.5, 4, 4.5, 5, 5.5]
+    there, back = (dp.line_scan(dp.Array2D(image.values.T.copy(), image.axes[::-1]), *points) for points in [((0.8, 2), (2.4, 2)), ((2.4, 2), (0.8, 2))])
+    assert there.axis == back.axis == dp.Axis(0.0, 0.4) and there.values.tolist() == [2, 3, 4, 5] and back.values.tolist() == [6, 5, 4, 3]
+
+
+def test_profiles_outside_are_as_long_as_their_line():
+    uneven, even = (dp.Array2D(np.ones((9, 9)), (dp.Axis(0.0, delta), dp.Axis(0.0, 0.5))) for delta in (0.25, 0.5))
+    for line in (((20, 20), (22, 25)), ((-20, 2), (-20, 9)), ((3, 30), (3, 20))):
+        for image in (uneven, even):
+            profile = dp.line_scan(image, *line)
+            assert not profile.values.any() and profile.range.end == pytest.approx(math.dist(*line), abs=0.5)
+    with pytest.raises(dp.DataProcessingError):
+        dp.line_scan(dp.Array2D(np.ones((0, 9)), uneven.axes), (0, 0), (1, 1))
+
+
 def test_a_ridge_is_found_where_it_is():
     y, x = dp.Axis(0.0, 0.25), dp.Axis(-12.5, 0.4)
     rows, columns = np.meshgrid(y.positions(400), x.positions(200), indexing="ij")
