@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "dataprocessing/algebra/nlsq_refusal.h"
+#include "dataprocessing/fitting/pkmd_centre.h"
 #include "dataprocessing/fitting/pkmd_equations.h"
 #include "dataprocessing/fitting/pkmd_places.h"
 #include "dataprocessing/valuemodel/cal_section.h"
@@ -365,14 +366,16 @@ pkmd_sChannels channelsOf(const darr_c1DArray& spectrum, const pkmd_sOptions& op
     return channels;
 }
 
-/// A control whose observer is told the widths that follow a law, too.
-nlsq_sControl telling(const pkmd_cModel& model, const nlsq_sControl& control) {
+/// A control whose observer is told the model's parameters, widths that follow a law included.
+nlsq_sControl telling(const pkmd_cModel& model, const pkmd_cCentre& centre,
+                      const nlsq_sControl& control) {
     nlsq_sControl result = control;
-    if (control.observer && model.WidthLaw().first >= 0)
-        result.observer = [&model, &control,
+    if (control.observer && (model.WidthLaw().first >= 0 || !centre.IsThere()))
+        result.observer = [&model, &centre, &control,
                            all = std::vector<double>()](const nlsq_sIteration& at) mutable {
             all.assign(at.parameters.begin(), at.parameters.end());
             pkmd_ApplyWidthLaw(model, all);
+            centre.ToModel(all);
             nlsq_sIteration told = at;
             told.parameters = all;
             return control.observer(told);
@@ -465,12 +468,16 @@ pkmd_sResult dataprocessing::detail::pkmd_FitFrom(const pkmd_cModel& model,
                       !(channels.x.front() > 0 && channels.x.back() > 0),
                   9, "A power law needs positive positions.");
 
-    const nlsq_cParameters parameters(starts, kinds);
-    pkmd_cEquations equations(model, channels, parameters, options.windows);
+    const pkmd_cCentre centre(model, kinds, channels.x.front(), channels.x.back());
+    std::vector<double> from(starts.begin(), starts.end());
+    centre.ToMiddle(from);
+    const nlsq_cParameters parameters(from, kinds);
+    pkmd_cEquations equations(model, channels, parameters, options.windows, centre.Axes());
     pkmd_sResult result;
     result.channels = static_cast<int>(channels.taking);
-    result.fit = nlsq_Minimise(equations, parameters, telling(model, options.control),
+    result.fit = nlsq_Minimise(equations, parameters, telling(model, centre, options.control),
                                channels.taking, options.errors == nlsq_ErrorsFromScatter);
+    centre.ToModel(result.fit);
     spreadWidthLaw(model, result.fit);
     for (const pkmd_cModel::sPeak& peak : model.Peaks())
         result.peaks.push_back(peakOf(peak, result.fit));
@@ -480,6 +487,21 @@ pkmd_sResult dataprocessing::detail::pkmd_FitFrom(const pkmd_cModel& model,
 }
 
 namespace {
+
+/// A number to six digits, and on to the second one of its error.
+std::string withDigits(double value, double error) {
+    int digits = 6;
+    if (error > 0 && std::isfinite(error) && std::isfinite(value) && value != 0) {
+        constexpr int most = 17;
+        const double places =
+            std::floor(std::log10(std::fabs(value))) - std::floor(std::log10(error)) + 2;
+        digits = static_cast<int>(std::clamp(places, 6.0, static_cast<double>(most)));
+    }
+    std::ostringstream text; // in no language
+    text.imbue(std::locale::classic());
+    text << std::setprecision(digits) << value;
+    return text.str();
+}
 
 /// A text to the right of a column, with blanks before it and in place of control characters.
 std::string inColumn(std::string text) {
@@ -512,11 +534,8 @@ std::string pkmd_Report(const pkmd_sResult& result, const pkmd_sUnits& units) {
          << "chi-squared " << fit.chiSquared << ", " << result.channels << " channels, rank "
          << fit.rank << " of " << fit.free << ", reduced " << fit.ReducedChiSquared() << '\n';
 
-    const auto number = [&](double value) {
-        std::ostringstream alone;
-        alone.imbue(std::locale::classic());
-        alone << std::setprecision(6) << value;
-        text << inColumn(alone.str());
+    const auto number = [&](double value, double error) {
+        text << inColumn(withDigits(value, error));
     };
     if (!result.peaks.empty()) {
         text << "peak     position        error       height        error        width        "
@@ -533,10 +552,13 @@ std::string pkmd_Report(const pkmd_sResult& result, const pkmd_sUnits& units) {
         for (std::size_t k = 0; k < result.peaks.size(); ++k) {
             const pkmd_sPeak& peak = result.peaks[k];
             text << std::setw(4) << k;
-            for (const double value :
-                 {peak.position, peak.positionError, peak.height, peak.heightError, peak.width,
-                  peak.widthError, peak.area, peak.areaError})
-                number(value);
+            for (const auto& [value, error] :
+                 {std::pair{peak.position, peak.positionError},
+                  std::pair{peak.height, peak.heightError}, std::pair{peak.width, peak.widthError},
+                  std::pair{peak.area, peak.areaError}}) {
+                number(value, error);
+                number(error, 0);
+            }
             text << '\n';
         }
     }
@@ -545,7 +567,7 @@ std::string pkmd_Report(const pkmd_sResult& result, const pkmd_sUnits& units) {
     };
     for (std::size_t i = 0; i < result.names.size(); ++i) {
         text << std::left << std::setw(32) << result.names[i] << std::right;
-        number(fit.parameters[i]);
+        number(fit.parameters[i], fit.standardErrors[i]);
         if (isAmong(fit.atBound, i))
             text << "  at its bound";
         else if (fit.standardErrors[i] != 0 || isAmong(fit.undetermined, i))

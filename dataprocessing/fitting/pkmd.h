@@ -229,7 +229,8 @@ DATAPROCESSING_EXPORT pkmd_cModel pkmd_ModelOf(const darr_c1DArray& spectrum,
 /// How a model is fitted.
 struct pkmd_sOptions {
     /// What is made smallest. The likelihood is right for what was counted; least squares for what
-    /// was not.
+    /// was not. The likelihood needs a start that is positive at every channel: where a peak starts
+    /// below its background, begin with a higher background.
     nlsq_eObjective objective = nlsq_PoissonLikelihood;
     /// The weights of the channels for least squares, 1 / variance; empty for 1 / max(y, 1), those
     /// of counts, which pull an area down by about as much as chi-squared is large (see the guide).
@@ -285,7 +286,8 @@ struct pkmd_sUnits {
 };
 
 /// The report that is printed of a result, with a line of units below the heads of the table of
-/// peaks. Throws std::bad_alloc.
+/// peaks. Numbers have six digits, or as many as reach to the second one of their error. Throws
+/// std::bad_alloc.
 ///
 ///     std::cout << pkmd_Report(pkmd_Fit(model, spectrum), {"keV", "counts"});
 DATAPROCESSING_EXPORT std::string pkmd_Report(const pkmd_sResult& result,
@@ -306,7 +308,9 @@ DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sRe
 ///
 /// The steps are those of nlsq_Fit, with normal equations in place of orthogonal transformations:
 /// of directions in which the errors of the parameters, in units of those that they would have
-/// alone, exceed 1e7, the data are said to tell nothing. The bits of a result are the same at every
+/// alone, exceed 1e7, the data are said to tell nothing. Polynomials whose reference lies further
+/// from the channels than five times their range, and whose coefficients are all free, are fitted
+/// about their middle, which tells those of any distance apart. The bits of a result are the same at every
 /// instruction-set level, and whatever else is fitted before or beside it.
 ///
 /// Throws expt_cProgramException: ("pkmd", 5) when no channel takes part; 6 for weights of another

@@ -202,7 +202,8 @@ std::vector<nlsq_sParameter> pkmd_KindsOf(const pkmd_cModel& model, double delta
 }
 
 pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
-                                 const nlsq_cParameters& parameters, double reach)
+                                 const nlsq_cParameters& parameters, double reach,
+                                 const std::vector<pkmd_sAxis>& axes)
     : model_(model), channels_(channels), parameters_(parameters),
       isLikelihood_(channels.areCounts), p_(parameters.All()), terms_(p_.size()),
       columns_(p_.size()), reach_(reach), products_(p_.size() * p_.size()), slopes_(p_.size()) {
@@ -219,13 +220,13 @@ pkmd_cEquations::pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels&
     const double sum = std::accumulate(channels.y.begin(), channels.y.end(), 0.0);
     if (sum > 0)
         mean_ = sum / static_cast<double>(channels.taking);
-    LayBackgrounds();
+    LayBackgrounds(axes);
     constexpr double slack = 1.02;
     LayWindows(WindowsAt(parameters.Start(), slack));
 }
 
 /// Makes the columns of the backgrounds, and fills those that do not depend on the parameters.
-void pkmd_cEquations::LayBackgrounds() {
+void pkmd_cEquations::LayBackgrounds(const std::vector<pkmd_sAxis>& axes) {
     const std::size_t count = channels_.x.size();
     for (const pkmd_cModel::sPeak& peak : model_.Peaks())
         groups_.push_back({at(peak.first), pkmd_Columns(peak.shape), false});
@@ -249,7 +250,9 @@ void pkmd_cEquations::LayBackgrounds() {
     residuals_ = take(count);
     expectedWeights_ = take(count);
 
+    auto axis = axes.begin();
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
+        const auto [reference, scale] = *axis++;
         const bool isLinear = background.kind == pkmd_cModel::Polynomial ||
                               background.kind == pkmd_cModel::GivenCurve;
         for (int k = 0; isLinear && k < background.count; ++k) {
@@ -264,8 +267,7 @@ void pkmd_cEquations::LayBackgrounds() {
                 const double* const lower = columns_[at(background.first + k - 1)].data;
                 double* const power = columns_[at(background.first + k)].data;
                 for (std::size_t i = 0; i < count; ++i)
-                    power[i] =
-                        lower[i] * ((channels_.x[i] - background.reference) / background.scale);
+                    power[i] = lower[i] * ((channels_.x[i] - reference) / scale);
             }
             break;
         case pkmd_cModel::GivenCurve:

@@ -11,6 +11,7 @@
 #include "dataprocessing/algebra/nlsq_parameters.h"
 #include "dataprocessing/algebra/nlsq_steps.h"
 #include "dataprocessing/fitting/pkmd.h"
+#include "dataprocessing/fitting/pkmd_centre.h"
 #include "dataprocessing/fitting/pkmd_kernels.h"
 #include "dataprocessing/platform/memory.h"
 
@@ -86,9 +87,11 @@ pkmd_sResult pkmd_FitFrom(const pkmd_cModel& model, std::span<const double> star
 class pkmd_cEquations : public nlsq_cEquations {
 public:
     /// The model, channels and parameters have to outlive the equations. Peaks end `reach` widths
-    /// from their positions, further out only where they are high.
+    /// from their positions, further out only where they are high. Polynomials are those in the
+    /// given `axes`, one for each background.
     pkmd_cEquations(const pkmd_cModel& model, const pkmd_sChannels& channels,
-                    const nlsq_cParameters& parameters, double reach);
+                    const nlsq_cParameters& parameters, double reach,
+                    const std::vector<pkmd_sAxis>& axes);
 
     double Try(std::span<const double> q) override;
     void Accept() noexcept override { std::swap(here_, there_); }
@@ -141,7 +144,7 @@ private:
 
     bool Solve(double damping, std::span<const double> scale, double leastPivot,
                std::span<const char> isHeld, std::span<double> step);
-    void LayBackgrounds();
+    void LayBackgrounds(const std::vector<pkmd_sAxis>& axes);
     void LayWindows(std::vector<pkmd_sWindow> windows);
     std::vector<pkmd_sWindow> WindowsAt(std::span<const double> q, double slack);
     bool HasValue();

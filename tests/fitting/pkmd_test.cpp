@@ -483,6 +483,93 @@ TEST(PeakFit, BackgroundsCountedFromFarAwayEndAtTheBottom) {
         }
 }
 
+// Seconds since 1970, and few channels: the model about their middle is the same.
+TEST(PeakFit, BackgroundsCountedFromFarAwayAreThoseAboutTheMiddle) {
+    for (const double offset : {1e6, 1.7e9})
+        for (const int channels : {30, 100, 400})
+            for (const nlsq_eObjective objective : {nlsq_PoissonLikelihood, nlsq_LeastSquares})
+                for (const bool isCurved : {false, true}) {
+                    const double middle = offset + channels / 2.0;
+                    const double half = channels / 2.0;
+                    const auto modelAbout = [&](double reference, double scale) {
+                        pkmd_cModel model;
+                        model.AddPeak(pkmd_Gaussian, middle + 0.5, 250, 4.5);
+                        model.AddPolynomial(isCurved ? std::vector<double>{20, 0, 0}
+                                                     : std::vector<double>{20, 0},
+                                            reference, scale);
+                        return model;
+                    };
+                    pkmd_cModel truth;
+                    truth.AddPeak(pkmd_Gaussian, middle, 300, 5);
+                    truth.AddPolynomial({40, 15, 3}, middle, half);
+                    const Spectrum spectrum(truth, channels, cal_c1DArrayCal(offset, 1, 0), 7);
+                    pkmd_sOptions options;
+                    options.objective = objective;
+                    std::vector<double> told;
+                    options.control.observer = [&](const nlsq_sIteration& at) {
+                        told.assign(at.parameters.begin(), at.parameters.end());
+                        return nlsq_Continue;
+                    };
+                    const pkmd_cModel far = modelAbout(0, 2);
+                    const pkmd_sResult found = pkmd_Fit(far, spectrum.array, options);
+                    const std::vector<double> last = told;
+                    const pkmd_sResult near =
+                        pkmd_Fit(modelAbout(middle, half), spectrum.array, options);
+                    ASSERT_TRUE(found.fit.Converged() && near.fit.Converged());
+                    EXPECT_EQ(found.fit.rank, found.fit.free);
+                    EXPECT_THAT(found.fit.undetermined, IsEmpty());
+                    EXPECT_NEAR(found.fit.chiSquared, near.fit.chiSquared,
+                                1e-8 * near.fit.chiSquared);
+                    const pkmd_sPeak& a = found.peaks[0];
+                    const pkmd_sPeak& b = near.peaks[0];
+                    EXPECT_NEAR(a.area, b.area, 1e-5 * b.areaError);
+                    EXPECT_NEAR(a.areaError, b.areaError, 1e-5 * b.areaError);
+                    EXPECT_NEAR(a.positionError, b.positionError, 1e-5 * b.positionError);
+                    // The coefficient of the highest power is that of the scaled one.
+                    const std::size_t top = found.fit.parameters.size() - 1;
+                    const double scale = std::pow(2 / half, isCurved ? 2 : 1);
+                    const double error = near.fit.standardErrors[top] * scale;
+                    EXPECT_NEAR(found.fit.parameters[top], near.fit.parameters[top] * scale,
+                                1e-5 * error);
+                    EXPECT_NEAR(found.fit.standardErrors[top], error, 1e-5 * error);
+                    EXPECT_NEAR(found.fit.Correlation(1, static_cast<int>(top)),
+                                near.fit.Correlation(1, static_cast<int>(top)), 1e-5);
+                    // As an error of the curve in the middle, too.
+                    double variance = 0;
+                    for (std::size_t i = 3; i <= top; ++i)
+                        for (std::size_t j = 3; j <= top; ++j)
+                            variance +=
+                                std::pow(middle / 2, static_cast<double>(i + j) - 6) *
+                                found.fit.Covariance(static_cast<int>(i), static_cast<int>(j));
+                    if (offset < 1e7 && !isCurved)
+                        EXPECT_NEAR(std::sqrt(variance), near.fit.standardErrors[3],
+                                    1e-3 * near.fit.standardErrors[3]);
+                    EXPECT_NEAR(last[top], found.fit.parameters[top], 1e-3 * error);
+                }
+}
+
+TEST(PeakFit, PolynomialsThatAreHeldStayAsTheyAre) {
+    const std::vector<double> flat(100, 25.0);
+    const darr_c1DArray spectrum{std::span(flat), cal_c1DArrayCal(1e6, 1, 0)};
+    pkmd_cModel model;
+    const int first = model.AddPolynomial({20, 0, 0});
+    model.Fix(first);
+    EXPECT_EQ(pkmd_Fit(model, spectrum).fit.parameters[0], 20);
+    model.Bound(first, 21, 22);
+    const double bounded = pkmd_Fit(model, spectrum).fit.parameters[0];
+    EXPECT_TRUE(bounded >= 21 && bounded <= 22) << bounded;
+    model.Free(first);
+    // What follows a coefficient follows that of the model.
+    const int curve = model.AddCurve(spectrum, 1);
+    model.Tie(curve, first, 0.5);
+    const nlsq_sResult tied = pkmd_Fit(model, spectrum).fit;
+    EXPECT_EQ(tied.parameters[3], 0.5 * tied.parameters[0]);
+    // Powers that are too large to be moved.
+    pkmd_cModel steep;
+    steep.AddPolynomial({20, 0, 0, 0}, 0, 1e-30);
+    EXPECT_NO_THROW(pkmd_Fit(steep, spectrum));
+}
+
 TEST(PeakFit, AreaHasTheErrorOfItsParameters) {
     pkmd_cModel model = twoPeaks();
     const Spectrum spectrum(model, 200, keV, 5);
@@ -796,6 +883,30 @@ TEST(PeakFit, ReportTellsEverything) {
 }
 
 // Neighbours that overlap go together: the step of one is cut, that of the other counted on it.
+TEST(PeakFit, ReportsTellDigitsDownToTheError) {
+    pkmd_cModel model;
+    model.AddPeak(pkmd_Gaussian, 1.7e9 + 50.125, 1e4, 4);
+    model.AddPolynomial({20}, 1.7e9 + 50, 50);
+    const Spectrum spectrum(model, 100, cal_c1DArrayCal(1.7e9, 1, 0));
+    pkmd_sResult result = pkmd_Fit(model, spectrum.array);
+    result.peaks[0].position = result.fit.parameters[0] = 1700000050.125;
+    result.peaks[0].positionError = result.fit.standardErrors[0] = 0.0213;
+    result.peaks[0].height = 12345678.9;
+    result.peaks[0].heightError = 43.21;
+    const std::string report = pkmd_Report(result);
+    EXPECT_THAT(report, HasSubstr("   0 1700000050.125       0.0213     12345679        43.21"));
+    EXPECT_THAT(report,
+                HasSubstr("position of peak 0               1700000050.125 +-      0.0213"));
+    // Without an error, and with one that is larger.
+    result.fit.parameters[0] = 0.123456789;
+    result.fit.standardErrors[0] = 0;
+    EXPECT_THAT(pkmd_Report(result), HasSubstr("     0.123457  fixed"));
+    result.fit.standardErrors[0] = 12;
+    EXPECT_THAT(pkmd_Report(result), HasSubstr("     0.123457 +-          12"));
+    result.fit.standardErrors[0] = 1e-300;
+    EXPECT_THAT(pkmd_Report(result), HasSubstr(" 0.123456789 +-      1e-300"));
+}
+
 TEST(PeakFit, ReportsKeepTheirColumnsWhateverTheUnits) {
     const pkmd_sResult result = pkmd_Fit(twoPeaks(), Spectrum(twoPeaks(), 200, keV, 4).array);
     const auto unitsOf = [&](const pkmd_sUnits& units) {
@@ -1493,14 +1604,15 @@ TEST(PeakFit, WindowsReachFromOnePlaceToAnother) {
         EXPECT_TRUE(isCovered);
         return Place{chiSquared, {of.Gradient().begin(), of.Gradient().end()}, of.Curvature(ones)};
     };
-    pkmd_cEquations moving(model, channels, parameters, 5);
+    const std::vector<pkmd_sAxis> axes{{0, 1}};
+    pkmd_cEquations moving(model, channels, parameters, 5, axes);
     const Place before = placeAt(moving, from);
     moving.Try(to);
     EXPECT_FALSE(moving.Covers(to));
     moving.Cover(from, to);
     const Place there = placeAt(moving, to);
     const Place here = placeAt(moving, from);
-    pkmd_cEquations wide(model, channels, parameters, 80);
+    pkmd_cEquations wide(model, channels, parameters, 80, axes);
     for (const auto& [found, expected] :
          {std::pair{there, placeAt(wide, to)}, std::pair{here, placeAt(wide, from)}}) {
         EXPECT_NEAR(found.chiSquared, expected.chiSquared, 1e-6 * expected.chiSquared);
@@ -1515,7 +1627,7 @@ TEST(PeakFit, WindowsReachFromOnePlaceToAnother) {
     pkmd_cModel apart = model;
     apart.SetStarts(to);
     const nlsq_cParameters others(to, {});
-    pkmd_cEquations alone(apart, channels, others, 5);
+    pkmd_cEquations alone(apart, channels, others, 5, axes);
     EXPECT_NEAR(placeAt(moving, to).curvature, placeAt(alone, to).curvature, 1e-3);
 }
 

@@ -1,0 +1,101 @@
+#include "dataprocessing/fitting/pkmd_centre.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace dataprocessing::detail {
+
+namespace {
+
+/// The coefficients in v of a polynomial in u = a v + b: by Horner's scheme, which is multiplied by
+/// a v + b again and again.
+void substitute(std::span<double> c, double a, double b) {
+    for (std::size_t from = c.size(); from-- > 0;)
+        for (std::size_t k = from; k + 1 < c.size(); ++k)
+            c[k] += b * c[k + 1];
+    double power = 1;
+    for (double& element : c) {
+        element *= power;
+        power *= a;
+    }
+}
+
+bool isFree(const nlsq_sParameter& kind) {
+    return kind.kind == nlsq_sParameter::Moving && std::isinf(kind.lower) && std::isinf(kind.upper);
+}
+
+} // namespace
+
+pkmd_cCentre::pkmd_cCentre(const pkmd_cModel& model, std::span<const nlsq_sParameter> kinds,
+                           double from, double to) {
+    const double middle = from / 2 + to / 2;
+    const double half = std::fabs(to / 2 - from / 2);
+    for (const pkmd_cModel::sBackground& background : model.Backgrounds()) {
+        axes_.push_back({background.reference, background.scale});
+        const auto first = static_cast<std::size_t>(background.first);
+        const auto count = static_cast<std::size_t>(background.count);
+        const bool isAmong = std::any_of(kinds.begin(), kinds.end(), [&](const auto& kind) {
+            return kind.kind == nlsq_sParameter::Following && kind.to >= background.first &&
+                   kind.to < background.first + background.count;
+        });
+        const double a = half / background.scale;
+        const double b = (middle - background.reference) / background.scale;
+        constexpr double far = 10;
+        constexpr double large = 1e100;
+        if (background.kind != pkmd_cModel::Polynomial || count < 2 || isAmong || !(half > 0) ||
+            !(std::pow(std::max(std::fabs(b), std::fabs(b / a)), count) < large) ||
+            !(std::fabs(middle - background.reference) > far * half) ||
+            !std::all_of(kinds.begin() + background.first,
+                         kinds.begin() + background.first + background.count, isFree))
+            continue;
+        axes_.back() = {middle, half};
+        moved_.push_back({first, count, a, b});
+    }
+}
+
+void pkmd_cCentre::ToMiddle(std::span<double> p) const {
+    for (const sMoved& moved : moved_)
+        substitute(p.subspan(moved.first, moved.count), moved.a, moved.b);
+}
+
+void pkmd_cCentre::ToModel(std::span<double> p) const {
+    for (const sMoved& moved : moved_)
+        substitute(p.subspan(moved.first, moved.count), 1 / moved.a, -moved.b / moved.a);
+}
+
+void pkmd_cCentre::ToModel(nlsq_sResult& fit) const {
+    if (IsThere())
+        return;
+    ToModel(fit.parameters);
+    const std::size_t count = fit.parameters.size();
+    std::vector<double> column(count);
+    for (const bool isTransposed : {false, true})
+        for (std::size_t j = 0; j < count; ++j) {
+            const auto at = [&](std::size_t i) {
+                return isTransposed ? j * count + i : i * count + j;
+            };
+            for (std::size_t i = 0; i < count; ++i)
+                column[i] = fit.covariance[at(i)];
+            ToModel(column);
+            for (std::size_t i = 0; i < count; ++i)
+                fit.covariance[at(i)] = column[i];
+        }
+    for (const sMoved& moved : moved_) {
+        // A coefficient is made of that of its power, and of those of higher ones.
+        int highest = -1;
+        for (std::size_t i = moved.first; i < moved.first + moved.count; ++i) {
+            fit.standardErrors[i] = std::sqrt(std::max(fit.covariance[i * count + i], 0.0));
+            if (std::find(fit.undetermined.begin(), fit.undetermined.end(), static_cast<int>(i)) !=
+                fit.undetermined.end())
+                highest = static_cast<int>(i);
+        }
+        for (int i = static_cast<int>(moved.first); i < highest; ++i) {
+            const auto place =
+                std::lower_bound(fit.undetermined.begin(), fit.undetermined.end(), i);
+            if (place == fit.undetermined.end() || *place != i)
+                fit.undetermined.insert(place, i);
+        }
+    }
+}
+
+} // namespace dataprocessing::detail

@@ -1,0 +1,52 @@
+#pragma once
+
+/// @file
+/// Polynomials that are counted from far away, about the middle of the channels.
+
+#include <cstddef>
+#include <span>
+#include <vector>
+
+#include "dataprocessing/fitting/pkmd.h"
+
+namespace dataprocessing::detail {
+
+/// What the positions of a background are counted in: (x - reference) / scale.
+struct pkmd_sAxis {
+    double reference;
+    double scale;
+};
+
+/// The axes that backgrounds are fitted in, and the coefficients there. The powers of positions far
+/// from 0 are nearly parallel, which normal equations cannot tell apart: polynomials that are
+/// counted from far away, and whose coefficients are all free, are fitted about the middle.
+class pkmd_cCentre {
+public:
+    /// Of channels from one position to another.
+    pkmd_cCentre(const pkmd_cModel& model, std::span<const nlsq_sParameter> kinds, double from,
+                 double to);
+
+    /// The axis of each background.
+    const std::vector<pkmd_sAxis>& Axes() const noexcept { return axes_; }
+    /// Whether none of them is another than the model's.
+    bool IsThere() const noexcept { return moved_.empty(); }
+    /// From the model's parameters to those of the fit.
+    void ToMiddle(std::span<double> p) const;
+    /// From the parameters of the fit to the model's.
+    void ToModel(std::span<double> p) const;
+    /// So, with all that a result says of them.
+    void ToModel(nlsq_sResult& fit) const;
+
+private:
+    /// A polynomial in u = a v + b, for one in v.
+    struct sMoved {
+        std::size_t first;
+        std::size_t count;
+        double a;
+        double b;
+    };
+    std::vector<pkmd_sAxis> axes_;
+    std::vector<sMoved> moved_;
+};
+
+} // namespace dataprocessing::detail
