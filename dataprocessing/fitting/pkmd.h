@@ -310,8 +310,8 @@ DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sRe
 /// of directions in which the errors of the parameters, in units of those that they would have
 /// alone, exceed 1e7, the data are said to tell nothing. Polynomials whose reference lies further
 /// from the channels than five times their range, and whose coefficients are all free, are fitted
-/// about their middle, which tells those of any distance apart. The bits of a result are the same at every
-/// instruction-set level, and whatever else is fitted before or beside it.
+/// about their middle, which tells those of any distance apart. The bits of a result are the same
+/// at every instruction-set level, and whatever else is fitted before or beside it.
 ///
 /// Throws expt_cProgramException: ("pkmd", 5) when no channel takes part; 6 for weights of another
 /// number than the channels, with the likelihood, negative or not finite; 7 for a negative count
