@@ -60,18 +60,18 @@ void select(Spectrum& spectrum, const Pair& range) {
 }
 
 /// The width is one on this spectrum, and where it is so is not far away from it.
-void requireResolution(const Spectrum& spectrum, const Pair& resolution) {
+void requireResolution(const Spectrum& spectrum, const Width& resolution) {
     const rnge_c1DRange whole = spectrum.counts.Range();
     const std::string extent = "the spectrum reaches from " + withUnit(whole.Start(), "") + " to " +
                                withUnit(whole.End(), spectrum.unit);
     const double channel = spectrum.counts.Cal().Delta();
-    const auto [width, position] = resolution;
-    if (width >= whole.Length() || width < channel / 4)
-        throw InputError("--resolution: a width of " + withUnit(width, spectrum.unit) +
+    if (resolution.value >= whole.Length() || resolution.value < channel / 4)
+        throw InputError("--resolution: a width of " + withUnit(resolution.value, spectrum.unit) +
                          " is none of a line here: " + extent + " in channels of " +
                          withUnit(channel, spectrum.unit));
-    if (position < whole.Start() - whole.Length() || position > whole.End() + whole.Length())
-        throw InputError("--resolution: " + withUnit(position, spectrum.unit) +
+    if (resolution.position < whole.Start() - whole.Length() ||
+        resolution.position > whole.End() + whole.Length())
+        throw InputError("--resolution: " + withUnit(resolution.position, spectrum.unit) +
                          " is far away: " + extent);
 }
 

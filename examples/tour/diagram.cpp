@@ -90,8 +90,10 @@ std::vector<Span> spansOf(const Curve& curve, const rnge_c1DRange& view) {
         ++first;
     while (last > first && !isSeen(last - 1))
         --last;
-    // Two points for one column, or every element.
-    const int bucket = last - first > 2 * columns ? (last - first + columns - 1) / columns : 1;
+    // Two points for one column, or every element. Few have single points, which stay in their
+    // places.
+    const bool isDense = last - first > 2 * columns && curve.style != Style::points;
+    const int bucket = isDense ? (last - first + columns - 1) / columns : 1;
     std::vector<Span> spans;
     for (int begin = first; begin < last; begin += bucket) {
         Span span{cal.Position(begin), {}};

@@ -93,8 +93,7 @@ auto fromFile(const std::string& file, Read read) {
 
 AnalysisOptions analysisOf(const Spectrum& spectrum, const Options& options) {
     AnalysisOptions result;
-    if (options.resolution)
-        result.resolution = Width{options.resolution->second, options.resolution->first, 0};
+    result.resolution = options.resolution;
     result.lines = options.lines;
     if (spectrum.IsOfEnergy())
         result.slope = slopeOfSilicon * (spectrum.unit == "keV" ? 0.001 : 1);

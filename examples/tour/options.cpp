@@ -90,10 +90,10 @@ void takeCalibration(Options& options, std::string_view name, std::string_view t
 
 void takeResolution(Options& options, std::string_view name, std::string_view text) {
     constexpr const char* expected = "FWHM@POSITION with a FWHM above 0";
-    options.resolution = pairOf(name, text, '@', expected);
-    require(options.resolution->first > 0, name, text, expected);
-    require(isLength(options.resolution->first), name, text,
-            "FWHM@POSITION with a FWHM from 1e-30 to 1e30");
+    const auto [width, position] = pairOf(name, text, '@', expected);
+    options.resolution = Width{position, width, 0};
+    require(width > 0, name, text, expected);
+    require(isLength(width), name, text, "FWHM@POSITION with a FWHM from 1e-30 to 1e30");
 }
 
 void takeRange(Options& options, std::string_view name, std::string_view text) {

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "width_law.h"
+
 namespace tour {
 
 /// Two numbers of an option.
@@ -19,7 +21,7 @@ struct Options {
     std::string out = "tour-out";
     std::string unit;                ///< "keV", "eV", "channel", or what the file says
     std::optional<Pair> calibration; ///< the position of the first channel, and the step
-    std::optional<Pair> resolution;  ///< the full width at half maximum, and where it is so
+    std::optional<Width> resolution; ///< the full width of a line at half maximum
     std::optional<Pair> range;       ///< what of the axis is analysed
     std::vector<double> lines;       ///< where lines are known to be
     std::optional<double> pixel;     ///< the size of a pixel

@@ -2,6 +2,7 @@
 exit code 2, and nothing written. Beside each kind of damage stands something like it that is to be taken."""
 import os
 import pathlib
+import re
 import resource
 import signal
 import subprocess
@@ -221,6 +222,14 @@ def test_options_taken(told, tmp_path, options, says):
     flow = " ".join((told("--spectrum", "s", *options.split()) + (tmp_path / "out/report.html").read_text()).split())
     for part in says.split("; "):
         assert part in flow
+
+
+def test_a_range_begins_between_channels(told, tmp_path):
+    """Positions are those of the channels, wherever the range begins."""
+    peak = [100 + round(5000 * 2 ** -((i - 120) / 3) ** 2) for i in range(300)]
+    written(tmp_path / "s", "".join(f"{10 + 2 * i},{count}\n" for i, count in enumerate(peak)))
+    text = told("--spectrum", "s", "--range", "50.7,500")
+    assert 249.9 < float(re.search(r"^(2\d\d\.\d+)\(\d+\) ", text, re.M)[1]) < 250.1
 
 
 @pytest.mark.parametrize("content", [
