@@ -311,6 +311,10 @@ def test_what_lies_elsewhere_is_refused():
         with pytest.raises(ValueError, match="on Axis"):
             call()
     assert maps.linear(spectra, {"a": there})["a"].tolist() == pytest.approx([20.0, 20.0])
+    placed = dp.Array2D(spectra, (dp.Axis(), AXIS))
+    assert maps.linear(placed, {"a": dp.Array1D(np.ones(CHANNELS))})["a"].tolist() == pytest.approx([20.0, 20.0])
+    with pytest.raises(ValueError, match="shapes have 5 channels"):
+        maps.linear(placed, {"a": dp.Array1D(np.ones(5), dp.Axis(100.0))})
     model.curve(there)
     with pytest.raises(ValueError, match="where the spectrum does"):
         maps.peaks(spectra, model, AXIS)
