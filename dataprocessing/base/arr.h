@@ -93,7 +93,7 @@ inline int arr_CheckedIndex(int index, int size) {
 /// The same for an index of any type of integer.
 template<std::integral T>
 int arr_CheckedWideIndex(T index, int size) {
-    static_assert(sizeof(T) <= sizeof(long long));
+    static_assert(sizeof(T) <= sizeof(long long), "An index has at most 64 bits.");
     if constexpr (std::unsigned_integral<T>) {
         const unsigned long long wide = index;
         if (wide >= static_cast<unsigned long long>(size)) [[unlikely]]

@@ -4,6 +4,7 @@
 /// Contiguous ranges of elements: what arrays are made of.
 
 #include <complex>
+#include <concepts>
 #include <iterator>
 #include <memory>
 #include <type_traits>
@@ -76,29 +77,50 @@ template<class T>
 concept dtyp_NotStored = (std::is_arithmetic_v<T> || std::is_enum_v<T> ||
                           dataprocessing::detail::isInteger128<T>)&&!dtyp_Stored<T>;
 
-/// A real number of any element type in a list of several of them, `{1, 2.5, 3}`, as the double
+namespace dataprocessing::detail {
+
+/// What no list has, by its type: a type code stands beside a size and is no element.
+template<class T>
+concept isNotListed = dtyp_NotStored<T> && !std::same_as<T, dtyp_eDataType>;
+
+/// A number that knows its type at run time.
+template<class T>
+concept isTypedNumber = isTyped<T> && !isRange<T>;
+
+} // namespace dataprocessing::detail
+
+/// A number of any element type in a list of several of them, `{1, 2.5, 3}`, as the complex double
 /// that each of them is exactly.
 class dtyp_cListed {
 public:
     /// The same number.
     template<dtyp_Element T>
     requires(!dataprocessing::detail::isComplex<T>) constexpr dtyp_cListed(T value) noexcept
-        : value_(value) {}
-    /// Refused: no element type holds such values. Convert them to one.
-    template<dtyp_NotStored OfNoElementType>
-    requires(!std::same_as<OfNoElementType, dtyp_eDataType>) dtyp_cListed(OfNoElementType)
-    = delete;
+        : value_(static_cast<double>(value)), isComplex_(false) {}
+    /// The same complex number.
+    template<class T>
+    requires(dtyp_Element<comp_cComplex<T>>) constexpr dtyp_cListed(
+        const comp_cComplex<T>& value) noexcept
+        : value_(static_cast<double>(value.re), static_cast<double>(value.im)), isComplex_(true) {}
+    /// The same complex number.
+    template<class T>
+    requires(dtyp_Stored<std::complex<T>>) constexpr dtyp_cListed(
+        const std::complex<T>& value) noexcept
+        : dtyp_cListed(comp_cComplex<T>(value)) {}
+    template<dataprocessing::detail::isNotListed OfNoElementType>
+    dtyp_cListed(OfNoElementType) = delete; ///< Convert it to one; size and fill stand in ().
+    template<dataprocessing::detail::isTypedNumber OfTypeAtRunTime>
+    dtyp_cListed(OfTypeAtRunTime) = delete; ///< Lists have C++ numbers; size and fill stand in ().
+
+    /// The number.
+    constexpr const comp_cComplex<double>& Value() const noexcept { return value_; }
+    /// Whether its type is a complex one.
+    constexpr bool IsComplex() const noexcept { return isComplex_; }
 
 private:
-    [[maybe_unused]] double value_; // read as an element
+    comp_cComplex<double> value_;
+    bool isComplex_;
 };
-
-namespace dataprocessing::detail {
-
-template<>
-inline constexpr int storedCode<dtyp_cListed> = dtyp_Double;
-
-} // namespace dataprocessing::detail
 
 /// Satisfied by contiguous ranges of dtyp_Stored values: vectors, spans, `std::array`, C arrays,
 /// the arrays of arr.h.

@@ -169,4 +169,18 @@ DATAPROCESSING_EXPORT darr_c1DArray operator/=(darr_c1DArray& a, const darr_c1DA
 DATAPROCESSING_EXPORT darr_c2DArray operator/=(darr_c2DArray& a, const darr_c2DArray& b);
 /// @}
 
+/// @name Refused: an array and a range that is none
+/// In one message of the compiler. Make an array of it before: `a + darr_c1DArray(range)`.
+/// @{
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator+(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator-(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator*(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator/(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void pow(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_ArrayAndRange<A, B> void operator+=(A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_ArrayAndRange<A, B> void operator-=(A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_ArrayAndRange<A, B> void operator*=(A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_ArrayAndRange<A, B> void operator/=(A&, const B&) = delete; ///< make an array of the range before
+/// @}
+
 // clang-format on

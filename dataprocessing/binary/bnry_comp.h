@@ -154,4 +154,15 @@ DATAPROCESSING_EXPORT barr_c2DBoolArray operator<=(const darr_c2DArray& a, const
 DATAPROCESSING_EXPORT barr_c2DBoolArray operator<=(const darr_c2DArray& a, const darr_c2DArray& b);
 /// @}
 
+/// @name Refused: an array and a range that is none
+/// In one message of the compiler. Make an array of it before: `a < darr_c1DArray(range)`.
+/// @{
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator==(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator!=(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator>(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator>=(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator<(const A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator<=(const A&, const B&) = delete; ///< make an array of the range before
+/// @}
+
 // clang-format on

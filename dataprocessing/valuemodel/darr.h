@@ -83,16 +83,17 @@ public:
     explicit darr_c1DArray(const Range& elements, const cal_c1DArrayCal& cal = cal_c1DArrayCal())
         : parr_c1DNumberArray(elements), cal_(cal) {}
     /// Refused: no element type holds such values. Convert them to one.
-    template<dtyp_RangeNotStored OfNoElementType>
+    template<parr_RangeNotStored OfNoElementType>
     explicit darr_c1DArray(const OfNoElementType&, const cal_c1DArrayCal& = {}) = delete;
     /// Refused: elements are copied from a range in one piece. Copy them to a vector before.
-    template<dtyp_RangeNotContiguous NotContiguous>
+    template<parr_RangeNotContiguous NotContiguous>
     explicit darr_c1DArray(const NotContiguous&, const cal_c1DArrayCal& = {}) = delete;
     /// These elements, `{1, 2, 3}`, which are all of one C++ type; of none, doubles.
     template<dtyp_Stored T = double>
     darr_c1DArray(std::initializer_list<T> elements, const cal_c1DArrayCal& cal = cal_c1DArrayCal())
         : parr_c1DNumberArray(elements), cal_(cal) {}
-    /// These real numbers of several element types, `{1, 2.5, 3}`, as doubles, which hold them all.
+    /// These numbers of several element types, `{1, 2.5, 3}`, as doubles, or as complex doubles
+    /// where one is complex; these hold them all.
     darr_c1DArray(std::initializer_list<dtyp_cListed> elements,
                   const cal_c1DArrayCal& cal = cal_c1DArrayCal())
         : parr_c1DNumberArray(elements), cal_(cal) {}
@@ -186,10 +187,10 @@ public:
                   const cal_c2DArrayCal& cal = cal_c2DArrayCal())
         : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}
     /// Refused: no element type holds such values. Convert them to one.
-    template<dtyp_RangeNotStored OfNoElementType>
+    template<parr_RangeNotStored OfNoElementType>
     darr_c2DArray(int, int, const OfNoElementType&, const cal_c2DArrayCal& = {}) = delete;
     /// Refused: elements are copied from a range in one piece. Copy them to a vector before.
-    template<dtyp_RangeNotContiguous NotContiguous>
+    template<parr_RangeNotContiguous NotContiguous>
     darr_c2DArray(int, int, const NotContiguous&, const cal_c2DArrayCal& = {}) = delete;
     /// These elements, row after row, which are all of one C++ type. Throws the size error unless
     /// there are sizeX times sizeY.
@@ -197,7 +198,8 @@ public:
     darr_c2DArray(int sizeX, int sizeY, std::initializer_list<T> elements,
                   const cal_c2DArrayCal& cal = cal_c2DArrayCal())
         : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}
-    /// These real numbers of several element types, `{1, 2.5, 3}`, as doubles, which hold them all.
+    /// These numbers of several element types, `{1, 2.5, 3}`, as doubles, or as complex doubles
+    /// where one is complex; these hold them all.
     darr_c2DArray(int sizeX, int sizeY, std::initializer_list<dtyp_cListed> elements,
                   const cal_c2DArrayCal& cal = cal_c2DArrayCal())
         : parr_c2DNumberArray(sizeX, sizeY, elements), cal_(cal) {}

@@ -1,5 +1,6 @@
 #include "dataprocessing/valuemodel/parr.h"
 
+#include <algorithm>
 #include <cstring>
 #include <ostream>
 #include <utility>
@@ -51,6 +52,18 @@ parr_cNumberArray::parr_cNumberArray(long long count, dtyp_cDataType type, const
     : parr_cNumberArray(count, type) {
     if (block_.Size() != 0)
         std::memcpy(block_.Data(), elements, block_.Size());
+}
+
+parr_cNumberArray::parr_cNumberArray(std::span<const dtyp_cListed> elements)
+    : parr_cNumberArray(static_cast<long long>(elements.size()),
+                        std::ranges::any_of(elements, &dtyp_cListed::IsComplex) ? dtyp_ComplexDouble
+                                                                                : dtyp_Double) {
+    if (type_ == dtyp_ComplexDouble)
+        std::ranges::transform(elements, static_cast<comp_cComplex<double>*>(Data()),
+                               &dtyp_cListed::Value);
+    else
+        std::ranges::transform(elements, static_cast<double*>(Data()),
+                               [](const dtyp_cListed& element) { return element.Value().re; });
 }
 
 void parr_cNumberArray::Convert(dtyp_cDataType type) {
@@ -125,6 +138,14 @@ parr_c2DNumberArray::parr_c2DNumberArray(int sizeX, int sizeY, dtyp_cDataType ty
                                          const void* elements)
     : parr_cNumberArray(arr_CheckedSize(sizeX, sizeY), type, elements), sizeX_(sizeX),
       sizeY_(sizeY) {}
+
+parr_c2DNumberArray::parr_c2DNumberArray(int sizeX, int sizeY,
+                                         std::initializer_list<dtyp_cListed> elements)
+    : parr_cNumberArray(
+          std::span(static_cast<const dtyp_cListed*>(CheckedElements(
+                        sizeX, sizeY, static_cast<long long>(elements.size()), elements.begin())),
+                    elements.size())),
+      sizeX_(sizeX), sizeY_(sizeY) {}
 
 void parr_c2DNumberArray::SetSelection(const parr_c2DNumberArray& source, int startX, int startY) {
     if (startX < 0 || source.sizeX_ > sizeX_ - startX)

@@ -107,6 +107,7 @@ protected:
     parr_cNumberArray(long long count, dtyp_cDataType type);
     parr_cNumberArray(long long count, const pnum_cNumber& fill);
     parr_cNumberArray(long long count, dtyp_cDataType type, const void* elements);
+    explicit parr_cNumberArray(std::span<const dtyp_cListed> elements);
     parr_cNumberArray(const parr_cNumberArray&) = default;
     parr_cNumberArray(parr_cNumberArray&&) noexcept = default;
     parr_cNumberArray& operator=(const parr_cNumberArray&) = default;
@@ -172,6 +173,37 @@ private:
 inline parr_cValueIterator parr_cNumberArray::begin() const& noexcept { return {*this, 0}; }
 inline parr_cValueIterator parr_cNumberArray::end() const& noexcept { return {*this, Count()}; }
 
+namespace dataprocessing::detail {
+
+/// What becomes an array by itself is one, whatever else it is a range of.
+template<class T>
+concept becomesArray = std::convertible_to<const T&, const parr_cNumberArray&>;
+
+/// As a pointer, so that a class need not be complete.
+template<class T>
+concept isArray = std::convertible_to<const T*, const parr_cNumberArray*>;
+
+} // namespace dataprocessing::detail
+
+/// Satisfied by contiguous ranges of values that no element type holds.
+template<class Range>
+concept parr_RangeNotStored =
+    dtyp_RangeNotStored<Range> && !dataprocessing::detail::becomesArray<Range>;
+
+/// Satisfied by ranges that are not contiguous.
+template<class Range>
+concept parr_RangeNotContiguous =
+    dtyp_RangeNotContiguous<Range> && !dataprocessing::detail::becomesArray<Range>;
+
+/// Satisfied by an array and a range that is none.
+template<class Array, class Range>
+concept parr_ArrayAndRange = dataprocessing::detail::isArray<Array> &&
+    dataprocessing::detail::isRange<Range> && !dataprocessing::detail::becomesArray<Range>;
+
+/// The same in any order.
+template<class A, class B>
+concept parr_OneIsNoArray = parr_ArrayAndRange<A, B> || parr_ArrayAndRange<B, A>;
+
 /// A 1D number array.
 class DATAPROCESSING_EXPORT parr_c1DNumberArray : public parr_cNumberArray {
 public:
@@ -196,18 +228,19 @@ public:
         : parr_cNumberArray(dataprocessing::detail::countOf(elements), dtyp_OfRange<Range>(),
                             dataprocessing::detail::firstOf(elements)) {}
     /// Refused: no element type holds such values. Convert them to one.
-    template<dtyp_RangeNotStored OfNoElementType>
+    template<parr_RangeNotStored OfNoElementType>
     explicit parr_c1DNumberArray(const OfNoElementType&) = delete;
     /// Refused: elements are copied from a range in one piece. Copy them to a vector before.
-    template<dtyp_RangeNotContiguous NotContiguous>
+    template<parr_RangeNotContiguous NotContiguous>
     explicit parr_c1DNumberArray(const NotContiguous&) = delete;
     /// These elements, `{1, 2, 3}`, which are all of one C++ type; of none, doubles.
     template<dtyp_Stored T = double>
     parr_c1DNumberArray(std::initializer_list<T> elements)
         : parr_c1DNumberArray(std::span<const T>(elements.begin(), elements.size())) {}
-    /// These real numbers of several element types, `{1, 2.5, 3}`, as doubles, which hold them all.
+    /// These numbers of several element types, `{1, 2.5, 3}`, as doubles, or as complex doubles
+    /// where one is complex; these hold them all.
     parr_c1DNumberArray(std::initializer_list<dtyp_cListed> elements)
-        : parr_c1DNumberArray(std::span(elements.begin(), elements.size())) {}
+        : parr_cNumberArray(std::span(elements.begin(), elements.size())) {}
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_NotStored OfNoElementType>
     parr_c1DNumberArray(std::initializer_list<OfNoElementType>) = delete;
@@ -257,10 +290,10 @@ public:
                                               dataprocessing::detail::countOf(elements),
                                               dataprocessing::detail::firstOf(elements))) {}
     /// Refused: no element type holds such values. Convert them to one.
-    template<dtyp_RangeNotStored OfNoElementType>
+    template<parr_RangeNotStored OfNoElementType>
     parr_c2DNumberArray(int, int, const OfNoElementType&) = delete;
     /// Refused: elements are copied from a range in one piece. Copy them to a vector before.
-    template<dtyp_RangeNotContiguous NotContiguous>
+    template<parr_RangeNotContiguous NotContiguous>
     parr_c2DNumberArray(int, int, const NotContiguous&) = delete;
     /// These elements, row after row, which are all of one C++ type. Throws the size error unless
     /// there are sizeX times sizeY.
@@ -268,9 +301,9 @@ public:
     parr_c2DNumberArray(int sizeX, int sizeY, std::initializer_list<T> elements)
         : parr_c2DNumberArray(sizeX, sizeY, std::span<const T>(elements.begin(), elements.size())) {
     }
-    /// These real numbers of several element types, `{1, 2.5, 3}`, as doubles, which hold them all.
-    parr_c2DNumberArray(int sizeX, int sizeY, std::initializer_list<dtyp_cListed> elements)
-        : parr_c2DNumberArray(sizeX, sizeY, std::span(elements.begin(), elements.size())) {}
+    /// These numbers of several element types, `{1, 2.5, 3}`, as doubles, or as complex doubles
+    /// where one is complex; these hold them all.
+    parr_c2DNumberArray(int sizeX, int sizeY, std::initializer_list<dtyp_cListed> elements);
     /// Refused: no element type holds such values. Convert them to one.
     template<dtyp_NotStored OfNoElementType>
     parr_c2DNumberArray(int, int, std::initializer_list<OfNoElementType>) = delete;

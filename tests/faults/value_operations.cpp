@@ -51,6 +51,8 @@ void addArrays(Table& table) {
     });
     table.Add("line of a list", [](Operands&) { return darr_c1DArray{1, 2, 3}; });
     table.Add("image of a list", [](Operands&) { return darr_c2DArray(2, 1, {1, 2}); });
+    table.Add("line of several types", [](Operands&) { return darr_c1DArray{1, 2.5}; });
+    table.Add("image of several types", [](Operands&) { return darr_c2DArray(2, 1, {1, 2.5}); });
     table.Add("number of a size", [](Operands&) { return pnum_cNumber(std::size_t{7}); });
     table.AddRefused("number of too large a size", [](Operands&) { return pnum_cNumber(~0ULL); });
     table.Add("image of a span", [](Operands& of) {

@@ -33,6 +33,13 @@ enum class eScoped { one = 1 };
 const cal_c1DArrayCal cal(10, 0.5, 1);
 const cal_c2DArrayCal cal2(1, 2, 3, 4, 5, 6);
 
+/// A range of what no element type holds, which knows how to become an array.
+struct sBoth {
+    const eScoped* begin() const;
+    const eScoped* end() const;
+    operator darr_c1DArray() const;
+};
+
 template<class T>
 concept canBeMultiplied = requires(const darr_c1DArray& array, T value) {
     array* value;
@@ -92,6 +99,8 @@ static_assert(!isMadeOf<darr_c2DArray, int, int, std::list<double>, cal_c2DArray
 static_assert(!isMadeOf<parr_c1DNumberArray, std::list<int>>);
 static_assert(!isMadeOf<parr_c2DNumberArray, int, int, std::vector<bool>>);
 static_assert(!isMadeOf<darr_c1DArray, barr_c1DBoolArray>);
+static_assert(isMadeOf<darr_c1DArray, sBoth> && isMadeOf<darr_c1DArray, const sBoth&> &&
+              isMadeOf<parr_c1DNumberArray, sBoth>);
 
 // What is refused is refused by one overload, so that the compiler says why and lists no others: a
 // deleted one is a match, though not one that may be used.
@@ -113,6 +122,7 @@ static_assert(canBeMultiplied<long> && canBeMultiplied<std::size_t> &&
               canBeMultiplied<long double> && canBeMultiplied<std::complex<double>>);
 static_assert(!canBeMultiplied<bool> && !canBeMultiplied<char> && !canBeMultiplied<char16_t> &&
               !canBeMultiplied<std::complex<float>> && !canBeMultiplied<const char*>);
+static_assert(!canBeMultiplied<std::vector<double>> && !canBeMultiplied<std::list<int>>);
 static_assert(!canBeMultiplied<ePlain> && !canBeMultiplied<eScoped> &&
               !canBeMultiplied<std::byte> && !canBeMultiplied<dtyp_eDataType>);
 
@@ -202,12 +212,36 @@ TEST(Everyday, ListsOfSeveralTypesAreDoubles) {
     EXPECT_EQ(elementsOf<double>(parr_c2DNumberArray(1, 2, {1, 2.5})),
               (std::vector<double>{1, 2.5}));
     EXPECT_EQ(refusalOf([] { darr_c2DArray(2, 2, {1, 2.5}); }), sizeRefusal);
-    static_assert(std::is_convertible_v<unsigned char, dtyp_cListed>);
+}
+
+TEST(Everyday, ListsWithComplexNumbersAreComplexDoubles) {
+    using Complex = std::complex<double>;
+    const std::vector<ComplexDouble> two = {{5, 0}, {1, 2}};
+    EXPECT_EQ(elementsOf<ComplexDouble>(darr_c1DArray{5, Complex(1, 2)}), two);
+    EXPECT_EQ(elementsOf<ComplexDouble>(darr_c1DArray({5.0F, ComplexFloat(1, 2)}, cal)), two);
+    EXPECT_EQ(elementsOf<ComplexDouble>(parr_c1DNumberArray{5, Complex(1, 2)}), two);
+    EXPECT_EQ(elementsOf<ComplexDouble>(parr_c1DNumberArray{5, ComplexDouble(1, 2)}), two);
+    EXPECT_EQ(elementsOf<ComplexDouble>(darr_c2DArray(1, 2, {5, std::complex<float>(1, 2)}, cal2)),
+              two);
+    EXPECT_EQ(elementsOf<ComplexDouble>(parr_c2DNumberArray(2, 1, {5, ComplexDouble(1, 2)})), two);
+    const darr_c1DArray real{ComplexFloat(1, 0), Complex(2, 0)};
+    EXPECT_EQ(real.DataType(), dtyp_ComplexDouble);
+    EXPECT_EQ(refusalOf([] { parr_c2DNumberArray(2, 2, {5, Complex(1, 2)}); }), sizeRefusal);
+}
+
+TEST(Everyday, ListsTakeNumbersOfCppAlone) {
+    static_assert(std::is_convertible_v<unsigned char, dtyp_cListed> &&
+                  std::is_convertible_v<ComplexDouble, dtyp_cListed> &&
+                  std::is_convertible_v<std::complex<float>, dtyp_cListed>);
     static_assert(!std::is_convertible_v<long, dtyp_cListed> &&
+                  !std::is_convertible_v<long double, dtyp_cListed> &&
                   !std::is_convertible_v<bool, dtyp_cListed> &&
                   !std::is_convertible_v<ePlain, dtyp_cListed> &&
                   !std::is_convertible_v<dtyp_eDataType, dtyp_cListed> &&
-                  !std::is_convertible_v<ComplexDouble, dtyp_cListed>);
+                  !std::is_convertible_v<std::complex<long double>, dtyp_cListed> &&
+                  !std::is_convertible_v<pnum_cNumber, dtyp_cListed>);
+    EXPECT_EQ(elementsOf<double>(parr_c1DNumberArray(2, pnum_cNumber(2.5))),
+              (std::vector<double>{2.5, 2.5}));
 }
 
 TEST(Everyday, ArraysWithoutACalibrationAreMadeOfListsToo) {
