@@ -68,12 +68,12 @@ void forEachCoefficient(int width, int height, const Real& real, const Pair& pai
 /// The frequency of a coefficient, with a sign.
 int signedFrequency(int v, int size) { return v <= size / 2 ? v : v - size; }
 
-/// Whether frequencies take part.
+/// Whether frequencies take part. An axis of one element has none.
 class cBand {
 public:
-    cBand(const regs_sBand& band, int width, int height)
-        : low_(band.low * band.low), high_(band.high * band.high), perX_(2.0 / width),
-          perY_(2.0 / height), height_(height) {}
+    cBand(const regs_sBand& band, int width, int height, bool hasX, bool hasY)
+        : low_(band.low * band.low), high_(band.high * band.high), perX_(hasX ? 2.0 / width : 0),
+          perY_(hasY ? 2.0 / height : 0), height_(height) {}
     bool Has(int u, int v) const {
         const double x = u * perX_;
         const double y = signedFrequency(v, height_) * perY_;
@@ -89,29 +89,29 @@ private:
     int height_;
 };
 
-/// conj(a) b, coefficient by coefficient, into `b`; 0 where `has(u, v)` is false.
+/// conj(a) b, coefficient by coefficient, into `b`; 0 where `has(u, v)` is false. False where it is
+/// nowhere true.
 template<class Has>
-void multiply(const darr_c2DArray& first, darr_c2DArray& second, const Has& has) {
+bool multiply(const darr_c2DArray& first, darr_c2DArray& second, const Has& has) {
     const float* a = first.Elements<float>().data();
     float* b = second.Elements<float>().data();
+    bool hasAny = false;
     forEachCoefficient(
         first.SizeX(), first.SizeY(),
-        [&](int u, int v, std::size_t i) { b[i] = has(u, v) ? a[i] * b[i] : 0.0F; },
+        [&](int u, int v, std::size_t i) {
+            const bool isIn = has(u, v);
+            hasAny |= isIn;
+            b[i] = isIn ? a[i] * b[i] : 0.0F;
+        },
         [&](int u, int v, std::size_t re, std::size_t im) {
             const comp_cComplex<float> p(a[re], a[im]);
             const comp_cComplex<float> q(b[re], b[im]);
             const bool isIn = has(u, v);
+            hasAny |= isIn;
             b[re] = isIn ? p.re * q.re + p.im * q.im : 0.0F;
             b[im] = isIn ? p.re * q.im - p.im * q.re : 0.0F;
         });
-}
-void multiply(const darr_c2DArray& first, darr_c2DArray& second, const regs_sBand& limits) {
-    if (limits.low <= 0 && limits.high >= std::sqrt(2.0)) {
-        multiply(first, second, [](int u, int v) { return (u | v) != 0; });
-        return;
-    }
-    const cBand band(limits, first.SizeX(), first.SizeY());
-    multiply(first, second, [&](int u, int v) { return band.Has(u, v); });
+    return hasAny;
 }
 
 /// Multiplies each coefficient with its magnitude over the sum of that and ten times the median of
@@ -159,6 +159,8 @@ std::vector<Complex> phases(double shift, int size) {
 
 } // namespace
 
+bool regs_IsBanded(const regs_sBand& band) { return band.low > 0 || band.high < std::sqrt(2.0); }
+
 int regs_PowerFor(long long size) {
     if (size > 1 << 30)
         arr_SizeError(size);
@@ -169,7 +171,14 @@ regs_cCorrelation::regs_cCorrelation(const regs_sPlane& a, const regs_sPlane& b,
                                      int sizeY, const regs_sBand& band, regs_eWeights weights)
     : spectrum_(spectrumOf(extended(b, sizeX, sizeY))),
       values_(sizeX, sizeY, dtyp_Float, cal_c2DArrayCal()) {
-    multiply(spectrumOf(extended(a, sizeX, sizeY)), spectrum_, band);
+    const darr_c2DArray other = spectrumOf(extended(a, sizeX, sizeY));
+    if (regs_IsBanded(band)) {
+        const cBand part(band, sizeX, sizeY, a.sizeX > 1 || b.sizeX > 1,
+                         a.sizeY > 1 || b.sizeY > 1);
+        hasFrequencies_ = multiply(other, spectrum_, [&](int u, int v) { return part.Has(u, v); });
+    } else {
+        hasFrequencies_ = multiply(other, spectrum_, [](int u, int v) { return (u | v) != 0; });
+    }
     if (weights == regs_OverNoise)
         favourStrong(spectrum_);
     const float scale =

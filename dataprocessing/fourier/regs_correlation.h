@@ -16,6 +16,9 @@ struct regs_sBand {
     double high;
 };
 
+/// Whether a band leaves out any frequency but 0.
+bool regs_IsBanded(const regs_sBand& band);
+
 /// Which coefficients of a correlation count.
 enum regs_eWeights {
     regs_AllAlike, ///< all as they are
@@ -32,6 +35,9 @@ public:
     /// The sizes are at least those of both planes. Throws the size error and std::bad_alloc.
     regs_cCorrelation(const regs_sPlane& a, const regs_sPlane& b, int sizeX, int sizeY,
                       const regs_sBand& band, regs_eWeights weights);
+
+    /// Whether the band has any of the frequencies that there are.
+    bool HasFrequencies() const { return hasFrequencies_; }
 
     int SizeX() const { return values_.SizeX(); }
     int SizeY() const { return values_.SizeY(); }
@@ -68,6 +74,7 @@ private:
 
     darr_c2DArray spectrum_; // packed
     darr_c2DArray values_;
+    bool hasFrequencies_ = false;
 };
 
 } // namespace dataprocessing::detail

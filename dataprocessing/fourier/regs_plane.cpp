@@ -7,11 +7,20 @@
 #include <numeric>
 
 #include "dataprocessing/fourier/regs_kernels.h"
+#include "dataprocessing/fourier/regs_peaks.h"
 
 #define LEVEL_KERNELS "dataprocessing/fourier/regs_likeness_kernels.inc"
 #include "dataprocessing/platform/level_each.h"
 
 namespace dataprocessing::detail {
+
+namespace {
+
+/// Row `i` of those that are looked at, one in each `step` rows. Where in them changes, so that
+/// what repeats itself is seen as it is.
+int rowOf(int i, int step) { return i * step + i * 61 % 100 * step / 100; }
+
+} // namespace
 
 regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& moved,
                                const regs_sShift& shift, int step) {
@@ -21,14 +30,16 @@ regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& move
         return {};
     const auto addRow = LEVEL_SELECT(regs_AddLikeness);
     regs_sProducts products;
-    for (int row = y.first; row < y.first + y.count; row += step)
+    int rows = 0;
+    for (int at = 0; at < y.count; at = rowOf(++rows, step)) {
+        const int row = y.first + at;
         addRow(fixed.Row(row) + x.first, moved.Row(row + shift.y) + x.first + shift.x,
                static_cast<std::size_t>(x.count), products);
+    }
     const auto sumOf = [&products](int k) {
         return std::accumulate(std::begin(products.lanes[k]), std::end(products.lanes[k]), 0.0);
     };
     const double a = sumOf(0), b = sumOf(1), aa = sumOf(2), ab = sumOf(3), bb = sumOf(4);
-    const int rows = (y.count - 1) / step + 1;
     const double n = static_cast<double>(x.count) * rows;
     const double ofFixed = aa - a * a / n;
     const double ofMoved = bb - b * b / n;
@@ -45,11 +56,22 @@ double regs_RankOf(double coefficient, double count, double doubt) {
     return -count * std::log(1 + doubt - alike * alike);
 }
 
-double regs_Vertex(float before, float here, float after) {
-    const double part =
-        0.5 * (static_cast<double>(after) - static_cast<double>(before)) /
-        (2 * static_cast<double>(here) - static_cast<double>(before) - static_cast<double>(after));
-    return std::fabs(part) <= 0.5 ? part : 0;
+regs_sVertex regs_VertexOf(const regs_sPlace& slope, double xx, double xy, double yy) {
+    const struct { double xx, xy, yy; } falls{-xx, -xy, -yy};
+    const regs_sDirection steepest = regs_SteepestOf(falls);
+    regs_sVertex vertex{0, 0, 0};
+    for (const regs_sDirection& direction : {steepest, steepest.Across()}) {
+        const double along = direction.x * slope.x + direction.y * slope.y;
+        const double part = along / direction.Of(falls);
+        // Half of the way along both axes is this far.
+        constexpr double most = 0.7072;
+        if (!(direction.Of(falls) > 0) || !(std::fabs(part) <= most))
+            continue;
+        vertex.x += part * direction.x;
+        vertex.y += part * direction.y;
+        vertex.rise += part * along / 2;
+    }
+    return vertex;
 }
 
 } // namespace dataprocessing::detail

@@ -38,6 +38,27 @@ struct regs_sPlace {
     double y;
 };
 
+/// A direction, of length 1.
+struct regs_sDirection {
+    double x;
+    double y;
+
+    /// Products of what is along the axes, as it has them: x x sums.xx + 2 x y sums.xy + y y
+    /// sums.yy.
+    template<class Products>
+    double Of(const Products& sums) const {
+        return x * x * sums.xx + 2 * x * y * sums.xy + y * y * sums.yy;
+    }
+    regs_sDirection Across() const { return {-y, x}; }
+};
+
+/// The direction that has most of such products.
+template<class Products>
+regs_sDirection regs_SteepestOf(const Products& sums) {
+    const double angle = std::atan2(2 * sums.xy, sums.xx - sums.yy) / 2;
+    return {std::cos(angle), std::sin(angle)};
+}
+
 inline regs_sShift regs_Nearest(const regs_sPlace& place) {
     return {static_cast<int>(std::lround(place.x)), static_cast<int>(std::lround(place.y))};
 }
@@ -78,7 +99,7 @@ struct regs_sLikeness {
     regs_sScale scale{1, 0}; ///< gives the moved values the mean and the deviation of the fixed
 };
 
-/// By every row of what overlaps, or every `step`-th.
+/// By every row of what overlaps, or by one of `step` rows.
 regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& moved,
                                const regs_sShift& shift, int step = 1);
 
@@ -87,9 +108,5 @@ regs_sLikeness regs_LikenessOf(const regs_sPlane& fixed, const regs_sPlane& move
 /// A part `doubt` of their squares is never counted as alike: the less, the more surely a few
 /// elements that are quite alike go before many that are hardly less so.
 double regs_RankOf(double coefficient, double count, double doubt);
-
-/// From the middle one of three values to the vertex of the parabola through them; 0 where that is
-/// further than half of the way to the next one.
-double regs_Vertex(float before, float here, float after);
 
 } // namespace dataprocessing::detail

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "dataprocessing/base/arr.h"
+#include "dataprocessing/base/expt.h"
+#include "dataprocessing/fourier/regs_peaks.h"
 
 namespace dataprocessing::detail {
 
@@ -77,13 +79,6 @@ std::vector<regs_sOverlap> overlaps(int fixed, int moved) {
     return result;
 }
 
-template<class At>
-bool isPeak(const At& at, int x, int y) {
-    const auto here = at(x, y);
-    return here > at(x - 1, y) && here >= at(x + 1, y) && here > at(x, y - 1) &&
-           here >= at(x, y + 1);
-}
-
 // What lies between elements is found by parabolas only, and is not quite alike.
 constexpr double doubt = 0.02;
 
@@ -116,8 +111,6 @@ private:
 
 } // namespace
 
-bool regs_IsBanded(const regs_sBand& band) { return band.low > 0 || band.high < std::sqrt(2.0); }
-
 regs_cSearch::regs_cSearch(const regs_sPlane& fixed, const regs_sPlane& moved,
                            const regs_sBand& band, regs_eRanking ranking, double overlap)
     : fixed_(fixed), moved_(moved), ranking_(ranking) {
@@ -125,6 +118,8 @@ regs_cSearch::regs_cSearch(const regs_sPlane& fixed, const regs_sPlane& moved,
     const long long countY = 0LL + fixed.sizeY + moved.sizeY - 1;
     const regs_cCorrelation correlation(fixed, moved, regs_PowerFor(countX), regs_PowerFor(countY),
                                         band, regs_AllAlike);
+    if (!correlation.HasFrequencies())
+        throw expt_cProgramException("regs", 1, "The band holds no frequency.");
     countX_ = static_cast<int>(countX);
     countY_ = static_cast<int>(countY);
     ranks_.resize(static_cast<std::size_t>(countX) * static_cast<std::size_t>(countY));
@@ -220,7 +215,7 @@ std::vector<regs_sShift> regs_cSearch::Candidates() const {
     for (int y = 1 - fixed_.sizeY; y < moved_.sizeY; ++y)
         for (int x = 1 - fixed_.sizeX; x < moved_.sizeX; ++x) {
             const double value = static_cast<double>(*rank++);
-            if (value > highest.Least() && isPeak(at, x, y))
+            if (value > highest.Least() && regs_IsPeak(at, x, y))
                 highest.Add(value, {x, y});
         }
     return highest.Shifts();
@@ -243,7 +238,7 @@ std::vector<regs_sShift> regs_cSearch::LikelyCandidates() const {
             if (!(squared > least * std::max(doubt, 1 - squared / count)))
                 continue;
             const double value = RankAt(x, y);
-            if (value > least && isPeak(at, x, y)) {
+            if (value > least && regs_IsPeak(at, x, y)) {
                 highest.Add(value, {x, y});
                 best = std::max(best, value);
             }
@@ -277,32 +272,15 @@ std::vector<regs_sPeak> regs_cSearch::Peaks() const {
 }
 
 bool regs_cSearch::IsApart(const regs_sShift& peak, const regs_sShift& other) const {
-    const int steps = std::max(std::abs(peak.x - other.x), std::abs(peak.y - other.y));
-    const auto between = [steps](int from, int to, int step) {
-        return from + static_cast<int>(std::lround(static_cast<double>(to - from) * step / steps));
-    };
-    float valley = At(peak.x, peak.y);
-    for (int step = 1; step < steps; ++step)
-        valley =
-            std::min(valley, At(between(peak.x, other.x, step), between(peak.y, other.y, step)));
-    return valley < 0.75F * At(peak.x, peak.y);
+    const auto at = [this](int x, int y) { return At(x, y); };
+    const regs_sShift valley = regs_ValleyOf(at, peak, other);
+    return regs_IsApart(At(valley.x, valley.y), At(peak.x, peak.y));
 }
 
 regs_sSummit regs_cSearch::Between(const regs_sShift& shift) const {
-    const double here = static_cast<double>(At(shift.x, shift.y));
-    regs_sSummit summit{{static_cast<double>(shift.x), static_cast<double>(shift.y)}, here};
-    const auto along = [&](int dx, int dy) {
-        const float before = At(shift.x - dx, shift.y - dy);
-        const float after = At(shift.x + dx, shift.y + dy);
-        const double part = regs_Vertex(before, At(shift.x, shift.y), after);
-        summit.height += part * (static_cast<double>(after) - static_cast<double>(before)) / 4;
-        return part;
-    };
-    if (countX_ > 3)
-        summit.place.x += along(1, 0);
-    if (countY_ > 3)
-        summit.place.y += along(0, 1);
-    return summit;
+    const auto at = [&](int dx, int dy) { return At(shift.x + dx, shift.y + dy); };
+    const regs_sVertex vertex = regs_VertexOf(at, countX_ > 3, countY_ > 3);
+    return {{shift.x + vertex.x, shift.y + vertex.y}, static_cast<double>(at(0, 0)) + vertex.rise};
 }
 
 } // namespace dataprocessing::detail

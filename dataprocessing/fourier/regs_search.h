@@ -11,9 +11,6 @@
 
 namespace dataprocessing::detail {
 
-/// Whether a band leaves out any frequency but 0.
-bool regs_IsBanded(const regs_sBand& band);
-
 /// What peaks are ranked by.
 enum regs_eRanking {
     regs_ByLikeness,   ///< how likely it is that what overlaps is the same but for noise
@@ -36,7 +33,8 @@ struct regs_sSummit {
 class regs_cSearch {
 public:
     /// The means of the planes are 0. Enough is `overlap` times the smaller plane, along each axis.
-    /// Throws the size error and std::bad_alloc.
+    /// Throws expt_cProgramException ("regs", 1) for a band that holds no frequency, the size error
+    /// and std::bad_alloc.
     regs_cSearch(const regs_sPlane& fixed, const regs_sPlane& moved, const regs_sBand& band,
                  regs_eRanking ranking, double overlap);
 
@@ -46,7 +44,7 @@ public:
     /// Whether a peak is none on the slopes of another one: between them there is a valley.
     bool IsApart(const regs_sShift& peak, const regs_sShift& other) const;
 
-    /// The peak at a shift, by parabolas.
+    /// The peak at a shift, by a paraboloid.
     regs_sSummit Between(const regs_sShift& shift) const;
 
 private:

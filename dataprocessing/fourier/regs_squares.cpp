@@ -180,68 +180,92 @@ struct sReduced {
     }
 };
 
-/// The axes along which there is something to find.
-struct sAxes {
-    bool hasX;
-    bool hasY;
-};
-
-/// Solves the equations; the rest along an axis that has nothing is 0.
-sStep solved(const sReduced& sums, const sSlopes& slopes, double content, const sAxes& axes) {
-    const double xy = axes.hasX && axes.hasY ? sums.xy : 0;
-    const double xx = (axes.hasX ? sums.xx : 1) - (axes.hasY ? xy * xy / sums.yy : 0);
-    const double yy = axes.hasY ? sums.yy : 1;
-    if (!(xx > 0) || !(yy > 0))
-        return {};
-    const double y = axes.hasY ? sums.y : 0;
+/// Solves the equations along one direction; across it nothing is left to go.
+sStep solvedAlong(const regs_sDirection& direction, const sReduced& sums, const sSlopes& slopes,
+                  double content) {
     sStep step;
-    step.rest.x = axes.hasX ? (sums.x - xy * y / yy) / xx : 0;
-    step.rest.y = (y - xy * step.rest.x) / yy;
-    step.breadth = {axes.hasX ? std::sqrt(content / slopes.xx) : 0,
-                    axes.hasY ? std::sqrt(content / slopes.yy) : 0};
-    step.isFound = std::isfinite(step.rest.x) && std::isfinite(step.rest.y);
+    const double rest = (direction.x * sums.x + direction.y * sums.y) / direction.Of(sums);
+    const double breadth = std::sqrt(content / direction.Of(slopes));
+    step.rest = {rest * direction.x, rest * direction.y};
+    step.breadth = {breadth / std::fabs(direction.x), breadth / std::fabs(direction.y)};
+    step.isFound = direction.Of(sums) > 0 && std::isfinite(rest);
     return step;
 }
 
-/// Whether slopes along an axis have no more in common than noise has by chance. `across` is the
-/// sum of products of slopes of either, `means` that of their means; what the latter has more is
-/// noise.
+/// Solves the equations along both axes.
+sStep solvedAlongBoth(const sReduced& sums, const sSlopes& slopes, double content) {
+    const double xx = sums.xx - sums.xy * sums.xy / sums.yy;
+    sStep step;
+    step.rest.x = (sums.x - sums.xy * sums.y / sums.yy) / xx;
+    step.rest.y = (sums.y - sums.xy * step.rest.x) / sums.yy;
+    step.breadth = {std::sqrt(content / slopes.xx), std::sqrt(content / slopes.yy)};
+    step.isFound =
+        xx > 0 && sums.yy > 0 && std::isfinite(step.rest.x) && std::isfinite(step.rest.y);
+    return step;
+}
+
+/// Whether slopes along a direction have no more in common than noise has by chance. `across` is
+/// the sum of products of slopes of either, `means` that of their means; what the latter has more
+/// is noise.
 bool isNoise(double across, double means, double count, const regs_sPlace& sigma) {
     const double noise = std::max(0.0, means - across);
     // Smoothing leaves one independent slope for so many elements.
     const double each = 4 * type_Pi * std::max(1.0, sigma.x) * std::max(1.0, sigma.y);
-    return !(across > 4 * 2 * noise * std::sqrt(each / count)) || !(across > 1e-9 * means);
+    return !(across > 4 * 2 * noise * std::sqrt(each / count));
 }
 
-sStep solved(const double (&sums)[regs_sums], const sAxes& axes, double count,
-             const regs_sPlace& sigma) {
-    const sSlopes across{sums[0], sums[1], sums[2]};
-    const sSlopes means{sums[13], sums[14], sums[15]};
-    // Far from the place slopes have little in common; their means lead on there.
-    const bool isClose =
-        (across.xx >= 0.5 * means.xx || !axes.hasX) && (across.yy >= 0.5 * means.yy || !axes.hasY);
-    if (isClose) {
-        sStep step = solved(sReduced(across, sums, count), across, sums[7], axes);
-        step.isClose = true;
-        if (step.isFound)
-            return step;
-    }
-    // What changes along one axis alone is found along that one, with noise or without.
-    const sReduced own(across, sums, count);
-    const sReduced both(means, sums, count);
-    const sAxes used{axes.hasX && !isNoise(own.xx, both.xx, count, sigma),
-                     axes.hasY && !isNoise(own.yy, both.yy, count, sigma)};
-    if (used.hasX != used.hasY) {
-        const bool isCloseX = across.xx >= 0.5 * means.xx;
-        const bool isCloseY = across.yy >= 0.5 * means.yy;
-        const bool isOwn = used.hasX ? isCloseX : isCloseY;
+/// The equations of what overlaps: `own` by products of slopes of either, `both` by those of their
+/// means. Far from the place slopes have little in common; their means lead on there.
+class cEquations {
+public:
+    cEquations(const double (&sums)[regs_sums], double count, const regs_sPlace& sigma)
+        : across_{sums[0], sums[1], sums[2]}, means_{sums[13], sums[14], sums[15]},
+          own_(across_, sums, count), both_(means_, sums, count), content_(sums[7]), count_(count),
+          sigma_(sigma) {}
+
+    sStep Along(const regs_sDirection& direction) const {
+        const bool isClose = IsClose(direction);
         sStep step =
-            isOwn ? solved(own, across, sums[7], used) : solved(both, means, sums[7], used);
-        step.isClose = isOwn;
+            solvedAlong(direction, isClose ? own_ : both_, isClose ? across_ : means_, content_);
+        step.isClose = isClose;
         return step;
     }
-    return solved(both, means, sums[7], axes);
-}
+
+    /// What changes along one direction alone is found along that one, with noise or without.
+    sStep AlongBoth() const {
+        const regs_sDirection steepest = regs_SteepestOf(own_);
+        const regs_sDirection other = steepest.Across();
+        // Less than this is what single precision rounds by.
+        const double most = steepest.Of(own_);
+        const bool isFlat = most > 0 && !(other.Of(own_) > 1e-6 * most);
+        if (isFlat || (IsLost(other) && !IsLost(steepest)))
+            return Along(steepest);
+        if (IsClose({1, 0}) && IsClose({0, 1})) {
+            sStep step = solvedAlongBoth(own_, across_, content_);
+            step.isClose = true;
+            if (step.isFound)
+                return step;
+        }
+        return solvedAlongBoth(both_, means_, content_);
+    }
+
+private:
+    bool IsClose(const regs_sDirection& direction) const {
+        return direction.Of(across_) >= 0.5 * direction.Of(means_);
+    }
+    bool IsLost(const regs_sDirection& direction) const {
+        return !IsClose(direction) &&
+               isNoise(direction.Of(own_), direction.Of(both_), count_, sigma_);
+    }
+
+    sSlopes across_;
+    sSlopes means_;
+    sReduced own_;
+    sReduced both_;
+    double content_;
+    double count_;
+    regs_sPlace sigma_;
+};
 
 /// What is left to go from a place, by what overlaps at a shift near it. `a` is smoothed.
 sStep stepFrom(const regs_sPlane& a, const regs_sPlane& b, const regs_sScale& scale,
@@ -277,7 +301,10 @@ sStep stepFrom(const regs_sPlane& a, const regs_sPlane& b, const regs_sScale& sc
         }
         addRow(rows, static_cast<std::size_t>(x.count), sums);
     }
-    return solved(sums, {x.isAxis, y.isAxis}, static_cast<double>(x.count) * y.count, sigma);
+    const cEquations equations(sums, static_cast<double>(x.count) * y.count, sigma);
+    return x.isAxis && y.isAxis
+               ? equations.AlongBoth()
+               : equations.Along(x.isAxis ? regs_sDirection{1, 0} : regs_sDirection{0, 1});
 }
 
 /// How much to smooth content of some breadth: as much as keeps the noise of the slopes well below
@@ -305,6 +332,7 @@ bool regs_Approach(const regs_sPlane& a, const regs_sPlane& b, regs_eApproach en
     regs_sPlane fixed = smoothed(a, sigma);
     regs_sShift shift{0, 0};
     regs_sScale scale{1, 0};
+    bool isThere = false;
     for (int i = 0; i < mostSteps; ++i) {
         // What overlaps stays the same where the place goes to and fro between two shifts.
         if (i == 0 || !(std::fabs(at.x - shift.x) <= 0.75) ||
@@ -313,6 +341,8 @@ bool regs_Approach(const regs_sPlane& a, const regs_sPlane& b, regs_eApproach en
             scale = regs_LikenessOf(a, b, shift).scale;
         }
         const sStep step = stepFrom(fixed, b, scale, sigma, shift, at);
+        if (!step.isFound && isThere)
+            break; // nothing is left where more is smoothed
         if (!step.isFound)
             return false;
         const double part =
@@ -322,21 +352,25 @@ bool regs_Approach(const regs_sPlane& a, const regs_sPlane& b, regs_eApproach en
         if (!(std::fabs(at.x - place.x) <= 2 + 2 * step.breadth.x) ||
             !(std::fabs(at.y - place.y) <= 2 + 2 * step.breadth.y))
             return false;
-        // Near the place it is noise that slopes do not have in common.
+        // Near the place it is noise that slopes do not have in common. What is finer than the
+        // smoothing would be wiped out with it.
         if (!step.isClose)
-            leastSigma = std::min(mostSigma, 1.5 * std::max(sigma.x, sigma.y));
+            leastSigma = std::min({mostSigma, 1.5 * std::max(sigma.x, sigma.y),
+                                   std::min(step.breadth.x, step.breadth.y)});
+        isThere = std::hypot(step.rest.x, step.rest.y) <= enough;
         const regs_sPlace wanted = sigmaAt(a, b, shift,
                                            {std::max(leastSigma, sigmaFor(step.breadth.x)),
                                             std::max(leastSigma, sigmaFor(step.breadth.y))});
         if (end == regs_Exact && !(isNear(wanted.x, sigma.x) && isNear(wanted.y, sigma.y))) {
             sigma = wanted;
             fixed = smoothed(a, sigma);
-        } else if (std::hypot(step.rest.x, step.rest.y) <= enough) {
-            place = at;
-            return true;
+        } else if (isThere) {
+            break;
         }
     }
-    return false;
+    if (isThere)
+        place = at;
+    return isThere;
 }
 
 } // namespace dataprocessing::detail

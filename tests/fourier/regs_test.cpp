@@ -155,6 +155,17 @@ std::vector<sNoisyPair> noisyPairs(unsigned seed, int count, int most, double sm
     return pairs;
 }
 
+/// What is told of what is refused.
+template<class Call>
+std::string textOf(Call call) {
+    try {
+        call();
+    } catch (const std::exception& refusal) {
+        return refusal.what();
+    }
+    return "none";
+}
+
 void expectShift(const regs_s2DShift& shift, double x, double y, double tolerance) {
     EXPECT_NEAR(shift.elementsX, x, tolerance);
     EXPECT_NEAR(shift.elementsY, y, tolerance);
@@ -468,46 +479,109 @@ TEST(Registration, KnowsOfNoSecondPeakOnEqualElements) {
 }
 
 TEST(Registration, KnowsTheSecondPeakOfWhatRepeatsItself) {
-    darr_c2DArray board(50, 50, dtyp_Double, {});
-    board.Fill([](double x, double y) { return std::fmod(x + y, 2); });
-    const regs_s2DShift shift = regs_Register(board, board);
-    expectShift(shift, 0, 0, 1e-6);
-    EXPECT_NEAR(shift.second, 1, 1e-6);
+    for (const auto& [sizeX, sizeY] : {std::pair(50, 50), {120, 90}, {500, 300}}) {
+        darr_c2DArray board(sizeX, sizeY, dtyp_Double, {});
+        board.Fill([](double x, double y) { return std::fmod(x + y, 2); });
+        const regs_s2DShift shift = regs_Register(board, board);
+        SCOPED_TRACE(sizeX);
+        expectShift(shift, 0, 0, 1e-6);
+        EXPECT_NEAR(shift.second, 1, 1e-6);
+    }
 }
 
-TEST(Registration, KnowsNoSecondPeakOfWhatIsUnlike) {
-    darr_c2DArray fixed(500, 50, dtyp_Double, {});
-    darr_c2DArray moved(500, 50, dtyp_Double, {});
-    fixed.Fill([](double x, double) { return std::sin(2 * type_Pi * x / 8); });
-    moved.Fill([](double x, double) { return std::sin(2 * type_Pi * (x - 0.5) / 8); });
-    EXPECT_GE(regs_Register(fixed, moved).second, 0);
+TEST(Registration, KnowsTheSecondPeakOfStripesAmongAverages) {
+    const struct {
+        int sizeX, sizeY;
+        double period;
+    } cases[] = {{500, 50, 8}, {500, 50, 4}, {999, 60, 3}, {999, 60, 17}, {700, 500, 5.5}};
+    for (const auto& [sizeX, sizeY, period] : cases) {
+        const auto seen = [sizeX = sizeX, sizeY = sizeY, period = period](double by) {
+            darr_c2DArray stripes(sizeX, sizeY, dtyp_Double, {});
+            stripes.Fill(
+                [&](double x, double) { return std::sin(2 * type_Pi * (x - by) / period); });
+            return stripes;
+        };
+        const regs_s2DShift shift = regs_Register(seen(0), seen(0.5));
+        SCOPED_TRACE(period);
+        EXPECT_NEAR(std::remainder(shift.elementsX - 0.5, period), 0, 0.02);
+        EXPECT_GT(shift.second, 0.9 * shift.height);
+    }
+}
+
+TEST(Registration, FindsLatticesFinerThanAverages) {
+    const struct {
+        int sizeX, sizeY;
+        double period, sigma;
+    } cases[] = {{200, 150, 5, 1.3}, {310, 230, 5.5, 1.2}, {500, 350, 6.3, 1}, {700, 480, 5, 1.3}};
+    for (const auto& row : cases) {
+        const auto seen = [&](double byX, double byY) {
+            darr_c2DArray dots(row.sizeX, row.sizeY, dtyp_Double, {});
+            dots.Fill([&](double x, double y) {
+                return std::exp(-(std::pow(std::remainder(x - byX, row.period), 2) +
+                                  std::pow(std::remainder(y - byY, row.period), 2)) /
+                                (2 * row.sigma * row.sigma));
+            });
+            return dots;
+        };
+        const regs_s2DShift shift = regs_Register(seen(0, 0), seen(1.4, 0.6));
+        SCOPED_TRACE(row.sizeX);
+        EXPECT_NEAR(std::remainder(shift.elementsX - 1.4, row.period), 0, 0.1);
+        EXPECT_NEAR(std::remainder(shift.elementsY - 0.6, row.period), 0, 0.1);
+        EXPECT_GT(shift.height, 0.7);
+        EXPECT_GT(shift.second, 0.9 * shift.height);
+    }
+}
+
+TEST(Registration, GoesOnceToTheCrestOfADiagonalRidge) {
+    // Averages have nothing of it, so that no least squares lead to it.
+    for (const auto& [size, period] : {std::pair(200, 4.0), {500, 4.0}, {500, 8.0}}) {
+        std::mt19937 random(1);
+        std::normal_distribution<double> noise(0, 0.3);
+        const auto seen = [&, size = size, period = period](double by) {
+            darr_c2DArray stripes(size, size, dtyp_Double, {});
+            stripes.Fill([&](double x, double y) {
+                return std::sin(2 * type_Pi * (x + y - by) / period) + noise(random);
+            });
+            return stripes;
+        };
+        for (const auto subElement : {regs_LeastSquares, regs_Parabola, regs_Fourier}) {
+            const regs_s2DShift shift =
+                regs_Register(seen(0), seen(0.5), {.subElement = subElement});
+            SCOPED_TRACE(std::to_string(size) + " way " + std::to_string(subElement));
+            EXPECT_NEAR(std::remainder(shift.elementsX + shift.elementsY - 0.5, period), 0, 0.25);
+        }
+    }
 }
 
 TEST(Registration, LeadsTiltedStripesIntoNoOthers) {
     const struct {
         double degrees;
         unsigned seed;
-    } cases[] = {{45, 55}, {30, 40}, {20, 16}};
-    for (const auto& [degrees, seed] : cases) {
+        int size;
+        double least, step;
+        unsigned periods;
+    } cases[] = {{45, 55, 40, 6, 3, 5},  {30, 40, 40, 6, 3, 5},  {20, 16, 40, 6, 3, 5},
+                 {70, 0, 75, 5, 2.3, 7}, {85, 1, 75, 5, 2.3, 7}, {85, 36, 75, 5, 2.3, 7}};
+    for (const auto& [degrees, seed, size, least, step, periods] : cases) {
         SCOPED_TRACE(degrees);
         std::mt19937 random(seed + 1);
         std::normal_distribution<double> noise;
-        const double period = 6 + seed % 5 * 3;
+        const double period = least + seed % periods * step;
         const double by = 0.5 + 0.1 * (seed % 3);
         const double alongX = std::cos(degrees * type_Pi / 180);
         const double alongY = std::sin(degrees * type_Pi / 180);
         const auto stripes = [&](double at) { return std::sin(2 * type_Pi * at / period); };
-        darr_c2DArray fixed(40, 40, dtyp_Double, {});
-        darr_c2DArray moved(40, 40, dtyp_Double, {});
-        for (int y = 0; y < 40; ++y)
-            for (int x = 0; x < 40; ++x) {
+        darr_c2DArray fixed(size, size, dtyp_Double, {});
+        darr_c2DArray moved(size, size, dtyp_Double, {});
+        for (int y = 0; y < size; ++y)
+            for (int x = 0; x < size; ++x) {
                 const double at = alongX * x + alongY * y;
                 fixed.SetNumber(x, y, stripes(at) + 0.1 * noise(random));
                 moved.SetNumber(x, y, stripes(at - by) + 0.1 * noise(random));
             }
         const regs_s2DShift shift = regs_Register(fixed, moved);
         const double across = alongX * shift.elementsX + alongY * shift.elementsY - by;
-        EXPECT_LT(std::fabs(std::remainder(across, period)), 0.25);
+        EXPECT_LT(std::fabs(std::remainder(across, period)), 0.2);
         EXPECT_GT(shift.height, 0.85);
     }
 }
@@ -676,6 +750,21 @@ TEST(Registration, UsesOnlyTheBandAskedFor) {
     expectShift(regs_Register(fixed, moved, {.low = 0.12}), 10.4, 20.6, 0.1);
 }
 
+TEST(Registration, UsesOnlyTheBandAskedForOfLines) {
+    darr_c1DArray fixed = lineSeen(400, 0);
+    darr_c1DArray moved = lineSeen(400, -10.4);
+    for (darr_c1DArray* line : {&fixed, &moved})
+        for (int i = 0; i < 400; ++i)
+            line->SetNumber(i, line->Number(i).As<double>() +
+                                   20 * std::exp(-0.0002 * (i - 200) * (i - 200)));
+    EXPECT_LT(std::fabs(regs_Register(fixed, moved).elementsX), 2);
+    EXPECT_NEAR(regs_Register(fixed, moved, {.low = 0.1}).elementsX, 10.4, 0.1);
+    const auto upright = [](const darr_c1DArray& line) {
+        return darr_c2DArray(1, line.Size(), line.Elements<double>());
+    };
+    EXPECT_NEAR(regs_Register(upright(fixed), upright(moved), {.low = 0.1}).elementsY, 10.4, 0.1);
+}
+
 TEST(Registration, ServesEveryRealType) {
     const cScene scene(8);
     forEachElementType([&]<class T>(int code) {
@@ -736,6 +825,17 @@ TEST(Registration, RefusesWhatItCannotServe) {
     EXPECT_EQ(with({.subElement = static_cast<regs_eSubElement>(4)}), "regs:1");
     EXPECT_EQ(with({.subElement = static_cast<regs_eSubElement>(-1)}), "regs:1");
     EXPECT_EQ(with({.overlap = 1}), "none");
+    const std::string noFrequency = "regs:1: The band holds no frequency.";
+    for (const auto& [low, high] :
+         {std::pair(1.5, 2.0), {0.0, 1e-9}, {0.501, 0.502}, {1e300, infinity}})
+        EXPECT_EQ(textOf([&, low = low, high = high] {
+                      regs_Register(image, image, {.low = low, .high = high});
+                  }),
+                  noFrequency)
+            << low;
+    const darr_c1DArray line30 = lineSeen(30, 0);
+    EXPECT_EQ(textOf([&] { regs_Register(line30, line30, {.low = 1.2}); }), noFrequency);
+    EXPECT_EQ(with({.low = 1.3}), "none");
 
     const auto calibrated = [&](double deltaX, double deltaY) {
         return refusalOf([&] {
@@ -747,6 +847,16 @@ TEST(Registration, RefusesWhatItCannotServe) {
         EXPECT_EQ(calibrated(1, delta), "regs:2") << delta;
     }
     EXPECT_EQ(calibrated(1 + 1e-9, 1), "none");
+    for (const double offset : {notANumber, infinity, -infinity}) {
+        const darr_c2DArray nowhere = scene.Seen(20, 20, 0, 0, {0, 1, offset, 1, 0, 0});
+        EXPECT_EQ(textOf([&] { regs_Register(image, nowhere); }),
+                  "regs:2: An offset is not finite.");
+        EXPECT_EQ(refusalOf([&] { regs_Register(nowhere, image); }), "regs:2");
+        EXPECT_EQ(refusalOf([&] {
+                      regs_Register(lineSeen(30, 0), lineSeen(30, 0, {offset, 1, 0}));
+                  }),
+                  "regs:2");
+    }
 
     const std::string nothing = "regs:4: There is nothing to register by.";
     const darr_c1DArray line = lineSeen(30, 0);
