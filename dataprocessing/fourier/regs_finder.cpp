@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "dataprocessing/base/type.h"
 #include "dataprocessing/fourier/regs_correlation.h"
 #include "dataprocessing/fourier/regs_peaks.h"
 #include "dataprocessing/fourier/regs_search.h"
@@ -73,6 +74,22 @@ regs_sPlace refined(const regs_sPair& whole, const regs_sShift& start, const reg
 /// A likeness that is smaller by this is clearly smaller.
 constexpr double clearly = 0.1;
 
+/// Whether a place between two shifts may be one: half way both are equally alike, and towards
+/// either no content makes them less so faster than its highest frequency.
+bool mayLieAt(const regs_sPair& whole, const regs_sPlace& place) {
+    const regs_sShift nearest = regs_Nearest(place);
+    const int rows = whole.Sparse();
+    const auto mayGo = [&](double part, int dx, int dy) {
+        const regs_sShift next{nearest.x + dx, nearest.y + dy};
+        const double most = type_Pi * (1 - 2 * std::fabs(part)) + clearly;
+        return most > 2 || !whole.Has(next) ||
+               whole.LikenessAt(nearest, rows) - whole.LikenessAt(next, rows) <= most;
+    };
+    const double partX = place.x - nearest.x;
+    const double partY = place.y - nearest.y;
+    return mayGo(partX, partX < 0 ? -1 : 1, 0) && mayGo(partY, 0, partY < 0 ? -1 : 1);
+}
+
 /// Moves `place`, in elements, by least squares. False where that leads nowhere, too little
 /// overlaps there, or both are clearly less alike than at `start`.
 bool approached(const regs_sPair& whole, const regs_sShift& start, regs_sPlace& place) {
@@ -82,7 +99,8 @@ bool approached(const regs_sPair& whole, const regs_sShift& start, regs_sPlace& 
     const regs_sShift end = regs_Nearest(reached);
     const int rows = whole.Sparse();
     if (!whole.Has(end) ||
-        !(whole.LikenessAt(end, rows) >= whole.LikenessAt(start, rows) - clearly))
+        !(whole.LikenessAt(end, rows) >= whole.LikenessAt(start, rows) - clearly) ||
+        !mayLieAt(whole, reached))
         return false;
     place = reached;
     return true;
@@ -107,8 +125,11 @@ regs_sPlace ofThin(const regs_sPair& whole, const regs_sShift& shift) {
     if (regs_Approach(regs_Cut(whole.fixed, x.first, y.first, x.count, y.count),
                       regs_Cut(whole.moved, x.first + shift.x, y.first + shift.y, x.count, y.count),
                       regs_Exact, rest) &&
-        std::fabs(rest.x) <= 1 && std::fabs(rest.y) <= 1)
-        return whole.Within({shift.x + rest.x, shift.y + rest.y});
+        std::fabs(rest.x) <= 1 && std::fabs(rest.y) <= 1) {
+        const regs_sPlace place = whole.Within({shift.x + rest.x, shift.y + rest.y});
+        if (mayLieAt(whole, place))
+            return place;
+    }
     return regs_VertexAt(whole, shift);
 }
 
@@ -246,7 +267,8 @@ private:
             return place;
         const regs_sShift from = regs_Nearest(place);
         const regs_sShift shift = regs_Climbed(whole_, from, 2);
-        return shift.x == from.x && shift.y == from.y ? place : regs_VertexAt(whole_, shift);
+        const bool isThere = shift.x == from.x && shift.y == from.y && mayLieAt(whole_, place);
+        return isThere ? place : regs_VertexAt(whole_, shift);
     }
     /// From a shift on at which both are as alike as near it.
     regs_sPlace From(const regs_sShift& start) const {

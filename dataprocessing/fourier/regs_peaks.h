@@ -65,7 +65,8 @@ regs_sVertex regs_VertexOf(const At& at, bool hasX, bool hasY) {
     const double yy = hasY ? value(0, 1) + value(0, -1) - 2 * value(0, 0) : 0;
     const double xy =
         hasX && hasY ? (value(1, 1) - value(1, -1) - value(-1, 1) + value(-1, -1)) / 4 : 0;
-    return regs_VertexOf(regs_sPlace{slopeX, slopeY}, xx, xy, yy);
+    const regs_sVertex vertex = regs_VertexOf(regs_sPlace{slopeX, slopeY}, xx, xy, yy);
+    return {hasX ? vertex.x : 0, hasY ? vertex.y : 0, vertex.rise};
 }
 
 } // namespace dataprocessing::detail

@@ -41,16 +41,19 @@ DATAPROCESSING_EXPORT darr_c2DArray resc_Rescale(const darr_c2DArray& array, dou
 /// Integers give doubles; the other types themselves, complex ones part by part. Shares are added
 /// in the order of the elements, in double precision, and rounded once. An edge within
 /// cal_cArrayCal::Tolerance, at the farther end of the array, of an edge of the array counts as
-/// that edge, so that bins that are meant to fit do, and integers then stay exact. On a grid of the
-/// same offset and delta bins are elements, wherever it lies. A bin whose two edges count as one
-/// edge of the array holds 0. An element that is not overlapped does not matter, even when it is
-/// infinite or NaN. An empty array gives zeros on a grid, and no element otherwise.
+/// that edge, so that bins that are meant to fit do, and integers then stay exact. With the array's
+/// own delta, and on a grid of the same offset and delta, bins are elements, wherever they lie. A
+/// bin whose two edges count as one edge of the array holds 0. An element that is not overlapped
+/// does not matter, even when it is infinite or NaN. An empty array gives zeros on a grid, and no
+/// element otherwise.
 ///
 /// An axis may run downward; the result then does, too. Throws expt_cProgramException ("resc", 1)
 /// for a delta, of the array or of the result, that is zero or not finite, and for two of opposite
-/// signs, ("resc", 2) for an offset that is not finite, and for a delta, of two that differ or lie
-/// at different offsets, that is less than the last place of the positions; the size error for more
-/// than 2^31-1 elements, and the error of conv_Convert for an unknown element type.
+/// signs, ("resc", 2) for an offset that is not finite, and, where there is something to share out,
+/// for two deltas that differ or lie at different offsets, if that of the array is not more than
+/// eight last places of its positions, with which every share would be whole, or that of the result
+/// less than one; the size error for more than 2^31-1 elements, and the error of conv_Convert
+/// for an unknown element type.
 ///
 ///     const darr_c1DArray net = spectrum - resc_Rebin(background, spectrum);
 /// @{

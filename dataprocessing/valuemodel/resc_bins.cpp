@@ -31,51 +31,41 @@ void require(const cal_cArrayCal& from, const cal_cArrayCal& to) {
             "resc", 1, "Axes that run in opposite directions cannot be brought to one delta.");
 }
 
-/// Refuses a delta that the positions of so many elements do not show.
-void requireResolved(const cal_cArrayCal& cal, int count) {
-    const double farthest = std::max(
-        {std::fabs(cal.Offset()), std::fabs(cal.Position(0)), std::fabs(cal.Position(count))});
-    if (std::fabs(cal.Delta()) < cal_LastPlaceOf(farthest))
-        throw expt_cProgramException("resc", 2,
-                                     "The delta is less than the last place of the positions.");
-}
-
-/// Whether bins are elements, so that where they lie does not depend on what positions show.
-bool areElements(const cal_cArrayCal& from, const cal_cArrayCal& to) {
-    return from.Offset() == to.Offset() && from.Delta() == to.Delta();
-}
-
+/// Refuses elements of which every share would be whole, because an edge is everywhere within the
+/// tolerance of one of theirs, and bins that positions do not show.
 void requireResolved(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to) {
-    if (areElements(from, to))
-        return;
-    requireResolved(from, elements);
-    requireResolved(to, bins);
+    const double farthest =
+        std::max({std::fabs(to.Offset()), std::fabs(to.Position(0)), std::fabs(to.Position(bins))});
+    if (!(cal_ToleranceAlong(from, elements) < 0.5) ||
+        !(std::fabs(to.Delta()) >= cal_LastPlaceOf(farthest)))
+        throw expt_cProgramException("resc", 2,
+                                     "The delta is lost in the last places of positions.");
 }
 
 } // namespace
 
 void resc_cBins::Edges(int first, int count, double* edges) const {
-    if (!areElements(from_, to_)) {
+    if (!ahead_) {
         LEVEL_SELECT(resc_Edges)(elements_, from_, tolerance_, to_, first, count, edges);
         return;
     }
-    const long long ahead = static_cast<long long>(from_.CalIndex()) - to_.CalIndex();
     for (int k = 0; k < count; ++k)
-        edges[k] = static_cast<double>(std::clamp<long long>(first + k + ahead, 0, elements_));
+        edges[k] = static_cast<double>(std::clamp<long long>(first + k + *ahead_, 0, elements_));
 }
 
 resc_cBins resc_BinsOf(int elements, const cal_cArrayCal& from, double delta) {
     require(from);
     const cal_cArrayCal to(from.Position(0), delta, 0);
     require(from, to);
-    if (from == to)
-        return {elements, from, elements, to, 0};
+    if (delta == from.Delta())
+        return {elements, elements, to, 0};
     const double bins = std::ceil(to.RealIndex(from.Position(elements)));
     constexpr double most = std::numeric_limits<int>::max();
     if (!(bins >= 0 && bins <= most))
         arr_SizeError();
     const auto covering = static_cast<int>(bins);
-    requireResolved(elements, from, covering, to);
+    if (elements > 0)
+        requireResolved(elements, from, covering, to);
     const double tolerance = cal_ToleranceAlong(from, elements);
     const double end = cal_RealIndexWithin(from.Offset(), from.Delta(), from.CalIndex(),
                                            to.Position(covering), tolerance);
@@ -86,7 +76,10 @@ resc_cBins resc_BinsOf(int elements, const cal_cArrayCal& from, double delta) {
 
 resc_cBins resc_BinsOf(int elements, const cal_cArrayCal& from, int bins, const cal_cArrayCal& to) {
     require(from, to);
-    requireResolved(elements, from, bins, to);
+    if (from.Offset() == to.Offset() && from.Delta() == to.Delta())
+        return {elements, bins, to, static_cast<long long>(from.CalIndex()) - to.CalIndex()};
+    if (elements > 0 && bins > 0)
+        requireResolved(elements, from, bins, to);
     return {elements, from, bins, to, cal_ToleranceAlong(from, elements)};
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 
 #include "dataprocessing/valuemodel/cal.h"
 
@@ -18,6 +19,10 @@ public:
                double tolerance)
         : elements_(elements), bins_(bins), from_(from), to_(to), tolerance_(tolerance) {}
 
+    /// Bins that are elements: bin i is element i + `ahead`, wherever both lie.
+    resc_cBins(int elements, int bins, const cal_cArrayCal& to, long long ahead)
+        : elements_(elements), bins_(bins), to_(to), ahead_(ahead) {}
+
     int Count() const { return bins_; }
     const cal_cArrayCal& Cal() const { return to_; }
 
@@ -30,7 +35,8 @@ private:
     int bins_;
     cal_cArrayCal from_;
     cal_cArrayCal to_;
-    double tolerance_;
+    double tolerance_ = 0;
+    std::optional<long long> ahead_; ///< where bins are elements
 };
 
 /// As many bins of `delta` as cover the elements. Refuses what resc_Rebin does.

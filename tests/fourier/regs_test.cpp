@@ -508,6 +508,41 @@ TEST(Registration, KnowsTheSecondPeakOfStripesAmongAverages) {
     }
 }
 
+TEST(Registration, TakesNoShiftBetweenElementsThatTheyExclude) {
+    const auto seen = [](int sizeX, int sizeY, int period, int byX, int byY, auto& random) {
+        std::normal_distribution<double> noise(0, 0.1);
+        darr_c2DArray board(sizeX, sizeY, dtyp_Double, {});
+        board.Fill([&](double x, double y) {
+            const double square = std::floor((x - byX) / period) + std::floor((y - byY) / period);
+            return std::fabs(std::remainder(square, 2)) + noise(random);
+        });
+        return board;
+    };
+    for (const auto& [sizeX, sizeY, period] :
+         {std::tuple(12, 40, 2), {500, 300, 2}, {50, 50, 1}, {120, 90, 1}})
+        for (unsigned seed = 0; seed < 4; ++seed) {
+            std::mt19937 random(seed);
+            const darr_c2DArray fixed = seen(sizeX, sizeY, period, 0, 0, random);
+            const regs_s2DShift shift =
+                regs_Register(fixed, seen(sizeX, sizeY, period, 3, 1, random));
+            SCOPED_TRACE(std::to_string(sizeX) + " of " + std::to_string(period));
+            expectShift(shift, std::round(shift.elementsX), std::round(shift.elementsY), 0.25);
+            EXPECT_GT(shift.height, 0.9);
+        }
+}
+
+TEST(Registration, OfOneElementAlongAnAxisStaysThere) {
+    const auto seen = [](int size, double by) {
+        darr_c2DArray column(1, size, dtyp_Double, {});
+        column.Fill([&](double, double y) { return std::sin((y - by) / 5); });
+        return column;
+    };
+    for (const auto subElement : {regs_LeastSquares, regs_Parabola, regs_Fourier})
+        for (const double by : {0.3, 2.7})
+            EXPECT_EQ(
+                regs_Register(seen(283, 0), seen(70, by), {.subElement = subElement}).elementsX, 0);
+}
+
 TEST(Registration, FindsLatticesFinerThanAverages) {
     const struct {
         int sizeX, sizeY;

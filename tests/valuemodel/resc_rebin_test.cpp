@@ -247,24 +247,49 @@ TEST(Rebin, RefusesDeltasThatPositionsDoNotShow) {
     };
     const darr_c1DArray line = at(0, 1, 0);
     // The farthest position decides, and it may be that of the end: 0x1p53 + 1 is none.
-    for (const darr_c1DArray& fine : {at(0x1p53, 1, 0), at(0x1p53 - 3, 1, 0), at(-0x1p53, -1, 0),
-                                      at(0x1p53, 1, 3), at(1.5, 1e-300, 0)}) {
+    for (const darr_c1DArray& fine : {at(0x1p53, 1, 0), at(0x1p53, 16, 0), at(0x1p53 - 20, 8, 0),
+                                      at(-0x1p53, -16, 0), at(0x1p53, 1, 3), at(1.5, 1e-300, 0)}) {
         const darr_c1DArray wide(2, dtyp_Int8, {0, 10 * fine.Cal().Delta(), 0});
         EXPECT_EQ(refusalOf([&] { resc_Rebin(fine, wide); }), "resc:2") << fine.Cal();
-        EXPECT_EQ(refusalOf([&] { resc_Rebin(wide, fine); }), "resc:2") << fine.Cal();
         if (fine.Cal().CalIndex() == 0) {
             EXPECT_EQ(refusalOf([&] { resc_Rebin(fine, 2 * fine.Cal().Delta()); }), "resc:2");
         }
     }
-    EXPECT_EQ(refusalOf([&] { resc_Rebin(at(0x1p53, 4, 0), 1); }), "resc:2");
-    EXPECT_EQ(elementsOf<double>(resc_Rebin(at(0x1p53 - 4, 1, 0), 2)), (std::vector<double>{3, 3}));
-    EXPECT_EQ(elementsOf<double>(resc_Rebin(at(0x1p53, 2, 0), 4)), (std::vector<double>{3, 3}));
+    for (const darr_c1DArray& fine : {at(0x1p53, 1, 0), at(-0x1p53, -1, 0), at(1.5, 1e-300, 0)}) {
+        const darr_c1DArray wide(2, dtyp_Int8, {0, fine.Cal().Delta() < 0 ? -9.0 : 9.0, 0});
+        EXPECT_EQ(refusalOf([&] { resc_Rebin(wide, fine); }), "resc:2") << fine.Cal();
+    }
+    EXPECT_EQ(refusalOf([&] { resc_Rebin(at(0x1p53, 32, 0), 1); }), "resc:2");
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(at(0x1p53, 24, 0), 12)),
+              (std::vector<double>{0.5, 0.5, 1, 1, 1.5, 1.5}));
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(at(0x1p53 - 30, 9, 0), 18)),
+              (std::vector<double>{3, 3}));
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(at(0x1p53, 18, 0), 36)), (std::vector<double>{3, 3}));
+    // Just above the limit shares are not whole.
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(at(0x1p53, 32, 0), 48)), (std::vector<double>{2, 4}));
     const darr_c2DArray plane = planeOf<int>(3, 1, {1, 2, 3}, {0, 1, 1e20, 1, 0, 0});
     EXPECT_EQ(refusalOf([&] { resc_Rebin(plane, 1, 2); }), "resc:2");
-    EXPECT_EQ(refusalOf([&] {
-                  resc_Rebin(line, darr_c1DArray(0, dtyp_Int8, {1e20, 1, 0}));
-              }),
-              "resc:2");
+}
+
+TEST(Rebin, RefusesNoDeltaThatNothingDependsOn) {
+    const darr_c1DArray line = lineOf<int>({1, 2, 3});
+    const cal_c1DArrayCal far(1e20, 1, 0);
+    const darr_c1DArray nothing(0, dtyp_Int8, far);
+    EXPECT_EQ(resc_Rebin(line, nothing).Size(), 0);
+    EXPECT_EQ(elementsOf<double>(resc_Rebin(nothing, line)), (std::vector<double>{0, 0, 0}));
+    EXPECT_EQ(elementsOf<double>(
+                  resc_Rebin(darr_c1DArray(0, dtyp_Int8, {}), darr_c1DArray(2, dtyp_Int8, far))),
+              (std::vector<double>{0, 0}));
+    EXPECT_EQ(resc_Rebin(nothing, 2).Size(), 0);
+}
+
+TEST(Rebin, KeepsElementsOfTheirOwnDelta) {
+    for (const cal_c1DArrayCal& cal :
+         {cal_c1DArrayCal(1e20, 1, 0), {1e20, 1, 3}, {-3, 0.1, 2147483647}, {1e300, -5, -7}}) {
+        const darr_c1DArray same = resc_Rebin(lineOf<int>({1, 2, 3, 4, 5, 6}, cal), cal.Delta());
+        EXPECT_EQ(elementsOf<double>(same), (std::vector<double>{1, 2, 3, 4, 5, 6})) << cal;
+        EXPECT_EQ(same.Cal(), cal_c1DArrayCal(cal.Position(0), cal.Delta(), 0));
+    }
 }
 
 // Many bins are computed together, in vectors and in strips of the rows.
