@@ -172,15 +172,15 @@ DATAPROCESSING_EXPORT darr_c2DArray operator/=(darr_c2DArray& a, const darr_c2DA
 /// @name Refused: an array and a range that is none
 /// In one message of the compiler. Make an array of it before: `a + darr_c1DArray(range)`.
 /// @{
-template<class A, class B> requires parr_OneIsNoArray<A, B> void operator+(const A&, const B&) = delete; ///< make an array of the range before
-template<class A, class B> requires parr_OneIsNoArray<A, B> void operator-(const A&, const B&) = delete; ///< make an array of the range before
-template<class A, class B> requires parr_OneIsNoArray<A, B> void operator*(const A&, const B&) = delete; ///< make an array of the range before
-template<class A, class B> requires parr_OneIsNoArray<A, B> void operator/(const A&, const B&) = delete; ///< make an array of the range before
-template<class A, class B> requires parr_OneIsNoArray<A, B> void pow(const A&, const B&) = delete; ///< make an array of the range before
-template<class A, class B> requires parr_ArrayAndRange<A, B> void operator+=(A&, const B&) = delete; ///< make an array of the range before
-template<class A, class B> requires parr_ArrayAndRange<A, B> void operator-=(A&, const B&) = delete; ///< make an array of the range before
-template<class A, class B> requires parr_ArrayAndRange<A, B> void operator*=(A&, const B&) = delete; ///< make an array of the range before
-template<class A, class B> requires parr_ArrayAndRange<A, B> void operator/=(A&, const B&) = delete; ///< make an array of the range before
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator+(const A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator-(const A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator*(const A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
+template<class A, class B> requires parr_OneIsNoArray<A, B> void operator/(const A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
+template<class A, class B> requires parr_OneIsNoArray<A, B> void pow(const A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
+template<class A, class B> requires parr_ArrayAndRange<A, B> void operator+=(A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
+template<class A, class B> requires parr_ArrayAndRange<A, B> void operator-=(A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
+template<class A, class B> requires parr_ArrayAndRange<A, B> void operator*=(A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
+template<class A, class B> requires parr_ArrayAndRange<A, B> void operator/=(A&, const B&) = delete; ///< make an array of the range before; by a mask, tnry_Ternary chooses
 /// @}
 
 // clang-format on
