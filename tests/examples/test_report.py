@@ -259,7 +259,7 @@ def complaints(chromium, url):
 ], ids=["sample", "corner", "edge", "channels", "keV"])
 def test_browser(chromium, tour, tmp_path, arguments):
     # Labels in the corner of two axes, and at the end of one.
-    spectrum(tmp_path / "levels", 280, 0.05, 400, [(284.8, 1.1, 8000), (286.3, 1.1, 2500), (288.9, 1.2, 1200)])
+    spectrum(tmp_path / "levels", 280, 0.05, 400, [(284.8, 1.1, 8000), (286.3, 1.1, 2500), (288.9, 1.2, 1200)], level=100)
     spectrum(tmp_path / "edge", 6300, 0.25, 801, [(6403.8, 4, 9000), (6390.8, 4.2, 4500)], level=50)
     assert tour(*arguments).returncode == 0
     url = (tmp_path / "tour-out/report.html").as_uri()
