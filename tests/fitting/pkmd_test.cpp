@@ -1802,6 +1802,20 @@ TEST(PeakModel, CurvesHoldTiesAndBounds) {
     EXPECT_DOUBLE_EQ(curve.Elements<double>()[21], 1 + 50 * std::exp(-0.5));
 }
 
+TEST(PeakModel, CurvesHoldTiesAndBoundsOfGivenOnes) {
+    const std::vector<double> given{1, 2, 3};
+    const cal_c1DArrayCal cal(0, 1, 0);
+    pkmd_cModel model;
+    const int level = model.AddPolynomial({4});
+    const int factor = model.AddCurve(darr_c1DArray{std::span(given)}, 9);
+    model.Tie(factor, level, 0.5);
+    const darr_c1DArray tied = model.Curve(cal, 3);
+    EXPECT_THAT(tied.Elements<double>(), ElementsAre(6, 8, 10));
+    model.Bound(factor, 0, 3);
+    const darr_c1DArray bounded = model.Curve(cal, 3);
+    EXPECT_THAT(bounded.Elements<double>(), ElementsAre(7, 10, 13));
+}
+
 TEST(PeakModel, LawsWithoutAWidthHaveNoCurve) {
     pkmd_cModel model;
     model.AddPeak(pkmd_Gaussian, 5, 20, 1);
@@ -1911,8 +1925,17 @@ TEST(PeakFit, IntervalEndsWhereTheDevianceHasRisenByOne) {
     EXPECT_GT(upper, 9);
     EXPECT_GT(upper - 9, 9 - lower);
 
+    // A bound is met to the bit, also far away.
+    pkmd_sOptions loose;
+    loose.objective = nlsq_LeastSquares;
+    loose.weights = {1e-6};
+    for (const double bound : {0.1, 0.3, 0.7}) {
+        model.Bound(0, bound, 100 + bound);
+        const pkmd_sResult middle = pkmd_Fit(model, one, loose);
+        EXPECT_EQ(pkmd_Interval(model, one, middle, 0, loose).lower, bound);
+        EXPECT_EQ(pkmd_Interval(model, one, middle, 0, loose).upper, 100 + bound);
+    }
     model.Bound(0, 8, 100);
-    EXPECT_EQ(pkmd_Interval(model, one, found, 0).lower, 8);
     EXPECT_EQ(pkmd_Interval(model, one, found, 0).upper, upper);
 
     // Of a straight line by least squares they are the standard errors, also those of the scatter.
