@@ -733,8 +733,8 @@ private:
 TEST(Nlsq, WhatIsMadeAnewOnTheWayIsComparedWithItself) {
     using namespace dataprocessing::detail;
     cGrowing equations;
-    const std::vector<double> start{0};
-    const nlsq_cParameters parameters(start, {});
+    const std::vector<double> begin{0};
+    const nlsq_cParameters parameters(begin, {});
     nlsq_sControl control;
     control.gradientTolerance = 0;
     const nlsq_sResult fit = nlsq_Minimise(equations, parameters, control, 3, false);
