@@ -13,10 +13,12 @@ namespace tour {
 namespace {
 
 constexpr int mostRounds = 10;
+constexpr int roundsBeforeStructures = 3;
 constexpr std::size_t mostLines = 300; // of any spectrum; more is no spectrum of lines
 constexpr int mostLaws = 5;            // of the widths, one after the other
 // What a line's shape may be other than a Gaussian of the law's width, as a part of the width.
 constexpr double shapeError = 0.005;
+constexpr double farNarrower = 4;   // in squares of widths, than a detector makes them
 constexpr double clearlyAbove = 10; // deviations above a clipped background, which is no fitted one
 constexpr double candidate = 4;     // deviations above the fit
 constexpr double strong = 20;       // errors of a line whose width is fitted by itself
@@ -38,15 +40,20 @@ std::size_t at(int index) { return static_cast<std::size_t>(index); }
 /// Looks for the lines of one spectrum.
 class Search {
 public:
-    Search(const darr_c1DArray& values, const AnalysisOptions& options)
+    Search(const darr_c1DArray& values, const Noise& noise, const AnalysisOptions& options)
         : options_(options), values_(values), cal_(values.Cal()), delta_(cal_.Delta()),
-          noise_(noiseOf(values)) {
-        const Width start = options.resolution ? *options.resolution : typicalWidth(values, noise_);
-        // Of a detector with a slope no line is narrower than the slope alone makes it.
-        law_ = {.square = std::max(start.value * start.value,
-                                   1.1 * options.slope * std::max(start.position, 0.0)),
-                .slope = options.slope,
-                .reference = start.position};
+          noise_(noise) {
+        const std::optional<Width> byMaxima = typicalWidth(values, noise_);
+        hasMaxima_ = byMaxima.has_value();
+        const Width start = options.resolution ? *options.resolution : byMaxima.value_or(Usual());
+        law_ = {.square = start.value * start.value, .reference = start.position};
+        // No line of a detector is narrower than its slope alone makes it.
+        const double least = 1.1 * options.slope * std::max(start.position, 0.0);
+        const bool isByFar = least > (options.resolution ? 1 : farNarrower) * law_.square;
+        if (!isByFar || !(hasMaxima_ || options.resolution)) {
+            law_.slope = options.slope;
+            law_.square = std::max(law_.square, least);
+        }
         for (const double position : options.lines)
             lines_.push_back({.position = position, .isGiven = true});
     }
@@ -54,6 +61,11 @@ public:
     Analysis Run();
 
 private:
+    Width Usual() const {
+        return {cal_.Position(values_.Size() / 2),
+                std::clamp(values_.Size() / 200.0, 4.0, 12.0) * delta_, 0};
+    }
+
     /// Which widths a fit may change.
     enum class Widths { fixed, strongFree, ofLaw };
 
@@ -69,6 +81,7 @@ private:
     void Judge();
     bool Prune();
     bool AddCandidates(double least, double widthsApart);
+    std::vector<rnge_c1DRange> UnderLines() const;
     void LayContinuum();
     bool TakeStructures();
     double SteepnessAt(double x) const;
@@ -77,6 +90,14 @@ private:
     double SlackOver(const rnge_c1DRange& range) const;
     bool Find(int rounds, bool takesStructures);
     bool UpdateLaw();
+    void TakeWidths();
+    void TakeFittedLaw();
+    void JudgeLaw();
+    bool IsOther(const WidthLaw& law, double part) const;
+    bool TellSlope() const;
+    bool LawHolds() const;
+    void FitAtLast();
+    void AddErrorsOfLaw();
     bool SplitWideLines();
     void MarkTails();
     bool IsStrong(const Line& line) const;
@@ -91,6 +112,9 @@ private:
     double delta_;
     Noise noise_;
     WidthLaw law_;
+    std::size_t ofLaw_ = 0; ///< where the parameters of the law are, of a fit that has one
+    bool hasMaxima_ = false;
+    bool hasLaw_ = false; ///< whether it holds for all lines
     Continuum continuum_;
     std::vector<double> factors_; // of the continuum's curves
     std::vector<Line> lines_;
@@ -135,14 +159,16 @@ darr_c1DArray Search::Curve(const pkmd_cModel& model, std::span<const double> p,
 void Search::Fit(Widths widths, double tolerance) {
     pkmd_cModel model;
     for (const Line& line : lines_)
-        model.AddPeak(pkmd_Gaussian, line.position, std::max(line.height, 1e-3),
+        model.AddPeak(pkmd_Gaussian, line.position,
+                      line.isGiven ? line.height : std::max(line.height, 1e-3),
                       (line.width > 0 ? line.width : law_.At(line.position)) / fullWidthPerSigma);
     if (widths == Widths::ofLaw && !lines_.empty()) {
         const int first =
             model.SetWidthLaw(std::sqrt(law_.square) / fullWidthPerSigma,
                               law_.slope / fullWidthPerSigma / fullWidthPerSigma, law_.reference);
-        if (law_.slopeError == 0)
+        if (!TellSlope())
             model.Fix(first + 1);
+        ofLaw_ = at(first);
     }
     for (int i = 0; i < model.PeakCount(); ++i) {
         const Line& line = lines_[at(i)];
@@ -152,7 +178,9 @@ void Search::Fit(Widths widths, double tolerance) {
         else
             model.Bound(model.Position(i), line.position - reach * width,
                         line.position + reach * width);
-        model.Bound(model.Height(i), 0, infinity);
+        // Of what is known to be there, noise may leave less than nothing.
+        if (!line.isGiven)
+            model.Bound(model.Height(i), 0, infinity);
         if (widths == Widths::strongFree && IsStrong(line))
             model.Bound(model.Width(i), 0.2 * width / fullWidthPerSigma,
                         5 * width / fullWidthPerSigma);
@@ -264,13 +292,16 @@ bool Search::Prune() {
             gone.push_back(position);
     }
     std::erase_if(lines_, [&](const Line& line) {
-        return !line.isGiven && std::find(gone.begin(), gone.end(), line.position) != gone.end();
+        const bool isGone =
+            !line.isGiven && std::find(gone.begin(), gone.end(), line.position) != gone.end();
+        if (isGone)
+            rejected_.insert(rejected_.end(), {line.position, line.seenAt});
+        return isGone;
     });
-    rejected_.insert(rejected_.end(), gone.begin(), gone.end());
     return !gone.empty();
 }
 
-/// Whether there is a line here, or has been more than once.
+/// Whether there is a line here, or lines that were seen or fitted here have gone more than once.
 bool Search::IsKnown(double position) const {
     const auto isHere = [&](double other, double widths) {
         return std::abs(other - position) < widths * law_.At(position);
@@ -278,7 +309,7 @@ bool Search::IsKnown(double position) const {
     return std::any_of(lines_.begin(), lines_.end(),
                        [&](const Line& line) { return isHere(line.position, closest); }) ||
            std::count_if(rejected_.begin(), rejected_.end(),
-                         [&](double other) { return isHere(other, 0.5); }) > 1;
+                         [&](double other) { return isHere(other, 0.5); }) > 2;
 }
 
 /// What stands out of the model by so many deviations becomes a line.
@@ -293,6 +324,7 @@ bool Search::AddCandidates(double least, double widthsApart) {
         if (peak.height < least || IsKnown(peak.position) || lines_.size() >= mostLines)
             continue;
         lines_.push_back({.position = peak.position,
+                          .seenAt = peak.position,
                           .height = std::max(1e-3, excess.Number(peak.index).As<double>())});
     }
     return lines_.size() > before;
@@ -307,19 +339,129 @@ bool Search::UpdateLaw() {
     const std::vector<Line> before = lines_;
     const std::vector<double> factors = factors_;
     Fit(Widths::strongFree, roundTolerance);
+    const WidthLaw old = law_;
+    TakeWidths();
+    law_ = lawOf(widths_, law_);
+    lines_ = before;
+    factors_ = factors;
+    return IsOther(old, 0.01);
+}
+
+/// The widths that lines have by themselves.
+void Search::TakeWidths() {
     widths_.clear();
     for (const Line& line : lines_)
         if (line.hasOwnWidth && line.widthError > 0)
             widths_.push_back({line.position, line.width,
                                std::hypot(line.widthError * std::sqrt(std::max(1.0, line.misfit)),
                                           shapeError * line.width)});
-    const WidthLaw old = law_;
-    law_ = lawOf(widths_, law_);
-    lines_ = before;
-    factors_ = factors;
+}
+
+/// Whether the law differs from this one by more than such a part of the width of a line, and by
+/// more than half of what it is uncertain by.
+bool Search::IsOther(const WidthLaw& law, double part) const {
     return std::any_of(lines_.begin(), lines_.end(), [&](const Line& line) {
-        return std::abs(law_.At(line.position) / old.At(line.position) - 1) > 0.01;
+        const double width = law_.At(line.position);
+        const double error =
+            std::hypot(law_.squareError, law_.slopeError * (line.position - law_.reference)) /
+            (2 * width * width);
+        return std::abs(law.At(line.position) / width - 1) > std::max(part, error / 2);
     });
+}
+
+/// Whether lines of one law tell its slope.
+bool Search::TellSlope() const {
+    std::vector<Width> clear;
+    for (const Line& line : lines_)
+        if (line.significance > strong)
+            clear.push_back({line.position, law_.At(line.position), 0});
+    return canTellSlope(clear);
+}
+
+bool Search::LawHolds() const {
+    return law_.outliers == 0 && law_.reducedChiSquared <= 2 &&
+           std::all_of(lines_.begin(), lines_.end(), [&](const Line& line) {
+               return law_.square + law_.slope * (line.position - law_.reference) > 0;
+           });
+}
+
+/// How well the widths that lines have by themselves follow the law.
+void Search::JudgeLaw() {
+    double sum = 0;
+    law_.lines = 0;
+    for (const Width& width : widths_) {
+        const double pull = (width.value - law_.At(width.position)) / width.error;
+        if (std::abs(pull) > farthestFromLaw)
+            continue;
+        sum += pull * pull;
+        ++law_.lines;
+    }
+    law_.outliers = static_cast<int>(widths_.size()) - law_.lines;
+    law_.reducedChiSquared = sum / std::max(1, law_.lines);
+}
+
+/// The law that the last fit has found with all lines.
+void Search::TakeFittedLaw() {
+    const std::span<const double> p = fit_.fit.parameters;
+    const std::span<const double> errors = fit_.fit.standardErrors;
+    const double unit = fullWidthPerSigma * fullWidthPerSigma;
+    const double width = p[ofLaw_];
+    law_.square = unit * width * width;
+    law_.squareError = unit * 2 * width * errors[ofLaw_];
+    law_.slope = unit * p[ofLaw_ + 1];
+    law_.slopeError = unit * errors[ofLaw_ + 1];
+}
+
+/// The last fit: all widths by one law, which lines that are strong and single have to follow.
+/// Where they do not, these have their own.
+void Search::FitAtLast() {
+    const auto fit = [&](Widths widths) {
+        do
+            Fit(widths, 5e-15);
+        while (Prune());
+    };
+    if (!lines_.empty() && LawHolds()) {
+        fit(Widths::ofLaw);
+        if (lines_.empty())
+            return;
+        TakeFittedLaw();
+        JudgeLaw();
+        hasLaw_ = LawHolds();
+        if (hasLaw_)
+            return;
+        fit(Widths::strongFree);
+        TakeWidths();
+        JudgeLaw();
+    } else
+        for (int i = 0; i < mostLaws; ++i) {
+            fit(Widths::strongFree);
+            const WidthLaw old = law_;
+            TakeWidths();
+            law_ = lawOf(widths_, law_);
+            if (!IsOther(old, 1e-3))
+                break;
+        }
+    AddErrorsOfLaw();
+}
+
+/// What lines that follow a law which does not hold for all change where it is off by its error.
+void Search::AddErrorsOfLaw() {
+    const double misfit = std::sqrt(std::max(1.0, law_.reducedChiSquared));
+    const double part = std::max(shapeError, misfit * law_.squareError / (2 * law_.square));
+    Search other = *this;
+    other.law_.square *= (1 + part) * (1 + part);
+    other.law_.slope *= (1 + part) * (1 + part);
+    other.Fit(Widths::strongFree, 5e-15);
+    for (std::size_t i = 0; i < lines_.size(); ++i) {
+        Line& line = lines_[i];
+        const Line& changed = other.lines_[i];
+        if (line.hasOwnWidth)
+            continue;
+        if (!line.isGiven)
+            line.positionError = std::hypot(line.positionError, changed.position - line.position);
+        line.heightError = std::hypot(line.heightError, changed.height - line.height);
+        line.areaError = std::hypot(line.areaError, changed.area - line.area);
+    }
 }
 
 /// A strong line that is wider than the law has it is taken for two, once.
@@ -368,9 +510,26 @@ void Search::MarkTails() {
             });
 }
 
+/// Where lines that are higher than the background leave no channel to it: as far as one adds a
+/// twentieth.
+std::vector<rnge_c1DRange> Search::UnderLines() const {
+    std::vector<rnge_c1DRange> under;
+    for (const Line& line : lines_) {
+        const double level =
+            std::max(background_.Value(line.position, darr_LinearInterpolation).As<double>(),
+                     leastBackground);
+        if (line.height < level)
+            continue;
+        const double distance = law_.At(line.position) *
+                                std::sqrt(std::log(20 * line.height / level) / (4 * std::log(2)));
+        under.emplace_back(line.position - distance, line.position + distance);
+    }
+    return under;
+}
+
 /// The continuum for the law, with factors that make it the background so far.
 void Search::LayContinuum() {
-    continuum_ = continuumOver(cal_, values_.Size(), law_, structures_);
+    continuum_ = continuumOver(cal_, values_.Size(), law_, structures_, UnderLines());
     factors_.clear();
     for (const double middle : continuum_.middles) {
         const int index = std::clamp(static_cast<int>((middle - cal_.Position(0)) / delta_), 0,
@@ -454,10 +613,10 @@ bool Search::TakeStructures() {
             continue;
         triedChains_.push_back(chain);
         const Search before = *this;
-        std::erase_if(lines_, [&](const Line& line) {
+        const auto isInside = [&](const Line& line) {
             return !line.isGiven && line.position > chain.Start() && line.position < chain.End();
-        });
-        const std::size_t others = lines_.size();
+        };
+        const auto had = std::erase_if(lines_, isInside);
         structures_.push_back(chain);
         rejected_.clear();
         LayContinuum();
@@ -470,7 +629,9 @@ bool Search::TakeStructures() {
         // follows to within its noise, by twice what makes it significant.
         const double slack =
             isOfMany ? before.SlackOver(chain) : 2 * options_.significance * options_.significance;
-        const bool isSimpler = 2 * (lines_.size() - others) < before.lines_.size() - others + 1;
+        const auto has =
+            static_cast<std::size_t>(std::count_if(lines_.begin(), lines_.end(), isInside));
+        const bool isSimpler = 2 * has < had + 1;
         if (isSimpler && Cost() < before.Cost() + slack) {
             hasTaken = true;
             continue;
@@ -490,7 +651,10 @@ bool Search::Find(int rounds, bool takesStructures) {
         do
             Fit(Widths::fixed, roundTolerance);
         while (Prune());
-        if (!AddCandidates(candidate, 0) && !(takesStructures && TakeStructures()))
+        // Lines that fill something wider would come without end.
+        const bool isLong = takesStructures && i == roundsBeforeStructures;
+        const bool hasTaken = isLong && TakeStructures();
+        if (!AddCandidates(candidate, 0) && !hasTaken && !(takesStructures && TakeStructures()))
             return true;
     }
     return false;
@@ -508,7 +672,7 @@ Analysis Search::Run() {
     }
     // Lines beside others tell more of the law, and the law more of the lines.
     bool isSettled = false;
-    for (int i = 0; i < mostLaws && !isSettled; ++i) {
+    for (int i = 0; i < mostRounds && !isSettled; ++i) {
         const bool isRough = i < 2;
         const bool hasAll = Find(isRough ? 2 : mostRounds, !isRough);
         const bool hasNewLaw = UpdateLaw();
@@ -517,9 +681,11 @@ Analysis Search::Run() {
         if (hasNewLaw)
             LayContinuum();
     }
+    FitAtLast();
     Analysis analysis = Told();
     analysis.rounds = rounds_;
     analysis.isSettled = isSettled;
+    analysis.isFull = lines_.size() >= mostLines;
     return analysis;
 }
 
@@ -527,14 +693,9 @@ Analysis Search::Told() {
     std::sort(lines_.begin(), lines_.end(),
               [](const Line& a, const Line& b) { return a.position < b.position; });
     Analysis analysis;
-    analysis.hasLaw = law_.outliers == 0 && law_.reducedChiSquared <= 2 &&
-                      std::all_of(lines_.begin(), lines_.end(), [&](const Line& line) {
-                          return law_.square + law_.slope * (line.position - law_.reference) > 0;
-                      });
-    do
-        Fit(analysis.hasLaw ? Widths::ofLaw : Widths::strongFree, 5e-15);
-    while (Prune());
     MarkTails();
+    analysis.hasLaw = hasLaw_;
+    analysis.hasMaxima = hasMaxima_;
     analysis.lines = lines_;
     analysis.structures = structures_;
     analysis.background = background_;
@@ -551,24 +712,36 @@ Analysis Search::Told() {
     analysis.isConverged = isConverged_;
     analysis.splines = static_cast<int>(continuum_.curves.size());
     double sum = 0;
+    double excess = 0; // of the squares of Pearson, which are 1 in the mean however few counts are
+    double variance = 0;
+    double last = cal_.Position(0);
     for (int i = 0; i < values_.Size(); ++i) {
         const double x = cal_.Position(i);
         const bool isBetween = std::all_of(lines_.begin(), lines_.end(), [&](const Line& line) {
             return std::abs(x - line.position) > 1.5 * line.width;
         });
+        if (!isBetween)
+            continue;
+        if (x - last > analysis.widestGap.Length())
+            analysis.widestGap = rnge_c1DRange(last, x);
+        last = x;
         const double residual = analysis.residuals.Number(i).As<double>();
-        sum += isBetween ? residual * residual : 0;
-        analysis.channelsBetween += isBetween ? 1 : 0;
+        const double mean = std::max(model_.Number(i).As<double>(), leastBackground);
+        sum += residual * residual;
+        excess += std::pow(values_.Number(i).As<double>() - mean, 2) / mean - 1;
+        variance += 2 + 1 / mean;
+        ++analysis.channelsBetween;
     }
+    if (const double end = cal_.Position(values_.Size() - 1);
+        end - last > analysis.widestGap.Length())
+        analysis.widestGap = rnge_c1DRange(last, end);
     analysis.chiSquaredBetween = sum / std::max(1, analysis.channelsBetween);
+    analysis.excessScatter = variance > 0 ? excess / std::sqrt(variance) : 0;
     return analysis;
 }
 
-/// The largest magnitude of values that are no counts, 1 for counts: in units of it all can be
-/// squared.
-double unitOf(const darr_c1DArray& values) {
-    if (noiseOf(values).isOfCounts)
-        return 1;
+/// The largest magnitude of values: in units of it all can be squared.
+double largestOf(const darr_c1DArray& values) {
     double largest = 0;
     for (const double value : values.Elements<double>())
         largest = std::max(largest, std::abs(value));
@@ -588,13 +761,15 @@ void multiply(Analysis& analysis, double unit) {
 
 Analysis analysed(const darr_c1DArray& spectrum, const AnalysisOptions& options) {
     darr_c1DArray values = conv_Convert(spectrum, dtyp_Double);
-    const double unit = unitOf(values);
-    if (unit == 1)
-        return Search(values, options).Run();
+    const bool isOfCounts = noiseOf(values).isOfCounts;
+    // What scatters n times as much as counts is as good as counts in units of n squared.
+    const double excess = isOfCounts ? excessOfNoise(values) : 1;
+    const double unit = isOfCounts ? excess * excess : largestOf(values);
     for (double& value : values.Elements<double>())
         value /= unit;
-    Analysis analysis = Search(values, options).Run();
+    Analysis analysis = Search(values, isOfCounts ? Noise{} : noiseOf(values), options).Run();
     multiply(analysis, unit);
+    analysis.excessOfNoise = excess;
     return analysis;
 }
 

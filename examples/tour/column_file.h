@@ -4,7 +4,8 @@
 
 namespace tour {
 
-/// Reads columns of values from the line on at which the file is, if there is one.
-Values readColumns(TextFile& file, bool hasLine);
+/// Reads columns of values from the line on at which the file is, if there is one. The last of the
+/// comments before may name them.
+Values readColumns(TextFile& file, bool hasLine, const std::vector<CommentLine>& comments);
 
 } // namespace tour

@@ -1,5 +1,6 @@
 #include "configured.h"
 
+#include <cmath>
 #include <cstdio>
 #include <string>
 
@@ -10,6 +11,7 @@ namespace tour {
 namespace {
 
 constexpr int fewestChannels = 16;
+constexpr int mostChannels = 1 << 14; // the time grows with their third power
 
 std::string withUnit(double value, const std::string& unit) {
     char text[64];
@@ -90,12 +92,22 @@ Spectrum configured(Spectrum spectrum, const Options& options) {
         requireResolution(spectrum, *options.resolution);
     if (options.range)
         select(spectrum, *options.range);
+    if (spectrum.counts.Size() > mostChannels)
+        throw InputError("the spectrum has " + std::to_string(spectrum.counts.Size()) +
+                         " channels, expected " + std::to_string(mostChannels) +
+                         " or fewer; --range FROM,TO takes a part of it");
     const rnge_c1DRange whole = spectrum.counts.Range();
     for (const double line : options.lines)
         if (line < whole.Start() || line >= whole.End())
             throw InputError("--lines: " + withUnit(line, spectrum.unit) +
                              " is outside of the spectrum, from " + withUnit(whole.Start(), "") +
                              " to " + withUnit(whole.End(), spectrum.unit));
+    for (std::size_t i = 0; i < options.lines.size(); ++i)
+        for (std::size_t k = i + 1; k < options.lines.size(); ++k)
+            if (std::abs(options.lines[i] - options.lines[k]) < spectrum.counts.Cal().Delta())
+                throw InputError("--lines: " + withUnit(options.lines[i], "") + " and " +
+                                 withUnit(options.lines[k], spectrum.unit) +
+                                 " are less than a channel apart");
     return spectrum;
 }
 

@@ -12,12 +12,18 @@ namespace {
 
 constexpr std::size_t order = 4; // of cubic splines
 constexpr double widthsApart = 3;
+constexpr double widthsApartUnder = 5;
 constexpr int fewestChannels = 4; // between knots
 
 /// How far the next knot after `x` is.
-double stepFrom(double x, const WidthLaw& law, std::span<const rnge_c1DRange> close) {
+double stepFrom(double x, const WidthLaw& law, std::span<const rnge_c1DRange> close,
+                std::span<const rnge_c1DRange> under) {
     const double width = law.At(x);
     double step = widthsApart * width;
+    if (std::any_of(under.begin(), under.end(), [&](const rnge_c1DRange& range) {
+            return x + step > range.Start() && x < range.End();
+        }))
+        step = widthsApartUnder * width;
     for (const rnge_c1DRange& range : close)
         if (x + step > range.Start() && x < range.End())
             step = std::max(width, std::min(step, range.Start() - x));
@@ -25,10 +31,12 @@ double stepFrom(double x, const WidthLaw& law, std::span<const rnge_c1DRange> cl
 }
 
 std::vector<double> knotsOver(double from, double to, double delta, const WidthLaw& law,
-                              std::span<const rnge_c1DRange> close) {
+                              std::span<const rnge_c1DRange> close,
+                              std::span<const rnge_c1DRange> under) {
     std::vector<double> inner{from};
     while (true) {
-        const double step = std::max(stepFrom(inner.back(), law, close), fewestChannels * delta);
+        const double step =
+            std::max(stepFrom(inner.back(), law, close, under), fewestChannels * delta);
         if (inner.back() + 1.5 * step > to)
             break;
         inner.push_back(inner.back() + step);
@@ -61,10 +69,11 @@ std::array<double, order> splinesAt(double x, std::size_t span, std::span<const 
 } // namespace
 
 Continuum continuumOver(const cal_c1DArrayCal& cal, int channels, const WidthLaw& law,
-                        std::span<const rnge_c1DRange> close) {
+                        std::span<const rnge_c1DRange> close,
+                        std::span<const rnge_c1DRange> under) {
     const double from = cal.Position(0);
     const double to = cal.Position(channels - 1);
-    const std::vector<double> knots = knotsOver(from, to, cal.Delta(), law, close);
+    const std::vector<double> knots = knotsOver(from, to, cal.Delta(), law, close, under);
     const std::size_t count = knots.size() - order;
     const std::size_t size = static_cast<std::size_t>(channels);
     std::vector<std::vector<double>> curves(count, std::vector<double>(size));

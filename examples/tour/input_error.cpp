@@ -2,13 +2,9 @@
 
 namespace tour {
 
-InputError::InputError(const std::string& file, long long line, const std::string& problem)
-    : std::runtime_error(file + ":" + std::to_string(line) + ": " + problem) {}
-
-InputError::InputError(const std::string& file, long long line, std::size_t column,
-                       const std::string& problem)
-    : std::runtime_error(file + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " +
-                         problem) {}
+InputError::InputError(const std::string& file, Place place, const std::string& problem)
+    : std::runtime_error(file + ":" + std::to_string(place.line) + ":" +
+                         std::to_string(place.column) + ": " + problem) {}
 
 std::string printable(std::string_view text) {
     std::string result(text);

@@ -7,16 +7,19 @@
 
 namespace tour {
 
+/// Where something stands in a file of text, from 1.
+struct Place {
+    long long line;
+    std::size_t column;
+};
+
 /// Something that the user gave and that cannot be used: an argument or a file. The text is for
 /// people. Nothing has been written when it is thrown.
 class InputError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
-    /// "file:line: problem".
-    InputError(const std::string& file, long long line, const std::string& problem);
     /// "file:line:column: problem".
-    InputError(const std::string& file, long long line, std::size_t column,
-               const std::string& problem);
+    InputError(const std::string& file, Place place, const std::string& problem);
 };
 
 /// `text` with everything that could break the line or the terminal replaced.

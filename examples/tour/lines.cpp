@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <string_view>
 
 namespace tour {
 
@@ -87,7 +88,9 @@ const rnge_c1DRange* stretchBelow(const std::vector<rnge_c1DRange>& stretches, d
 std::string fixed(double value, int decimals) {
     char text[64];
     std::snprintf(text, sizeof text, "%.*f", decimals, value);
-    return text;
+    const bool isZero = text[0] == '-' &&
+                        std::string_view(text).find_first_of("123456789") == std::string_view::npos;
+    return isZero ? text + 1 : text;
 }
 
 std::string withError(double value, double error) {

@@ -22,7 +22,7 @@ constexpr std::size_t longestToken = 20;
 
 bool isBlank(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-/// The bytes of a file, the line that they are in, and the numbers among them.
+/// The bytes of a file, where they are, and the numbers among them.
 class Reader {
 public:
     explicit Reader(const std::string& file) : file_(file), stream_(openInput(file)) {}
@@ -35,7 +35,7 @@ public:
             SkipComment(c);
             c = Byte();
         }
-        tokenLine_ = line_;
+        token_ = at_;
         std::string token;
         for (; c != endOfFile && !isBlank(c) && c != '#'; c = Byte()) {
             if (token.size() > longestToken)
@@ -64,32 +64,38 @@ public:
     }
 
     /// Fills what it can of `bytes` and returns how many. Bytes have no lines: what fails from here
-    /// on is said of the line in which they begin.
+    /// on is said of where they begin.
     std::size_t Bytes(std::span<char> bytes) {
-        tokenLine_ = line_ + (last_ == '\n' ? 1 : 0);
+        token_ = Next();
         const auto wanted = static_cast<std::streamsize>(bytes.size());
         return static_cast<std::size_t>(stream_.rdbuf()->sgetn(bytes.data(), wanted));
     }
 
     /// Fails on anything but blanks in the rest of the file.
     void RequireEnd() {
-        const long long line = tokenLine_;
+        const Place place = token_;
         const bool hasMore = !Token().empty();
-        tokenLine_ = line;
+        token_ = place;
         if (hasMore)
             Fail("there is more in the file than the pixels that the header announces");
     }
 
     [[noreturn]] void Fail(const std::string& problem) const {
-        throw InputError(file_, tokenLine_, problem);
+        throw InputError(file_, token_, problem);
     }
 
 private:
     int Byte() {
-        const int c = stream_.rdbuf()->sbumpc();
-        line_ += last_ == '\n' ? 1 : 0;
-        last_ = c;
-        return c;
+        at_ = Next();
+        last_ = stream_.rdbuf()->sbumpc();
+        return last_;
+    }
+
+    /// Where the byte after the last one stands, or the end of the file.
+    Place Next() const {
+        if (last_ == endOfFile)
+            return at_;
+        return last_ == '\n' ? Place{at_.line + 1, 1} : Place{at_.line, at_.column + 1};
     }
 
     /// The rest of the line, when `c` starts a comment.
@@ -100,8 +106,8 @@ private:
 
     std::string file_;
     std::ifstream stream_;
-    long long line_ = 1;
-    long long tokenLine_ = 1;
+    Place at_{1, 0};
+    Place token_{1, 1};
     int last_ = 0;
 };
 

@@ -58,6 +58,24 @@ Noise noiseOf(const darr_c1DArray& values) {
     return {false, std::max({deviation > 0 ? deviation : byMean, 1e-6 * largest, 1e-150})};
 }
 
+double excessOfNoise(const darr_c1DArray& values) {
+    constexpr double fewCounts = 20;
+    constexpr std::size_t few = 64;
+    constexpr double clearly = 2;
+    const std::span<const double> y = values.Elements<double>();
+    std::vector<double> differences; // in units of what counts make of them
+    for (std::size_t i = 1; i + 1 < y.size(); ++i)
+        if (const double variance = y[i - 1] + 4 * y[i] + y[i + 1]; variance > 6 * fewCounts)
+            differences.push_back(std::abs(y[i - 1] - 2 * y[i] + y[i + 1]) / std::sqrt(variance));
+    if (differences.size() < few)
+        return 1;
+    // The lower quarter: where lines are steep, neighbours differ by more than noise makes.
+    const auto quarter = differences.begin() + static_cast<std::ptrdiff_t>(differences.size() / 4);
+    std::nth_element(differences.begin(), quarter, differences.end());
+    const double excess = *quarter / 0.3186; // of a normal distribution's magnitude
+    return excess > clearly ? excess : 1;
+}
+
 darr_c1DArray residualsOf(const darr_c1DArray& values, const darr_c1DArray& expected,
                           const Noise& noise) {
     return deviations(values, expected, noise, 1);
@@ -87,7 +105,7 @@ darr_c1DArray significanceOf(const darr_c1DArray& values, const darr_c1DArray& e
     return result;
 }
 
-Width typicalWidth(const darr_c1DArray& values, const Noise& noise) {
+std::optional<Width> typicalWidth(const darr_c1DArray& values, const Noise& noise) {
     constexpr double clear = 10;       // deviations
     constexpr double partOfRange = 40; // humps of a continuum are wider
     constexpr double channels = 10;    // which lines of any spectrum may have
@@ -115,8 +133,7 @@ Width typicalWidth(const darr_c1DArray& values, const Noise& noise) {
             return *quarter;
         }
     }
-    return {values.Cal().Position(values.Size() / 2),
-            std::clamp(values.Size() / 200.0, 4.0, 12.0) * delta, 0};
+    return std::nullopt;
 }
 
 } // namespace tour

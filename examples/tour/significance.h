@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "dataprocessing/dataprocessing.h"
 #include "width_law.h"
 
@@ -15,6 +17,10 @@ struct Noise {
 /// neighbours.
 Noise noiseOf(const darr_c1DArray& values);
 
+/// How many times as much whole numbers scatter from one to the next as counts would: 1 where that
+/// is not clearly more, or where there are too few to tell.
+double excessOfNoise(const darr_c1DArray& values);
+
 /// How far the values are from what is expected, in standard deviations: for counts the signed root
 /// of the deviance.
 darr_c1DArray residualsOf(const darr_c1DArray& values, const darr_c1DArray& expected,
@@ -25,8 +31,8 @@ darr_c1DArray residualsOf(const darr_c1DArray& values, const darr_c1DArray& expe
 darr_c1DArray significanceOf(const darr_c1DArray& values, const darr_c1DArray& expected,
                              const Noise& noise, const WidthLaw& law);
 
-/// The full width at half maximum that most of the lines of a spectrum have, as far as one can tell
-/// without having found them.
-Width typicalWidth(const darr_c1DArray& values, const Noise& noise);
+/// The full width at half maximum that most of the lines of a spectrum have, as far as its maxima
+/// tell; none where no maximum is clear.
+std::optional<Width> typicalWidth(const darr_c1DArray& values, const Noise& noise);
 
 } // namespace tour

@@ -8,6 +8,18 @@ namespace tour {
 namespace {
 
 constexpr double badFit = 2; // reduced chi-squared, from which on a fit is said not to hold
+constexpr double goodFit = 1.2;
+constexpr double veryNear = 0.5; // widths between two lines
+
+/// How many lines lie very near another.
+long long countOfPaired(const std::vector<Line>& lines) {
+    return std::count_if(lines.begin(), lines.end(), [&](const Line& line) {
+        return std::any_of(lines.begin(), lines.end(), [&](const Line& other) {
+            const double distance = std::abs(other.position - line.position);
+            return distance > 0 && distance < veryNear * std::max(line.width, other.width);
+        });
+    });
+}
 
 std::string nameOf(const Story& story, const Line& line) {
     const KnownLine* const known = knownAt(story, line);
@@ -93,14 +105,20 @@ void tellMisfit(Story& story) {
         teller.Say(found, ": the model does not describe the spectrum to within its noise, and "
                           "errors, which rest on noise alone, are too small.");
     else
-        teller.Say(found, ", so the model describes the spectrum ",
-                   chi > ofNoise ? "to within little more than its noise."
-                                 : "to within its noise.");
+        teller.Say(found, ", so the model describes the spectrum to within ",
+                   chi <= ofNoise   ? "its noise."
+                   : chi <= goodFit ? "little more than its noise."
+                                    : joined(fixed(std::sqrt(chi), 1),
+                                             " times its noise; errors are too small by as much."));
     if (bad > 0)
         teller.Say("Around ", counted(bad, "line"), " of ", story.lines.size(),
                    " chi-squared is above ", badFit,
                    ": there the shape is not that of a Gaussian on this background, and errors are "
                    "too small. The last column tells which.");
+    if (const long long paired = countOfPaired(story.lines); paired > 0)
+        teller.Say(counted(paired, "line"), paired == 1 ? " lies" : " lie",
+                   " within half a width of another. How such share their counts leans on the "
+                   "shape of a line, and that no line is quite a Gaussian is not in their errors.");
 }
 
 /// What is farther from 0 than noise takes residuals.
@@ -122,8 +140,8 @@ void stepFit(Story& story) {
                "subtracted",
                analysis.hasLaw
                    ? "; their widths follow one law, which is fitted with them."
-                   : "; strong lines have widths of their own, and weak ones follow the "
-                     "law of those.");
+                   : "; strong lines have widths of their own, and the others follow the "
+                     "law of those; their errors include what the law is off.");
     teller.Show(tableOfLines(story));
     tellMisfit(story);
     if (story.isSampleSpectrum)

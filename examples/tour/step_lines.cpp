@@ -10,7 +10,13 @@ namespace {
 
 void tellNoise(Story& story) {
     const Analysis& analysis = story.analysis;
-    if (analysis.isOfCounts)
+    if (analysis.excessOfNoise > 1)
+        story.teller.Say(
+            "The spectrum holds whole numbers, and they scatter ", fixed(analysis.excessOfNoise, 1),
+            " times as much as counts do. They are fitted as what was counted in "
+            "units of ",
+            fixed(analysis.excessOfNoise * analysis.excessOfNoise, 1), ", which has that noise.");
+    else if (analysis.isOfCounts)
         story.teller.Say("The spectrum holds counts, so its noise is that of counting, and what is "
                          "fitted is fitted by their likelihood.");
     else
@@ -33,6 +39,8 @@ void tellSearch(Story& story) {
                analysis.isSettled ? " there is nothing more to be found: "
                                   : " this still changes, which is a warning: ",
                counted(static_cast<long long>(story.lines.size()), "line"), ".");
+    if (analysis.isFull)
+        teller.Say("More lines than these are not looked for: this is no spectrum of lines.");
     const auto tails = std::count_if(analysis.lines.begin(), analysis.lines.end(),
                                      [](const Line& line) { return line.isOfTails; });
     if (tails > 0)
@@ -60,11 +68,28 @@ void tellBackground(Story& story) {
     const std::string found = "In the " + counted(analysis.channelsBetween, "channel") +
                               " between the lines the mean square of residual / noise is " +
                               fixed(analysis.chiSquaredBetween, 2) + ", where noise alone gives 1";
-    if (analysis.HasBackground())
-        teller.Say(found, ": the background follows the continuum.");
+    if (analysis.IsTooSmooth())
+        teller.Say(found, ". Counts scatter more than that: these whole numbers are not what was "
+                          "counted, and all errors here are too large.");
+    else if (analysis.HasBackground())
+        teller.Say(found, ": there the background follows the continuum.");
     else
         teller.Say(found, ". What is fitted there does not follow the spectrum and is not called a "
                           "background here; areas may be off by more than their errors.");
+}
+
+/// Where lines leave no channel by which a background could be told.
+void tellGap(Story& story) {
+    constexpr double wide = 5; // widths
+    const rnge_c1DRange& gap = story.analysis.widestGap;
+    if (gap.Length() < wide * story.analysis.law.At((gap.Start() + gap.End()) / 2))
+        return;
+    const int decimals = decimalsOf(story.spectrum);
+    story.teller.Say("From ", fixed(gap.Start(), decimals), " to ", fixed(gap.End(), decimals),
+                     ofUnit(story.spectrum),
+                     " the lines leave no such channel. What is drawn under them is continued from "
+                     "both sides and takes what lines are other than Gaussians; it need not be the "
+                     "continuum there.");
 }
 
 /// Where the lines stand, on the diagram.
@@ -92,6 +117,8 @@ void stepLines(Story& story) {
     tellNoise(story);
     tellSearch(story);
     tellBackground(story);
+    if (analysis.channelsBetween > 0)
+        tellGap(story);
     story.stretches =
         stretchesWithoutLines(story.lines, analysis.background, story.spectrum.counts.Range());
 
@@ -111,9 +138,11 @@ void stepLines(Story& story) {
                            {analysis.HasBackground() ? "background" : "fitted under the lines",
                             analysis.background}}}}});
     if (story.lines.empty())
-        teller.Say("There is no line of ", story.options.significance,
-                   " standard errors and more in this spectrum, so the steps that need one are "
-                   "left out.");
+        teller.Say(analysis.HasBackground() ? "There is no line of " : "No line was found of ",
+                   story.options.significance, " standard errors and more",
+                   analysis.HasBackground() ? " in this spectrum"
+                                            : ", and what is there is not described by this model",
+                   ", so the steps that need one are left out.");
 }
 
 } // namespace tour

@@ -7,6 +7,47 @@ namespace tour {
 
 namespace {
 
+constexpr double badLaw = 2; // reduced chi-squared, from which on a law is said not to hold
+
+std::string aboutSlope(const Story& story) {
+    const WidthLaw& law = story.analysis.law;
+    if (law.slopeError > 0 && story.analysis.hasLaw)
+        return "The law is that of the fit of all lines together: over position, the square of the "
+               "full width at half maximum is a straight line. To each error half a percent of the "
+               "width is added for what lines are other than Gaussians.";
+    if (law.slopeError > 0)
+        return "The square of the full width at half maximum, over position, is fitted by a "
+               "straight line, to each error half a percent of the width being added for what "
+               "lines are other than Gaussians.";
+    return std::string("That does not tell how widths grow along the axis; ") +
+           (law.slope == 0                     ? "they are taken to be the same everywhere."
+            : law.slope == story.options.slope ? "they are taken to grow as those of a silicon "
+                                                 "detector."
+                                               : "they are taken to grow as they seemed to at "
+                                                 "first.");
+}
+
+/// Whether the widths follow the law.
+void tellLaw(Story& story) {
+    const Analysis& analysis = story.analysis;
+    const WidthLaw& law = analysis.law;
+    const std::string found =
+        "Chi-squared per degree of freedom of the law is " + fixed(law.reducedChiSquared, 2);
+    const std::string without = law.outliers > 0
+                                    ? joined(" without ", counted(law.outliers, "line"), " that ",
+                                             law.outliers == 1 ? "is" : "are", " more than ",
+                                             farthestFromLaw, " errors off")
+                                    : "";
+    const std::string others = "Lines that are wider may be several, or have a natural width.";
+    if (analysis.hasLaw)
+        story.teller.Say(found, ": one law holds for all lines.");
+    else if (law.reducedChiSquared <= badLaw)
+        story.teller.Say(found, without, ": the law holds for the others. ", others);
+    else
+        story.teller.Say(found, without,
+                         ": the widths do not follow one law to within their errors. ", others);
+}
+
 /// What the law means for a silicon detector, where positions are energies.
 void tellDetector(Story& story) {
     const WidthLaw& law = story.analysis.law;
@@ -20,7 +61,9 @@ void tellDetector(Story& story) {
                withError(slope, error), " eV; silicon (w = 3.65 eV, F = 0.115) has ",
                fixed(slopeOfSilicon, 2), " eV.");
     const double noise = law.square - law.slope * law.reference;
-    if (std::abs(slope - slopeOfSilicon) > 0.3 * slopeOfSilicon + 3 * error)
+    if (law.reducedChiSquared > badLaw)
+        teller.Say("As the widths do not follow it, nothing more is concluded from it.");
+    else if (std::abs(slope - slopeOfSilicon) > 0.3 * slopeOfSilicon + 3 * error)
         teller.Say("That is not the slope of such a detector, and nothing is concluded from it.");
     else if (noise > 0)
         teller.Say("Continued to energy 0 the width is ", fixed(perUnit * std::sqrt(noise), 1),
@@ -73,16 +116,14 @@ void stepWidths(Story& story) {
             "be ",
             fixed(law.At(law.reference), decimalsOf(story.spectrum)), ofUnit(story.spectrum),
             " wide at ", fixed(law.reference, decimalsOf(story.spectrum)), ofUnit(story.spectrum),
-            story.options.resolution ? ", as was given." : ", as the clearest maxima are.");
+            story.options.resolution   ? ", as was given."
+            : story.analysis.hasMaxima ? ", about as the clearest maxima are."
+                                       : "; no maximum tells.");
         return;
     }
     teller.Say(counted(count, "line"), count == 1 ? " is" : " are",
                " strong and single enough to be fitted with ", count == 1 ? "its" : "their",
-               " own width. The square of the full width at half maximum, over position, is ",
-               law.slopeError > 0
-                   ? "fitted by a straight line, to each error half a percent of the width being "
-                     "added for what lines are other than Gaussians."
-                   : "too few widths to tell a slope; the one that is used was not fitted.");
+               " own width. ", aboutSlope(story));
     Table table{.caption = "Widths of single lines, and what the law has there",
                 .heading = {axisLabel(story.spectrum), "width", "law", "(width - law) / error"},
                 .columns = std::vector<Column>(4, Column::number)};
@@ -92,22 +133,10 @@ void stepWidths(Story& story) {
                               fixed(law.At(width.position), decimals + 1),
                               fixed((width.value - law.At(width.position)) / width.error, 1)});
     teller.Show(table);
-    if (law.slopeError > 0) {
-        const std::string found = joined("Chi-squared per degree of freedom of the law is ",
-                                         fixed(law.reducedChiSquared, 2));
-        const std::string without =
-            law.outliers > 0
-                ? joined(" without ", counted(law.outliers, "line"), " that ",
-                         law.outliers == 1 ? "is" : "are", " more than five errors off")
-                : "";
-        teller.Say(found, without,
-                   analysis.hasLaw
-                       ? ": one law holds for all lines."
-                       : ": the widths do not follow one law to within their errors. "
-                         "Lines that are wider may be several, or have a natural width.");
-        if (story.spectrum.IsOfEnergy())
-            tellDetector(story);
-    }
+    if (count > 1)
+        tellLaw(story);
+    if (law.slopeError > 0 && story.spectrum.IsOfEnergy())
+        tellDetector(story);
     const darr_c1DArray& counts = story.spectrum.counts;
     teller.Draw({"The widths of single lines with their standard errors, and their law.",
                  {Diagram{{.title = "",

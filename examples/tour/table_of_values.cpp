@@ -25,7 +25,7 @@ void orient(Values& values) {
         return;
     std::reverse(values.x.begin(), values.x.end());
     std::reverse(values.y.begin(), values.y.end());
-    std::reverse(values.lines.begin(), values.lines.end());
+    std::reverse(values.places.begin(), values.places.end());
 }
 
 cal_c1DArrayCal calibrationOf(const Values& values, const std::string& file) {
@@ -33,12 +33,12 @@ cal_c1DArrayCal calibrationOf(const Values& values, const std::string& file) {
     const auto increases = [&](std::size_t i) { return x[i] > x[i - 1]; };
     for (std::size_t i = 1; i < x.size(); ++i)
         if (!increases(i))
-            throw InputError(file, values.lines[i],
+            throw InputError(file, values.places[i],
                              x[i] == x[i - 1] ? "x is the same as in the line before"
                                               : "x does not go on in one direction");
     const double delta = (x.back() - x.front()) / static_cast<double>(x.size() - 1);
     if (delta < smallestStep)
-        throw InputError(file, values.lines.back(), "x increases by less than 1e-30 at a step");
+        throw InputError(file, values.places.back(), "x increases by less than 1e-30 at a step");
     const cal_c1DArrayCal cal(x.front(), delta, 0);
     bool isEven = true;
     std::size_t worst = 1;
@@ -49,7 +49,7 @@ cal_c1DArrayCal calibrationOf(const Values& values, const std::string& file) {
         worst = off(i) > off(worst) ? i : worst;
     }
     if (!isEven)
-        throw InputError(file, values.lines[worst],
+        throw InputError(file, values.places[worst],
                          "x is not evenly spaced: here is the step that differs most");
     return cal;
 }
@@ -63,11 +63,11 @@ bool holdsAll(const std::vector<double>& values) {
 
 } // namespace
 
-void Values::Add(double value, const TextFile& file) {
+void Values::Add(double value, const TextFile& file, std::size_t column) {
     if (y.size() == mostValues)
         file.Fail(1, "more than " + std::to_string(mostValues) + " values");
     y.push_back(value);
-    lines.push_back(file.Number());
+    places.push_back({file.Number(), column});
 }
 
 std::string knownUnit(std::string_view unit) {
@@ -79,9 +79,8 @@ std::string knownUnit(std::string_view unit) {
 
 Spectrum spectrumOf(Values values, const TextFile& file) {
     if (values.y.size() < fewestValues)
-        throw InputError(file.Name(), file.Number(),
-                         "the file ends after " + std::to_string(values.y.size()) +
-                             " values; at least " + std::to_string(fewestValues) + " are needed");
+        file.FailAtEnd("the file ends after " + std::to_string(values.y.size()) +
+                       " values; at least " + std::to_string(fewestValues) + " are needed");
     orient(values);
     const cal_c1DArrayCal cal = !values.x.empty() ? calibrationOf(values, file.Name())
                                                   : values.calibration.value_or(cal_c1DArrayCal());

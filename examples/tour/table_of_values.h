@@ -13,14 +13,14 @@ namespace tour {
 struct Values {
     std::vector<double> x; ///< empty, or as many as there are y
     std::vector<double> y;
-    std::vector<long long> lines; ///< where each y stands
-    std::string axis;             ///< empty where nothing is said
-    std::string unit;             ///< likewise
+    std::vector<Place> places; ///< where the first number of each point stands
+    std::string axis;          ///< empty where nothing is said
+    std::string unit;          ///< likewise
     std::optional<cal_c1DArrayCal> calibration = {};
     std::vector<std::string> remarks = {};
 
-    /// Adds a value that stands where the file is.
-    void Add(double value, const TextFile& file);
+    /// Adds a value; its point stands in that column of the line that the file is at.
+    void Add(double value, const TextFile& file, std::size_t column);
 };
 
 /// The spectrum that the values are: on a calibrated axis where there are positions or a

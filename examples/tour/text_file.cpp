@@ -4,7 +4,6 @@
 #include <charconv>
 #include <cmath>
 
-#include "input_error.h"
 #include "input_file.h"
 
 namespace tour {
@@ -19,6 +18,11 @@ constexpr double largestMagnitude = 1e15;
 
 bool isBlank(char c) { return blanks.find(c) != std::string_view::npos; }
 bool isSeparator(char c) { return c == ',' || c == ';'; }
+
+std::string foundInstead(const Field& found, const std::string& expected) {
+    return "found " + (found.text.empty() ? "nothing" : quoted(found.text)) + ", expected " +
+           expected;
+}
 
 std::from_chars_result parse(std::string_view text, double& value) {
     if (text.starts_with('+') && !text.starts_with("+-"))
@@ -49,11 +53,11 @@ std::string lowered(std::string_view text) {
 TextFile::TextFile(const std::string& file) : file_(file), stream_(openInput(file)) {}
 
 bool TextFile::Next() {
-    line_.clear();
     std::streambuf& buffer = *stream_.rdbuf();
     int c = buffer.sbumpc();
     if (c == std::char_traits<char>::eof())
         return false;
+    line_.clear();
     ++number_;
     for (; c != '\n' && c != std::char_traits<char>::eof(); c = buffer.sbumpc()) {
         if (line_.size() == longestLine)
@@ -67,15 +71,18 @@ bool TextFile::Next() {
 }
 
 void TextFile::Fail(std::size_t column, const std::string& problem) const {
-    throw InputError(file_, Number(), column, problem);
+    throw InputError(file_, {Number(), column}, problem);
 }
 
+void TextFile::FailAtEnd(const std::string& problem) const { Fail(line_.size() + 1, problem); }
+
 void TextFile::Fail(const Field& found, const std::string& expected) const {
-    Fail(found.column, "found " + (found.text.empty() ? "nothing" : quoted(found.text)) +
-                           ", expected " + expected);
+    Fail(found.column, foundInstead(found, expected));
 }
 
 std::vector<Field> fieldsOf(std::string_view line) {
+    while (!line.empty() && (isBlank(line.back()) || isSeparator(line.back())))
+        line.remove_suffix(1);
     std::vector<Field> fields;
     std::size_t at = 0;
     const auto skipBlanks = [&] {
@@ -102,15 +109,22 @@ bool isNumber(std::string_view text) {
     return parse(text, value).ec == std::errc();
 }
 
-double numberIn(const Field& field, const TextFile& file, const std::string& expected) {
+double numberIn(const Field& field, const std::string& file, long long line,
+                const std::string& expected) {
     double value = 0;
     const std::errc error = parse(field.text, value).ec;
+    const Place place{line, field.column};
     if (error == std::errc::result_out_of_range ||
         (error == std::errc() && !(std::abs(value) <= largestMagnitude)))
-        file.Fail(field.column, quoted(field.text) + " is out of range, expected " + expected);
+        throw InputError(file, place,
+                         quoted(field.text) + " is out of range, expected " + expected);
     if (error != std::errc())
-        file.Fail(field, expected);
+        throw InputError(file, place, foundInstead(field, expected));
     return value;
+}
+
+double numberIn(const Field& field, const TextFile& file, const std::string& expected) {
+    return numberIn(field, file.Name(), file.Number(), expected);
 }
 
 } // namespace tour

@@ -10,7 +10,6 @@ namespace tour {
 
 namespace {
 
-constexpr double farthest = 3;        // errors from a law that does not hold
 constexpr double narrowestPart = 0.2; // of the law's width, where it would end at nothing
 
 /// The squares of the widths as a straight line. The slope stays at 0 where `hasSlope` is false.
@@ -36,13 +35,6 @@ double pullOf(const Width& width, const WidthLaw& law) {
     return (width.value * width.value - square) / (2 * width.value * width.error);
 }
 
-bool canHaveSlope(std::span<const Width> widths) {
-    const auto [first, last] =
-        std::minmax_element(widths.begin(), widths.end(),
-                            [](const Width& a, const Width& b) { return a.position < b.position; });
-    return widths.size() >= 3 && last->position - first->position > 5 * first->value;
-}
-
 WidthLaw fittedTo(std::span<const Width> widths, const WidthLaw& law) {
     double weights = 0;
     double moment = 0;
@@ -52,7 +44,7 @@ WidthLaw fittedTo(std::span<const Width> widths, const WidthLaw& law) {
         moment += weight * width.position;
     }
     const double reference = moment / weights;
-    const bool hasSlope = canHaveSlope(widths);
+    const bool hasSlope = canTellSlope(widths);
     const nlsq_sResult fit = straight(widths, reference, law.slope, hasSlope);
     return {.square = fit.parameters[0],
             .slope = hasSlope ? fit.parameters[1] : law.slope,
@@ -69,6 +61,13 @@ double WidthLaw::At(double x) const {
     return std::sqrt(std::max(square + slope * (x - reference), narrowestPart * square));
 }
 
+bool canTellSlope(std::span<const Width> widths) {
+    const auto [first, last] =
+        std::minmax_element(widths.begin(), widths.end(),
+                            [](const Width& a, const Width& b) { return a.position < b.position; });
+    return widths.size() >= 3 && last->position - first->position > 5 * first->value;
+}
+
 WidthLaw lawOf(std::span<const Width> widths, const WidthLaw& law) {
     if (widths.empty())
         return law;
@@ -80,8 +79,9 @@ WidthLaw lawOf(std::span<const Width> widths, const WidthLaw& law) {
     };
     while (kept.size() > 2 && 2 * kept.size() > widths.size() + 1) {
         const auto [narrowest, widest] = std::minmax_element(kept.begin(), kept.end(), wider);
-        const bool isWide = pullOf(*widest, result) > farthest;
-        if (result.reducedChiSquared < 2 || (!isWide && pullOf(*narrowest, result) > -farthest))
+        const bool isWide = pullOf(*widest, result) > farthestFromLaw;
+        if (result.reducedChiSquared < 2 ||
+            (!isWide && pullOf(*narrowest, result) > -farthestFromLaw))
             break;
         kept.erase(isWide ? widest : narrowest);
         result = fittedTo(kept, law);

@@ -27,10 +27,16 @@ struct Width {
     double error;
 };
 
+/// Whether widths lie far enough from each other to tell how they grow along the axis.
+bool canTellSlope(std::span<const Width> widths);
+
+/// How many errors a width is off at most that holds to a law.
+inline constexpr double farthestFromLaw = 3;
+
 /// The law of some widths: a straight line through their squares where there are three and more
 /// over some range of widths, otherwise one of the slope of `law`. Where it does not hold,
-/// what is off by more than three errors is left out, one after the other, what is wider first, as
-/// long as most are not. Without widths it is `law`.
+/// what is off by more than `farthestFromLaw` errors is left out, one after the other, what is
+/// wider first, as long as most are not. Without widths it is `law`.
 WidthLaw lawOf(std::span<const Width> widths, const WidthLaw& law);
 
 /// 2 sqrt(2 ln 2): the full width at half maximum of a Gaussian of standard deviation 1.

@@ -81,7 +81,7 @@ def test_sample(sample, told):
     (r"The mean square of the 20 is @;", 1, 0.7),
     (r"\nFe Ka 6\.40\d*\(\d+\) 0\.13\d*\(\d+\) .* @\n", 1, 0.6),
     (r"Chi-squared per degree of freedom is @, with [^.]* describes the spectrum to within its noise", 1, 0.1),
-    (r"square of residual . noise is @, where noise alone gives 1: the background follows", 1, 0.1),
+    (r"square of residual . noise is @, where noise alone gives 1: there the background follows", 1, 0.1),
     # The detector of the model: 60 eV of electronics.
     (r"The fitted slope is @ eV; silicon", 2.33, 0.4),
     (r"Continued to energy 0 the width is @ eV", 60, 12),
@@ -102,6 +102,10 @@ def test_sample_figures(sample, pattern, expected, bound):
     assert found and float(found[1]) == pytest.approx(expected, abs=bound)
 
 
+def part(text, number):
+    return text[text.index(f"\n{number}. "):text.index(f"\n{number + 1}. ")]
+
+
 # ---- The tour of measured data -----------------------------------------------------------------------------------------
 
 @MEASURED
@@ -112,9 +116,12 @@ def test_sample_figures(sample, pattern, expected, bound):
     # Chromium and iron K-alpha, by which it is calibrated; nickel K-alpha and K-beta, in the mean of their components;
     # iron K-beta; manganese K-alpha, a third of a width from chromium K-beta; copper.
     ("steel_eds.csv --unit keV --calibration -0.00413,0.0119233",
-     [(5.4117, 0.001), (6.3995, 0.001), (7.4724, 0.003), (8.2647, 0.005), (7.0580, 0.005), (5.8951, 0.020), (5.9467, 0.015),
-      (8.0411, 0.005)],
-     ["to within little more than its noise", "silicon (w = 3.65 eV, F = 0.115) has 2.33 eV"], None),
+     [(5.4117, 0.001), (6.3995, 0.001), (7.4724, 0.003), (8.2647, 0.005), (7.0580, 0.005), (5.8951, 0.010), (5.9467, 0.006),
+      (8.0411, 0.008)],
+     ["to within little more than its noise", "silicon (w = 3.65 eV, F = 0.115) has 2.33 eV", "the lines leave no such channel",
+      "2 lines lie within half a width of another"], None),
+    # In other units it is the same spectrum.
+    ("steel_eds.csv", [(494.2, 0.6), (498.8, 0.5), (537.1, 0.1)], ["more than 3 errors off: the law holds for the others"], "eV"),
     # Lines that are known to be there are fitted there: without manganese's part chromium K-beta is what it is.
     ("steel_eds.csv --unit keV --calibration -0.00413,0.0119233 --lines 1.74,5.8951", [(5.9467, 0.010)], [], None),
 ])
@@ -126,7 +133,14 @@ def test_measured(told, options, lines, says, says_not):
                   "there is nothing more to be found", "the background follows the continuum", *says):
         assert words in flowing(text)
     assert says_not is None or says_not not in text
-    table = re.sub(r"\(\d+\)|^given ", "", text[text.index("\n4. "):text.index("\n5. ")], flags=re.M)
+    # The widths that lines have by themselves are told twice, and are the same.
+    own = {float(at): width for at, width in re.findall(r"^ *([\d.]+)\(\d+\) +([\d.]+)\(\d+\) ", part(text, 4), re.M)}
+    told_again = re.findall(r"^ *([\d.]+) +([\d.]+)\(\d+\) ", part(text, 5), re.M)
+    assert len(told_again) == len(own) > 5
+    for at, width in told_again:
+        digits = min(len(width), 4)
+        assert own[min(own, key=lambda other: abs(other - float(at)))][:digits] == width[:digits]
+    table = re.sub(r"\(\d+\)|^given ", "", part(text, 4), flags=re.M)
     found = [float(at) for at in re.findall(r"^([\d.]+)(?: \S+){4,}$", table, re.M)]
     for position, bound in lines:
         assert min(abs(at - position) for at in found) < bound

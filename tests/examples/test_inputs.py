@@ -70,6 +70,7 @@ ARGUMENTS = [
     ("--range has 0 channels of the spectrum, *", "--spectrum", "good", "--range", "50,100"),
     ("--lines: found '', expected positions between commas: 5.9,6.4", "--spectrum", "good", "--lines", "5,"),
     ("--lines: 20 is outside of the spectrum, from 0 to 20", "--spectrum", "good", "--lines", "20"),
+    ("--lines: 5 and 5.5 are less than a channel apart", "--spectrum", "good", "--lines", "5,9,5.5"),
     ("--pixel: found '3', expected SIZE,UNIT with a SIZE above 0: 0.5,mm", "--pixel", "3"),
     *(("--calibration: found '*', expected OFFSET,DELTA with *", "--spectrum", "good", "--calibration", value)
       for value in ("0,1e-300", "0,1e300", "1e300,1", "1e10,1e-10", "-1e10,1e-10")),
@@ -101,10 +102,10 @@ def test_arguments_refused(tour, tmp_path, expected, arguments):
 
 ONE = "expected one value, as in the lines before"
 SPECTRA_REFUSED = {
-    "s:15: the file ends after 15 values; *": "".join(f"{i}\n" for i in range(1, 16)),
-    "s:1: the file ends after 0 values; at least 16 are needed": "",
-    "s:2: the file ends after 0 values; *": "# only\n# comments\n",
-    "s:3: the file ends after 3 values; *": "1\n2\n3\n",
+    "s:15:3: the file ends after 15 values; *": "".join(f"{i}\n" for i in range(1, 16)),
+    "s:1:1: the file ends after 0 values; at least 16 are needed": "",
+    "s:2:11: the file ends after 0 values; *": "# only\n# comments\n",
+    "s:3:2: the file ends after 3 values; *": "1\n2\n3\n",
     f"s:21:1: found 'abc', {ONE}": COUNTS + "abc\n",
     "s:23:1: found '12x', expected one value*": COUNTS + "\n# comment\n12x\n",
     f"s:21:3: found two values, {ONE}": COUNTS + "1 2\n",
@@ -118,48 +119,53 @@ SPECTRA_REFUSED = {
     's:21:1: found one value, expected "x,y"*': POINTS + "0.31,\n",
     's:21:1: found nothing, expected "x,y", as in the lines before': POINTS + ",5\n",
     "s:21:8: found '2', expected *": POINTS + "0.31,1,2\n",
-    "s:21: x is the same as in the line before": POINTS + "0.30,1\n",
-    "s:21: x does not go on in one direction": POINTS + "0.29,1\n",
-    "s:21: x is not evenly spaced: *": POINTS + "0.41,1\n",
-    "s:20: x increases by less than 1e-30 at a step": "".join(f"{i}e-31,1\n" for i in range(1, 21)),
+    "s:21:1: x is the same as in the line before": POINTS + "0.30,1\n",
+    "s:21:1: x does not go on in one direction": POINTS + "0.29,1\n",
+    "s:21:1: x is not evenly spaced: *": POINTS + "0.41,1\n",
+    "s:20:1: x increases by less than 1e-30 at a step": "".join(f"{i}e-31,1\n" for i in range(1, 21)),
     's:2:1: found \'def\', expected "x,y" or one value': "abc\ndef\n" + COUNTS,
-    "s:24: the header announces 21 points, and the file has 20 and no #ENDOFDATA": emsa("#NPOINTS : 21", end=""),
+    "s:24:3: the header announces 21 points, and the file has 20 and no #ENDOFDATA": emsa("#NPOINTS : 21", end=""),
     "s:3:13: found 'ten', expected a number for the keyword 'xperchan'": emsa("#XPERCHAN : ten"),
-    "s:*: the header has a step of 0.000000 per channel, expected one above 0": emsa("#XPERCHAN : 0"),
+    "s:3:13: found '0', expected a step per channel above 0": emsa("#XPERCHAN : 0"),
+    "s:3:11: found '-0,1', expected a number for the keyword 'offset'": emsa("#OFFSET : -0,1"),
+    "s:3:12: found '-20', expected a number of points": emsa("#NPOINTS : -20"),
+    "s:1:9: found 'fast', expected a number for the keyword 'offset'": "#OFFSET:fast\n" + emsa(),
+    "s:2:2: found a decimal comma, expected \"x,y\" or one value, with decimal points": "energy;counts\n0,11;3\n",
+    "s:1:3: found a decimal comma, *": "10,5\t3\n",
     "s:15:1: found 'twelve', expected a value or #ENDOFDATA": emsa().replace("\n12\n", "\ntwelve\n"),
     "s:1:11: found 'something else', expected 'EMSA/MAS Spectral Data File'": "#FORMAT : something else\n" + COUNTS,
 }
 IMAGES_REFUSED = [
-    ("i:1: this is no PGM, PNG or TIFF image: it begins with ''", ""),
+    ("i:1:1: this is no PGM, PNG or TIFF image: it begins with ''", ""),
     ("i: is damaged: *", "\x89PNG\r\n" + BYTES),
     ("i: is damaged: *", "II*\0" + BYTES),
-    ("i:1: this is no PGM, PNG or TIFF image: *", "P6\n4 4\n255\n" + BYTES),
-    ("i:1: this is no PGM, PNG or TIFF image: *", "P55\n4 4\n255\n" + BYTES),
-    ("i:1: this is no PGM, PNG or TIFF image: it begins with '????????????????????...'", 100 * "\0"),
-    ("i:2: the file ends where the width should stand", "P5\n"),
-    ("i:2: the file ends where the height should stand", "P5\n4"),
-    ("i:2: the file ends where the largest value should stand", "P5\n4 4 # comment without end"),
-    ("i:2: the width is '-4', which is not a whole number", "P5\n-4 4\n255\n" + BYTES),
-    ("i:3: the height is '4.5', which is not a whole number", "P5\n4\n4.5\n255\n" + BYTES),
-    ("i:2: the width is 0, outside 4 to 2147483647", "P5\n0 4\n255\n" + BYTES),
-    ("i:2: the height is 3, outside *", "P5\n4 3\n255\n" + BYTES),
-    ("i:2: the height is 2147483648, outside *", "P5\n4 2147483648\n255\n" + BYTES),
-    ("i:2: the height is 9999999999999999999, outside *", "P5\n4 9999999999999999999\n255\n" + BYTES),
-    ("i:2: '12345678901234567890...' is not a number", "P5\n4 123456789012345678901\n255\n" + BYTES),
-    ("i:2: the size is 65536 x 32768, more than 2147483647 pixels", "P5\n65536 32768\n255\n" + BYTES),
-    ("i:3: the largest value is 0, outside 1 to 65535", "P5\n4 4\n0\n" + BYTES),
-    ("i:3: the largest value is 65536, outside *", "P5\n4 4\n65536\n" + BYTES),
-    ("i:4: the file ends after 16 of 4 x 5 pixels", "P5\n4 5\n255\n" + BYTES),
-    ("i:4: pixel 1 is 12337, more than the largest value 256 *", "P5\n4 4\n256\n" + BYTES),
-    ("i:4: the file ends after 8 of 4 x 4 pixels", "P5\n4 4\n65535\n" + BYTES),
-    ("i:4: pixel 15 is 101, *", "P5\n4 4\n100\n" + BYTES),
-    ("i:4: there is more in the file than *", f"P5\n4 4\n255\nx{BYTES}"),
-    ("i:4: there is more in the file than *", f"P5\n4 4\n255\nfour more rows and{BYTES}"),
-    ("i:4: there is more in the file than *", f"P5\n4 4\n255\nthirty-two_more_pixels_in_a_word{BYTES}"),
-    ("i:4: pixel 16 of 4 x 4 pixels is 16, outside 0 to 15", f"P2\n4 4\n15\n{PIXELS}"),
-    ("i:4: the file ends where pixel 17 of 4 x 5 pixels should stand", f"P2\n4 5\n16\n{PIXELS}"),
-    ("i:5: pixel 5 of 4 x 4 pixels is 'x', which is not a whole number", f"P2\n4 4\n16\n1 2 3\n4 x 6{PIXELS}"),
-    ("i:4: there is more in the file than *", f"P2\n4 4\n16\n{PIXELS}\n17"),
+    ("i:1:1: this is no PGM, PNG or TIFF image: *", "P6\n4 4\n255\n" + BYTES),
+    ("i:1:1: this is no PGM, PNG or TIFF image: *", "P55\n4 4\n255\n" + BYTES),
+    ("i:1:1: this is no PGM, PNG or TIFF image: it begins with '????????????????????...'", 100 * "\0"),
+    ("i:2:1: the file ends where the width should stand", "P5\n"),
+    ("i:2:2: the file ends where the height should stand", "P5\n4"),
+    ("i:2:26: the file ends where the largest value should stand", "P5\n4 4 # comment without end"),
+    ("i:2:1: the width is '-4', which is not a whole number", "P5\n-4 4\n255\n" + BYTES),
+    ("i:3:1: the height is '4.5', which is not a whole number", "P5\n4\n4.5\n255\n" + BYTES),
+    ("i:2:1: the width is 0, outside 4 to 2147483647", "P5\n0 4\n255\n" + BYTES),
+    ("i:2:3: the height is 3, outside *", "P5\n4 3\n255\n" + BYTES),
+    ("i:2:3: the height is 2147483648, outside *", "P5\n4 2147483648\n255\n" + BYTES),
+    ("i:2:3: the height is 9999999999999999999, outside *", "P5\n4 9999999999999999999\n255\n" + BYTES),
+    ("i:2:3: '12345678901234567890...' is not a number", "P5\n4 123456789012345678901\n255\n" + BYTES),
+    ("i:2:7: the size is 65536 x 32768, more than 2147483647 pixels", "P5\n65536 32768\n255\n" + BYTES),
+    ("i:3:1: the largest value is 0, outside 1 to 65535", "P5\n4 4\n0\n" + BYTES),
+    ("i:3:1: the largest value is 65536, outside *", "P5\n4 4\n65536\n" + BYTES),
+    ("i:4:1: the file ends after 16 of 4 x 5 pixels", "P5\n4 5\n255\n" + BYTES),
+    ("i:4:1: pixel 1 is 12337, more than the largest value 256 *", "P5\n4 4\n256\n" + BYTES),
+    ("i:4:1: the file ends after 8 of 4 x 4 pixels", "P5\n4 4\n65535\n" + BYTES),
+    ("i:4:1: pixel 15 is 101, *", "P5\n4 4\n100\n" + BYTES),
+    ("i:4:1: there is more in the file than *", f"P5\n4 4\n255\nx{BYTES}"),
+    ("i:4:1: there is more in the file than *", f"P5\n4 4\n255\nfour more rows and{BYTES}"),
+    ("i:4:1: there is more in the file than *", f"P5\n4 4\n255\nthirty-two_more_pixels_in_a_word{BYTES}"),
+    ("i:4:37: pixel 16 of 4 x 4 pixels is 16, outside 0 to 15", f"P2\n4 4\n15\n{PIXELS}"),
+    ("i:4:40: the file ends where pixel 17 of 4 x 5 pixels should stand", f"P2\n4 5\n16\n{PIXELS}"),
+    ("i:5:3: pixel 5 of 4 x 4 pixels is 'x', which is not a whole number", f"P2\n4 4\n16\n1 2 3\n4 x 6{PIXELS}"),
+    ("i:4:37: there is more in the file than *", f"P2\n4 4\n16\n{PIXELS}\n17"),
 ]
 
 
@@ -169,6 +175,12 @@ def test_files_refused(tour, tmp_path, name, expected, content):
     written(tmp_path / name, content)
     refused(tour, expected, {"s": "--spectrum", "i": "--image"}[name], name)
     assert not (tmp_path / "out").exists()
+
+
+def test_a_spectrum_of_more_channels_than_there_is_time_for(tour, told, tmp_path):
+    written(tmp_path / "s", "3\n" * 16385)
+    refused(tour, "the spectrum has 16385 channels, expected 16384 or fewer; --range FROM,TO takes a part of it", "--spectrum", "s")
+    told("--spectrum", "s", "--range", "0,1000")
 
 
 def test_a_program_is_no_spectrum(tour, tmp_path):
@@ -195,6 +207,23 @@ SPECTRA_TAKEN = {
     emsa("#npoints: 20.", "#xperchan  -kev: 0.01", "#xunits: KEV"): "channel 100 lies at 1.; energy / keV",
     emsa("#XPERCHAN : 2 eV", "#CHOFFSET : 5", "#XUNITS : eV"): "channel 100 lies at 190.",
     emsa(): "channel 100 lies at 100.",
+    # The rows of spreadsheets, names in quotes, units after blanks and underscores.
+    columns("energy / keV,counts,,", ",", last=",,") + ",,\n": "channel 100 lies at 1.11; energy / keV",
+    columns('"Energy, keV","Counts"', ","): "energy / keV",
+    columns("energy keV counts", " "): "energy / keV",
+    columns("energy_keV,counts", ","): "energy / keV",
+    columns("one, two, three", ","): "About the file: the names of the columns, 'one, two, three', are not two",
+    # Headers that say the same in other places, twice, or in contradiction.
+    "#TITLE : first\n" + emsa("#XPERCHAN : 10", "#XUNITS : eV"): "channel 100 lies at 1000; energy / eV",
+    "# format: x, y\n" + POINTS: "",
+    emsa("#XPERCHAN -eV : 10"): "energy / eV",
+    emsa("#XPERCHAN : 0.01", "#XUNITS : Energy (keV)"): "channel 100 lies at 1; energy / keV",
+    emsa("#XPERCHAN -keV : 10", "#XUNITS : eV"): "XUNITS of the header says 'eV' and XPERCHAN 'keV', and XUNITS holds",
+    emsa("#XPERCHAN : 1", "#XPERCHAN : 2"): "the keyword xperchan more than once",
+    emsa("#XPERCHAN : 1", "#OFFSET : 5", "#CHOFFSET : 7"): "OFFSET and CHOFFSET of the header do not agree",
+    emsa("#XPERCHAN : 1", "#OFFSET : -7", "#CHOFFSET : 7"): "channel 100 lies at 93",
+    f"#FORMAT : EMSA/MAS\n#XPERCHAN : 1\n#DATATYPE : XY\n#SPECTRUM\n{POINTS}#ENDOFDATA\n":
+        "XPERCHAN of the header is not the step of the pairs",
     emsa("#NPOINTS : 21"): "the header announces 21 points, and the file has 20",
     f"#FORMAT : EMSA/MAS\n#NPOINTS : 20\n#DATATYPE : XY\n#XUNITS : keV\n#SPECTRUM\n{POINTS}#ENDOFDATA\n":
         "channel 100 lies at 1.11",
@@ -242,8 +271,8 @@ def test_images_taken(told, tmp_path, content):
 
 
 @pytest.mark.parametrize("content, expected", [
-    ("P5\n65535 32767\n65535\n", "i:4: the file ends after 0 of 65535 x 32767 pixels"),
-    ("P2\n65535 32767\n65535\n1 2", "i:4: the file ends where pixel 3 of 65535 x 32767 pixels should stand")])
+    ("P5\n65535 32767\n65535\n", "i:4:1: the file ends after 0 of 65535 x 32767 pixels"),
+    ("P2\n65535 32767\n65535\n1 2", "i:4:4: the file ends where pixel 3 of 65535 x 32767 pixels should stand")])
 def test_a_size_that_is_merely_claimed_costs_nothing(tour, tmp_path, content, expected):
     """It would be 4 GiB, where 1 GB may be used. AddressSanitizer itself takes more, and then there is no limit."""
     limit = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_AS, (10**9, 10**9))}
