@@ -541,9 +541,10 @@ TEST(PeakFit, BackgroundsCountedFromFarAwayAreThoseAboutTheMiddle) {
                             variance +=
                                 std::pow(middle / 2, static_cast<double>(i + j) - 6) *
                                 found.fit.Covariance(static_cast<int>(i), static_cast<int>(j));
-                    if (offset < 1e7 && !isCurved)
+                    if (offset < 1e7 && !isCurved) {
                         EXPECT_NEAR(std::sqrt(variance), near.fit.standardErrors[3],
                                     1e-3 * near.fit.standardErrors[3]);
+                    }
                     EXPECT_NEAR(last[top], found.fit.parameters[top], 1e-3 * error);
                 }
 }
