@@ -170,10 +170,11 @@ std::vector<sOther> peaksNear(const regs_sPair& whole, const regs_sShift& first,
     const auto at = [&](int dx, int dy) { return correlation.At(dx, dy); };
     const int reachX = std::min(reach.x, x.count / 2 - 1);
     const int reachY = std::min(reach.y, y.count / 2 - 1);
+    const float least = std::max(0.0F, 0.3F * at(0, 0)); // the others are far from it
     std::vector<std::pair<float, regs_sShift>> peaks;
     for (int dy = -reachY; dy <= reachY; ++dy)
         for (int dx = -reachX; dx <= reachX; ++dx)
-            if ((dx != 0 || dy != 0) && at(dx, dy) > 0 && regs_IsPeak(at, dx, dy) &&
+            if ((dx != 0 || dy != 0) && at(dx, dy) > least && regs_IsPeak(at, dx, dy) &&
                 whole.Has({first.x + dx, first.y + dy}))
                 peaks.push_back({at(dx, dy), {dx, dy}});
     const auto most = std::min<std::size_t>(peaks.size(), 6);
@@ -299,6 +300,9 @@ private:
         for (std::size_t i = 0; i < peaks_.size() && others.size() < most; ++i) {
             if (i == used_ || !IsApart(peaks_[i].shift, first))
                 continue;
+            // Of what is nowhere nearly as good again, the first one tells enough.
+            if (!others.empty() && peaks_[i].rank < 0.5 * peaks_[0].rank)
+                break;
             regs_sPlace other = StartAt(peaks_[i]);
             if (!isBanded_ && IsAveraged())
                 ApproachedAmongMeans(other);
