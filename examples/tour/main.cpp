@@ -37,7 +37,7 @@ struct Step {
 constexpr Step steps[] = {
     {"Numbers and their types", stepTypes},
     {"The image", stepImage},
-    {"Two spectra: subtraction with alignment", stepSpectra, Step::ofSample},
+    {"Two spectra: counts on another grid", stepSpectra, Step::ofSample},
     {"The lines of the spectrum and what lies under them", stepLines},
     {"The lines, fitted together", stepFit, Step::ofLines},
     {"The widths of the lines", stepWidths, Step::ofLines},

@@ -19,14 +19,16 @@ void stepSpectra(Story& story) {
     const std::string& unit = story.spectrum.unit;
     Teller& teller = story.teller;
     teller.Say("A background is taken from the spectrum. It was measured with wider channels, over "
-               "a smaller range and for longer; a factor brings it to counts per channel of the "
-               "spectrum.");
+               "a smaller range and for longer. Counts belong to the width of their channel: "
+               "resc_Rebin shares those of each wide one out to the channels of the spectrum, and "
+               "their sum stays.");
 
-    const pnum_cNumber factor = spectrum.Cal().Delta() / (blank.Cal().Delta() * blankTime);
-    const darr_c1DArray background = blank * factor;
+    const darr_c1DArray shared = resc_Rebin(blank, spectrum);
+    const pnum_cNumber time = blankTime;
+    const darr_c1DArray background = shared / time;
     const darr_c1DArray net = spectrum - background;
     Table types = tableOfTypes("The subtraction, and the types of its results");
-    types.rows = {rowOfTypes("background = blank * factor", blank, '*', factor, background),
+    types.rows = {rowOfTypes("background = shared / time", shared, '/', time, background),
                   rowOfTypes("net = spectrum - background", spectrum, '-', background, net)};
     teller.Show(types);
     teller.Show(
@@ -35,10 +37,9 @@ void stepSpectra(Story& story) {
          .columns = {Column::name, Column::number, Column::name, Column::number, Column::name},
          .rows = {row("spectrum", spectrum, unit), row("blank", blank, unit),
                   row("net", net, unit)}});
-    teller.Say("The subtraction aligns them: the background is resampled to the delta of the "
-               "spectrum and continued with zeros to its range. Beyond the blank, where nothing "
-               "was measured, the "
-               "net spectrum is the spectrum.");
+    teller.Say("Beyond the blank, where nothing was measured, the net spectrum is the spectrum. "
+               "Arrays of values at positions, which are no counts, need no such step: a "
+               "subtraction aligns them by itself.");
 
     const std::string axis = axisLabel(story.spectrum);
     teller.Draw(
