@@ -34,7 +34,7 @@ int main() {
             model.Tie(model.Width(2), model.Width(0), 1);
         }
         const pkmd_sPeak manganese = pkmd_Fit(model, spectrum).peaks[2];
-        std::printf("%s: Mn Ka %.0f +- %.0f counts\n", isTied ? "tied" : "free",
+        std::printf("%s: Mn Ka %.0f +- %.2g counts\n", isTied ? "tied" : "free",
                     manganese.area / 0.01, manganese.areaError / 0.01);
     }
 }

@@ -27,6 +27,6 @@ for is_tied in (False, True):
         model.tie(lines["Mn Ka"].width, chromium.width)
     manganese = dp.fitting.peaks(spectrum, model).peaks[2]
     what = "tied" if is_tied else "free"
-    print(f"{what}: Mn Ka {manganese.area / 0.01:.0f} +- {manganese.area_error / 0.01:.0f} counts")
+    print(f"{what}: Mn Ka {manganese.area / 0.01:.0f} +- {manganese.area_error / 0.01:.2g} counts")
 
 spectrum.plot().figure.savefig("tied_lines.png")

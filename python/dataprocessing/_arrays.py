@@ -102,10 +102,6 @@ ARRAYS = (Array1D, Array2D)
 MASKS = (Mask1D, Mask2D)
 
 
-def _with_labels(array: Any, name: str, unit: str) -> Any:
-    return type_of(array)(array, name=name, unit=unit)
-
-
 def type_of(array: Any) -> type:
     """``Array1D`` or ``Array2D``, also of an object of a subclass."""
     return Array1D if array.ndim == 1 else Array2D
