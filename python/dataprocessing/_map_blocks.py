@@ -231,10 +231,11 @@ def _refuse_bad(status: NDArray[Any]) -> None:
 
 
 def of_channels(values: Any, channels: int, axis: Axis | None, what: str) -> NDArray[Any]:
-    """A number for every channel; ValueError for those of an Array1D that lies elsewhere than the spectra."""
-    if axis is not None and isinstance(values, Array1D) and len(values) == channels and values.axis != Axis():
-        if not _core.same_grid(values, Array1D(np.empty(channels, "u1"), axis)):
-            raise ValueError(f"{what} on {values.axis}, the spectra on {axis}")
+    """A number for every channel; ValueError for those that lie elsewhere than the spectra."""
+    own = axis_brought(values)
+    if axis is not None and own is not None and len(values) == channels and own != Axis():
+        if not _core.same_grid(*(Array1D(np.empty(channels, "u1"), one) for one in (own, axis))):
+            raise ValueError(f"{what} on {own}, the spectra on {axis}")
     return np.asarray(without_masked(values), dtype="f8")
 
 
@@ -246,6 +247,15 @@ def is_data_array(data: Any) -> bool:
 def is_dask(data: Any) -> bool:
     dask = sys.modules.get("dask.array")
     return dask is not None and isinstance(data, dask.Array)
+
+
+def axis_brought(values: Any) -> Axis | None:
+    """The axis that values for the channels bring, if they bring one."""
+    if isinstance(values, Array1D):
+        return values.axis
+    if is_data_array(values) and values.ndim == 1 and values.dims[0] in values.coords:
+        return Map(values, None, None).axis
+    return None
 
 
 class Map:

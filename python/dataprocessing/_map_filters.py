@@ -10,7 +10,7 @@ import numpy as np
 from dataprocessing import _core
 from dataprocessing._arrays import without_masked
 from dataprocessing._core import Array1D, Axis, UnitError
-from dataprocessing._map_blocks import Fit, Map, Planes, elements, is_data_array
+from dataprocessing._map_blocks import Fit, Map, Planes, axis_brought, elements, is_data_array
 from dataprocessing.fitting import _ends
 
 if TYPE_CHECKING:
@@ -109,15 +109,6 @@ def _run(given: Map, call: Any, channels: int, axis: Axis, planes: tuple[Any, ..
     )  # fmt: skip
 
 
-def _axis_of(reference: Any) -> Axis | None:
-    """The axis that a reference brings, if it brings one."""
-    if isinstance(reference, Array1D):
-        return reference.axis
-    if is_data_array(reference) and reference.ndim == 1 and reference.dims[0] in reference.coords:
-        return Map(reference, None, None).axis
-    return None
-
-
 def _refuse_units(one: Axis, other: Axis) -> None:
     if one.unit and other.unit and one.unit != other.unit:
         raise UnitError(f"the units {one.unit} and {other.unit} meet in one operation")
@@ -202,7 +193,7 @@ def align(
         array([ 0.25, -0.1 ])
     """
     given = Map(data, axis, dim)
-    own = _axis_of(reference)
+    own = axis_brought(reference)
     if own is not None:
         _refuse_units(own, given.axis)
         ends = [abs(own.position(k) - given.axis.position(k)) for k in (0, given.channels - 1)]

@@ -315,6 +315,16 @@ def test_what_lies_elsewhere_is_refused():
     assert maps.linear(placed, {"a": dp.Array1D(np.ones(CHANNELS))})["a"].tolist() == pytest.approx([20.0, 20.0])
     with pytest.raises(ValueError, match="shapes have 5 channels"):
         maps.linear(placed, {"a": dp.Array1D(np.ones(5), dp.Axis(100.0))})
+    xarray = pytest.importorskip("xarray")
+    labelled = xarray.DataArray(spectra, dims=("row", "energy"), coords={"energy": AXIS.positions(CHANNELS)})
+    shape = xarray.DataArray(np.linspace(1, 2, CHANNELS), dims="energy", coords={"energy": AXIS.positions(CHANNELS)})
+    assert maps.linear(labelled, {"a": shape})["a"].shape == (2,)
+    for elsewhere in (shape.assign_coords(energy=shape.energy + 1), shape[::-1]):
+        with pytest.raises(ValueError, match="on Axis"):
+            maps.linear(labelled, {"a": elsewhere})
+        with pytest.raises(ValueError, match="on Axis"):
+            maps.peaks(labelled, model, objective="least-squares", weights=elsewhere)
+    assert maps.linear(labelled, {"a": shape.drop_vars("energy")})["a"].shape == (2,)
     model.curve(there)
     with pytest.raises(ValueError, match="where the spectrum does"):
         maps.peaks(spectra, model, AXIS)
