@@ -129,7 +129,7 @@ std::optional<cal_c1DArrayCal> calibrationOf(Header& header) {
     const double offset = header.offset.value_or(byChannel);
     if (header.channelOffset && *header.channelOffset != 0 &&
         std::abs(offset - byChannel) > 0.01 * *header.perChannel)
-        header.remarks.push_back(
+        header.remarks.emplace_back(
             "OFFSET and CHOFFSET of the header do not agree, and OFFSET holds");
     return cal_c1DArrayCal(offset, *header.perChannel, 0);
 }
