@@ -15,6 +15,7 @@
 #include "dataprocessing/algebra/rcps_exception.h"
 #include "tests/failing_new.h"
 #include "tests/support/constants.h"
+#include "tests/support/measured.h"
 #include "tests/support/refusal_expected.h"
 
 using namespace dataprocessing::detail;
@@ -89,8 +90,7 @@ TEST(LevenbergMarquardt, FindsTheCertifiedParametersAndDeviations) {
          {{{94.9, 0.009, 90.1, 113, 20, 73.8, 140, 20}, {96, 0.0096, 80, 110, 25, 74, 139, 25}}}},
     }};
     for (const CertifiedCase& test : cases) {
-        const std::filesystem::path path = std::filesystem::path(__FILE__).parent_path() /
-                                           "../../../shared/data/nist" / (test.file + ".csv");
+        const std::filesystem::path path = measuredFile("nist/" + test.file + ".csv");
         std::ifstream file(path);
         if (!file)
             GTEST_SKIP() << path << " is absent";

@@ -1,8 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <deque>
-#include <filesystem>
-#include <fstream>
 #include <functional>
 #include <iostream>
 #include <memory>
@@ -19,6 +17,7 @@
 #include "dataprocessing/fitting/pwft.h"
 #include "tests/failing_new.h"
 #include "tests/support/constants.h"
+#include "tests/support/measured.h"
 #include "tests/support/refusal_expected.h"
 
 namespace {
@@ -805,15 +804,9 @@ TEST(GaussianFit, CopiesReferToTheSamePeaks) {
 }
 
 TEST(GaussianFit, MeasuredLineLeavesCountingNoise) {
-    const std::filesystem::path path = std::filesystem::path(__FILE__).parent_path() /
-                                       "../../../shared/data/spectra/xrf_standard.csv";
-    std::ifstream file(path);
-    if (!file)
-        GTEST_SKIP() << path << " is absent";
-    std::vector<double> counts;
-    for (std::string line; std::getline(file, line);)
-        if (!line.starts_with("#"))
-            counts.push_back(std::stod(line));
+    const std::vector<double> counts = measuredCounts("xrf_standard");
+    if (counts.empty())
+        GTEST_SKIP() << "xrf_standard is absent";
 
     // Electron volts. The line is a close doublet, half as strong 15 eV below.
     Spectrometer setup;
