@@ -147,3 +147,12 @@ def test_measured(told, options, lines, says, says_not):
     if "1.74,5.8951" in options:  # of silicon there is no more than noise makes
         counts, error = re.search(r"^given 1\.740\d* .* (\d+)\((\d+)\) [\d.]+$", text, re.M).groups()
         assert float(counts) < 4 * float(error)
+
+
+@MEASURED
+def test_errors_include_what_the_law_of_widths_is_off(told):
+    """Iron's K-beta follows the law of other lines, half a percent of whose width is six tenths of a percent of the area."""
+    text = told("--spectrum", DATA / "spectra/steel_eds.csv", "--unit", "keV", "--calibration", "-0.00413,0.0119233")
+    area, error = map(int, re.search(r"^ *7\.05\d*\(\d+\) +[\d.]+ law .* (\d+)\((\d+)\) +[\d.]+$", part(text, 4), re.M).groups())
+    assert 0.004 * area < error < 0.01 * area
+
