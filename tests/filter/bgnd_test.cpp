@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "tests/support/arrays.h"
+#include "tests/support/bounds.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
@@ -55,6 +56,7 @@ darr_c1DArray spectrumOf(int count, std::mt19937& random) {
 } // namespace
 
 TEST(Background, IsClippedAsToldForEveryType) {
+    const double bound = statedBound("`bgnd_Snip`");
     std::mt19937 random(1);
     std::uniform_real_distribution<double> real(0, 120);
     forEachElementType([&]<class T>(int code) {
@@ -82,7 +84,7 @@ TEST(Background, IsClippedAsToldForEveryType) {
                             ASSERT_EQ(found.size(), wanted.size());
                             for (std::size_t i = 0; i < found.size(); ++i) {
                                 ASSERT_NEAR(found[i], static_cast<double>(wanted[i]),
-                                            120 * 64 * 2.3e-16 +
+                                            120 * bound * 0x1p-52 +
                                                 120 * std::numeric_limits<Result>::epsilon())
                                     << i;
                                 ASSERT_LE(found[i], static_cast<Result>(elements[i])) << i;

@@ -13,6 +13,7 @@
 
 #include "dataprocessing/reduce/stat.h"
 #include "tests/support/arrays.h"
+#include "tests/support/bounds.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
 #include "tests/support/shares.h"
@@ -33,14 +34,14 @@ sValue valueOf(const T& element) {
         return {static_cast<long double>(element), 0};
 }
 
-/// Differs from `wanted` by no more than the roundings of `terms` products of that size and, in
-/// single precision, the last one.
+/// Differs from `wanted` by no more than that many epsilon of double of that size and the last
+/// rounding.
 template<class T>
-void expectValue(const T& found, const sValue& wanted, long double scale, int terms) {
+void expectValue(const T& found, const sValue& wanted, long double scale, double epsilons) {
     using Part = typename PartOf<T>::type;
     const auto check = [&](long double part, long double expected) {
         EXPECT_LE(std::fabs(part - expected),
-                  scale * terms * std::numeric_limits<double>::epsilon() +
+                  scale * epsilons * std::numeric_limits<double>::epsilon() +
                       std::fabs(expected) * std::numeric_limits<Part>::epsilon());
     };
     check(valueOf(found).re, wanted.re);
@@ -52,6 +53,11 @@ int mirrored(int i, int count) {
     while (i < 0 || i >= count)
         i = i < 0 ? -1 - i : 2 * count - 1 - i;
     return i;
+}
+
+double gaussBound() {
+    static const double bound = statedBound("`smth_Gauss`");
+    return bound;
 }
 
 std::vector<long double> gaussWeights(double sigma) {
@@ -103,7 +109,7 @@ void expectGauss(int sizeX, int sizeY, double sigmaX, double sigmaY, std::mt1993
         for (int x = 0; x < sizeX; ++x)
             expectValue(found[static_cast<std::size_t>(y * sizeX + x)],
                         averageAt(elements, sizeX, sizeY, x, y, alongX, alongY), 120,
-                        static_cast<int>(alongX.size() + alongY.size()));
+                        gaussBound() * static_cast<double>(alongX.size() + alongY.size()));
 }
 
 /// Solves for the polynomial around the middle of `width` places by Gaussian elimination with
@@ -217,7 +223,8 @@ TEST(GaussianSmoothing, OfALineIsThatOfAnImageOfOneRow) {
         const auto found = elementsOf<float>(line);
         for (int i = 0; i < count; ++i)
             expectValue(found[static_cast<std::size_t>(i)],
-                        averageAt(elements, count, 1, i, 0, weights, {1}), 120, 27);
+                        averageAt(elements, count, 1, i, 0, weights, {1}), 120,
+                        gaussBound() * static_cast<double>(weights.size()));
     }
 }
 
@@ -258,6 +265,7 @@ TEST(GaussianSmoothing, RefusesSigmasWithoutAMeaning) {
 }
 
 TEST(PolynomialSmoothing, IsTheLeastSquaresFitForEveryType) {
+    const double bound = statedBound("`smth_SavitzkyGolay`");
     std::mt19937 random(4);
     const std::array<std::array<int, 3>, 9> table = {{{1, 0, 0},
                                                       {5, 0, 0},
@@ -291,7 +299,7 @@ TEST(PolynomialSmoothing, IsTheLeastSquaresFitForEveryType) {
                     wanted.re *= std::pow(2.0L, derivative);
                     wanted.im *= std::pow(2.0L, derivative);
                     expectValue(found[static_cast<std::size_t>(i)], wanted,
-                                120 * std::pow(8.0L, derivative), 8 * width);
+                                120 * std::pow(8.0L, derivative), bound * width);
                 }
             }
     });

@@ -17,6 +17,7 @@
 
 #include "tests/failing_new.h"
 #include "tests/support/arrays.h"
+#include "tests/support/bounds.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
 #include "tests/support/levels.h"
@@ -111,8 +112,9 @@ int compare(const darr_c2DArray& image, const darr_c2DArray& result, const warp_
             const bool isSingle =
                 result.DataType() == dtyp_Float || result.DataType() == dtyp_ComplexFloat;
             const Long epsilon = isSingle ? 0x1p-23L : 0x1p-52L;
+            static const Long bound = statedBound("images between elements");
             const Long places = 0x1p-52L * 64 * (image.SizeX() + image.SizeY());
-            EXPECT_LE(std::abs(found - expected), (16 * epsilon + places) * largest)
+            EXPECT_LE(std::abs(found - expected), (bound * epsilon + places) * largest)
                 << column << " " << row << " at " << static_cast<double>(x.index) << " "
                 << static_cast<double>(y.index);
             ++compared;

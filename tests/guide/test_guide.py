@@ -42,6 +42,16 @@ def test_versions():
     assert re.findall(r"libDataProcessing\.so\.([\d.]*\d)", (SOURCE / "README.md").read_text()) == [soname]
 
 
+def test_bounds():
+    """Each figure of the table of bounds is read by a test."""
+    table = (SOURCE / "docs/numerics.md").read_text().split("\n## Bounds\n")[1].split("\n\n")[1]
+    rows = re.findall(r"^\| (.*?) \| [\d.]+ .*epsilon", table, re.M)
+    assert len(rows) > 15
+    read = {row for path in (SOURCE / "tests").rglob("*_test.cpp")
+            for row in re.findall(r'statedBound\("(.*?)"\)', path.read_text())}
+    assert [row for row in rows if not any(row.startswith(beginning) for beginning in read)] == []
+
+
 def test_pictures(tmp_path):
     subprocess.run([os.environ["PICTURES"], tmp_path], check=True)
     kept = SOURCE / "docs/pictures"

@@ -13,6 +13,7 @@
 #include "dataprocessing/binary/bnry.h"
 #include "dataprocessing/unary/unry.h"
 #include "tests/failing_new.h"
+#include "tests/support/bounds.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
 
@@ -134,7 +135,10 @@ TYPED_TEST(StatisticsOf, SumIsNearTheExactOne) {
         im += z.im;
         magnitude += std::fabs(z.re) + std::fabs(z.im);
     }
-    const long double bound = 5000 * std::numeric_limits<double>::epsilon() * magnitude;
+    const bool isInteger = std::is_integral_v<TypeParam>;
+    const long double bound = isInteger ? statedBound("sums of integers")
+                                        : statedBound("sums of doubles") * 4999 *
+                                              std::numeric_limits<double>::epsilon() * magnitude;
     EXPECT_LE(std::fabs(sum.re - re), bound);
     EXPECT_LE(std::fabs(sum.im - im), bound);
 }

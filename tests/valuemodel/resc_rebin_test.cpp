@@ -12,6 +12,7 @@
 #include "dataprocessing/valuemodel/resc.h"
 #include "tests/failing_new.h"
 #include "tests/support/arrays.h"
+#include "tests/support/bounds.h"
 #include "tests/support/constants.h"
 #include "tests/support/elements.h"
 #include "tests/support/shares.h"
@@ -37,14 +38,14 @@ long double shareOf(int i, const cal_cArrayCal& elements, int j, const cal_cArra
     return high > low ? (high - low) / elements.Delta() : 0;
 }
 
-/// Every bin holds what every element leaves in it. A tolerance of 2e-6 elements is what snapping
-/// two edges may move.
+/// Every bin holds what every element leaves in it.
 template<class T>
 void expectShares(const std::vector<T>& elements, int sizeX, int sizeY, const darr_c2DArray& result,
                   const cal_c2DArrayCal& from) {
     using Result = ResultOf<T>;
     ASSERT_EQ(result.DataType(), dtyp_Of<Result>());
     const auto found = result.Elements<Result>();
+    const double bound = statedBound("`resc_Rebin`") * epsilon;
     for (int j = 0; j < result.SizeY(); ++j)
         for (int i = 0; i < result.SizeX(); ++i)
             for (const bool imaginary : {false, true}) {
@@ -60,7 +61,7 @@ void expectShares(const std::vector<T>& elements, int sizeX, int sizeY, const da
                 using Part = typename PartOf<Result>::type;
                 ASSERT_LE(std::fabs(got - wanted),
                           std::fabs(wanted) * std::numeric_limits<Part>::epsilon() +
-                              120 * 1e-13L * sizeX * sizeY)
+                              bound * 120 * sizeX * sizeY)
                     << i << ", " << j;
             }
 }
