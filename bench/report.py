@@ -12,7 +12,7 @@ A side prints lines; what is none of these is skipped:
 import math
 import statistics
 
-SCHEMA = 2
+SCHEMA = 3
 
 
 def number(text):
@@ -70,14 +70,22 @@ def case(key, launches):
             "memory": median(mine["memory"].get(key) for mine, _ in launches)}
 
 
-def subsystem(name, launches, failures):
-    """One subsystem from its launches and from what went wrong in them."""
+def subsystem(name, taken, launches, failures):
+    """One subsystem: when and how it was measured, its launches, and what went wrong in them."""
     keys = dict.fromkeys(key for pair in launches for said in pair for key in said["time"])
     cases = [case(key, launches) for key in keys]
     differ = [f"{row['name']} {row['elements']}: the results differ from those of {row['peer']}"
               for row in cases if row["agree"] is False]
-    return {"name": name, "cases": cases, "failures": list(dict.fromkeys(failures)) + differ,
+    return {"name": name, "taken": taken, "cases": cases, "failures": list(dict.fromkeys(failures)) + differ,
             "absent": list(dict.fromkeys(text for _, peer in launches for text in peer["absent"]))}
+
+
+def merged(document, earlier):
+    """A document with the subsystems that only an earlier one has, if that is of the same circumstances."""
+    if earlier.get("schema") != SCHEMA or earlier["about"] != document["about"]:
+        return document
+    parts = {part["name"]: part for part in earlier["subsystems"] + document["subsystems"]}
+    return document | {"subsystems": [parts[name] for name in sorted(parts)]}
 
 
 def failures(document):
@@ -92,7 +100,7 @@ def time(ns):
 
 
 def ratio(value):
-    return "-" if value is None else f"{value:.2f}"
+    return "-" if value is None else f"{value:.2f}" if value >= 0.1 else f"{value:.2g}"
 
 
 HEAD = ("case", "elements", "ours", "peer", "ratio", "launches", "verdict", "results", "memory", "peer's name")
@@ -101,21 +109,23 @@ HEAD = ("case", "elements", "ours", "peer", "ratio", "launches", "verdict", "res
 def cells(row):
     known = [value for value in row["launches"] if value is not None]
     return (row["name"], f"{row['elements']:,}", time(row["ours_ns"]), time(row["peer_ns"]), ratio(row["ratio"]),
-            f"{min(known):.2f}..{max(known):.2f}" if len(known) > 1 else "-", row["verdict"] or "-",
+            f"{ratio(min(known))}..{ratio(max(known))}" if len(known) > 1 else "-", row["verdict"] or "-",
             {None: "-", True: "agree", False: "DIFFER"}[row["agree"]], ratio(row["memory"]), row["peer"] or "-")
 
 
 def table(document):
     """The figures as Markdown that reads well as it stands: circumstances, then a table per subsystem."""
+    peers = [row["peer"] for part in document["subsystems"] for row in part["cases"] if row["peer"]]
     lines = [f"- {word}: {what}" for word, what in document["about"].items()]
     lines += [f"- absent: {text}" for part in document["subsystems"] for text in part["absent"]]
     lines += [f"- **failed**: {text}" for text in failures(document)]
-    rows = {part["name"]: [HEAD, *map(cells, part["cases"])] for part in document["subsystems"]}
-    widths = [max(map(len, column)) for column in zip(*sum(rows.values(), []))]
+    lines.append(f"- peers: {', '.join(dict.fromkeys(peers)) or 'none'}")
+    rows = [[HEAD, *map(cells, part["cases"])] for part in document["subsystems"]]
+    widths = [max(map(len, column)) for column in zip(*sum(rows, []))]
     left = [0, 6, 7, 9]  # columns of words
-    for name, (head, *body) in rows.items():
+    for part, (head, *body) in zip(document["subsystems"], rows):
         rule = ["-" * (width - 1) + ("-" if i in left else ":") for i, width in enumerate(widths)]
-        lines += ["", f"## {name}", ""]
+        lines += ["", f"## {part['name']}", "", f"Taken {part['taken']}.", ""]
         for row in (head, rule, *body):
             padded = (text.ljust(width) if i in left else text.rjust(width)
                       for i, (text, width) in enumerate(zip(row, widths)))

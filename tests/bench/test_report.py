@@ -4,6 +4,7 @@ import re
 import xml.etree.ElementTree as xml
 
 import pytest
+import comparison
 import report
 
 SOURCE = pathlib.Path(__file__).resolve().parents[2]
@@ -18,7 +19,7 @@ def launches(*times):
 
 def document(*times):
     return {"schema": report.SCHEMA, "about": {"machine": "Some CPU", "level": "v3"},
-            "subsystems": [report.subsystem("binary", launches(*times), [])]}
+            "subsystems": [report.subsystem("binary", "at noon", launches(*times), [])]}
 
 
 def add(*times):
@@ -58,12 +59,12 @@ def test_a_launch_without_a_figure_keeps_its_place():
 def test_one_that_differs_fails():
     pairs = launches((10, 20), (10, 20))
     pairs[1][1]["check"]["add", 1000] = False
-    part = report.subsystem("binary", pairs, ["it broke", "it broke"])
+    part = report.subsystem("binary", "at noon", pairs, ["it broke", "it broke"])
     assert part["failures"] == ["it broke", "add 1000: the results differ from those of numpy 1.0"]
 
 
 def test_an_absent_peer_leaves_our_figures():
-    part = report.subsystem("fit", [(report.side(["time fit 20 3e6"]), report.side(["note absent Ceres"]))], [])
+    part = report.subsystem("fit", "at noon", [(report.side(["time fit 20 3e6"]), report.side(["note absent Ceres"]))], [])
     row = part["cases"][0]
     assert (part["absent"], row["ours_ns"], row["verdict"]) == (["Ceres"], 3e6, None)
 
@@ -71,10 +72,50 @@ def test_an_absent_peer_leaves_our_figures():
 def test_the_table_says_everything():
     text = report.table(document((10, 1500), (30, 1500)))
     rows = [[cell.strip() for cell in line.strip("|").split("|")] for line in text.splitlines() if "|" in line]
-    assert rows[2] == ["add", "1,000", "20 ns", "1.50 us", "0.01", "0.01..0.02", "faster", "agree", "1.50", "numpy 1.0"]
+    assert rows[2] == ["add", "1,000", "20 ns", "1.50 us", "0.013", "0.0067..0.02", "faster", "agree", "1.50", "numpy 1.0"]
     assert rows[3][2:7] == ["50 ns", "-", "-", "-", "-"]
     assert len({len(line) for line in text.splitlines() if "|" in line}) == 1
-    assert "- level: v3\n" in text and "figure: 1; faster: 1, undecided: 0, slower: 0." in text
+    assert "- level: v3\n- peers: numpy 1.0\n" in text and "## binary\n\nTaken at noon.\n" in text
+    assert "figure: 1; faster: 1, undecided: 0, slower: 0." in text
+
+
+def test_subsystems_that_were_taken_before_are_kept():
+    before, now = document((10, 20)), document((10, 40))
+    before["subsystems"].append(report.subsystem("algebra", "at dawn", launches((1, 2)), []))
+    parts = report.merged(now, before)["subsystems"]
+    assert [(part["name"], part["taken"], part["cases"][0]["ratio"]) for part in parts] == [
+        ("algebra", "at dawn", 0.5), ("binary", "at noon", 0.25)]
+    for other in ({}, before | {"schema": 2}, before | {"about": {"machine": "Another CPU"}}):
+        assert report.merged(now, other) == now
+
+
+PAGE = """before
+
+| what | against | measured as | ratio |
+|---|---|---|---|
+| slow | numpy | `binary`: `add`, `divide` | ? |
+| fast | numpy | `binary`: `multiply` | ? |
+
+after
+"""
+
+
+def test_the_comparison_is_that_of_the_figures():
+    text = report.table(document((30, 20), (50, 20))).replace("## binary", "## unary\n| add | 1 | 1 | 1 | 9.9 |" + " - |" * 5 + "\n## binary")
+    measured = comparison.ratios(text) | {("binary", "divide"): [0.5, 0.013], ("binary", "multiply"): [0.12]}
+    assert measured["binary", "add"] == [2] and measured["unary", "add"] == [9.9]
+    assert comparison.filled(PAGE, measured).splitlines()[4:6] == [
+        "| fast | numpy | `binary`: `multiply` | 0.12 |", "| slow | numpy | `binary`: `add`, `divide` | 0.013 to 2.0 |"]
+    with pytest.raises(KeyError):
+        comparison.filled(PAGE, {("binary", "multiply"): [0.12]})
+
+
+def test_the_guide_compares_as_measured_and_hides_nothing_slower():
+    page = (SOURCE / "docs/compare.md").read_text()
+    measured = comparison.ratios((SOURCE / "bench/RESULTS.md").read_text())
+    assert comparison.filled(page, measured) == page
+    told = {case for line in page.splitlines() if line.count("|") == 5 and "`: `" in line for case in comparison.cases(line)}
+    assert {case for case, values in measured.items() if max(values) > 1.05} - told == set()
 
 
 def test_the_figure_is_drawn(tmp_path):
