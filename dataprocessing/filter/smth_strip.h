@@ -12,6 +12,8 @@ namespace dataprocessing::detail {
 /// Which of `count` elements stands at `index`, in or outside of [0, count), when they are mirrored
 /// at both ends again and again: d c b a | a b c d | d c b a. The count is positive.
 constexpr int smth_Mirrored(long long index, int count) noexcept {
+    if (index >= 0 && index < count)
+        return static_cast<int>(index);
     const long long period = 2LL * count;
     const long long within = (index % period + period) % period;
     return static_cast<int>(within < count ? within : period - 1 - within);

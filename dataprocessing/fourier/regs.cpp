@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 #include <numeric>
 #include <span>
-#include <vector>
 
 #include "dataprocessing/base/expt.h"
 #include "dataprocessing/fourier/regs_finder.h"
@@ -34,34 +34,54 @@ void requireOptions(const regs_sOptions& options) {
         throw expt_cProgramException("regs", 1, "An option is not one that there is.");
 }
 
-struct sContent {
-    double sum;
-    double lowest;
-    double highest;
-};
+/// Calls `work(first, values)` for the elements as doubles, a block that fits the first cache at a
+/// time. A float would round a small content on a large mean away.
+template<class Work>
+void forEachBlock(const parr_cNumberArray& array, const Work& work) {
+    const auto* const elements = static_cast<const std::byte*>(array.Data());
+    const auto count = static_cast<std::size_t>(array.Count());
+    double block[1024];
+    for (std::size_t first = 0; first < count;) {
+        const std::size_t size = std::min(std::size(block), count - first);
+        conv_Elements(elements + first * array.DataType().SizeOf(), array.DataType(), block,
+                      dtyp_Double, size, conv_RealPart);
+        work(first, std::span<const double>(block, size));
+        first += size;
+    }
+}
 
 /// Sums and extremes, of what is not NaN, in lanes that need not wait for each other.
-sContent contentOf(std::span<const double> values) {
-    constexpr std::size_t lanes = 8;
-    double sums[lanes] = {};
-    double lowest[lanes];
-    double highest[lanes];
-    std::fill_n(lowest, lanes, std::numeric_limits<double>::infinity());
-    std::fill_n(highest, lanes, -std::numeric_limits<double>::infinity());
-    const auto add = [&](std::size_t lane, double value) {
-        sums[lane] += value;
-        lowest[lane] = value < lowest[lane] ? value : lowest[lane];
-        highest[lane] = value > highest[lane] ? value : highest[lane];
-    };
-    std::size_t i = 0;
-    for (; i + lanes <= values.size(); i += lanes)
-        for (std::size_t lane = 0; lane < lanes; ++lane)
-            add(lane, values[i + lane]);
-    for (; i < values.size(); ++i)
-        add(0, values[i]);
-    return {std::accumulate(sums, sums + lanes, 0.0), *std::min_element(lowest, lowest + lanes),
-            *std::max_element(highest, highest + lanes)};
-}
+class cContent {
+public:
+    cContent() {
+        std::fill_n(lowest_, lanes, std::numeric_limits<double>::infinity());
+        std::fill_n(highest_, lanes, -std::numeric_limits<double>::infinity());
+    }
+    void Add(std::span<const double> values) {
+        cContent sums = *this; // which no value can be part of
+        std::size_t i = 0;
+        for (; i + lanes <= values.size(); i += lanes)
+            for (std::size_t lane = 0; lane < lanes; ++lane)
+                sums.Add(lane, values[i + lane]);
+        for (; i < values.size(); ++i)
+            sums.Add(0, values[i]);
+        *this = sums;
+    }
+    double Sum() const { return std::accumulate(sums_, sums_ + lanes, 0.0); }
+    double Lowest() const { return *std::min_element(lowest_, lowest_ + lanes); }
+    double Highest() const { return *std::max_element(highest_, highest_ + lanes); }
+
+private:
+    static constexpr std::size_t lanes = 8;
+    void Add(std::size_t lane, double value) {
+        sums_[lane] += value;
+        lowest_[lane] = value < lowest_[lane] ? value : lowest_[lane];
+        highest_[lane] = value > highest_[lane] ? value : highest_[lane];
+    }
+    double sums_[lanes] = {};
+    double lowest_[lanes];
+    double highest_[lanes];
+};
 
 /// The elements less their mean, the largest scaled to 1.
 regs_sPlane planeOf(const parr_cNumberArray& array, int sizeX, int sizeY) {
@@ -69,18 +89,21 @@ regs_sPlane planeOf(const parr_cNumberArray& array, int sizeX, int sizeY) {
         throw expt_cProgramException("regs", 3, "Complex elements are not registered.");
     conv_Check(array.DataType(), dtyp_Double, conv_RealPart);
     regs_sPlane plane(sizeX, sizeY);
-    // A float would round a small content on a large mean away.
-    std::vector<double> values(plane.values.size());
-    conv_Elements(array.Data(), array.DataType(), values.data(), dtyp_Double, values.size(),
-                  conv_RealPart);
-    const sContent content = contentOf(values);
-    const double mean = content.sum / static_cast<double>(values.size());
-    const double largest = std::max(content.highest - mean, mean - content.lowest);
-    if (values.empty() || !std::isfinite(content.sum) || !std::isfinite(largest) ||
-        content.lowest == content.highest)
+    cContent content;
+    forEachBlock(array, [&](std::size_t, std::span<const double> values) { content.Add(values); });
+    const double mean = content.Sum() / static_cast<double>(plane.values.size());
+    const double largest = std::max(content.Highest() - mean, mean - content.Lowest());
+    if (plane.values.empty() || !std::isfinite(content.Sum()) || !std::isfinite(largest) ||
+        content.Lowest() == content.Highest())
         throw expt_cUserException("regs", 4, "There is nothing to register by.");
-    std::transform(values.begin(), values.end(), plane.values.begin(),
-                   [&](double value) { return static_cast<float>((value - mean) / largest); });
+    // One over the smallest numbers there are would not be finite.
+    const double up = largest < 1 ? 0x1p600 : 1;
+    const double scale = 1 / (largest * up);
+    forEachBlock(array, [&](std::size_t first, std::span<const double> values) {
+        std::transform(
+            values.begin(), values.end(), plane.values.data() + first,
+            [&](double value) { return static_cast<float>((value - mean) * up * scale); });
+    });
     return plane;
 }
 

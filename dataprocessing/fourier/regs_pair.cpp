@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
+#include <functional>
+#include <numeric>
 #include <vector>
 
 #include "dataprocessing/base/type.h"
@@ -11,20 +13,40 @@
 
 namespace dataprocessing::detail {
 
+namespace {
+
+/// The mean, by sums that need not wait for each other.
+float meanOf(const std::vector<float>& values) {
+    constexpr std::size_t lanes = 8;
+    double sums[lanes] = {};
+    std::size_t i = 0;
+    for (; i + lanes <= values.size(); i += lanes)
+        for (std::size_t lane = 0; lane < lanes; ++lane)
+            sums[lane] += static_cast<double>(values[i + lane]);
+    for (; i < values.size(); ++i)
+        sums[0] += static_cast<double>(values[i]);
+    return static_cast<float>(std::accumulate(sums, sums + lanes, 0.0) /
+                              static_cast<double>(values.size()));
+}
+
+} // namespace
+
 regs_sPlane regs_Averaged(const regs_sPlane& plane, int perX, int perY) {
     regs_sPlane result(plane.sizeX / perX, plane.sizeY / perY);
     const float part = 1.0F / static_cast<float>(perX * perY);
-    for (int y = 0; y < result.sizeY * perY; ++y) {
-        const float* from = plane.Row(y);
-        float* to = result.Row(y / perY);
-        for (int x = 0; x < result.sizeX; ++x)
-            for (int i = 0; i < perX; ++i)
-                to[x] += part * *from++;
+    std::vector<float> columns(static_cast<std::size_t>(result.sizeX) *
+                               static_cast<std::size_t>(perX));
+    for (int y = 0; y < result.sizeY; ++y) {
+        std::copy_n(plane.Row(y * perY), columns.size(), columns.begin());
+        for (int i = 1; i < perY; ++i)
+            std::transform(columns.begin(), columns.end(), plane.Row(y * perY + i), columns.begin(),
+                           std::plus<>());
+        const float* from = columns.data();
+        float* const to = result.Row(y);
+        for (int x = 0; x < result.sizeX; ++x, from += perX)
+            to[x] = part * std::accumulate(from, from + perX, 0.0F);
     }
-    double sum = 0;
-    for (const float value : result.values)
-        sum += static_cast<double>(value);
-    const float mean = static_cast<float>(sum / static_cast<double>(result.values.size()));
+    const float mean = meanOf(result.values);
     for (float& value : result.values)
         value -= mean;
     return result;
@@ -38,13 +60,7 @@ regs_sPlane regs_Cut(const regs_sPlane& plane, int firstX, int firstY, int sizeX
 }
 
 regs_sPlane regs_Faded(const regs_sPlane& plane, int firstX, int firstY, int sizeX, int sizeY) {
-    regs_sPlane part(sizeX, sizeY);
-    double sum = 0;
-    for (int y = 0; y < sizeY; ++y) {
-        std::copy_n(plane.Row(firstY + y) + firstX, sizeX, part.Row(y));
-        for (int x = 0; x < sizeX; ++x)
-            sum += static_cast<double>(part.Row(y)[x]);
-    }
+    regs_sPlane part = regs_Cut(plane, firstX, firstY, sizeX, sizeY);
     const auto window = [](int size) {
         std::vector<float> weights(static_cast<std::size_t>(size), 1.0F);
         const int margin = size / 8;
@@ -57,13 +73,12 @@ regs_sPlane regs_Faded(const regs_sPlane& plane, int firstX, int firstY, int siz
     };
     const std::vector<float> alongX = window(sizeX);
     const std::vector<float> alongY = window(sizeY);
-    const float mean = static_cast<float>(sum / (static_cast<double>(sizeX) * sizeY));
-    for (int y = 0; y < sizeY; ++y)
-        for (int x = 0; x < sizeX; ++x) {
-            float& value = part.Row(y)[x];
-            value = (value - mean) * alongX[static_cast<std::size_t>(x)] *
-                    alongY[static_cast<std::size_t>(y)];
-        }
+    const float mean = meanOf(part.values);
+    for (int y = 0; y < sizeY; ++y) {
+        const float weight = alongY[static_cast<std::size_t>(y)];
+        std::transform(alongX.begin(), alongX.end(), part.Row(y), part.Row(y),
+                       [=](float x, float value) { return (value - mean) * x * weight; });
+    }
     return part;
 }
 

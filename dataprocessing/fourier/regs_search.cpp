@@ -233,9 +233,8 @@ std::vector<regs_sShift> regs_cSearch::LikelyCandidates() const {
             const double squared = static_cast<double>(*rank) * static_cast<double>(*rank);
             ++rank;
             const double least = std::max(highest.Least(), 0.5 * best);
-            const double count = CountAt({x, y});
             // -log(t) is at most (1 - t) / t, which is found faster.
-            if (!(squared > least * std::max(doubt, 1 - squared / count)))
+            if (!(squared > least * doubt) || !(squared > least * (1 - squared / CountAt({x, y}))))
                 continue;
             const double value = RankAt(x, y);
             if (value > least && regs_IsPeak(at, x, y)) {

@@ -80,9 +80,14 @@ private:
         const int end = begin + static_cast<int>(row_.size());
         const float* first = row_.data();
         if (begin < 0 || end > plane_.sizeX) {
-            for (int x = begin; x < end; ++x)
-                row_[static_cast<std::size_t>(x - begin)] =
-                    x >= 0 && x < plane_.sizeX ? from[x] : from[smth_Mirrored(x, plane_.sizeX)];
+            const int inside = std::clamp(0, begin, end);
+            const int beyond = std::clamp(plane_.sizeX, inside, end);
+            float* target = row_.data();
+            for (int x = begin; x < inside; ++x)
+                *target++ = from[smth_Mirrored(x, plane_.sizeX)];
+            target = std::copy(from + inside, from + beyond, target);
+            for (int x = beyond; x < end; ++x)
+                *target++ = from[smth_Mirrored(x, plane_.sizeX)];
         } else {
             first = from + begin;
         }
