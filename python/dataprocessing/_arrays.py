@@ -64,6 +64,12 @@ def require_array(a: Any, what: str, dimensions: int | None = None) -> None:
         raise TypeError(f"{what} takes an Array{dimensions}D, not an Array{a.ndim}D")
 
 
+def require_mask_on(a: Any, mask: Any, what: str) -> None:
+    """ValueError for a mask that does not lie where the array does."""
+    if mask.ndim != a.ndim or not _core.same_grid(a, mask):
+        raise ValueError(f"{what} takes a mask on the array's own grid; these differ in size, range or delta")
+
+
 def check_axis_units(a: Any, b: Any) -> None:
     """UnitError where axes of two units meet."""
     for x, y in zip(a.axes, b.axes):
@@ -346,8 +352,8 @@ def row(self: Array2D, index: int) -> Array1D:
 
 def _check_where(self: Any, where: Any) -> None:
     """ValueError for a mask that lies elsewhere; numpy compares the shapes of all else."""
-    if isinstance(where, MASKS) and (where.ndim != self.ndim or not _core.same_grid(self, where)):
-        raise ValueError("where= takes a mask on the array's own grid; these differ in size, range or delta")
+    if isinstance(where, MASKS):
+        require_mask_on(self, where, "where=")
 
 
 _DOUBLE = {"f4": "f8", "c8": "c16"}

@@ -12,7 +12,7 @@ from typing import TYPE_CHECKING, Any, Protocol
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._arrays import check_axis_units
+from dataprocessing._arrays import check_axis_units, without_masked
 from dataprocessing._core import Array1D, Axis
 
 if TYPE_CHECKING:
@@ -175,7 +175,7 @@ class FitResult:
         if isinstance(where, Array1D):
             name, unit = ("", "") if self._data is None else (self._data.name, self._data.unit)
             return Array1D(self._curve(where.positions), where.axis, name=name, unit=unit)
-        at = np.asarray(where, dtype="f8")
+        at = np.asarray(without_masked(where), dtype="f8")
         return self._curve(at.ravel()).reshape(at.shape)[()]
 
     @property

@@ -14,6 +14,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 import numpy as np
 
 from dataprocessing import _core
+from dataprocessing._arrays import without_masked
 from dataprocessing._core import Array1D, Axis, Shape
 
 if TYPE_CHECKING:
@@ -308,8 +309,8 @@ class PeakModel:
             >>> model.eval([6.4])
             array([900.])
         """
-        at = np.asarray(x, dtype="f8")
-        p = self._core.starts() if parameters is None else np.asarray(parameters, dtype="f8")
+        at = np.asarray(without_masked(x), dtype="f8")
+        p = self._core.starts() if parameters is None else np.asarray(without_masked(parameters), dtype="f8")
         return np.asarray(self._core.values(p, at.ravel(), background)).reshape(at.shape)
 
     def _at_elements(self, spectrum: Array1D, parameters: NDArray[Any]) -> Array1D:

@@ -102,6 +102,8 @@ def _as_masks(inputs: tuple[Any, ...]) -> list[Any] | None:
             if values.dtype != bool:
                 return None
             x = type_of_mask(first)(np.broadcast_to(values, first.shape), first.axes[0] if first.ndim == 1 else first.axes)
+        if x.ndim != first.ndim:
+            raise TypeError("a 1D mask and a 2D mask do not combine")
         masks.append(x)
     return masks
 
@@ -120,7 +122,7 @@ def _is_scaled(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...]) -> bool:
 
 
 def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: dict[str, Any]) -> Any:
-    from dataprocessing._arrays import on_axes_of
+    from dataprocessing._arrays import on_axes_of, require_mask_on
 
     out = kwargs.get("out", ())
     if out:
@@ -133,7 +135,9 @@ def _on_values(ufunc: np.ufunc, method: str, inputs: tuple[Any, ...], kwargs: di
     for x in arrays[1:]:
         if not is_by_element and not isinstance(x, _MASKS):
             continue
-        if x.ndim != arrays[0].ndim or not _core.same_grid(arrays[0], x):
+        if isinstance(x, _MASKS) or isinstance(first, _MASKS):
+            require_mask_on(first, x, f"np.{ufunc.__name__}")
+        elif x.ndim != arrays[0].ndim or not _core.same_grid(arrays[0], x):
             raise ValueError(f"np.{ufunc.__name__} takes arrays on one grid; bring them there first, as a + 0 * b does")
         _core.check_axes(arrays[0], x)
     keeps = ufunc in _OF_ONE_UNIT or _is_scaled(ufunc, method, inputs)

@@ -234,6 +234,14 @@ def _real(values: Any) -> Any:
     return values
 
 
+def _numbers(values: Any, what: str) -> NDArray[Any]:
+    """Real numbers in double precision, none of them masked."""
+    given = np.asarray(_real(without_masked(values)))
+    if given.dtype.kind not in "biuf":
+        raise TypeError(f"{what} takes numbers, not elements of type {given.dtype}")
+    return given.astype("f8", copy=False)
+
+
 def _on_axis(function: Any, data: Array1D) -> Array1D:
     return Array1D(function.load(data.size, data.axis), data.axis, name=data.name, unit=data.unit)
 
@@ -713,7 +721,7 @@ def curve(
         kinds[number(name)] = _core.nlsq_sParameter.tied(number(other), *(numbers or [1.0]))
     gradient = None if derivatives is None else lambda x, p: _real(derivatives(x, *p))
     fit = _core.nlsq_fit(
-        lambda x, p: _real(model(x, *p)), x, y, np.asarray(_real(begin), dtype="f8"), gradient, None, sigma,
+        lambda x, p: _real(model(x, *p)), x, y, np.asarray(_real(without_masked(begin)), dtype="f8"), gradient, None, sigma,
         _choice(_OBJECTIVES, objective, "objective"), _choice(_ERRORS, errors, "errors"), kinds, observer=observer,
         **control,
     )  # fmt: skip
@@ -760,7 +768,7 @@ def peaks(
     model._check_curves(data)
     if weights is not None and objective == "likelihood":
         raise failure(_core.ProgramError, 'the likelihood has weights of its own; take objective="least-squares"', "pkmd", 6)
-    if isinstance(_real(weights), Array1D) and not _core.same_grid(weights, data):
+    if isinstance(_real(without_masked(weights)), Array1D) and not _core.same_grid(weights, data):
         raise ValueError("the weights do not lie where the spectrum does")
     kinds = model._core.kinds()
     out = _core.pkmd_fit(
@@ -790,19 +798,22 @@ def solve(a: Any, b: Any) -> FitResult:
     """The least-squares solution of ``a x = b``, for as many equations as unknowns or more.
 
     ``a`` is a matrix of (equations, unknowns), ``b`` a vector; all equations weigh alike, and the errors come from the
-    residuals. SizeError for sizes that do not fit, ValueError for other dimensions, SingularFitError for a matrix of
-    zeros, FitError for numbers that are not finite. Unknowns are in units of ``b`` over those of ``a``.
+    residuals. SizeError for sizes that do not fit, ValueError for other dimensions, SingularFitError where the
+    equations do not tell all unknowns apart, FitError for numbers that are not finite, TypeError for complex ones, masked
+    ones and what is no number. Unknowns are in units of ``b`` over those of ``a``.
 
         >>> import dataprocessing as dp
         >>> fit = dp.fitting.solve([[1, 0], [1, 1], [1, 2]], [1.0, 3.0, 5.0])
         >>> round(fit.params["x1"].value, 12), fit.n_points
         (2.0, 3)
     """
-    solution = _core.eqns_solve_equations(a, b, _core.Columns.SCALED)
-    if solution.rank == 0:
-        raise failure(SingularFitError, "The equations tell none of the unknowns.")
+    matrix, right = _numbers(a, "solve"), _numbers(b, "solve")
+    solution = _core.eqns_solve_equations(matrix, right, _core.Columns.SCALED)
     if not np.isfinite(solution.x).all():
         raise failure(FitError, "The solution is not finite: a coefficient or a right-hand side is not, or too large.")
+    unknowns = solution.x.size
+    if solution.rank < unknowns:
+        raise failure(SingularFitError, f"The equations tell {solution.rank} of the {unknowns} unknowns apart.")
     note = "" if solution.degrees_of_freedom > 0 else "there are no more equations than unknowns"
     params = {
         f"x{j}": Parameter(f"x{j}", float(value), float(error), note=note)

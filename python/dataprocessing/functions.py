@@ -11,7 +11,7 @@ from collections.abc import Callable
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._arrays import require_array, without_masked
+from dataprocessing._arrays import require_array, require_mask_on, without_masked
 from dataprocessing._core import Array1D, Array2D, ComplexConversion, Function, Mask1D, Mask2D
 
 TYPE_CHECKING = False  # see __init__
@@ -24,6 +24,7 @@ __all__ = [
 ]  # fmt: skip
 
 _ARRAYS = (Array1D, Array2D)
+_MASKS = (Mask1D, Mask2D)
 
 
 def _number(x: Any) -> Any:
@@ -286,6 +287,9 @@ def _meeting(a: Any, b: Any) -> list[Any]:
             raise TypeError("a 1D array and a 2D array do not combine")
         _core.check_axes(a, b)
         _core.check_units(a, b)
+    for mask in (x for x in (a, b) if isinstance(x, _MASKS)):
+        for array in arrays:
+            require_mask_on(array, mask, "a function of two")
     return arrays
 
 
@@ -318,7 +322,7 @@ def minimum(a: Any, b: Any) -> Any:
 
     The quantity stays: with the name and the unit that both have. UnitError for two different units. Of an array and a
     number, or values of its shape, an array on the axes of the array. TypeError for complex elements and for a 1D
-    array beside an image.
+    array beside an image, ValueError for a mask that lies elsewhere.
 
         >>> import dataprocessing as dp
         >>> dp.minimum(dp.Array1D([1, 5]), 3).values
@@ -342,16 +346,18 @@ def maximum(a: Any, b: Any) -> Any:
 def where(mask: Any, a: Any, b: Any) -> Any:
     """``a`` where the mask is true, ``b`` elsewhere: arrays or numbers, on the axes of the mask.
 
-    Arrays are brought there first; name and unit are those of ``minimum``. TypeError for what is no mask and for other
-    dimensions, UnitError for two different units.
+    Arrays are brought there first; name and unit are those of ``minimum``. TypeError for what is no mask, for other
+    dimensions and for masks to choose from, UnitError for two different units.
 
         >>> import dataprocessing as dp
         >>> counts = dp.Array1D([3, 70000, 5])
         >>> dp.where(counts > 65535, 0, counts).values
         array([3, 0, 5], dtype=int32)
     """
-    if not isinstance(mask, (Mask1D, Mask2D)):
+    if not isinstance(mask, _MASKS):
         raise TypeError("where takes a mask, as comparisons of arrays give it")
+    if isinstance(a, _MASKS) or isinstance(b, _MASKS):
+        raise TypeError("where chooses between arrays and numbers; masks combine by &, | and ~")
     arrays = _meeting(a, b)
     for x in arrays:
         if x.ndim != mask.ndim:

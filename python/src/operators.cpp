@@ -112,6 +112,8 @@ bool hasOwnFunctions(PyObject* object) {
 /// == and != beside what only its own methods understand. Where those do not either, Python would
 /// make a plain False of numbers and arrays that may well be equal.
 PyObject* equalityByOther(PyObject* self, PyObject* other, int python) {
+    if (isInstance<sMask1D>(other) || isInstance<sMask2D>(other))
+        return notImplemented(); // masks know arrays
     static const PyObject* const number =
         py::object(py::module_::import("numbers").attr("Number")).release().ptr();
     const int isNumber = PyObject_IsInstance(other, const_cast<PyObject*>(number));

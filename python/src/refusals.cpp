@@ -1,5 +1,6 @@
 #include "refusals.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,19 @@ namespace {
 // The binding calls every function through this one.
 PyCFunctionWithKeywords dispatch = nullptr;
 
+std::string typeName(PyTypeObject* type) {
+    const std::string name = type->tp_name;
+    return name.substr(name.rfind('.') + 1);
+}
+
+/// Whether an object is of a class or of one derived from it, by the name of that.
+bool isOf(const std::string& name, PyObject* object) {
+    const auto bases = py::reinterpret_borrow<py::tuple>(Py_TYPE(object)->tp_mro);
+    return std::any_of(bases.begin(), bases.end(), [&](const py::handle& base) {
+        return typeName(reinterpret_cast<PyTypeObject*>(base.ptr())) == name;
+    });
+}
+
 /// A number, None or a short text as it is written; else the type.
 std::string told(const py::handle& argument) {
     PyObject* const object = argument.ptr();
@@ -22,8 +36,7 @@ std::string told(const py::handle& argument) {
         if (text.size() <= readable)
             return text;
     }
-    const std::string name = Py_TYPE(object)->tp_name;
-    return name.substr(name.rfind('.') + 1);
+    return typeName(Py_TYPE(object));
 }
 
 std::string told(const py::handle& arguments, const py::handle& keywords, std::size_t first) {
@@ -56,6 +69,16 @@ std::vector<std::string> signatures(const std::string& message) {
     return found;
 }
 
+/// The class in "self: dataprocessing._core.Axis, x: float"; nothing of a function that is no
+/// method.
+std::string ownerIn(const std::string& signature) {
+    const std::string mark = "self: ";
+    if (signature.rfind(mark, 0) != 0)
+        return "";
+    const std::string type = signature.substr(mark.size(), signature.find(',') - mark.size());
+    return type.substr(type.rfind('.') + 1);
+}
+
 /// The binding's message in a sentence; the message itself where it is another one.
 std::string shortly(const std::string& message, const py::handle& arguments,
                     const py::handle& keywords) {
@@ -64,12 +87,17 @@ std::string shortly(const std::string& message, const py::handle& arguments,
     if (name == std::string::npos || taken.empty())
         return message;
     const bool isConstructor = message.compare(0, name, "__init__") == 0;
-    const bool isMethod = taken[0].rfind("self: ", 0) == 0;
-    std::string called = name == 0 ? "the setter" : message.substr(0, name);
-    if (isConstructor) {
-        const std::string type = Py_TYPE(PyTuple_GET_ITEM(arguments.ptr(), 0))->tp_name;
-        called = type.substr(type.rfind('.') + 1);
-    }
+    const std::string owner = ownerIn(taken[0]);
+    const bool isMethod = !owner.empty();
+    const Py_ssize_t count = PyTuple_GET_SIZE(arguments.ptr());
+    PyObject* const first = count > 0 ? PyTuple_GET_ITEM(arguments.ptr(), 0) : Py_None;
+    std::string called = message.substr(0, name);
+    if (called.empty())
+        called = count < 2 ? "the getter" : "the setter";
+    if (isConstructor)
+        called = typeName(Py_TYPE(first));
+    else if (isMethod && !isOf(owner, first))
+        return called + "() is a method of " + owner + ", not of " + typeName(Py_TYPE(first));
     const std::string given = told(arguments, keywords, isConstructor || isMethod ? 1 : 0);
     if (taken.size() > 1)
         return called + "() takes no " + given + "; its docstring lists what it takes";
@@ -121,16 +149,26 @@ PyObject* call(PyObject* self, PyObject* arguments, PyObject* keywords) {
     return nullptr;
 }
 
-void replace(py::handle function) {
+/// To the binding, None is a null pointer, which methods of the library would be called with.
+PyObject* callOfObject(PyObject* self, PyObject* arguments, PyObject* keywords) {
+    if (PyTuple_GET_SIZE(arguments) > 0 && PyTuple_GET_ITEM(arguments, 0) == Py_None) {
+        PyErr_SetString(PyExc_TypeError, "a method is called with None for its object");
+        return nullptr;
+    }
+    return call(self, arguments, keywords);
+}
+
+void replace(py::handle function, PyCFunctionWithKeywords by) {
     if (!function || function.is_none())
         return;
     if (PyInstanceMethod_Check(function.ptr()))
         function = PyInstanceMethod_GET_FUNCTION(function.ptr());
     else if (Py_TYPE(function.ptr()) == &PyStaticMethod_Type) {
-        replace(function.attr("__func__"));
+        replace(function.attr("__func__"), &call);
         return;
     } else if (Py_TYPE(function.ptr()) == &PyProperty_Type) {
-        replace(function.attr("fset"));
+        replace(function.attr("fget"), by);
+        replace(function.attr("fset"), by);
         return;
     }
     if (!PyCFunction_CheckExact(function.ptr()))
@@ -143,18 +181,18 @@ void replace(py::handle function) {
     if (dispatch == nullptr)
         dispatch = to;
     if (to == dispatch)
-        definition->ml_meth = reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&call));
+        definition->ml_meth = reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(by));
 }
 
 } // namespace
 
 void sayRefusalsShortly(py::module_& module) {
     for (const auto& entry : py::reinterpret_borrow<py::dict>(module.attr("__dict__"))) {
-        replace(entry.second);
+        replace(entry.second, &call);
         if (PyType_Check(entry.second.ptr()) != 0)
             for (const auto& member : py::reinterpret_steal<py::dict>(
                      PyDict_Copy(reinterpret_cast<PyTypeObject*>(entry.second.ptr())->tp_dict)))
-                replace(member.second);
+                replace(member.second, &callOfObject);
     }
 }
 

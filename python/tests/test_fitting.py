@@ -380,8 +380,12 @@ class TestSolve:
             dp.fitting.solve(np.ones((3, 2)), np.ones(2))
         with pytest.raises(ValueError):
             dp.fitting.solve(np.ones(3), np.ones(3))
-        with pytest.raises(dp.SingularFitError):
-            dp.fitting.solve(np.zeros((3, 2)), np.ones(3))
+        for singular in (np.zeros((3, 2)), [[1, 2], [2, 4], [3, 6]], [[1, 0], [0, 0], [1, 0]], [[1.0, 1.0 + 1e-16]] * 4):
+            with pytest.raises(dp.SingularFitError, match="apart"):
+                dp.fitting.solve(singular, np.ones(len(singular)))
+        for a, b in (([[1j]], [1]), ([[1]], [1j]), ([["a"]], [1]), ([[1]], ["a"]), ([[None]], [1])):
+            with pytest.raises(TypeError, match="^(fits take real numbers|solve takes numbers)"):
+                dp.fitting.solve(a, b)
         for a, b in ((np.full((3, 2), math.nan), np.ones(3)), (np.eye(3, 2), [1, math.nan, 2])):
             with pytest.raises(dp.FitError):
                 dp.fitting.solve(a, b)

@@ -1,5 +1,6 @@
 """What happens where arrays, masks and the units of both meet: in operators, functions, indices and where=."""
 
+import operator
 import subprocess
 import sys
 
@@ -251,6 +252,12 @@ def elsewhere():
     yield lambda: image[1, mask]
     yield lambda: image.sum(where=mask)
     yield lambda: image[image.with_axes(THERE, THERE) > 2]
+    for choose in (dp.maximum, dp.minimum, np.maximum, np.minimum, np.equal, np.not_equal, np.add):
+        yield lambda choose=choose: choose(a, mask)
+        yield lambda choose=choose: choose(mask, a)
+    yield lambda: a.clip(mask)
+    yield lambda: a == mask
+    yield lambda: mask != a
     yield lambda: image.__setitem__(image.with_axes(THERE, THERE) > 2, 0)
 
 
@@ -270,6 +277,39 @@ def test_masks_on_the_grid_take_elements():
     a = A.copy()
     a[mask] = 0
     assert a.values.tolist() == [0, 0, 3, 4]
+
+
+@pytest.mark.parametrize("a", [A, IMAGE, A.astype("u1"), A.astype("c8")])
+def test_masks_are_compared_with_arrays_by_element(a):
+    mask = np.isfinite(a) ^ (a == a.values.flat[1])
+    for compare in (operator.eq, operator.ne, np.equal, np.not_equal):
+        expected = compare(a.values, mask.values)
+        for found in (compare(a, mask), compare(mask, a)):
+            assert type(found) is type(mask) and found.axes == a.axes and np.array_equal(found.values, expected)
+    for other in (dp.Mask1D([True, False]), dp.Mask2D([[True]]), dp.Mask1D([]), dp.Mask2D(np.ones((2, 2), bool))):
+        for compare in (operator.eq, operator.ne, np.equal):
+            with pytest.raises((TypeError, ValueError), match="grid|dimensions"):
+                compare(a, other)
+            with pytest.raises((TypeError, ValueError), match="grid|dimensions"):
+                compare(other, a)
+
+
+def test_masks_of_other_dimensions_are_told_so():
+    line, image = dp.Mask1D([True]), dp.Mask2D([[True]])
+    for combine in (operator.eq, operator.ne, np.equal, np.logical_and, np.logical_or, np.logical_xor):
+        for pair in ((line, image), (image, line)):
+            with pytest.raises(TypeError, match="a 1D mask and a 2D mask do not combine"):
+                combine(*pair)
+
+
+def test_masks_are_ones_and_zeros_where_they_meet_arrays():
+    mask = SAME > 2
+    for choose in (dp.maximum, dp.minimum, np.maximum, np.minimum):
+        for found in (choose(A, mask), choose(mask, A)):
+            assert found.axis == A.axis and np.array_equal(found.values, choose(A.values, mask.values))
+    for a, b in ((mask, 0), (0, mask), (mask, mask), (A, mask)):
+        with pytest.raises(TypeError, match="where chooses between arrays and numbers"):
+            dp.where(A > 1, a, b)
 
 
 @pytest.mark.parametrize("ufunc", [np.hypot, np.logical_and, np.floor_divide, np.fmax, np.copysign, np.arctan2])
@@ -303,6 +343,17 @@ def masked():
     yield lambda: dp.where(a > 1, a, values)
     yield lambda: dp.maps.sum(values)
     yield lambda: dp.maps.smooth(values, 3, 1)
+    line, model = dp.fitting.polynomial(a), dp.fitting.PeakModel()
+    model.polynomial([1.0, 2.0, 3.0, 4.0])
+    yield lambda: line.eval(values)
+    yield lambda: model.eval(values)
+    yield lambda: model.eval([1.0], values)
+    yield lambda: dp.fitting.solve(np.eye(4), values)
+    yield lambda: dp.fitting.solve(np.ma.masked_array(np.eye(2), [[0, 1], [0, 0]]), [1.0, 2.0])
+    yield lambda: dp.fitting.curve(lambda x, *p: x + sum(p), ([1.0, 2.0], [1.0, 2.0]), values)
+    yield lambda: dp.fitting.curve(lambda x, p: x * p, (values, [1.0] * 4))
+    yield lambda: dp.fitting.polynomial(a, deviations=values)
+    yield lambda: dp.fitting.peaks(a, model, objective="least-squares", weights=values)
 
 
 @pytest.mark.parametrize("use", list(masked()))

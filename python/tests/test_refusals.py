@@ -77,6 +77,9 @@ REFUSED = {
     "warp_rotate() takes (Array2D, float, rnge_c2DRange), not (Array1D, 1, None)": lambda: _core.warp_rotate(A, 1, None),
     "rnge_c2DRange() takes no (0, 1); its docstring lists what it takes": lambda: _core.rnge_c2DRange(0, 1),
     "the setter() takes (rnge_c1DRange, float), not (rnge_c1DRange, 'x')": lambda: setattr(_core.rnge_c1DRange(), "start", "x"),
+    "the getter() takes (rnge_c1DRange), not (5)": lambda: _core.rnge_c1DRange.start.fget(5),
+    "count() is a method of Mask1D, not of int": lambda: dp.Mask1D.count(5),
+    "count() is a method of Mask2D, not of Mask1D": lambda: dp.Mask2D.count(A > 1),
 }  # fmt: skip
 
 
@@ -127,6 +130,31 @@ def test_methods_are_for_objects_of_their_class(kind, method):
     for name in ("values", "shape", "axes"):
         with pytest.raises((TypeError, AttributeError)):
             getattr(kind, name, dp.Array1D.values).fget(5)
+
+
+WITHOUT_OBJECT = """
+import inspect
+from dataprocessing import _core
+for kind in filter(inspect.isclass, list(vars(_core).values())):
+    for name, member in vars(kind).items() if not issubclass(kind, BaseException) else ():
+        functions = (member.fget, member.fset) if isinstance(member, property) else (getattr(kind, name),)
+        for function in filter(callable, functions):
+            print(kind.__name__, name, flush=True)
+            for count in range(1, 7):
+                try:
+                    function(*[None] * count)
+                except (TypeError, ValueError, AttributeError):
+                    continue
+print("done")
+"""
+
+
+def test_none_is_no_object_of_any_class():
+    done = subprocess.run([sys.executable, "-c", WITHOUT_OBJECT], capture_output=True, text=True, timeout=120)
+    assert done.stdout.splitlines()[-1] == "done", done.stderr[-500:]
+    for call in (_core.rnge_c1DRange.start.fget, _core.rnge_c1DRange.length, _core.nlsq_sResult.converged):
+        with pytest.raises(TypeError, match="None"):
+            call(None)
 
 
 def test_errors_of_a_users_function_are_the_users():
