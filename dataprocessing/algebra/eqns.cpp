@@ -40,10 +40,12 @@ struct sSystem {
         for (int j = 1; j <= columns; ++j)
             scale[j] = taken == eqns_ColumnsScaled ? ScaleOf(a, j - 1) : 1.0;
         rcps::cVector<double> right(rows);
+        std::copy_n(b.Data(), rows, right.Data() + 1);
         for (int i = 1; i <= rows; ++i) {
-            for (int j = 1; j <= columns; ++j)
-                u[i][j] = a(i - 1, j - 1) / scale[j];
-            right[i] = b[i - 1];
+            double* const row = u[i] + 1;
+            std::copy_n(a.Data() + static_cast<std::ptrdiff_t>(i - 1) * columns, columns, row);
+            for (int j = 0; j < columns && taken == eqns_ColumnsScaled; ++j)
+                row[j] /= scale[j + 1];
         }
         rcps::svdcmp(u.Data(), rows, columns, w.Data(), v.Data());
         rcps::svbksb(u.Data(), w.Data(), v.Data(), rows, columns, right.Data(), solution.Data());

@@ -255,19 +255,17 @@ TEST(SingularValues, NothingConvergesForNaNAndTheSweepsEndAllTheSame) {
 }
 
 TEST(SingularValues, MissingMemoryLeavesTheMatrixAsItWas) {
-    for (const long allowed : {0, 1}) {
-        rcps::cMatrix a(3, 2);
-        rcps::cMatrix v(2, 2);
-        rcps::cVector<double> w(2);
-        for (int i = 1; i <= 3; ++i)
-            a[i][1] = a[i][2] = i;
-        {
-            const FailingNew failing(allowed);
-            EXPECT_THROW(rcps::svdcmp(a.Data(), 3, 2, w.Data(), v.Data()), std::bad_alloc);
-        }
-        for (int i = 1; i <= 3; ++i)
-            EXPECT_EQ(a[i][1], i);
+    rcps::cMatrix a(3, 2);
+    rcps::cMatrix v(2, 2);
+    rcps::cVector<double> w(2);
+    for (int i = 1; i <= 3; ++i)
+        a[i][1] = a[i][2] = i;
+    {
+        const FailingNew failing(0);
+        EXPECT_THROW(rcps::svdcmp(a.Data(), 3, 2, w.Data(), v.Data()), std::bad_alloc);
     }
+    for (int i = 1; i <= 3; ++i)
+        EXPECT_EQ(a[i][1], i);
 }
 
 // u and v are the identity, so that x = b / w where w is not zero.
@@ -441,7 +439,7 @@ TEST(LinearFit, ValuesBelowOneHundredThousandthOfTheLargestAreZero) {
 
 TEST(LinearFit, MissingMemoryRaises) {
     Fit fit = weightedLine();
-    for (const long allowed : {0, 1, 2, 3}) {
+    for (const long allowed : {0, 1, 2}) {
         const FailingNew failing(allowed);
         EXPECT_THROW(fit.run(), std::bad_alloc) << allowed;
     }
