@@ -89,7 +89,7 @@ template<class Step, class... Sources, std::size_t... I>
 [[gnu::noinline]] bool blocks_RunIndexed(const blocks_sRange& range, const Step& step,
                                          std::index_sequence<I...>, const Sources&... sources) {
     // A block of each, and what they come from, stay in the first-level cache.
-    constexpr std::size_t blockBytes = 8192;
+    constexpr std::size_t blockBytes = 4096;
     alignas(64) std::byte blocks[sizeof...(I)][blockBytes];
     alignas(64) std::byte blockResult[blockBytes];
 

@@ -255,16 +255,18 @@ TEST(ViewScan, SeesElementsInTheTypeOfTheView) {
     EXPECT_FALSE(scanView(rowOf(&tiny, dtyp_Float, dtyp_ComplexDouble, {1, {}}), scan_Zero));
 }
 
-// 8192 bytes are brought to the type at a time: 2048 floats, 512 complex doubles.
+// 4096 bytes are brought to the type at a time: 1024 floats, 256 complex doubles; of these 1024,
+// then 64, are looked at at once.
 TEST(ViewScan, FindsTheElementWhereverItStands) {
     for (const int type : {7, 8, 9, 10})
-        for (const int count : {1, 511, 512, 513, 1024, 1025, 2047, 2048, 2049, 5000}) {
+        for (const int count : {1, 63, 64, 65, 255, 256, 257, 1023, 1024, 1025, 2047, 2049, 5000}) {
             std::vector<short> elements(static_cast<std::size_t>(count), short{3});
             const auto view = [&] {
                 return rowOf(elements.data(), dtyp_Int16, dtyp_cDataType(type), {count, {}});
             };
             EXPECT_FALSE(scanView(view(), scan_Zero));
-            for (const int at : {0, 511, 512, 1023, 1024, 2047, 2048, count / 2, count - 1}) {
+            for (const int at :
+                 {0, 63, 64, 255, 256, 1023, 1024, 2047, 2048, count / 2, count - 1}) {
                 if (at >= count)
                     continue;
                 elements[static_cast<std::size_t>(at)] = 0;
