@@ -44,6 +44,7 @@ private:
     int unknowns_;
     std::vector<double> block_;
     std::vector<double> rows_;
+    std::vector<double> dots_; // of a column with each
     double residualSum_ = 0;
 };
 

@@ -38,11 +38,21 @@ void requirePoints(int count, int order) {
 }
 
 double largestMagnitude(const arr_cC_Array<double>& x) {
-    double largest = 0.0;
-    for (const double value : x)
-        if (std::fabs(value) > largest)
-            largest = std::fabs(value);
-    return largest;
+    // In lanes, which need not wait for each other. A NaN is no larger than anything.
+    constexpr int lanes = 8;
+    double largest[lanes] = {};
+    const auto take = [&](int lane, double value) {
+        const double magnitude = std::fabs(value);
+        largest[lane] = magnitude > largest[lane] ? magnitude : largest[lane];
+    };
+    const double* const values = x.Data();
+    const int whole = x.Size() / lanes * lanes;
+    for (int i = 0; i < whole; i += lanes)
+        for (int lane = 0; lane < lanes; ++lane)
+            take(lane, values[i + lane]);
+    for (int i = whole; i < x.Size(); ++i)
+        take(0, values[i]);
+    return *std::max_element(largest, largest + lanes);
 }
 
 arr_cC_Array<double> noErrors(int count) {
@@ -165,6 +175,7 @@ void plft_c1DPolyFittingFunction::FitPowers(const arr_cC_Array<double>& x,
     const double smallest =
         deviations == nullptr ? 1.0 : *std::min_element(deviations->begin(), deviations->end());
     const double size = rcps::powerBelow(largestMagnitude(y));
+    const double perSize = 1 / size; // exact, as are products with it
 
     const int unknowns = order_ + 1;
     rcps::cTriangle triangle(unknowns);
@@ -177,7 +188,7 @@ void plft_c1DPolyFittingFunction::FitPowers(const arr_cC_Array<double>& x,
         double* const right = triangle.BlockColumn(unknowns);
         std::fill_n(weights, rows, 1.0);
         std::transform(y.Data() + first, y.Data() + first + rows, right,
-                       [size](double value) { return value / size; });
+                       [perSize](double value) { return value * perSize; });
         for (int k = 0; k < rows && deviations != nullptr; ++k) {
             weights[k] = smallest / deviations->Data()[first + k];
             right[k] *= weights[k];

@@ -25,21 +25,9 @@ bool hasElementAtZero(const cal_cArrayCal& cal) {
 void putAtZero(arr_cC_Array<double>& x, const cal_cArrayCal& cal) {
     if (!hasElementAtZero(cal))
         return;
+    const double half = std::fabs(cal.Delta()) / 2;
     for (double& position : x)
-        if (std::fabs(position) < std::fabs(cal.Delta()) / 2)
-            position = 0;
-}
-
-void takeLogarithms(arr_cC_Array<double>& values) {
-    constexpr std::size_t most = 512;
-    double block[most];
-    const std::size_t size = static_cast<std::size_t>(values.Size());
-    for (std::size_t first = 0, count = 0; first < size; first += count) {
-        count = std::min(most, size - first);
-        double* const some = values.Data() + first;
-        std::copy_n(some, count, block);
-        elem_Evaluate<double>(elem_Log, block, some, count);
-    }
+        position = std::fabs(position) < half ? 0 : position;
 }
 
 /// The variance of the sum of a power law over elements `first` to `last` of a calibration, by the
@@ -146,19 +134,30 @@ void pwft_cPowerLawFittingFunction::FitLogarithms(const arr_cC_Array<double>& x,
     arr_cC_Array<double> logX(x.Size());
     arr_cC_Array<double> logY(y.Size());
     arr_cC_Array<double> logDeviations(deviations == nullptr ? 0 : y.Size());
+    constexpr int most = 512;
+    double keptX[most];
+    double keptY[most];
     int kept = 0;
-    for (int i = 0; i < x.Size(); ++i)
-        if (x[i] > type_MinValue && y[i] > type_MinValue) {
-            logX[kept] = x[i];
-            logY[kept] = y[i];
-            if (deviations != nullptr)
-                logDeviations[kept] = (*deviations)[i] / y[i];
-            ++kept;
+    for (int first = 0; first < x.Size(); first += most) {
+        const int size = std::min(most, x.Size() - first);
+        const double* const someX = x.Data() + first;
+        const double* const someY = y.Data() + first;
+        int count = 0;
+        for (int i = 0; i < size; ++i) {
+            keptX[count] = someX[i];
+            keptY[count] = someY[i];
+            const bool isKept = someX[i] > type_MinValue && someY[i] > type_MinValue;
+            if (isKept && deviations != nullptr)
+                logDeviations[kept + count] = (*deviations)[first + i] / someY[i];
+            count += isKept ? 1 : 0;
         }
+        const std::size_t taken = static_cast<std::size_t>(count);
+        elem_Evaluate<double>(elem_Log, keptX, logX.Data() + kept, taken);
+        elem_Evaluate<double>(elem_Log, keptY, logY.Data() + kept, taken);
+        kept += count;
+    }
     logX.SetSize(kept);
     logY.SetSize(kept);
-    takeLogarithms(logX);
-    takeLogarithms(logY);
     if (deviations == nullptr)
         return plft_c1DPolyFittingFunction::RefitValues(logX, logY);
     logDeviations.SetSize(kept);

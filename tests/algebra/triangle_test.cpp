@@ -92,4 +92,51 @@ TEST(Triangle, NaNIsKept) {
     EXPECT_TRUE(std::isnan(triangle.Row(0)[2]));
 }
 
+/// The products of two columns in eight lanes, which are then added in halves.
+double plainDot(const std::vector<double>& a, const std::vector<double>& b) {
+    double lane[8] = {};
+    for (std::size_t k = 0; k < a.size(); ++k)
+        lane[k % 8] += a[k] * b[k];
+    return ((lane[0] + lane[4]) + (lane[2] + lane[6])) +
+           ((lane[1] + lane[5]) + (lane[3] + lane[7]));
+}
+
+// At every instruction-set level: other bits would move the last digits of every fit.
+TEST(Triangle, HasTheBitsOfPlainLoops) {
+    for (const int n : {1, 2, 3, 4, 5, 6, 9, 12})
+        for (const int m : {1, 7, 8, 9, 127, 128, 300}) {
+            const Dense a = randomMatrix(m, n + 1);
+            Dense plain{n, n + 1};
+            double residual = 0;
+            for (int first = 0; first < m; first += 128) {
+                const int rows = std::min(128, m - first);
+                std::vector<std::vector<double>> column(static_cast<std::size_t>(n + 1));
+                for (int j = 0; j <= n; ++j)
+                    for (int k = 0; k < rows; ++k)
+                        column[static_cast<std::size_t>(j)].push_back(a.at(first + k, j));
+                for (int i = 0; i < n; ++i) {
+                    const std::vector<double>& by = column[static_cast<std::size_t>(i)];
+                    const double squares = plainDot(by, by);
+                    const double old = plain.at(i, i);
+                    plain.at(i, i) = -std::copysign(std::sqrt(old * old + squares), old);
+                    const double head = old - plain.at(i, i);
+                    for (int j = i + 1; j <= n; ++j) {
+                        std::vector<double>& other = column[static_cast<std::size_t>(j)];
+                        const double factor = (head * plain.at(i, j) + plainDot(by, other)) /
+                                              (-plain.at(i, i) * head);
+                        plain.at(i, j) -= factor * head;
+                        for (std::size_t k = 0; k < other.size(); ++k)
+                            other[k] -= factor * by[k];
+                    }
+                }
+                residual += plainDot(column.back(), column.back());
+            }
+            rcps::cTriangle triangle = triangleOf(a, 128);
+            for (int i = 0; i < n; ++i)
+                for (int j = i; j <= n; ++j)
+                    EXPECT_EQ(triangle.Row(i)[j], plain.at(i, j)) << m << " x " << n;
+            EXPECT_EQ(triangle.ResidualSum(), residual) << m << " x " << n;
+        }
+}
+
 } // namespace

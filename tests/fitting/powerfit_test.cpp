@@ -143,6 +143,56 @@ TEST(PowerLaw, PointsOutsideTheLogarithmTakeNoPart) {
     EXPECT_NEAR(fit.function.Coefficients()[0], std::log(2.0), 1e-10);
 }
 
+/// A polynomial whose fit can be called with points of the test's own.
+class Logarithms : public plft_c1DPolyFittingFunction {
+public:
+    using plft_c1DPolyFittingFunction::plft_c1DPolyFittingFunction;
+    using plft_c1DPolyFittingFunction::RefitValues;
+};
+
+// Bit by bit, wherever the points that take no part lie among the others.
+TEST(PowerLaw, IsThePolynomialOfLogarithmsTakenOneByOne) {
+    std::mt19937 random(8);
+    std::uniform_real_distribution<double> uniform(0.01, 100);
+    for (const int count : {2, 3, 5, 511, 512, 513, 1025, 3000})
+        for (const unsigned dropped : {0U, 3U}) {
+            arr_cC_Array<double> x(count), y(count), deviations(count);
+            std::vector<double> logX, logY, logDeviations;
+            for (int i = 0; i < count; ++i) {
+                x[i] = dropped != 0 && random() % dropped == 0 ? -uniform(random) : uniform(random);
+                y[i] = dropped != 0 && random() % dropped == 0 ? 0.0 : uniform(random);
+                deviations[i] = uniform(random);
+                if (x[i] > 0 && y[i] > 0) {
+                    logX.push_back(std::log(x[i]));
+                    logY.push_back(std::log(y[i]));
+                    logDeviations.push_back(deviations[i] / y[i]);
+                }
+            }
+            if (logX.size() < 2)
+                continue;
+            Single fit(1);
+            Logarithms expected(1, fit.selection);
+            const arr_cC_Array<double> plainX{std::span<const double>(logX)};
+            const arr_cC_Array<double> plainY{std::span<const double>(logY)};
+            fit.function.RefitValues(x, y);
+            expected.RefitValues(plainX, plainY);
+            const auto compare = [&](const char* which) {
+                for (int j = 0; j < 2; ++j) {
+                    EXPECT_EQ(fit.function.Coefficients()[j], expected.Coefficients()[j])
+                        << which << ' ' << count;
+                    EXPECT_EQ(fit.function.Covariance()(j, j), expected.Covariance()(j, j))
+                        << which << ' ' << count;
+                }
+            };
+            if (logX.size() > 2)
+                compare("unweighted");
+            fit.function.RefitValues(x, y, deviations);
+            expected.RefitValues(plainX, plainY,
+                                 arr_cC_Array<double>(std::span<const double>(logDeviations)));
+            compare("weighted");
+        }
+}
+
 TEST(PowerLaw, TooFewPointsGiveAZeroCurve) {
     Single fit(1);
     fit.selection.AddLocalRange({0, 10});
