@@ -367,6 +367,8 @@ def _reduced(self: Any, name: str, axis: Any, unit: str, **given: Any) -> Any:
     if wide:
         given["dtype"] = wide
     found = getattr(self.values, name)(axis=axis, **{k: v for k, v in given.items() if v is not None})
+    if name in ("var", "std") and given.get("out") is None and given.get("dtype") == "c16":
+        found = found.real
     if wide and given.get("out") is None:
         found = found.astype(self.dtype)
     if given.get("out") is not None or self.ndim == 1 or np.ndim(found) != 1:
@@ -396,7 +398,7 @@ def sum_(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdi
     """The sum of all elements, in the unit of the values.
 
     Arguments are those of ``ndarray.sum``; along axis 0 (y) or 1 (x) of an image an Array1D. Sums of integers are
-    float64, and exact as far as that goes; those of float32 are made in double precision. 0.0 without elements. NaN where one is. What numpy refuses is its
+    float64, and exact as far as that goes; those of float32 are made in double precision, and float64 of all elements. 0.0 without elements. NaN where one is. What numpy refuses is its
     TypeError or ValueError.
 
         >>> import numpy as np, dataprocessing as dp
@@ -416,7 +418,8 @@ def sum_(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdi
 def mean(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdims: bool = False, **options: Any) -> Any:
     """The mean of all elements, or along one axis of an image; in the unit of the values.
 
-    Arguments are those of ``ndarray.mean``. ValueError without elements. An image gives an Array1D along an axis.
+    Arguments and types are those of ``ndarray.mean``: float32 of float32, made in double precision. ValueError without
+    elements. An image gives an Array1D along an axis.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 2, 6]).mean()
@@ -426,7 +429,7 @@ def mean(self: Any, axis: Any = None, dtype: Any = None, out: Any = None, keepdi
         return _reduced(self, "mean", axis, self.unit, dtype=dtype, out=out, keepdims=keepdims, **options)
     if self.size == 0:
         raise ValueError("the mean of no elements")
-    return _core.stat_mean(self)
+    return self.dtype.type(_core.stat_mean(self)) if self.dtype.kind in "fc" else _core.stat_mean(self)
 
 
 @_method(*ARRAYS)
@@ -482,12 +485,15 @@ def _over(self: Any, which: str, over: Any, interpolate: bool, skipna: bool) -> 
         raise TypeError("over= takes a range of a 1D array; use .sel(rect) of an image")
     start, end = over
     part = self.sel(start, end, rule="ceiling")
+    if not interpolate or self.size == 0:
+        return _extreme(part, which, None, None, False, {}, None, False, skipna)
+    seen = np.concatenate([part.values, self.at(np.array([start, end], dtype="f8"))])
+    if np.isnan(seen).any():  # which the library passes over, by place
+        rest = _without_nan(seen)
+        found = getattr(rest, which)() if skipna and rest.size else math.nan
+        return self.dtype.type(found)
     inside = _core.extr_min_over if which == "min" else _core.extr_max_over
-    if part.size and not skipna and np.isnan(part.values).any():
-        return self.dtype.type(math.nan)
-    if interpolate:
-        return inside(self, float(start), float(end), True, ComplexConversion.REAL_PART)
-    return _extreme(part, which, None, None, False, {}, None, False, skipna)
+    return inside(self, float(start), float(end), True, ComplexConversion.REAL_PART)
 
 
 def _extreme(
@@ -523,8 +529,8 @@ def min_(
 ) -> Any:  # fmt: skip
     """The smallest element; NaN where one is, unless ``skipna``.
 
-    ``over=(start, end)`` (or a Range) looks at the elements inside, with ``interpolate`` also at its ends, in units of
-    the axis; other arguments are those of ``ndarray.min``. ValueError without elements, TypeError for complex ones. In
+    ``over=(start, end)`` (or a Range) looks at the elements inside, with ``interpolate`` also at its ends, which are NaN
+    beside one, in units of the axis; other arguments are those of ``ndarray.min``. ValueError without elements, TypeError for complex ones. In
     the unit of the values. An image gives an Array1D along an axis.
 
         >>> import dataprocessing as dp
@@ -661,7 +667,7 @@ def clip(self: Any, min: Any = None, max: Any = None, out: Any = None, **options
     """Elements below ``min`` become it, those above ``max`` that; type, name and unit stay.
 
     Limits of integers are rounded inwards. Limits that are arrays meet this one as in ``maximum`` and ``minimum``.
-    ValueError without a limit. The result is an array of the same shape and axes.
+    ValueError without a limit, TypeError for complex elements. The result is an array of the same shape and axes.
 
         >>> import dataprocessing as dp
         >>> dp.Array1D([1, 5, 200], dtype="u1").clip(-3, 100).values
@@ -669,6 +675,8 @@ def clip(self: Any, min: Any = None, max: Any = None, out: Any = None, **options
     """
     if min is None and max is None:
         raise ValueError("clip takes min, max or both")
+    if not _is_real(self):
+        raise TypeError("complex elements have no order; take abs(a) or a.real first")
     if np.ndim(min) > 0 or np.ndim(max) > 0:
         if out is not None or options:
             raise ValueError("clip by arrays goes without numpy's other options")

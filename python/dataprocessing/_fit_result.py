@@ -6,6 +6,7 @@ import html
 import math
 from collections.abc import Callable, Iterable, Mapping
 from dataclasses import dataclass, field
+from decimal import Decimal
 from types import MappingProxyType
 from typing import TYPE_CHECKING, Any, Protocol
 
@@ -32,11 +33,13 @@ class Parameter:
     """One parameter of a fit.
 
     ``stderr`` is NaN where there is no error, and 0 of a parameter that did not vary; ``ref`` names the parameter that
-    it is tied to; ``note`` says why an error is missing. Both numbers are in units of the parameter.
+    it is tied to; ``note`` says why an error is missing. Both numbers are in units of the parameter: ``unit`` is that of
+    the axis for positions and widths, that of the values for heights, and empty of all others. As a text the value is
+    written down to the second digit of its error.
 
         >>> from dataprocessing.fitting import Parameter
-        >>> float(Parameter("slope", 2.0, 0.1))
-        2.0
+        >>> print(Parameter("position", 5414.2143, 0.337, unit="eV"))
+        5414.21 +- 0.34 eV
     """
 
     name: str
@@ -45,14 +48,17 @@ class Parameter:
     vary: bool = True
     ref: str | None = None
     note: str = ""
+    unit: str = ""
 
     def __float__(self) -> float:
         return self.value
 
     def __str__(self) -> str:
-        if not self.vary:
-            return f"{self.value:.7g} ({f'follows {self.ref}' if self.ref else 'fixed'})"
-        return _measured(self.value, self.stderr) or "nan"
+        is_told = self.stderr == 0 and (self.note or not self.vary)
+        text = _measured(self.value, math.nan if is_told else self.stderr, self.unit) or "nan"
+        if self.vary or (not self.ref and self.stderr != 0):
+            return text
+        return f"{text} ({f'follows {self.ref}' if self.ref else 'fixed'})"
 
 
 @dataclass(frozen=True)
@@ -61,7 +67,8 @@ class FittedPeak:
 
     Positions, widths are in units of the axis, heights in those of the values, areas in both. ``width`` is
     that of the shape (of a Gaussian the standard deviation), ``fwhm`` the full width at half maximum where it
-    has a closed form; NaN where a fit has no such figure.
+    has a closed form; NaN where a fit has no such figure. ``position_note`` and ``area_note`` say of one without an error
+    that it is fixed, at its bound, or not determined by the data, where the error is NaN.
 
         >>> from dataprocessing.fitting import FittedPeak
         >>> FittedPeak("Fe", 6.4, area=120.0).area
@@ -79,6 +86,8 @@ class FittedPeak:
     area: float = math.nan
     area_error: float = math.nan
     shape: str = ""
+    position_note: str = ""
+    area_note: str = ""
 
 
 def _frozen(values: NDArray[Any]) -> NDArray[Any]:
@@ -87,15 +96,29 @@ def _frozen(values: NDArray[Any]) -> NDArray[Any]:
     return values
 
 
-def _measured(value: float, error: float) -> str:
-    """The value with as many digits as its error has, 7 at least; nothing of NaN."""
+# Between these powers of ten numbers are written without an exponent.
+_PLAIN = range(-5, 9)
+
+
+def _measured(value: float, error: float, unit: str = "", note: str = "") -> str:
+    """The value down to the second digit of its error; nothing of NaN, and seven digits without an error."""
     if math.isnan(value):
         return ""
-    if not math.isfinite(error):
-        return f"{value:.7g}"
-    known = abs(value) / error if error > 0 else 0.0
-    digits = 7 if known < 1 or math.isinf(known) else min(max(7, math.ceil(math.log10(known)) + 2), 17)
-    return f"{value:.{digits}g} +- {error:.2g}"
+    behind = f"{f' {unit}' if unit else ''}{f' ({note})' if note else ''}"
+    if note or not math.isfinite(value) or not math.isfinite(error) or error == 0:
+        return f"{value:.7g}{' +- 0' if error == 0 and not note else ''}{behind}"
+    uncertain = Decimal(f"{error:.1e}")
+    exact = Decimal(value)
+    last = uncertain.adjusted() - 1
+    if exact and exact.adjusted() - last >= 16:  # more than a double knows
+        return f"{value!r} +- {uncertain:e}{behind}"
+    rounded = exact.quantize(Decimal(1).scaleb(last))
+    if not rounded:
+        rounded = Decimal(0).scaleb(min(last, 0))
+    largest = max(rounded.adjusted() if rounded else uncertain.adjusted(), uncertain.adjusted())
+    if largest not in _PLAIN:
+        return f"{f'{rounded:e}' if rounded else 0} +- {uncertain:e}{behind}"
+    return f"{rounded:f} +- {uncertain:{'f' if uncertain.adjusted() in _PLAIN else 'e'}}{behind}"
 
 
 @dataclass(frozen=True, eq=False, repr=False)
@@ -195,13 +218,24 @@ class FitResult:
         rows.append(("chi-square", f"{self.chi_square:.6g}, reduced {self.reduced:.4g}"))
         return rows
 
+    def _peak_rows(self) -> list[tuple[str, str, str]]:
+        """Names, positions and areas, which are in both units."""
+        across = self.axis.unit if self.axis is not None else ""
+        both = " ".join(filter(None, (self._data.unit if self._data is not None else "", across)))
+        return [
+            (peak.name, _measured(peak.position, peak.position_error, across, peak.position_note),
+             _measured(peak.area, peak.area_error, both, peak.area_note))
+            for peak in self.peaks
+        ]  # fmt: skip
+
     def _notes(self) -> list[str]:
         return [f"{name}: {p.note}" for name, p in self.params.items() if p.note]
 
     def report(self) -> str:
         """The fit in words: how it ended, all parameters with errors, peaks, and why errors are missing.
 
-        Numbers and names are as in ``params``.
+        Names are those of ``params``; values are written down to the second digit of their errors, with their units, and
+        areas in those of the values and of the axis.
 
             >>> import dataprocessing as dp
             >>> line = dp.fitting.polynomial(dp.Array1D([1.0, 3.0, 5.0]))
@@ -212,10 +246,9 @@ class FitResult:
         width = max((len(name) for name in self.params), default=0)
         lines += ["", *(f"  {name:{width}}  {parameter}" for name, parameter in self.params.items())]
         if self.peaks:
-            lines += ["", "  peak" + " " * 12 + "position" + " " * 16 + "area"]
-            for peak in self.peaks:
-                position = _measured(peak.position, peak.position_error)
-                lines.append(f"  {peak.name:14}  {position:22}  {_measured(peak.area, peak.area_error)}")
+            rows = [("peak", "position", "area"), *self._peak_rows()]
+            first, second = (max(len(row[column]) for row in rows) for column in (0, 1))
+            lines += ["", *(f"  {name:{first}}  {position:{second}}  {area}" for name, position, area in rows)]
         notes = self._notes()
         return "\n".join(lines + ([""] + [f"  {note}" for note in notes] if notes else []))
 
@@ -234,10 +267,7 @@ class FitResult:
         parts = [table((), self._figures())]
         parts.append(table(("parameter", "value"), [(name, str(p)) for name, p in self.params.items()]))
         if self.peaks:
-            rows = [
-                (p.name, _measured(p.position, p.position_error), _measured(p.area, p.area_error)) for p in self.peaks
-            ]
-            parts.append(table(("peak", "position", "area"), rows))
+            parts.append(table(("peak", "position", "area"), self._peak_rows()))
         parts += [f"<p>{html.escape(note)}</p>" for note in self._notes()]
         return "".join(parts)
 

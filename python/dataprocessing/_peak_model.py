@@ -35,6 +35,9 @@ _FULL_WIDTHS = {"gaussian": 2 * math.sqrt(2 * math.log(2)), "lorentzian": 2.0, "
 # What is said of one parameter again replaces what was said before.
 _SAID = {"set_start": "start", "free": "kind", "fix": "kind", "bound": "kind", "tie": "kind"}
 
+# Parameters in units of the axis.
+_LENGTHS = {"position", "width", "Lorentzian width", "tail"}
+
 # Where there are several of a kind, the library gives each its number.
 _NUMBERED = re.compile(r"^(coefficient \d+|.* of the (?:power law|exponential|curve))(?: of polynomial)? (\d+)$")
 
@@ -123,6 +126,22 @@ class PeakModel:
             met[text] += 1
             names.append(text if met[text] == 1 else f"{text} ({met[text]})")
         return names
+
+    def _units(self, across: str, up: str) -> list[str]:
+        """The units of the parameters, where they are those of the axis or of the values."""
+        units = []
+        for i in range(self._core.parameter_count()):
+            what, _, owner = self._core.name(i).partition(" of ")
+            if not owner.startswith("peak ") and what != "width":
+                units.append("")
+            else:
+                units.append(up if what == "height" else across if what in _LENGTHS else "")
+        return units
+
+    def _of_peak(self, peak: int) -> range:
+        """The indices of a peak's parameters: position, height, width, and extra where it has one."""
+        first = self._core.position(peak)
+        return range(first, first + (3 if self._shapes[peak] in ("gaussian", "lorentzian") else 4))
 
     def _number(self, name: str) -> int:
         names = self.names

@@ -295,7 +295,8 @@ def _linear_result(
         f"c{j}": Parameter(f"c{j}", float(coefficients[j]), float(errors[j]), note=note if math.isnan(errors[j]) else "")
         for j in range(count)
     }
-    params.update({name: Parameter(name, value, 0.0, vary=False) for name, value in extra.items()})
+    across = data.axis.unit
+    params.update({name: Parameter(name, value, 0.0, vary=False, unit=across) for name, value in extra.items()})
     covariance = np.zeros((len(params), len(params)))
     covariance[:count, :count] = function.covariance()
     return FitResult(
@@ -460,8 +461,8 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
         parts.append((*ends, _PowerLaw(tuple(map(float, law.coefficients())))))
         found.append(
             FittedPeak(
-                name, window.position, area=function.peak_intensity(window.position),
-                area_error=function.peak_intensity_error(window.position),
+                name, window.position, 0.0, area=function.peak_intensity(window.position),
+                area_error=function.peak_intensity_error(window.position), position_note="fixed",
             )
         )  # fmt: skip
     covariance = np.zeros((len(params), len(params)))
@@ -562,28 +563,29 @@ def gaussians(
     moved = data.with_axes(axis)
     errors = function.standard_errors()
     fits_axis, fits_width = "calibration" in asked, "resolution" in asked
-    rows: list[tuple[str, float, bool, str | None]] = [
-        ("offset", axis.position(0), fits_axis, None),
-        ("delta", axis.delta, fits_axis, None),
-        ("fwhm", function.resolution.reference_fwhm, fits_width, None),
+    rows: list[tuple[str, float, bool, str | None, str]] = [
+        ("offset", axis.position(0), fits_axis, None, axis.unit),
+        ("delta", axis.delta, fits_axis, None, axis.unit),
+        ("fwhm", function.resolution.reference_fwhm, fits_width, None, axis.unit),
     ]
     for name, peak, one in zip(names, peaks, made):
         tied = f"amplitude of {peak.of}" if peak.of is not None else None
-        rows.append((f"amplitude of {name}", one.amplitude, tied is None, tied))
-        rows.append((f"center of {name}", one.center, False, None))
+        rows.append((f"amplitude of {name}", one.amplitude, tied is None, tied, data.unit))
+        rows.append((f"center of {name}", one.center, False, None, axis.unit))
     params = {
-        name: Parameter(name, float(value), float(error), vary, ref)
-        for (name, value, vary, ref), error in zip(rows, errors)
+        name: Parameter(name, float(value), float(error), vary, ref, unit=unit)
+        for (name, value, vary, ref, unit), error in zip(rows, errors)
     }
     for k, peak in enumerate(peaks):
         if peak.of is not None:
             name = f"amplitude of {names[k]}"
             value = params[name].value
-            params[name] = Parameter(name, value, function.amplitude_error(k), False, f"amplitude of {peak.of}")
+            error = function.amplitude_error(k)
+            params[name] = Parameter(name, value, error, False, f"amplitude of {peak.of}", unit=data.unit)
     found = tuple(
         FittedPeak(
             name, one.center, 0.0, one.amplitude, function.amplitude_error(k), one.width, fwhm=_FWHM * one.width,
-            area=one.area(), area_error=function.area_error(k), shape="gaussian",
+            area=one.area(), area_error=function.area_error(k), shape="gaussian", position_note="fixed",
         )
         for k, (name, one) in enumerate(zip(names, made))
     )  # fmt: skip
@@ -612,14 +614,44 @@ def _notes(fit: Any) -> dict[int, str]:
     return notes
 
 
-def _parameters(names: Sequence[str], fit: Any, kinds: Sequence[Any]) -> dict[str, Parameter]:
+def _root(kinds: Sequence[Any], i: int) -> int:
+    """The parameter that is fitted in the place of this one."""
+    while kinds[i].ref is not None:
+        i = kinds[i].ref
+    return i
+
+
+def _parameters(names: Sequence[str], fit: Any, kinds: Sequence[Any], units: Sequence[str]) -> dict[str, Parameter]:
     notes = _notes(fit)
     params = {}
-    for i, (name, kind) in enumerate(zip(names, kinds)):
-        error = math.nan if i in fit.undetermined else float(fit.standard_errors[i])
+    for i, (name, kind, unit) in enumerate(zip(names, kinds, units)):
+        root = _root(kinds, i)
+        error = math.nan if {i, root} & set(fit.undetermined) else float(fit.standard_errors[i])
         ref = None if kind.ref is None else names[kind.ref]
-        params[name] = Parameter(name, float(fit.parameters[i]), error, kind.varies, ref, notes.get(i, ""))
+        note = notes.get(i, notes.get(root, ""))
+        params[name] = Parameter(name, float(fit.parameters[i]), error, kind.varies, ref, note, unit)
     return params
+
+
+def _without_error(error: float, given: Sequence[Parameter]) -> str:
+    """Why what these parameters give has no error; nothing of what has one."""
+    if any(math.isnan(parameter.stderr) for parameter in given):
+        return "not determined"
+    if error != 0:
+        return ""
+    if any(parameter.note for parameter in given):
+        return "at its bound"
+    return "" if any(parameter.vary for parameter in given) else "fixed"
+
+
+def _fitted_peak(name: str, found: Any, shape: str, fwhm: float, given: Sequence[Parameter]) -> FittedPeak:
+    position, height, width = given[:3]
+    why, why_area = _without_error(position.stderr, [position]), _without_error(found.area_error, given[1:])
+    area_error = math.nan if why_area == "not determined" else found.area_error
+    return FittedPeak(
+        name, position.value, position.stderr, height.value, height.stderr, width.value, width.stderr, fwhm, found.area,
+        area_error, shape, why, why_area,
+    )  # fmt: skip
 
 
 def _ended(result: FitResult, fit: Any) -> FitResult:
@@ -728,7 +760,7 @@ def curve(
     likelihood = objective == "likelihood"
     weights = "likelihood of counts" if likelihood else "all alike" if sigma is None else "1 / deviation^2"
     result = FitResult(
-        "curve", _parameters(names, fit, kinds), fit.covariance, fit.chi_squared, y.size, fit.free, weights,
+        "curve", _parameters(names, fit, kinds, [""] * len(names)), fit.covariance, fit.chi_squared, y.size, fit.free, weights,
         _core.nlsq_text(fit.end), fit.converged(), array.axis if array is not None else None,
         reduced=fit.reduced_chi_squared(), _curve=_Called(model, tuple(map(float, fit.parameters))),
         _data=None if array is None else array.copy(),
@@ -776,17 +808,16 @@ def peaks(
         windows, start, stop, observer=observer, **control,
     )  # fmt: skip
     fit = out.fit
+    params = _parameters(model.names, fit, kinds, model._units(data.axis.unit, data.unit))
+    each = list(params.values())
     found = tuple(
-        FittedPeak(
-            name, p.position, p.position_error, p.height, p.height_error, p.width, p.width_error, model._fwhm(k, p.width),
-            p.area, p.area_error, model._shapes[k],
-        )
+        _fitted_peak(name, p, model._shapes[k], model._fwhm(k, p.width), [each[i] for i in model._of_peak(k)])
         for k, (name, p) in enumerate(zip(model.peak_names, out.peaks))
-    )  # fmt: skip
+    )
     likelihood = objective == "likelihood"
     weighing = "likelihood of counts" if likelihood else _COUNTS if weights is None else "as given"
     result = FitResult(
-        "peaks", _parameters(model.names, fit, kinds), fit.covariance, fit.chi_squared, out.channels, fit.free, weighing,
+        "peaks", params, fit.covariance, fit.chi_squared, out.channels, fit.free, weighing,
         _core.nlsq_text(fit.end), fit.converged(), data.axis, found, fit.reduced_chi_squared(),
         None if model._curves else model._curve(tuple(map(float, fit.parameters))), data.copy(),
         model._at_elements(data, fit.parameters) if model._curves else None,

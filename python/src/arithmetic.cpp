@@ -295,9 +295,19 @@ std::optional<A> arithmeticInPlace(bnry_eAritBinaryOperation operation, const A&
     return result;
 }
 
+namespace {
+
+void requireOrder(bnry_eCompBinaryOperation operation, dtyp_cDataType type) {
+    if (operation != bnry_Equal && operation != bnry_NotEqual && type.IsComplex())
+        throw pybind11::type_error("complex elements have no order; take abs(a) or a.real first");
+}
+
+} // namespace
+
 template<class A, class Mask>
 Mask comparison(bnry_eCompBinaryOperation operation, const A& a, const pnum_cNumber& b) {
     const dtyp_cDataType type = commonType(a.values.DataType(), b.DataType());
+    requireOrder(operation, type);
     Mask mask = emptyMask<A, Mask>(a);
     for (int axis = 0; axis < A::dimensions; ++axis)
         mask.axes[axis] = a.axes[axis];
@@ -317,6 +327,7 @@ Mask comparison(bnry_eCompBinaryOperation operation, const A& a, const A& b) {
     checkAxes(a, b);
     mergedValues(a.labels, b.labels);
     const dtyp_cDataType type = commonType(a.values.DataType(), b.values.DataType());
+    requireOrder(operation, type);
     Mask mask = emptyMask<A, Mask>(a);
     mergeAxes(mask, a, b);
     if (a.Count() == 0 && b.Count() == 0)

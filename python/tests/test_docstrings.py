@@ -78,7 +78,7 @@ NOTHING_TO_TELL = {
     "units": """
         Subscription Subscription.cancel Range.on_change Rect.on_change fitting.Selection.remove
         fitting.Selection.clear fitting.Selection.on_change fitting.PeakModel.free fitting.PeakModel.fix
-        fitting.PeakModel.copy fitting.FitResult.report maps.Status maps.load maps.store maps.apply Mask1D.copy Mask2D.copy
+        fitting.PeakModel.copy maps.Status maps.load maps.store maps.apply Mask1D.copy Mask2D.copy
         Mask1D.count Mask2D.count
     """,
     "errors": """

@@ -4,6 +4,7 @@ import copy
 import gc
 import math
 import pickle
+import re
 import weakref
 
 import dataprocessing as dp
@@ -11,6 +12,8 @@ import numpy as np
 import pytest
 from dataprocessing import _core, fitting
 from dataprocessing.fitting import Gaussian, PeakModel, Selection, Window
+from hypothesis import given
+from hypothesis import strategies as st
 
 AXIS = dp.Axis(5.0, 0.01, name="energy", unit="keV")
 
@@ -690,12 +693,97 @@ def test_names_of_peaks_are_not_looked_into():
         assert model.peak("gaussian", 1, 1, 1, name=name).position == f"position of {name}"
 
 
-def test_reports_have_the_digits_that_are_known():
-    assert str(fitting.Parameter("x", 1000004.0956, 0.00052)) == "1000004.0956 +- 0.00052"
-    assert str(fitting.Parameter("x", 2.0, 0.1)) == "2 +- 0.1" and str(fitting.Parameter("x", 2.0)) == "2"
-    for error in (0.0, math.inf, 1e-300, 5e-324):
-        assert str(fitting.Parameter("x", 1e300, error)).startswith("1e+300")
-    assert str(fitting.Parameter("x", math.nan, 1.0)) == "nan"
+@pytest.mark.parametrize(("value", "error", "said"), [
+    (295665.9, 1.7e3, "295700 +- 1700"), (5414.2143, 0.337, "5414.21 +- 0.34"), (1000004.0956, 0.00052, "1000004.09560 +- 0.00052"),
+    (2.0, 0.1, "2.00 +- 0.10"), (3.0, 0.0996, "3.00 +- 0.10"), (99.6, 9.96, "100 +- 10"), (-5.55, 99.6, "-10 +- 100"),
+    (-3.0, 1700.0, "0 +- 1700"), (-0.004, 1.5, "0.0 +- 1.5"), (0.0, 1.5, "0.0 +- 1.5"), (0.0, 2e12, "0 +- 2.0e+12"),
+    (0.0, 1e-20, "0 +- 1.0e-20"), (2.957e11, 1.7e9, "2.957e+11 +- 1.7e+9"), (1.23456e-9, 3.4e-12, "1.2346e-9 +- 3.4e-12"),
+    (4.3, 1.2e-15, "4.3 +- 1.2e-15"), (0.1 + 0.2, 1e-17, "0.30000000000000004 +- 1.0e-17"), (1e300, 1e-300, "1e+300 +- 1.0e-300"),
+    (6.4, 1.2e-6, "6.4000000 +- 1.2e-6"), (123456789.0, 3e7, "123000000 +- 30000000"), (1e300, 5e-324, "1e+300 +- 4.9e-324"),
+    (2.5, 0.0, "2.5 +- 0"), (1e300, 0.0, "1e+300 +- 0"), (2.0, math.nan, "2"), (2.0, math.inf, "2"), (math.inf, 1.0, "inf"),
+    (math.nan, 1.0, "nan"), (1 / 3, math.nan, "0.3333333"),
+])  # fmt: skip
+def test_values_are_written_to_the_second_digit_of_their_errors(value, error, said):
+    assert str(fitting.Parameter("x", value, error)) == said
+    assert str(fitting.Parameter("x", value, error, unit="keV")) == (said if said == "nan" else f"{said} keV")
+
+
+@given(st.floats(-1e12, 1e12), st.floats(1e-9, 1e12))
+def test_no_digit_that_matters_is_cut(value, error):
+    shown, uncertain = map(float, str(fitting.Parameter("x", value, error)).split(" +- "))
+    digit = 10.0 ** (math.floor(math.log10(uncertain) + 1e-9) - 1)
+    assert abs(uncertain - error) <= 0.0501 * error and abs(shown - value) <= 0.5001 * digit + 1e-15 * abs(value)
+
+
+def test_parameters_say_why_they_have_no_error():
+    told = {str(fitting.Parameter("x", 2.0, *given, unit="eV")) for given in ((0.0, False), (0.0, False, "y"), (0.5, False, "y"),
+            (0.5, False), (0.0, True, None, "a bound holds it"), (math.nan, True, None, "none"))}  # fmt: skip
+    assert told == {"2 eV (fixed)", "2 eV (follows y)", "2.00 +- 0.50 eV (follows y)", "2.00 +- 0.50 eV", "2 eV"}
+
+
+def several_peaks(unit="keV", quantity="counts"):
+    """One determined, one of fixed position, one of which only the height is bound to be 0, one that follows that."""
+    axis = dp.Axis(6.0, 0.01, unit=unit)
+    x = axis.positions(150)
+    counts = 900 * np.exp(-(((x - 6.4) / 0.06) ** 2) / 2) + 300 * np.exp(-(((x - 6.6) / 0.06) ** 2) / 2) + 20
+    model = PeakModel()
+    made = [model.peak("gaussian", at, height, 0.06, name=name)
+            for name, at, height in (("free", 6.39, 800), ("still", 6.6, 200), ("none", 7.0, 0), ("tied", 7.2, 0))]  # fmt: skip
+    model.polynomial([10.0])
+    model.fix(made[1].position, made[2].height, made[3].height)
+    model.bound(made[1].width, 0.01, 0.05)
+    model.tie(made[3].position, made[2].position, 1.0, 0.2)
+    return dp.fitting.peaks(dp.Array1D(counts, axis, unit=quantity), model), made
+
+
+def test_peaks_without_errors_say_why():
+    fit, made = several_peaks()
+    free, still, none, tied = fit.peaks
+    assert free.position_note == free.area_note == still.area_note == "" and 0 < free.position_error < 0.01 < free.area_error
+    assert (still.position_note, still.position_error) == ("fixed", 0)
+    for peak, names in ((none, made[2]), (tied, made[3])):
+        assert math.isnan(peak.position_error) and math.isnan(peak.width_error) and math.isnan(peak.area_error)
+        assert peak.position_note == peak.area_note == "not determined" and math.isnan(fit.params[names.position].stderr)
+    rows = dict(line.strip().split("  ", 1) for line in fit.report().splitlines() if re.match("  .*  ", line))
+    assert rows["still"].split("  ")[0].strip() == "6.6 keV (fixed)" and "6.6 keV (fixed)" in fit._repr_html_()
+    assert "7 keV (not determined)" in rows["none"] and "0 counts keV (not determined)" in rows["none"]
+    assert rows[made[1].position].strip() == "6.6 keV (fixed)" and rows[made[1].width].strip() == "0.05 keV"
+    assert rows[made[3].position].strip() == f"7.2 keV (follows {made[2].position})"
+    assert " +- 0 " not in fit.report() and "<td>6.4" in fit._repr_html_()
+
+
+def test_parameters_have_the_units_of_the_axis_and_of_the_values():
+    fit, made = several_peaks()
+    assert [fit.params[name].unit for name in made[0][:3]] == ["keV", "counts", "keV"] and fit.params["coefficient 0"].unit == ""
+    report = fit.report()
+    assert re.search(r"  position of free +6\.\d+ \+- 0\.000\d\d keV\n", report) and "counts keV" in report
+    bare, _ = several_peaks("", "")
+    assert all(parameter.unit == "" for parameter in bare.params.values()) and "keV" not in bare.report()
+    assert several_peaks("eV", "")[0].report().count(" eV") == report.count(" keV")
+    model = PeakModel()
+    for shape in ("voigt", "pseudo-voigt", "tailed-gaussian"):
+        model.peak(shape, 6.4, 100, 0.06, 0.5, name=f"{shape} of the law")
+    model.power_law(1, -2, 5.0)
+    model.width_law(0.06, 0.002, 6.4)
+    units = dict(zip(model.names, model._units("keV", "V")))
+    assert units["width of the law"] == "keV" and units["slope of the law"] == units["amplitude of the power law"] == ""
+    assert [unit for name, unit in units.items() if name.startswith(("Lorentzian", "mixing", "tail"))] == ["keV", "", "keV"]
+    line = dp.fitting.polynomial(dp.Array1D([1.0, 2, 4], dp.Axis(unit="mm")))
+    assert line.params["offset"].unit == "mm" and line.params["c1"].unit == ""
+
+
+def test_other_fits_have_units_and_say_what_is_fixed():
+    x = AXIS.positions(400)
+    data = dp.Array1D(500 * np.exp(-(((x - 6.4) / 0.09) ** 2)) + 1, AXIS, unit="counts")
+    given = [fitting.Gaussian(6.4, 400, "a"), fitting.Gaussian(6.5, 40, "b", of="a")]
+    fit = dp.fitting.gaussians(data, given, (6.4, 0.15, 0.0023))
+    unit = AXIS.unit
+    assert [fit.params[name].unit for name in ("offset", "delta", "fwhm", "center of a", "amplitude of a", "amplitude of b")] == [
+        unit, unit, unit, unit, "counts", "counts"]  # fmt: skip
+    assert all(peak.position_note == "fixed" and peak.area_note == "" for peak in fit.peaks)
+    assert f"6.4{f' {unit}' if unit else ''} (fixed)" in fit.report()
+    window = dp.fitting.windowed_power_law(spectrum(), [fitting.Window(6.4, 0.2, 0.5, -0.2, 0.4, "Fe")])
+    assert window.peaks[0].position_note == "fixed" and window.peaks[0].position_error == 0
 
 
 def test_downward_axes_are_fitted_over_their_own_range():

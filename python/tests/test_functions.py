@@ -167,6 +167,30 @@ class TestReductions:
         assert a.max(over=(6.5, 6.7)) == 15 and a.max(over=dp.Range(6.2, 6.45)) == 90
         assert a.min(over=(6.25, 6.35), interpolate=True) == pytest.approx(13.5)
 
+    @pytest.mark.parametrize("dtype", ["f4", "f8"])
+    def test_over_a_range_with_nan(self, dtype):
+        first, last = (dp.Array1D(np.array(v, dtype)) for v in ([np.nan, 1, 2, 3], [3, 2, 1, np.nan]))
+        for a, over, least, most in ((first, (0, 4), 1, 3), (first, (0.5, 3), 1, 3), (first, (0.5, 2.5), 1, 2.5),
+                                     (last, (0, 4), 1, 3), (last, (0.5, 2.5), 1, 2.5), (last, (2.5, 2.75), np.nan, np.nan)):  # fmt: skip
+            for which, expected in (("min", least), ("max", most)):
+                found = getattr(a, which)(over=over, interpolate=True, skipna=True)
+                assert found.dtype == dtype and np.array_equal(found, expected, equal_nan=True), (over, which)
+                assert math.isnan(getattr(a, which)(over=over, interpolate=True))
+        assert first.min(over=(1.5, 3), interpolate=True) == 1.5 and first.max(over=(1.5, 3), interpolate=True) == 3
+        with pytest.raises((ValueError, IndexError)):
+            dp.Array1D([]).min(over=(0, 1), interpolate=True)
+
+    def test_complex_elements_have_no_order(self):
+        z, a = dp.Array1D([1j, 2]), dp.Array1D([1.0, 2.0])
+        calls = [lambda: z.clip(0, 1)]
+        for compare in (operator.lt, operator.le, operator.gt, operator.ge, np.less, np.greater_equal):
+            for pair in ((z, z), (z, a), (a, z), (a, 1j), (1j, a), (z, 0), (z, [1, 2]), (np.array([1, 2]), z)):
+                calls.append(lambda compare=compare, pair=pair: compare(*pair))
+        for call in calls:
+            with pytest.raises(TypeError, match="no order"):
+                call()
+        assert (z == 2).values.tolist() == [False, True] and (a != 1j).all()
+
     def test_empty(self):
         e = dp.Array1D([])
         assert e.sum() == 0

@@ -145,6 +145,21 @@ def test_sums_of_integers_are_doubles(dtype):
         assert type(found) is np.float64 and found == values.astype("f8").sum()
 
 
+@pytest.mark.parametrize("dtype", DTYPES)
+def test_types_of_reductions(dtype):
+    a, image = dp.Array1D(sample(dtype)), dp.Array2D(sample(dtype)[None, :])
+    for name in ("sum", "mean", "var", "std"):
+        numpy = getattr(a.values, name)().dtype
+        real = np.dtype("f8") if name in ("var", "std") else {"f4": np.dtype("f8"), "c8": np.dtype("c16")}.get(dtype, numpy)
+        whole = numpy if name == "mean" else np.dtype("f8") if dtype[0] in "ui" else real
+        for found in (getattr(a, name)(), getattr(a, name)(axis=0), getattr(image, name)(), getattr(np, name)(a)):
+            assert found.dtype == whole and isinstance(found, np.generic)
+        along = whole if name in ("var", "std") or dtype[0] in "ui" else numpy
+        for found in (getattr(image, name)(axis=0), getattr(image, name)(axis=1), getattr(np, name)(image, axis=0)):
+            assert found.dtype == along, name
+    assert dp.Array1D(np.full(1001, 0.1, "f4")).mean() == np.float32(0.1)
+
+
 @pytest.mark.parametrize("dtype", ["f4", "c8"])
 def test_sums_along_axes_are_made_in_double_precision(dtype):
     image = dp.Array2D(np.full((200_000, 3), 0.1, dtype))

@@ -359,11 +359,21 @@ def rectangles(data):
     assert heard == [rect] and not hasattr(_core.rnge_c2DRange, "add_receiver")
 
 
+def complex_order(data):
+    values = data.draw(hnp.arrays("c16", st.integers(0, 5), elements=st.complex_numbers(max_magnitude=9)))
+    other = data.draw(st.sampled_from([dp.Array1D(values), dp.Array1D(values.real), 2, 1j]))
+    for compare in (operator.lt, operator.le, operator.gt, operator.ge):
+        for pair in ((dp.Array1D(values), other), (other, dp.Array1D(values))):
+            with pytest.raises(TypeError, match="no order"):
+                compare(*pair)
+
+
 CORRECTED = {
     "`number - array` of int16, int32, float32": number_minus_array,
     "numbers beyond 2^24 with int32": beyond_24_bits,
     "masks of comparisons": masks_on_the_axes,
     "`uint32 200 > int8 127`": compared_exactly,
+    "`<`, `<=`, `>`, `>=` of complex elements": complex_order,
     "`min`, `max` of arrays with NaN": extremes_with_nan,
     "empty operands": empty_operands,
     "variance": variance,
