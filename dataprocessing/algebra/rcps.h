@@ -19,6 +19,10 @@ namespace rcps {
 /// nrerror("no convergence in 30 svdcmp iterations") is called and the result stands as it is. NaN
 /// or infinite elements give NaN.
 ///
+/// Every sum is made in the order of its terms, so that the bits are those of plain loops at every
+/// instruction-set level. Work storage is that of two more matrices like `a` and one like `v`, with
+/// up to 22 elements more in each row.
+///
 /// Source: G. H. Golub and C. Reinsch, Singular value decomposition and least squares solutions,
 /// Numerische Mathematik 14 (1970).
 DATAPROCESSING_EXPORT void svdcmp(double** a, int m, int n, double* w, double** v);
