@@ -22,9 +22,13 @@ bool maps_IsNegative(const double* curve, std::size_t count) {
     return LEVEL_SELECT(maps_IsAnyNegative)(curve, count);
 }
 
-bool maps_Inform(const double* y, const double* part, const double* curve, std::size_t count,
-                 double* weights) {
-    return LEVEL_SELECT(maps_SetInformation)(y, part, curve, count, weights);
+bool maps_IsBelow(double bound, const double* part, const double* curve, std::size_t count) {
+    return LEVEL_SELECT(maps_IsAnyBelow)(bound, part, curve, count);
+}
+
+bool maps_Inform(const maps_sInformation& how, const double* y, const double* part,
+                 const double* curve, std::size_t count, double* weights, double* residuals) {
+    return LEVEL_SELECT(maps_SetInformation)(how, y, part, curve, count, weights, residuals);
 }
 
 } // namespace dataprocessing::detail

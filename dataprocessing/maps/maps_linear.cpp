@@ -12,139 +12,9 @@
 #include "dataprocessing/maps/maps_refuse.h"
 #include "dataprocessing/maps/maps_room.h"
 #include "dataprocessing/maps/maps_rows.h"
+#include "dataprocessing/maps/maps_shapes.h"
 
 namespace dataprocessing::detail {
-
-/// The shapes over whole vectors of channels, and which products of them there are.
-struct maps_sShapes {
-    /// The channels where a shape is not 0, whole vectors of them.
-    struct sExtent {
-        std::size_t first;
-        std::size_t last;
-        std::size_t Count() const noexcept { return last - first; }
-        bool operator==(const sExtent&) const = default;
-    };
-    /// The products of one shape with others over the same channels, and with the values.
-    struct sGroup {
-        std::size_t shape;
-        sExtent extent;
-        std::vector<std::size_t> others;
-        bool hasValues;
-    };
-
-    maps_sShapes(std::span<const double> values, std::size_t channelCount,
-                 const maps_sLinearOptions& how);
-
-    const double* Row(std::size_t shape) const { return rows.data() + shape * length; }
-    bool IsCore(std::size_t shape) const {
-        return std::find(core.begin(), core.end(), shape) != core.end();
-    }
-    void AddPair(std::size_t i, std::size_t j);
-    void Prepare();
-
-    std::size_t channels;
-    std::size_t length;
-    std::size_t count;
-    maps_eWeights weights;
-    std::vector<char> isNonNegative;
-    bool hasBounds = false;
-    std::vector<double> rows;
-    std::vector<double> part;       ///< 1 for the channels that a shape reaches.
-    std::vector<double> ofOneCount; ///< The variance of a factor that one count makes known.
-    std::vector<sExtent> extents;
-    std::vector<std::size_t> core; ///< Shapes that reach all channels: these go together.
-    std::vector<const double*> coreRows;
-    std::vector<sGroup> groups;   ///< What is not between two of those.
-    std::vector<double> products; ///< Of the shapes, by rows: the equations with equal weights.
-    std::vector<double> inverse;  ///< Of those.
-};
-
-maps_sShapes::maps_sShapes(std::span<const double> values, std::size_t channelCount,
-                           const maps_sLinearOptions& how)
-    : channels(channelCount), length(maps_WholeVectors(channels)),
-      count(channels == 0 ? 0 : values.size() / channels), weights(how.weights) {
-    maps_RefuseShapes(
-        count == 0 || values.size() % channels != 0 ||
-        !std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); }));
-    maps_RefuseOptions(weights < maps_WeightsOfCounts || weights > maps_WeightsOfModel);
-    isNonNegative.resize(count);
-    for (const int shape : how.nonNegative) {
-        maps_RefuseOptions(shape < 0 || static_cast<std::size_t>(shape) >= count);
-        isNonNegative[static_cast<std::size_t>(shape)] = 1;
-        hasBounds = true;
-    }
-    rows.resize(count * length);
-    part.resize(length);
-    for (std::size_t s = 0; s < count; ++s) {
-        double* const row = rows.data() + s * length;
-        std::copy_n(values.begin() + static_cast<std::ptrdiff_t>(s * channels), channels, row);
-        std::size_t first = 0;
-        std::size_t last = channels;
-        while (first < last && row[first] == 0)
-            ++first;
-        while (last > first && row[last - 1] == 0)
-            --last;
-        for (std::size_t k = first; k < last; ++k)
-            if (row[k] != 0)
-                part[k] = 1;
-        double sum = 0;
-        for (std::size_t k = first; k < last; ++k)
-            sum += std::fabs(row[k]);
-        ofOneCount.push_back(1 / sum / sum);
-        extents.push_back({first / maps_lanes * maps_lanes, maps_WholeVectors(last)});
-    }
-    for (std::size_t s = 0; s < count && core.size() < maps_mostCore; ++s)
-        if (extents[s] == sExtent{0, length})
-            core.push_back(s);
-    for (std::size_t s = 0; s < count; ++s) {
-        if (IsCore(s))
-            coreRows.push_back(Row(s));
-        else
-            groups.push_back({s, extents[s], {}, true});
-    }
-    for (std::size_t i = 0; i < count; ++i)
-        for (std::size_t j = 0; j <= i; ++j)
-            if (!IsCore(i) || !IsCore(j))
-                AddPair(i, j);
-    Prepare();
-}
-
-void maps_sShapes::AddPair(std::size_t i, std::size_t j) {
-    const sExtent both{std::max(extents[i].first, extents[j].first),
-                       std::min(extents[i].last, extents[j].last)};
-    if (both.first >= both.last)
-        return;
-    const bool isWithinFirst = extents[i] == both && !IsCore(i);
-    const std::size_t shape = isWithinFirst ? i : j;
-    const std::size_t other = isWithinFirst ? j : i;
-    const auto found = std::find_if(groups.begin(), groups.end(), [&](const sGroup& group) {
-        return group.shape == shape && group.extent == both;
-    });
-    if (found == groups.end())
-        groups.push_back({shape, both, {other}, false});
-    else
-        found->others.push_back(other);
-}
-
-/// What equal weights need; shapes that are made of each other are found out here.
-void maps_sShapes::Prepare() {
-    std::vector<double> memory(maps_cNormal::MemoryFor(count));
-    maps_cNormal normal(count, memory.data());
-    products.resize(count * count);
-    inverse.resize(count * count);
-    for (std::size_t i = 0; i < count; ++i) {
-        normal.G(i) = 0;
-        for (std::size_t j = 0; j <= i; ++j) {
-            const double* const other = Row(j);
-            pkmd_Dots(Row(i), &other, 1, length, &normal.H(i, j));
-            products[i * count + j] = normal.H(i, j);
-        }
-    }
-    normal.HoldNone();
-    maps_RefuseShapes(!normal.Solve());
-    for (std::size_t i = 0; i < count; ++i)
-        normal.InverseRow(i, std::span(inverse).subspan(i * count, count));
-}
 
 namespace {
 
@@ -160,8 +30,10 @@ public:
           weights_(room.Get(maps_sRoom::Weights, shapes.length)),
           curve_(room.Get(maps_sRoom::Curve, shapes.length)),
           residuals_(room.Get(maps_sRoom::Weighted, shapes.length)),
-          found_(room.Get(maps_sRoom::State, shapes.count * (shapes.count + 2))),
-          variances_(found_ + shapes.count), inverse_(variances_ + shapes.count),
+          found_(room.Get(maps_sRoom::State, shapes.count * (shapes.count + 5))),
+          variances_(found_ + shapes.count), before_(variances_ + shapes.count),
+          step_(before_ + shapes.count), scores_(step_ + shapes.count),
+          inverse_(scores_ + shapes.count),
           normal_(shapes.count,
                   room.Get(maps_sRoom::Equations, maps_cNormal::MemoryFor(shapes.count))) {}
 
@@ -188,6 +60,10 @@ public:
     }
 
 private:
+    static constexpr double tolerance = 1e-5; // in standard errors
+    static constexpr int mostSteps = 50;
+    static constexpr double leastEdge = 1e-150; // has a square
+
     maps_eStatus FitSome() {
         iterations_ = 1;
         switch (shapes_.weights) {
@@ -226,6 +102,16 @@ private:
         pkmd_Dots(row_, rows.data(), core.size() + 1, shapes_.length, sums.data());
         squares_ = sums[0];
         std::copy_n(sums.begin() + 1, core.size(), coreValues_.begin());
+    }
+
+    /// The products of a row with the shapes that do not reach all channels, by shapes.
+    void DotOthers(const double* row, double* products) const {
+        for (const maps_sShapes::sGroup& group : shapes_.groups) {
+            const double* const shape = shapes_.Row(group.shape) + group.extent.first;
+            if (group.hasValues)
+                pkmd_Dots(row + group.extent.first, &shape, 1, group.extent.Count(),
+                          &products[group.shape]);
+        }
     }
 
     /// The products of the shapes with each other, weighted, and with the values.
@@ -300,13 +186,7 @@ private:
         const std::size_t count = shapes_.count;
         for (std::size_t i = 0; i < shapes_.core.size(); ++i)
             normal_.G(shapes_.core[i]) = coreValues_[i];
-        for (const maps_sShapes::sGroup& group : shapes_.groups) {
-            if (!group.hasValues)
-                continue;
-            const double* const shape = shapes_.Row(group.shape) + group.extent.first;
-            pkmd_Dots(row_ + group.extent.first, &shape, 1, group.extent.Count(),
-                      &normal_.G(group.shape));
-        }
+        DotOthers(row_, &normal_.G(0));
         const double* inverse = shapes_.inverse.data();
         bool isBounded = false;
         for (std::size_t i = 0; i < count; ++i) {
@@ -354,26 +234,145 @@ private:
     }
 
     /// Scoring: least squares with the weights of the last model, which leads to the maximum of the
-    /// likelihood (P. J. Green, Journal of the Royal Statistical Society B 46 (1984) 149).
+    /// likelihood (P. J. Green, Journal of the Royal Statistical Society B 46 (1984) 149) as long
+    /// as no channel has next to nothing, and so nearly all of the weight.
     maps_eStatus FitLikely() {
-        constexpr double tolerance = 1e-5; // in standard errors
-        constexpr int mostSteps = 50;
+        constexpr double enough = 0.1;
+        constexpr int mostScores = 10;
         Multiply(weights_);
         if (!Solve())
             return maps_Undetermined;
         TakeSolution();
-        for (; iterations_ < mostSteps; ++iterations_) {
+        for (; iterations_ < mostScores; ++iterations_) {
             Add(weights_);
-            Cross(maps_WeighCurve, weights_);
-            Multiply(weights_);
-            if (!Solve()) // it is the weights that have gone astray, not the shapes
-                return maps_NotConverged;
+            if (maps_IsBelow(enough, shapes_.part.data(), weights_, shapes_.length) || !Score())
+                break;
             const double length = StepLength();
             TakeSolution();
-            if (length < tolerance)
+            if (length < tolerance) {
+                Add(curve_);
                 return ConcludeLikely();
+            }
+        }
+        return Climb();
+    }
+
+    /// Solves with the weights of a curve, which become those of its channels.
+    bool Score() {
+        Cross(maps_WeighCurve, weights_);
+        Multiply(weights_);
+        return Solve();
+    }
+
+    /// Steps of Newton's method, with the curvature that was observed: the one that is expected
+    /// grows without a bound where the model comes near 0, and holds back what channels without
+    /// counts should not. A step ends where the likelihood, which is concave, grows no further.
+    maps_eStatus Climb() {
+        double counts;
+        const double* const row = row_;
+        pkmd_Dots(shapes_.part.data(), &row, 1, shapes_.length, &counts);
+        if (!(counts > 0))
+            return maps_NotConverged;
+        const double few = std::min(counts, 1.0);
+        Raise(few);
+        double edge = leastEdge;
+        if (!Look(edge)) {
+            edge = 0.1 * few;
+            Look(edge);
+        }
+        for (; iterations_ < mostSteps; ++iterations_) {
+            if (!Observe(std::max(counts, 1.0)))
+                return maps_NotConverged;
+            const double length = StepLength();
+            if (!(length < tolerance * std::sqrt(few))) {
+                if (!Step(edge))
+                    return maps_NotConverged;
+                continue;
+            }
+            TakeSolution();
+            if (Look(edge))
+                return ConcludeLikely();
+            edge /= 100; // the maximum of what goes on as a parabola is none
+            if (edge < 1e-8 * few)
+                return maps_NotConverged;
+            Look(edge);
         }
         return maps_NotConverged;
+    }
+
+    /// From one count on, factors that do not fall below 0 have a way to go either way.
+    void Raise(double counts) {
+        for (std::size_t i = 0; i < shapes_.count; ++i)
+            if (shapes_.isNonNegative[i] != 0)
+                found_[i] = std::max(found_[i], counts * std::sqrt(shapes_.ofOneCount[i]));
+    }
+
+    /// The curve, the weights and the slopes where the search stands. Answers whether the curve is
+    /// above the edge wherever something was seen.
+    bool Look(double edge) {
+        constexpr double all = std::numeric_limits<double>::infinity();
+        Add(curve_);
+        const bool isInside = maps_Inform({all, edge}, row_, shapes_.part.data(), curve_,
+                                          shapes_.length, weights_, residuals_);
+        std::array<double, maps_mostCore> sums;
+        pkmd_Dots(residuals_, shapes_.coreRows.data(), shapes_.core.size(), shapes_.length,
+                  sums.data());
+        for (std::size_t i = 0; i < shapes_.core.size(); ++i)
+            scores_[shapes_.core[i]] = sums[i];
+        DotOthers(residuals_, scores_);
+        return isInside;
+    }
+
+    /// Solves with what was observed there. What no count tells about gets a curvature that is too
+    /// small to matter.
+    bool Observe(double counts) {
+        constexpr double negligible = 1e-9;
+        const std::size_t count = shapes_.count;
+        Cross(maps_WeightsGiven, weights_);
+        Multiply(weights_);
+        for (std::size_t i = 0; i < count; ++i)
+            normal_.H(i, i) +=
+                negligible * (normal_.H(i, i) + 1 / (shapes_.ofOneCount[i] * counts * counts));
+        for (std::size_t i = 0; i < count; ++i) {
+            normal_.G(i) = scores_[i];
+            for (std::size_t j = 0; j < count; ++j)
+                normal_.G(i) += normal_.H(std::max(i, j), std::min(i, j)) * found_[j];
+        }
+        return Solve();
+    }
+
+    /// From where the search stands towards the solution, until the likelihood grows no more, or at
+    /// most half as much as at first. Answers false when that is nowhere.
+    bool Step(double edge) {
+        constexpr int mostHalves = 60;
+        std::copy_n(found_, shapes_.count, before_);
+        for (std::size_t i = 0; i < shapes_.count; ++i)
+            step_[i] = X(i) - before_[i];
+        const double least = Slope() / 2;
+        TakeSolution();
+        double low = 0;
+        double high = 1;
+        double part = 1;
+        for (int halves = 0; halves < mostHalves; ++halves) {
+            Look(edge);
+            const double slope = Slope();
+            const bool isTooFar = !(slope >= -least);
+            if (!isTooFar && (slope <= least || part == 1))
+                return true;
+            (isTooFar ? high : low) = part;
+            part = (low + high) / 2;
+            for (std::size_t i = 0; i < shapes_.count; ++i)
+                found_[i] = before_[i] + part * step_[i];
+        }
+        return false;
+    }
+
+    /// How the likelihood grows along the step.
+    double Slope() const {
+        double slope = 0;
+        for (std::size_t i = 0; i < shapes_.count; ++i)
+            slope += scores_[i] * step_[i];
+        return slope;
     }
 
     /// The length of the step from what was found before to the solution, in standard errors.
@@ -398,17 +397,23 @@ private:
         }
     }
 
+    /// The curve is that of what was found.
     maps_eStatus ConcludeLikely() {
-        TakeVariances();
-        Add(curve_);
-        if (maps_IsNegative(curve_, shapes_.length))
+        const double* const part = shapes_.part.data();
+        const bool isFew = maps_IsBelow(1, part, curve_, shapes_.length);
+        if (maps_IsNegative(curve_, shapes_.length) ||
+            (isFew && !maps_Inform({1, leastEdge}, row_, part, curve_, shapes_.length, weights_,
+                                   residuals_)))
             return maps_NotConverged;
-        if (!planes_.standardErrors.empty() &&
-            maps_Inform(row_, shapes_.part.data(), curve_, shapes_.length, weights_))
+        if (!isFew)
+            TakeVariances();
+        else if (!planes_.standardErrors.empty())
             TakeObservedVariances();
-        if (!planes_.chiSquared.empty())
-            chiSquared_ = pkmd_Deviance(row_, shapes_.part.data(), curve_, shapes_.length,
-                                        residuals_, weights_);
+        if (!planes_.chiSquared.empty()) {
+            if (isFew)
+                FillEmpty();
+            chiSquared_ = pkmd_Deviance(row_, part, curve_, shapes_.length, residuals_, weights_);
+        }
         return std::isfinite(chiSquared_) ? maps_Good : maps_NotConverged;
     }
 
@@ -418,13 +423,26 @@ private:
     void TakeObservedVariances() {
         Cross(maps_WeightsGiven, weights_);
         Multiply(weights_);
-        const bool isDetermined = normal_.Solve();
+        bool isDetermined = normal_.Solve();
+        if (!isDetermined) {
+            std::copy_n(curve_, shapes_.length, weights_);
+            Cross(maps_WeighCurve, weights_);
+            Multiply(weights_);
+            isDetermined = normal_.Solve();
+        }
         for (std::size_t i = 0; i < shapes_.count; ++i) {
-            if (isDetermined)
-                variances_[i] = normal_.Variance(i);
+            variances_[i] = isDetermined ? normal_.Variance(i) : 0;
             if (!normal_.IsHeld(i))
                 variances_[i] = std::max(variances_[i], shapes_.ofOneCount[i]);
         }
+    }
+
+    /// Where nothing is expected and nothing was seen, the deviance is 0.
+    void FillEmpty() {
+        constexpr double least = std::numeric_limits<double>::min();
+        for (std::size_t k = 0; k < shapes_.length; ++k)
+            if (curve_[k] < least && row_[k] == 0)
+                curve_[k] = least;
     }
 
     void Put(std::size_t q, maps_eStatus status) {
@@ -454,6 +472,9 @@ private:
     double* residuals_;
     double* found_;
     double* variances_;
+    double* before_; ///< What was found before the last step.
+    double* step_;
+    double* scores_; ///< The slopes of the likelihood.
     double* inverse_;
     maps_cNormal normal_;
     std::array<std::array<double, maps_mostCore>, maps_mostCore> coreProducts_{};

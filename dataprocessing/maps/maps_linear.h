@@ -25,9 +25,12 @@ enum maps_eWeights {
     /// positive and otherwise 0.
     maps_EqualWeights,
     /// 1 / f, from the model itself, in steps: the maximum of the Poisson likelihood, which is
-    /// unbiased. A spectrum whose model is negative somewhere has not converged. Errors come from
-    /// the curvature of the likelihood: what is expected, 1 / f, and where f is below 1 what was
-    /// observed, y / f^2; none is smaller there than one count makes it, 1 / sum of |shape|.
+    /// unbiased. Where f is below .1 in a channel, or ten steps do not settle, Newton's take over,
+    /// each as far as the likelihood grows; 50 steps in all. A spectrum whose model is negative
+    /// somewhere has not converged, nor has one with a value other than 0 where the model is
+    /// nothing. Errors come from the curvature of the likelihood: what is expected, 1 / f, and
+    /// where f is below 1 what was observed, y / f^2; none is smaller there than one count makes
+    /// it, 1 / sum of |shape|.
     maps_WeightsOfModel
 };
 
