@@ -341,28 +341,23 @@ private:
         return Solve();
     }
 
-    /// From where the search stands towards the solution, until the likelihood grows no more, or at
-    /// most half as much as at first. Answers false when that is nowhere.
+    /// From where the search stands towards the solution, or a half, a quarter and so on of that
+    /// way, so that the likelihood does not fall at the end by more than half of how it grew at
+    /// first. Answers false when that is nowhere.
     bool Step(double edge) {
-        constexpr int mostHalves = 60;
+        constexpr double least = 0x1p-60;
         std::copy_n(found_, shapes_.count, before_);
         for (std::size_t i = 0; i < shapes_.count; ++i)
             step_[i] = X(i) - before_[i];
-        const double least = Slope() / 2;
+        const double most = Slope() / 2;
         TakeSolution();
-        double low = 0;
-        double high = 1;
-        double part = 1;
-        for (int halves = 0; halves < mostHalves; ++halves) {
+        for (double part = 1; part > least; part /= 2) {
+            if (part < 1)
+                for (std::size_t i = 0; i < shapes_.count; ++i)
+                    found_[i] = before_[i] + part * step_[i];
             Look(edge);
-            const double slope = Slope();
-            const bool isTooFar = !(slope >= -least);
-            if (!isTooFar && (slope <= least || part == 1))
+            if (Slope() >= -most)
                 return true;
-            (isTooFar ? high : low) = part;
-            part = (low + high) / 2;
-            for (std::size_t i = 0; i < shapes_.count; ++i)
-                found_[i] = before_[i] + part * step_[i];
         }
         return false;
     }

@@ -450,28 +450,34 @@ TEST(LinearMap, TheLikelihoodIsLargestBesideNextToNoCounts) {
     }
 }
 
-/// The maximum scales with the spectrum, however small its unit makes it.
-TEST(LinearMap, TheLikelihoodOfSmallValuesIsThatOfCounts) {
-    constexpr std::size_t spectra = 20;
+/// The maximum scales with the spectrum, however small its unit makes it, and however large.
+TEST(LinearMap, TheLikelihoodOfOtherUnitsIsThatOfCounts) {
+    constexpr std::size_t spectra = 60;
     const std::vector<double> all = linesOverAConstant(false);
-    const std::vector<double> mean = Expected::Curve(all, {40, 20, 0, 0.3}, 300);
+    const std::vector<double> mean = Expected::Curve(all, {40, 20, 8, 0.02}, 300);
     const std::vector<unsigned short> counts = countsOf(
         spectra, 300, [&](std::size_t, double k) { return mean[static_cast<std::size_t>(k)]; });
-    const maps_cLinear fit(all, 300, {.weights = maps_WeightsOfModel, .nonNegative = {0, 1, 2, 3}});
     maps_cWorkspace room;
-    Planes planes(4, spectra);
-    fit.Run(stackOf(std::span(counts), 300), planes.All(), room);
-    for (const double unit : {1e-3, 1e-9}) {
-        std::vector<double> scaled;
-        for (const unsigned short y : counts)
-            scaled.push_back(unit * y);
-        Planes small(4, spectra);
-        fit.Run(stackOf(std::span<const double>(scaled), 300), small.All(), room);
-        for (std::size_t q = 0; q < spectra; ++q) {
-            ASSERT_EQ(small.status[q], maps_Good);
-            for (std::size_t at = q; at < planes.values.size(); at += spectra)
-                EXPECT_NEAR(small.values[at] / unit, planes.values[at],
-                            1e-4 * std::max(planes.errors[at], 0.1));
+    for (const bool isBounded : {true, false}) {
+        maps_sLinearOptions options{.weights = maps_WeightsOfModel};
+        if (isBounded)
+            options.nonNegative = {0, 1, 2, 3};
+        const maps_cLinear fit(all, 300, options);
+        Planes planes(4, spectra);
+        fit.Run(stackOf(std::span(counts), 300), planes.All(), room);
+        for (const double unit : {1e-3, 1e-9, 44.0}) {
+            std::vector<double> scaled;
+            for (const unsigned short y : counts)
+                scaled.push_back(unit * y);
+            Planes other(4, spectra);
+            fit.Run(stackOf(std::span<const double>(scaled), 300), other.All(), room);
+            EXPECT_EQ(other.status, planes.status) << isBounded << ' ' << unit;
+            for (std::size_t q = 0; q < spectra; ++q)
+                for (std::size_t at = q; at < planes.values.size(); at += spectra)
+                    if (planes.status[q] == maps_Good) {
+                        EXPECT_NEAR(other.values[at] / unit, planes.values[at],
+                                    1e-4 * std::max(planes.errors[at], 0.01));
+                    }
         }
     }
 }
@@ -521,6 +527,68 @@ TEST(LinearMap, ChannelsThatTheModelLeavesEmptyMayBeEmpty) {
     line.Run(stackOf(std::span<const unsigned short>(beside), 6), {{}, {}, {}, {}, one.status},
              room);
     EXPECT_THAT(one.status, ElementsAre(maps_NotConverged));
+}
+
+/// Tails too small to be normal numbers are nothing, too.
+TEST(LinearMap, TailsMayBeSmallerThanNumbersAre) {
+    const std::vector<unsigned short> counts{3, 6, 3, 0, 0, 0};
+    maps_cWorkspace room;
+    Planes planes(1, 1);
+    for (const double tail : {1e-250, 1e-310}) {
+        const maps_cLinear fit(std::vector{1., 2., 1., tail, tail, 0.}, 6,
+                               {.weights = maps_WeightsOfModel, .nonNegative = {0}});
+        fit.Run(stackOf(std::span(counts), 6), planes.All(), room);
+        EXPECT_THAT(planes.status, ElementsAre(maps_Good));
+        EXPECT_NEAR(planes.values[0], 3, 1e-12);
+        EXPECT_NEAR(planes.errors[0], std::sqrt(12.0) / 4, 1e-12);
+        EXPECT_NEAR(planes.chiSquared[0], 0, 1e-12);
+    }
+}
+
+/// Values below 0, which are no counts, have no curvature.
+TEST(LinearMap, ValuesBelowZeroDoNotTurnTheLikelihood) {
+    std::vector<double> all(60, 1.0);
+    std::fill_n(all.begin(), 30, 0.0);
+    std::vector<float> values(30);
+    for (const int k : {14, 15, 16})
+        all[static_cast<std::size_t>(k)] = k == 15 ? 2 : 1;
+    values[14] = values[16] = values[3] = 1;
+    values[15] = -1;
+    const maps_cLinear fit(all, 30, {.weights = maps_WeightsOfModel, .nonNegative = {0, 1}});
+    maps_cWorkspace room;
+    Planes planes(2, 1);
+    fit.Run(stackOf(std::span<const float>(values), 30), planes.All(), room);
+    EXPECT_THAT(planes.status, ElementsAre(maps_Good));
+    const std::vector<double> f = Expected::Curve(all, planes.values, 30);
+    for (std::size_t s = 0; s < 2; ++s) {
+        double score = 0;
+        for (std::size_t k = 0; k < 30; ++k)
+            score += all[s * 30 + k] * (values[k] / f[k] - 1);
+        EXPECT_NEAR(score, 0, 1e-3);
+    }
+}
+
+/// Channels that no shape reaches do not make a spectrum one of few counts.
+TEST(LinearMap, ChannelsThatNoShapeReachesChangeNoBits) {
+    constexpr std::size_t spectra = 20;
+    const auto fitted = [&](std::size_t length) {
+        std::vector<double> all(2 * length);
+        for (std::size_t k = 0; k < 9; ++k) {
+            all[k] = static_cast<double>(k + 1);
+            all[length + k] = 10 - static_cast<double>(k);
+        }
+        std::vector<double> values(spectra * length);
+        for (std::size_t q = 0; q < spectra; ++q)
+            for (std::size_t k = 0; k < 9; ++k)
+                values[q * length + k] = static_cast<double>(20 + (7 * q + 5 * k * k) % 13);
+        Planes planes(2, spectra);
+        maps_cWorkspace room;
+        maps_cLinear(all, length, {.weights = maps_WeightsOfModel})
+            .Run(stackOf(std::span<const double>(values), length), planes.All(), room);
+        EXPECT_THAT(planes.status, testing::Each(maps_Good));
+        return hashOf(planes);
+    };
+    EXPECT_EQ(fitted(9), fitted(12));
 }
 
 TEST(LinearMap, ErrorsOfTheLikelihoodAreWhatTheySay) {
