@@ -22,8 +22,25 @@
 /// `!` of one: the index error, of element 0. Masks whose calibrations hide that they differ in
 /// size (a delta of zero, or one lost beside a huge offset): the size error.
 
+#include <concepts>
+#include <type_traits>
+
 #include "dataprocessing/dataprocessing_export.h"
 #include "dataprocessing/valuemodel/barr.h"
+
+namespace dataprocessing::detail {
+
+template<class T>
+inline constexpr bool isMask =
+    std::same_as<T, barr_c1DBoolArray> || std::same_as<T, barr_c2DBoolArray>;
+
+} // namespace dataprocessing::detail
+
+/// Satisfied by two masks, and by a mask and a number in any order.
+template<class A, class B>
+concept barr_OneIsMask = (dataprocessing::detail::isMask<A> &&
+                          (dataprocessing::detail::isMask<B> || std::is_arithmetic_v<B>)) ||
+                         (std::is_arithmetic_v<A> && dataprocessing::detail::isMask<B>);
 
 // clang-format off
 
@@ -59,6 +76,24 @@ DATAPROCESSING_EXPORT barr_c2DBoolArray& operator^=(barr_c2DBoolArray& a, const 
 /// @{
 DATAPROCESSING_EXPORT barr_c1DBoolArray operator!(const barr_c1DBoolArray& mask);
 DATAPROCESSING_EXPORT barr_c2DBoolArray operator!(const barr_c2DBoolArray& mask);
+/// @}
+
+/// @name What masks do not have
+/// @{
+template<class A, class B> requires barr_OneIsMask<A, B> void operator+(const A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
+template<class A, class B> requires barr_OneIsMask<A, B> void operator-(const A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
+template<class A, class B> requires barr_OneIsMask<A, B> void operator*(const A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
+template<class A, class B> requires barr_OneIsMask<A, B> void operator/(const A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
+template<class A, class B> requires barr_OneIsMask<A, B> void operator+=(A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
+template<class A, class B> requires barr_OneIsMask<A, B> void operator-=(A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
+template<class A, class B> requires barr_OneIsMask<A, B> void operator*=(A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
+template<class A, class B> requires barr_OneIsMask<A, B> void operator/=(A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
+template<class A, class B> requires barr_OneIsMask<A, B> void operator==(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
+template<class A, class B> requires barr_OneIsMask<A, B> void operator!=(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
+template<class A, class B> requires barr_OneIsMask<A, B> void operator<(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
+template<class A, class B> requires barr_OneIsMask<A, B> void operator<=(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
+template<class A, class B> requires barr_OneIsMask<A, B> void operator>(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
+template<class A, class B> requires barr_OneIsMask<A, B> void operator>=(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
 /// @}
 
 // clang-format on

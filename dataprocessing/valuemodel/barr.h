@@ -10,6 +10,7 @@
 #include <iterator>
 #include <ranges>
 #include <span>
+#include <type_traits>
 
 #include "dataprocessing/base/arr.h"
 #include "dataprocessing/base/type.h"
@@ -53,6 +54,19 @@ template<class Range>
 concept barr_Truths = std::ranges::sized_range<const Range> &&
     (std::same_as<std::ranges::range_value_t<const Range>, bool> ||
      std::same_as<std::ranges::range_value_t<const Range>, unsigned char>);
+
+namespace dataprocessing::detail {
+
+/// Satisfied by a range of numbers, which no mask is made of.
+template<class Range>
+concept barr_Numbers = std::ranges::range<const Range> && !barr_Truths<Range> &&
+                       std::is_arithmetic_v<std::ranges::range_value_t<const Range>>;
+
+/// Satisfied by a number that is no truth.
+template<class Number>
+concept barr_NoTruth = std::is_arithmetic_v<Number> && !std::same_as<Number, bool>;
+
+} // namespace dataprocessing::detail
 
 /// Reads the elements of a mask as truths, for `for (const bool truth : mask)`. Valid until the
 /// mask is assigned to or destroyed.
@@ -113,6 +127,14 @@ public:
     explicit barr_c1DBoolArray(std::initializer_list<Truth> truths,
                                const cal_c1DArrayCal& cal = cal_c1DArrayCal())
         : barr_c1DBoolArray(std::span<const bool>(truths.begin(), truths.size()), cal) {}
+    // clang-format off
+    template<dataprocessing::detail::barr_NoTruth Number, class... More> requires(sizeof...(More) > 0 && (std::is_arithmetic_v<More> && ...))
+    explicit barr_c1DBoolArray(Number, More...) = delete; ///< truths are listed as true and false; of numbers a comparison tells
+    template<dataprocessing::detail::barr_NoTruth Number>
+    explicit barr_c1DBoolArray(std::initializer_list<Number>, const cal_c1DArrayCal&) = delete; ///< truths are listed as true and false; of numbers a comparison tells
+    template<dataprocessing::detail::barr_Numbers Range>
+    explicit barr_c1DBoolArray(const Range&, const cal_c1DArrayCal& = cal_c1DArrayCal()) = delete; ///< truths are of type bool; of numbers a comparison tells
+    // clang-format on
 
     /// The number of elements.
     int Size() const noexcept { return static_cast<int>(block_.Size()); }
@@ -200,6 +222,12 @@ public:
                       const cal_c2DArrayCal& cal = cal_c2DArrayCal())
         : barr_c2DBoolArray(sizeX, sizeY, std::span<const bool>(truths.begin(), truths.size()),
                             cal) {}
+    // clang-format off
+    template<dataprocessing::detail::barr_NoTruth Number>
+    barr_c2DBoolArray(int, int, std::initializer_list<Number>, const cal_c2DArrayCal& = cal_c2DArrayCal()) = delete; ///< truths are listed as true and false; of numbers a comparison tells
+    template<dataprocessing::detail::barr_Numbers Range>
+    barr_c2DBoolArray(int, int, const Range&, const cal_c2DArrayCal& = cal_c2DArrayCal()) = delete; ///< truths are of type bool; of numbers a comparison tells
+    // clang-format on
 
     /// The number of columns.
     int SizeX() const noexcept { return sizeX_; }

@@ -12,11 +12,15 @@ COMPILER = shlex.split(os.environ["COMPILER"])
 PROGRAM = """
 #include "dataprocessing/dataprocessing.h"
 enum ePlain {{ two = 2 }};
-void refused(darr_c1DArray& line, darr_c2DArray& image, std::vector<double>& values) {{ {}; }}
+void refused(darr_c1DArray& line, darr_c2DArray& image, std::vector<double>& values, barr_c1DBoolArray& mask,
+             barr_c2DBoolArray& area) {{ {}; }}
 """
 
 LISTED = "size and fill stand in ()"
 MADE = "make an array of the range before"
+LOGIC = "masks have &, |, ^ and !"
+SAME = "masks are the same where !(a ^ b) is true"
+TRUTHS = "truths are listed as true and false"
 TABLE = [
     ("parr_c1DNumberArray{5, 1.0L}", LISTED),
     ("parr_c1DNumberArray{5L, 2.5}", LISTED),
@@ -33,6 +37,21 @@ TABLE = [
     ("image -= values", MADE),
     ("line < values", MADE),
     ("values == line", MADE),
+    ("mask + mask", LOGIC),
+    ("mask * 2", LOGIC),
+    ("1 - area", LOGIC),
+    ("mask += mask", LOGIC),
+    ("mask == mask", SAME),
+    ("area != area", SAME),
+    ("mask == true", SAME),
+    ("mask < mask", SAME),
+    ("line * mask", "by a mask, tnry_Ternary chooses"),
+    ("barr_c1DBoolArray{1, 0}", TRUTHS),
+    ("barr_c1DBoolArray({1, 0})", TRUTHS),
+    ("barr_c1DBoolArray({1, 0}, cal_c1DArrayCal(0, 1, 0))", TRUTHS),
+    ("barr_c2DBoolArray(1, 2, {1, 0})", TRUTHS),
+    ("barr_c1DBoolArray{values}", "of numbers a comparison tells"),
+    ("barr_c2DBoolArray(1, 2, std::vector<int>{1, 0})", "of numbers a comparison tells"),
     ("line[static_cast<__int128>(1)]", "An index has at most 64 bits"),
 ]
 
@@ -46,5 +65,6 @@ def test_refused(call, reason):
 
 
 def test_the_program_compiles_without_them():
-    subprocess.run([*COMPILER, "-std=gnu++20", "-fsyntax-only", "-x", "c++", "-"], input=PROGRAM.format("line + line"),
+    subprocess.run([*COMPILER, "-std=gnu++20", "-fsyntax-only", "-x", "c++", "-"], input=PROGRAM.format(
+        "line + line; mask & mask; mask = barr_c1DBoolArray{5}; mask = barr_c1DBoolArray{true, false}; mask = line > 1.0"),
                    text=True, check=True)
