@@ -18,7 +18,8 @@
 /// ("0x1.8p+3"); a truth is `true` or `false`. A text stands in double quotes, with `\"`, `\\`,
 /// `\n` and `\xHH` for quotes, backslashes, newlines and further control characters; other bytes
 /// stand for themselves. Spaces, tabs and carriage returns between these, and empty lines, mean
-/// nothing. Locales have no influence.
+/// nothing. The newline after an outermost object may be missing at the end of a stream. Locales
+/// have no influence.
 ///
 ///     Axis CoordTransform {
 ///         Offset 100

@@ -221,7 +221,10 @@ private:
     }
     void CloseObject() {
         Take();
-        EndLine();
+        SkipBlanks();
+        // Nothing can be missing after the last brace of all but its newline.
+        if (Depth() > 1 || Peek() != Traits::eof())
+            EndLine();
         LeaveObject();
     }
 

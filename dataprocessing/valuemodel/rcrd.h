@@ -40,7 +40,8 @@
 /// little-endian, row after row: real part before imaginary part, a byte for a truth, 0 for false.
 /// In the text form `Type` is a word such as "UInt16" or "ComplexFloat", and the elements are texts
 /// of up to 16 numbers, as many fields as it takes, a new one for each row: shortest decimals that
-/// read back to the same bits, a complex one as "re,im".
+/// read back to the same bits, a complex one as "re,im". Read are texts of any length, with any
+/// number of spaces before, between and after the numbers.
 ///
 /// **Damage.** Whatever the bytes are, the target of a failed read is as it was, and nothing is
 /// allocated that the stream merely claims.

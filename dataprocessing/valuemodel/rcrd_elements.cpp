@@ -66,6 +66,10 @@ T takeElement(std::string_view& text) {
     }
 }
 
+void skipBlanks(std::string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(' '), text.size()));
+}
+
 } // namespace
 
 void rcrd_cRoom::Grow() {
@@ -140,12 +144,9 @@ void rcrd_PrintLines(const rcrd_sElements& elements,
 void rcrd_ParseLine(std::string_view line, dtyp_cDataType type,
                     const std::function<void(std::span<const std::byte> element)>& put) {
     dtyp_Visit(type, [&]<class T>(dtyp_Tag<T>) {
-        while (!line.empty()) {
+        for (skipBlanks(line); !line.empty(); skipBlanks(line)) {
             const T element = takeElement<T>(line);
-            if (!line.empty()) {
-                Require(line.starts_with(' ') && line.size() > 1);
-                line.remove_prefix(1);
-            }
+            Require(line.empty() || line.starts_with(' '));
             put(std::as_bytes(std::span(&element, 1)));
         }
     });

@@ -451,7 +451,9 @@ TEST(FitRecord, CutOffAnywhereIsRefused) {
     for (const rcrd_eForm form : forms) {
         Data data;
         const auto check = [&](const auto& value) {
-            const std::string whole = saved(value, form);
+            std::string whole = saved(value, form);
+            if (form == rcrd_Text)
+                whole.pop_back(); // the last newline may be missing
             for (std::size_t size = 0; size < whole.size(); ++size)
                 EXPECT_TRUE(refusalOfLoading(whole.substr(0, size), value).starts_with("rcrd:"))
                     << size;

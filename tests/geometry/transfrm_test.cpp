@@ -380,7 +380,9 @@ TYPED_TEST(CoordTransformationRoundTrip, KeepsRandomBits) {
 }
 
 TYPED_TEST(CoordTransformationRoundTrip, TruncationAtEveryByteIsRefused) {
-    const std::string record = written<TypeParam>(Transformation(1.0 / 3, -2e-30));
+    std::string record = written<TypeParam>(Transformation(1.0 / 3, -2e-30));
+    if (record.ends_with("}\n"))
+        record.pop_back(); // the last newline of a text may be missing
     for (std::size_t length = 0; length < record.size(); ++length) {
         Transformation t;
         EXPECT_FALSE(read<TypeParam>(record.substr(0, length), t)) << length;
