@@ -621,6 +621,34 @@ TEST(Registration, LeadsTiltedStripesIntoNoOthers) {
     }
 }
 
+TEST(Registration, GoesNowhereWhereBothAreLessAlike) {
+    // Slopes of a checkerboard of some two elements lead half a period away.
+    for (const unsigned seed : {61U, 358U, 486U, 760U, 985U, 1368U}) {
+        std::mt19937 random(seed);
+        std::normal_distribution<double> noise(0, 0.2);
+        const auto part = [&] { return static_cast<double>(random()) / 4294967296.0; };
+        const int sizeX = 20 + static_cast<int>(random() % 40);
+        const int sizeY = 20 + static_cast<int>(random() % 40);
+        const double period = 1 + 5 * part();
+        const double x = 10 * part();
+        const double y = 10 * part();
+        const auto seen = [&](double fromX, double fromY) {
+            std::vector<double> values;
+            for (int row = 0; row < sizeY; ++row)
+                for (int column = 0; column < sizeX; ++column) {
+                    const double fields =
+                        std::floor((column + fromX) / period) + std::floor((row + fromY) / period);
+                    values.push_back(std::fabs(std::remainder(fields, 2)) + noise(random));
+                }
+            return planeOf(sizeX, sizeY, values);
+        };
+        const darr_c2DArray fixed = seen(0, 0);
+        const regs_s2DShift shift = regs_Register(fixed, seen(-x, -y));
+        EXPECT_GT(shift.height, 0.5) << seed;
+        EXPECT_GT(shift.height, shift.second - 0.1) << seed;
+    }
+}
+
 TEST(Registration, DoesNotTakeTheFlankOfAPeakForASecondOne) {
     for (unsigned seed = 0; seed < 6; ++seed) {
         std::mt19937 random(seed);
