@@ -48,16 +48,20 @@ struct maps_sAlignOptions {
 /// is small weighs less, down to equal weights; errors and chi-squared are those of the counts of
 /// the spectrum and of that noise, as if it were the same in all channels. That of a reference of
 /// counts is so taken to be as small in lines as beside them: where the background is low, the
-/// reference should have many more counts than a spectrum. Where nine tenths of what slopes would
-/// tell are noise, all are maps_Undetermined: a sum of spectra may be smoothed. Channels that are
-/// dead in all spectra stay where they are: fill them in the reference and in the spectra.
+/// reference should have many more counts than a spectrum. Structure narrower than 1.5 channels in
+/// more than half of them is taken for noise: errors are up to three times too large then, or all
+/// maps_Undetermined. Where nine tenths of what slopes would tell are noise, all are
+/// maps_Undetermined: a sum of spectra may be smoothed. Channels that are dead in all spectra stay
+/// where they are: fill them in the reference and in the spectra.
 ///
 /// Channels that the reference does not reach at the largest shift to either side, and three more
-/// at each end, take no part; chi-squared has Channels() less 2 degrees of freedom. Values need not
-/// be whole. A sum of 0 over those channels makes a spectrum maps_Empty, a negative one
-/// maps_Negative; a shift beyond the limit, a factor that is not positive and too many steps make
-/// it maps_NotConverged: keep the limit well above what is to be found. A reference without
-/// structure makes all maps_Undetermined, too.
+/// at each end, take no part; chi-squared has Channels() less 2 degrees of freedom. Channels where
+/// the reference is next to nothing count with the variance of a hundredth of its largest value, so
+/// that beside an empty background it is far below that. Values need not be whole. A sum of 0 over
+/// those channels makes a spectrum maps_Empty, a negative one maps_Negative; a shift beyond the
+/// limit, a factor that is not positive and too many steps make it maps_NotConverged: keep the
+/// limit well above what is to be found. A reference without structure makes all maps_Undetermined,
+/// too.
 class DATAPROCESSING_EXPORT maps_cAlign {
 public:
     /// Shifts of no more than `mostShift`, in calibrated units, against a reference on the channels

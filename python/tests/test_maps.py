@@ -325,6 +325,10 @@ def test_what_lies_elsewhere_is_refused():
         with pytest.raises(ValueError, match="on Axis"):
             maps.peaks(labelled, model, objective="least-squares", weights=elsewhere)
     assert maps.linear(labelled, {"a": shape.drop_vars("energy")})["a"].shape == (2,)
+    masked = np.ma.array([10.0, 20.0], mask=[True, False])
+    for starts in (masked, masked[0:1]):
+        with pytest.raises(TypeError, match="masked"):
+            maps.peaks(spectra, model, AXIS, starts={model.names[1]: starts})
     model.curve(there)
     with pytest.raises(ValueError, match="where the spectrum does"):
         maps.peaks(spectra, model, AXIS)

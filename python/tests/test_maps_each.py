@@ -69,8 +69,16 @@ def test_what_a_function_gives_is_what_it_should(given, options):
         maps.apply(lambda spectrum: given, np.ones((2, 3)), **options)
 
 
-def test_fractions_are_cut_off_in_integers():
-    assert maps.apply(lambda spectrum: -3.7, np.ones((2, 3)), dtype="i1").values.tolist() == [-3, -3]
+def test_what_a_type_has_no_place_for_is_refused():
+    for given, dtype in (
+        (-3.7, "i1"), (1 + 2j, "f8"), (1j, "i4"), (1e300, "f4"), (complex(1e300, 0), "c8"), (np.float64("inf"), "u2"),
+        (65536, "u2"), (-1, "u1"), (1e300, "i8"),
+    ):  # fmt: skip
+        with pytest.raises(ValueError, match="no place"):
+            maps.apply(lambda spectrum: given, np.ones((2, 3)), dtype=dtype)
+    for given, dtype in ((-3.0, "i1"), (1 / 3, "f4"), (2, "c16"), (1j, "c8"), (np.inf, "f4"), (np.nan, "f4"), (True, "u1")):
+        found = maps.apply(lambda spectrum: given, np.ones((2, 3)), dtype=dtype).values
+        assert np.array_equal(found, np.full(2, given).astype(dtype), equal_nan=True)
 
 
 def test_spectra_that_are_not_finite_say_so():
