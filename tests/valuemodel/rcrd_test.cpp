@@ -295,6 +295,7 @@ TEST(Record, OfAHostileTextIsRefused) {
         replaced(smallText, "    Elements \"1 2 3\"\n", ""),
         replaced(smallText, "1 2 3", "1\\x092 3"),
         replaced(smallText, "1 2 3", "1 2 3 ."),
+        replaced(smallText, "1 2 3", "1 2-3"),
         replaced(smallText, "1 2 3", "1 2 x"),
         replaced(smallText, "1 2 3", "1 2 3.5"),
         replaced(smallText, "1 2 3", "1 2 2147483648"),
