@@ -44,7 +44,7 @@ public:
         : equations_(equations), parameters_(parameters), control_(control),
           q_(parameters.Start().begin(), parameters.Start().end()), tried_(q_.size()),
           leap_(q_.size()), step_(q_.size()), last_(q_.size()), whole_(q_.size()),
-          scale_(q_.size()), isHeld_(q_.size()), all_(parameters.All()) {}
+          scale_(q_.size()), isHeld_(q_.size()), isPinned_(q_.size()), all_(parameters.All()) {}
 
     void Run() {
         result_.chiSquared = equations_.Try(q_);
@@ -73,6 +73,8 @@ public:
             if (result_.Converged() && (barrier_ > 0 || !IsNearlyZero()))
                 GoOn();
         }
+        while (result_.Converged() && MovesToBound())
+            GoOn();
         if (result_.Converged())
             HoldAtBounds();
     }
@@ -360,8 +362,9 @@ private:
         // Weights there are those of the edge, in whatever parameters.
         const bool isAtEdge = hasBeenShortened_ && IsNearlyZero();
         for (std::size_t j = 0; j < q_.size(); ++j) {
-            isHeld_[j] = static_cast<char>((IsAtLower(j) && gradient[j] <= 0) ||
-                                           (IsAtUpper(j) && gradient[j] >= 0));
+            isHeld_[j] =
+                static_cast<char>(isPinned_[j] != 0 || (IsAtLower(j) && gradient[j] <= 0) ||
+                                  (IsAtUpper(j) && gradient[j] >= 0));
             if (!isAtEdge || scale_[j] == 0)
                 scale_[j] = std::max(scale_[j], norms[j]);
         }
@@ -375,6 +378,48 @@ private:
 
     bool IsAtLower(std::size_t j) const { return q_[j] <= parameters_.Lower()[j]; }
     bool IsAtUpper(std::size_t j) const { return q_[j] >= parameters_.Upper()[j]; }
+
+    /// Puts on its bound what ended so near that nothing is lost by it once the others make up for
+    /// the way: there the curvature, and with it the error, tells nothing. Answers whether there
+    /// was any.
+    bool MovesToBound() {
+        if (IsNearlyZero())
+            return false;
+        const std::size_t count = q_.size();
+        std::vector<double> inverse;
+        for (std::size_t j = 0; j < count; ++j) {
+            const double down = parameters_.Lower()[j] - q_[j];
+            const double up = parameters_.Upper()[j] - q_[j];
+            const double way = -down < up ? down : up;
+            // What the others make up for is no more than all of chi-squared.
+            if (isHeld_[j] || way == 0 ||
+                !(std::fabs(way) * equations_.Norms()[j] <= std::sqrt(result_.chiSquared)))
+                continue;
+            if (!AreLeft(2) || IsStopped())
+                return false;
+            if (inverse.empty())
+                inverse = equations_.Covariance(isHeld_).matrix;
+            const double variance = inverse[j * count + j];
+            if (!(way * way <= Lost() * variance))
+                continue;
+            for (std::size_t i = 0; i < count; ++i)
+                leap_[i] = std::clamp(q_[i] + inverse[i * count + j] / variance * way,
+                                      parameters_.Lower()[i], parameters_.Upper()[i]);
+            leap_[j] = -down < up ? parameters_.Lower()[j] : parameters_.Upper()[j];
+            const double chiSquared = TryAt(leap_);
+            if (!(chiSquared <= result_.chiSquared + Lost()))
+                continue;
+            equations_.Accept();
+            std::swap(q_, leap_);
+            result_.chiSquared = chiSquared;
+            isPinned_[j] = 1;
+            LookAround();
+            promised_ = infinity;
+            pace_ = infinity;
+            return true;
+        }
+        return false;
+    }
 
     /// Where there is nothing to gain, the sign of a gradient may be one of rounding.
     void HoldAtBounds() {
@@ -453,6 +498,7 @@ private:
     std::vector<double> whole_; // the way without damping
     std::vector<double> scale_;
     std::vector<char> isHeld_;
+    std::vector<char> isPinned_; // put on a bound at the end
     std::vector<double> all_;
     bool hasBeenShortened_ = false;
     bool isRelaxed_ = false; // since there was something to gain

@@ -332,6 +332,48 @@ TEST(Nlsq, BoundsHold) {
     EXPECT_NEAR(back.parameters[1], free.parameters[1], 1e-9 * free.standardErrors[1]);
 }
 
+// Where the derivative by a parameter is nearly that of another, the curvature tells nothing of
+// them: what ends a hair inside its bound is put there.
+TEST(Nlsq, WhatEndsAHairFromItsBoundIsPutThere) {
+    const nlsq_cFunctionModel model(
+        [](double x, std::span<const double> p) {
+            return (p[0] + p[1]) * x + p[1] * p[1] * p[1] * x * x;
+        },
+        [](double x, std::span<const double> p, std::span<double> d) {
+            d[0] = x;
+            d[1] = x + 3 * p[1] * p[1] * x * x;
+        });
+    const std::vector<double> x{-4, -3, -2, -1, 1, 2, 3, 4};
+    // At a right angle to x and to x^2.
+    const std::vector<double> residuals{-1, 2, 0, -2, 2, 0, -2, 1};
+    // The deviation of p[1] is 1 / (3 p[1]^2 26.6): 125 where p[1] is 0.01.
+    for (const bool isUpper : {false, true})
+        for (const double away : {1e-9, 1e-3, 1e-2}) {
+            const double side = isUpper ? -1 : 1;
+            const double found = side * (0.01 + away);
+            std::vector<double> y;
+            for (std::size_t i = 0; i < x.size(); ++i)
+                y.push_back(5 * x[i] + found * found * found * x[i] * x[i] + residuals[i]);
+            nlsq_sOptions options =
+                with({nlsq_sParameter::Free(), isUpper ? nlsq_sParameter::Bounded(-3, -0.01)
+                                                       : nlsq_sParameter::Bounded(0.01, 3)});
+            options.standardDeviations.assign(x.size(), 1);
+            const nlsq_sResult fit = nlsq_Fit(model, x, y, std::vector{4.0, side}, options);
+            EXPECT_TRUE(fit.Converged());
+            EXPECT_NEAR(fit.chiSquared, 18, 1e-9);
+            EXPECT_NEAR(fit.parameters[0] + fit.parameters[1], 5, 1e-9);
+            if (away < 1e-6) {
+                EXPECT_EQ(fit.parameters[1], side * 0.01);
+                EXPECT_THAT(fit.atBound, ElementsAre(1));
+                EXPECT_NEAR(fit.standardErrors[0], 1 / std::sqrt(60), 1e-9);
+            } else {
+                EXPECT_NEAR(fit.parameters[1], found, 1e-4);
+                EXPECT_THAT(fit.atBound, IsEmpty());
+                EXPECT_GT(fit.standardErrors[0], 10);
+            }
+        }
+}
+
 // Far from the origin intercept and slope go together: cutting the step of one alone makes it
 // worse.
 TEST(Nlsq, BoundThatCutsAStepIsNotTheEnd) {
