@@ -309,16 +309,19 @@ DATAPROCESSING_EXPORT std::ostream& operator<<(std::ostream& out, const pkmd_sRe
 /// The steps are those of nlsq_Fit, with normal equations in place of orthogonal transformations:
 /// of directions in which the errors of the parameters, in units of those that they would have
 /// alone, exceed 1e7, the data are said to tell nothing. Polynomials whose reference lies further
-/// from the channels than five times their range, and whose coefficients are all free, are fitted
-/// about their middle, which tells those of any distance apart. The bits of a result are the same
-/// at every instruction-set level, and whatever else is fitted before or beside it.
+/// from the channels than five times their range, and whose coefficients are free up to higher ones
+/// that stay, are fitted about their middle, which tells them apart as far as they can be told at
+/// all: with the reference r half ranges away, the terms of a polynomial of order n are (1 + r)^n
+/// times as large as it is itself, and so is their rounding. Beyond 1e10 there are no coefficients
+/// that hold it. The bits of a result are the same at every instruction-set level, and whatever
+/// else is fitted before or beside it.
 ///
 /// Throws expt_cProgramException: ("pkmd", 5) when no channel takes part; 6 for weights of another
 /// number than the channels, with the likelihood, negative or not finite; 7 for a negative count
 /// and the likelihood; 8 for windows that are not positive; 9 for a power law and positions that
 /// are not; 10 for a curve with another number of channels; 3 for bounds that leave nothing of what
-/// a shape allows; what nlsq_Fit refuses in parameters and
-/// control; std::bad_alloc.
+/// a shape allows; 12 for a polynomial that is counted from so far away; what nlsq_Fit refuses in
+/// parameters and control; std::bad_alloc.
 DATAPROCESSING_EXPORT pkmd_sResult pkmd_Fit(const pkmd_cModel& model, const darr_c1DArray& spectrum,
                                             const pkmd_sOptions& options = {});
 

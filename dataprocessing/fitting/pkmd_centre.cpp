@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "dataprocessing/algebra/nlsq_refusal.h"
+
 namespace dataprocessing::detail {
 
 namespace {
+
+constexpr nlsq_cRefusal<expt_cProgramException> refuse("pkmd");
 
 /// The coefficients in v of a polynomial in u = a v + b: by Horner's scheme, which is multiplied by
 /// a v + b again and again.
@@ -24,6 +28,23 @@ bool isFree(const nlsq_sParameter& kind) {
     return kind.kind == nlsq_sParameter::Moving && std::isinf(kind.lower) && std::isinf(kind.upper);
 }
 
+/// How many coefficients from the first on are free, with nothing tied to them; 0 where others do
+/// not stay.
+std::size_t freePowers(const pkmd_cModel::sBackground& background,
+                       std::span<const nlsq_sParameter> kinds) {
+    const auto own = kinds.subspan(static_cast<std::size_t>(background.first),
+                                   static_cast<std::size_t>(background.count));
+    const auto end = std::find_if_not(own.begin(), own.end(), isFree);
+    const int count = static_cast<int>(end - own.begin());
+    const bool isAmong = std::any_of(kinds.begin(), kinds.end(), [&](const auto& kind) {
+        return kind.kind == nlsq_sParameter::Following && kind.to >= background.first &&
+               kind.to < background.first + count;
+    });
+    const bool doOthersStay = std::all_of(
+        end, own.end(), [](const auto& kind) { return kind.kind == nlsq_sParameter::Staying; });
+    return isAmong || !doOthersStay ? 0 : static_cast<std::size_t>(count);
+}
+
 } // namespace
 
 pkmd_cCentre::pkmd_cCentre(const pkmd_cModel& model, std::span<const nlsq_sParameter> kinds,
@@ -31,25 +52,24 @@ pkmd_cCentre::pkmd_cCentre(const pkmd_cModel& model, std::span<const nlsq_sParam
     const double middle = from / 2 + to / 2;
     const double half = std::fabs(to / 2 - from / 2);
     for (const pkmd_cModel::sBackground& background : model.Backgrounds()) {
-        axes_.push_back({background.reference, background.scale});
-        const auto first = static_cast<std::size_t>(background.first);
-        const auto count = static_cast<std::size_t>(background.count);
-        const bool isAmong = std::any_of(kinds.begin(), kinds.end(), [&](const auto& kind) {
-            return kind.kind == nlsq_sParameter::Following && kind.to >= background.first &&
-                   kind.to < background.first + background.count;
-        });
+        axes_.push_back({background.reference, background.scale, background.count});
+        const std::size_t count = freePowers(background, kinds);
         const double a = half / background.scale;
         const double b = (middle - background.reference) / background.scale;
+        const double distance = std::fabs(middle - background.reference) / half;
+        const auto powers = static_cast<double>(count);
         constexpr double far = 10;
         constexpr double large = 1e100;
-        if (background.kind != pkmd_cModel::Polynomial || count < 2 || isAmong || !(half > 0) ||
-            !(std::pow(std::max(std::fabs(b), std::fabs(b / a)), count) < large) ||
-            !(std::fabs(middle - background.reference) > far * half) ||
-            !std::all_of(kinds.begin() + background.first,
-                         kinds.begin() + background.first + background.count, isFree))
+        if (background.kind != pkmd_cModel::Polynomial || count < 2 || !(distance > far) ||
+            !std::isfinite(distance) || !(std::pow(std::fabs(b), powers) < large))
             continue;
-        axes_.back() = {middle, half};
-        moved_.push_back({first, count, a, b});
+        // So much larger than the polynomial are its terms, and their rounding.
+        constexpr double mostTerms = 1e10;
+        refuse.If(std::pow(1 + distance, powers - 1) > mostTerms, 12,
+                  "The reference of a polynomial lies too far from the channels for its "
+                  "coefficients.");
+        axes_.back() = {middle, half, static_cast<int>(count)};
+        moved_.push_back({static_cast<std::size_t>(background.first), count, a, b});
     }
 }
 

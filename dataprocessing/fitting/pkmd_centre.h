@@ -11,18 +11,22 @@
 
 namespace dataprocessing::detail {
 
-/// What the positions of a background are counted in: (x - reference) / scale.
+/// What the first `count` powers of a background are counted in: (x - reference) / scale. Higher
+/// ones are counted as in the model.
 struct pkmd_sAxis {
     double reference;
     double scale;
+    int count;
 };
 
 /// The axes that backgrounds are fitted in, and the coefficients there. The powers of positions far
 /// from 0 are nearly parallel, which normal equations cannot tell apart: polynomials that are
-/// counted from far away, and whose coefficients are all free, are fitted about the middle.
+/// counted from far away, and whose coefficients are all free up to those that stay, are fitted
+/// about the middle.
 class pkmd_cCentre {
 public:
-    /// Of channels from one position to another.
+    /// Of channels from one position to another. Throws expt_cProgramException ("pkmd", 12) where
+    /// coefficients of the model could not hold what is fitted.
     pkmd_cCentre(const pkmd_cModel& model, std::span<const nlsq_sParameter> kinds, double from,
                  double to);
 
