@@ -150,6 +150,9 @@ private:
         // though there is much to gain. Shorter ones go where chi-squared falls.
         if (isCut && promised <= lost && whole > lost)
             return Reject(infinity);
+        // Of columns that are nearly parallel, rounding makes steps that lead away.
+        if (promised < -lost)
+            return Reject(length);
         // There is a lower one to come.
         if (barrier_ > nlsq_lastBarrier && !IsDamped() &&
             promised <= partOfBarrier * equations_.BarrierSize())
@@ -160,9 +163,7 @@ private:
                                 control_.remainderTolerance * result_.chiSquared)) {
             if (Relaxes())
                 return false;
-            // Not worth an evaluation, but free, unless it may lead to where there is no value.
-            if (!IsNearlyZero())
-                Take(promised, length);
+            TakeLast(promised, length);
             return End(nlsq_DecreaseSmall);
         }
 
@@ -228,6 +229,25 @@ private:
         result_.step = length;
         result_.decrease = result_.chiSquared > 0 ? promised / result_.chiSquared : 0;
         ++result_.iterations;
+    }
+
+    /// A step that is not worth an evaluation is free, unless it may lead to where there is no
+    /// value. That of a direction in which there is nothing to gain may be long, and the model
+    /// another one there.
+    void TakeLast(double promised, double length) {
+        if (IsNearlyZero() || promised < 0)
+            return;
+        constexpr double shortEnough = 1e-6;
+        if (length > shortEnough) {
+            if (!AreLeft(1))
+                return;
+            const double chiSquared = TryAt(tried_);
+            if (!(chiSquared <= result_.chiSquared))
+                return;
+            equations_.Accept();
+            result_.chiSquared = chiSquared;
+        }
+        Take(promised, length);
     }
 
     /// What is left to gain after a step that promises so much, when promises shrink at this pace.
