@@ -468,7 +468,7 @@ pkmd_sResult dataprocessing::detail::pkmd_FitFrom(const pkmd_cModel& model,
                       !(channels.x.front() > 0 && channels.x.back() > 0),
                   9, "A power law needs positive positions.");
 
-    const pkmd_cCentre centre(model, kinds, channels.x.front(), channels.x.back());
+    const pkmd_cCentre centre(model, kinds, starts, channels.x.front(), channels.x.back());
     std::vector<double> from(starts.begin(), starts.end());
     centre.ToMiddle(from);
     const nlsq_cParameters parameters(from, kinds);

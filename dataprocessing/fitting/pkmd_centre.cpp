@@ -28,48 +28,60 @@ bool isFree(const nlsq_sParameter& kind) {
     return kind.kind == nlsq_sParameter::Moving && std::isinf(kind.lower) && std::isinf(kind.upper);
 }
 
-/// How many coefficients from the first on are free, with nothing tied to them; 0 where others do
-/// not stay.
-std::size_t freePowers(const pkmd_cModel::sBackground& background,
-                       std::span<const nlsq_sParameter> kinds) {
+/// Whether coefficients are free, with nothing tied to them, up to higher ones that stay.
+bool canMove(const pkmd_cModel::sBackground& background, std::span<const nlsq_sParameter> kinds) {
     const auto own = kinds.subspan(static_cast<std::size_t>(background.first),
                                    static_cast<std::size_t>(background.count));
-    const auto end = std::find_if_not(own.begin(), own.end(), isFree);
-    const int count = static_cast<int>(end - own.begin());
     const bool isAmong = std::any_of(kinds.begin(), kinds.end(), [&](const auto& kind) {
         return kind.kind == nlsq_sParameter::Following && kind.to >= background.first &&
-               kind.to < background.first + count;
+               kind.to < background.first + background.count;
     });
-    const bool doOthersStay = std::all_of(
-        end, own.end(), [](const auto& kind) { return kind.kind == nlsq_sParameter::Staying; });
-    return isAmong || !doOthersStay ? 0 : static_cast<std::size_t>(count);
+    return !isAmong &&
+           std::all_of(std::find_if_not(own.begin(), own.end(), isFree), own.end(),
+                       [](const auto& kind) { return kind.kind == nlsq_sParameter::Staying; });
+}
+
+/// The highest power of a polynomial, without those that stay at 0.
+std::size_t orderOf(const pkmd_cModel::sBackground& background,
+                    std::span<const nlsq_sParameter> kinds, std::span<const double> starts) {
+    const auto first = static_cast<std::size_t>(background.first);
+    auto order = static_cast<std::size_t>(background.count - 1);
+    while (order > 0 && kinds[first + order].kind == nlsq_sParameter::Staying &&
+           starts[first + order] == 0)
+        --order;
+    return order;
 }
 
 } // namespace
 
 pkmd_cCentre::pkmd_cCentre(const pkmd_cModel& model, std::span<const nlsq_sParameter> kinds,
-                           double from, double to) {
+                           std::span<const double> starts, double from, double to) {
     const double middle = from / 2 + to / 2;
     const double half = std::fabs(to / 2 - from / 2);
     for (const pkmd_cModel::sBackground& background : model.Backgrounds()) {
-        axes_.push_back({background.reference, background.scale, background.count});
-        const std::size_t count = freePowers(background, kinds);
+        axes_.push_back({background.reference, background.scale});
+        const auto first = static_cast<std::size_t>(background.first);
+        const auto count = static_cast<std::size_t>(background.count);
         const double a = half / background.scale;
         const double b = (middle - background.reference) / background.scale;
         const double distance = std::fabs(middle - background.reference) / half;
-        const auto powers = static_cast<double>(count);
         constexpr double far = 10;
         constexpr double large = 1e100;
-        if (background.kind != pkmd_cModel::Polynomial || count < 2 || !(distance > far) ||
-            !std::isfinite(distance) || !(std::pow(std::fabs(b), powers) < large))
+        if (background.kind != pkmd_cModel::Polynomial || count < 2 || !isFree(kinds[first + 1]) ||
+            !canMove(background, kinds) || !(distance > far) || !std::isfinite(distance) ||
+            !(std::pow(std::fabs(b), background.count) < large))
             continue;
         // So much larger than the polynomial are its terms, and their rounding.
         constexpr double mostTerms = 1e10;
-        refuse.If(std::pow(1 + distance, powers - 1) > mostTerms, 12,
+        const auto order = static_cast<double>(orderOf(background, kinds, starts));
+        refuse.If(std::pow(1 + distance, order) > mostTerms, 12,
                   "The reference of a polynomial lies too far from the channels for its "
                   "coefficients.");
-        axes_.back() = {middle, half, static_cast<int>(count)};
-        moved_.push_back({static_cast<std::size_t>(background.first), count, a, b});
+        axes_.back() = {middle, half};
+        moved_.push_back({first, count, a, b});
+        for (std::size_t i = first; i < first + count; ++i)
+            if (kinds[i].kind == nlsq_sParameter::Staying)
+                held_.push_back({i, starts[i]});
     }
 }
 
@@ -78,9 +90,15 @@ void pkmd_cCentre::ToMiddle(std::span<double> p) const {
         substitute(p.subspan(moved.first, moved.count), moved.a, moved.b);
 }
 
-void pkmd_cCentre::ToModel(std::span<double> p) const {
+void pkmd_cCentre::Substitute(std::span<double> p) const {
     for (const sMoved& moved : moved_)
         substitute(p.subspan(moved.first, moved.count), 1 / moved.a, -moved.b / moved.a);
+}
+
+void pkmd_cCentre::ToModel(std::span<double> p) const {
+    Substitute(p);
+    for (const sHeld& held : held_)
+        p[held.parameter] = held.value;
 }
 
 void pkmd_cCentre::ToModel(nlsq_sResult& fit) const {
@@ -96,7 +114,7 @@ void pkmd_cCentre::ToModel(nlsq_sResult& fit) const {
             };
             for (std::size_t i = 0; i < count; ++i)
                 column[i] = fit.covariance[at(i)];
-            ToModel(column);
+            Substitute(column);
             for (std::size_t i = 0; i < count; ++i)
                 fit.covariance[at(i)] = column[i];
         }

@@ -11,24 +11,23 @@
 
 namespace dataprocessing::detail {
 
-/// What the first `count` powers of a background are counted in: (x - reference) / scale. Higher
-/// ones are counted as in the model.
+/// What the positions of a background are counted in: (x - reference) / scale.
 struct pkmd_sAxis {
     double reference;
     double scale;
-    int count;
 };
 
 /// The axes that backgrounds are fitted in, and the coefficients there. The powers of positions far
 /// from 0 are nearly parallel, which normal equations cannot tell apart: polynomials that are
-/// counted from far away, and whose coefficients are all free up to those that stay, are fitted
-/// about the middle.
+/// counted from far away, and whose coefficients are free up to higher ones that stay, are fitted
+/// about the middle, where those stay as well.
 class pkmd_cCentre {
 public:
-    /// Of channels from one position to another. Throws expt_cProgramException ("pkmd", 12) where
-    /// coefficients of the model could not hold what is fitted.
-    pkmd_cCentre(const pkmd_cModel& model, std::span<const nlsq_sParameter> kinds, double from,
-                 double to);
+    /// Of a fit from `starts` to channels from one position to another. Throws
+    /// expt_cProgramException ("pkmd", 12) where coefficients of the model could not hold what is
+    /// fitted.
+    pkmd_cCentre(const pkmd_cModel& model, std::span<const nlsq_sParameter> kinds,
+                 std::span<const double> starts, double from, double to);
 
     /// The axis of each background.
     const std::vector<pkmd_sAxis>& Axes() const noexcept { return axes_; }
@@ -49,8 +48,16 @@ private:
         double a;
         double b;
     };
+    /// A coefficient that stays.
+    struct sHeld {
+        std::size_t parameter;
+        double value;
+    };
+    void Substitute(std::span<double> p) const;
+
     std::vector<pkmd_sAxis> axes_;
     std::vector<sMoved> moved_;
+    std::vector<sHeld> held_;
 };
 
 } // namespace dataprocessing::detail

@@ -252,7 +252,7 @@ void pkmd_cEquations::LayBackgrounds(const std::vector<pkmd_sAxis>& axes) {
 
     auto axis = axes.begin();
     for (const pkmd_cModel::sBackground& background : model_.Backgrounds()) {
-        const pkmd_sAxis& about = *axis++;
+        const auto [reference, scale] = *axis++;
         const bool isLinear = background.kind == pkmd_cModel::Polynomial ||
                               background.kind == pkmd_cModel::GivenCurve;
         for (int k = 0; isLinear && k < background.count; ++k) {
@@ -263,8 +263,12 @@ void pkmd_cEquations::LayBackgrounds(const std::vector<pkmd_sAxis>& axes) {
         switch (background.kind) {
         case pkmd_cModel::Polynomial:
             std::fill_n(column, count, 1.0);
-            for (int k = 1; k < background.count; ++k)
-                RaiseColumn(background, about, k);
+            for (int k = 1; k < background.count; ++k) {
+                const double* const lower = columns_[at(background.first + k - 1)].data;
+                double* const power = columns_[at(background.first + k)].data;
+                for (std::size_t i = 0; i < count; ++i)
+                    power[i] = lower[i] * ((channels_.x[i] - reference) / scale);
+            }
             break;
         case pkmd_cModel::GivenCurve:
             // What follows the spectrum takes no part.
@@ -286,26 +290,6 @@ void pkmd_cEquations::LayBackgrounds(const std::vector<pkmd_sAxis>& axes) {
         }
     }
     linearFactors_.resize(linear_.size());
-}
-
-/// Fills the column of a polynomial that is the power k, from the one before it.
-void pkmd_cEquations::RaiseColumn(const pkmd_cModel::sBackground& background,
-                                  const pkmd_sAxis& about, int k) {
-    const bool isMoved = k < about.count;
-    const double reference = isMoved ? about.reference : background.reference;
-    const double scale = isMoved ? about.scale : background.scale;
-    const double* const lower = columns_[at(background.first + k - 1)].data;
-    double* const power = columns_[at(background.first + k)].data;
-    for (std::size_t i = 0; i < channels_.x.size(); ++i) {
-        const double u = (channels_.x[i] - reference) / scale;
-        power[i] = lower[i] * u;
-        // The one before is counted from elsewhere.
-        if (k != about.count)
-            continue;
-        power[i] = u;
-        for (int times = 1; times < k; ++times)
-            power[i] *= u;
-    }
 }
 
 /// Makes the columns of the peaks.

@@ -145,7 +145,6 @@ private:
     bool Solve(double damping, std::span<const double> scale, double leastPivot,
                std::span<const char> isHeld, std::span<double> step);
     void LayBackgrounds(const std::vector<pkmd_sAxis>& axes);
-    void RaiseColumn(const pkmd_cModel::sBackground& background, const pkmd_sAxis& about, int k);
     void LayWindows(std::vector<pkmd_sWindow> windows);
     std::vector<pkmd_sWindow> WindowsAt(std::span<const double> q, double slack);
     bool HasValue();

@@ -52,7 +52,9 @@ double distanceOfOne(double error, double most, RiseAt riseAt) {
     }
     if (outside == infinity)
         return infinity;
-    return inside > 0 ? distance : std::numeric_limits<double>::quiet_NaN();
+    // A step of chi-squared across it.
+    return inside > 0 && rootOutside < infinity ? distance
+                                                : std::numeric_limits<double>::quiet_NaN();
 }
 
 } // namespace
@@ -76,16 +78,35 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
         options.errors == nlsq_ErrorsFromScatter ? found.fit.ReducedChiSquared() : 1.0;
     const double unit = error > 0 ? error : std::max(1e-3 * std::fabs(best), 1e-6);
     // Away from the best value up to a bound, which is met to the bit.
+    const auto chiSquaredFrom = [&](const std::vector<double>& starts) {
+        const nlsq_sResult there = pkmd_FitFrom(model, starts, kinds, spectrum, options).fit;
+        if (there.end == nlsq_Stopped || there.end == nlsq_StoppedByObserver)
+            return std::numeric_limits<double>::quiet_NaN();
+        return there.Converged() ? there.chiSquared : infinity;
+    };
+    // The others start where they go with the parameter, or from where they were where that leads
+    // nowhere.
+    const auto chiSquaredAt = [&](double value) {
+        std::vector<double> starts = found.fit.parameters;
+        starts[number] = value;
+        const std::size_t count = starts.size();
+        const double* const row = found.fit.covariance.data() + number * count;
+        const double away = error > 0 ? (value - best) / row[number] : 0;
+        std::vector<double> moved = starts;
+        for (std::size_t i = 0; i < count; ++i)
+            if (i != number && kinds[i].kind == nlsq_sParameter::Moving)
+                moved[i] += row[i] * away;
+        if (moved == starts)
+            return chiSquaredFrom(starts);
+        const double chiSquared = chiSquaredFrom(moved);
+        return chiSquared == infinity ? chiSquaredFrom(starts) : chiSquared;
+    };
+    // Away from the best value up to a bound, which is met to the bit.
     const auto end = [&](double side, double bound) {
         const double most = std::fabs(bound - best);
         const auto at = [&](double away) { return away >= most ? bound : best + side * away; };
         return at(distanceOfOne(unit, most, [&](double away) {
-            std::vector<double> starts = found.fit.parameters;
-            starts[number] = at(away);
-            const nlsq_sResult there = pkmd_FitFrom(model, starts, kinds, spectrum, options).fit;
-            if (there.end == nlsq_Stopped || there.end == nlsq_StoppedByObserver)
-                return std::numeric_limits<double>::quiet_NaN();
-            return there.Converged() ? (there.chiSquared - found.fit.chiSquared) / one : infinity;
+            return (chiSquaredAt(at(away)) - found.fit.chiSquared) / one;
         }));
     };
     return {end(-1, kind.lower), end(1, kind.upper)};

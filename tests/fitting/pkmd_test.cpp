@@ -484,6 +484,52 @@ TEST(PeakFit, BackgroundsCountedFromFarAwayEndAtTheBottom) {
         }
 }
 
+// The coefficients of a parabola that is counted from 0 go together: with one moved alone, the
+// model is not positive.
+TEST(PeakFit, IntervalsOfBackgroundsCountedFromElsewhereAreThoseOfTheirProfiles) {
+    constexpr int channels = 200;
+    for (const double level : {0.5, 2.0, 200.0})
+        for (const double offset : {100.0, 500.0, 5e5}) {
+            const double middle = offset + channels / 2.0;
+            constexpr double scale = channels / 2.0;
+            pkmd_cModel near;
+            near.AddPeak(pkmd_Gaussian, offset + 90, 10 * level, 5);
+            near.AddPolynomial({level, -0.3 * level, 0.1 * level}, middle, scale);
+            const Spectrum spectrum(near, channels, cal_c1DArrayCal(offset, 1, 0), 11);
+            const pkmd_sResult expected = pkmd_Fit(near, spectrum.array);
+            pkmd_cModel far;
+            far.AddPeak(pkmd_Gaussian, offset + 90, 10 * level, 5);
+            far.AddPolynomial({level, 0, 0}, 0, scale);
+            const pkmd_sResult found = pkmd_Fit(far, spectrum.array);
+            ASSERT_TRUE(found.fit.Converged());
+            // The highest coefficient is the same.
+            const auto [lower, upper] = pkmd_Interval(far, spectrum.array, found, 5);
+            const auto [low, high] = pkmd_Interval(near, spectrum.array, expected, 5);
+            EXPECT_NEAR(lower, low, 1e-3 * expected.fit.standardErrors[5]) << level << offset;
+            EXPECT_NEAR(upper, high, 1e-3 * expected.fit.standardErrors[5]) << level << offset;
+            // Of the others, the deviance at the ends is 1 higher.
+            for (const int parameter : {3, 4}) {
+                const auto number = static_cast<std::size_t>(parameter);
+                const pkmd_sInterval interval =
+                    pkmd_Interval(far, spectrum.array, found, parameter);
+                for (const double end : {interval.lower, interval.upper}) {
+                    pkmd_cModel moved = far;
+                    for (int i = 3; i < 6; ++i)
+                        moved.SetStart(i, found.fit.parameters[static_cast<std::size_t>(i)] +
+                                              found.fit.Covariance(i, parameter) /
+                                                  found.fit.Covariance(parameter, parameter) *
+                                                  (end - found.fit.parameters[number]));
+                    moved.SetStart(parameter, end);
+                    moved.Fix(parameter);
+                    const nlsq_sResult there = pkmd_Fit(moved, spectrum.array).fit;
+                    EXPECT_TRUE(there.Converged()) << level << ' ' << offset;
+                    EXPECT_NEAR(there.chiSquared - found.fit.chiSquared, 1, 1e-2)
+                        << level << ' ' << offset << ' ' << parameter;
+                }
+            }
+        }
+}
+
 // Seconds since 1970, and few channels: the model about their middle is the same.
 TEST(PeakFit, BackgroundsCountedFromFarAwayAreThoseAboutTheMiddle) {
     for (const double offset : {1e6, 1.7e9})
@@ -622,34 +668,35 @@ TEST(PeakFit, CoefficientsOfPolynomialsFromFarAwayHoldThem) {
 
 // Higher coefficients that stay keep their meaning while the others are fitted about the middle.
 TEST(PeakFit, LinesFromFarAwayUnderHeldPowersAreThoseAboutTheMiddle) {
-    for (const double offset : {1e5, 1e7}) {
+    for (const auto& [offset, bend] :
+         {std::pair{1e5, 30.0}, std::pair{5e6, 30.0}, std::pair{1.7e9, 0.0}}) {
         constexpr int channels = 200;
         const double middle = offset + channels / 2.0;
-        pkmd_cModel truth;
-        truth.AddPeak(pkmd_Gaussian, middle, 300, 5);
-        truth.AddPolynomial({100, 20, 30}, middle, channels / 2.0);
-        const Spectrum spectrum(truth, channels, cal_c1DArrayCal(offset, 1, 0), 7);
-        pkmd_cModel near = truth;
+        constexpr double scale = channels / 2.0;
+        pkmd_cModel near;
+        near.AddPeak(pkmd_Gaussian, middle, 300, 5);
+        near.AddPolynomial({100, 20, bend}, middle, scale);
+        const Spectrum spectrum(near, channels, cal_c1DArrayCal(offset, 1, 0), 7);
         near.Fix(5);
+        // The same parabola, about another place.
         pkmd_cModel far;
         far.AddPeak(pkmd_Gaussian, middle, 300, 5);
-        // The same parabola about another place, at which a line is what it is.
-        const double scale = channels / 2.0;
-        far.AddPolynomial({30 * (middle / scale) * (middle / scale), -60 * middle / scale, 30}, 0,
-                          scale);
+        far.AddPolynomial(
+            {100 + bend * (middle / scale) * (middle / scale), -2 * bend * middle / scale, bend}, 0,
+            scale);
         far.Fix(5);
-        // Its start rounds to below 0.
-        pkmd_sOptions options;
-        options.objective = nlsq_LeastSquares;
-        const pkmd_sResult found = pkmd_Fit(far, spectrum.array, options);
-        const pkmd_sResult expected = pkmd_Fit(near, spectrum.array, options);
+        const pkmd_sResult found = pkmd_Fit(far, spectrum.array);
+        const pkmd_sResult expected = pkmd_Fit(near, spectrum.array);
         EXPECT_TRUE(found.fit.Converged()) << offset;
         EXPECT_EQ(found.fit.rank, 5) << offset;
-        EXPECT_EQ(found.fit.parameters[5], 30);
-        EXPECT_NEAR(found.fit.chiSquared, expected.fit.chiSquared, 1e-2) << offset;
-        EXPECT_NEAR(found.peaks[0].area, expected.peaks[0].area, 1e-3 * found.peaks[0].areaError);
+        EXPECT_EQ(found.fit.parameters[5], bend);
+        EXPECT_EQ(found.fit.standardErrors[5], 0);
+        EXPECT_NEAR(found.fit.chiSquared, expected.fit.chiSquared, 1e-6) << offset;
+        EXPECT_NEAR(found.peaks[0].area, expected.peaks[0].area, 1e-5 * found.peaks[0].areaError);
         EXPECT_NEAR(found.peaks[0].areaError, expected.peaks[0].areaError,
-                    1e-4 * found.peaks[0].areaError);
+                    1e-5 * found.peaks[0].areaError);
+        EXPECT_NEAR(found.fit.standardErrors[4], expected.fit.standardErrors[4],
+                    1e-5 * expected.fit.standardErrors[4]);
     }
 }
 
