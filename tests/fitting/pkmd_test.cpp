@@ -530,6 +530,25 @@ TEST(PeakFit, IntervalsOfBackgroundsCountedFromElsewhereAreThoseOfTheirProfiles)
         }
 }
 
+// The amplitude of an exponential far from its reference is no linear function of the rate.
+TEST(PeakFit, IntervalsReachWhereTheCovarianceLeadsNowhere) {
+    const cal_c1DArrayCal cal(1005, 0.2, 0);
+    pkmd_cModel near;
+    near.AddExponential(40, -0.04, 1005);
+    near.AddPeak(pkmd_Gaussian, 1025, 60, 0.8);
+    const Spectrum spectrum(near, 250, cal, 3);
+    pkmd_cModel far;
+    far.AddExponential(40 * std::exp(0.03 * 1005), -0.03);
+    far.AddPeak(pkmd_Gaussian, 1025, 60, 0.8);
+    const pkmd_sResult found = pkmd_Fit(far, spectrum.array);
+    const pkmd_sResult expected = pkmd_Fit(near, spectrum.array);
+    ASSERT_TRUE(found.fit.Converged());
+    const auto [lower, upper] = pkmd_Interval(far, spectrum.array, found, 1);
+    const auto [low, high] = pkmd_Interval(near, spectrum.array, expected, 1);
+    EXPECT_NEAR(lower, low, 1e-3 * expected.fit.standardErrors[1]);
+    EXPECT_NEAR(upper, high, 1e-3 * expected.fit.standardErrors[1]);
+}
+
 // Seconds since 1970, and few channels: the model about their middle is the same.
 TEST(PeakFit, BackgroundsCountedFromFarAwayAreThoseAboutTheMiddle) {
     for (const double offset : {1e6, 1.7e9})
