@@ -132,13 +132,17 @@ private:
         if (!AreLeft(1))
             return End(nlsq_MostEvaluations);
 
-        if (!equations_.Solve(damping_.Value(), scale_, isHeld_, step_))
+        const auto solve = [&](std::span<const char> isHeld) {
+            return equations_.Solve(damping_.Value(), scale_, isHeld, step_);
+        };
+        if (!SolveInside(solve, step_))
             return Reject(infinity);
         if (Length(step_) > longest_)
             return Reject(infinity);
         const bool isCut = PassesBound();
-        const double whole = isCut ? Promise(step_) : 0;
-        Walk();
+        const bool isToBound = isCut && GoesStraight();
+        if (!isToBound)
+            Walk();
         double promised = Promise(step_);
         double length = Length(step_) / std::max(Length(tried_), Length(q_));
         if (!(length > 0))
@@ -146,21 +150,18 @@ private:
         // What rounding hides of the decrease, the promises show: they have to become smaller.
         // Those of a strongly damped step tell nothing.
         const double lost = Lost();
-        // What a bound cuts off a step, others may have counted on: it then promises nothing,
-        // though there is much to gain. Shorter ones go where chi-squared falls.
-        if (isCut && promised <= lost && whole > lost)
-            return Reject(infinity);
         // Of columns that are nearly parallel, rounding makes steps that lead away.
         if (promised < -lost)
             return Reject(length);
         // There is a lower one to come.
-        if (barrier_ > nlsq_lastBarrier && !IsDamped() &&
+        if (barrier_ > nlsq_lastBarrier && !IsDamped() && !isToBound &&
             promised <= partOfBarrier * equations_.BarrierSize())
             return End(nlsq_DecreaseSmall);
         const double pace = isCut ? infinity : promised / promised_;
-        if (!IsDamped() && (promised <= control_.decreaseTolerance * result_.chiSquared ||
-                            Remainder(promised, std::max(pace, pace_)) <=
-                                control_.remainderTolerance * result_.chiSquared)) {
+        if (!IsDamped() && !isToBound &&
+            (promised <= control_.decreaseTolerance * result_.chiSquared ||
+             Remainder(promised, std::max(pace, pace_)) <=
+                 control_.remainderTolerance * result_.chiSquared)) {
             if (Relaxes())
                 return false;
             TakeLast(promised, length);
@@ -195,10 +196,11 @@ private:
             isShortened = true;
         }
         const double decrease = result_.chiSquared - chiSquared;
-        const bool isLost = std::fabs(promised) <= lost && !IsDamped();
-        const bool isBetter =
-            isLost ? std::fabs(decrease) <= 2 * lost && promised < promised_ : decrease > 0;
-        if (!isBetter && isLost)
+        const bool isLost = std::fabs(promised) <= lost && (isToBound || !IsDamped());
+        // There are only so many bounds to come to without a decrease.
+        const bool isNext = isToBound ? toBounds_ <= q_.size() : promised < promised_;
+        const bool isBetter = isLost ? std::fabs(decrease) <= 2 * lost && isNext : decrease > 0;
+        if (!isBetter && isLost && !isToBound)
             return !Relaxes() && End(nlsq_DecreaseSmall);
         if (!isBetter)
             return Reject(length);
@@ -207,7 +209,8 @@ private:
         longest_ *= 4;
         if (promised_ < infinity)
             pace_ = pace;
-        promised_ = promised;
+        promised_ = isToBound ? infinity : promised;
+        toBounds_ = isToBound && isLost ? toBounds_ + 1 : 0;
         equations_.Accept();
         Take(promised, length);
         result_.chiSquared = chiSquared;
@@ -220,7 +223,25 @@ private:
             Rebase(nlsq_firstBarrier);
         if (!IsToGoOn())
             return End(nlsq_StoppedByObserver);
-        return length <= control_.stepTolerance && EndOfShortStep();
+        return !isToBound && length <= control_.stepTolerance && EndOfShortStep();
+    }
+
+    /// Solves for a step by what is told to hold variables, among those that are not at a bound
+    /// which it would take them through.
+    template<class Solves>
+    bool SolveInside(Solves solves, std::span<const double> step) {
+        isHeldNow_ = isHeld_;
+        for (bool isInside = false; !isInside;) {
+            if (!solves(isHeldNow_))
+                return false;
+            isInside = true;
+            for (std::size_t j = 0; j < q_.size(); ++j)
+                if ((IsAtLower(j) && step[j] < 0) || (IsAtUpper(j) && step[j] > 0)) {
+                    isHeldNow_[j] = 1;
+                    isInside = false;
+                }
+        }
+        return true;
     }
 
     void Take(double promised, double length) {
@@ -332,8 +353,11 @@ private:
 
     /// What the way without damping promises, NaN where there is none.
     double WholePromise() {
-        return equations_.SolveWhole(isHeld_, whole_) ? Promise(whole_)
-                                                      : std::numeric_limits<double>::quiet_NaN();
+        const auto solve = [&](std::span<const char> isHeld) {
+            return equations_.SolveWhole(isHeld, whole_);
+        };
+        return SolveInside(solve, whole_) ? Promise(whole_)
+                                          : std::numeric_limits<double>::quiet_NaN();
     }
 
     /// A promise that is not worth a step.
@@ -423,8 +447,7 @@ private:
             if (!(way * way <= Lost() * variance))
                 continue;
             for (std::size_t i = 0; i < count; ++i)
-                leap_[i] = std::clamp(q_[i] + inverse[i * count + j] / variance * way,
-                                      parameters_.Lower()[i], parameters_.Upper()[i]);
+                leap_[i] = WithinBounds(i, q_[i] + inverse[i * count + j] / variance * way);
             leap_[j] = -down < up ? parameters_.Lower()[j] : parameters_.Upper()[j];
             const double chiSquared = TryAt(leap_);
             if (!(chiSquared <= result_.chiSquared + Lost()))
@@ -462,11 +485,41 @@ private:
         return false;
     }
 
+    double WithinBounds(std::size_t j, double q) const {
+        return std::clamp(q, parameters_.Lower()[j], parameters_.Upper()[j]);
+    }
+
+    /// What a bound cuts off a step, others may have counted on. Goes straight to the first bound
+    /// where that promises more than to cut off each; answers whether it does.
+    bool GoesStraight() {
+        double part = 1;
+        std::size_t first = 0;
+        double bound = 0;
+        for (std::size_t j = 0; j < q_.size(); ++j) {
+            const double end = step_[j] < 0 ? parameters_.Lower()[j] : parameters_.Upper()[j];
+            if (std::fabs(end - q_[j]) < part * std::fabs(step_[j])) {
+                part = (end - q_[j]) / step_[j];
+                first = j;
+                bound = end;
+            }
+            leap_[j] = WithinBounds(j, q_[j] + step_[j]) - q_[j];
+        }
+        const double straight =
+            part * (2 * dot(equations_.Gradient(), step_) - part * equations_.Curvature(step_));
+        if (!(straight > Promise(leap_)))
+            return false;
+        for (std::size_t j = 0; j < q_.size(); ++j)
+            tried_[j] = WithinBounds(j, q_[j] + part * step_[j]);
+        tried_[first] = bound;
+        for (std::size_t j = 0; j < q_.size(); ++j)
+            step_[j] = tried_[j] - q_[j];
+        return true;
+    }
+
     /// Where the step leads, between the bounds.
     void Walk() {
         for (std::size_t j = 0; j < q_.size(); ++j) {
-            tried_[j] =
-                std::clamp(q_[j] + step_[j], parameters_.Lower()[j], parameters_.Upper()[j]);
+            tried_[j] = WithinBounds(j, q_[j] + step_[j]);
             step_[j] = tried_[j] - q_[j];
         }
     }
@@ -518,11 +571,13 @@ private:
     std::vector<double> whole_; // the way without damping
     std::vector<double> scale_;
     std::vector<char> isHeld_;
-    std::vector<char> isPinned_; // put on a bound at the end
+    std::vector<char> isHeldNow_; // for one step
+    std::vector<char> isPinned_;  // put on a bound at the end
     std::vector<double> all_;
     bool hasBeenShortened_ = false;
-    bool isRelaxed_ = false; // since there was something to gain
-    int leapless_ = 0;       // slow steps after the last leap that was of no use
+    std::size_t toBounds_ = 0; // steps to one without a decrease
+    bool isRelaxed_ = false;   // since there was something to gain
+    int leapless_ = 0;         // slow steps after the last leap that was of no use
     int untilLeap_ = 0;
     double barrier_ = 0; // part of the mean
     double longest_ = 0;

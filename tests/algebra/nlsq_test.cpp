@@ -332,6 +332,131 @@ TEST(Nlsq, BoundsHold) {
     EXPECT_NEAR(back.parameters[1], free.parameters[1], 1e-9 * free.standardErrors[1]);
 }
 
+/// The least sum of squares of a bounded linear problem of three unknowns, by all ways to put some
+/// of them on a bound.
+long double leastOfAllWays(const std::vector<std::array<long double, 3>>& rows,
+                           const std::vector<double>& y, const std::array<double, 3>& lower,
+                           const std::array<double, 3>& upper) {
+    long double least = std::numeric_limits<long double>::infinity();
+    for (int way = 0; way < 27; ++way) {
+        const std::array<int, 3> which{way % 3, way / 3 % 3, way / 9};
+        std::array<long double, 3> x{};
+        std::vector<std::size_t> free;
+        for (std::size_t j = 0; j < 3; ++j) {
+            if (which[j] == 0)
+                free.push_back(j);
+            else
+                x[j] = which[j] == 1 ? lower[j] : upper[j];
+        }
+        std::vector<std::vector<long double>> q; // columns at right angles
+        std::vector<std::vector<long double>> r;
+        std::vector<long double> rest;
+        for (std::size_t i = 0; i < rows.size(); ++i)
+            rest.push_back(y[i] - rows[i][0] * x[0] - rows[i][1] * x[1] - rows[i][2] * x[2]);
+        const auto dot = [&](const auto& a, const auto& b) {
+            long double sum = 0;
+            for (std::size_t i = 0; i < rows.size(); ++i)
+                sum += a[i] * b[i];
+            return sum;
+        };
+        std::vector<long double> right;
+        for (const std::size_t j : free) {
+            std::vector<long double> column;
+            for (const auto& row : rows)
+                column.push_back(row[j]);
+            std::vector<long double> above(q.size() + 1);
+            for (int twice = 0; twice < 2; ++twice)
+                for (std::size_t k = 0; k < q.size(); ++k) {
+                    const long double part = dot(q[k], column);
+                    above[k] += part;
+                    for (std::size_t i = 0; i < rows.size(); ++i)
+                        column[i] -= part * q[k][i];
+                }
+            above.back() = std::sqrt(dot(column, column));
+            for (long double& element : column)
+                element /= above.back();
+            r.push_back(above);
+            q.push_back(column);
+            right.push_back(dot(column, rest));
+        }
+        for (std::size_t k = free.size(); k-- > 0;) {
+            long double sum = right[k];
+            for (std::size_t l = k + 1; l < free.size(); ++l)
+                sum -= r[l][k] * x[free[l]];
+            x[free[k]] = sum / r[k][k];
+        }
+        bool isInside = true;
+        long double squares = 0;
+        for (std::size_t j = 0; j < 3; ++j)
+            isInside = isInside && x[j] >= lower[j] && x[j] <= upper[j];
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const long double residual =
+                y[i] - rows[i][0] * x[0] - rows[i][1] * x[1] - rows[i][2] * x[2];
+            squares += residual * residual;
+        }
+        if (isInside)
+            least = std::min(least, squares);
+    }
+    return least;
+}
+
+// Steps along nearly parallel columns lead through bounds.
+TEST(Nlsq, BoundedProblemsEndAtTheirOptimumHoweverParallelTheirColumns) {
+    std::mt19937 random(11);
+    std::normal_distribution<double> normal;
+    std::uniform_real_distribution<double> uniform(0, 1);
+    int most = 0;
+    for (int problem = 0; problem < 1500; ++problem) {
+        const double apart = std::array{1.0, 1e-2, 1e-5}[static_cast<std::size_t>(problem % 3)];
+        const auto points = static_cast<std::size_t>(3 + problem % 7);
+        std::vector<std::array<long double, 3>> rows(points);
+        std::vector<double> x, y;
+        for (auto& row : rows) {
+            const double common = normal(random);
+            for (long double& element : row)
+                element = common + apart * normal(random);
+            x.push_back(static_cast<double>(x.size()));
+            y.push_back(normal(random));
+        }
+        std::array<double, 3> lower, upper;
+        std::vector<nlsq_sParameter> kinds;
+        std::vector<double> from;
+        for (std::size_t j = 0; j < 3; ++j) {
+            lower[j] = uniform(random) < 0.5 ? -1e9 : -1 + 1.5 * uniform(random);
+            upper[j] = uniform(random) < 0.5 ? 1e9 : 0.5 + uniform(random);
+            kinds.push_back(nlsq_sParameter::Bounded(lower[j], upper[j]));
+            from.push_back(-2 + 4 * uniform(random));
+        }
+        const nlsq_cFunctionModel model(
+            [&](double at, std::span<const double> p) {
+                const auto& row = rows[static_cast<std::size_t>(at)];
+                double sum = 0;
+                for (std::size_t j = 0; j < 3; ++j)
+                    sum += static_cast<double>(row[j]) * p[j];
+                return sum;
+            },
+            [&](double at, std::span<const double>, std::span<double> d) {
+                for (std::size_t j = 0; j < 3; ++j)
+                    d[j] = static_cast<double>(rows[static_cast<std::size_t>(at)][j]);
+            });
+        nlsq_sOptions options = with(kinds);
+        options.standardDeviations.assign(points, 1);
+        const nlsq_sResult fit = nlsq_Fit(model, x, y, from, options);
+        EXPECT_TRUE(fit.Converged()) << problem << ' ' << nlsq_Text(fit.end);
+        const auto least = static_cast<double>(leastOfAllWays(rows, y, lower, upper));
+        EXPECT_NEAR(fit.chiSquared, least, 1e-8 * (1 + least)) << problem;
+        std::vector<int> atBound;
+        for (int j = 0; j < 3; ++j) {
+            const auto number = static_cast<std::size_t>(j);
+            if (fit.parameters[number] == lower[number] || fit.parameters[number] == upper[number])
+                atBound.push_back(j);
+        }
+        EXPECT_EQ(fit.atBound, atBound) << problem;
+        most = std::max(most, fit.evaluations);
+    }
+    EXPECT_LT(most, 100);
+}
+
 // Where the derivative by a parameter is nearly that of another, the curvature tells nothing of
 // them: what ends a hair inside its bound is put there.
 TEST(Nlsq, WhatEndsAHairFromItsBoundIsPutThere) {
