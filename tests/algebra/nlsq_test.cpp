@@ -499,6 +499,127 @@ TEST(Nlsq, WhatEndsAHairFromItsBoundIsPutThere) {
         }
 }
 
+/// A parabola in one variable whose column has the norm 1, however flat it is, and a record of what
+/// a fit asks of it. Its windows reach to `covered`; new ones make it `more` higher.
+class cParabola : public dataprocessing::detail::nlsq_cEquations {
+public:
+    cParabola(double curvature, double bottom, double least)
+        : curvature_(curvature), bottom_(bottom), least_(least) {}
+
+    double Try(std::span<const double> q) override {
+        asked += 'T';
+        there_ = {curvature_ * (bottom_ - q[0])};
+        if (isNothingCovered && covered > q[0] && q[0] == 0)
+            return infinity;
+        return least_ + higher + curvature_ * (bottom_ - q[0]) * (bottom_ - q[0]) +
+               (higher > 0 && q[0] > wall ? 1e9 : 0.0);
+    }
+    void Accept() noexcept override {
+        asked += 'A';
+        here_ = there_;
+    }
+    bool Covers(std::span<const double> q) const override { return q[0] <= covered; }
+    void Cover(std::span<const double>, std::span<const double> to) override {
+        asked += 'C';
+        before_ = covered;
+        covered = 2 * to[0];
+        higher += more;
+    }
+    void Uncover() override {
+        asked += 'U';
+        covered = before_;
+        higher -= more;
+    }
+    double Rounding(double) const noexcept override { return 0; }
+    std::span<const double> Gradient() const noexcept override { return here_; }
+    std::span<const double> Norms() const noexcept override { return norms_; }
+    bool Solve(double damping, std::span<const double> scale, std::span<const char>,
+               std::span<double> step) override {
+        step[0] = here_[0] / (curvature_ + damping * scale[0] * scale[0]);
+        return true;
+    }
+    bool SolveWhole(std::span<const char>, std::span<double> step) override {
+        step[0] = here_[0] / curvature_;
+        return true;
+    }
+    double Curvature(std::span<const double> step) const noexcept override {
+        return curvature_ * step[0] * step[0];
+    }
+    dataprocessing::detail::nlsq_sCovariance Covariance(std::span<const char>) override {
+        return {{1 / curvature_}, 1, {0}};
+    }
+
+    double covered = infinity;
+    double more = 0;
+    double higher = 0;
+    double wall = infinity;
+    bool isNothingCovered = false; ///< Where it stands, by new windows.
+    std::string asked;
+
+private:
+    double curvature_;
+    double bottom_;
+    double least_;
+    double before_ = 0;
+    std::vector<double> here_{0};
+    std::vector<double> there_{0};
+    std::vector<double> norms_{1};
+};
+
+nlsq_sResult minimise(cParabola& parabola, int mostEvaluations = 100) {
+    const std::vector<double> from{0};
+    using namespace dataprocessing::detail;
+    return nlsq_Minimise(parabola, nlsq_cParameters(from, {}), {.mostEvaluations = mostEvaluations},
+                         10, false);
+}
+
+// The gradient is small beside the column, and there is a thousandth of chi-squared to gain.
+TEST(NlsqSteps, GoAlmostAllTheWayWhereOnlyTheDampingMakesThemShort) {
+    cParabola flat(1e-23, 1e10, 1);
+    const nlsq_sResult fit = minimise(flat);
+    EXPECT_TRUE(fit.Converged());
+    EXPECT_NEAR(fit.parameters[0], 1e10, 2e8);
+    EXPECT_LE(fit.evaluations, 5);
+}
+
+// Before a step leaves the windows they are laid anew, and both ends are looked at with the same.
+TEST(NlsqSteps, LookAtBothEndsOfAStepThatLeavesTheWindows) {
+    cParabola parabola(1, 4, 1);
+    parabola.covered = 1;
+    parabola.more = 0.5;
+    const nlsq_sResult fit = minimise(parabola);
+    EXPECT_TRUE(fit.Converged());
+    EXPECT_NEAR(fit.parameters[0], 4, 1e-9);
+    EXPECT_NEAR(fit.chiSquared, 1.5, 1e-12);
+    EXPECT_EQ(parabola.asked.substr(0, 7), "TATCTAT");
+}
+
+TEST(NlsqSteps, KeepTheWindowsWhereNewOnesHaveNoValue) {
+    cParabola parabola(1, 4, 1);
+    parabola.covered = 1;
+    parabola.more = 0.5;
+    parabola.isNothingCovered = true;
+    parabola.covered = -1;
+    const nlsq_sResult fit = minimise(parabola, 60);
+    EXPECT_EQ(parabola.asked.substr(0, 6), "TATCTU");
+    EXPECT_EQ(parabola.higher, 0);
+    EXPECT_EQ(fit.parameters[0], 0);
+    EXPECT_EQ(fit.chiSquared, 17);
+}
+
+// Where it stands, a fit tells of the windows that it ended with, though it went nowhere with them.
+TEST(NlsqSteps, TellTheGradientOfTheWindowsThatTheyEndWith) {
+    cParabola parabola(1, 4, 1);
+    parabola.covered = 1;
+    parabola.more = 8;
+    // Beyond it no step is taken in new windows.
+    parabola.wall = 3.9;
+    const nlsq_sResult fit = minimise(parabola, 5);
+    EXPECT_EQ(fit.end, nlsq_MostEvaluations);
+    EXPECT_EQ(fit.chiSquared, 17 + 8);
+    EXPECT_DOUBLE_EQ(fit.gradient, 4 / std::sqrt(fit.chiSquared));
+}
+
 // Far from the origin intercept and slope go together: cutting the step of one alone makes it
 // worse.
 TEST(Nlsq, BoundThatCutsAStepIsNotTheEnd) {
