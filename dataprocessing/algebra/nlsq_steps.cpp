@@ -164,7 +164,10 @@ private:
                  control_.remainderTolerance * result_.chiSquared)) {
             if (Relaxes())
                 return false;
-            TakeLast(promised, length);
+            // Not worth an evaluation, but free, unless it may lead to where there is no value, or
+            // rounding made it.
+            if (!IsNearlyZero() && promised >= 0)
+                Take(promised, length);
             return End(nlsq_DecreaseSmall);
         }
 
@@ -250,25 +253,6 @@ private:
         result_.step = length;
         result_.decrease = result_.chiSquared > 0 ? promised / result_.chiSquared : 0;
         ++result_.iterations;
-    }
-
-    /// A step that is not worth an evaluation is free, unless it may lead to where there is no
-    /// value. That of a direction in which there is nothing to gain may be long, and the model
-    /// another one there.
-    void TakeLast(double promised, double length) {
-        if (IsNearlyZero() || promised < 0)
-            return;
-        constexpr double shortEnough = 1e-6;
-        if (length > shortEnough) {
-            if (!AreLeft(1))
-                return;
-            const double chiSquared = TryAt(tried_);
-            if (!(chiSquared <= result_.chiSquared))
-                return;
-            equations_.Accept();
-            result_.chiSquared = chiSquared;
-        }
-        Take(promised, length);
     }
 
     /// What is left to gain after a step that promises so much, when promises shrink at this pace.
