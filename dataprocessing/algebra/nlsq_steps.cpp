@@ -212,7 +212,9 @@ private:
         longest_ *= 4;
         if (promised_ < infinity)
             pace_ = pace;
-        promised_ = isToBound ? infinity : promised;
+        promised_ = promised;
+        if (isToBound)
+            promised_ = infinity;
         toBounds_ = isToBound && isLost ? toBounds_ + 1 : 0;
         equations_.Accept();
         Take(promised, length);

@@ -77,12 +77,13 @@ pkmd_sInterval pkmd_Interval(const pkmd_cModel& model, const darr_c1DArray& spec
     const double one =
         options.errors == nlsq_ErrorsFromScatter ? found.fit.ReducedChiSquared() : 1.0;
     const double unit = error > 0 ? error : std::max(1e-3 * std::fabs(best), 1e-6);
-    // Away from the best value up to a bound, which is met to the bit.
     const auto chiSquaredFrom = [&](const std::vector<double>& starts) {
         const nlsq_sResult there = pkmd_FitFrom(model, starts, kinds, spectrum, options).fit;
         if (there.end == nlsq_Stopped || there.end == nlsq_StoppedByObserver)
             return std::numeric_limits<double>::quiet_NaN();
-        return there.Converged() ? there.chiSquared : infinity;
+        if (!there.Converged())
+            return infinity;
+        return there.chiSquared;
     };
     // The others start where they go with the parameter, or from where they were where that leads
     // nowhere.
