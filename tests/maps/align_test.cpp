@@ -387,6 +387,23 @@ TEST(MapAlign, ErrorsBesideHardlyAnyNoiseAreThoseWithout) {
     }
 }
 
+/// An empty channel has the variance of a hundredth of the largest value.
+TEST(MapAlign, ACountBesideALineIsOneOfAHundredthOfIt) {
+    std::vector<double> reference;
+    std::vector<double> values;
+    for (std::size_t k = 0; k < channels; ++k) {
+        reference.push_back(lineAt(static_cast<double>(k), 4, 0));
+        values.push_back(200 * reference.back());
+    }
+    std::vector<double> both = values;
+    both.insert(both.end(), values.begin(), values.end());
+    both[channels + 20] += 1;
+    const Planes planes = alignedOf(maps_cAlign(reference, energies, 3),
+                                    stackOf(std::span<const double>(both), channels, energies));
+    EXPECT_THAT(planes.status, Each(maps_Good));
+    EXPECT_NEAR(planes.chiSquared[1] - planes.chiSquared[0], 0.5, 0.02);
+}
+
 TEST(MapAlign, AReferenceWhoseSlopesAreNoiseTellsNoShift) {
     std::mt19937 random(3);
     std::normal_distribution<> noise;

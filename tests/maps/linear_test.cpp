@@ -788,6 +788,31 @@ TEST(LinearMap, WhatTheCountsLeaveOpenIsNotKnownBetterThanByOneCount) {
     EXPECT_DOUBLE_EQ(planes.errors[1], 1.0 / 7);
 }
 
+/// A shape that takes as much as it gives has counts, too.
+TEST(LinearMap, OneCountIsThatOfWhatAShapeGivesAndTakes) {
+    constexpr std::size_t length = 20;
+    std::vector<double> all(2 * length, 1.0);
+    for (std::size_t k = 0; k < length; ++k)
+        all[length + k] = k < length / 2 ? -0.5 : 0.5;
+    std::vector<unsigned short> counts(length);
+    counts[3] = counts[15] = 1;
+    const maps_cLinear fit(all, length, {.weights = maps_WeightsOfModel});
+    maps_cWorkspace room;
+    Planes planes(2, 1);
+    fit.Run(stackOf(std::span<const unsigned short>(counts), length), planes.All(), room);
+    EXPECT_THAT(planes.status, ElementsAre(maps_Good));
+    EXPECT_NEAR(planes.errors[0], std::sqrt(2.0) / 20, 1e-9);
+    EXPECT_NEAR(planes.errors[1], std::sqrt(2.0) / 10, 1e-9);
+    // One count leaves one of the halves at its edge: no more is known than that count.
+    counts[3] = 0;
+    const maps_cLinear bounded(all, length,
+                               {.weights = maps_WeightsOfModel, .nonNegative = {0, 1}});
+    bounded.Run(stackOf(std::span<const unsigned short>(counts), length), planes.All(), room);
+    for (std::size_t s = 0; s < 2; ++s)
+        EXPECT_TRUE(planes.status[0] != maps_Good || planes.errors[s] == 0 ||
+                    (planes.errors[s] >= 1.0 / 20 && planes.errors[s] < 1));
+}
+
 TEST(LinearMap, SpectraWithoutAPositiveModelHaveNotConverged) {
     const maps_cLinear fit(std::vector{1., 1., 1., 1., 0., 1., 2., 3.}, 4,
                            {.weights = maps_WeightsOfModel});

@@ -191,6 +191,8 @@ TEST(PeakMap, BoundsHold) {
     const auto height = static_cast<std::size_t>(tight.Height(0));
     tight.Bound(tight.Height(0), 0, tight.Starts()[height]);
     expectThoseOfPkmd(tight, map.counts, {});
+    tight.Bound(tight.Height(0), tight.Starts()[height], std::numeric_limits<double>::infinity());
+    expectThoseOfPkmd(tight, map.counts, {});
 }
 
 TEST(PeakMap, OtherModelsAreFittedOneByOne) {
