@@ -110,7 +110,7 @@ struct maps_sAlignment {
     void WeighNoiseDown();
     /// Whether its noise changes what is known of a spectrum that it fits by this factor.
     bool IsNoisyFor(double factor) const {
-        return least > smallest || std::max(share, factor * noise / smallest) > negligibleNoise;
+        return std::max(share, factor * noise / smallest) > negligibleNoise;
     }
     /// The most likely shift by whole channels, counted from -most.
     std::size_t Start(const double* row, double sum, std::span<const double*> logsAt,

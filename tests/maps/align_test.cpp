@@ -404,6 +404,35 @@ TEST(MapAlign, ACountBesideALineIsOneOfAHundredthOfIt) {
     EXPECT_NEAR(planes.chiSquared[1] - planes.chiSquared[0], 0.5, 0.02);
 }
 
+/// The same noise, more and more of it: errors grow, until nine tenths of the slopes are noise.
+TEST(MapAlign, NoiseCountsFromAThousandthOfTheSlopesToNineTenths) {
+    std::mt19937 random(3);
+    std::vector<double> noise(channels, -6.0);
+    for (double& value : noise)
+        for (int i = 0; i < 12; ++i)
+            value += static_cast<double>(random()) / 4294967296.0;
+    const auto counts =
+        countsOf(4, channels, [](std::size_t, double k) { return 100 * lineAt(k - 1, 4, 1); });
+    const auto fitted = [&](double part) {
+        std::vector<double> reference;
+        for (std::size_t k = 0; k < channels; ++k)
+            reference.push_back(lineAt(static_cast<double>(k), 4, 1) + part * noise[k]);
+        return alignedOf(maps_cAlign(reference, energies, 3),
+                         stackOf(std::span(counts), channels, energies));
+    };
+    const Planes clean = fitted(0);
+    const Planes some = fitted(3e-3);  // 2 per cent
+    const Planes most = fitted(0.036); // 84 per cent
+    EXPECT_THAT(some.status, Each(maps_Good));
+    EXPECT_THAT(most.status, Each(maps_Good));
+    EXPECT_THAT(fitted(0.0445).status, Each(maps_Undetermined)); // 97 per cent
+    for (std::size_t q = 0; q < 4; ++q) {
+        EXPECT_GT(some.errors[q], 1.001 * clean.errors[q]);
+        EXPECT_LT(some.errors[q], 1.1 * clean.errors[q]);
+        EXPECT_GT(most.errors[q], 2 * clean.errors[q]);
+    }
+}
+
 TEST(MapAlign, AReferenceWhoseSlopesAreNoiseTellsNoShift) {
     std::mt19937 random(3);
     std::normal_distribution<> noise;

@@ -195,6 +195,26 @@ TEST(PeakMap, BoundsHold) {
     expectThoseOfPkmd(tight, map.counts, {});
 }
 
+/// A line within one channel tells no width; lanes stop it at a fifth of the channel, too.
+TEST(PeakMap, WidthsStayAtAFifthOfAChannel) {
+    constexpr std::size_t length = 60;
+    const cal_c1DArrayCal cal(0, 1, 0);
+    pkmd_cModel made;
+    made.AddPeak(pkmd_Gaussian, 30, 300, 0.8);
+    made.AddPolynomial({20}, 30, 30);
+    std::vector<double> values(length, 20.0);
+    values[30] = 300;
+    maps_cWorkspace room;
+    for (const nlsq_eObjective objective : {nlsq_LeastSquares, nlsq_PoissonLikelihood}) {
+        const maps_cPeaks fit(made, length, cal, {.objective = objective});
+        PeakPlanes planes(fit, 1);
+        fit.Run(stackOf(std::span<const double>(values), length, cal), planes.Those(), room);
+        EXPECT_THAT(planes.status, ElementsAre(maps_Good));
+        EXPECT_NEAR(planes.values[1], 280, 0.01);
+        EXPECT_DOUBLE_EQ(planes.values[2], 0.2);
+    }
+}
+
 TEST(PeakMap, OtherModelsAreFittedOneByOne) {
     const Map map = mapOf(model(), 4, 0.3);
     pkmd_cModel bounded = model();
