@@ -421,9 +421,10 @@ private:
             const double down = parameters_.Lower()[j] - q_[j];
             const double up = parameters_.Upper()[j] - q_[j];
             const double way = -down < up ? down : up;
-            // What the others make up for is no more than all of chi-squared.
+            // The others hardly make up for more, and a covariance takes its time.
+            constexpr double near = 0.01;
             if (isHeld_[j] || way == 0 ||
-                !(std::fabs(way) * equations_.Norms()[j] <= std::sqrt(result_.chiSquared)))
+                !(std::fabs(way) * equations_.Norms()[j] <= near * std::sqrt(result_.chiSquared)))
                 continue;
             if (!AreLeft(2) || IsStopped())
                 return false;

@@ -234,7 +234,8 @@ struct pkmd_sOptions {
     nlsq_eObjective objective = nlsq_PoissonLikelihood;
     /// The weights of the channels for least squares, 1 / variance; empty for 1 / max(y, 1), those
     /// of counts, which pull an area down by about as much as chi-squared is large (see the guide).
-    /// A channel of weight 0 takes no part.
+    /// A channel of weight 0 takes no part. What is no counts, and has none, needs errors from the
+    /// scatter.
     std::vector<double> weights = {};
     /// What the standard errors rest on; by default, and as nlsq_ErrorsByDefault, the variances as
     /// they are given, also those of weights.
