@@ -19,6 +19,12 @@ std::size_t at(int index) { return static_cast<std::size_t>(index); }
 
 } // namespace
 
+bool isClear(const Line& line) { return line.significance > strong; }
+
+bool isAtItsBound(const Line& line) {
+    return !line.isGiven && line.height > 0 && !(line.positionError > 0);
+}
+
 Description::Description(const darr_c1DArray& spectrum, const Noise& ofSpectrum)
     : values(spectrum), cal(spectrum.Cal()), delta(cal.Delta()), noise(ofSpectrum) {}
 
@@ -47,7 +53,9 @@ std::vector<rnge_c1DRange> Description::UnderLines() const {
 }
 
 double Description::LevelAt(double position) const {
-    return std::max(background.Value(position, darr_LinearInterpolation).As<double>(),
+    const double last = cal.Position(values.Size() - 1);
+    const double inside = std::clamp(position, cal.Position(0), last);
+    return std::max(background.Value(inside, darr_LinearInterpolation).As<double>(),
                     leastBackground);
 }
 
@@ -74,7 +82,7 @@ bool Description::IsStrong(const Line& line) const {
 bool Description::TellSlope() const {
     std::vector<Width> clear;
     for (const Line& line : lines)
-        if (line.significance > strong)
+        if (isClear(line))
             clear.push_back({line.position, law.At(line.position), 0});
     return canTellSlope(clear);
 }
@@ -120,6 +128,15 @@ pkmd_cModel Description::ModelFor(Widths widths) {
             parts.Bound(number, leastBackground, infinity);
     }
     return parts;
+}
+
+void Description::FitFreely(Widths widths, double tolerance) {
+    constexpr int mostMoves = 4;
+    for (int i = 0; i < mostMoves; ++i) {
+        Fit(widths, tolerance);
+        if (std::none_of(lines.begin(), lines.end(), isAtItsBound))
+            return;
+    }
 }
 
 void Description::Fit(Widths widths, double tolerance) {

@@ -21,6 +21,12 @@ inline constexpr double leastBackground = 1e-3;
 /// Of chi-squared, to which a fit goes while lines come and go.
 inline constexpr double roundTolerance = 1e-6;
 
+/// Whether a line tells of widths, if not alone.
+bool isClear(const Line& line);
+
+/// Whether a line stands where a fit has kept it, and not where it is.
+bool isAtItsBound(const Line& line);
+
 /// What a spectrum is taken to be made of, and the fit of that.
 class Description {
 public:
@@ -31,17 +37,23 @@ public:
     void StartBackground();
     /// The continuum for the law, with factors that make it the background so far.
     void LayContinuum();
-    /// Fits all lines and the background together, and judges the lines.
+    /// Fits all lines and the background together, and judges the lines. A line moves by part
+    /// of its width at most.
     void Fit(Widths widths, double tolerance);
+    /// So, and what has moved as far as that goes on from there.
+    void FitFreely(Widths widths, double tolerance);
 
     /// Whether a line tells its width by itself.
     bool IsStrong(const Line& line) const;
     /// Whether the lines tell the slope of a law that all follow.
     bool TellSlope() const;
+    /// What the background is a sum of.
+    const std::vector<darr_c1DArray>& Curves() const { return continuum_.curves; }
     /// Where a position lies among the channels.
     double IndexOf(double position) const { return (position - cal.Position(0)) / delta; }
+    double ChiSquared() const { return fit.fit.chiSquared; }
     /// What the description costs: chi-squared, and what its parameters would lower it by chance.
-    double Cost() const { return fit.fit.chiSquared + 2 * static_cast<double>(fit.fit.free); }
+    double Cost() const { return ChiSquared() + 2 * static_cast<double>(fit.fit.free); }
     /// The background there, a little at least.
     double LevelAt(double position) const;
 

@@ -93,21 +93,31 @@ void LawOfLines::Judge(WidthLaw& law) const {
     law.reducedChiSquared = sum / std::max(1, law.lines);
 }
 
-bool LawOfLines::Update(Description& description) {
-    if (std::none_of(description.lines.begin(), description.lines.end(),
-                     [&](const Line& line) { return description.IsStrong(line); }))
+bool LawOfLines::Update(Description& description, double part) {
+    const std::vector<Line>& lines = description.lines;
+    const bool hasSingle = std::any_of(
+        lines.begin(), lines.end(), [&](const Line& line) { return description.IsStrong(line); });
+    if (!hasSingle && std::none_of(lines.begin(), lines.end(), isClear))
         return false;
     Description free = description;
-    free.Fit(Widths::strongFree, roundTolerance);
-    TakeWidths(free);
     const WidthLaw old = description.law;
-    description.law = lawOf(widths_, old);
-    return isOther(old, description, 0.01);
+    if (hasSingle) {
+        free.Fit(Widths::strongFree, roundTolerance);
+        TakeWidths(free);
+        description.law = lawOf(widths_, old);
+    } else {
+        // Lines that all overlap have a common law, too.
+        free.Fit(Widths::ofLaw, roundTolerance);
+        widths_.clear();
+        takeFitted(free);
+        description.law = free.law;
+    }
+    return isOther(old, description, part);
 }
 
 void LawOfLines::FitAtLast(Description& description, Candidates& candidates) {
     const auto fit = [&](Widths widths) {
-        candidates.FitSignificant(description, widths, lastTolerance);
+        candidates.FitToTheEnd(description, widths, lastTolerance);
     };
     if (!description.lines.empty() && holdsFor(description.law, description.lines)) {
         fit(Widths::ofLaw);

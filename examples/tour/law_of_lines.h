@@ -11,9 +11,9 @@ namespace tour {
 /// The law that the widths of lines follow, and the widths that tell it.
 class LawOfLines {
 public:
-    /// The widths of strong lines tell the law. Answers whether it has changed by more than a
-    /// hundredth somewhere.
-    bool Update(Description& description);
+    /// The widths of strong lines tell the law. Answers whether it has changed by more than such
+    /// a part somewhere.
+    bool Update(Description& description, double part);
     /// The last fit: all widths by one law, which lines that are strong and single have to follow.
     /// Where they do not, these have their own.
     void FitAtLast(Description& description, Candidates& candidates);

@@ -18,7 +18,9 @@ public:
     Analysis Run();
 
 private:
-    void StartLaw(const AnalysisOptions& options);
+    void StartLaw(const AnalysisOptions& options, const Width& width);
+    void Start();
+    void StartWithBest(const AnalysisOptions& options);
     bool Find(int rounds, bool takesStructures);
 
     Description description_;

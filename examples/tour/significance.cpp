@@ -105,12 +105,16 @@ darr_c1DArray significanceOf(const darr_c1DArray& values, const darr_c1DArray& e
     return result;
 }
 
+double widestOf(const darr_c1DArray& values) {
+    constexpr double partOfRange = 40;
+    constexpr double channels = 10; // which lines of any spectrum may have
+    return std::max(channels, values.Size() / partOfRange) * values.Cal().Delta();
+}
+
 std::optional<Width> typicalWidth(const darr_c1DArray& values, const Noise& noise) {
-    constexpr double clear = 10;       // deviations
-    constexpr double partOfRange = 40; // humps of a continuum are wider
-    constexpr double channels = 10;    // which lines of any spectrum may have
+    constexpr double clear = 10; // deviations
     const double delta = values.Cal().Delta();
-    const double widest = std::max(channels, values.Size() / partOfRange) * delta;
+    const double widest = widestOf(values);
     for (double sigma = 0; sigma <= 32; sigma = std::max(1.0, 2 * sigma)) {
         const darr_c1DArray smooth = sigma > 0 ? smth_Gauss(values, sigma * delta) : values;
         const peak_sOptions options =

@@ -31,6 +31,10 @@ darr_c1DArray residualsOf(const darr_c1DArray& values, const darr_c1DArray& expe
 darr_c1DArray significanceOf(const darr_c1DArray& values, const darr_c1DArray& expected,
                              const Noise& noise, const WidthLaw& law);
 
+/// The widest that a line may be: what is wider than a part of the spectrum is a hump of its
+/// continuum.
+double widestOf(const darr_c1DArray& values);
+
 /// The full width at half maximum that most of the lines of a spectrum have, as far as its maxima
 /// tell; none where no maximum is clear.
 std::optional<Width> typicalWidth(const darr_c1DArray& values, const Noise& noise);

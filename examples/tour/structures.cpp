@@ -13,16 +13,19 @@ struct Chain {
     bool isOfMany;
 };
 
-/// How much the background changes around a place, as a factor.
-double steepnessAt(const Description& description, double x) {
-    const double width = 1.5 * description.law.At(x);
-    const auto value = [&](double position) {
-        const double last = description.values.Size() - 1.0;
-        const int index = static_cast<int>(std::clamp(description.IndexOf(position), 0.0, last));
-        return std::max(description.background.Number(index).As<double>(), leastBackground);
-    };
-    const double ratio = value(x - width) / value(x + width);
-    return std::max(ratio, 1 / ratio);
+/// Whether the background is steep around a place: by more than a factor, and clearly so where
+/// there are few counts.
+bool isSteepAt(const Description& description, double x) {
+    constexpr double steep = 3;
+    constexpr double clearly = 5; // deviations
+    const double width = description.law.At(x);
+    const double below = description.LevelAt(x - 1.5 * width);
+    const double above = description.LevelAt(x + 1.5 * width);
+    const double channels = std::max(1.0, width / description.delta);
+    const double variance =
+        description.noise.isOfCounts ? below + above : 2 * std::pow(description.noise.deviation, 2);
+    return std::max(below, above) > steep * std::min(below, above) &&
+           std::abs(below - above) * std::sqrt(channels) > clearly * std::sqrt(variance);
 }
 
 /// Where lines may be what something wider is made of: where many lie close to each other, and
@@ -30,7 +33,6 @@ double steepnessAt(const Description& description, double x) {
 std::vector<Chain> chainsOf(const Description& description) {
     constexpr std::size_t many = 4;
     constexpr double near = 1.4; // widths
-    constexpr double steep = 3;
     constexpr double clear = 30; // deviations, which no slope imitates
     const WidthLaw& law = description.law;
     const std::vector<Line>& lines = description.lines;
@@ -51,8 +53,7 @@ std::vector<Chain> chainsOf(const Description& description) {
             return line.position >= from && line.position <= to && line.significance > clear;
         });
         const bool isSteep =
-            std::max(steepnessAt(description, from), steepnessAt(description, to)) > steep &&
-            !hasClear;
+            !hasClear && (isSteepAt(description, from) || isSteepAt(description, to));
         if (last - first >= many || isSteep)
             chains.push_back({{from - law.At(from), to + law.At(to)}, last - first > 1});
     }

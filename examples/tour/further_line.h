@@ -1,0 +1,18 @@
+#pragma once
+
+#include "description.h"
+
+namespace tour {
+
+/// What a line more would have beside all that is fitted.
+struct FurtherLine {
+    double height = 0;
+    double significance = 0; ///< the height over its standard error
+};
+
+/// A further line at this position, by a linear fit of what the model leaves: with this line, and
+/// with what lines and splines around it would change if all were fitted anew. Lines that hide each
+/// other, which the mean over a line's shape cannot show, stand out of that.
+FurtherLine furtherLine(const Description& description, double position);
+
+} // namespace tour
