@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <span>
 #include <vector>
 
@@ -36,60 +37,118 @@ private:
     std::vector<std::vector<double>> columns_;
 };
 
-} // namespace
+using Column = std::vector<double>;
 
-FurtherLine furtherLine(const Description& description, double position) {
-    const double width = description.law.At(position);
+/// The channels around a position.
+struct Window {
+    Window(const Description& description, double position) {
+        const double middle = description.IndexOf(position);
+        const double half = window * description.law.At(position) / description.delta;
+        const int size = description.values.Size();
+        from = std::clamp(static_cast<int>(std::ceil(middle - half)), 0, size - 1);
+        const int to = std::clamp(static_cast<int>(middle + half) + 1, from + 1, size);
+        channels = static_cast<std::size_t>(to - from);
+    }
+    int from;
+    std::size_t channels;
+};
+
+/// A function of how many standard deviations of a line a channel is from a position.
+template<class Shape>
+Column columnOf(const Description& description, const Window& around, double position, double width,
+                Shape shape) {
+    Column column(around.channels);
+    const double sigma = width / fullWidthPerSigma / description.delta;
     const double middle = description.IndexOf(position);
-    const double half = window * width / description.delta;
-    const int size = description.values.Size();
-    const int from = std::clamp(static_cast<int>(std::ceil(middle - half)), 0, size - 1);
-    const int to = std::clamp(static_cast<int>(middle + half) + 1, from + 1, size);
-    const auto channels = static_cast<std::size_t>(to - from);
-    const auto gaussian = [&](double at, double full, bool isDerivative) {
-        std::vector<double> column(channels);
-        const double sigma = full / fullWidthPerSigma / description.delta;
-        for (std::size_t i = 0; i < channels; ++i) {
-            const double z = (from + static_cast<double>(i) - description.IndexOf(at)) / sigma;
-            column[i] = std::exp(-z * z / 2) * (isDerivative ? z : 1);
-        }
-        return column;
-    };
-    std::vector<std::vector<double>> columns{gaussian(position, width, false)};
+    for (std::size_t i = 0; i < column.size(); ++i)
+        column[i] = shape((around.from + static_cast<double>(i) - middle) / sigma);
+    return column;
+}
+
+double gaussian(double z) { return std::exp(-z * z / 2); }
+double derivative(double z) { return z * gaussian(z); }
+double smearedStep(double z) { return std::erfc(z / std::sqrt(2.0)) / 2; }
+
+/// The linear fit of what the model leaves, `without` a line where there is one: of these columns,
+/// and of what lines and splines around would change. Without parameters where there are too few
+/// channels.
+nlsq_sResult fitAround(const Description& description, const Window& around, double position,
+                       std::vector<Column> columns, const Line* without) {
+    const double width = description.law.At(position);
+    Column left(around.channels);
+    const std::span<const double> y = description.values.Elements<double>();
+    const std::span<const double> model = description.model.Elements<double>();
+    const auto first = static_cast<std::size_t>(around.from);
+    for (std::size_t i = 0; i < left.size(); ++i)
+        left[i] = y[first + i] - model[first + i];
     for (const Line& line : description.lines) {
         if (std::abs(line.position - position) > window * width)
             continue;
-        columns.push_back(gaussian(line.position, line.width, false));
+        const Column shape = columnOf(description, around, line.position, line.width, gaussian);
+        if (&line == without) {
+            for (std::size_t i = 0; i < left.size(); ++i)
+                left[i] += line.height * shape[i];
+            continue;
+        }
+        columns.push_back(shape);
         if (!line.isGiven)
-            columns.push_back(gaussian(line.position, line.width, true));
+            columns.push_back(columnOf(description, around, line.position, line.width, derivative));
     }
     for (const darr_c1DArray& curve : description.Curves()) {
         const std::span<const double> part =
-            curve.Elements<double>().subspan(static_cast<std::size_t>(from), channels);
+            curve.Elements<double>().subspan(first, around.channels);
         if (std::any_of(part.begin(), part.end(), [](double value) { return value != 0; }))
             columns.emplace_back(part.begin(), part.end());
     }
-    if (columns.size() >= channels)
+    if (columns.size() >= around.channels)
         return {};
-    const std::span<const double> y = description.values.Elements<double>();
-    const std::span<const double> model = description.model.Elements<double>();
     const double least = fewCounts * description.delta / width;
-    std::vector<double> x(channels);
-    std::vector<double> left(channels);
+    Column x(around.channels);
     nlsq_sOptions options;
     options.errors = nlsq_ErrorsAsGiven;
-    for (std::size_t i = 0; i < channels; ++i) {
-        const std::size_t at = static_cast<std::size_t>(from) + i;
+    for (std::size_t i = 0; i < x.size(); ++i) {
         x[i] = static_cast<double>(i);
-        left[i] = y[at] - model[at];
         options.standardDeviations.push_back(description.noise.isOfCounts
-                                                 ? std::sqrt(std::max(model[at], least))
+                                                 ? std::sqrt(std::max(model[first + i], least))
                                                  : description.noise.deviation);
     }
     const Curves curves(std::move(columns));
-    const nlsq_sResult fit = nlsq_FitLinear(curves, x, left, curves.Count(), options);
+    return nlsq_FitLinear(curves, x, left, curves.Count(), options);
+}
+
+} // namespace
+
+FurtherLine furtherLine(const Description& description, double position) {
+    const Window around(description, position);
+    const double width = description.law.At(position);
+    const nlsq_sResult fit =
+        fitAround(description, around, position,
+                  {columnOf(description, around, position, width, gaussian)}, nullptr);
+    if (fit.parameters.empty())
+        return {};
     const double error = fit.standardErrors[0];
     return {fit.parameters[0], error > 0 ? fit.parameters[0] / error : 0};
+}
+
+bool isLikeAnEdge(const Description& description, const Line& line) {
+    constexpr double asWell = 2; // in chi-squared
+    constexpr int steps = 6;     // of a quarter of a width, to either side
+    const Window around(description, line.position);
+    const auto chiSquared = [&](std::vector<Column> columns) {
+        const nlsq_sResult fit =
+            fitAround(description, around, line.position, std::move(columns), &line);
+        return fit.parameters.empty() ? std::numeric_limits<double>::infinity() : fit.chiSquared;
+    };
+    const double ofLine =
+        chiSquared({columnOf(description, around, line.position, line.width, gaussian),
+                    columnOf(description, around, line.position, line.width, derivative)});
+    for (int i = -steps; i <= steps; ++i) {
+        const double position = line.position + 0.25 * i * line.width;
+        if (chiSquared({columnOf(description, around, position, line.width, smearedStep)}) <
+            ofLine + asWell)
+            return true;
+    }
+    return false;
 }
 
 } // namespace tour

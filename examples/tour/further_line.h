@@ -15,4 +15,8 @@ struct FurtherLine {
 /// other, which the mean over a line's shape cannot show, stand out of that.
 FurtherLine furtherLine(const Description& description, double position);
 
+/// Whether a step of the continuum, smeared by a line's width as an absorption edge is, describes
+/// the spectrum as well as a line that was fitted.
+bool isLikeAnEdge(const Description& description, const Line& line);
+
 } // namespace tour

@@ -18,10 +18,11 @@ struct Line {
     /// The area over its error, which is larger by the root of `misfit` where that is more than
     /// chance makes it.
     double significance = 0;
-    double misfit = 0;        ///< reduced chi-squared around the line
-    bool isGiven = false;     ///< known to be exactly there
-    bool isOfTails = false;   ///< what cannot be told from the tails of a stronger line
-    bool hasOwnWidth = false; ///< fitted by itself; otherwise the width follows the law
+    double misfit = 0;         ///< reduced chi-squared around the line
+    bool isGiven = false;      ///< known to be exactly there
+    bool isOfTails = false;    ///< what cannot be told from the tails of a stronger line
+    bool isLikeAnEdge = false; ///< a step of the continuum describes the spectrum as well
+    bool hasOwnWidth = false;  ///< fitted by itself; otherwise the width follows the law
 };
 
 } // namespace tour

@@ -121,6 +121,20 @@ void tellMisfit(Story& story) {
                    "shape of a line, and that no line is quite a Gaussian is not in their errors.");
 }
 
+/// Lines that may be none.
+void tellEdges(Story& story) {
+    std::vector<std::string> items;
+    for (const Line& line : story.lines)
+        if (line.isLikeAnEdge)
+            items.push_back(positionOf(story, line) + ofUnit(story.spectrum));
+    if (items.empty())
+        return;
+    story.teller.Say("What is at ", items.size() == 1 ? "this position" : "these positions",
+                     " may be no line: a step of the continuum, as an absorption edge makes it, "
+                     "describes the spectrum about as well there:");
+    story.teller.List(items);
+}
+
 /// What is farther from 0 than noise takes residuals.
 std::vector<rnge_c1DRange> badPlaces(const Story& story) {
     std::vector<rnge_c1DRange> places;
@@ -144,6 +158,7 @@ void stepFit(Story& story) {
                      "law of those; their errors include what the law is off.");
     teller.Show(tableOfLines(story));
     tellMisfit(story);
+    tellEdges(story);
     if (story.isSampleSpectrum)
         tellTruth(story);
 

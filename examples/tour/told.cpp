@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "candidates.h"
+#include "further_line.h"
 
 namespace tour {
 
@@ -14,6 +15,7 @@ constexpr double nearTails = 0.6; // widths
 constexpr double partInNearTails = 0.05;
 constexpr double farTails = 2;
 constexpr double partInFarTails = 0.01;
+constexpr double clearOfEdges = 40; // deviations, of which a step leaves nothing
 constexpr double besideLines = 1.5; // widths
 
 bool isOfTails(const Line& line, const Description& description) {
@@ -64,9 +66,11 @@ void tellBetween(const Description& description, Analysis& analysis) {
 
 Analysis told(const Description& description) {
     Analysis analysis;
-    for (Line line : description.lines) {
-        line.isOfTails = isOfTails(line, description);
-        analysis.lines.push_back(line);
+    for (const Line& line : description.lines) {
+        Line& shown = analysis.lines.emplace_back(line);
+        shown.isOfTails = isOfTails(line, description);
+        shown.isLikeAnEdge =
+            !line.isGiven && line.significance < clearOfEdges && isLikeAnEdge(description, line);
     }
     std::sort(analysis.lines.begin(), analysis.lines.end(),
               [](const Line& a, const Line& b) { return a.position < b.position; });
