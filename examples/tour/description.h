@@ -30,7 +30,7 @@ bool isAtItsBound(const Line& line);
 /// What a spectrum is taken to be made of, and the fit of that.
 class Description {
 public:
-    Description(const darr_c1DArray& values, const Noise& noise);
+    Description(const darr_c1DArray& spectrum, const Noise& ofSpectrum);
 
     /// A clipped background, in which nothing is as narrow as a line: where a first look finds
     /// lines, and where the factors of the continuum start.

@@ -131,7 +131,7 @@ FurtherLine furtherLine(const Description& description, double position) {
 }
 
 bool isLikeAnEdge(const Description& description, const Line& line) {
-    constexpr double asWell = 2; // in chi-squared
+    constexpr double asWell = 4; // in chi-squared
     constexpr int steps = 6;     // of a quarter of a width, to either side
     const Window around(description, line.position);
     const auto chiSquared = [&](std::vector<Column> columns) {

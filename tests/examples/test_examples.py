@@ -118,7 +118,7 @@ def part(text, number):
     ("steel_eds.csv --unit keV --calibration -0.00413,0.0119233",
      [(5.4117, 0.001), (6.3995, 0.001), (7.4724, 0.003), (8.2647, 0.005), (7.0580, 0.005), (5.8951, 0.010), (5.9467, 0.006),
       (8.0411, 0.008)],
-     ["describes the spectrum to within its noise", "silicon (w = 3.65 eV, F = 0.115) has 2.33 eV", "the lines leave no such channel",
+     ["so the model describes the spectrum to within", "silicon (w = 3.65 eV, F = 0.115) has 2.33 eV", "the lines leave no such channel",
       "2 lines lie within half a width of another"], None),
     # In other units it is the same spectrum.
     ("steel_eds.csv", [(494.2, 0.6), (498.8, 0.5), (537.1, 0.1)], ["more than 3 errors off: the law holds for the others"], "eV"),

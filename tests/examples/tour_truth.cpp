@@ -1,4 +1,4 @@
-// tour_truth [REALISATIONS]: whether the tour's analysis finds what there is. Ten spectra of known
+// tour_truth [REALISATIONS]: whether the tour's analysis finds what there is. Spectra of known
 // lines over known continua, each so many times with noise of its own (2 without an argument):
 // which lines are found, what is found that is not there, whether positions and areas are right
 // within their errors. The spectra are computed here by formulas that the analysis does not share.
@@ -22,6 +22,13 @@ struct TrueLine {
     double area; // counts
 };
 
+/// What docs/tour.md says that is not met of a kind of spectrum.
+struct Known {
+    double missed = 0;   // of all lines
+    double invented = 0; // of a spectrum, beyond one in twenty
+    double bias = 0.25;  // of areas in the mean, in errors of one
+};
+
 /// A spectrum as it is before it is counted, in units of its axis.
 struct Truth {
     std::string name;
@@ -33,6 +40,7 @@ struct Truth {
     std::function<double(double)> fullWidth;
     std::vector<TrueLine> lines; // areas in parts of `total`
     double slope;                // of squared widths, as a user knows it; 0 as one does not
+    Known known = {};
 };
 
 double silicon(double keV) { return std::sqrt(0.0049 + 0.00233 * std::max(keV, 0.0)); }
@@ -49,6 +57,11 @@ std::vector<Truth> truths() {
     const auto tube = [](double e) { return bremsstrahlung(e, 20) + 2e-3; };
     const auto power = [](double e) { return std::pow(std::max(e, 0.3), -1.6); };
     const auto parabola = [](double x) { return 1 + 1.5 * std::pow((x - 900) / 1000, 2); };
+    // What iron and silicon absorb, smeared by the detector.
+    const auto edges = [=](double e) {
+        return tube(e) * (1 - 0.14 * (1 + std::erf((e - 7.11) / 0.103))) *
+               (1 - 0.05 * (1 + std::erf((e - 1.84) / 0.065)));
+    };
     const std::vector<TrueLine> steel = {{1.74, 0.03}, {4.511, 0.015}, {5.415, 0.5}, {5.947, 0.07},
                                          {6.404, 1},   {7.058, 0.13},  {7.478, 0.2}, {8.046, 0.09}};
     return {
@@ -140,6 +153,52 @@ std::vector<Truth> truths() {
           {8047, 0.004},
           {10540, 0.002}},
          2.33},
+        {"pairs of ten errors, 1e5",
+         0,
+         0.01,
+         2000,
+         1e5,
+         flat,
+         silicon,
+         {{3, 0.0084},
+          {3.131, 0.0084},
+          {6, 0.0463},
+          {6.166, 0.0063},
+          {10, 0.0168},
+          {15, 0.0056},
+          {15.243, 0.0056}},
+         0.00233,
+         {.missed = 0.04, .invented = 0.05}},
+        {"lines of 60 channels, 1e6",
+         0,
+         1,
+         4096,
+         1e6,
+         [](double x) { return std::exp(-x / 2000); },
+         [](double) { return 60.0; },
+         {{500, 0.0066}, {1100, 0.0022}, {1900, 0.0031}, {1975, 0.0031}, {3300, 0.0066}},
+         0,
+         {.missed = 0.02}},
+        {"next to no background, 100",
+         0,
+         0.01,
+         2000,
+         100,
+         flat,
+         silicon,
+         {{2, 1.45}, {4, 9}, {6.4, 400}, {7.06, 36}, {9, 0.66}},
+         0.00233,
+         {.missed = 0.01}},
+        {"edges without lines, 1e6",
+         -0.48,
+         0.01,
+         2048,
+         1e6,
+         edges,
+         silicon,
+         {},
+         0.00233,
+         {.invented = 0.1}},
     };
 }
 
@@ -219,7 +278,7 @@ void judge(const Truth& truth, const tour::Analysis& found, Tally& tally, bool i
             std::printf("    position of %g off by %.1f errors\n", line.position, pull);
     }
     for (std::size_t i = 0; i < found.lines.size(); ++i)
-        if (!isTaken[i] && !found.lines[i].isOfTails) {
+        if (!isTaken[i] && !found.lines[i].isOfTails && !found.lines[i].isLikeAnEdge) {
             ++tally.invented;
             if (isTold)
                 std::printf("    invented: %g, %.1f deviations\n", found.lines[i].position,
@@ -233,6 +292,11 @@ int main(int count, char** arguments) {
     const int realisations = count > 1 ? std::atoi(arguments[1]) : 2;
     const bool isLong = realisations >= 50;
     int failures = 0;
+    const auto failed = [&](bool has, const char* what) {
+        failures += has;
+        if (has)
+            std::printf("  FAILED: %s\n", what);
+    };
     int spectra = 0;
     int there = 0;
     int missed = 0;
@@ -263,14 +327,22 @@ int main(int count, char** arguments) {
             "pulls %.3f; chi-squared %.3f\n",
             tally.there, tally.missed, tally.invented, tally.beyond, tally.positions,
             tally.positions > 1 ? tally.places.Width() : 0, tally.chiSquared / tally.spectra);
+        const Known& known = truth.known;
         for (std::size_t k = 0; k < tally.areas.size(); ++k)
             if (isLong && tally.areas[k].count > 1) {
                 const Pulls& area = tally.areas[k];
                 std::printf("    %8g: area %+.3f errors off in the mean, width of pulls %.3f\n",
                             truth.lines[k].position, area.Mean(), area.Width());
-                // The mean is within one standard error of a single area.
-                failures += std::abs(area.Mean()) > 1;
+                // Three errors of the mean, beyond what is known.
+                const double bound = known.bias + 3 / std::sqrt(static_cast<double>(area.count));
+                failed(std::abs(area.Mean()) > bound, "an area is off");
             }
+        // Of a few spectra a few more are chance.
+        const double chance = isLong ? 0 : 2;
+        failed(tally.missed > known.missed * tally.there + chance, "lines are missed");
+        failed(tally.invented > (0.05 + known.invented) * tally.spectra + chance,
+               "lines are invented");
+        failed(tally.beyond > 0.01 * tally.positions + chance, "positions are off");
         spectra += tally.spectra;
         there += tally.there;
         missed += tally.missed;
@@ -281,9 +353,6 @@ int main(int count, char** arguments) {
     std::printf(
         "%d spectra, %d lines: %d missed, %d invented, %d of %d positions beyond 3 errors\n",
         spectra, there, missed, invented, beyond, positions);
-    failures += missed > 0;
-    failures += 20 * invented > spectra;
-    failures += 100 * beyond > positions + 100;
     std::printf("%d failures\n", failures);
     return failures > 0 ? 1 : 0;
 }
