@@ -466,9 +466,9 @@ TEST(LinearMap, TheLikelihoodOfOtherUnitsIsThatOfCounts) {
         Planes planes(4, spectra);
         fit.Run(stackOf(std::span(counts), 300), planes.All(), room);
         for (const double unit : {1e-3, 1e-9, 44.0}) {
-            std::vector<double> scaled;
-            for (const unsigned short y : counts)
-                scaled.push_back(unit * y);
+            std::vector<double> scaled(counts.begin(), counts.end());
+            for (double& y : scaled)
+                y *= unit;
             Planes other(4, spectra);
             fit.Run(stackOf(std::span<const double>(scaled), 300), other.All(), room);
             EXPECT_EQ(other.status, planes.status) << isBounded << ' ' << unit;
