@@ -653,6 +653,9 @@ def _clip_by_arrays(self: Any, low: Any, high: Any) -> Any:
     from dataprocessing.functions import maximum, minimum
 
     found, is_whole = self, self.dtype.kind in "iu"
+    for limit in (low, high):
+        if isinstance(limit, MASKS):
+            require_mask_on(self, limit, "clip")
     if is_whole and any(limit is not None and np.isnan(limit).any() for limit in (low, high)):
         raise ValueError("NaN is no limit of integers")
     if low is not None:

@@ -15,6 +15,7 @@ from __future__ import annotations
 
 import inspect
 import math
+import operator
 import weakref
 from collections.abc import Callable, Iterable, Iterator, Mapping, Sequence
 from contextlib import contextmanager
@@ -24,9 +25,10 @@ from typing import TYPE_CHECKING, Any
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._arrays import failure, without_masked
+from dataprocessing._arrays import check_axis_units, failure, without_masked
 from dataprocessing._core import (
     Array1D, Axis, DataError, End, Errors, FitError, IndexSelect, Objective, SingularFitError,
+    SizeError,
 )  # fmt: skip
 from dataprocessing._fit_result import FitResult, FittedPeak, Parameter
 from dataprocessing._peak_model import ModelPeak, PeakModel
@@ -87,6 +89,8 @@ class Selection:
             self._join(one)
 
     def _join(self, one: Any) -> bool:
+        if not isinstance(one, Iterable):
+            raise TypeError(f"ranges are a Range, a pair (start, end) or a list of those, not {one!r}")
         shared = one if isinstance(one, Range) else Range(*one)
         if any(known is shared for known, _ in self._ranges):
             return False
@@ -180,6 +184,8 @@ class Selection:
 
 def _pairs(ranges: Any) -> list[Any]:
     """A Range, a pair, or several of them, as a list."""
+    if not isinstance(ranges, Iterable):
+        raise TypeError(f"ranges are a Range, a pair (start, end) or a list of those, not {ranges!r}")
     if isinstance(ranges, (Range, Selection)):
         return [ranges] if isinstance(ranges, Range) else list(ranges)
     given = list(ranges)
@@ -224,8 +230,16 @@ def _deviations(data: Array1D, deviations: Any) -> Any:
             raise ValueError(f"deviations are an array, None or 'counts', not {deviations!r}")
         return Array1D(np.sqrt(np.maximum(data.values, 1.0)), data.axis)
     if isinstance(_real(deviations), Array1D):
-        return deviations
+        return _beside(data, deviations)
     return Array1D(np.broadcast_to(np.asarray(without_masked(deviations), dtype="f8"), data.shape), data.axis)
+
+
+def _beside(data: Array1D, other: Array1D) -> Array1D:
+    """What lies where the data do, on their very axis."""
+    if not _core.same_grid(data, other):
+        return other
+    check_axis_units(data, other)
+    return other.with_axes(data.axis)
 
 
 def _real(values: Any) -> Any:
@@ -240,6 +254,13 @@ def _numbers(values: Any, what: str) -> NDArray[Any]:
     if given.dtype.kind not in "biuf":
         raise TypeError(f"{what} takes numbers, not elements of type {given.dtype}")
     return given.astype("f8", copy=False)
+
+
+def _order(order: Any) -> int:
+    try:
+        return operator.index(order)
+    except TypeError:
+        raise TypeError(f"the order is a whole number, not {order!r}") from None
 
 
 def _on_axis(function: Any, data: Array1D) -> Array1D:
@@ -323,7 +344,7 @@ def polynomial(
     ``sum of c[j] (x - offset)^j``, where the fixed parameter ``offset`` is the middle of the selected
     positions; about="zero" gives the coefficients of plain powers of x, which far from zero are hard to tell
     apart. ``ranges`` is a :class:`Selection`, a :class:`Range`, a pair or a list of those, None for all
-    elements. ``deviations`` are the standard deviations of the elements: an array of the same shape, a
+    elements; what two of them share counts twice. ``deviations`` are the standard deviations of the elements: an array of the same shape, a
     number, or "counts" for sqrt(max(a, 1)); without them all weigh alike, and errors come from the scatter.
 
     Coefficients are in units of the values over those of the axis to their power. FitError for fewer points
@@ -339,7 +360,7 @@ def polynomial(
     data = _spectrum(a)
     middle = _choice({"middle": True, "zero": False}, about, "about")
     kind: Any = _core.plft_c1DOffsetPolyFittingFunction if middle else _core.plft_c1DPolyFittingFunction
-    function = kind(order, _selection(data, ranges, rule))
+    function = kind(_order(order), _selection(data, ranges, rule))
     weights = _refit(function, data, deviations)
     offset = function.offset() if middle else 0.0
     coefficients = tuple(map(float, function.coefficients()))
@@ -364,7 +385,7 @@ def power_law(
         (-3.0, 8.0)
     """
     data = _spectrum(a)
-    function = _core.pwft_cPowerLawFittingFunction(order, _selection(data, ranges, rule))
+    function = _core.pwft_cPowerLawFittingFunction(_order(order), _selection(data, ranges, rule))
     weights = _refit(function, data, deviations)
     coefficients = tuple(map(float, function.coefficients()))
     return _linear_result("power law", function, data, _PowerLaw(coefficients), {}, weights)
@@ -436,7 +457,7 @@ def windowed_power_law(a: Array1D, windows: Iterable[Window], order: int = 1) ->
     names = [window.name or f"peak {k + 1}" for k, window in enumerate(given)]
     if len(set(names)) < len(names):
         raise ValueError("two windows have the same name")
-    function = _core.pwft_cMultiPowerLawFitFunc(order, _core.dasl_c1DDataArraySelection())
+    function = _core.pwft_cMultiPowerLawFitFunc(_order(order), _core.dasl_c1DDataArraySelection())
     for window in given:
         function.add_peak(window.position, window.gap, window.width, window.offset, window.length)
     with _failures():
@@ -614,22 +635,13 @@ def _notes(fit: Any) -> dict[int, str]:
     return notes
 
 
-def _root(kinds: Sequence[Any], i: int) -> int:
-    """The parameter that is fitted in the place of this one."""
-    while kinds[i].ref is not None:
-        i = kinds[i].ref
-    return i
-
-
 def _parameters(names: Sequence[str], fit: Any, kinds: Sequence[Any], units: Sequence[str]) -> dict[str, Parameter]:
     notes = _notes(fit)
     params = {}
     for i, (name, kind, unit) in enumerate(zip(names, kinds, units)):
-        root = _root(kinds, i)
-        error = math.nan if {i, root} & set(fit.undetermined) else float(fit.standard_errors[i])
+        error = math.nan if i in fit.undetermined else float(fit.standard_errors[i])
         ref = None if kind.ref is None else names[kind.ref]
-        note = notes.get(i, notes.get(root, ""))
-        params[name] = Parameter(name, float(fit.parameters[i]), error, kind.varies, ref, note, unit)
+        params[name] = Parameter(name, float(fit.parameters[i]), error, kind.varies, ref, notes.get(i, ""), unit)
     return params
 
 
@@ -747,13 +759,13 @@ def curve(
 
     for name, (lower, upper) in (bounds or {}).items():
         kinds[number(name)] = _core.nlsq_sParameter.bounded(lower, upper)
-    for name in fixed:
+    for name in [fixed] if isinstance(fixed, str) else fixed:
         kinds[number(name)] = _core.nlsq_sParameter.fixed()
     for name, (other, *numbers) in (ties or {}).items():
         kinds[number(name)] = _core.nlsq_sParameter.tied(number(other), *(numbers or [1.0]))
-    gradient = None if derivatives is None else lambda x, p: _real(derivatives(x, *p))
+    gradient = None if derivatives is None else lambda x, p: _real(without_masked(derivatives(x, *p)))
     fit = _core.nlsq_fit(
-        lambda x, p: _real(model(x, *p)), x, y, np.asarray(_real(without_masked(begin)), dtype="f8"), gradient, None, sigma,
+        lambda x, p: _real(without_masked(model(x, *p))), x, y, np.asarray(_real(without_masked(begin)), dtype="f8"), gradient, None, sigma,
         _choice(_OBJECTIVES, objective, "objective"), _choice(_ERRORS, errors, "errors"), kinds, observer=observer,
         **control,
     )  # fmt: skip
@@ -800,8 +812,10 @@ def peaks(
     model._check_curves(data)
     if weights is not None and objective == "likelihood":
         raise failure(_core.ProgramError, 'the likelihood has weights of its own; take objective="least-squares"', "pkmd", 6)
-    if isinstance(_real(without_masked(weights)), Array1D) and not _core.same_grid(weights, data):
-        raise ValueError("the weights do not lie where the spectrum does")
+    if isinstance(_real(without_masked(weights)), Array1D):
+        if not _core.same_grid(weights, data):
+            raise ValueError("the weights do not lie where the spectrum does")
+        weights = _beside(data, weights)
     kinds = model._core.kinds()
     out = _core.pkmd_fit(
         model._core, data, _choice(_OBJECTIVES, objective, "objective"), weights, _choice(_ERRORS, errors, "errors"),
@@ -825,11 +839,14 @@ def peaks(
     return _ended(result, fit)
 
 
+_MOST_EQUATIONS = 32767
+
+
 def solve(a: Any, b: Any) -> FitResult:
     """The least-squares solution of ``a x = b``, for as many equations as unknowns or more.
 
     ``a`` is a matrix of (equations, unknowns), ``b`` a vector; all equations weigh alike, and the errors come from the
-    residuals. SizeError for sizes that do not fit, ValueError for other dimensions, SingularFitError where the
+    residuals. SizeError for sizes that do not fit and more than 32767 equations, ValueError for other dimensions, SingularFitError where the
     equations do not tell all unknowns apart, FitError for numbers that are not finite, TypeError for complex ones, masked
     ones and what is no number. Unknowns are in units of ``b`` over those of ``a``.
 
@@ -839,6 +856,8 @@ def solve(a: Any, b: Any) -> FitResult:
         (2.0, 3)
     """
     matrix, right = _numbers(a, "solve"), _numbers(b, "solve")
+    if matrix.ndim == 2 and max(matrix.shape) > _MOST_EQUATIONS:
+        raise failure(SizeError, f"A system has at most {_MOST_EQUATIONS} equations, not {max(matrix.shape)}.")
     solution = _core.eqns_solve_equations(matrix, right, _core.Columns.SCALED)
     if not np.isfinite(solution.x).all():
         raise failure(FitError, "The solution is not finite: a coefficient or a right-hand side is not, or too large.")

@@ -47,7 +47,7 @@ def fft(a: Any) -> Any:
     """The discrete Fourier transform on an axis of frequencies, 0 in the middle.
 
     ``sum over k of a[k] exp(-2 pi i j k / n)`` for the frequencies j / (n delta), in cycles per unit of the axis, from
-    -n // 2 on: numpy's values, centred. complex128. ValueError without elements. The result has no unit, its axes have
+    j = -(n // 2) on: numpy's values, centred. complex128. ValueError without elements. The result has no unit, its axes have
     ``1/unit``. TypeError for what is no array.
 
         >>> import numpy as np, dataprocessing as dp

@@ -11,7 +11,7 @@ from collections.abc import Callable
 import numpy as np
 
 from dataprocessing import _core
-from dataprocessing._arrays import require_array, require_mask_on, without_masked
+from dataprocessing._arrays import on_axes_of, require_array, require_mask_on, without_masked
 from dataprocessing._core import Array1D, Array2D, ComplexConversion, Function, Mask1D, Mask2D
 
 TYPE_CHECKING = False  # see __init__
@@ -267,8 +267,6 @@ def _exact_pair(a: Any, b: Any) -> tuple[Any, Any]:
     like = a if isinstance(a, _ARRAYS) else b
     other = b if like is a else a
     if not isinstance(other, _ARRAYS):
-        from dataprocessing._arrays import on_axes_of
-
         dtype = _core.number_dtype(other, like.dtype)
         other = on_axes_of(like, np.array(np.broadcast_to(np.asarray(other, dtype=dtype), like.shape)))
     common = _core.common_dtype(like.dtype, other.dtype)
@@ -309,6 +307,8 @@ def _extreme(a: Any, b: Any, choose: Callable[[Any, Any], Any], numpy: np.ufunc)
         raise TypeError("complex elements have no order; take abs(a) or a.real first")
     if all(x.size == 0 for x in arrays):
         return _named((a if isinstance(a, _ARRAYS) else b).copy(), arrays)
+    if _core.same_grid(a, b):
+        return _named(on_axes_of(a, numpy(a.values, b.values)), arrays)
     result = choose(a, b)
     if result.dtype.kind == "f":
         # A comparison with NaN is false, so one of the two orders keeps it.

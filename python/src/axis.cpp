@@ -329,7 +329,8 @@ ValueError for a negative count.
             [](const sAxis& a, long long n) {
                 if (n < 0)
                     throw py::value_error("edges takes a count of at least 0");
-                return positions(a, n + 1, "edges");
+                constexpr long long most = std::numeric_limits<long long>::max();
+                return positions(a, std::min(n, most - 1) + 1, "edges");
             },
             py::arg("count"),
             R"(Where the first `count` elements begin, and where the last one ends: count + 1 positions, as float64.

@@ -15,6 +15,7 @@ namespace py = pybind11;
 namespace {
 
 constexpr double perPoint = 50; // ns
+constexpr double perCopy = 2;
 
 void defineSelection(py::module_& module) {
     using tSelection = dasl_c1DDataArraySelection;
@@ -37,7 +38,10 @@ void defineSelection(py::module_& module) {
         .def("fill_xy", [](const tSelection& s, const sArray1D& data) {
             arr_cC_Array<double> x;
             arr_cC_Array<double> y;
-            s.FillXY(data.values, x, y);
+            {
+                const cWithoutGil released(data.Count(), perCopy);
+                s.FillXY(data.values, x, y);
+            }
             return py::make_tuple(toNumpy(x), toNumpy(y));
         });
 }
@@ -54,18 +58,25 @@ void defineFunction(py::module_& module) {
         .def("load",
              [](const tFunction& f, int count, const sAxis& axis) {
                  arr_cC_Array<double> values(count);
-                 f.Load(values, cal_c1DArrayCal(axis.cal));
+                 {
+                     const cWithoutGil released(count, perPoint);
+                     f.Load(values, cal_c1DArrayCal(axis.cal));
+                 }
                  return toNumpy(values);
              })
         .def("curve",
              [](const tFunction& f, const sAxis& axis, int count) {
+                 const cWithoutGil released(count, perPoint);
                  return sArray1D{f.Curve(cal_c1DArrayCal(axis.cal), count), {}, {axis.labels}};
              })
         .def("load_values",
              [](const tFunction& f, const tDoubles& at) {
                  arr_cC_Array<double> x = arrayOf(at);
                  arr_cC_Array<double> y = x;
-                 f.LoadValues(x, y);
+                 {
+                     const cWithoutGil released(x.Size(), perPoint);
+                     f.LoadValues(x, y);
+                 }
                  return py::make_tuple(toNumpy(x), toNumpy(y));
              })
         .def("chi_squared", &tFunction::ChiSquared);
@@ -220,14 +231,20 @@ void defineGaussians(py::module_& module) {
         .def("load",
              [](const sGaussians& f, int count, const sAxis& axis) {
                  arr_cC_Array<double> values(count);
-                 f.function.Load(values, cal_c1DArrayCal(axis.cal));
+                 {
+                     const cWithoutGil released(count, perPoint * f.list.Size());
+                     f.function.Load(values, cal_c1DArrayCal(axis.cal));
+                 }
                  return toNumpy(values);
              })
         .def("load_values",
              [](const sGaussians& f, const tDoubles& at) {
                  arr_cC_Array<double> x = arrayOf(at);
                  arr_cC_Array<double> y = x;
-                 f.function.LoadValues(x, y);
+                 {
+                     const cWithoutGil released(x.Size(), perPoint * f.list.Size());
+                     f.function.LoadValues(x, y);
+                 }
                  return py::make_tuple(toNumpy(x), toNumpy(y));
              })
         .def("chi_squared", [](const sGaussians& f) { return f.function.ChiSquared(); })

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <span>
 
+#include "alignment.h"
 #include "axis.h"
 #include "gil.h"
 #include "instances.h"
@@ -32,10 +33,7 @@ std::span<unsigned char> elementsOf(Mask& mask) {
 
 template<class Mask>
 void requireSameGrid(const Mask& a, const Mask& b) {
-    bool same = a.values.IsRangeAndDelta(b.values);
-    for (int axis = 0; axis < Mask::dimensions; ++axis)
-        same = same && a.Size(axis) == b.Size(axis);
-    if (!same)
+    if (!haveSameGrid(a, b))
         throw py::value_error(
             "masks combine on one grid only; these differ in size, range or delta");
 }

@@ -320,8 +320,14 @@ void definePeakModel(py::module_& module) {
             "values",
             [](const tModel& m, const tDoubles& p, const tDoubles& x, bool backgroundOnly) {
                 py::array_t<double> y(x.size());
-                m.Values(spanOf(p), spanOf(x), {y.mutable_data(), spanOf(x).size()},
-                         backgroundOnly ? pkmd_BackgroundOnly : pkmd_Everything);
+                const std::span<double> to(y.mutable_data(), spanOf(x).size());
+                const tModel model = m; // another thread may add to it meanwhile
+                {
+                    constexpr double perPosition = 50; // ns
+                    const cWithoutGil released(x.size(), perPosition);
+                    model.Values(spanOf(p), spanOf(x), to,
+                                 backgroundOnly ? pkmd_BackgroundOnly : pkmd_Everything);
+                }
                 return y;
             },
             py::arg("parameters"), py::arg("x"), py::arg("background_only") = false);
@@ -445,6 +451,8 @@ void defineEquations(py::module_& module) {
             constexpr py::ssize_t most = 32767;
             if (a.shape(0) > most || a.shape(1) > most)
                 arr_SizeError(std::max(a.shape(0), a.shape(1)));
+            constexpr double perProduct = 1; // ns, of a coefficient with each unknown
+            const cWithoutGil released(a.size() * a.shape(1), perProduct);
             const arr_c2DNumberArray<double> matrix(static_cast<int>(a.shape(1)),
                                                     static_cast<int>(a.shape(0)), spanOf(a));
             const arr_c1DNumberArray<double> vector(spanOf(b));

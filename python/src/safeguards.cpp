@@ -19,6 +19,18 @@ bool isBound(const py::handle& object) {
            PyType_IsSubtype(reinterpret_cast<PyTypeObject*>(object.ptr()), base) != 0;
 }
 
+PyObject* classOf(PyObject* object, void*) {
+    return Py_NewRef(reinterpret_cast<PyObject*>(Py_TYPE(object)));
+}
+
+/// What an object holds is that of its class.
+int refuseClass(PyObject* object, PyObject*, void*) {
+    PyErr_Format(PyExc_TypeError, "an object of %s stays one", Py_TYPE(object)->tp_name);
+    return -1;
+}
+
+PyGetSetDef itsClass{"__class__", &classOf, &refuseClass, nullptr, nullptr};
+
 } // namespace
 
 void registerSafeguards(py::module_& module) {
@@ -32,6 +44,12 @@ void registerSafeguards(py::module_& module) {
         // Functions that take such an object would get storage that nothing was written to.
         py::detail::get_type_info(reinterpret_cast<PyTypeObject*>(type.ptr()))->operator_new =
             &refuse;
+        auto* const bound = reinterpret_cast<PyTypeObject*>(type.ptr());
+        const auto descriptor =
+            py::reinterpret_steal<py::object>(PyDescr_NewGetSet(bound, &itsClass));
+        if (!descriptor || PyDict_SetItemString(bound->tp_dict, "__class__", descriptor.ptr()) != 0)
+            throw py::error_already_set();
+        PyType_Modified(bound);
         py::setattr(type, "__reduce_ex__",
                     py::cpp_function(
                         [reduce](const py::object& self, int protocol) {

@@ -677,6 +677,62 @@ def test_whatever_is_complex_is_refused(call):
         call(np.array([1j, 1, 1]))
 
 
+def test_backgrounds_of_models_are_without_peaks():
+    model = PeakModel()
+    model.peak("gaussian", 6.4, 900, 0.06)
+    model.polynomial([20.0, 1.0], 6.4)
+    assert model.eval([6.4, 7.4], background=True).tolist() == [20, 21] and model.eval([6.4]).tolist() == [920]
+    assert model.eval([6.4], [6.4, 1, 0.06, 5, 0], background=True).tolist() == [5]
+
+
+def test_orders_are_whole():
+    for call in (lambda: dp.fitting.polynomial(spectrum(), order=1.5), lambda: dp.fitting.power_law(spectrum(), order="1"),
+                 lambda: dp.fitting.windowed_power_law(spectrum(), [Window(6.4, 0.2, 0.5, -0.2, 0.4)], order=None)):  # fmt: skip
+        with pytest.raises(TypeError, match="the order is a whole number, not"):
+            call()
+    assert dp.fitting.polynomial(spectrum(), order=np.int8(2)).params["c2"].vary
+
+
+def test_one_parameter_is_fixed_by_its_name():
+    x = np.arange(5.0)
+    fit = dp.fitting.curve(lambda x, aa, b: aa * x + b, (x, 2 * x), [2.0, 1.0], fixed="aa")
+    assert not fit.params["aa"].vary and fit.params["b"].vary
+    with pytest.raises(ValueError, match="'a'"):
+        dp.fitting.curve(lambda x, aa, b: aa * x + b, (x, 2 * x), [2.0, 1.0], fixed="a")
+
+
+def test_counts_of_points_weigh_as_those_of_arrays():
+    y = np.array([0.0, 4.0, 9.0, 0.0])
+    of_points = dp.fitting.curve(lambda x, p: p + 0 * x, (np.arange(4.0), y), deviations="counts")
+    of_array = dp.fitting.curve(lambda x, p: p + 0 * x, dp.Array1D(y), deviations="counts")
+    assert of_points.params["p"].value == of_array.params["p"].value == pytest.approx(2 / (2 + 1 / 4 + 1 / 9))
+
+
+def test_equal_ranges_are_two():
+    first, second = dp.Range(1, 2), dp.Range(1, 2)
+    selection = Selection([first, second, first])
+    assert len(selection) == 2
+    selection.remove(second)
+    assert [one is first for one in selection] == [True]
+
+
+def test_windows_do_not_covary():
+    fit = dp.fitting.windowed_power_law(spectrum(), [Window(6.4, 0.2, 0.5, -0.2, 0.4, "a"), Window(7.06, 0.2, 0.3, -0.2, 0.4, "b")])
+    alone = dp.fitting.windowed_power_law(spectrum(), [Window(7.06, 0.2, 0.3, -0.2, 0.4, "b")])
+    assert np.array_equal(fit.covariance[2:, 2:], alone.covariance) and not fit.covariance[:2, 2:].any()
+    assert fit.covariance[0, 0] == pytest.approx(fit.params["c0 of a"].stderr ** 2)
+
+
+def test_widths_follow_the_fitted_resolution():
+    x = AXIS.positions(400)
+    y = sum(900 * np.exp(-((x - at) ** 2) * 4 * math.log(2) / (0.14**2 + 0.0023 * (at - 6.4))) for at in (5.6, 6.4, 7.8))
+    lines = [Gaussian(at, 700, f"{at}") for at in (5.6, 6.4, 7.8)]
+    fit = dp.fitting.gaussians(dp.Array1D(y, AXIS), lines, (6.4, 0.12, 0.0023), fit=("resolution",))
+    for peak in fit.peaks:
+        wanted = math.sqrt(fit.params["fwhm"].value ** 2 + 0.0023 * (peak.position - 6.4))
+        assert peak.fwhm == pytest.approx(wanted, rel=1e-12) and peak.fwhm == pytest.approx(2 * math.sqrt(math.log(2)) * peak.width)
+
+
 def test_names_that_were_given_stay():
     model = fitting.PeakModel()
     model.peak("gaussian", 6.4, 1, 0.1)
@@ -699,7 +755,7 @@ def test_names_of_peaks_are_not_looked_into():
     (-3.0, 1700.0, "0 +- 1700"), (-0.004, 1.5, "0.0 +- 1.5"), (0.0, 1.5, "0.0 +- 1.5"), (0.0, 2e12, "0 +- 2.0e+12"),
     (0.0, 1e-20, "0 +- 1.0e-20"), (2.957e11, 1.7e9, "2.957e+11 +- 1.7e+9"), (1.23456e-9, 3.4e-12, "1.2346e-9 +- 3.4e-12"),
     (4.3, 1.2e-15, "4.3 +- 1.2e-15"), (0.1 + 0.2, 1e-17, "0.30000000000000004 +- 1.0e-17"), (1e300, 1e-300, "1e+300 +- 1.0e-300"),
-    (6.4, 1.2e-6, "6.4000000 +- 1.2e-6"), (123456789.0, 3e7, "123000000 +- 30000000"), (1e300, 5e-324, "1e+300 +- 4.9e-324"),
+    (6.4, 1.2e-6, "6.4000000 +- 1.2e-6"), (6.4, 1.2e-5, "6.400000 +- 0.000012"), (-1.25e8, 1e6, "-125000000 +- 1000000"), (123456789.0, 3e7, "123000000 +- 30000000"), (1e300, 5e-324, "1e+300 +- 4.9e-324"),
     (2.5, 0.0, "2.5 +- 0"), (1e300, 0.0, "1e+300 +- 0"), (2.0, math.nan, "2"), (2.0, math.inf, "2"), (math.inf, 1.0, "inf"),
     (math.nan, 1.0, "nan"), (1 / 3, math.nan, "0.3333333"),
 ])  # fmt: skip
@@ -750,6 +806,19 @@ def test_peaks_without_errors_say_why():
     assert rows[made[1].position].strip() == "6.6 keV (fixed)" and rows[made[1].width].strip() == "0.05 keV"
     assert rows[made[3].position].strip() == f"7.2 keV (follows {made[2].position})"
     assert " +- 0 " not in fit.report() and "<td>6.4" in fit._repr_html_()
+
+
+def test_areas_that_nothing_moves_say_why():
+    x = AXIS.positions(400)
+    model = PeakModel()
+    low, still = model.peak("gaussian", 6.4, 5, 0.06, name="low"), model.peak("gaussian", 7.0, 30, 0.06, name="still")
+    model.polynomial([20.0, 0.0], 7.0)
+    model.bound(low.height, 0, 100)
+    model.fix(low.position, low.width, *still[:3])
+    dip = dp.Array1D(gaussian(x, 30, 7.0, 0.06) - gaussian(x, 9, 6.4, 0.06) + 20, AXIS)
+    fit = dp.fitting.peaks(dip, model)
+    assert [peak.area_note for peak in fit.peaks] == ["at its bound", "fixed"] and fit.peaks[0].area == 0
+    assert fitting._without_error(0.0, [fitting.Parameter("x", 1.0, 0.0)]) == ""
 
 
 def test_parameters_have_the_units_of_the_axis_and_of_the_values():

@@ -430,3 +430,63 @@ def test_choices_among_nothing(choose, dtype):
     nowhere = empty == empty
     assert dp.where(nowhere, empty, 0).size == dp.where(nowhere, 1, 2).size == 0
     assert dp.where(nowhere, empty, empty).dtype == empty.dtype and dp.where(image == image, image, 0).shape == (0, 3)
+
+
+@pytest.mark.parametrize("n", [1, 2, 5, 8])
+@pytest.mark.parametrize("delta", [0.5, -0.5])
+def test_frequencies_and_halves_lie_where_numpy_has_them(n, delta):
+    a = dp.Array1D(np.arange(float(n)), dp.Axis(3.0, delta, 2))
+    assert dp.fft(a).positions == pytest.approx(np.fft.fftshift(np.fft.fftfreq(n, abs(delta))) * np.sign(delta), abs=1e-15)
+    centred = dp.center(a)
+    assert centred.axis.position(n // 2) == a.axis.position(0) and centred[n // 2] == a[0]
+
+
+def test_bands_have_their_lower_end():
+    a = dp.Array1D(np.cos(2 * np.pi * np.arange(16) / 4) + np.cos(2 * np.pi * np.arange(16) / 8))
+    slow, fast = (np.cos(2 * np.pi * np.arange(16) / period) for period in (8, 4))
+    for low, high, left in ((0.125, 0.25, slow), (0.25, 0.4, fast), (0.125, 0.3, slow + fast), (0.13, 0.25, 0 * slow)):
+        assert dp.band_pass(a, low, high).values == pytest.approx(left, abs=1e-12)
+
+
+def test_convolutions_lie_at_the_sum_of_first_positions():
+    a, b = dp.Array1D([0.0, 0, 1, 2], dp.Axis(5.0, 0.5))[2:], dp.Array1D([3.0], dp.Axis(1.0, 0.5, 3))
+    found = dp.convolve(a, b)
+    assert found.axis.position(0) == a.axis.position(0) + b.axis.position(0) == 5.5 and found.values == pytest.approx([3, 6])
+
+
+@pytest.mark.parametrize("kind", ["i4", "u4", "i8"])
+def test_functions_of_whole_numbers_keep_their_digits(kind):
+    number = np.dtype(kind).type(2**31 - 1)
+    assert dp.sqrt(number) == np.sqrt(float(number)) and dp.sqr(number) == float(number) ** 2 and dp.exp(np.dtype(kind).type(1)) == np.e
+
+
+@pytest.mark.parametrize("dtype", REALS)
+def test_extremes_of_two_are_those_of_numpy(dtype):
+    values = sample(dtype)
+    a = dp.Array1D(values, dp.Axis(1.0, 0.5, name="E"), name="n", unit="V")
+    b = dp.Array1D(values[::-1].copy(), dp.Axis(1.5, 0.5, 1, unit="keV"), name="n", unit="V")
+    for ours, numpy in ((dp.maximum, np.maximum), (dp.minimum, np.minimum)):
+        found = ours(a, b)
+        assert found.dtype == dtype and np.array_equal(found.values, numpy(a.values, b.values), equal_nan=dtype[0] == "f")
+        assert (found.axis.name, found.axis.unit, found.name, found.unit) == ("E", "keV", "n", "V")
+        assert not np.shares_memory(found.values, a.values)
+    holed = dp.Array1D([1.0, np.nan, 3.0])
+    for found in (dp.maximum(holed, 2), dp.maximum(2, holed), dp.minimum(holed, holed[::-1]), dp.maximum(holed, dp.Array1D([1, 2, 3]))):
+        assert np.isnan(found[1]) and not np.isnan(found[0])
+
+
+def test_limits_that_are_arrays_are_rounded_inwards():
+    a = dp.Array1D([0, 5, 10])
+    assert a.clip(np.array([0.5, 0.5, 0.5]), np.array([9.5] * 3)).values.tolist() == [1, 5, 9]
+
+
+def test_extremes_without_nan_lie_on_the_other_axis():
+    image = dp.Array2D([[1.0, np.nan, 3.0], [4.0, 0.0, np.nan]], (dp.Axis(5.0, unit="y"), dp.Axis(7.0, unit="x")))
+    for axis, unit, most in ((0, "x", [4, 0, 3]), (1, "y", [3, 4]), (-1, "y", [3, 4]), (-2, "x", [4, 0, 3])):
+        found = image.max(axis=axis, skipna=True)
+        assert found.axis.unit == unit and found.values.tolist() == most
+
+
+def test_ranges_take_the_elements_that_begin_inside():
+    a = dp.Array1D([1.0, 2.0, 3.0, 4.0], dp.Axis(0.0, 1.0))
+    assert a.min(over=(0.4, 2.4)) == 2 and a.max(over=(0.4, 2.4)) == 3 and a.max(over=(0.6, 2.6)) == 3

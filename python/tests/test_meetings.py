@@ -255,7 +255,9 @@ def elsewhere():
     for choose in (dp.maximum, dp.minimum, np.maximum, np.minimum, np.equal, np.not_equal, np.add):
         yield lambda choose=choose: choose(a, mask)
         yield lambda choose=choose: choose(mask, a)
-    yield lambda: a.clip(mask)
+    for one in (a, a.astype("i4"), a.astype("u1")):
+        yield lambda one=one: one.clip(mask)
+        yield lambda one=one: one.clip(0, mask)
     yield lambda: a == mask
     yield lambda: mask != a
     yield lambda: image.__setitem__(image.with_axes(THERE, THERE) > 2, 0)
@@ -312,6 +314,26 @@ def test_masks_are_ones_and_zeros_where_they_meet_arrays():
             dp.where(A > 1, a, b)
 
 
+def test_grids_an_ulp_apart_are_one():
+    a, b = dp.Array1D(np.arange(60.0), dp.Axis(6.2, 0.1))[4:], dp.Array1D(np.arange(56.0), dp.Axis(6.6, 0.1))
+    assert a.axis.position(0) != b.axis.position(0)
+    for x, y in ((a, b), (b, a)):
+        assert np.array_equal(((x > 5) & (y > 5)).values, (x.values > 5) & (y.values > 5)) and x[y > 1].size == np.sum(y.values > 1)
+        assert x.sum(where=y > 1) == x.values[y.values > 1].sum() and (x // (y + 1)).size == 56
+        assert np.array_equal(np.hypot(x, y).values, np.hypot(x.values, y.values)) and ((x > 5) == y).size == 56
+        with dp.alignment("exact"):
+            assert np.array_equal((x + y).values, x.values + y.values)
+        fit = dp.fitting.polynomial(x, deviations=y + 1)
+        assert fit.chi_square == dp.fitting.polynomial(x, deviations=y.values + 1).chi_square and fit.eval(y).identical(fit.eval())
+        with pytest.raises(dp.UnitError):
+            dp.fitting.polynomial(x.with_axes(dp.Axis(6.6, 0.1, unit="eV")), deviations=y.with_axes(dp.Axis(6.6, 0.1, unit="nm")) + 1)
+    for other in (dp.Axis(6.6 + 1e-6, 0.1), dp.Axis(6.7, 0.1), dp.Axis(6.6, 0.1 + 1e-15)):
+        with pytest.raises(ValueError, match="grid"):
+            (a > 1) & (b.with_axes(other) > 1)
+    image = dp.Array2D(np.arange(6.0).reshape(2, 3), (dp.Axis(), dp.Axis(a.axis.position(0), 0.1)))
+    assert ((image > 1) & (image.with_axes(dp.Axis(), dp.Axis(6.6, 0.1)) > 1)).count() == 4
+
+
 @pytest.mark.parametrize("ufunc", [np.hypot, np.logical_and, np.floor_divide, np.fmax, np.copysign, np.arctan2])
 def test_universal_functions_meet_on_one_grid(ufunc):
     for found in (ufunc(A, SAME), ufunc(SAME, A)):
@@ -353,6 +375,9 @@ def masked():
     yield lambda: dp.fitting.curve(lambda x, *p: x + sum(p), ([1.0, 2.0], [1.0, 2.0]), values)
     yield lambda: dp.fitting.curve(lambda x, p: x * p, (values, [1.0] * 4))
     yield lambda: dp.fitting.polynomial(a, deviations=values)
+    hidden = np.ma.masked_array([1.0, 1, 1, 1], [0, 1, 0, 0])
+    yield lambda: dp.fitting.curve(lambda x, p: hidden * p, a)
+    yield lambda: dp.fitting.curve(lambda x, p: p + 0 * x, a, derivatives=lambda x, p: hidden[None, :])
     yield lambda: dp.fitting.peaks(a, model, objective="least-squares", weights=values)
 
 

@@ -157,6 +157,42 @@ def test_none_is_no_object_of_any_class():
             call(None)
 
 
+class Line(dp.Array1D):
+    pass
+
+
+class Image(dp.Array2D):
+    __slots__ = ()
+
+
+@pytest.mark.parametrize("made", [dp.Array1D([1.0]), dp.Axis(), A > 1, Line([1.0]), Image([[1.0]]), _core.rnge_c1DRange()], ids=repr)
+def test_objects_stay_what_they_are(made):
+    for other in (dp.Array1D, dp.Array2D, dp.Axis, Line, Image, _core.rnge_c2DRange, int):
+        with pytest.raises(TypeError, match="stays one"):
+            made.__class__ = other
+    assert made.__class__ is type(made) and isinstance(made, type(made))
+
+
+def test_counts_beyond_all_memory_are_refused():
+    for count in (2**63 - 1, 2**63 - 2, 2**40):
+        with pytest.raises((MemoryError, ValueError, OverflowError)):
+            dp.Axis().edges(count)
+
+
+def test_ranges_are_ranges():
+    for ranges in (5, [5], [(0, 1), 5], None):
+        with pytest.raises(TypeError, match="ranges are a Range"):
+            dp.fitting.Selection(ranges)
+    with pytest.raises(TypeError, match="ranges are a Range"):
+        dp.fitting.polynomial(A, 5)
+
+
+def test_systems_have_so_many_equations():
+    for shape in ((32768, 1), (40000, 3)):
+        with pytest.raises(dp.SizeError, match="at most 32767 equations, not"):
+            dp.fitting.solve(np.ones(shape), np.ones(shape[0]))
+
+
 def test_errors_of_a_users_function_are_the_users():
     said = "model(): incompatible function arguments. The following argument types are supported:\n    1. (a) -> b\n\nInvoked with: 1"
 
