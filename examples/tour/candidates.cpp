@@ -122,6 +122,8 @@ bool Candidates::RemoveNeedless(Description& description) {
             close.push_back(line);
     bool hasGone = false;
     for (const Line& line : close) {
+        if (description.IsExhausted())
+            break;
         Description without = description;
         const auto nearest = std::min_element(
             without.lines.begin(), without.lines.end(), [&](const Line& a, const Line& b) {

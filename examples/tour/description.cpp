@@ -130,6 +130,11 @@ pkmd_cModel Description::ModelFor(Widths widths) {
     return parts;
 }
 
+bool Description::IsExhausted() const {
+    constexpr double mostOperations = 4e9; // four times those of measured spectra
+    return *operations_ > mostOperations / std::max(1.0, fit.fit.ReducedChiSquared());
+}
+
 void Description::FitFreely(Widths widths, double tolerance) {
     constexpr int mostMoves = 4;
     for (int i = 0; i < mostMoves; ++i) {
@@ -149,6 +154,8 @@ void Description::Fit(Widths widths, double tolerance) {
         options.weights.assign(at(values.Size()), 1 / (noise.deviation * noise.deviation));
     }
     fit = pkmd_Fit(parts, values, options);
+    const auto free = static_cast<double>(fit.fit.free);
+    *operations_ += free * free * free;
     parts.SetStarts(fit.fit.parameters);
     model = parts.Curve(cal, values.Size());
     background = parts.Curve(cal, values.Size(), pkmd_BackgroundOnly);

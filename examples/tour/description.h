@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "continuum.h"
@@ -54,6 +55,9 @@ public:
     double ChiSquared() const { return fit.fit.chiSquared; }
     /// What the description costs: chi-squared, and what its parameters would lower it by chance.
     double Cost() const { return ChiSquared() + 2 * static_cast<double>(fit.fit.free); }
+    /// Whether this and all copies of it have been fitted for so long, or for so long to so little
+    /// avail, that looking on is no use: what is not made of lines always has place for one more.
+    bool IsExhausted() const;
     /// The background there, a little at least.
     double LevelAt(double position) const;
 
@@ -77,7 +81,8 @@ private:
     std::vector<rnge_c1DRange> UnderLines() const;
 
     Continuum continuum_;
-    std::vector<double> factors_; // of the continuum's curves
+    std::vector<double> factors_;                                      // of the continuum's curves
+    std::shared_ptr<double> operations_ = std::make_shared<double>(0); // of all fits, about
 };
 
 } // namespace tour

@@ -88,6 +88,8 @@ bool Search::Find(int rounds, bool takesStructures) {
     for (int i = 0; i < rounds; ++i) {
         ++rounds_;
         candidates_.FitSignificant(description_, Widths::fixed, roundTolerance);
+        if (takesStructures && description_.IsExhausted())
+            return false;
         // Lines that fill something wider would come without end.
         const bool isLong = takesStructures && i == roundsBeforeStructures;
         const bool hasTaken = isLong && structures_.Take(description_, candidates_);
@@ -103,7 +105,7 @@ bool Search::Find(int rounds, bool takesStructures) {
 Analysis Search::Run() {
     // Lines beside others tell more of the law, and the law more of the lines.
     bool isSettled = false;
-    for (int i = 0; i < mostRounds && !isSettled; ++i) {
+    for (int i = 0; i < mostRounds && !isSettled && !description_.IsExhausted(); ++i) {
         const bool isRough = i < 2;
         const bool hasAll = Find(isRough ? 2 : mostRounds, !isRough);
         const bool hasNewLaw = law_.Update(description_, i < exactRounds ? 0.01 : 0.03);
