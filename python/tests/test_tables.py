@@ -475,6 +475,9 @@ REFUSED = {
     ("program", "pkmd", 7): lambda: dp.fitting.peaks(dp.Array1D(-X), model()),
     ("program", "pkmd", 9): lambda: dp.fitting.peaks(dp.Array1D(X), model(("power_law", 1.0, -1.0, 1.0))),
     ("program", "pkmd", 10): lambda: dp.fitting.peaks(dp.Array1D(X), model(("curve", dp.Array1D([1.0])))),
+    ("program", "pkmd", 12): lambda: dp.fitting.peaks(
+        dp.Array1D(X, dp.Axis(1e9, 1)), model(("polynomial", [1, 0, 0]))
+    ),
     ("user", "poly_fit", 2): lambda: line_over(dp.Array1D(X)).refit(dp.Array1D(X), dp.Array1D(-X)),
     ("program", "poly_fit", 22): lambda: _core.plft_c1DPolyFittingFunction(-1, _core.dasl_c1DDataArraySelection()),
     ("program", "regs", 1): lambda: dp.register(A, A, band=(1, 0)),
