@@ -78,8 +78,8 @@ DATAPROCESSING_EXPORT barr_c1DBoolArray operator!(const barr_c1DBoolArray& mask)
 DATAPROCESSING_EXPORT barr_c2DBoolArray operator!(const barr_c2DBoolArray& mask);
 /// @}
 
-/// @name What masks do not have
-/// @{
+/// @cond
+// Told in one line by the compiler instead of a list of candidates.
 template<class A, class B> requires barr_OneIsMask<A, B> void operator+(const A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
 template<class A, class B> requires barr_OneIsMask<A, B> void operator-(const A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
 template<class A, class B> requires barr_OneIsMask<A, B> void operator*(const A&, const B&) = delete; ///< masks have &, |, ^ and !; tnry_Ternary makes numbers of them
@@ -94,6 +94,6 @@ template<class A, class B> requires barr_OneIsMask<A, B> void operator<(const A&
 template<class A, class B> requires barr_OneIsMask<A, B> void operator<=(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
 template<class A, class B> requires barr_OneIsMask<A, B> void operator>(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
 template<class A, class B> requires barr_OneIsMask<A, B> void operator>=(const A&, const B&) = delete; ///< masks are the same where !(a ^ b) is true and differ where a ^ b is
-/// @}
+/// @endcond
 
 // clang-format on

@@ -405,9 +405,11 @@ private:
         else if (!planes_.standardErrors.empty())
             TakeObservedVariances();
         if (!planes_.chiSquared.empty()) {
+            const double negative = mayBeNegative_ ? TakeNegative() : 0;
             if (isFew)
                 FillEmpty();
-            chiSquared_ = pkmd_Deviance(row_, part, curve_, shapes_.length, residuals_, weights_);
+            chiSquared_ = 2 * negative +
+                          pkmd_Deviance(row_, part, curve_, shapes_.length, residuals_, weights_);
         }
         return std::isfinite(chiSquared_) ? maps_Good : maps_NotConverged;
     }
@@ -430,6 +432,18 @@ private:
             if (!normal_.IsHeld(i))
                 variances_[i] = std::max(variances_[i], shapes_.ofOneCount[i]);
         }
+    }
+
+    /// The sum of the values below 0 without their sign, which become 0: what is less than no count
+    /// has no logarithm.
+    double TakeNegative() {
+        double sum = 0;
+        for (std::size_t k = 0; k < shapes_.length; ++k)
+            if (row_[k] < 0) {
+                sum -= row_[k];
+                row_[k] = 0;
+            }
+        return sum;
     }
 
     /// Where nothing is expected and nothing was seen, the deviance is 0.

@@ -64,10 +64,10 @@ public:
     /// How many factors there are.
     std::size_t ParameterCount() const noexcept;
     /// Fits every spectrum; the planes receive the factors, their standard errors, chi-squared
-    /// and the steps taken. With the weights of the model chi-squared is the deviance, and channels
-    /// that no shape reaches have no part in it and may hold anything. Throws
-    /// expt_cProgramException: ("maps", 3) for planes of another size, ("maps", 4) for other
-    /// channels; std::bad_alloc.
+    /// and the steps taken. With the weights of the model chi-squared is the deviance, to which a
+    /// value below 0 adds twice what the model is above it, and channels that no shape reaches have
+    /// no part in it and may hold anything. Throws expt_cProgramException: ("maps", 3) for planes
+    /// of another size, ("maps", 4) for other channels; std::bad_alloc.
     void Run(const maps_cStack& stack, const maps_sPlanes& planes,
              maps_cWorkspace& workspace) const;
 

@@ -566,6 +566,12 @@ TEST(LinearMap, ValuesBelowZeroDoNotTurnTheLikelihood) {
             score += all[s * 30 + k] * (values[k] / f[k] - 1);
         EXPECT_NEAR(score, 0, 1e-3);
     }
+    double deviance = 0;
+    for (std::size_t k = 0; k < 30; ++k)
+        deviance +=
+            2 * (f[k] - values[k] + (values[k] > 0 ? values[k] * std::log(values[k] / f[k]) : 0));
+    EXPECT_GT(deviance, 10);
+    EXPECT_NEAR(planes.chiSquared[0], deviance, 1e-9);
 }
 
 /// Channels that no shape reaches do not make a spectrum one of few counts.
