@@ -291,13 +291,21 @@ private:
             }
             TakeSolution();
             if (Look(edge))
-                return ConcludeLikely();
+                return ScoreAtLast() ? ConcludeLikely() : maps_Undetermined;
             edge /= 100; // the maximum of what goes on as a parabola is none
             if (edge < 1e-8 * few)
                 return maps_NotConverged;
             Look(edge);
         }
         return maps_NotConverged;
+    }
+
+    /// Where the model is 1 or more everywhere, errors are those that are expected.
+    bool ScoreAtLast() {
+        if (maps_IsBelow(1, shapes_.part.data(), curve_, shapes_.length))
+            return true;
+        std::copy_n(curve_, shapes_.length, weights_);
+        return Score();
     }
 
     /// From one count on, factors that do not fall below 0 have a way to go either way.

@@ -574,6 +574,61 @@ TEST(LinearMap, ValuesBelowZeroDoNotTurnTheLikelihood) {
     EXPECT_NEAR(planes.chiSquared[0], deviance, 1e-9);
 }
 
+/// Also where fewer had been expected on the way.
+TEST(LinearMap, ErrorsFromOneCountOnAreThoseExpected) {
+    constexpr std::size_t spectra = 4000;
+    constexpr std::size_t length = 40;
+    std::vector<double> all(3 * length);
+    for (std::size_t k = 0; k < length; ++k) {
+        const double x = static_cast<double>(k);
+        all[k] = 1;
+        all[length + k] = std::exp(-(x - 20) * (x - 20) / 18);
+        all[2 * length + k] = x / length;
+    }
+    const std::vector<unsigned short> counts =
+        countsOf(spectra, length, [&](std::size_t, double x) {
+            return 1.5 + 3000 * std::exp(-(x - 20) * (x - 20) / 18);
+        });
+    const maps_cLinear fit(all, length, {.weights = maps_WeightsOfModel, .nonNegative = {0, 1, 2}});
+    Planes planes(3, spectra);
+    maps_cWorkspace room;
+    fit.Run(stackOf(std::span<const unsigned short>(counts), length), planes.All(), room);
+    int compared = 0;
+    for (std::size_t q = 0; q < spectra; ++q) {
+        double x[3];
+        for (std::size_t i = 0; i < 3; ++i)
+            x[i] = planes.values[i * spectra + q];
+        double least = 1e9;
+        double information[3][3] = {};
+        for (std::size_t k = 0; k < length; ++k) {
+            double f = 0;
+            for (std::size_t i = 0; i < 3; ++i)
+                f += x[i] * all[i * length + k];
+            least = std::min(least, f);
+            for (int i = 0; i < 3; ++i)
+                for (int j = 0; j < 3; ++j)
+                    information[i][j] += all[static_cast<std::size_t>(i) * length + k] *
+                                         all[static_cast<std::size_t>(j) * length + k] / f;
+        }
+        if (least < 1 || !(x[0] > 0 && x[1] > 0 && x[2] > 0))
+            continue;
+        const auto minor = [&](int i, int j) {
+            const int a = (i + 1) % 3, b = (i + 2) % 3, c = (j + 1) % 3, d = (j + 2) % 3;
+            return information[a][c] * information[b][d] - information[a][d] * information[b][c];
+        };
+        const double determinant = information[0][0] * minor(0, 0) +
+                                   information[0][1] * minor(0, 1) +
+                                   information[0][2] * minor(0, 2);
+        for (int i = 0; i < 3; ++i)
+            EXPECT_NEAR(planes.errors[static_cast<std::size_t>(i) * spectra + q] /
+                            std::sqrt(minor(i, i) / determinant),
+                        1, 1e-4)
+                << q;
+        ++compared;
+    }
+    EXPECT_GT(compared, 500);
+}
+
 /// Channels that no shape reaches do not make a spectrum one of few counts.
 TEST(LinearMap, ChannelsThatNoShapeReachesChangeNoBits) {
     constexpr std::size_t spectra = 20;
