@@ -20,8 +20,9 @@ namespace rcps {
 /// or infinite elements give NaN.
 ///
 /// Every sum is made in the order of its terms, so that the bits are those of plain loops at every
-/// instruction-set level. Work storage is that of two more matrices like `a` and one like `v`, with
-/// up to 22 elements more in each row.
+/// instruction-set level. Work storage is up to (max(m, n) + 8) (n + 22) +
+/// (n + 8) (m + n + 53) elements: that of two more matrices like `a` where it has many columns, of
+/// 17 where it is one long column, which also takes three times as long as plain loops.
 ///
 /// Source: G. H. Golub and C. Reinsch, Singular value decomposition and least squares solutions,
 /// Numerische Mathematik 14 (1970).
