@@ -2,7 +2,7 @@
 """Sums, windows and fits of a map by numpy and scipy, the peers of bench_maps. What takes one spectrum at a time is timed
 on a few of them."""
 from five_peaks import PARAMETERS, agree, model, scored, slopes
-from peer import check, compare, needed, np, ours, report
+from peer import check, compare, needed, np, of_largest, ours, report
 
 needed("scipy", "scipy", "python3-scipy")
 from scipy.interpolate import CubicSpline
@@ -40,24 +40,27 @@ def weights(y):
 compare({"sum_image": lambda: counts.sum(axis=1), "sum_spectrum": lambda: counts.sum(axis=0)}, count=SPECTRA, kind=float)
 
 
-compare({"rebin": lambda: counts.reshape(SPECTRA, -1, 2).sum(axis=2, dtype=float),
-         "smooth": lambda: savgol_filter(counts, 9, 2, axis=1)}, count=SPECTRA, kind=float)
+for name, call in {"rebin": lambda: counts.reshape(SPECTRA, -1, 2).sum(axis=2, dtype=float),
+                   "smooth": lambda: savgol_filter(counts, 9, 2, axis=1)}.items():
+    report(name, SPECTRA, of_largest(1e-14)(ours(name, SPECTRA, float), call().ravel()), call)
 
 
 def shifts():
     """As is usual, spectrum by spectrum: where a curve through the reference fits best."""
     nodes = np.arange(CHANNELS)
-    curve = CubicSpline(nodes, counts.sum(axis=0, dtype=float))
+    total = counts.sum(axis=0, dtype=float)
+    curve = CubicSpline(nodes, total)
     inner, found = nodes[13:-13], []
+    deviations = np.sqrt(total[13:-13] / SPECTRA)  # counts themselves would draw the shift to where they are low
     for y in few[:, 13:-13]:
         (shift, factor), covariance = curve_fit(
-            lambda k, shift, factor: factor * curve(k - shift), inner, y, (0, 1 / SPECTRA), 1 / weights(y),
+            lambda k, shift, factor: factor * curve(k - shift), inner, y, (0, 1 / SPECTRA), deviations,
             absolute_sigma=True)
         found.append((shift, np.sqrt(covariance[0, 0])))
     return np.array(found).T
 
 
-# With the weights of counts the peer is biased by a part of an error.
+# Ours takes the noise of the reference into account, the peer does not.
 own = fit_of("align", 2)[:, 0, :FEW]
 report("align", SPECTRA, np.max(np.abs(own - shifts()) / own[1]) < 0.3, shifts, scale=SPECTRA / FEW)
 
